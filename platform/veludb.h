@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// libveludb: one interface to the databases behind the catalogues. Nothing above it knows which engine
+// answers: SQLite (linked in) or PostgreSQL (a module that is loaded when a URI names it).
+//
+// All results are text, as in a result set of either engine's command line: integers in decimal, reals
+// with enough digits to read back, booleans "t" and "f", NULL as a null pointer. Text parameters are bytes
+// without NUL and are stored exactly. A connection belongs to one thread. Failures are logged once, here, with
+// the engine's own words, unless said otherwise.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+struct VELUDB;       // an open connection
+struct VELUDBResult; // a result set, complete in memory and independent of its connection
+
+// Opens `sqlite:PATH` (file and its folder are made when missing) or a `postgresql://` (`postgres://`) URI.
+// Null, and one log line, when the URI is bad or the database cannot be reached.
+VELUDB *VELUDBOpen(const char *uri);
+
+// Rolls back what is not committed and closes. Null does nothing.
+void VELUDBClose(VELUDB *db);
+
+// Runs one statement. `result` may be null; otherwise it receives the rows (an empty result for a statement
+// that gives none), to be freed with VELUDBFreeResult, or null on failure. Returns the number of rows
+// inserted, updated or deleted (0 for a query), or -1. The failure is not logged: callers say what they tried
+// and add VELUDBErrorGet.
+int VELUDBExecute(VELUDB *db, const char *sql, VELUDBResult **result);
+
+// One value of a prepared statement's parameter list. Text is not owned and need live only for the call.
+struct VELUDBValue {
+    enum class Type { null, integer, real, text } type = Type::null;
+    int64_t integer = 0;
+    double real = 0;
+    const char *text = nullptr;
+    size_t length = 0;
+
+    static VELUDBValue Integer(int64_t value);
+    static VELUDBValue Real(double value);
+    static VELUDBValue Text(const char *bytes, size_t length);
+};
+
+// Prepares `sql` with parameters $1, $2, ... (each used in order of its first appearance). Returns a handle of
+// at least 0 that is valid for the connection's life, or -1.
+int VELUDBPrepare(VELUDB *db, const char *sql);
+
+// Runs a prepared statement; parameters, result and return value as for VELUDBExecute.
+int VELUDBRun(VELUDB *db, int statement, const VELUDBValue *values, size_t count, VELUDBResult **result);
+
+// Transactions. Begin and Commit return 0 or -1 (a failed commit has rolled back). InTransaction is 0 once
+// the engine has given the transaction up by itself.
+int VELUDBBegin(VELUDB *db);
+int VELUDBCommit(VELUDB *db);
+void VELUDBRollback(VELUDB *db);
+int VELUDBInTransaction(const VELUDB *db);
+
+// The text of the connection's last failure, valid until its next call; never null.
+const char *VELUDBErrorGet(const VELUDB *db);
+
+// Number of rows and columns of a result; 0 for null.
+int VELUDBRowCount(const VELUDBResult *result);
+int VELUDBColumnCount(const VELUDBResult *result);
+
+// Steps to the next row: *row begins at -1 and is advanced. Returns 0, or -1 behind the last row.
+int VELUDBFetchRow(const VELUDBResult *result, int *row);
+
+// The field of a row by column name, owned by the result; null for NULL, an unknown column or row.
+const char *VELUDBFetchField(const VELUDBResult *result, int row, const char *column);
+
+void VELUDBFreeResult(VELUDBResult *result);
+
+// Makes `length` bytes of `in` safe between the single quotes of an SQL literal, on both engines. `out` must
+// hold 2 x length + 1 bytes. Returns the length written without the terminator, or -1 for a missing argument.
+int VELUDBEscapeString(char *out, const char *in, size_t length);
+
+// Makes text safe inside a LIKE pattern whose escape character is the backslash: backslash, percent sign and
+// underscore each get a backslash. Returns the length written, or -1 when an argument is missing or `size`
+// bytes cannot hold the result.
+int VELUDBEscapeBackslash(char *out, size_t size, const char *in);

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// libveluindex: the media and photo catalogues, and what programs of the appliance agree on about media
+// files: extension classes, times as text, picture sizes, the places of covers. docs/catalogue.md describes
+// the tables.
+//
+// Store operations return 0 on success and -1 on failure unless said otherwise; a store failure is logged
+// once, here, with the database's words, and callers add their own line. A missing or empty argument fails.
+// Records belong to the caller and are never changed except by MediaInfoValid.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "platform/veludb.h"
+
+struct MediaInfo;
+struct PhotoRecord;
+
+// Record kinds: the tables music, video, photo and playlist. kMediaTree stands for all of them in a delete.
+enum MediaKind : int { kMediaMusic = 0, kMediaVideo = 1, kMediaPhoto = 2, kMediaPlaylist = 3, kMediaTree = 5 };
+
+// --- Runs ---------------------------------------------------------------------------------------------------
+// Between RunBegin and RunEnd the store keeps its connections open and writes in bounded batches: a batch is
+// committed after a few hundred rows or one second, whichever is first. Outside a run each operation opens,
+// commits and closes by itself. A batch that cannot be committed is retried row by row, so that a bad row
+// costs only itself.
+
+void VELUIndexRunBegin();
+
+// Commits what the run has written so far. To be called before any other program is started or signalled.
+int VELUIndexRunFlush();
+
+// Commits, brings the rows safely to disk and closes the connections. To be called before the request that
+// asked for the work is forgotten.
+int VELUIndexRunEnd();
+
+// --- Media catalogue ----------------------------------------------------------------------------------------
+
+// Makes the text of a record valid UTF-8: text that is not UTF-8 is taken as ISO-8859-1 and converted, a
+// character cut in half at the end of a full field goes, control characters become blanks, leading and
+// trailing blanks go. Fields flagged as UTF-16 stay as they are. A duration that is NaN, infinite or negative
+// becomes 0, and so do negative track, disc and year numbers. Returns 0, or -1 without a record.
+int MediaInfoValid(MediaInfo *record);
+
+// Inserts or replaces the row of record->path in the table of `kind` (0 to 3). The row's text is made valid as
+// by MediaInfoValid, and UTF-16 fields are converted; the path is stored byte by byte.
+int MediaInfoDBSave(int kind, const MediaInfo *record);
+
+// Removes the row of `path` from the table of `kind` (0 to 3), or, with kMediaTree, from all tables and
+// `directory` every row whose path is `path` or lies under it. Covers of removed rows go with them.
+int MediaInfoDBDelete(int kind, const char *path);
+
+// Records a directory with its title (last component) and times.
+int MediaInfoDBDirSave(const char *path);
+
+// Rows of a table of the media catalogue: 0 music, 1 video, 2 photo, 3 playlist. `columns` is a column list or
+// "*"; `condition` (without WHERE), `order` (without ORDER BY) may be null; `limit` 0 means all. Null on
+// failure; to be freed with MediaInfoDBClose.
+struct VELUIndexRows;
+VELUIndexRows *MediaInfoDBOpen(int table, const char *columns, const char *condition, const char *order, int limit);
+void MediaInfoDBClose(VELUIndexRows *rows);
+
+// Compacts a catalogue. Negative on failure.
+int MediaDBVacuum();
+int PhotoDBVacuum();
+
+// Empties one table of either catalogue. Any other name is refused with a log line, and -1.
+int VELUTruncateTable(const char *name);
+
+// Dirty markers of the tables music and video: set when a save or delete has changed the table.
+void VELUIndexMusicTableDirtySet(int flag);
+void VELUIndexVideoTableDirtySet(int flag);
+int BlVELUIndexIsMusicTableDirty();
+int BlVELUIndexIsVideoTableDirty();
+
+// --- Photo catalogue ----------------------------------------------------------------------------------------
+
+// Inserts or updates the row of record->path in photo_image and sets its `updated` mark. `mode` is the queue's
+// operation code (1 add, 5 update).
+int PhotoInfoDBSave(const PhotoRecord *record, int mode);
+
+// Removes the row of one picture.
+int PhotoInfoDBDelete(const char *path);
+
+// Removes every row of photo_image, video_desc and video_comment whose path is `path` or lies under it.
+int PhotoInfoDBDirDelete(const char *path);
+
+// Rows of a table of the photo catalogue: 0 photo_image, 1 video_desc, 2 video_comment, 3 photo_share,
+// 4 photo_access_right. Arguments and result as for MediaInfoDBOpen; freed with PhotoInfoDBClose.
+VELUIndexRows *PhotoInfoDBOpen(int table, const char *columns, const char *condition, const char *order, int limit);
+void PhotoInfoDBClose(VELUIndexRows *rows);
+
+// The rows behind MediaInfoDBOpen and PhotoInfoDBOpen, and the connection that they came from (open as long as
+// the rows are). Both belong to `rows`.
+const VELUDBResult *VELUIndexRowsResult(const VELUIndexRows *rows);
+VELUDB *VELUIndexRowsConnection(const VELUIndexRows *rows);
+
+// A list of paths; each node and its path belong to the list.
+struct PhotoPathList {
+    char *path;
+    PhotoPathList *next;
+};
+
+// The column "path" of all rows as a list, in row order; null when there are none.
+PhotoPathList *PhotoPathDBGet(const VELUIndexRows *rows);
+void FreePhotoPathList(PhotoPathList *list);
+
+// Runs one statement on the photo catalogue. The number of rows affected, or -1.
+int PhotoDBExec(const char *sql);
+
+// Renames the rows of the paths in `list` that are `old_path` or lie under it: that part becomes `new_path`.
+int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const char *old_path);
+
+// Clears the `updated` mark of every row of photo_image; removes the rows that are still unmarked.
+int VELUPhotoInitAllRows();
+int VELUPhotoDeleteNoUpdateRows();
+
+// Makes or refreshes the row of a video in video_desc and sets its `updated` mark.
+int VELUIndexPhotoUpdateVideoStatus(const char *path);
+
+// --- Files --------------------------------------------------------------------------------------------------
+
+// The text after the last "." of the path, within it; null when there is no "." or nothing follows it.
+const char *VELUIndexExtGet(const char *path);
+
+// Extension classes; `extension` comes without its dot, case does not matter, null is none. The ...File forms
+// look at a path's extension.
+int BlVELUIndexIsJpeg(const char *extension);
+int BlVELUIndexIsPhotoOnWeb(const char *extension);
+int BlVELUIndexIsVideoOnWeb(const char *extension);
+int BlVELUIndexIsVideo(const char *extension);
+int BlVELUIndexIsPhotoOnWebFile(const char *path);
+int BlVELUIndexIsVideoOnWebFile(const char *path);
+
+// Writes the times of the last status change and the last write of a file as local time, "%Y-%m-%d %H:%M:%S",
+// into buffers of the given sizes. Returns 0, or -1 when the file cannot be looked at (both are then empty).
+int VELUIndexCTimeMTimeGet(const char *path, char *ctime_text, size_t ctime_size, char *mtime_text,
+                           size_t mtime_size);
+
+// The size in pixels of a JPEG, PNG, GIF, BMP, TIFF, PSD or ICO picture, by its content, from headers alone.
+// Returns 0, or -1 (nothing written) when the file is none of these or its header is damaged.
+int VELUIndexImgResGet(const char *path, int *width, int *height);
+
+// --- Covers -------------------------------------------------------------------------------------------------
+
+enum CoverFormat : int { kCoverJpeg = 1, kCoverPng = 2 };
+
+// Where the cover picture of a media file is kept: the picture type (0 to 20, id3.org 2.3.0 section 4.15), an
+// index from 1 and a format name it. The folder is made when missing. Returns 1, or 0 when an argument is bad
+// or the path does not fit.
+int GetCoverPath(const char *media_path, char *out, size_t size, int picture_type, int cover_index, int format);
+
+// The folder that holds (or would hold) the covers of a media file; nothing is made. Returns 1 or 0.
+int GetCoverFolder(const char *media_path, char *out, size_t size);
+
+// Removes the cover pictures of one such folder, and the folder when that leaves it empty.
+void CleanOldCover(const char *folder);
