@@ -57,11 +57,12 @@ int IsDirExist(const char *path);
 char *StringTrim(char *text);
 
 // Where the extended attribute `attribute` of `path` is kept: DIR/@eaDir/NAME/ATTRIBUTE, for a file as for a
-// directory. Trailing slashes of `path` do not count. Returns 0, or -1 (and the empty string) when an argument
-// is missing, the path has no directory part, or the result does not fit into `size` bytes (nothing is cut).
+// directory. Trailing slashes of `path` do not count. Returns 0, or -1 (and the empty string) when an
+// argument is missing, the path has no directory part, or the result does not fit into `size` bytes (nothing
+// is cut).
 int VELUEAPath(const char *path, const char *attribute, char *out, size_t size);
 
 // Reports an event to the appliance's event log: one syslog line at notice priority with the event number as
 // 0x and eight hex digits, its class and level, then the arguments that are not empty.
-void VELULogSet1(int log_class, int level, uint32_t event, const char *arg1, const char *arg2, const char *arg3,
-                 const char *arg4);
+void VELULogSet1(int log_class, int level, uint32_t event, const char *arg1, const char *arg2,
+                 const char *arg3, const char *arg4);

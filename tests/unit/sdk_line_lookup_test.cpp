@@ -141,6 +141,6 @@ TEST(SdkLineLookup, ManyLinesTakeLinearTime) {
         ExpectFound(Find(file.c_str(), "/volume1/photo/album/picture99999.jpg"),
                     "/volume1/photo/album/picture99999.jpg");
     });
-    // Some 10 ms in practice; what a square in the number of lines would take is minutes.
+    // Some 2 ms in practice; what a square in the number of lines would take is minutes.
     EXPECT_LT(seconds, 2.0);
 }
