@@ -147,12 +147,13 @@ int VELUIndexImgResGet(const char *path, int *width, int *height);
 enum CoverFormat : int { kCoverJpeg = 1, kCoverPng = 2 };
 
 // Where the cover picture of a media file is kept: the picture type (0 to 20, id3.org 2.3.0 section 4.15), an
-// index from 1 and a format name it. The folder is made when missing. Returns 1, or 0 when an argument is bad
-// or the path does not fit.
+// index from 1 and a format name it. The folder is made when missing. Returns 1, or 0 (`out` is then empty)
+// when an argument is bad, the path does not fit or the folder cannot be made.
 int GetCoverPath(const char *media_path, char *out, size_t size, int picture_type, int cover_index, int format);
 
 // The folder that holds (or would hold) the covers of a media file; nothing is made. Returns 1 or 0.
 int GetCoverFolder(const char *media_path, char *out, size_t size);
 
-// Removes the cover pictures of one such folder, and the folder when that leaves it empty.
+// Removes the cover pictures of one such folder, and the folder when that leaves it empty. Any other folder is
+// left alone.
 void CleanOldCover(const char *folder);

@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The places of cover pictures: COVERDIR/xx/HASH/TYPE_INDEX.jpg or .png, HASH the SHA-256 of the media path
+// in hex and xx its first two digits, so that no folder gets more than 256 subfolders or the files of two
+// media.
+#include "platform/handle.h"
+#include "platform/veluindex.h"
+#include "platform/velusdk.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <sha256.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include <charconv>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr char kConfigFile[] = "/etc/veluinfo.conf";
+constexpr char kCoverDirKey[] = "coverdir";
+constexpr char kDefaultCoverDir[] = "/var/lib/velu/covers";
+
+// Other programs of the appliance, which run as other users, show the covers.
+constexpr mode_t kFolderMode = 0755;
+
+constexpr int kLastPictureType = 20; // id3.org 2.3.0, section 4.15
+constexpr int kFirstCoverIndex = 1;
+
+constexpr size_t kHashDigits = SHA256_DIGEST_LENGTH * 2;
+constexpr size_t kGroupDigits = 2;
+
+// Without slashes at its end; empty when the configured folder has no absolute path.
+std::string CoverDir() {
+    char value[PATH_MAX];
+    if (KLIBFileGetKeyValue(kConfigFile, kCoverDirKey, value, sizeof value, 0) <= 0)
+        return kDefaultCoverDir;
+    std::string_view folder = value;
+    while (folder.size() > 1 && folder.ends_with('/'))
+        folder.remove_suffix(1);
+    return folder.starts_with('/') ? std::string(folder) : std::string();
+}
+
+// The folder of a media file's covers; empty when there is none.
+std::string CoverFolder(const char *media_path) {
+    if (media_path == nullptr || *media_path == '\0')
+        return {};
+    std::string folder = CoverDir();
+    if (folder.empty())
+        return {};
+    char hash[SHA256_DIGEST_STRING_LENGTH];
+    if (SHA256Data(reinterpret_cast<const uint8_t *>(media_path), strlen(media_path), hash) == nullptr)
+        return {};
+    folder += '/';
+    folder.append(hash, kGroupDigits);
+    folder += '/';
+    folder += hash;
+    return folder;
+}
+
+int CopyPath(const std::string &path, char *out, size_t size) {
+    if (path.empty() || path.size() >= size)
+        return 0;
+    memcpy(out, path.c_str(), path.size() + 1);
+    return 1;
+}
+
+bool IsDirectory(const char *path) {
+    struct stat status;
+    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// A new folder has its mode whatever the umask; one that is there keeps what its owner gave it.
+bool MakeFolder(const char *path) {
+    if (mkdir(path, kFolderMode) == 0)
+        return chmod(path, kFolderMode) == 0;
+    return errno == EEXIST && IsDirectory(path);
+}
+
+bool MakeFolders(std::string path) {
+    if (IsDirectory(path.c_str()))
+        return true;
+    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+        path[slash] = '\0';
+        const bool made = MakeFolder(path.c_str());
+        path[slash] = '/';
+        if (!made)
+            return false;
+    }
+    return MakeFolder(path.c_str());
+}
+
+const char *ExtensionOf(int format) {
+    switch (format) {
+    case kCoverJpeg:
+        return "jpg";
+    case kCoverPng:
+        return "png";
+    default:
+        return nullptr;
+    }
+}
+
+// A number as GetCoverPath writes it, from `first` to `last`, taken off the front of `text`.
+bool TakeNumber(std::string_view *text, int first, int last) {
+    int number = 0;
+    const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
+    if (error != std::errc() || text->front() == '-' || number < first || number > last)
+        return false;
+    const auto digits = static_cast<size_t>(end - text->data());
+    if (digits > 1 && text->front() == '0')
+        return false;
+    text->remove_prefix(digits);
+    return true;
+}
+
+bool IsCoverName(std::string_view name) {
+    if (!TakeNumber(&name, 0, kLastPictureType) || !name.starts_with('_'))
+        return false;
+    name.remove_prefix(1);
+    return TakeNumber(&name, kFirstCoverIndex, INT_MAX) && (name == ".jpg" || name == ".png");
+}
+
+// A folder's path taken apart; false unless it has the form that GetCoverFolder gives it.
+struct CoverFolderParts {
+    std::string base;
+    std::string group;
+    std::string hash;
+};
+
+bool SplitCoverFolder(std::string_view folder, CoverFolderParts *parts) {
+    constexpr size_t kTail = 1 + kGroupDigits + 1 + kHashDigits;
+    if (!folder.starts_with('/') || folder.size() < kTail)
+        return false;
+    const std::string_view tail = folder.substr(folder.size() - kTail);
+    const std::string_view group = tail.substr(1, kGroupDigits);
+    const std::string_view hash = tail.substr(1 + kGroupDigits + 1);
+    const bool digits_only = hash.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+    if (tail[0] != '/' || tail[1 + kGroupDigits] != '/' || !digits_only || !hash.starts_with(group))
+        return false;
+    const std::string_view base = folder.substr(0, folder.size() - kTail);
+    *parts = {std::string(base.empty() ? "/" : base), std::string(group), std::string(hash)};
+    return true;
+}
+
+DirHandle OpenFolder(int parent, const std::string &name) {
+    const int fd = openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);
+    DirHandle folder(fd < 0 ? nullptr : fdopendir(fd));
+    if (!folder && fd >= 0)
+        close(fd);
+    return folder;
+}
+
+void RemoveCovers(DIR *folder) {
+    while (const dirent *entry = readdir(folder)) {
+        if (IsCoverName(entry->d_name))
+            unlinkat(dirfd(folder), entry->d_name, 0);
+    }
+}
+
+} // namespace
+
+int GetCoverFolder(const char *media_path, char *out, size_t size) {
+    if (out == nullptr || size == 0)
+        return 0;
+    *out = '\0';
+    return CopyPath(CoverFolder(media_path), out, size);
+}
+
+int GetCoverPath(const char *media_path, char *out, size_t size, int picture_type, int cover_index,
+                 int format) {
+    if (out == nullptr || size == 0)
+        return 0;
+    *out = '\0';
+    const char *extension = ExtensionOf(format);
+    if (extension == nullptr || picture_type < 0 || picture_type > kLastPictureType ||
+        cover_index < kFirstCoverIndex)
+        return 0;
+    const std::string folder = CoverFolder(media_path);
+    if (folder.empty())
+        return 0;
+    const std::string path =
+        folder + '/' + std::to_string(picture_type) + '_' + std::to_string(cover_index) + '.' + extension;
+    if (path.size() >= size || !MakeFolders(folder))
+        return 0;
+    return CopyPath(path, out, size);
+}
+
+// The folders below the cover folder are opened one by one and never through a link, which might lead into a
+// share. What is no cover stays, and then its folder stays too.
+void CleanOldCover(const char *folder) {
+    CoverFolderParts parts;
+    if (folder == nullptr || !SplitCoverFolder(folder, &parts))
+        return;
+    const FdHandle base(open(parts.base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const DirHandle group = OpenFolder(base.get(), parts.group);
+    if (!group)
+        return;
+    const DirHandle covers = OpenFolder(dirfd(group.get()), parts.hash);
+    if (!covers)
+        return;
+    RemoveCovers(covers.get());
+    if (unlinkat(dirfd(group.get()), parts.hash.c_str(), AT_REMOVEDIR) == 0)
+        unlinkat(base.get(), parts.group.c_str(), AT_REMOVEDIR);
+}

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// VELUIndexImgResGet: opens a picture and lets the reader of its format, known by the first bytes and not by
+// the name, find the size.
+#include "platform/handle.h"
+#include "platform/index/image_formats.h"
+#include "platform/veluindex.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include <string_view>
+
+namespace {
+
+using namespace std::string_view_literals;
+
+struct PictureFormat {
+    std::string_view signature;
+    bool (*read)(ImageReader *reader, PictureSize *size);
+};
+
+constexpr PictureFormat kFormats[] = {
+    {"\xFF\xD8\xFF"sv, JpegPictureSize},
+    {"\x89PNG\r\n\x1A\n"sv, PngPictureSize},
+    {"GIF87a"sv, GifPictureSize},
+    {"GIF89a"sv, GifPictureSize},
+    {"BM"sv, BmpPictureSize},
+    {"II\x2A\0"sv, TiffPictureSize},
+    {"MM\0\x2A"sv, TiffPictureSize},
+    {"II\x2B\0"sv, TiffPictureSize},
+    {"MM\0\x2B"sv, TiffPictureSize},
+    {"8BPS"sv, PsdPictureSize},
+    {"\0\0\1\0"sv, IcoPictureSize},
+};
+
+bool BeginsWith(ImageReader *reader, std::string_view signature) {
+    const uint8_t *bytes = ImageBytes(reader, 0, signature.size());
+    return bytes != nullptr && memcmp(bytes, signature.data(), signature.size()) == 0;
+}
+
+bool IsSide(uint64_t pixels) {
+    return pixels >= 1 && pixels <= INT32_MAX;
+}
+
+size_t ReadFile(void *context, uint64_t offset, uint8_t *out, size_t size) {
+    const int fd = *static_cast<const int *>(context);
+    size_t done = 0;
+    while (done < size) {
+        const ssize_t got = pread(fd, out + done, size - done, static_cast<off_t>(offset + done));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
+        done += static_cast<size_t>(got);
+    }
+    return done;
+}
+
+// Shares hold anything that a client can make. Opening a pipe would wait for its writer and opening a device
+// may do things to it, so both are looked at before; O_NONBLOCK is for what takes the file's place meanwhile.
+FdHandle OpenRegularFile(const char *path) {
+    struct stat status;
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
+        return {};
+    FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return {};
+    return file;
+}
+
+} // namespace
+
+int PictureSizeRead(const ImageSource &source, int *width, int *height) {
+    ImageReader reader = {source};
+    for (const PictureFormat &format : kFormats) {
+        if (!BeginsWith(&reader, format.signature))
+            continue;
+        PictureSize size;
+        if (!format.read(&reader, &size) || !IsSide(size.width) || !IsSide(size.height))
+            return -1;
+        *width = static_cast<int>(size.width);
+        *height = static_cast<int>(size.height);
+        return 0;
+    }
+    return -1;
+}
+
+int VELUIndexImgResGet(const char *path, int *width, int *height) {
+    if (path == nullptr || width == nullptr || height == nullptr)
+        return -1;
+    const FdHandle file = OpenRegularFile(path);
+    if (!file)
+        return -1;
+    int fd = file.get();
+    return PictureSizeRead({ReadFile, &fd}, width, height);
+}
