@@ -5,8 +5,8 @@
 //
 // All results are text, as in a result set of either engine's command line: integers in decimal, reals
 // with enough digits to read back, booleans "t" and "f", NULL as a null pointer. Text parameters are bytes
-// without NUL and are stored exactly. A connection belongs to one thread. Failures are logged once, here, with
-// the engine's own words, unless said otherwise.
+// without NUL and are stored exactly. A connection belongs to one thread. Only VELUDBOpen logs; any other
+// failure leaves its words for VELUDBErrorGet, and callers say what they tried.
 #pragma once
 
 #include <stddef.h>
@@ -24,8 +24,7 @@ void VELUDBClose(VELUDB *db);
 
 // Runs one statement. `result` may be null; otherwise it receives the rows (an empty result for a statement
 // that gives none), to be freed with VELUDBFreeResult, or null on failure. Returns the number of rows
-// inserted, updated or deleted (0 for a query), or -1. The failure is not logged: callers say what they tried
-// and add VELUDBErrorGet.
+// inserted, updated or deleted (0 for a query), or -1.
 int VELUDBExecute(VELUDB *db, const char *sql, VELUDBResult **result);
 
 // One value of a prepared statement's parameter list. Text is not owned and need live only for the call.
@@ -54,6 +53,16 @@ int VELUDBBegin(VELUDB *db);
 int VELUDBCommit(VELUDB *db);
 void VELUDBRollback(VELUDB *db);
 int VELUDBInTransaction(const VELUDB *db);
+
+// Brings everything that was committed safely to the disk. Returns 0 or -1.
+int VELUDBSync(VELUDB *db);
+
+// 1 when the last failure was the database's (unreachable, locked, full, damaged), so that the same statement
+// may succeed later; 0 when it was the statement's own (a constraint, bad syntax).
+int BlVELUDBStoreFailed(const VELUDB *db);
+
+// "sqlite" or "postgresql": for the few statements, all of them in the schema, that engines spell differently.
+const char *VELUDBEngineName(const VELUDB *db);
 
 // The text of the connection's last failure, valid until its next call; never null.
 const char *VELUDBErrorGet(const VELUDB *db);

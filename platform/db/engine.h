@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The seam between libveludb and the databases: an engine is a table of functions. SQLite's is linked in;
+// the others are modules that are loaded when a URI names them, so that a machine which does not use one
+// does not carry its client library.
+#pragma once
+
+#include <stddef.h>
+
+#include <string>
+
+#include "platform/db/result.h"
+#include "platform/veludb.h"
+
+// Raised whenever the table changes, so that a module of another build is refused and not called wrongly.
+inline constexpr int kEngineSeam = 1;
+
+// A connection is the engine's own; veludb.h says what each function promises. `rows` may be null, else it
+// comes empty and receives the columns and rows. Integers are 0 (or a number of rows) on success, -1 on
+// failure.
+struct VELUDBEngine {
+    int seam; // kEngineSeam of the build that made the table
+    const char *name;
+    void *(*open)(const char *uri, std::string *error); // null on failure, with its reason in `error`
+    void (*close)(void *connection);
+    int (*exec)(void *connection, const char *sql, VELUDBResult *rows);
+    int (*prepare)(void *connection, const char *sql);
+    int (*run)(void *connection, int statement, const VELUDBValue *values, size_t count, VELUDBResult *rows);
+    int (*begin)(void *connection);
+    int (*commit)(void *connection);
+    void (*rollback)(void *connection);
+    int (*in_transaction)(const void *connection);
+    int (*sync)(void *connection);
+    const char *(*error)(const void *connection);
+    int (*store_failed)(const void *connection);
+};
+
+// The engine behind SQLite files.
+const VELUDBEngine *SqliteEngine();
+
+// What a module exports, with C linkage and under this name: a function that returns its table.
+using VELUDBModuleEntry = const VELUDBEngine *(*)();
+inline constexpr char kModuleEntry[] = "VELUDBModuleEngine";
+
+// The table of the module in `file` (a name inside the module folder), which then stays loaded. Null, with
+// the reason in `error`, when it is missing or belongs to another build.
+const VELUDBEngine *ModuleEngine(const char *file, std::string *error);

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// One connection to an SQLite file, shared by the files of the SQLite engine.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/handle.h"
+
+using SqliteHandle = std::unique_ptr<sqlite3, CloseWith<sqlite3_close_v2>>;
+using SqliteStatement = std::unique_ptr<sqlite3_stmt, CloseWith<sqlite3_finalize>>;
+
+struct SqliteConnection {
+    SqliteHandle db;
+    std::vector<SqliteStatement> statements; // before `db` in destruction: they belong to it
+    std::string error;
+    int code = SQLITE_OK; // of the last failure
+};
+
+// How long a call waits for another program's lock before it fails. Readers never block the daemon in WAL
+// mode; what may is a program that changes album rows (moments) or compacts the file (seconds for a large
+// library). Longer would hold up a whole run for one stuck program. A variable for the tests, which cannot
+// wait so long.
+extern int sqlite_busy_milliseconds;
+
+// Opens the database of a `sqlite:PATH` URI; null, with the reason in `error`, on failure.
+void *SqliteOpen(const char *uri, std::string *error);
+
+// Gives a connection a LIKE that compares bytes, minds case and takes the backslash as its escape, as
+// PostgreSQL's does in a database of plain bytes. Returns an SQLite result code.
+int SqliteLikeInstall(sqlite3 *db);
+
+// SQLite looks a prefix pattern up in an index only for its own LIKE. The text returned is `sql` with each
+// plain `COLUMN like 'PREFIX%'` condition narrowed by the range of that prefix, which an index serves.
+std::string SqliteLikeNarrowed(const char *sql);

@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The SQLite engine: statements, transactions and results.
+#include <limits.h>
+#include <string.h>
+#include <strings.h>
+
+#include <algorithm>
+#include <charconv>
+
+#include "platform/db/engine.h"
+#include "platform/db/sqlite_connection.h"
+
+namespace {
+
+SqliteConnection *Connection(void *connection) {
+    return static_cast<SqliteConnection *>(connection);
+}
+
+const SqliteConnection *Connection(const void *connection) {
+    return static_cast<const SqliteConnection *>(connection);
+}
+
+int Fail(SqliteConnection *connection, int code, const char *words) {
+    connection->code = code;
+    connection->error = words;
+    return -1;
+}
+
+int Fail(SqliteConnection *connection) {
+    sqlite3 *db = connection->db.get();
+    return Fail(connection, sqlite3_errcode(db), sqlite3_errmsg(db));
+}
+
+bool IsBoolean(sqlite3_stmt *statement, int column) {
+    const char *type = sqlite3_column_decltype(statement, column);
+    return type != nullptr && strcasecmp(type, "boolean") == 0;
+}
+
+// The number and the spellings of true that PostgreSQL too takes as a boolean.
+bool IsTrue(sqlite3_stmt *statement, int column) {
+    const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(statement, column));
+    if (text == nullptr)
+        return false;
+    return strcmp(text, "1") == 0 || strcasecmp(text, "t") == 0 || strcasecmp(text, "true") == 0;
+}
+
+void AddCell(VELUDBResult *rows, sqlite3_stmt *statement, int column) {
+    const int type = sqlite3_column_type(statement, column);
+    if (type == SQLITE_NULL) {
+        ResultAddNull(rows);
+    } else if (IsBoolean(statement, column)) {
+        ResultAddCell(rows, IsTrue(statement, column) ? "t" : "f", 1);
+    } else if (type == SQLITE_FLOAT) {
+        // SQLite's own text keeps 15 digits; the shortest text that reads back is never longer than this.
+        char text[32];
+        const auto end = std::to_chars(text, text + sizeof text, sqlite3_column_double(statement, column));
+        ResultAddCell(rows, text, static_cast<size_t>(end.ptr - text));
+    } else {
+        const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(statement, column));
+        if (text == nullptr)
+            throw std::bad_alloc();
+        ResultAddCell(rows, text, static_cast<size_t>(sqlite3_column_bytes(statement, column)));
+    }
+}
+
+int Step(SqliteConnection *connection, sqlite3_stmt *statement, VELUDBResult *rows) {
+    sqlite3 *db = connection->db.get();
+    const int columns = sqlite3_column_count(statement);
+    for (int i = 0; rows != nullptr && i < columns; ++i)
+        rows->columns.emplace_back(sqlite3_column_name(statement, i));
+    const sqlite3_int64 before = sqlite3_total_changes64(db);
+    int result = sqlite3_step(statement);
+    for (; result == SQLITE_ROW; result = sqlite3_step(statement))
+        for (int i = 0; rows != nullptr && i < columns; ++i)
+            AddCell(rows, statement, i);
+    if (result != SQLITE_DONE)
+        return Fail(connection);
+    // The count of changes stays that of an earlier statement when this one can change no row.
+    if (sqlite3_total_changes64(db) == before)
+        return 0;
+    return static_cast<int>(std::min<sqlite3_int64>(sqlite3_changes64(db), INT_MAX));
+}
+
+SqliteStatement Compile(SqliteConnection *connection, const char *sql, unsigned flags) {
+    const std::string text = SqliteLikeNarrowed(sql);
+    sqlite3_stmt *raw = nullptr;
+    const char *rest = nullptr;
+    if (sqlite3_prepare_v3(connection->db.get(), text.c_str(), -1, flags, &raw, &rest) != SQLITE_OK) {
+        Fail(connection);
+        return nullptr;
+    }
+    SqliteStatement statement(raw);
+    if (raw == nullptr || rest[strspn(rest, " \t\r\n;")] != '\0') {
+        Fail(connection, SQLITE_MISUSE, raw == nullptr ? "no statement" : "more than one statement");
+        return nullptr;
+    }
+    return statement;
+}
+
+int Exec(void *handle, const char *sql, VELUDBResult *rows) {
+    SqliteConnection *connection = Connection(handle);
+    const SqliteStatement statement = Compile(connection, sql, 0);
+    return statement == nullptr ? -1 : Step(connection, statement.get(), rows);
+}
+
+int Prepare(void *handle, const char *sql) {
+    SqliteConnection *connection = Connection(handle);
+    SqliteStatement statement = Compile(connection, sql, SQLITE_PREPARE_PERSISTENT);
+    if (statement == nullptr)
+        return -1;
+    connection->statements.push_back(std::move(statement));
+    return static_cast<int>(connection->statements.size()) - 1;
+}
+
+int Bind(sqlite3_stmt *statement, int index, const VELUDBValue &value) {
+    switch (value.type) {
+    case VELUDBValue::Type::integer:
+        return sqlite3_bind_int64(statement, index, value.integer);
+    case VELUDBValue::Type::real:
+        return sqlite3_bind_double(statement, index, value.real);
+    case VELUDBValue::Type::text:
+        return sqlite3_bind_text64(statement, index, value.text != nullptr ? value.text : "", value.length,
+                                   SQLITE_STATIC, SQLITE_UTF8);
+    case VELUDBValue::Type::null:
+        break;
+    }
+    return sqlite3_bind_null(statement, index);
+}
+
+// A statement keeps no lock and no pointer to a value once it has run, however it ends.
+struct ResetAtEnd {
+    sqlite3_stmt *statement;
+    ~ResetAtEnd() {
+        sqlite3_reset(statement);
+        sqlite3_clear_bindings(statement);
+    }
+};
+
+int Run(void *handle, int number, const VELUDBValue *values, size_t count, VELUDBResult *rows) {
+    SqliteConnection *connection = Connection(handle);
+    if (number < 0 || static_cast<size_t>(number) >= connection->statements.size())
+        return Fail(connection, SQLITE_MISUSE, "no such statement");
+    sqlite3_stmt *statement = connection->statements[static_cast<size_t>(number)].get();
+    if (count != static_cast<size_t>(sqlite3_bind_parameter_count(statement)))
+        return Fail(connection, SQLITE_MISUSE, "wrong number of values");
+    const ResetAtEnd reset{statement};
+    for (size_t i = 0; i < count; ++i)
+        if (Bind(statement, static_cast<int>(i) + 1, values[i]) != SQLITE_OK)
+            return Fail(connection);
+    return Step(connection, statement, rows);
+}
+
+// The write lock is taken at once: a transaction that begins as a reader cannot wait for it later.
+int Begin(void *handle) {
+    return Exec(handle, "begin immediate", nullptr);
+}
+
+void Rollback(void *handle) {
+    sqlite3 *db = Connection(handle)->db.get();
+    if (sqlite3_get_autocommit(db) == 0)
+        sqlite3_exec(db, "rollback", nullptr, nullptr, nullptr);
+}
+
+int Commit(void *handle) {
+    if (Exec(handle, "commit", nullptr) >= 0)
+        return 0;
+    Rollback(handle);
+    return -1;
+}
+
+int InTransaction(const void *handle) {
+    return sqlite3_get_autocommit(Connection(handle)->db.get()) == 0;
+}
+
+int Sync(void *handle) {
+    SqliteConnection *connection = Connection(handle);
+    sqlite3 *db = connection->db.get();
+    // The log is what counts: a checkpoint writes nothing back, and syncs nothing, past the oldest reader.
+    sqlite3_file *log = nullptr;
+    if (sqlite3_file_control(db, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK && log != nullptr &&
+        log->pMethods != nullptr) {
+        const int result = log->pMethods->xSync(log, SQLITE_SYNC_NORMAL);
+        if (result != SQLITE_OK)
+            return Fail(connection, result, sqlite3_errstr(result));
+    }
+    const int result = sqlite3_wal_checkpoint_v2(db, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+    return result == SQLITE_OK || result == SQLITE_BUSY ? 0 : Fail(connection);
+}
+
+int StoreFailed(const void *handle) {
+    constexpr int kPrimaryCode = 0xff; // an extended result code carries its primary code in the low byte
+    switch (Connection(handle)->code & kPrimaryCode) {
+    case SQLITE_BUSY:
+    case SQLITE_CANTOPEN:
+    case SQLITE_CORRUPT:
+    case SQLITE_FULL:
+    case SQLITE_IOERR:
+    case SQLITE_LOCKED:
+    case SQLITE_NOMEM:
+    case SQLITE_NOTADB:
+    case SQLITE_PERM:
+    case SQLITE_PROTOCOL:
+    case SQLITE_READONLY:
+        return 1;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+const VELUDBEngine *SqliteEngine() {
+    static constexpr VELUDBEngine kEngine = {
+        .seam = kEngineSeam,
+        .name = "sqlite",
+        .open = SqliteOpen,
+        .close = [](void *connection) { delete Connection(connection); },
+        .exec = Exec,
+        .prepare = Prepare,
+        .run = Run,
+        .begin = Begin,
+        .commit = Commit,
+        .rollback = Rollback,
+        .in_transaction = InTransaction,
+        .sync = Sync,
+        .error = [](const void *connection) { return Connection(connection)->error.c_str(); },
+        .store_failed = StoreFailed,
+    };
+    return &kEngine;
+}

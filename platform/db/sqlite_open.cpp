@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Opening an SQLite file the way the catalogues need it.
+#include <errno.h>
+#include <string.h>
+#include <strings.h>
+#include <sys/stat.h>
+
+#include <memory>
+
+#include "platform/db/sqlite_connection.h"
+
+int sqlite_busy_milliseconds = 10000;
+
+namespace {
+
+constexpr char kPrefix[] = "sqlite:";
+
+// Everybody may look at the catalogue's folder, its owner alone may change it: the daemon runs with an empty
+// umask, so the mode is given in full. SQLite makes its files 0644 by itself.
+constexpr mode_t kFolderMode = 0755;
+
+bool MakeFolders(const std::string &file, std::string *error) {
+    for (size_t slash = file.find('/', 1); slash != std::string::npos; slash = file.find('/', slash + 1)) {
+        const std::string folder = file.substr(0, slash);
+        if (mkdir(folder.c_str(), kFolderMode) != 0 && errno != EEXIST) {
+            *error = folder + ": " + strerror(errno);
+            return false;
+        }
+    }
+    return true;
+}
+
+// Readers go on reading while the daemon writes (WAL); a commit reaches the disk at the next checkpoint or
+// VELUDBSync, and what is in the file is whole at any time. Returns what failed, or an empty text.
+std::string SetUp(sqlite3 *db) {
+    if (SqliteLikeInstall(db) != SQLITE_OK || sqlite3_busy_timeout(db, sqlite_busy_milliseconds) != SQLITE_OK)
+        return sqlite3_errmsg(db);
+    sqlite3_stmt *raw = nullptr;
+    if (sqlite3_prepare_v2(db, "pragma journal_mode = wal", -1, &raw, nullptr) != SQLITE_OK)
+        return sqlite3_errmsg(db);
+    const SqliteStatement statement(raw);
+    if (sqlite3_step(raw) != SQLITE_ROW)
+        return sqlite3_errmsg(db);
+    const auto *mode = reinterpret_cast<const char *>(sqlite3_column_text(raw, 0));
+    if (mode == nullptr || strcasecmp(mode, "wal") != 0)
+        return "its file system has no write-ahead log";
+    if (sqlite3_exec(db, "pragma synchronous = normal", nullptr, nullptr, nullptr) != SQLITE_OK)
+        return sqlite3_errmsg(db);
+    return {};
+}
+
+} // namespace
+
+void *SqliteOpen(const char *uri, std::string *error) {
+    const std::string file = uri + strlen(kPrefix);
+    // The daemon changes its working directory, so a relative path would name a different file every time.
+    if (file.empty() || file.front() != '/' || file.back() == '/') {
+        *error = file + ": not an absolute file name";
+        return nullptr;
+    }
+    if (!MakeFolders(file, error))
+        return nullptr;
+    sqlite3 *raw = nullptr;
+    constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+    const int result = sqlite3_open_v2(file.c_str(), &raw, kFlags, nullptr);
+    auto connection = std::make_unique<SqliteConnection>();
+    connection->db.reset(raw);
+    const std::string failure = result != SQLITE_OK ? sqlite3_errmsg(raw) : SetUp(raw);
+    if (!failure.empty()) {
+        *error = file + ": " + failure;
+        return nullptr;
+    }
+    return connection.release();
+}

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The writes of an open batch, kept in one block of bytes until they are committed, so that they can be
+// written once more when the database gives the batch up.
+#pragma once
+
+#include <stddef.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/veludb.h"
+
+struct Batch {
+    std::string bytes;
+    size_t rows = 0;
+};
+
+void BatchAdd(Batch *batch, int statement, const VELUDBValue *values, size_t count);
+
+// Reads the write at *position and steps behind it; false behind the last. The texts stay in the batch.
+bool BatchNext(const Batch &batch, size_t *position, int *statement, std::vector<VELUDBValue> *values);

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Emptying tables and compacting databases.
+#include <string.h>
+#include <syslog.h>
+
+#include "platform/index/rows.h"
+#include "platform/index/run.h"
+#include "platform/veluindex.h"
+
+namespace {
+
+constexpr char kLogName[] = "maintenance.c";
+
+int Vacuum(Catalogue catalogue) {
+    RunScope scope;
+    // Not inside a transaction, which is why the batch is committed by asking for the connection.
+    const StoreConnectionRef connection = RunConnection(catalogue, "vacuum");
+    if (connection == nullptr)
+        return scope.Finish(-1);
+    if (VELUDBExecute(connection->db, "vacuum", nullptr) >= 0)
+        return scope.Finish(0);
+    syslog(LOG_ERR, "%s (%d) Failed to compact the catalogue. (%s)", kLogName, __LINE__,
+           VELUDBErrorGet(connection->db));
+    return scope.Finish(-1);
+}
+
+template <size_t N>
+bool IsOneOf(const char *name, const char *const (&tables)[N]) {
+    for (const char *table : tables)
+        if (strcmp(table, name) == 0)
+            return true;
+    return false;
+}
+
+int TruncateMedia(const char *table) {
+    if (RemoveAllCovers(table) != 0)
+        return -1;
+    const int removed = RemoveAll(Catalogue::media, table);
+    if (removed > 0)
+        MarkDirty(table);
+    return removed;
+}
+
+} // namespace
+
+int MediaDBVacuum() {
+    return Vacuum(Catalogue::media);
+}
+
+int PhotoDBVacuum() {
+    return Vacuum(Catalogue::photo);
+}
+
+int VELUTruncateTable(const char *name) {
+    const char *table = name != nullptr ? name : "";
+    const bool media = IsOneOf(table, kMediaTables);
+    const bool directory = strcmp(table, kDirectoryTable) == 0;
+    if (!media && !directory && !IsOneOf(table, kPhotoTables)) {
+        syslog(LOG_ERR, "%s (%d) There is no table [%s] to empty.", kLogName, __LINE__, table);
+        return -1;
+    }
+    RunScope scope;
+    const int removed =
+        media ? TruncateMedia(table) : RemoveAll(directory ? Catalogue::media : Catalogue::photo, table);
+    return scope.Finish(removed < 0 ? -1 : 0);
+}

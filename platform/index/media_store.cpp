@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Saving and removing rows of the media catalogue.
+#include <string.h>
+#include <syslog.h>
+
+#include <string>
+
+#include "platform/index/media_row.h"
+#include "platform/index/rows.h"
+#include "platform/index/run.h"
+#include "platform/index/text.h"
+#include "platform/veluindex.h"
+
+namespace {
+
+constexpr char kLogName[] = "media_store.c";
+
+int BadParameter(int line) {
+    syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, line);
+    return -1;
+}
+
+// `removed` rows are gone from `table`. Passes a failure on.
+int Removed(const char *table, int removed) {
+    if (removed > 0)
+        MarkDirty(table);
+    return removed < 0 ? -1 : 0;
+}
+
+// The covers go first: what is left undone between the two is found again by the same delete.
+int RemoveMediaRow(const char *table, const std::string &path) {
+    return RemoveRowCovers(table, path) != 0 ? -1 : Removed(table, RemoveRow(Catalogue::media, table, path));
+}
+
+int RemoveMediaTree(const std::string &directory) {
+    for (const char *table : kMediaTables) {
+        if (RemoveTreeCovers(table, directory) != 0)
+            return -1;
+        if (Removed(table, RemoveTree(Catalogue::media, table, directory)) != 0)
+            return -1;
+    }
+    return RemoveTree(Catalogue::media, kDirectoryTable, directory) < 0 ? -1 : 0;
+}
+
+} // namespace
+
+int MediaInfoDBSave(int kind, const MediaInfo *record) {
+    if (kind < kMediaMusic || kind > kMediaPlaylist || record == nullptr || record->path[0] == '\0')
+        return BadParameter(__LINE__);
+    static const int statements[] = {
+        StoreStatement(MediaRowStatement(kMediaTables[kMediaMusic])),
+        StoreStatement(MediaRowStatement(kMediaTables[kMediaVideo])),
+        StoreStatement(MediaRowStatement(kMediaTables[kMediaPhoto])),
+        StoreStatement(MediaRowStatement(kMediaTables[kMediaPlaylist])),
+    };
+    RunScope scope;
+    const MediaRow row = MediaRowOf(*record);
+    const int saved = RunWrite(Catalogue::media, statements[kind], row.values.data(), row.values.size());
+    if (saved >= 0)
+        MarkDirty(kMediaTables[kind]);
+    return scope.Finish(saved < 0 ? -1 : 0);
+}
+
+int MediaInfoDBDelete(int kind, const char *path) {
+    const bool one_table = kind >= kMediaMusic && kind <= kMediaPlaylist;
+    if ((!one_table && kind != kMediaTree) || path == nullptr)
+        return BadParameter(__LINE__);
+    const std::string key = one_table ? path : WithoutTrailingSlashes(path);
+    if (key.empty()) // a tree without a name would be everything
+        return BadParameter(__LINE__);
+    RunScope scope;
+    return scope.Finish(one_table ? RemoveMediaRow(kMediaTables[kind], key) : RemoveMediaTree(key));
+}
+
+int MediaInfoDBDirSave(const char *path) {
+    const std::string directory = WithoutTrailingSlashes(path != nullptr ? path : "");
+    if (directory.empty())
+        return BadParameter(__LINE__);
+    static const int statement =
+        StoreStatement("insert into directory (path, title, create_time, modify_time) values ($1, $2, $3, "
+                       "$4) on conflict (path) "
+                       "do update set title = excluded.title, create_time = excluded.create_time, "
+                       "modify_time = excluded.modify_time");
+    const std::string name = directory.substr(directory.rfind('/') + 1);
+    const std::string title = CatalogueText(name.data(), name.size(), false);
+    char create_time[kMediaTimeSize] = "";
+    char modify_time[kMediaTimeSize] = "";
+    // A directory that is already gone again is recorded all the same, with empty times.
+    VELUIndexCTimeMTimeGet(directory.c_str(), create_time, sizeof create_time, modify_time,
+                           sizeof modify_time);
+    RunScope scope;
+    const int saved =
+        RunWrite(Catalogue::media, statement,
+                 {TextValue(directory), TextValue(title), VELUDBValue::Text(create_time, strlen(create_time)),
+                  VELUDBValue::Text(modify_time, strlen(modify_time))});
+    return scope.Finish(saved < 0 ? -1 : 0);
+}

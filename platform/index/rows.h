@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Rows by their path: the one of a path, those of a tree, or all of a table. Used by both catalogues.
+#pragma once
+
+#include <string>
+
+#include "platform/index/schema.h"
+
+// The keys of everything that lies under a directory: from `low` on, before `high`.
+struct PathRange {
+    std::string low;
+    std::string high;
+};
+
+PathRange RangeUnder(const std::string &directory);
+
+// A directory is the same with and without slashes at its end; "/" alone becomes the empty path.
+std::string WithoutTrailingSlashes(const std::string &path);
+
+// Remove rows of a table. They return the number of rows removed, or -1.
+int RemoveRow(Catalogue catalogue, const std::string &table, const std::string &path);
+int RemoveTree(Catalogue catalogue, const std::string &table, const std::string &directory);
+int RemoveAll(Catalogue catalogue, const std::string &table);
+
+// Remove the cover pictures of such rows of a media table. They return 0 or -1.
+int RemoveRowCovers(const std::string &table, const std::string &path);
+int RemoveTreeCovers(const std::string &table, const std::string &directory);
+int RemoveAllCovers(const std::string &table);
+
+// Sets the dirty marker of a table, if it has one.
+void MarkDirty(const std::string &table);

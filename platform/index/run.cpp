@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Runs: a connection to each catalogue, opened when it is first needed, and a batch of writes on it. A
+// write's own failure leaves the batch alone where the engine allows; when the engine gives the whole
+// transaction up, its writes are done again one by one.
+#include "platform/index/run.h"
+
+#include <syslog.h>
+#include <time.h>
+
+#include <utility>
+
+#include "platform/index/batch.h"
+
+namespace {
+
+constexpr char kLogName[] = "store.c";
+
+// One commit for this many rows makes its cost negligible (measured: beyond 500 nothing is gained), and the
+// second keeps other programs' view of the catalogue, and their wait for its lock, short. The third bounds
+// the memory of a batch of very long texts.
+constexpr size_t kBatchRows = 500;
+constexpr int64_t kBatchMilliseconds = 1000;
+constexpr size_t kBatchBytes = size_t{1} << 20;
+
+// A database that cannot be reached is not asked again for this long within a run: with a busy timeout or a
+// connection attempt for each of a thousand files, a run would never end.
+constexpr int64_t kAwayMilliseconds = 5000;
+
+constexpr int kPlainText = -1; // in a batch: the first value is itself the statement
+
+struct Session {
+    StoreConnectionRef connection;
+    Batch batch;
+    bool batch_open = false;
+    int64_t batch_start = 0;
+    bool away = false;
+    int64_t away_since = 0;
+};
+
+struct Run {
+    bool active = false;
+    bool away = false; // a write was lost because its database was not there
+    bool lost = false; // a write was lost after it had been reported as done
+    Session sessions[kCatalogues];
+};
+
+Run run;
+
+Session &SessionOf(Catalogue catalogue) {
+    return run.sessions[static_cast<size_t>(catalogue)];
+}
+
+int64_t Milliseconds() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+void SetAway(Session *session) {
+    session->away = true;
+    session->away_since = Milliseconds();
+    run.away = true;
+}
+
+void LogFailure(const char *about, const char *reason) {
+    syslog(LOG_ERR, "%s (%d) Failed to write [%s] to the catalogue. (%s)", kLogName, __LINE__, about, reason);
+}
+
+bool Connect(Catalogue catalogue, const char *about) {
+    Session &session = SessionOf(catalogue);
+    if (session.connection != nullptr)
+        return true;
+    if (session.away && Milliseconds() - session.away_since < kAwayMilliseconds) {
+        LogFailure(about, "the database was out of reach a moment ago");
+        return false;
+    }
+    session.away = false;
+    session.connection = StoreConnect(catalogue);
+    if (session.connection == nullptr)
+        SetAway(&session);
+    return session.connection != nullptr;
+}
+
+int RunOne(Session *session, int statement, const VELUDBValue *values, size_t count) {
+    if (statement == kPlainText)
+        return VELUDBExecute(session->connection->db, std::string(values->text, values->length).c_str(),
+                             nullptr);
+    return StoreRun(session->connection.get(), statement, values, count, nullptr);
+}
+
+std::string About(const VELUDBValue *values, size_t count) {
+    return count > 0 && values->type == VELUDBValue::Type::text ? std::string(values->text, values->length)
+                                                                : "";
+}
+
+// A connection that has failed is not trusted any more; the next write opens another.
+void Drop(Session *session) {
+    if (session->connection != nullptr)
+        VELUDBRollback(session->connection->db);
+    session->connection.reset();
+    session->batch_open = false;
+}
+
+// Does the writes of a batch that was given up again, each for itself.
+void Replay(Catalogue catalogue) {
+    Session &session = SessionOf(catalogue);
+    const Batch batch = std::exchange(session.batch, {});
+    Drop(&session);
+    Connect(catalogue, "a batch"); // without it each write below fails by its own name
+    size_t position = 0;
+    int statement = 0;
+    std::vector<VELUDBValue> values;
+    while (BatchNext(batch, &position, &statement, &values)) {
+        const std::string about = About(values.data(), values.size());
+        if (session.connection == nullptr && !Connect(catalogue, about.c_str())) {
+            run.lost = true;
+            continue;
+        }
+        if (RunOne(&session, statement, values.data(), values.size()) >= 0)
+            continue;
+        run.lost = true;
+        LogFailure(about.c_str(), VELUDBErrorGet(session.connection->db));
+        if (BlVELUDBStoreFailed(session.connection->db)) {
+            SetAway(&session);
+            Drop(&session);
+        }
+    }
+}
+
+void Commit(Catalogue catalogue) {
+    Session &session = SessionOf(catalogue);
+    if (!session.batch_open)
+        return;
+    session.batch_open = false;
+    if (VELUDBCommit(session.connection->db) != 0)
+        Replay(catalogue);
+    session.batch.bytes.clear();
+    session.batch.rows = 0;
+}
+
+bool BatchIsFull(const Session &session) {
+    return session.batch_open &&
+           (session.batch.rows >= kBatchRows || session.batch.bytes.size() >= kBatchBytes ||
+            Milliseconds() - session.batch_start >= kBatchMilliseconds);
+}
+
+// True when the engine has given the batch up; it is then already done again.
+bool Recovered(Catalogue catalogue) {
+    Session &session = SessionOf(catalogue);
+    if (!session.batch_open || VELUDBInTransaction(session.connection->db))
+        return false;
+    Replay(catalogue);
+    return true;
+}
+
+int WriteFailed(Session *session, const std::string &about) {
+    VELUDB *db = session->connection->db;
+    LogFailure(about.c_str(), VELUDBErrorGet(db));
+    if (BlVELUDBStoreFailed(db)) {
+        SetAway(session);
+        if (!session->batch_open)
+            Drop(session);
+    }
+    return -1;
+}
+
+} // namespace
+
+int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size_t count) {
+    Session &session = SessionOf(catalogue);
+    if (BatchIsFull(session))
+        Commit(catalogue);
+    const std::string about = About(values, count);
+    if (!Connect(catalogue, about.c_str()))
+        return -1;
+    if (!session.batch_open) {
+        if (VELUDBBegin(session.connection->db) != 0)
+            return WriteFailed(&session, about);
+        session.batch_open = true;
+        session.batch_start = Milliseconds();
+    }
+    int affected = RunOne(&session, statement, values, count);
+    if (affected < 0 && Recovered(catalogue)) {
+        if (!Connect(catalogue, about.c_str()))
+            return -1;
+        affected = RunOne(&session, statement, values, count);
+    }
+    if (affected < 0)
+        return WriteFailed(&session, about);
+    if (session.batch_open)
+        BatchAdd(&session.batch, statement, values, count);
+    if (BatchIsFull(session))
+        Commit(catalogue);
+    return affected;
+}
+
+int RunWrite(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values) {
+    return RunWrite(catalogue, statement, values.begin(), values.size());
+}
+
+int RunWriteText(Catalogue catalogue, const char *sql) {
+    return RunWrite(catalogue, kPlainText, {TextValue(sql)});
+}
+
+VELUDBResult *RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values) {
+    Session &session = SessionOf(catalogue);
+    const std::string about = About(values.begin(), values.size());
+    VELUDBResult *rows = nullptr;
+    if (!Connect(catalogue, about.c_str()))
+        return nullptr;
+    int result = StoreRun(session.connection.get(), statement, values.begin(), values.size(), &rows);
+    if (result < 0 && Recovered(catalogue)) {
+        if (!Connect(catalogue, about.c_str()))
+            return nullptr;
+        result = StoreRun(session.connection.get(), statement, values.begin(), values.size(), &rows);
+    }
+    if (result < 0)
+        WriteFailed(&session, about);
+    return rows;
+}
+
+StoreConnectionRef RunConnection(Catalogue catalogue, const char *about) {
+    Commit(catalogue);
+    return Connect(catalogue, about) ? SessionOf(catalogue).connection : nullptr;
+}
+
+void VELUIndexRunBegin() {
+    if (run.active)
+        return;
+    run = Run();
+    run.active = true;
+}
+
+int VELUIndexRunFlush() {
+    Commit(Catalogue::media);
+    Commit(Catalogue::photo);
+    return run.away ? -1 : 0;
+}
+
+int VELUIndexRunEnd() {
+    VELUIndexRunFlush();
+    for (Session &session : run.sessions) {
+        if (session.connection != nullptr && VELUDBSync(session.connection->db) != 0) {
+            syslog(LOG_ERR, "%s (%d) Failed to bring the catalogue to the disk. (%s)", kLogName, __LINE__,
+                   VELUDBErrorGet(session.connection->db));
+            run.away = true;
+        }
+        session = Session();
+    }
+    run.active = false;
+    return run.away ? -1 : 0;
+}
+
+RunScope::RunScope() : own(!run.active) {
+    VELUIndexRunBegin();
+}
+
+RunScope::~RunScope() {
+    if (own && run.active)
+        VELUIndexRunEnd();
+}
+
+int RunScope::Finish(int result) {
+    if (!own)
+        return result;
+    return VELUIndexRunEnd() != 0 || run.lost ? -1 : result;
+}
+
+VELUDBValue TextValue(const std::string &text) {
+    return VELUDBValue::Text(text.data(), text.size());
+}

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Reads and writes of the catalogue operations, on the connections of the run. Values begin with the path
+// that a write is about (or its whole statement): the log names a failed write by it.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+
+#include "platform/index/store.h"
+#include "platform/veluindex.h"
+
+// Writes through a registered statement, within the batch. Returns the number of rows changed, or -1, logged.
+int RunWrite(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);
+int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size_t count);
+
+// Writes through a statement that somebody has put together.
+int RunWriteText(Catalogue catalogue, const char *sql);
+
+// Reads through a registered statement; sees what the batch has written. Null on failure, logged.
+VELUDBResult *RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);
+
+// Commits the batch and lends the connection, for what must not run inside a transaction or goes on using the
+// connection. Null on failure, logged with `about`.
+StoreConnectionRef RunConnection(Catalogue catalogue, const char *about);
+
+// A run of its own around a single operation, unless one is open.
+struct RunScope {
+    RunScope();
+    RunScope(const RunScope &) = delete;
+    RunScope &operator=(const RunScope &) = delete;
+    ~RunScope();
+
+    // Ends that run. `result` when all is stored, else -1.
+    [[nodiscard]] int Finish(int result);
+
+    bool own;
+};
+
+VELUDBValue TextValue(const std::string &text);
