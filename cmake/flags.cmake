@@ -8,7 +8,10 @@ target_compile_options(velu_flags INTERFACE
     -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wundef
     -Wcast-align -Wcast-qual -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference)
 target_compile_definitions(velu_flags INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64 _GNU_SOURCE)
-
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # Texts are cut to their fields on purpose, everywhere.
+    target_compile_options(velu_flags INTERFACE -Wno-format-truncation)
+endif()
 
 if(VELU_SANITIZE)
     target_compile_options(velu_flags INTERFACE

@@ -18,7 +18,13 @@ struct MediaInfo;
 struct PhotoRecord;
 
 // Record kinds: the tables music, video, photo and playlist. kMediaTree stands for all of them in a delete.
-enum MediaKind : int { kMediaMusic = 0, kMediaVideo = 1, kMediaPhoto = 2, kMediaPlaylist = 3, kMediaTree = 5 };
+enum MediaKind : int {
+    kMediaMusic = 0,
+    kMediaVideo = 1,
+    kMediaPhoto = 2,
+    kMediaPlaylist = 3,
+    kMediaTree = 5
+};
 
 // --- Runs ---------------------------------------------------------------------------------------------------
 // Between RunBegin and RunEnd the store keeps its connections open and writes in bounded batches: a batch is
@@ -58,7 +64,8 @@ int MediaInfoDBDirSave(const char *path);
 // "*"; `condition` (without WHERE), `order` (without ORDER BY) may be null; `limit` 0 means all. Null on
 // failure; to be freed with MediaInfoDBClose.
 struct VELUIndexRows;
-VELUIndexRows *MediaInfoDBOpen(int table, const char *columns, const char *condition, const char *order, int limit);
+VELUIndexRows *MediaInfoDBOpen(int table, const char *columns, const char *condition, const char *order,
+                               int limit);
 void MediaInfoDBClose(VELUIndexRows *rows);
 
 // Compacts a catalogue. Negative on failure.
@@ -88,7 +95,8 @@ int PhotoInfoDBDirDelete(const char *path);
 
 // Rows of a table of the photo catalogue: 0 photo_image, 1 video_desc, 2 video_comment, 3 photo_share,
 // 4 photo_access_right. Arguments and result as for MediaInfoDBOpen; freed with PhotoInfoDBClose.
-VELUIndexRows *PhotoInfoDBOpen(int table, const char *columns, const char *condition, const char *order, int limit);
+VELUIndexRows *PhotoInfoDBOpen(int table, const char *columns, const char *condition, const char *order,
+                               int limit);
 void PhotoInfoDBClose(VELUIndexRows *rows);
 
 // The rows behind MediaInfoDBOpen and PhotoInfoDBOpen, and the connection that they came from (open as long as
@@ -149,7 +157,8 @@ enum CoverFormat : int { kCoverJpeg = 1, kCoverPng = 2 };
 // Where the cover picture of a media file is kept: the picture type (0 to 20, id3.org 2.3.0 section 4.15), an
 // index from 1 and a format name it. The folder is made when missing. Returns 1, or 0 (`out` is then empty)
 // when an argument is bad, the path does not fit or the folder cannot be made.
-int GetCoverPath(const char *media_path, char *out, size_t size, int picture_type, int cover_index, int format);
+int GetCoverPath(const char *media_path, char *out, size_t size, int picture_type, int cover_index,
+                 int format);
 
 // The folder that holds (or would hold) the covers of a media file; nothing is made. Returns 1 or 0.
 int GetCoverFolder(const char *media_path, char *out, size_t size);

@@ -449,9 +449,9 @@ TEST_P(TiffSize, CountOfEntriesMayLie) {
 INSTANTIATE_TEST_SUITE_P(Layouts, TiffSize,
                          testing::Values(Tiff{ByteOrder::kLittle, false}, Tiff{ByteOrder::kBig, false},
                                          Tiff{ByteOrder::kLittle, true}, Tiff{ByteOrder::kBig, true}),
-                         [](const auto &info) {
-                             return std::string(info.param.big ? "Big" : "Classic") +
-                                    (info.param.order == ByteOrder::kBig ? "MM" : "II");
+                         [](const auto &layout) {
+                             return std::string(layout.param.big ? "Big" : "Classic") +
+                                    (layout.param.order == ByteOrder::kBig ? "MM" : "II");
                          });
 
 TEST(BigTiffSize, Long8Values) {

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "catalogue/playlist.h"
+
+#include <stdio.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <time.h>
+
+#include "catalogue/util.h"
+
+namespace {
+
+constexpr char kLogName[] = "playlist.c";
+
+// The time as ctime() writes it, newline included. A year that ctime() cannot write leaves the field empty.
+void CtimeText(time_t when, char (&field)[kMediaTimeSize]) {
+    char text[64]; // ctime_r asks for 26 bytes; a year beyond four digits takes a few more
+    if (ctime_r(&when, text) != nullptr)
+        snprintf(field, sizeof field, "%s", text);
+}
+
+} // namespace
+
+int PlaylistFileIndex(const char *path) {
+    if (path == nullptr || *path == '\0') {
+        syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
+        return -1;
+    }
+    MediaInfo record = {};
+    if (MediaInfoFillBasic(path, &record) != 0)
+        return -1;
+    struct stat status;
+    if (stat(path, &status) != 0)
+        return -1;
+    record.file_size = static_cast<uint64_t>(status.st_size);
+    CtimeText(status.st_ctime, record.create_time);
+    CtimeText(status.st_mtime, record.modify_time);
+    if (MediaInfoDBSave(kMediaPlaylist, &record) != 0) {
+        syslog(LOG_ERR, "%s (%d) Failed to save playlist info.", kLogName, __LINE__);
+        return -1;
+    }
+    return 0;
+}
+
+int PlaylistFileRemove(const char *path) {
+    return MediaFileRemove(kMediaPlaylist, path, kLogName);
+}

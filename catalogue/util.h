@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What the indexers share: the fields that a path and the file system give, and the removal of a row.
+#pragma once
+
+#include "catalogue/media_info.h"
+
+// Fills path, file_size, title, album, create_time and modify_time of a zeroed record. Returns 0, or -1 for a
+// missing or empty argument (logged) or a path that is not an existing file (silent).
+int MediaInfoFillBasic(const char *path, MediaInfo *record);
+
+// The text after the last "/" of a path, within it; the whole path when it has none.
+const char *PathBaseName(const char *path);
+
+// Writes the base name up to its last "." (all of it when it has none), cut to the field.
+void MediaTitleFromName(const char *path, char (&title)[kMediaTextSize]);
+
+// Writes the name of the directory that holds the file; nothing when the path has fewer than two "/". Returns
+// false when the field is too short for the name and its "/" (the caller logs it as impossible).
+[[nodiscard]] bool MediaAlbumFromPath(const char *path, char (&album)[kMediaTextSize]);
+
+// Removes the row of `path` from the table of `kind`; the row of a file that is still there stays. Returns 0
+// or -1. Failures are logged in the name and line of the caller.
+int MediaFileRemove(int kind, const char *path, const char *log_name, int line = __builtin_LINE());

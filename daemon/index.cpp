@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "daemon/index.h"
+
+#include <string.h>
+#include <syslog.h>
+
+#include "daemon/directory.h"
+#include "platform/veluindex.h"
+#include "platform/velusdk.h"
+
+namespace {
+
+constexpr char kLogName[] = "index.c";
+
+// "Failed to parse media metadata" in the appliance's event log, and its class and level there.
+constexpr uint32_t kEventParseFailed = 0x11B00510;
+constexpr int kEventClass = 2;
+constexpr int kEventLevel = 3;
+
+constexpr char kResourceForkPrefix[] = "._";
+
+} // namespace
+
+int IndexFileAdd(const char *path, int mode) {
+    if (path == nullptr) {
+        syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
+        return -1;
+    }
+    if (mode != kIndexAdd && mode != kIndexRemove) {
+        syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
+        return -1;
+    }
+    if (IsDirExist(path)) {
+        if (mode == kIndexAdd)
+            DirectoryAdd(path);
+        return 0;
+    }
+    const char *extension = VELUIndexExtGet(path);
+    if (extension == nullptr)
+        return -1;
+    const IndexHandler *handler = IndexHandlerFind(extension);
+    if (handler == nullptr)
+        return 0;
+    if (mode == kIndexRemove)
+        return handler->remove(path);
+
+    const char *slash = strrchr(path, '/');
+    if (slash == nullptr || strncmp(slash + 1, kResourceForkPrefix, strlen(kResourceForkPrefix)) == 0)
+        return -1;
+    const int result = handler->add(path);
+    if (result == 1) {
+        syslog(LOG_ERR, "%s:%d Failed to parse media metadata of file [%s].", kLogName, __LINE__, path);
+        VELULogSet1(kEventClass, kEventLevel, kEventParseFailed, path, "", "", "");
+        return -1;
+    }
+    return result;
+}

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The entry to the indexers: one file or directory is added to or removed from the media catalogue, the
+// indexer being chosen by the extension.
+#pragma once
+
+// What is to be done with an entry or a tree. kIndexReindex and kIndexUpdate are for trees only: the former
+// takes whole shares anew, the latter is an add pass over the photo library.
+enum IndexMode : int { kIndexAdd = 1, kIndexRemove = 2, kIndexReindex = 3, kIndexUpdate = 5 };
+
+// One extension and its indexers; each takes a path and returns 0, 1 (saved without metadata) or -1.
+struct IndexHandler {
+    const char *extension;
+    int (*add)(const char *path);
+    int (*remove)(const char *path);
+};
+
+// All extensions that are indexed, in the order in which they are looked up, ended by a row of nulls.
+extern const IndexHandler IndexHandlerTable[];
+
+// The row of an extension (compared without case), or null.
+const IndexHandler *IndexHandlerFind(const char *extension);
+
+// Adds (mode kIndexAdd) or removes (kIndexRemove) one entry. Returns 0 when done or when there is nothing to
+// do, -1 on failure, otherwise the indexer's result. Files whose name begins with "._" (companions that hold
+// resource forks) are never added. A file whose metadata could not be read is reported to the event log and
+// counts as a failure, though its row is saved.
+int IndexFileAdd(const char *path, int mode);

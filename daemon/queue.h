@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The indexing queue: takes over what other programs have written and carries it out.
+#pragma once
+
+inline constexpr char kQueueFile[] = "/var/spool/velu_indexing_queue";
+inline constexpr char kQueueWorkingCopy[] = "/var/spool/velu_indexing_queue.tmp";
+
+// Renames the queue to its working copy (or takes a copy that an interrupted run left), carries out its lines
+// in order, brings the catalogue safely to disk, deletes the copy and tells the media servers. When the
+// catalogue could not take the rows, the copy stays for the next run.
+void IndexQueueProcess();

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "daemon/queue_commands.h"
+
+#include <string.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include "catalogue/features.h"
+#include "daemon/index.h"
+#include "daemon/path_rules.h"
+#include "daemon/walker.h"
+#include "photo/flv_converter.h"
+#include "photo/photo_index.h"
+#include "photo/photo_share.h"
+#include "photo/photo_sync.h"
+#include "platform/veluindex.h"
+#include "platform/velusdk.h"
+
+namespace {
+
+constexpr char kLogName[] = "veluindexd.c";
+
+constexpr char kPhotoShareLink[] = "/var/services/photo";
+constexpr int kWalkBoth = kWalkMedia | kWalkPhotoLibrary;
+
+// Operations of the photo library: of one file, of an album, tables of the video application.
+constexpr int kPhotoFileAdd = 1;
+constexpr int kPhotoFileDelete = 2;
+constexpr int kAlbumCreate = 1;
+constexpr int kAlbumDelete = 2;
+constexpr int kVideoDescTable = 1;
+constexpr int kVideoCommentTable = 2;
+
+bool InPhotoLibrary(const char *path) {
+    return IsPhotoPath(path) && supportphoto;
+}
+
+bool StillExists(const char *path, int line = __builtin_LINE()) {
+    if (!IsDirExist(path) && !IsFileExist(path, nullptr))
+        return false;
+    syslog(LOG_ERR, "%s (%d) Dir or File exists (%s). Skip remove it from database.", kLogName, line, path);
+    return true;
+}
+
+void TreeAdd(const char *path) {
+    IndexDirWalk(path, kIndexAdd, kWalkBoth);
+    if (InPhotoLibrary(path) && IsDirExist(path)) {
+        PhotoShareFsCheck();
+        PhotoShareTreeAdd(path);
+    }
+}
+
+void TreeRemove(const char *path) {
+    if (StillExists(path))
+        return;
+    IndexDirWalk(path, kIndexRemove, kWalkBoth);
+    if (InPhotoLibrary(path))
+        PhotoShareUpdate(path, kAlbumDelete);
+}
+
+void FileAdd(const char *path) {
+    const int result = IndexFileAdd(path, kIndexAdd);
+    if (!InPhotoLibrary(path))
+        return;
+    if (result == 0)
+        PhotoLibraryFileUpdate(path, kPhotoFileAdd);
+    else
+        FlvConverterRun(path);
+    if (IsDirExist(path))
+        PhotoShareUpdate(path, kAlbumCreate);
+}
+
+void FileRemove(const char *path) {
+    if (StillExists(path))
+        return;
+    IndexFileAdd(path, kIndexRemove);
+    if (InPhotoLibrary(path))
+        PhotoLibraryFileUpdate(path, kPhotoFileDelete);
+}
+
+void VideoTablesRename(const char *new_path, const char *old_path) {
+    PhotoVideoInfoPathRename(kVideoDescTable, new_path, old_path);
+    PhotoVideoInfoPathRename(kVideoCommentTable, new_path, old_path);
+}
+
+void FileRename(const char *new_path, const char *old_path) {
+    IndexFileAdd(old_path, kIndexRemove);
+    IndexFileAdd(new_path, kIndexAdd);
+    if (!InPhotoLibrary(new_path))
+        return;
+    PhotoPathRename(new_path, old_path, 0);
+    if (supportcinehall && BlVELUIndexIsVideoOnWebFile(new_path))
+        VideoTablesRename(new_path, old_path);
+}
+
+void TreeRename(const char *new_path, const char *old_path) {
+    IndexDirWalk(old_path, kIndexRemove, kWalkMedia);
+    IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
+    if (!InPhotoLibrary(new_path))
+        return;
+    PhotoPathRename(new_path, old_path, 1);
+    PhotoShareRename(new_path, old_path);
+    if (supportcinehall)
+        VideoTablesRename(new_path, old_path);
+}
+
+void Reindex(const char *what) {
+    if (strcmp(what, "photo") == 0) {
+        PhotoShareFsCheck();
+        PhotoLibraryResync(nullptr);
+        PhotoDBVacuum();
+        PhotoShareResync(nullptr);
+    } else if (strcmp(what, "music") == 0) {
+        IndexDirWalk(nullptr, kIndexReindex, kWalkMusicShare);
+    } else if (strcmp(what, "video") == 0) {
+        IndexDirWalk(nullptr, kIndexReindex, kWalkVideoShare);
+    } else {
+        IndexDirWalk(nullptr, kIndexReindex, kWalkMedia);
+    }
+}
+
+void PhotoLibraryUpdate(const char *what) {
+    if (strcmp(what, "photo") != 0)
+        return;
+    char target[4096] = {};
+    if (readlink(kPhotoShareLink, target, sizeof target - 1) < 0) {
+        syslog(LOG_ERR, "%s (%d) Failed to read link of %s", kLogName, __LINE__, kPhotoShareLink);
+        return;
+    }
+    PhotoShareFsCheck();
+    IndexDirWalk(target, kIndexUpdate, kWalkPhotoLibrary);
+}
+
+} // namespace
+
+void QueueRequestExecute(const QueueRequest &request) {
+    const char *argument = request.argument.c_str();
+    switch (request.command) {
+    case 'A':
+        TreeAdd(argument);
+        break;
+    case 'D':
+        TreeRemove(argument);
+        break;
+    case 'a':
+        FileAdd(argument);
+        break;
+    case 'd':
+        FileRemove(argument);
+        break;
+    case 'N':
+        if (IsDirExist(argument))
+            TreeRename(argument, request.old_path.c_str());
+        else
+            FileRename(argument, request.old_path.c_str());
+        break;
+    case 'R':
+        Reindex(argument);
+        break;
+    case 'T':
+        VELUTruncateTable(argument);
+        break;
+    case 'U':
+        PhotoLibraryUpdate(argument);
+        break;
+    default: // QueueLineParse lets no other letter through
+        break;
+    }
+}

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "daemon/queue_reader.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+bool QueueReader::Open(const char *path) {
+    // Without O_NONBLOCK a pipe at the queue's place would hold the daemon for ever.
+    FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status;
+    if (!file || fstat(file.get(), &status) != 0)
+        return false;
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        return false;
+    }
+    buffer_ = std::make_unique<char[]>(kBufferSize);
+    file_ = std::move(file);
+    start_ = end_ = 0;
+    return true;
+}
+
+void QueueReader::Refill() {
+    memmove(buffer_.get(), buffer_.get() + start_, end_ - start_);
+    end_ -= start_;
+    start_ = 0;
+    while (end_ < kBufferSize) {
+        const ssize_t got = read(file_.get(), buffer_.get() + end_, kBufferSize - end_);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
+        end_ += static_cast<size_t>(got);
+    }
+}
+
+bool QueueReader::Next(std::string &line) {
+    const auto newline = [this]() -> const char * {
+        const size_t length = std::min(end_ - start_, kQueueLineMax);
+        return static_cast<const char *>(memchr(buffer_.get() + start_, '\n', length));
+    };
+    const char *end = newline();
+    if (end == nullptr && end_ - start_ < kQueueLineMax) {
+        Refill();
+        end = newline();
+    }
+    const char *begin = buffer_.get() + start_;
+    const size_t length =
+        end != nullptr ? static_cast<size_t>(end - begin) + 1 : std::min(end_ - start_, kQueueLineMax);
+    line.assign(begin, length);
+    start_ += length;
+    return length > 0;
+}

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Reads the working copy of the queue line by line.
+#pragma once
+
+#include <stddef.h>
+
+#include <memory>
+#include <string>
+
+#include "platform/handle.h"
+
+// A line has at most this many bytes, its newline included; a longer one comes in pieces, each a line.
+inline constexpr size_t kQueueLineMax = 4111;
+
+class QueueReader {
+public:
+    // Opens a regular file; false with errno set when that is not possible.
+    [[nodiscard]] bool Open(const char *path);
+
+    // Puts the next line, with its newline if it has one, into `line`. False at the end of the file; a
+    // further call looks again, so that lines which a slow writer has appended in the meantime are found.
+    [[nodiscard]] bool Next(std::string &line);
+
+private:
+    void Refill();
+
+    // Lines are short and files may be long: one read serves hundreds of lines.
+    static constexpr size_t kBufferSize = 64 * 1024;
+    static_assert(kBufferSize > kQueueLineMax);
+
+    FdHandle file_;
+    std::unique_ptr<char[]> buffer_;
+    size_t start_ = 0; // of the bytes not yet given out
+    size_t end_ = 0;
+};

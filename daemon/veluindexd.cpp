@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Start-up of the media-indexing daemon.
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include "catalogue/features.h"
+#include "daemon/main_loop.h"
+#include "daemon/queue.h"
+#include "platform/handle.h"
+#include "platform/velusdk.h"
+
+namespace {
+
+constexpr char kLogName[] = "veluindexd.c";
+constexpr char kProgram[] = "veluindexd";
+constexpr char kPidFile[] = "/var/run/veluindexd.pid";
+
+// Media servers and file sharing come first on a small machine.
+constexpr int kNiceness = 10;
+
+// Handler of SIGTERM. Only calls that are safe in a handler: the store's open batch is rolled back by the
+// next start, and the working copy of the queue is still there for it.
+[[noreturn]] void Die(int) {
+    unlink(kPidFile);
+    _exit(0);
+}
+
+void PidFileWrite() {
+    // The umask is 0; the file says whom to signal, so that only its owner may write it.
+    const int fd = open(kPidFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    FileHandle file(fd < 0 ? nullptr : fdopen(fd, "w"));
+    if (file == nullptr) {
+        syslog(LOG_ERR, "%s(%d): Failed to create %s. (%s)", kLogName, __LINE__, kPidFile, strerror(errno));
+        exit(0);
+    }
+    if (fprintf(file.get(), "%d", static_cast<int>(getpid())) < 0 || fflush(file.get()) != 0)
+        syslog(LOG_ERR, "%s(%d): fprintf pid failed. (%s)", kLogName, __LINE__, strerror(errno));
+}
+
+void BecomeDaemon() {
+    if (daemon(0, 0) != 0) {
+        syslog(LOG_ERR, "%s (%d) Failed to become a daemon.(%s)", kLogName, __LINE__, strerror(errno));
+        exit(1);
+    }
+    PidFileWrite();
+    setpriority(PRIO_PROCESS, 0, kNiceness);
+}
+
+void HandlersInstall() {
+    if (signal(SIGUSR1, SetDirty) == SIG_ERR) {
+        syslog(LOG_ERR, "%s (%d) signal(SIGUSR1, SetDirty) failed.", kLogName, __LINE__);
+        exit(1);
+    }
+    if (signal(SIGTERM, Die) == SIG_ERR) {
+        syslog(LOG_ERR, "%s (%d) signal(SIGTERM, Die) failed.", kLogName, __LINE__);
+        exit(1);
+    }
+}
+
+// Work that waited while no daemon ran, or that the last one could not finish.
+void LeftOversProcess() {
+    if (BlKLIBFileExist(kQueueWorkingCopy))
+        IndexQueueProcess();
+    if (BlKLIBFileExist(kQueueFile))
+        IndexQueueProcess();
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    umask(0);
+    if (argc == 2 && strcmp(argv[1], "--help") == 0) {
+        KLIBCopyright(kProgram);
+        return 0;
+    }
+    if (KLIBReadPidFile(kPidFile) >= 1) {
+        printf("Daemon alive. No need to start\n");
+        return 1;
+    }
+    openlog(kProgram, LOG_PID, LOG_DAEMON);
+    BecomeDaemon();
+    HandlersInstall();
+    DatabasesVacuum();
+    FeatureSwitchesRead();
+    LeftOversProcess();
+    MainLoop();
+}

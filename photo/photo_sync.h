@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Keeps the photo library's rows in step with renames and with the disk.
+#pragma once
+
+// Follows the rename of a file (is_dir 0) or directory in the photo rows. Returns 0 or -1.
+int PhotoPathRename(const char *new_path, const char *old_path, int is_dir);
+
+// Follows a rename in the path column of video_desc (table 1) or video_comment (table 2). Returns 0 or -1.
+int PhotoVideoInfoPathRename(int table, const char *new_prefix, const char *old_prefix);
+
+// Brings the rows in step with the tree at `path`, or with the whole photo share when it is null. Returns 0
+// or -1.
+int PhotoLibraryResync(const char *path);

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "daemon/main_loop.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/unit/log_capture.h"
+#include "tests/unit/test_files.h"
+
+namespace {
+
+constexpr time_t kHour = 3600;
+constexpr time_t kStart = 1'000'000'000;
+
+class MainLoopTest : public testing::Test {
+protected:
+    MainLoopTest() {
+        SandboxReset();
+        dirty = 0;
+        pending = 0;
+        signal_count = 0;
+        last_vacuum = kStart;
+        LogTake();
+    }
+};
+
+} // namespace
+
+TEST_F(MainLoopTest, TheHandlerSetsBothFlagsAndCounts) {
+    SetDirty(SIGUSR1);
+    SetDirty(SIGUSR1);
+    EXPECT_EQ(dirty, 1);
+    EXPECT_EQ(pending, 1);
+    EXPECT_EQ(signal_count, 2);
+}
+
+TEST_F(MainLoopTest, AnIdleDaemonWaits) {
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(WakeUpHandle(kStart + 100 * kHour), WakeUp::wait);
+    EXPECT_EQ(last_vacuum, kStart); // an idle daemon never vacuums
+}
+
+TEST_F(MainLoopTest, OneSignalIsProcessedAtTheSecondWakeUp) {
+    SetDirty(SIGUSR1);
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
+    EXPECT_EQ(pending, 0);
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::process);
+    EXPECT_EQ(dirty, 0);
+    EXPECT_EQ(pending, 0);
+    EXPECT_EQ(signal_count, 0);
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
+}
+
+TEST_F(MainLoopTest, EachFurtherSignalPutsProcessingOff) {
+    for (int i = 0; i < 5; ++i) {
+        SetDirty(SIGUSR1);
+        EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
+    }
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::process);
+}
+
+TEST_F(MainLoopTest, PendingWithoutDirtyWaitsForItsQuietSleep) {
+    pending = 1;
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
+    EXPECT_EQ(dirty, 1);
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::process);
+}
+
+TEST_F(MainLoopTest, VacuumsBeforeARunAfterMoreThanTwelveHours) {
+    dirty = 1;
+    EXPECT_EQ(WakeUpHandle(kStart + 12 * kHour), WakeUp::process);
+    EXPECT_EQ(last_vacuum, kStart); // exactly twelve hours are not more
+    dirty = 1;
+    EXPECT_EQ(WakeUpHandle(kStart + 12 * kHour + 1), WakeUp::process);
+    EXPECT_NE(last_vacuum, kStart);
+}
+
+TEST_F(MainLoopTest, AFailedVacuumIsLoggedForEachDatabase) {
+    FileWrite("/etc/veluinfo.conf", "mediadb=\"sqlite:/proc/no/such/place.db\"\nphotodb=\"nonsense\"\n");
+    DatabasesVacuum();
+    const std::vector<std::string> log = LogTakeTexts();
+    EXPECT_NE(std::find(log.begin(), log.end(), "veluindexd.c# vaccuum mediaserver failed."), log.end());
+    EXPECT_NE(std::find(log.begin(), log.end(), "veluindexd.c# vaccuum photodb failed."), log.end());
+}
