@@ -17,6 +17,10 @@ if(VELU_SANITIZE)
     target_compile_options(velu_flags INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(velu_flags INTERFACE -fsanitize=address,undefined)
+    if(VELU_FUZZ)
+        # The fuzzer finds its way by the coverage of the libraries, not by that of the targets alone.
+        target_compile_options(velu_flags INTERFACE -fsanitize=fuzzer-no-link)
+    endif()
 else()
     # _FORTIFY_SOURCE needs optimisation and clashes with the sanitizers' own interceptors.
     if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")

@@ -110,7 +110,7 @@ TEST_F(CoverPlace, PathMakesItsFolders) {
 }
 
 TEST_F(CoverPlace, FoldersHaveTheirModeWhateverTheUmask) {
-    for (mode_t mask : {0, 077, 0777}) {
+    for (mode_t mask : {0U, 077U, 0777U}) {
         const mode_t before = umask(mask);
         PathOf(kSong, 3, 1, kCoverJpeg);
         umask(before);

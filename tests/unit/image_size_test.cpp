@@ -8,14 +8,13 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -91,9 +90,9 @@ std::string Segment(int marker, const std::string &content) {
     return "\xFF"s + static_cast<char>(marker) + Big(content.size() + 2, 2) + content;
 }
 
-std::string Frame(int marker, int width, int height, int components = 3) {
+std::string Frame(int marker, uint64_t width, uint64_t height, uint8_t components = 3) {
     return Segment(marker, "\x08" + Big(height, 2) + Big(width, 2) + static_cast<char>(components) +
-                               std::string(static_cast<size_t>(components) * 3, '\x11'));
+                               std::string(size_t{components} * 3, '\x11'));
 }
 
 const std::string kScan = Segment(0xDA, "\x01\x01\0\0\x3F\0"s) + "data\xFF\xD9";
@@ -113,7 +112,7 @@ struct Tiff {
                (big ? Number(8, 2) + Number(0, 2) : "") + Number(directory, OffsetSize());
     }
 
-    std::string Entry(int tag, int type, uint64_t value, uint64_t count = 1) const {
+    std::string Entry(uint64_t tag, uint64_t type, uint64_t value, uint64_t count = 1) const {
         const size_t width = type == 3 ? 2 : type == 16 ? 8 : 4;
         std::string field = Number(value, width);
         field.resize(OffsetSize(), '\0');
@@ -138,7 +137,7 @@ std::string Bmp(uint32_t header, const std::string &fields) {
     return "BM" + std::string(12, '\0') + Little(header, 4) + fields + std::string(128, '\0');
 }
 
-std::string Ico(int width, int height, int entries = 1, int type = 1) {
+std::string Ico(uint8_t width, uint8_t height, uint64_t entries = 1, uint64_t type = 1) {
     return Little(0, 2) + Little(type, 2) + Little(entries, 2) + static_cast<char>(width) +
            static_cast<char>(height) + std::string(6, '\0') + Little(40, 4) + Little(6 + 16 * entries, 4);
 }
@@ -147,7 +146,7 @@ std::string Png(uint32_t width, uint32_t height) {
     return "\x89PNG\r\n\x1A\n"s + Big(13, 4) + "IHDR" + Big(width, 4) + Big(height, 4) + "\x08\x02\0\0\0"s;
 }
 
-std::string Psd(int version, uint32_t width, uint32_t height) {
+std::string Psd(uint64_t version, uint32_t width, uint32_t height) {
     return "8BPS" + Big(version, 2) + std::string(6, '\0') + Big(3, 2) + Big(height, 4) + Big(width, 4);
 }
 
@@ -171,8 +170,9 @@ protected:
     }
 
     static std::string Read(const std::string &path) {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+        std::ostringstream bytes;
+        bytes << std::ifstream(path, std::ios::binary).rdbuf();
+        return bytes.str();
     }
 
     // Lets ImageMagick make a picture; `name` may begin with its name of a format and a colon.
@@ -411,7 +411,7 @@ TEST_P(TiffSize, DirectoryThatPointsAtItself) {
 TEST_P(TiffSize, OffsetsPastTheEnd) {
     const Tiff &tiff = GetParam();
     const uint64_t largest = tiff.big ? UINT64_MAX : UINT32_MAX;
-    for (uint64_t back : {0, 1, 7, 8, 19, 4096})
+    for (uint64_t back : {0U, 1U, 7U, 8U, 19U, 4096U})
         EXPECT_EQ(SizeOf(tiff.Header(largest - back)), kUntouched);
     if (tiff.big) {
         for (uint64_t offset : {uint64_t{INT64_MAX} - 4096, uint64_t{INT64_MAX} - 4095, uint64_t{INT64_MAX},
