@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "platform/index/image_formats.h"
 
+#include "platform/handle.h"
 #include "platform/veluindex.h"
 #include "tests/unit/picture_bytes.h"
 
 #include <gtest/gtest.h>
 
+#include <errno.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -253,7 +256,18 @@ TEST_F(ImageFile, LinksAreFollowed) {
     EXPECT_EQ(Get(Path("round.png")), kUntouched);
 }
 
-TEST_F(ImageFile, OnlyRegularFilesAreOpened) {
+TEST_F(ImageFile, PipesAreNotEvenOpened) {
+    const std::string pipe = Path("pipe.jpg");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0644), 0);
+    const FdHandle watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    ASSERT_GE(inotify_add_watch(watch.get(), pipe.c_str(), IN_OPEN), 0);
+    EXPECT_EQ(Get(pipe), kUntouched);
+    inotify_event event;
+    EXPECT_EQ(read(watch.get(), &event, sizeof event), -1) << "somebody has opened the pipe";
+    EXPECT_EQ(errno, EAGAIN);
+}
+
+TEST_F(ImageFile, OnlyRegularFilesHaveASize) {
     ASSERT_EQ(mkfifo(Path("pipe.jpg").c_str(), 0644), 0);
     ASSERT_EQ(symlink(Path("pipe.jpg").c_str(), Path("link.jpg").c_str()), 0);
     EXPECT_EQ(Get(Path("pipe.jpg")), kUntouched);
