@@ -1,0 +1,83 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""Fixtures of the system tests: the binary under test, real media, and a daemon in a sandbox for each test.
+
+The binary is build/release/bin/veluindexd, or the one that VELU_BINARY names.
+"""
+import fcntl
+import os
+import pathlib
+import subprocess
+import sys
+
+import pytest
+
+sys.path.insert(0, str(pathlib.Path(__file__).parent))
+from harness import media  # noqa: E402
+from harness.daemon import Daemon  # noqa: E402
+from harness.sandbox import TREE  # noqa: E402
+
+
+@pytest.fixture(scope="session")
+def binary():
+    path = pathlib.Path(os.environ.get("VELU_BINARY", TREE / "build/release/bin/veluindexd")).resolve()
+    assert path.is_file(), f"{path} is not built"
+    return path
+
+
+@pytest.fixture(scope="session")
+def sanitized(binary):
+    """True for a binary that was built with the sanitizers: it is slower and needs more memory."""
+    return b"__asan_init" in binary.read_bytes()
+
+
+@pytest.fixture(scope="session")
+def faketime():
+    """The library that makes the daemon's clock go faster."""
+    machine = subprocess.run(["gcc", "-print-multiarch"], capture_output=True, text=True, check=True).stdout.strip()
+    path = pathlib.Path(f"/usr/lib/{machine}/faketime/libfaketime.so.1")
+    assert path.is_file(), f"{path} is missing: run scripts/deps"
+    return str(path)
+
+
+@pytest.fixture(scope="session")
+def samples(tmp_path_factory):
+    """A folder of small real media files, made once for all workers."""
+    folder = tmp_path_factory.getbasetemp().parent / "samples"
+    folder.mkdir(exist_ok=True)
+    with open(folder / "lock", "w", encoding="ascii") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        if not (folder / "done").exists():
+            media.make_samples(str(folder))
+            (folder / "done").touch()
+    return folder
+
+
+@pytest.fixture
+def make_daemon(binary, faketime):
+    """Makes daemons, not started yet; at the test's end each is checked and its sandbox goes."""
+    made = []
+
+    def make(**settings):
+        made.append(Daemon(binary, faketime, **settings))
+        return made[-1]
+
+    yield make
+    for daemon in made:
+        try:
+            daemon.check_sanitizers()
+            if daemon.pid:
+                assert daemon.alive(), f"the daemon has died; log: {daemon.log.texts()[-20:]}"
+        finally:
+            daemon.close()
+
+
+@pytest.fixture
+def box(make_daemon):
+    """A daemon that is not started yet: the test prepares its shares and files first."""
+    return make_daemon()
+
+
+@pytest.fixture
+def daemon(box):
+    """A running daemon with empty shares."""
+    return box.start()

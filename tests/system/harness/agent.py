@@ -1,0 +1,114 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""Runs inside the sandbox and does there what only a process of its own namespaces can: start programs, signal
+and watch them. Commands come as JSON, one a line, on standard input; each is answered by one JSON line.
+
+Bytes travel as latin-1 text. The sandbox, with all that runs in it, ends with this process.
+"""
+import json
+import os
+import signal
+import subprocess
+import sys
+import time
+
+
+def run(arguments, environment, timeout):
+    """Runs a program to its end. A program that goes to the background counts as ended."""
+    done = subprocess.run(
+        [argument.encode("latin-1") for argument in arguments],
+        stdin=subprocess.DEVNULL,
+        capture_output=True,
+        env={**os.environ, **environment},
+        timeout=timeout,
+    )
+    return {
+        "status": done.returncode,
+        "out": done.stdout.decode("latin-1"),
+        "err": done.stderr.decode("latin-1"),
+    }
+
+
+def run_without_null(arguments, environment):
+    """As `run`, where /dev/null is no device."""
+    pid = os.posix_spawn(arguments[0], arguments, {**os.environ, **environment})
+    return {"status": os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1])}
+
+
+def peer(pid_file, journal):
+    """Starts a process that stands in for a media server: it writes down each signal it gets."""
+    signals = {signal.SIGHUP, signal.SIGUSR1, signal.SIGUSR2}
+    signal.pthread_sigmask(signal.SIG_BLOCK, signals)
+    pid = os.fork()
+    if pid == 0:
+        with open(journal, "ab", buffering=0) as lines:
+            while True:
+                lines.write(f"{signal.Signals(signal.sigwait(signals)).name}\n".encode())
+    signal.pthread_sigmask(signal.SIG_UNBLOCK, signals)
+    with open(pid_file, "w", encoding="ascii") as text:
+        text.write(f"{pid}\n")
+    return {"pid": pid}
+
+
+def kill(pid, number):
+    try:
+        os.kill(pid, number)
+    except ProcessLookupError:
+        return {"sent": False}
+    return {"sent": True}
+
+
+def kill_when(pid, number, path, delay, timeout):
+    """Signals a process once a file has come up and `delay` seconds have passed."""
+    end = time.monotonic() + timeout
+    while not os.path.lexists(path):
+        if time.monotonic() > end:
+            return {"sent": False}
+        time.sleep(0.0005)
+    time.sleep(delay)
+    return kill(pid, number)
+
+
+def flood(pid, number, until, limit):
+    """Signals a process over and over until a file has gone, at most `limit` times."""
+    begin = time.monotonic()
+    for sent in range(1, limit + 1):
+        os.kill(pid, number)
+        # A pause lets the process take the signal: signals of one kind do not queue up.
+        time.sleep(0.00005)
+        if sent % 64 == 0 and not os.path.exists(until):
+            return {"sent": sent, "seconds": time.monotonic() - begin, "gone": True}
+    return {"sent": limit, "seconds": time.monotonic() - begin, "gone": False}
+
+
+def proc(pid, name):
+    """The text of a file of /proc/PID, or null when there is no such process."""
+    try:
+        with open(f"/proc/{pid}/{name}", "rb") as text:
+            return {"text": text.read().decode("latin-1")}
+    except (FileNotFoundError, ProcessLookupError):
+        return {"text": None}
+
+
+COMMANDS = {
+    "run": run,
+    "run_without_null": run_without_null,
+    "peer": peer,
+    "kill": kill,
+    "kill_when": kill_when,
+    "flood": flood,
+    "proc": proc,
+    "hello": lambda: {},
+}
+
+
+def main():
+    for line in sys.stdin:
+        request = json.loads(line)
+        try:
+            answer = COMMANDS[request.pop("command")](**request)
+        except Exception as problem:  # pylint: disable=broad-except
+            answer = {"error": repr(problem)}
+        print(json.dumps(answer), flush=True)
+
+
+main()

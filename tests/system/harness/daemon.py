@@ -1,0 +1,256 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The daemon in its sandbox: configuration, start, queue, signals, catalogue, log."""
+import os
+import re
+import signal
+import time
+
+from . import catalogue
+from .log import LOG_ERR, LOG_USER
+from .sandbox import Sandbox, SandboxError
+
+QUEUE = "/var/spool/velu_indexing_queue"
+WORKING_COPY = QUEUE + ".tmp"
+PID_FILE = "/var/run/veluindexd.pid"
+MEDIA_DB = "/var/lib/velu/mediaserver.db"
+PHOTO_DB = "/var/lib/velu/photo.db"
+CLOCK = "/tmp/clock"
+CONVERTER = "/usr/velu/bin/veluflvconv"
+CONVERTER_JOURNAL = "/tmp/converter"
+
+# How many times faster than the wall's the daemon's clock goes: its 10 seconds of sleep become 0.2.
+SPEED = 50
+PATIENCE = 120
+
+
+def wait_for(condition, what, timeout=PATIENCE, pause=0.005):
+    """Waits until `condition` holds and gives its value."""
+    end = time.monotonic() + timeout
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise AssertionError(f"waited {timeout} s in vain for {what}")
+        time.sleep(pause)
+
+
+class Daemon:
+    """One daemon binary in one sandbox. `speed` 1 is the real clock; a moving clock can be set ahead."""
+
+    def __init__(self, binary, library, speed=SPEED, photo=True, cinehall=True, binds=(),
+                 moving_clock=False):
+        self.binary = str(binary)
+        self.library = library
+        self.speed = speed
+        self.moving_clock = moving_clock
+        self.box = Sandbox(binds)
+        self.log = self.box.log
+        self.pid = 0
+        self.box.open()
+        self.write("/etc.defaults/veluinfo.conf",
+                   f'supportphoto="{"yes" if photo else "no"}"\n'
+                   f'supportcinehall="{"yes" if cinehall else "no"}"\n')
+        self.write(CONVERTER, f'#!/bin/sh\nprintf "%s\\n" "$*" >>{CONVERTER_JOURNAL}\n')
+        os.chmod(self.box.path(CONVERTER), 0o755)
+        self.set_clock(0)
+        self.peers = {name: self._peer(name) for name in ("mt-daapd", "dms")}
+
+    def _peer(self, name):
+        journal = f"/tmp/peer.{name}"
+        self.write(journal, "")
+        self.box.ask("peer", pid_file=f"/var/run/{name}.pid", journal=journal)
+        return journal
+
+    # --- files of the sandbox
+
+    def write(self, path, content=b""):
+        """Writes a file, and the folders above it. Gives its path."""
+        host = self.box.path(path)
+        os.makedirs(os.path.dirname(host), exist_ok=True)
+        with open(host, "wb") as file:
+            file.write(content.encode("latin-1") if isinstance(content, str) else content)
+        return path
+
+    def copy(self, source, path):
+        """Puts a file of the host into the sandbox."""
+        with open(source, "rb") as file:
+            return self.write(path, file.read())
+
+    def read(self, path):
+        with open(self.box.path(path), "rb") as file:
+            return file.read()
+
+    def mkdir(self, path):
+        os.makedirs(self.box.path(path), exist_ok=True)
+        return path
+
+    def remove(self, path):
+        os.unlink(self.box.path(path))
+
+    def exists(self, path):
+        return os.path.lexists(self.box.path(path))
+
+    def configure(self, **keys):
+        self.write("/etc/veluinfo.conf", "".join(f'{key}="{value}"\n' for key, value in keys.items()))
+
+    # --- life
+
+    def set_clock(self, seconds):
+        """Sets a moving clock so many seconds ahead of the host's."""
+        # Replaced whole, so that it is never read half written.
+        self.write(CLOCK + ".new", f"+{seconds} x{self.speed}\n")
+        os.replace(self.box.path(CLOCK + ".new"), self.box.path(CLOCK))
+
+    def environment(self):
+        setting = {
+            "ASAN_OPTIONS": "log_path=/tmp/sanitizer:verify_asan_link_order=0:detect_leaks=0:handle_abort=1",
+            "UBSAN_OPTIONS": "log_path=/tmp/sanitizer:print_stacktrace=1",
+            "TZ": "UTC",
+        }
+        if self.speed != 1:
+            setting |= {"LD_PRELOAD": self.library, "NO_FAKE_STAT": "1"}
+            if self.moving_clock:
+                setting |= {"FAKETIME_TIMESTAMP_FILE": CLOCK, "FAKETIME_NO_CACHE": "1"}
+            else:
+                setting |= {"FAKETIME": f"+0 x{self.speed}"}
+        return setting
+
+    def run(self, *arguments, wrapper=()):
+        """Runs the binary until it, or the process that it leaves in the foreground, has ended."""
+        return self.box.ask("run", arguments=[*wrapper, self.binary, *arguments],
+                            environment=self.environment(), timeout=PATIENCE)
+
+    def start(self):
+        """Starts the daemon and waits until its handlers are in place."""
+        done = self.run()
+        if done["status"] != 0:
+            raise AssertionError(f"the daemon does not start: {done}")
+        self.pid = wait_for(self.pid_in_file, "the pid file")
+        wait_for(self.handles_signals, "the signal handlers")
+        return self
+
+    def pid_in_file(self):
+        try:
+            text = self.read(PID_FILE)
+        except FileNotFoundError:
+            return 0
+        return int(text) if text.isdigit() and self.alive(int(text)) else 0
+
+    def status_field(self, name):
+        """A field of /proc/PID/status, or None when the daemon is dead."""
+        text = self.box.ask("proc", pid=self.pid, name="status")["text"]
+        found = text and re.search(rf"^{name}:\s*(\S+)", text, re.MULTILINE)
+        return found[1] if found else None
+
+    def handles_signals(self):
+        caught = int(self.status_field("SigCgt") or "0", 16)
+        return all(caught >> (number - 1) & 1 for number in (signal.SIGUSR1, signal.SIGTERM))
+
+    def alive(self, pid=None):
+        state = self.box.ask("proc", pid=pid or self.pid, name="stat")["text"]
+        return bool(state) and state.rsplit(")", 1)[1].split()[0] != "Z"
+
+    def idle(self):
+        """True while the main loop sleeps: nothing of the start or of a run is left to do."""
+        return "nanosleep" in (self.box.ask("proc", pid=self.pid, name="wchan")["text"] or "")
+
+    def signal(self, number=signal.SIGUSR1):
+        return self.box.ask("kill", pid=self.pid, number=int(number))["sent"]
+
+    def wait_gone(self, pid=None):
+        wait_for(lambda: not self.alive(pid), "the daemon's end")
+
+    def stop(self):
+        self.signal(signal.SIGTERM)
+        self.wait_gone()
+        self.pid = 0
+
+    def kill(self):
+        self.signal(signal.SIGKILL)
+        self.wait_gone()
+        self.pid = 0
+
+    # --- queue
+
+    def queue(self, *lines):
+        """Appends lines to the queue, as the appliance's programs do."""
+        with open(self.box.path(QUEUE), "ab") as file:
+            for line in lines:
+                file.write((line.encode("latin-1") if isinstance(line, str) else line) + b"\n")
+
+    def index_queue_as_it_is(self):
+        """Signals for a queue that the test has written itself, and waits until the run is over."""
+        before = len(self.peer_signals("dms"))
+        self.signal()
+        self.wait_run(before)
+
+    def peer_signals(self, name):
+        return self.read(self.peers[name]).decode().split()
+
+    def index(self, *lines, timeout=PATIENCE):
+        """Queues lines, signals, and waits until the run is over. Gives the log lines of the run."""
+        first = len(self.log.lines)
+        before = len(self.peer_signals("dms"))
+        self.queue(*lines)
+        self.signal()
+        self.wait_run(before, timeout)
+        return self.log.texts()[first:]
+
+    def wait_run(self, before, timeout=PATIENCE):
+        """Waits for the end of a run: the media server was signalled once more than `before` times."""
+        def over():
+            if len(self.peer_signals("dms")) > before:
+                return True
+            if not self.alive():
+                raise AssertionError(f"the daemon has died; log: {self.log.texts()[-20:]}")
+            return False
+        wait_for(over, "the end of the run", timeout)
+
+    # --- catalogue
+
+    def rows(self, table):
+        base = PHOTO_DB if table in catalogue.PHOTO_TABLES else MEDIA_DB
+        return catalogue.rows(self.box.path(base), table)
+
+    def row(self, table, path):
+        """The row of a path, or None."""
+        found = [row for row in self.rows(table) if row["path"] == path]
+        return found[0] if found else None
+
+    def paths(self, table):
+        return [row["path"] for row in self.rows(table)]
+
+    def media_paths(self):
+        """The paths of all four media tables."""
+        return sorted(path for table in catalogue.MEDIA_TABLES for path in self.paths(table))
+
+    def snapshot(self):
+        """Every row of every table of both catalogues, less what differs from run to run: serial keys."""
+        return {
+            table: [{key: value for key, value in row.items() if key != "id"} for row in self.rows(table)]
+            for table in (*catalogue.MEDIA_TABLES, "directory", *catalogue.PHOTO_TABLES)
+        }
+
+    # --- log
+
+    def logged(self, module, message):
+        """How many error lines read `module (line) message` or `module:line message`, word for word; no module
+        stands for any."""
+        name = re.escape(module) if module else r"\w+\.c"
+        shape = re.compile(name + r"(?: ?\(\d+\):?|:\d+) " + re.escape(message), re.DOTALL)
+        return sum(1 for line in self.log.lines
+                   if line.priority == LOG_USER | LOG_ERR and shape.fullmatch(line.text))
+
+    def check_sanitizers(self):
+        """Fails when a sanitizer has written a report."""
+        folder = self.box.path("/tmp")
+        reports = [name for name in os.listdir(folder) if name.startswith("sanitizer.")]
+        if reports:
+            raise AssertionError(self.read(f"/tmp/{reports[0]}").decode("latin-1"))
+
+    def close(self):
+        self.box.close()
+
+
+__all__ = ["Daemon", "SandboxError", "wait_for"]

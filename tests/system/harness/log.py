@@ -1,0 +1,56 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""A system log: takes the datagrams that syslog() sends to /dev/log."""
+import re
+import socket
+import threading
+from dataclasses import dataclass
+
+LOG_ERR, LOG_NOTICE, LOG_USER = 3, 5, 1 << 3
+
+
+@dataclass
+class Line:
+    """One message: its priority (facility included), the program it names and its text."""
+
+    priority: int
+    program: str
+    text: str
+
+
+# "<11>Nov 21 07:53:07 program[12]: text"; the text may hold any bytes.
+SHAPE = re.compile(rb"<(\d+)>.{15} ([^:\[\s]+)(?:\[\d+\])?: (.*)", re.DOTALL)
+
+
+class Log:
+    """Collects the lines that arrive at a socket, in their order."""
+
+    def __init__(self, path):
+        self.lines = []
+        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 1 << 22)
+        self.socket.bind(path)
+        self.thread = threading.Thread(target=self._collect, daemon=True)
+        self.thread.start()
+
+    def _collect(self):
+        while True:
+            try:
+                message = self.socket.recv(1 << 16)
+            except OSError:
+                return
+            if not message:
+                return
+            shape = SHAPE.fullmatch(message.rstrip(b"\0"))
+            if shape:
+                text = shape[3].decode("latin-1")
+                self.lines.append(Line(int(shape[1]), shape[2].decode("latin-1"), text))
+            else:
+                self.lines.append(Line(-1, "?", message.decode("latin-1")))
+
+    def texts(self):
+        return [line.text for line in self.lines]
+
+    def close(self):
+        self.socket.shutdown(socket.SHUT_RDWR)
+        self.socket.close()
+        self.thread.join()
