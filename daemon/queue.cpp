@@ -38,14 +38,13 @@ void QueueTakeOver() {
 }
 
 void LineExecute(std::string &line) {
-    const std::string raw = line;
     if (line.back() == '\n')
         line.pop_back();
     else
         syslog(LOG_ERR, "%s (%d) Warning! No new line here.", kLogName, __LINE__);
     QueueRequest request;
     if (!QueueLineParse(line, request)) {
-        syslog(LOG_ERR, "%s (%d) Bad format [%s].", kLogName, __LINE__, raw.c_str());
+        syslog(LOG_ERR, "%s (%d) Bad format [%s].", kLogName, __LINE__, line.c_str());
         return;
     }
     QueueRequestExecute(request);
