@@ -5,7 +5,7 @@ import time
 
 import pytest
 
-from harness.log import LOG_NOTICE, LOG_USER
+from harness.log import LOG_NOTICE
 
 MUSIC = "/volume1/music"
 UNREADABLE = "Failed to parse media metadata of file [%s]."
@@ -96,9 +96,9 @@ def test_a_file_that_cannot_be_read_is_saved_and_reported(daemon, samples, sampl
     row = index_one(daemon, table, path)
     assert row["title"] == path.rsplit("/", 1)[1].rsplit(".", 1)[0]
     assert row["album"] == "music" and row["file_size"] == 176
-    assert daemon.logged(None, reader.replace("%s", path)) == 1
-    assert daemon.logged("index.c", UNREADABLE.replace("%s", path)) == 1
-    notices = [line.text for line in daemon.log.lines if line.priority == LOG_USER | LOG_NOTICE]
+    assert daemon.logged(None, reader.replace("[%s]", f"[{path}]")) == 1
+    assert daemon.logged("index.c", UNREADABLE % path) == 1
+    notices = [line.text for line in daemon.log.lines if line.severity == LOG_NOTICE]
     assert len(notices) == 1 and "0x11B00510" in notices[0] and path in notices[0]
 
 

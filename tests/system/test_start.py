@@ -45,9 +45,9 @@ def test_a_stale_pid_file_does_not_block_the_start(box, text):
     assert box.read(PID_FILE) == b"%d" % box.pid
 
 
-def test_the_pid_file_holds_the_bare_number_and_is_made_without_umask(daemon):
+def test_the_pid_file_holds_the_bare_number_and_is_its_owners_to_write(daemon):
     assert daemon.read(PID_FILE) == b"%d" % daemon.pid
-    assert stat.S_IMODE(os.stat(daemon.box.path(PID_FILE)).st_mode) == 0o666
+    assert stat.S_IMODE(os.stat(daemon.box.path(PID_FILE)).st_mode) == 0o644
 
 
 def test_the_daemon_lowers_its_priority_and_leads_a_session_of_its_own(daemon):
@@ -96,7 +96,7 @@ def test_a_pid_that_cannot_be_written_is_logged_and_the_daemon_goes_on(box):
     box.write(QUEUE, "bad line\n")
     assert box.run()["status"] == 0
     wait_for(lambda: not box.exists(QUEUE) and not box.exists(WORKING_COPY), "the first run")
-    wait_for(lambda: box.logged("veluindexd.c", "Bad format [bad line]."), "the line's message")
+    wait_for(lambda: box.logged("veluindexd.c", "Bad format [bad line\n]."), "the line's message")
     assert box.logged("veluindexd.c", "fprintf pid failed. (No space left on device)") == 1
 
 
@@ -134,7 +134,7 @@ def test_a_left_over_working_copy_is_run_first_and_the_queue_after_it(box):
     box.start()
     wait_for(lambda: not box.exists(QUEUE) and not box.exists(WORKING_COPY), "both runs")
     wait_for(lambda: len(box.log.lines) >= 2, "both messages")
-    order = [re.sub(r".*\[|\]\.", "", text) for text in box.log.texts()]
+    order = [re.sub(r".*\[|\n\]\.", "", text) for text in box.log.texts()]
     assert order == ["1 left over", "2 queued"]
 
 

@@ -83,7 +83,7 @@ def test_killed_again_and_again_and_still_complete(box, work):
         box.wait_gone()
         box.pid = 0
         assert box.exists(WORKING_COPY)
-        box.start()
+        box.start(idle=False)
     box.kill()
     finish(box)
     assert box.snapshot() == undisturbed

@@ -95,7 +95,7 @@ def print_log(daemon):
     lines = daemon.log.lines
     print(f"\nsystem log: {len(lines)} lines" + (" (errors are marked with !)" if lines else ""))
     for line in lines[:LOG_SHOWN]:
-        mark = "!" if line.priority & 7 <= LOG_ERR else " "
+        mark = "!" if line.severity <= LOG_ERR else " "
         text = line.text.encode("latin-1").decode("utf-8", "replace")
         print(f"  {mark} {''.join(char if char.isprintable() else '?' for char in text)}")
     if len(lines) > LOG_SHOWN:

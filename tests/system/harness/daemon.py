@@ -6,7 +6,7 @@ import signal
 import time
 
 from . import catalogue
-from .log import LOG_ERR, LOG_USER
+from .log import LOG_ERR
 from .sandbox import Sandbox, SandboxError
 
 QUEUE = "/var/spool/velu_indexing_queue"
@@ -20,7 +20,7 @@ CONVERTER_JOURNAL = "/tmp/converter"
 
 # How many times faster than the wall's the daemon's clock goes: its 10 seconds of sleep become 0.2.
 SPEED = 50
-PATIENCE = 120
+PATIENCE = 30
 
 
 def wait_for(condition, what, timeout=PATIENCE, pause=0.005):
@@ -121,13 +121,16 @@ class Daemon:
         return self.box.ask("run", arguments=[*wrapper, self.binary, *arguments],
                             environment=self.environment(), timeout=PATIENCE)
 
-    def start(self):
-        """Starts the daemon and waits until its handlers are in place."""
+    def start(self, idle=True):
+        """Starts the daemon and waits until its handlers are in place and, unless `idle` is False, until it has
+        done what it found in the queue and sleeps."""
         done = self.run()
         if done["status"] != 0:
             raise AssertionError(f"the daemon does not start: {done}")
         self.pid = wait_for(self.pid_in_file, "the pid file")
         wait_for(self.handles_signals, "the signal handlers")
+        if idle:
+            wait_for(self.idle, "the main loop")
         return self
 
     def pid_in_file(self):
@@ -240,7 +243,7 @@ class Daemon:
         name = re.escape(module) if module else r"\w+\.c"
         shape = re.compile(name + r"(?: ?\(\d+\):?|:\d+) " + re.escape(message), re.DOTALL)
         return sum(1 for line in self.log.lines
-                   if line.priority == LOG_USER | LOG_ERR and shape.fullmatch(line.text))
+                   if line.severity == LOG_ERR and shape.fullmatch(line.text))
 
     def check_sanitizers(self):
         """Fails when a sanitizer has written a report."""

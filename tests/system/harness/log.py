@@ -5,7 +5,7 @@ import socket
 import threading
 from dataclasses import dataclass
 
-LOG_ERR, LOG_NOTICE, LOG_USER = 3, 5, 1 << 3
+LOG_ERR, LOG_NOTICE = 3, 5
 
 
 @dataclass
@@ -15,6 +15,10 @@ class Line:
     priority: int
     program: str
     text: str
+
+    @property
+    def severity(self):
+        return self.priority & 7
 
 
 # "<11>Nov 21 07:53:07 program[12]: text"; the text may hold any bytes.
