@@ -63,9 +63,12 @@ int RemoveRow(Catalogue catalogue, const std::string &table, const std::string &
     return RunWrite(catalogue, statement, {TextValue(path)});
 }
 
+std::string RemoveTreeStatement(const std::string &table) {
+    return "delete from " + table + " where path = $1 or (path >= $2 and path < $3)";
+}
+
 int RemoveTree(Catalogue catalogue, const std::string &table, const std::string &directory) {
-    const int statement =
-        StoreStatement("delete from " + table + " where path = $1 or (path >= $2 and path < $3)");
+    const int statement = StoreStatement(RemoveTreeStatement(table));
     const PathRange range = RangeUnder(directory);
     return RunWrite(catalogue, statement,
                     {TextValue(directory), TextValue(range.low), TextValue(range.high)});

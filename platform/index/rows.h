@@ -18,6 +18,10 @@ PathRange RangeUnder(const std::string &directory);
 // A directory is the same with and without slashes at its end; "/" alone becomes the empty path.
 std::string WithoutTrailingSlashes(const std::string &path);
 
+// The statement that removes a tree, with the path and the range under it as its parameters. Its cost must
+// not depend on the size of the table.
+std::string RemoveTreeStatement(const std::string &table);
+
 // Remove rows of a table. They return the number of rows removed, or -1.
 int RemoveRow(Catalogue catalogue, const std::string &table, const std::string &path);
 int RemoveTree(Catalogue catalogue, const std::string &table, const std::string &directory);
