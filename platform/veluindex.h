@@ -117,7 +117,8 @@ void FreePhotoPathList(PhotoPathList *list);
 // Runs one statement on the photo catalogue. The number of rows affected, or -1.
 int PhotoDBExec(const char *sql);
 
-// Renames the rows of the paths in `list` that are `old_path` or lie under it: that part becomes `new_path`.
+// Renames the rows of the paths in `list` that are `old_path` or lie under it: that part becomes `new_path`,
+// and `name` and `album` follow the path. A row that already has the new path gives way.
 int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const char *old_path);
 
 // Clears the `updated` mark of every row of photo_image; removes the rows that are still unmarked.
