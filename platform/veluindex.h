@@ -30,10 +30,13 @@ enum MediaKind : int {
 // Between RunBegin and RunEnd the store keeps its connections open and writes in bounded batches: a batch is
 // committed after a few hundred rows or one second, whichever is first. Outside a run each operation opens,
 // commits and closes by itself. A batch that cannot be committed is retried row by row, so that a bad row
-// costs only itself.
+// costs only itself. The age of a batch is looked at by writes alone: before anything that may take long without
+// one, VELUIndexRunFlush lets other writers at the database.
 
 void VELUIndexRunBegin();
 
+// This and VELUIndexRunEnd return -1 when the run could not store something because its database was not to be
+// had (unreachable, locked, full, damaged); a row that fails by its own fault, in the log by its path, does not count.
 // Commits what the run has written so far. To be called before any other program is started or signalled.
 int VELUIndexRunFlush();
 

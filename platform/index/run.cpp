@@ -64,7 +64,7 @@ void SetAway(Session *session) {
 }
 
 void LogFailure(const char *about, const char *reason) {
-    syslog(LOG_ERR, "%s (%d) Failed to write [%s] to the catalogue. (%s)", kLogName, __LINE__, about, reason);
+    syslog(LOG_ERR, "%s (%d) The catalogue failed at [%s]. (%s)", kLogName, __LINE__, about, reason);
 }
 
 bool Connect(Catalogue catalogue, const char *about) {
@@ -154,7 +154,7 @@ bool Recovered(Catalogue catalogue) {
     return true;
 }
 
-int WriteFailed(Session *session, const std::string &about) {
+int OperationFailed(Session *session, const std::string &about) {
     VELUDB *db = session->connection->db;
     LogFailure(about.c_str(), VELUDBErrorGet(db));
     if (BlVELUDBStoreFailed(db)) {
@@ -176,7 +176,7 @@ int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size
         return -1;
     if (!session.batch_open) {
         if (VELUDBBegin(session.connection->db) != 0)
-            return WriteFailed(&session, about);
+            return OperationFailed(&session, about);
         session.batch_open = true;
         session.batch_start = Milliseconds();
     }
@@ -187,7 +187,7 @@ int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size
         affected = RunOne(&session, statement, values, count);
     }
     if (affected < 0)
-        return WriteFailed(&session, about);
+        return OperationFailed(&session, about);
     if (session.batch_open)
         BatchAdd(&session.batch, statement, values, count);
     if (BatchIsFull(session))
@@ -216,7 +216,7 @@ VELUDBResult *RunRead(Catalogue catalogue, int statement, std::initializer_list<
         result = StoreRun(session.connection.get(), statement, values.begin(), values.size(), &rows);
     }
     if (result < 0)
-        WriteFailed(&session, about);
+        OperationFailed(&session, about);
     return rows;
 }
 

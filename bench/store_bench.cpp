@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Measures the catalogue store: rows saved on one connection, beside prepared inserts of plain SQLite and
+// beside a connection for every row; and the removal of a directory from a large catalogue.
+//
+//   tests/sandbox build/release/bin/store_bench DIR [ROWS [POPULATION]]
+//
+// DIR takes the databases; the sandbox is needed because the program points /etc/veluinfo.conf there.
+#include <sqlite3.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "platform/media_record.h"
+#include "platform/veludb.h"
+#include "platform/veluindex.h"
+
+namespace {
+
+constexpr int kDefaultRows = 100000;
+constexpr int kDefaultPopulation = 1000000;
+constexpr int kRemovedRows = 1000;
+constexpr int kRowsOfTheSlowWay = 300; // a file of its own for each connection: enough for a stable mean
+constexpr double kSaveGoalSeconds = 10;
+constexpr double kRemoveGoalMilliseconds = 50;
+
+double Now() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+[[noreturn]] void Fail(const char *what) {
+    fprintf(stderr, "store_bench: %s failed\n", what);
+    exit(1);
+}
+
+// A value of /proc/self/status in KiB.
+long StatusOf(const std::string &key) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.compare(0, key.size(), key) == 0)
+            return atol(line.c_str() + key.size());
+    return 0;
+}
+
+void ForgetPeak() {
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+std::string PathOf(int number) {
+    return "/volume1/music/Artist " + std::to_string(number / 1000) + "/Album/" + std::to_string(number) +
+           ".mp3";
+}
+
+MediaInfo RecordOf(int number) {
+    MediaInfo record = {};
+    snprintf(record.path, sizeof record.path, "%s", PathOf(number).c_str());
+    snprintf(record.title, sizeof record.title, "Title of the song with number %d", number);
+    snprintf(record.album, sizeof record.album, "Album");
+    snprintf(record.artist, sizeof record.artist, "Artist %d", number / 1000);
+    snprintf(record.genre, sizeof record.genre, "Genre");
+    snprintf(record.create_time, sizeof record.create_time, "2009-01-02 03:04:05");
+    snprintf(record.modify_time, sizeof record.modify_time, "2009-01-02 03:04:05");
+    record.track = number % 20;
+    record.duration = 200.5F;
+    record.audio_bitrate = 128000;
+    record.file_size = 4000000;
+    return record;
+}
+
+void UseDatabase(const std::string &file) {
+    std::ofstream("/etc/veluinfo.conf") << "mediadb=\"sqlite:" << file << "\"\n";
+}
+
+double SaveOnOneConnection(int rows) {
+    const double start = Now();
+    VELUIndexRunBegin();
+    for (int i = 0; i < rows; ++i) {
+        const MediaInfo record = RecordOf(i);
+        if (MediaInfoDBSave(kMediaMusic, &record) != 0)
+            Fail("MediaInfoDBSave");
+    }
+    if (VELUIndexRunEnd() != 0)
+        Fail("VELUIndexRunEnd");
+    return Now() - start;
+}
+
+double SaveOnAConnectionEach(int rows) {
+    const double start = Now();
+    for (int i = 0; i < rows; ++i) {
+        const MediaInfo record = RecordOf(i);
+        if (MediaInfoDBSave(kMediaMusic, &record) != 0)
+            Fail("MediaInfoDBSave");
+    }
+    return Now() - start;
+}
+
+void Run(sqlite3 *db, const char *sql) {
+    if (sqlite3_exec(db, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+        Fail(sql);
+}
+
+// The same table and texts through SQLite's own calls, in batches of the same size: the least that it can
+// cost.
+double SavePlainly(const std::string &file, int rows) {
+    const double start = Now();
+    sqlite3 *db = nullptr;
+    sqlite3_stmt *insert = nullptr;
+    if (sqlite3_open(file.c_str(), &db) != SQLITE_OK)
+        Fail("sqlite3_open");
+    Run(db, "pragma journal_mode = wal");
+    Run(db, "pragma synchronous = normal");
+    Run(db, "delete from music");
+    if (sqlite3_prepare_v2(
+            db,
+            "insert into music (path, title, album, artist, genre, create_time, modify_time, track, "
+            "duration, audio_bitrate, file_size) values (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+            -1, &insert, nullptr) != SQLITE_OK)
+        Fail("sqlite3_prepare_v2");
+    for (int i = 0; i < rows; ++i) {
+        constexpr int kBatch = 500;
+        if (i % kBatch == 0)
+            Run(db, i == 0 ? "begin" : "commit; begin");
+        const MediaInfo record = RecordOf(i);
+        int column = 0;
+        for (const char *text : {record.path, record.title, record.album, record.artist, record.genre,
+                                 record.create_time, record.modify_time})
+            sqlite3_bind_text(insert, ++column, text, -1, SQLITE_STATIC);
+        sqlite3_bind_int(insert, ++column, record.track);
+        sqlite3_bind_double(insert, ++column, double{record.duration});
+        sqlite3_bind_int64(insert, ++column, record.audio_bitrate);
+        sqlite3_bind_int64(insert, ++column, static_cast<sqlite3_int64>(record.file_size));
+        if (sqlite3_step(insert) != SQLITE_DONE)
+            Fail("sqlite3_step");
+        sqlite3_reset(insert);
+    }
+    Run(db, "commit");
+    Run(db, "pragma wal_checkpoint");
+    sqlite3_finalize(insert);
+    sqlite3_close(db);
+    return Now() - start;
+}
+
+// Fills the music table up to `population` rows, kRemovedRows to a directory, from inside the database.
+void Populate(const std::string &file, int population) {
+    VELUDB *db = VELUDBOpen(("sqlite:" + file).c_str());
+    const std::string group = std::to_string(kRemovedRows);
+    const std::string sql =
+        "insert into music (path, title, artist, duration, file_size, has_cover) "
+        "with recursive n (i) as (select 0 union all select i + 1 from n where i + 1 < " +
+        std::to_string(population) + ") select '/volume1/music/Folder ' || (i / " + group +
+        ") || '/' || i || '.mp3', 'Title of the song with number ' || i, 'Artist', 200.5, 4000000, 0 from n";
+    if (VELUDBExecute(db, sql.c_str(), nullptr) != population)
+        Fail("the population");
+    VELUDBClose(db);
+}
+
+int Count(const std::string &file) {
+    VELUDB *db = VELUDBOpen(("sqlite:" + file).c_str());
+    VELUDBResult *rows = nullptr;
+    if (VELUDBExecute(db, "select count(*) as n from music", &rows) < 0)
+        Fail("count");
+    const int count = atoi(VELUDBFetchField(rows, 0, "n"));
+    VELUDBFreeResult(rows);
+    VELUDBClose(db);
+    return count;
+}
+
+void BenchSaves(const std::string &folder, int rows) {
+    const std::string file = folder + "/saves.db";
+    UseDatabase(file);
+    const int warm_up = rows / 10;
+    SaveOnOneConnection(warm_up);
+    const long before = StatusOf("VmRSS:");
+    ForgetPeak();
+    const double store = SaveOnOneConnection(rows);
+    const long peak = StatusOf("VmHWM:");
+    if (Count(file) != rows)
+        Fail("the number of rows");
+
+    const std::string plain_file = folder + "/plain.db";
+    UseDatabase(plain_file);
+    SaveOnAConnectionEach(1); // makes the table
+    const double plain = SavePlainly(plain_file, rows);
+
+    const std::string each_file = folder + "/each.db";
+    UseDatabase(each_file);
+    const double each = SaveOnAConnectionEach(kRowsOfTheSlowWay) / kRowsOfTheSlowWay;
+
+    const double row = store / rows;
+    printf("%d rows saved in a run        %8.2f s   %7.4f ms a row   (goal %.0f s: %s)\n", rows, store,
+           row * 1e3, kSaveGoalSeconds, store < kSaveGoalSeconds ? "met" : "MISSED");
+    printf("plain prepared inserts         %8.2f s   %7.4f ms a row   store/plain %.2f\n", plain,
+           plain / rows * 1e3, store / plain);
+    printf("a connection for each row                   %7.4f ms a row   each/store %.0f\n", each * 1e3,
+           each / row);
+    printf("resident memory                %8ld KiB before, %ld KiB at the peak\n", before, peak);
+}
+
+void BenchRemoval(const std::string &folder, int population) {
+    const std::string file = folder + "/large.db";
+    UseDatabase(file);
+    SaveOnAConnectionEach(1); // makes the table
+    Populate(file, population);
+    const int before = Count(file);
+    VELUIndexRunBegin();
+    const MediaInfo record = RecordOf(1);
+    if (MediaInfoDBSave(kMediaMusic, &record) != 0) // opens the connection
+        Fail("MediaInfoDBSave");
+    VELUIndexRunFlush();
+    double start = Now();
+    if (MediaInfoDBDelete(kMediaTree, "/volume1/music/Folder 7") != 0 || VELUIndexRunFlush() != 0)
+        Fail("MediaInfoDBDelete");
+    const double in_run = (Now() - start) * 1e3;
+    start = Now();
+    if (VELUIndexRunEnd() != 0)
+        Fail("VELUIndexRunEnd");
+    const double end = (Now() - start) * 1e3;
+    start = Now();
+    if (MediaInfoDBDelete(kMediaTree, "/volume1/music/Folder 8") != 0)
+        Fail("MediaInfoDBDelete");
+    const double alone = (Now() - start) * 1e3;
+    if (Count(file) != before + 1 - 2 * kRemovedRows)
+        Fail("the number of rows left");
+    printf("%d of %d rows removed and committed  %.1f ms   (goal %.0f ms: %s); end of run %.1f ms\n",
+           kRemovedRows, population, in_run, kRemoveGoalMilliseconds,
+           in_run < kRemoveGoalMilliseconds ? "met" : "MISSED", end);
+    printf("the same on a connection of its own, to the disk  %.1f ms\n", alone);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    if (argc < 2 || getenv("VELU_SANDBOX") == nullptr) {
+        fprintf(stderr, "usage: tests/sandbox %s DIR [ROWS [POPULATION]]\n", argv[0]);
+        return 2;
+    }
+    const std::string folder = std::filesystem::absolute(std::string(argv[1]) + "/store_bench");
+    std::filesystem::remove_all(folder);
+    BenchSaves(folder, argc > 2 ? atoi(argv[2]) : kDefaultRows);
+    BenchRemoval(folder, argc > 3 ? atoi(argv[3]) : kDefaultPopulation);
+    std::filesystem::remove_all(folder);
+    return 0;
+}
