@@ -40,8 +40,8 @@ struct VELUDBValue {
     static VELUDBValue Text(const char *bytes, size_t length);
 };
 
-// Prepares `sql` with parameters $1, $2, ... (each used in order of its first appearance). Returns a handle of
-// at least 0 that is valid for the connection's life, or -1.
+// Prepares `sql` with parameters $1, $2, ... (each used in order of its first appearance). Returns a handle
+// of at least 0 that is valid for the connection's life, or -1.
 int VELUDBPrepare(VELUDB *db, const char *sql);
 
 // Runs a prepared statement; parameters, result and return value as for VELUDBExecute.
@@ -61,7 +61,8 @@ int VELUDBSync(VELUDB *db);
 // may succeed later; 0 when it was the statement's own (a constraint, bad syntax).
 int BlVELUDBStoreFailed(const VELUDB *db);
 
-// "sqlite" or "postgresql": for the few statements, all of them in the schema, that engines spell differently.
+// "sqlite" or "postgresql": for the few statements, all of them in the schema, that engines spell
+// differently.
 const char *VELUDBEngineName(const VELUDB *db);
 
 // The text of the connection's last failure, valid until its next call; never null.

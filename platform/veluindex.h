@@ -26,25 +26,28 @@ enum MediaKind : int {
     kMediaTree = 5
 };
 
-// --- Runs ---------------------------------------------------------------------------------------------------
-// Between RunBegin and RunEnd the store keeps its connections open and writes in bounded batches: a batch is
+// --- Runs
+// --------------------------------------------------------------------------------------------------- Between
+// RunBegin and RunEnd the store keeps its connections open and writes in bounded batches: a batch is
 // committed after a few hundred rows or one second, whichever is first. Outside a run each operation opens,
 // commits and closes by itself. A batch that cannot be committed is retried row by row, so that a bad row
-// costs only itself. The age of a batch is looked at by writes alone: before anything that may take long without
-// one, VELUIndexRunFlush lets other writers at the database.
+// costs only itself. The age of a batch is looked at by writes alone: before anything that may take long
+// without one, VELUIndexRunFlush lets other writers at the database.
 
 void VELUIndexRunBegin();
 
-// This and VELUIndexRunEnd return -1 when the run could not store something because its database was not to be
-// had (unreachable, locked, full, damaged); a row that fails by its own fault, in the log by its path, does not count.
 // Commits what the run has written so far. To be called before any other program is started or signalled.
+// This and VELUIndexRunEnd return -1 when the run could not store something because its database was not to
+// be had (unreachable, locked, full, damaged). A row that fails by its own fault is logged by its path
+// instead.
 int VELUIndexRunFlush();
 
 // Commits, brings the rows safely to disk and closes the connections. To be called before the request that
 // asked for the work is forgotten.
 int VELUIndexRunEnd();
 
-// --- Media catalogue ----------------------------------------------------------------------------------------
+// --- Media catalogue
+// ----------------------------------------------------------------------------------------
 
 // Makes the text of a record valid UTF-8: text that is not UTF-8 is taken as ISO-8859-1 and converted, a
 // character cut in half at the end of a full field goes, control characters become blanks, leading and
@@ -52,8 +55,8 @@ int VELUIndexRunEnd();
 // becomes 0, and so do negative track, disc and year numbers. Returns 0, or -1 without a record.
 int MediaInfoValid(MediaInfo *record);
 
-// Inserts or replaces the row of record->path in the table of `kind` (0 to 3). The row's text is made valid as
-// by MediaInfoValid, and UTF-16 fields are converted; the path is stored byte by byte.
+// Inserts or replaces the row of record->path in the table of `kind` (0 to 3). The row's text is made valid
+// as by MediaInfoValid, and UTF-16 fields are converted; the path is stored byte by byte.
 int MediaInfoDBSave(int kind, const MediaInfo *record);
 
 // Removes the row of `path` from the table of `kind` (0 to 3), or, with kMediaTree, from all tables and
@@ -63,7 +66,8 @@ int MediaInfoDBDelete(int kind, const char *path);
 // Records a directory with its title (last component) and times.
 int MediaInfoDBDirSave(const char *path);
 
-// Rows of a table of the media catalogue: 0 music, 1 video, 2 photo, 3 playlist. `columns` is a column list or
+// Rows of a table of the media catalogue: 0 music, 1 video, 2 photo, 3 playlist. `columns` is a column list
+// or
 // "*"; `condition` (without WHERE), `order` (without ORDER BY) may be null; `limit` 0 means all. Null on
 // failure; to be freed with MediaInfoDBClose.
 struct VELUIndexRows;
@@ -84,10 +88,11 @@ void VELUIndexVideoTableDirtySet(int flag);
 int BlVELUIndexIsMusicTableDirty();
 int BlVELUIndexIsVideoTableDirty();
 
-// --- Photo catalogue ----------------------------------------------------------------------------------------
+// --- Photo catalogue
+// ----------------------------------------------------------------------------------------
 
-// Inserts or updates the row of record->path in photo_image and sets its `updated` mark. `mode` is the queue's
-// operation code (1 add, 5 update).
+// Inserts or updates the row of record->path in photo_image and sets its `updated` mark. `mode` is the
+// queue's operation code (1 add, 5 update).
 int PhotoInfoDBSave(const PhotoRecord *record, int mode);
 
 // Removes the row of one picture.
@@ -102,8 +107,8 @@ VELUIndexRows *PhotoInfoDBOpen(int table, const char *columns, const char *condi
                                int limit);
 void PhotoInfoDBClose(VELUIndexRows *rows);
 
-// The rows behind MediaInfoDBOpen and PhotoInfoDBOpen, and the connection that they came from (open as long as
-// the rows are). Both belong to `rows`.
+// The rows behind MediaInfoDBOpen and PhotoInfoDBOpen, and the connection that they came from (open as long
+// as the rows are). Both belong to `rows`.
 const VELUDBResult *VELUIndexRowsResult(const VELUIndexRows *rows);
 VELUDB *VELUIndexRowsConnection(const VELUIndexRows *rows);
 
@@ -131,7 +136,8 @@ int VELUPhotoDeleteNoUpdateRows();
 // Makes or refreshes the row of a video in video_desc and sets its `updated` mark.
 int VELUIndexPhotoUpdateVideoStatus(const char *path);
 
-// --- Files --------------------------------------------------------------------------------------------------
+// --- Files
+// --------------------------------------------------------------------------------------------------
 
 // The text after the last "." of the path, within it; null when there is no "." or nothing follows it.
 const char *VELUIndexExtGet(const char *path);
@@ -154,7 +160,8 @@ int VELUIndexCTimeMTimeGet(const char *path, char *ctime_text, size_t ctime_size
 // Returns 0, or -1 (nothing written) when the file is none of these or its header is damaged.
 int VELUIndexImgResGet(const char *path, int *width, int *height);
 
-// --- Covers -------------------------------------------------------------------------------------------------
+// --- Covers
+// -------------------------------------------------------------------------------------------------
 
 enum CoverFormat : int { kCoverJpeg = 1, kCoverPng = 2 };
 
@@ -167,6 +174,6 @@ int GetCoverPath(const char *media_path, char *out, size_t size, int picture_typ
 // The folder that holds (or would hold) the covers of a media file; nothing is made. Returns 1 or 0.
 int GetCoverFolder(const char *media_path, char *out, size_t size);
 
-// Removes the cover pictures of one such folder, and the folder when that leaves it empty. Any other folder is
-// left alone.
+// Removes the cover pictures of one such folder, and the folder when that leaves it empty. Any other folder
+// is left alone.
 void CleanOldCover(const char *folder);

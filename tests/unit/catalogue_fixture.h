@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What the tests of the catalogue operations share: clean SQLite files at their real places, and a second
+// connection to look at them.
+#pragma once
+#include <gtest/gtest.h>
+#include <math.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "log_catcher.h"
+#include "platform/media_record.h"
+#include "platform/veludb.h"
+#include "platform/veluindex.h"
+
+extern int sqlite_busy_milliseconds; // of the SQLite engine
+
+inline const std::string kFolder = "/var/lib/velu";
+inline const std::string kMedia = "sqlite:/var/lib/velu/mediaserver.db";
+inline const std::string kPhoto = "sqlite:/var/lib/velu/photo.db";
+inline const std::string kConfig = "/etc/veluinfo.conf";
+inline constexpr const char *kTables[] = {"music", "video", "photo", "playlist"};
+
+inline void Copy(char *out, size_t size, const std::string &text) {
+    memset(out, 0, size);
+    memcpy(out, text.data(), std::min(size - 1, text.size()));
+}
+
+inline MediaInfo Record(const std::string &path, const std::string &title = "title") {
+    MediaInfo record = {};
+    Copy(record.path, sizeof record.path, path);
+    Copy(record.title, sizeof record.title, title);
+    return record;
+}
+
+inline int Save(int kind, const std::string &path, const std::string &title = "title") {
+    const MediaInfo record = Record(path, title);
+    return MediaInfoDBSave(kind, &record);
+}
+
+// Another program's connection.
+struct Peer {
+    explicit Peer(const std::string &uri = kMedia) : db(VELUDBOpen(uri.c_str())) {}
+    Peer(const Peer &) = delete;
+    Peer &operator=(const Peer &) = delete;
+    ~Peer() { VELUDBClose(db); }
+
+    int Exec(const std::string &sql) { return VELUDBExecute(db, sql.c_str(), nullptr); }
+
+    // The field x of all rows, joined by '|'; NULL is "-".
+    std::string Query(const std::string &sql) {
+        VELUDBResult *rows = nullptr;
+        if (VELUDBExecute(db, sql.c_str(), &rows) < 0)
+            return std::string("error: ") + VELUDBErrorGet(db);
+        std::string all;
+        for (int row = -1; VELUDBFetchRow(rows, &row) == 0;) {
+            const char *field = VELUDBFetchField(rows, row, "x");
+            all += (row > 0 ? "|" : "") + std::string(field != nullptr ? field : "-");
+        }
+        VELUDBFreeResult(rows);
+        return all;
+    }
+
+    std::string Paths(const std::string &table) {
+        return Query("select path as x from " + table + " order by path");
+    }
+
+    int Count(const std::string &table) { return atoi(Query("select count(*) as x from " + table).c_str()); }
+
+    VELUDB *db;
+};
+
+// What another program sees at this moment.
+inline std::string Paths(const std::string &table) {
+    return Peer().Paths(table);
+}
+inline std::string PhotoPaths(const std::string &table) {
+    return Peer(kPhoto).Paths(table);
+}
+
+class CatalogueStore : public testing::Test {
+protected:
+    void SetUp() override {
+        Clean();
+        std::filesystem::create_directories(kFolder);
+    }
+    void TearDown() override {
+        VELUIndexRunEnd();
+        sqlite_busy_milliseconds = timeout_;
+        Clean();
+        std::filesystem::create_directories(kFolder);
+    }
+
+    static void Clean() {
+        std::filesystem::remove_all(kFolder);
+        std::filesystem::remove(kConfig);
+        VELUIndexMusicTableDirtySet(0);
+        VELUIndexVideoTableDirtySet(0);
+    }
+
+private:
+    const int timeout_ = sqlite_busy_milliseconds;
+};

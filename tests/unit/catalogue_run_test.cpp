@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Runs, batches and what may go wrong with the database behind them.
+#include "catalogue_fixture.h"
+
+namespace {
+
+using CatalogueRun = CatalogueStore;
+
+TEST_F(CatalogueRun, VacuumShrinksTheFileAndCommitsTheBatch) {
+    VELUIndexRunBegin();
+    for (int i = 0; i < 2000; ++i)
+        ASSERT_EQ(Save(0, "/m/" + std::to_string(i), std::string(250, 'x')), 0);
+    ASSERT_EQ(VELUIndexRunEnd(), 0);
+    const auto full = std::filesystem::file_size("/var/lib/velu/mediaserver.db");
+    VELUIndexRunBegin();
+    ASSERT_EQ(VELUTruncateTable("music"), 0);
+    ASSERT_EQ(Save(0, "/kept"), 0);
+    EXPECT_EQ(MediaDBVacuum(), 0);
+    EXPECT_EQ(Paths("music"), "/kept") << "committed before the end of the run";
+    ASSERT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_LT(std::filesystem::file_size("/var/lib/velu/mediaserver.db"), full / 2);
+    EXPECT_EQ(PhotoDBVacuum(), 0);
+}
+
+TEST_F(CatalogueRun, VacuumFailsWhileAnotherWriterHoldsTheDatabase) {
+    ASSERT_EQ(Save(0, "/a"), 0);
+    Peer peer;
+    ASSERT_EQ(VELUDBBegin(peer.db), 0);
+    sqlite_busy_milliseconds = 50;
+    LogCatcher log;
+    EXPECT_LT(MediaDBVacuum(), 0);
+    EXPECT_EQ(log.Lines("locked").size(), 1u);
+}
+
+TEST_F(CatalogueRun, TheConfigurationNamesTheDatabases) {
+    std::ofstream(kConfig) << "mediadb=\"sqlite:/tmp/other/m.db\"\nphotodb=\"sqlite:/tmp/other/p.db\"\n";
+    EXPECT_EQ(Save(0, "/a"), 0);
+    EXPECT_EQ(PhotoInfoDBDirDelete("/a"), 0);
+    EXPECT_EQ(Peer("sqlite:/tmp/other/m.db").Paths("music"), "/a");
+    EXPECT_TRUE(std::filesystem::exists("/tmp/other/p.db"));
+    EXPECT_FALSE(std::filesystem::exists("/var/lib/velu/mediaserver.db"));
+    std::filesystem::remove_all("/tmp/other");
+}
+
+TEST_F(CatalogueRun, ReadersSeeWholeBatchesOnly) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    Peer reader;
+    VELUIndexRunBegin();
+    for (int i = 0; i < 499; ++i)
+        ASSERT_EQ(Save(0, "/m/" + std::to_string(i)), 0);
+    EXPECT_EQ(reader.Count("music"), 1);
+    ASSERT_EQ(Save(0, "/m/499"), 0);
+    EXPECT_EQ(reader.Count("music"), 501) << "the batch is full";
+    ASSERT_EQ(Save(0, "/m/500"), 0);
+    EXPECT_EQ(reader.Count("music"), 501);
+    ASSERT_EQ(VELUIndexRunFlush(), 0);
+    EXPECT_EQ(reader.Count("music"), 502);
+    ASSERT_EQ(Save(0, "/m/501"), 0);
+    EXPECT_EQ(reader.Count("music"), 502);
+    ASSERT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_EQ(reader.Count("music"), 503);
+}
+
+TEST_F(CatalogueRun, ABatchOlderThanASecondIsCommittedByTheNextWrite) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    Peer reader;
+    VELUIndexRunBegin();
+    ASSERT_EQ(Save(0, "/a"), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    EXPECT_EQ(reader.Count("music"), 1);
+    ASSERT_EQ(Save(0, "/b"), 0);
+    EXPECT_EQ(reader.Count("music"), 2);
+    ASSERT_EQ(VELUIndexRunEnd(), 0);
+}
+
+TEST_F(CatalogueRun, ABatchOfLongTextsIsCommittedEarly) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    Peer reader;
+    VELUIndexRunBegin();
+    for (int i = 0; i < 300; ++i)
+        ASSERT_EQ(Save(0, "/" + std::string(4000, 'x') + std::to_string(i)), 0);
+    EXPECT_GT(reader.Count("music"), 1);
+    ASSERT_EQ(VELUIndexRunEnd(), 0);
+}
+
+TEST_F(CatalogueRun, ABadRowOfABatchLosesItselfOnly) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    // `abort` undoes the statement, `rollback` gives the whole transaction up.
+    for (const std::string kind : {"abort", "rollback"}) {
+        Peer peer;
+        ASSERT_EQ(peer.Exec("create trigger bad before insert on music when new.title = 'bad' begin "
+                            "select raise(" +
+                            kind + ", 'bad row'); end"),
+                  0);
+        LogCatcher log;
+        VELUIndexRunBegin();
+        ASSERT_EQ(Save(0, "/1"), 0);
+        ASSERT_EQ(Save(0, "/2"), 0);
+        EXPECT_EQ(Save(0, "/3", "bad"), -1);
+        ASSERT_EQ(Save(0, "/4"), 0);
+        EXPECT_EQ(VELUIndexRunEnd(), 0) << "the store was there";
+        EXPECT_EQ(peer.Paths("music"), "/1|/2|/4|/first") << kind;
+        EXPECT_EQ(log.Lines().size(), 1u);
+        EXPECT_EQ(log.Lines("[/3]").size(), 1u);
+        EXPECT_EQ(log.Lines("bad row").size(), 1u);
+        ASSERT_EQ(peer.Exec("drop trigger bad"), 0);
+        ASSERT_EQ(peer.Exec("delete from music where path <> '/first'"), 3);
+    }
+}
+
+TEST_F(CatalogueRun, ABatchWhoseCommitFailsIsWrittenRowByRow) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    Peer peer;
+    ASSERT_EQ(peer.Exec("create table parent (x text primary key)"), 0);
+    ASSERT_EQ(peer.Exec("create table child (x text references parent (x) deferrable initially deferred)"),
+              0);
+    ASSERT_EQ(peer.Exec("create table strict (x text check (x <> 'bad'))"), 0);
+    ASSERT_EQ(
+        peer.Exec("create trigger copy after insert on music begin insert into child values ('nobody'); "
+                  "insert into strict values (new.title); end"),
+        0);
+    LogCatcher log;
+    VELUIndexRunBegin();
+    // On the run's first connection alone every row passes and the commit does not.
+    VELUIndexRows *rows = MediaInfoDBOpen(0, "path", nullptr, nullptr, 0);
+    ASSERT_EQ(VELUDBExecute(VELUIndexRowsConnection(rows), "pragma foreign_keys = on", nullptr), 0);
+    ASSERT_EQ(VELUDBExecute(VELUIndexRowsConnection(rows), "pragma ignore_check_constraints = on", nullptr),
+              0);
+    ASSERT_EQ(Save(0, "/1"), 0);
+    ASSERT_EQ(Save(0, "/2", "bad"), 0);
+    ASSERT_EQ(Save(0, "/3"), 0);
+    ASSERT_EQ(MediaInfoDBDelete(kMediaMusic, "/first"), 0);
+    ASSERT_EQ(MediaInfoDBDirSave("/d"), 0);
+    EXPECT_EQ(VELUIndexRunEnd(), 0) << "the store was there";
+    EXPECT_EQ(peer.Paths("music"), "/1|/3") << "while the rows still hold the connection that failed";
+    EXPECT_EQ(peer.Paths("directory"), "/d");
+    EXPECT_EQ(log.Lines().size(), 1u);
+    EXPECT_EQ(log.Lines("[/2]").size(), 1u);
+    EXPECT_EQ(log.Lines("CHECK constraint").size(), 1u);
+    MediaInfoDBClose(rows);
+}
+
+TEST_F(CatalogueRun, AStoreLockedPastTheTimeoutFailsTheRunAndComesBack) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    sqlite_busy_milliseconds = 100;
+    LogCatcher log;
+    {
+        Peer peer;
+        ASSERT_EQ(VELUDBBegin(peer.db), 0);
+        VELUIndexRunBegin();
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < 50; ++i)
+            EXPECT_EQ(Save(0, "/m/" + std::to_string(i)), -1);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << "one wait, not fifty";
+        EXPECT_EQ(VELUIndexRunEnd(), -1);
+    }
+    EXPECT_EQ(log.Lines().size(), 50u) << "one line for each row";
+    EXPECT_EQ(log.Lines("/m/49").size(), 1u);
+    EXPECT_EQ(Save(0, "/back"), 0);
+    EXPECT_EQ(Paths("music"), "/back|/first");
+    EXPECT_EQ(BlVELUIndexIsMusicTableDirty(), 1);
+}
+
+TEST_F(CatalogueRun, AnUnreachableStoreIsOneLineForEachOperation) {
+    std::filesystem::remove_all(kFolder);
+    std::ofstream(kConfig) << "mediadb=\"sqlite:/proc/none/m.db\"\nphotodb=\"sqlite:/proc/none/p.db\"\n";
+    LogCatcher log;
+    EXPECT_EQ(Save(0, "/a"), -1);
+    EXPECT_EQ(log.Lines().size(), 1u);
+    EXPECT_EQ(MediaInfoDBDelete(kMediaTree, "/a"), -1);
+    EXPECT_EQ(log.Lines().size(), 2u);
+    EXPECT_EQ(PhotoInfoDBDirDelete("/a"), -1);
+    EXPECT_EQ(log.Lines().size(), 3u);
+    EXPECT_LT(PhotoDBVacuum(), 0);
+    EXPECT_EQ(log.Lines().size(), 4u);
+    EXPECT_EQ(VELUTruncateTable("music"), -1);
+    EXPECT_EQ(log.Lines().size(), 5u);
+    EXPECT_EQ(MediaInfoDBOpen(0, "*", nullptr, nullptr, 0), nullptr);
+    EXPECT_EQ(log.Lines().size(), 6u);
+    VELUIndexRunBegin();
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(Save(0, "/a"), -1);
+    EXPECT_EQ(VELUIndexRunFlush(), -1);
+    EXPECT_EQ(VELUIndexRunEnd(), -1);
+    EXPECT_EQ(log.Lines().size(), 16u);
+    EXPECT_EQ(BlVELUIndexIsMusicTableDirty(), 0);
+    std::filesystem::remove(kConfig);
+    EXPECT_EQ(Save(0, "/a"), 0);
+}
+
+TEST_F(CatalogueRun, ADamagedFileFailsAndIsNotReplaced) {
+    std::ofstream("/var/lib/velu/mediaserver.db") << std::string(10000, 'x');
+    LogCatcher log;
+    EXPECT_EQ(Save(0, "/a"), -1);
+    EXPECT_EQ(log.Lines().size(), 1u);
+    EXPECT_EQ(std::filesystem::file_size("/var/lib/velu/mediaserver.db"), 10000u);
+}
+
+TEST_F(CatalogueRun, ANewerSchemaFailsAndIsLeftAlone) {
+    ASSERT_EQ(Save(0, "/a"), 0);
+    Peer peer;
+    ASSERT_EQ(peer.Exec("update schema_version set version = 1000"), 1);
+    LogCatcher log;
+    EXPECT_EQ(Save(0, "/b"), -1);
+    EXPECT_EQ(log.Lines("tables of version 1000").size(), 1u);
+    EXPECT_EQ(log.Lines().size(), 1u);
+    EXPECT_EQ(peer.Query("select version as x from schema_version"), "1000");
+    EXPECT_EQ(peer.Paths("music"), "/a");
+}
+
+TEST_F(CatalogueRun, EachDatabaseHoldsItsTablesAndOneVersion) {
+    ASSERT_EQ(Save(0, "/a"), 0);
+    ASSERT_EQ(PhotoInfoDBDirDelete("/a"), 0);
+    const std::string tables = "select name as x from sqlite_master where type = 'table' and name not like "
+                               "'sqlite\\_%' order by name";
+    Peer media;
+    EXPECT_EQ(media.Query(tables), "directory|music|photo|playlist|schema_version|video");
+    EXPECT_EQ(media.Query("select version as x from schema_version"), "1");
+    Peer photo(kPhoto);
+    EXPECT_EQ(photo.Query(tables),
+              "photo_access_right|photo_image|photo_share|schema_version|video_comment|video_desc");
+    EXPECT_EQ(photo.Query("select version as x from schema_version"), "1");
+}
+
+TEST_F(CatalogueRun, TheMakingOfTheTablesThatWasCutShortIsDoneAgain) {
+    {
+        Peer peer;
+        ASSERT_EQ(peer.Exec("create table schema_version (version integer)"), 0);
+    }
+    EXPECT_EQ(Save(0, "/a"), 0);
+    EXPECT_EQ(Peer().Query("select version as x from schema_version"), "1");
+}
+
+TEST_F(CatalogueRun, AKilledRunLosesTheOpenBatchOnly) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        VELUIndexRunBegin();
+        for (int i = 0; i < 500 + 120; ++i)
+            Save(0, "/m/" + std::to_string(i));
+        kill(getpid(), SIGKILL);
+        _exit(1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(Peer().Count("music"), 501);
+    EXPECT_EQ(Save(0, "/after"), 0) << "nothing stays locked";
+    EXPECT_EQ(Peer().Query("select integrity_check as x from pragma_integrity_check"), "ok");
+}
+
+TEST_F(CatalogueRun, AnEmptyRunTouchesNothing) {
+    VELUIndexRunBegin();
+    VELUIndexRunBegin();
+    EXPECT_EQ(VELUIndexRunFlush(), 0);
+    EXPECT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(kFolder));
+}
+
+TEST_F(CatalogueRun, TheEndOfARunLeavesNoLogBehind) {
+    VELUIndexRunBegin();
+    ASSERT_EQ(Save(0, "/a"), 0);
+    ASSERT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_FALSE(std::filesystem::exists("/var/lib/velu/mediaserver.db-wal"));
+}
+
+} // namespace

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Rows of the photo catalogue.
+#include "catalogue_fixture.h"
+
+#include "platform/photo_record.h"
+
+namespace {
+
+using PhotoStore = CatalogueStore;
+
+int SavePhoto(const std::string &path, const std::string &title = "title", int mode = 1) {
+    PhotoRecord record = {};
+    Copy(record.path, sizeof record.path, path);
+    Copy(record.title, sizeof record.title, title);
+    return PhotoInfoDBSave(&record, mode);
+}
+
+TEST_F(PhotoStore, BothSpellingsOfABooleanAreOneStoredValue) {
+    EXPECT_EQ(PhotoDBExec(
+                  "Insert into photo_share values(1, 'Trips', '', '', 'true', 0, '', 'true', 'false', '1');"),
+              1);
+    EXPECT_EQ(
+        PhotoDBExec("Insert into photo_share values(2, 'T2', '', '', 'false', 0, '', 'true', 'true', '1');"),
+        1);
+    EXPECT_EQ(PhotoDBExec("Update photo_share set is_subdir = 't' where sharename = 'Trips'"), 1);
+    EXPECT_EQ(PhotoDBExec("Update photo_share set public = 'f' where public = 't'"), 1);
+    EXPECT_EQ(PhotoDBExec("Update photo_share set updated = '0'"), 2);
+    EXPECT_EQ(Peer(kPhoto).Query("select cast(public as text) || allow_comment || is_subdir || updated as x "
+                                 "from photo_share order by shareid"),
+              "ftt0|ftt0");
+}
+
+TEST_F(PhotoStore, PhotoExecFailureIsOneLine) {
+    LogCatcher log;
+    EXPECT_EQ(PhotoDBExec("delete from nowhere"), -1);
+    EXPECT_EQ(log.Lines("nowhere").size(), 1u);
+    EXPECT_EQ(log.Lines().size(), 1u);
+    EXPECT_EQ(PhotoDBExec("delete from photo_share"), 0);
+}
+
+TEST_F(PhotoStore, PhotoTreeDeleteTakesItsThreeTables) {
+    for (const char *table : {"photo_image", "video_desc", "video_comment"})
+        for (const char *path : {"/p/a", "/p/a/1", "/p/a/b/2", "/p/ab", "/p/a0", "/p"})
+            ASSERT_EQ(PhotoDBExec(
+                          (std::string("insert into ") + table + " (path) values ('" + path + "')").c_str()),
+                      1);
+    ASSERT_EQ(PhotoInfoDBDirDelete("/p/a/"), 0);
+    for (const char *table : {"photo_image", "video_desc", "video_comment"})
+        EXPECT_EQ(PhotoPaths(table), "/p|/p/a0|/p/ab") << table;
+    EXPECT_EQ(Peer(kPhoto).Query("select count(distinct id) as x from photo_image"), "3")
+        << "keys are given out";
+    ASSERT_EQ(PhotoInfoDBDelete("/p/ab"), 0);
+    EXPECT_EQ(PhotoPaths("photo_image"), "/p|/p/a0");
+}
+
+TEST_F(PhotoStore, PathListsKeepTheOrderOfTheRows) {
+    for (const char *path : {"/b", "/a", "/c"})
+        ASSERT_EQ(Save(kMediaVideo, path), 0);
+    VELUIndexRows *rows = MediaInfoDBOpen(1, nullptr, nullptr, "path desc", 0);
+    PhotoPathList *list = PhotoPathDBGet(rows);
+    MediaInfoDBClose(rows);
+    std::string all;
+    for (const PhotoPathList *node = list; node != nullptr; node = node->next)
+        all += node->path;
+    EXPECT_EQ(all, "/c/b/a");
+    FreePhotoPathList(list);
+    EXPECT_EQ(PhotoPathDBGet(nullptr), nullptr);
+    FreePhotoPathList(nullptr);
+}
+
+TEST_F(PhotoStore, PhotoSaveWritesEveryColumnAndSetsTheMark) {
+    PhotoRecord record = {};
+    Copy(record.path, sizeof record.path, "/volume1/photo/T/\xe9.jpg");
+    Copy(record.name, sizeof record.name, "\xe9.jpg");
+    Copy(record.title, sizeof record.title, "Title");
+    Copy(record.description, sizeof record.description, "it's");
+    Copy(record.album, sizeof record.album, "T");
+    Copy(record.make, sizeof record.make, "Make");
+    Copy(record.model, sizeof record.model, "Model");
+    Copy(record.exposure, sizeof record.exposure, "1/60");
+    Copy(record.fnumber, sizeof record.fnumber, "f/2.8");
+    Copy(record.date_taken, sizeof record.date_taken, "2008:01:02 03:04:05");
+    Copy(record.create_time, sizeof record.create_time, "Fri Jan  2 03:04:05 2009");
+    record.width = 640;
+    record.height = 480;
+    record.iso = 400;
+    record.file_size = int64_t{1} << 40;
+    ASSERT_EQ(PhotoInfoDBSave(&record, 1), 0);
+    const std::string all =
+        "select id||','||path||','||name||','||title||','||description||','||album||','||make||','||"
+        "model||','||exposure||','||fnumber||','||date_taken||','||create_time||','||width||','||"
+        "height||','||iso||','||file_size||','||updated as x from photo_image";
+    Peer peer(kPhoto);
+    EXPECT_EQ(peer.Query(all), "1,/volume1/photo/T/\xe9.jpg,\xc3\xa9.jpg,Title,it's,T,Make,Model,1/60,f/2.8,"
+                               "2008:01:02 03:04:05,Fri Jan  2 03:04:05 2009,640,480,400,1099511627776,1");
+    Copy(record.title, sizeof record.title, "New");
+    ASSERT_EQ(PhotoInfoDBSave(&record, 5), 0);
+    EXPECT_EQ(peer.Query("select id || title as x from photo_image"), "1New") << "the row keeps its key";
+    EXPECT_EQ(PhotoInfoDBSave(&record, 2), -1);
+    EXPECT_EQ(PhotoInfoDBSave(nullptr, 1), -1);
+    EXPECT_EQ(SavePhoto(""), -1);
+}
+
+TEST_F(PhotoStore, PhotoSweepTakesUnmarkedRows) {
+    for (const char *path : {"/p/1", "/p/2", "/p/3"})
+        ASSERT_EQ(SavePhoto(path), 0);
+    ASSERT_EQ(PhotoDBExec("insert into photo_image (path) values ('/p/4')"), 1);
+    ASSERT_EQ(VELUPhotoInitAllRows(), 0);
+    ASSERT_EQ(SavePhoto("/p/2", "title", 5), 0);
+    ASSERT_EQ(VELUPhotoDeleteNoUpdateRows(), 0);
+    EXPECT_EQ(PhotoPaths("photo_image"), "/p/2");
+}
+
+TEST_F(PhotoStore, VideoStatusKeepsWhatAUserWrote) {
+    ASSERT_EQ(VELUIndexPhotoUpdateVideoStatus("/p/v.avi"), 0);
+    ASSERT_EQ(PhotoDBExec("update video_desc set title = 'mine', updated = '0'"), 1);
+    ASSERT_EQ(VELUIndexPhotoUpdateVideoStatus("/p/v.avi"), 0);
+    EXPECT_EQ(Peer(kPhoto).Query("select path || title || updated as x from video_desc"), "/p/v.avimine1");
+    EXPECT_EQ(VELUIndexPhotoUpdateVideoStatus(""), -1);
+}
+
+TEST_F(PhotoStore, RenamesRowsUnderTheOldPathOnly) {
+    for (const char *path : {"/p/a/1.jpg", "/p/a/b/2.jpg", "/p/ab/3.jpg", "/p/n/1.jpg", "/q/p/a/4.jpg"})
+        ASSERT_EQ(SavePhoto(path, path), 0);
+    char paths[][32] = {"/p/a/1.jpg", "/p/a/b/2.jpg", "/p/ab/3.jpg", "/q/p/a/4.jpg", "/p/a/gone.jpg"};
+    PhotoPathList list[5];
+    for (int i = 0; i < 5; ++i)
+        list[i] = {paths[i], i < 4 ? &list[i + 1] : nullptr};
+    ASSERT_EQ(VELUUpdatePhotoPath(list, "/p/n", "/p/a"), 0);
+    Peer peer(kPhoto);
+    EXPECT_EQ(peer.Paths("photo_image"), "/p/ab/3.jpg|/p/n/1.jpg|/p/n/b/2.jpg|/q/p/a/4.jpg");
+    EXPECT_EQ(peer.Query("select title as x from photo_image where path = '/p/n/1.jpg'"), "/p/a/1.jpg")
+        << "the renamed row takes the place of the one that was there";
+    EXPECT_EQ(peer.Query(
+                  "select name || ',' || album as x from photo_image where path like '/p/n/%' order by path"),
+              "1.jpg,n|2.jpg,b");
+    PhotoPathList file = {paths[2], nullptr};
+    ASSERT_EQ(VELUUpdatePhotoPath(&file, "/p/new.jpg", "/p/ab/3.jpg"), 0);
+    EXPECT_EQ(peer.Paths("photo_image"), "/p/n/1.jpg|/p/n/b/2.jpg|/p/new.jpg|/q/p/a/4.jpg");
+    PhotoPathList same = {paths[3], nullptr};
+    ASSERT_EQ(VELUUpdatePhotoPath(&same, "/q/p/a/", "/q/p/a"), 0);
+    EXPECT_EQ(peer.Count("photo_image"), 4) << "a rename to itself removes nothing";
+    EXPECT_EQ(VELUUpdatePhotoPath(list, "", "/p"), -1);
+    EXPECT_EQ(VELUUpdatePhotoPath(list, "/p", nullptr), -1);
+    EXPECT_EQ(VELUUpdatePhotoPath(nullptr, "/p", "/q"), 0);
+}
+
+} // namespace
