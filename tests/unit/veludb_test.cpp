@@ -91,7 +91,6 @@ TEST(VeluDbOpen, FailsWithOneLineForEachBadUri) {
     for (const char *uri :
          {"", "mysql:/x", "sqlite", "/tmp/x.db", "sqlite:", "sqlite:relative.db", "sqlite:/tmp/"}) {
         LogCatcher log;
-        ASSERT_TRUE(log.ok());
         EXPECT_EQ(VELUDBOpen(uri), nullptr) << uri;
         EXPECT_EQ(log.Lines().size(), 1u) << uri;
     }
