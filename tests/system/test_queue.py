@@ -134,7 +134,8 @@ def test_a_working_copy_that_cannot_be_opened_is_removed_and_the_queue_stays(dae
     daemon.queue("bad line")
     daemon.signal()
     wait_for(lambda: not daemon.exists(WORKING_COPY), "the removal of the copy")
-    assert daemon.logged("veluindexd.c", f"Failed to open {WORKING_COPY}. (No such device or address)") == 1
+    wait_for(lambda: daemon.logged("veluindexd.c", f"Failed to open {WORKING_COPY}. (No such device or address)"),
+             "the message")
     assert daemon.exists(QUEUE) and daemon.peer_signals("dms") == []
     daemon.index()
     assert daemon.logged("veluindexd.c", "Bad format [bad line\n].") == 1

@@ -20,7 +20,7 @@ CONVERTER_JOURNAL = "/tmp/converter"
 
 # How many times faster than the wall's the daemon's clock goes: its 10 seconds of sleep become 0.2.
 SPEED = 50
-PATIENCE = 30
+PATIENCE = 60
 
 
 def wait_for(condition, what, timeout=PATIENCE, pause=0.005):
@@ -162,7 +162,8 @@ class Daemon:
         return self.box.ask("kill", pid=self.pid, number=int(number))["sent"]
 
     def wait_gone(self, pid=None):
-        wait_for(lambda: not self.alive(pid), "the daemon's end")
+        # Until it is reaped, its pid still counts as alive for a second start.
+        wait_for(lambda: self.box.ask("proc", pid=pid or self.pid, name="stat")["text"] is None, "the daemon's end")
 
     def stop(self):
         self.signal(signal.SIGTERM)
