@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Reader of MP3 files: ID3v2 and ID3v1 tags (id3.org), MPEG audio frame headers (ISO/IEC 11172-3, 13818-3),
-// Xing and VBRI headers, embedded cover pictures.
+// The MP3 reader: tags, stream properties and cover of one file.
 #pragma once
 
-struct MediaInfo;
+#include "platform/media_record.h"
 
-// Fills the record from the file's tags and frames and stores its cover picture. Returns 0, or -1 (logged)
-// when the file has no MPEG audio that can be read; the record is then unchanged.
+// Fills the record of the MP3 file `path`: duration, bit rate, sample rate, channels, text, numbers and
+// has_cover. Replaces the file's cover pictures. Returns 0; or -1 (logged) with the record untouched and no
+// cover left when the file cannot be read or has no two MPEG audio frames in a row.
 int Mp3InfoGet(const char *path, MediaInfo *record);

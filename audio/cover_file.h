@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// CoverFile: writing the cover picture of a media file. The file is created anew, filled, and given the mode
+// and the media file's owner; a failure at any step leaves neither the file nor an empty folder behind.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include <span>
+
+#include "platform/handle.h"
+
+struct CoverFile {
+    const char *log_name;   // the caller's, for the log lines
+    const char *media_path; // both paths must live as long as this
+    const char *cover_path;
+    FdHandle file = {};
+};
+
+// Each returns true, or logs and returns false; CoverFileDiscard is then to be called.
+bool CoverFileCreate(CoverFile *cover);
+bool CoverFileWrite(CoverFile *cover, std::span<const uint8_t> bytes);
+
+// Sets mode and owner, then closes the file.
+bool CoverFileFinish(CoverFile *cover);
+
+// Removes what has been written, and the folder of the media file's covers.
+void CoverFileDiscard(CoverFile *cover);
