@@ -195,7 +195,7 @@ struct ZeroRun {
 
 bool LeadsToHeader(Reach *reach, ZeroRun *furthest, int64_t frame_end) {
     if (frame_end < furthest->start) {
-        const int64_t next = NonZeroFind(reach, frame_end, furthest->start);
+        const int64_t next = NonZeroFind(reach, frame_end, std::min(furthest->start, reach->source->size));
         if (next < furthest->start)
             return IsHeaderAt(reach, next);
         furthest->start = frame_end;
