@@ -39,8 +39,16 @@ constexpr int32_t kSampleRates[3][3] = {{44100, 48000, 32000}, {22050, 24000, 16
 // like those of layer 3.
 constexpr int32_t kFrameFactors[2][3] = {{48000, 144000, 144000}, {24000, 72000, 72000}};
 
-bool IsSync(uint8_t b0, uint8_t b1) {
-    return b0 == 0xFF && (b1 & 0xE0) == 0xE0;
+bool IsSync(const uint8_t *head) {
+    return head[0] == 0xFF && (head[1] & 0xE0) == 0xE0;
+}
+
+// A sync pattern whose rates can be decoded. Bytes of 0xFF, of which hostile and damaged files have long
+// runs, look like one sync pattern after the other, but never like this.
+bool HasRates(const uint8_t *head) {
+    const bool is_mpeg25_of_mpeg1 = (head[1] & 0x18) == 0x08;
+    return IsSync(head) && !is_mpeg25_of_mpeg1 && (head[1] & 0x06) != 0 && (head[2] & 0x0C) != 0x0C &&
+           (head[2] & 0xF0) != 0xF0;
 }
 
 // Decodes the four bytes of a header with a good sync pattern. False when a field has a value that is not
@@ -91,15 +99,19 @@ bool HeaderDecode(const uint8_t *head, int64_t pos, MpegHeaderInfo *info) {
 }
 
 // HeaderDecode, and what a header that stands for the whole file must have beyond it: a frame size, which
-// free format lacks. Completes bit rate and duration.
-bool HeaderAccept(const uint8_t *head, int64_t pos, int64_t file_size, MpegHeaderInfo *info) {
+// free format lacks. Completes the bit rate.
+bool HeaderAccept(const uint8_t *head, int64_t pos, MpegHeaderInfo *info) {
     if (!HeaderDecode(head, pos, info) || info->frame_size == 0)
         return false;
-    // A frame of padding alone (free format with the padding bit) has no bit rate.
-    info->duration = info->bit_rate == 0 ? std::numeric_limits<double>::infinity()
-                                         : static_cast<double>(file_size) / info->bit_rate * 0.008;
     info->bit_rate *= 1000;
     return true;
+}
+
+double Duration(int64_t file_size, int32_t bit_rate) {
+    // A frame of padding alone (free format with the padding bit) has no bit rate.
+    if (bit_rate == 0)
+        return std::numeric_limits<double>::infinity();
+    return static_cast<double>(file_size) / (bit_rate / 1000) * 0.008;
 }
 
 // The piece of the file that a search looks at without asking the reader again.
@@ -120,21 +132,23 @@ std::span<const uint8_t> ReachTo(Reach *reach, int64_t pos) {
     return reach->bytes;
 }
 
-// The first sync pattern that begins in [begin, stop), or stop. The byte at stop can be read.
-const uint8_t *SyncFind(const uint8_t *begin, const uint8_t *stop) {
+// The first header in [begin, stop) that passes, or stop. Three bytes behind stop can be read.
+template <bool (*Passes)(const uint8_t *)>
+const uint8_t *HeadFind(const uint8_t *begin, const uint8_t *stop) {
     for (const uint8_t *at = begin; at < stop; ++at) {
         if (*at != 0xFF) {
             at = static_cast<const uint8_t *>(memchr(at, 0xFF, static_cast<size_t>(stop - at)));
             if (at == nullptr)
                 return stop;
         }
-        if (IsSync(at[0], at[1]))
+        if (Passes(at))
             return at;
     }
     return stop;
 }
 
-// Moves *pos to the first sync pattern at or after it. Returns its four bytes, or null (logged).
+// Moves *pos to the first header at or after it that passes. Returns its bytes, or null (logged).
+template <bool (*Passes)(const uint8_t *)>
 const uint8_t *CandidateFind(Reach *reach, int64_t *pos) {
     const int64_t limit = reach->source->size - kSearchTail;
     while (*pos < limit) {
@@ -146,7 +160,7 @@ const uint8_t *CandidateFind(Reach *reach, int64_t *pos) {
         const auto whole_headers = static_cast<int64_t>(bytes.size() - kHeaderBytes + 1);
         const auto count = static_cast<size_t>(std::min(limit - *pos, whole_headers));
         const uint8_t *const stop = bytes.data() + count;
-        const uint8_t *const at = SyncFind(bytes.data(), stop);
+        const uint8_t *const at = HeadFind<Passes>(bytes.data(), stop);
         *pos += at - bytes.data();
         if (at != stop)
             return at;
@@ -158,12 +172,14 @@ const uint8_t *CandidateFind(Reach *reach, int64_t *pos) {
 
 bool IsHeaderAt(Reach *reach, int64_t pos) {
     const std::span<const uint8_t> bytes = ReachTo(reach, pos);
+    if (bytes.size() >= kHeaderBytes && !HasRates(bytes.data()))
+        return false;
     uint8_t head[kHeaderBytes];
     memset(head, kUnreadByte, sizeof head);
     if (!bytes.empty())
         memcpy(head, bytes.data(), std::min(sizeof head, bytes.size()));
     MpegHeaderInfo local;
-    return IsSync(head[0], head[1]) && HeaderDecode(head, pos, &local);
+    return IsSync(head) && HeaderDecode(head, pos, &local);
 }
 
 // The first position in [from, limit) whose byte is not zero, or limit; `from` when it lies behind that.
@@ -214,8 +230,11 @@ int MpegHeaderFind(const ByteSource *source, int64_t *pos, MpegHeaderInfo *info)
         return 0;
     }
     Reach reach{source};
-    const uint8_t *head = CandidateFind(&reach, pos);
-    return head != nullptr && HeaderAccept(head, *pos, source->size, info) ? 1 : 0;
+    const uint8_t *head = CandidateFind<IsSync>(&reach, pos);
+    if (head == nullptr || !HeaderAccept(head, *pos, info))
+        return 0;
+    info->duration = Duration(source->size, info->bit_rate);
+    return 1;
 }
 
 int MpegHeaderCheck(const ByteSource *source, int64_t pos) {
@@ -232,17 +251,23 @@ int MpegFrameSearch(const ByteSource *source, int64_t *pos, MpegHeaderInfo *info
     }
     Reach reach{source};
     ZeroRun furthest;
-    while (*pos < source->size - kSearchTail) {
-        const uint8_t *head = CandidateFind(&reach, pos);
+    int64_t at = *pos;
+    int found = 0;
+    while (found == 0 && at < source->size - kSearchTail) {
+        const uint8_t *head = CandidateFind<HasRates>(&reach, &at);
         if (head == nullptr)
-            return 0;
-        if (HeaderAccept(head, *pos, source->size, info)) {
-            const int64_t frame_end = *pos + info->frame_size;
-            if (gap == FrameGap::zeros ? LeadsToHeader(&reach, &furthest, frame_end)
-                                       : IsHeaderAt(&reach, frame_end))
-                return 1;
+            break;
+        if (HeaderAccept(head, at, info)) {
+            const int64_t frame_end = at + info->frame_size;
+            const bool leads = gap == FrameGap::zeros ? LeadsToHeader(&reach, &furthest, frame_end)
+                                                      : IsHeaderAt(&reach, frame_end);
+            found = leads ? 1 : 0;
         }
-        ++*pos;
+        if (found == 0)
+            ++at;
     }
-    return 0;
+    *pos = at;
+    if (found != 0)
+        info->duration = Duration(source->size, info->bit_rate);
+    return found;
 }

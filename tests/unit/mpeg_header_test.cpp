@@ -201,6 +201,15 @@ testing::AssertionResult SameInfo(const MpegHeaderInfo &a, const MpegHeaderInfo 
                                   : testing::AssertionFailure() << "infos differ";
 }
 
+// What a search that found nothing leaves behind.
+testing::AssertionResult SameRates(const MpegHeaderInfo &a, const MpegHeaderInfo &b) {
+    const auto fields = [](const MpegHeaderInfo &i) {
+        return std::tuple(i.bit_rate, i.byte_rate, i.sample_rate, i.channel_mode, i.frame_size);
+    };
+    return fields(a) == fields(b) ? testing::AssertionSuccess()
+                                  : testing::AssertionFailure() << "rates differ";
+}
+
 void ExpectLikeReference(const std::string &bytes, int64_t size, size_t window, int64_t start) {
     Reference reference{bytes, size};
     SmallReader small{bytes, window};
@@ -224,8 +233,10 @@ void ExpectLikeReference(const std::string &bytes, int64_t size, size_t window, 
         ASSERT_EQ(MpegFrameSearch(&source, &pos, &info, gap), found);
         if (found != 0) {
             ASSERT_EQ(pos, expected_pos);
+            ASSERT_TRUE(SameInfo(info, expected));
+        } else {
+            ASSERT_TRUE(SameRates(info, expected));
         }
-        ASSERT_TRUE(SameInfo(info, expected));
     }
 }
 
@@ -329,8 +340,8 @@ TEST(MpegHeaderReference, AroundTheWindowsOfTheMp3Reader) {
         ASSERT_EQ(MpegFrameSearch(&source, &pos, &info, FrameGap::none), found) << i;
         if (found != 0) {
             ASSERT_EQ(pos, expected_pos) << i;
+            ASSERT_TRUE(SameInfo(info, expected)) << i;
         }
-        ASSERT_TRUE(SameInfo(info, expected)) << i;
     }
 }
 
