@@ -35,9 +35,32 @@ constexpr int16_t kBitRates[2][3][15] = {
 // Hz by version and index; the index 3 is not allowed.
 constexpr int32_t kSampleRates[3][3] = {{44100, 48000, 32000}, {22050, 24000, 16000}, {11025, 12000, 8000}};
 
-// Frame size = kbit/s x this / sample rate + padding, by version and layer. MPEG-2 layer 2 frames are counted
+// Frame size = kbit/s x this / sample rate, by version and layer. MPEG-2 layer 2 frames are counted
 // like those of layer 3.
 constexpr int32_t kFrameFactors[2][3] = {{48000, 144000, 144000}, {24000, 72000, 72000}};
+
+// Frame sizes without padding by version, layer, bit rate and sample rate: hostile files make the search ask
+// for one every four bytes, which is too often for a division.
+struct FrameSizes {
+    int16_t bytes[2][3][15][3] = {};
+};
+
+constexpr FrameSizes FrameSizesMake() {
+    FrameSizes sizes;
+    for (int version = 0; version < 2; ++version) {
+        for (int layer = 0; layer < 3; ++layer) {
+            for (int bit_rate = 0; bit_rate < 15; ++bit_rate) {
+                for (int rate = 0; rate < 3; ++rate)
+                    sizes.bytes[version][layer][bit_rate][rate] =
+                        static_cast<int16_t>(kBitRates[version][layer][bit_rate] *
+                                             kFrameFactors[version][layer] / kSampleRates[version][rate]);
+            }
+        }
+    }
+    return sizes;
+}
+
+constexpr FrameSizes kFrameSizes = FrameSizesMake();
 
 bool IsSync(const uint8_t *head) {
     return head[0] == 0xFF && (head[1] & 0xE0) == 0xE0;
@@ -54,7 +77,7 @@ bool HasRates(const uint8_t *head) {
 // Decodes the four bytes of a header with a good sync pattern. False when a field has a value that is not
 // allowed, or for MPEG-2.5, which is not supported; what was decoded up to there stays in `info`. The bit
 // rate is left in kbit/s.
-bool HeaderDecode(const uint8_t *head, int64_t pos, MpegHeaderInfo *info) {
+inline bool HeaderDecode(const uint8_t *head, int64_t pos, MpegHeaderInfo *info) {
     info->header_pos = pos;
     const bool is_mpeg25 = (head[1] & 0x10) == 0;
     if ((head[1] & 0x08) != 0) {
@@ -93,14 +116,14 @@ bool HeaderDecode(const uint8_t *head, int64_t pos, MpegHeaderInfo *info) {
     if (is_mpeg25)
         return false;
     const int32_t slot = info->layer == 1 ? 4 : 1;
-    info->frame_size =
-        kbps * kFrameFactors[generation][info->layer - 1] / info->sample_rate + slot * info->padding;
+    info->frame_size = kFrameSizes.bytes[generation][info->layer - 1][bit_rate_index][sample_rate_index] +
+                       slot * info->padding;
     return true;
 }
 
 // HeaderDecode, and what a header that stands for the whole file must have beyond it: a frame size, which
 // free format lacks. Completes the bit rate.
-bool HeaderAccept(const uint8_t *head, int64_t pos, MpegHeaderInfo *info) {
+inline bool HeaderAccept(const uint8_t *head, int64_t pos, MpegHeaderInfo *info) {
     if (!HeaderDecode(head, pos, info) || info->frame_size == 0)
         return false;
     info->bit_rate *= 1000;
@@ -122,7 +145,7 @@ struct Reach {
 };
 
 // The bytes from `pos` on, at least a header of them unless the file ends before.
-std::span<const uint8_t> ReachTo(Reach *reach, int64_t pos) {
+inline std::span<const uint8_t> ReachTo(Reach *reach, int64_t pos) {
     const int64_t offset = pos - reach->start;
     const auto held = static_cast<int64_t>(reach->bytes.size());
     if (offset >= 0 && offset + static_cast<int64_t>(kHeaderBytes) <= held)
