@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "audio/id3v1.h"
 
-#include "log_listener.h"
+#include "log_catcher.h"
 #include "mp3_bytes.h"
 
 #include <fcntl.h>
@@ -72,8 +72,7 @@ TEST(Id3v1, BlankFieldsBecomeEmpty) {
 
 // The mark is still in the window when the file goes bad under it.
 TEST(Id3v1, FailureToSeekIsLoggedWithThePosition) {
-    const LogListener log;
-    ASSERT_TRUE(log.ready);
+    LogCatcher log;
     Opened file(std::string(72, 'a') + Id3v1(Block("title")));
     ASSERT_EQ(Mp3ReadByte(&file.ctx, 0), 'a');
     file.ctx.file.Close();
@@ -84,8 +83,7 @@ TEST(Id3v1, FailureToSeekIsLoggedWithThePosition) {
 }
 
 TEST(Id3v1, ReadOfNothingIsAFailure) {
-    const LogListener log;
-    ASSERT_TRUE(log.ready);
+    LogCatcher log;
     Opened file(Id3v1(Block("title")));
     ASSERT_EQ(Mp3ReadByte(&file.ctx, 0), 'T');
     ASSERT_EQ(ftruncate(file.ctx.file.get(), 0), 0);
