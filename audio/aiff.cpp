@@ -1,15 +1,55 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "audio/aiff.h"
 
+#include "catalogue/util.h"
+#include "platform/handle.h"
+#include "platform/velusdk.h"
+
+#include <libaiff/libaiff.h>
 #include <stdio.h>
 #include <syslog.h>
 
-#include "catalogue/util.h"
-#include "platform/velusdk.h"
+#include <cfloat>
+#include <memory>
 
 namespace {
+
 constexpr char kLogName[] = "aiff.c";
+
+using AiffHandle = std::unique_ptr<s_AIFF_Ref, CloseWith<AIFF_CloseFile>>;
+
+// The rate of a damaged file can be anything, infinity included: what is above the field is its largest value,
+// and what is no number above 0 is 0.
+uint32_t ToCount(double value) {
+    if (!(value > 0))
+        return 0;
+    return value < UINT32_MAX ? static_cast<uint32_t>(value) : UINT32_MAX;
 }
+
+float ToSeconds(uint64_t sample_frames, double rate) {
+    if (!(rate > 0))
+        return 0;
+    const double seconds = static_cast<double>(sample_frames) / rate;
+    // More than the field can hold is no play time, as MediaInfoValid says of an infinite one.
+    return seconds <= FLT_MAX ? static_cast<float>(seconds) : 0;
+}
+
+void AudioFormatRead(const char *path, MediaInfo *record) {
+    const AiffHandle file(AIFF_OpenFile(path, F_RDONLY));
+    uint64_t sample_frames = 0;
+    int channels = 0;
+    double rate = 0;
+    int bits = 0;
+    int segment_size = 0;
+    if (!file || AIFF_GetAudioFormat(file.get(), &sample_frames, &channels, &rate, &bits, &segment_size) != 1)
+        return;
+    record->channels = static_cast<uint32_t>(channels);
+    record->duration = ToSeconds(sample_frames, rate);
+    record->audio_bitrate = ToCount(bits * rate * channels);
+    record->sample_rate = ToCount(rate);
+}
+
+} // namespace
 
 int AiffInfoGet(const char *path, MediaInfo *record) {
     if (path == nullptr || *path == '\0' || record == nullptr) {
@@ -22,6 +62,7 @@ int AiffInfoGet(const char *path, MediaInfo *record) {
     *record = MediaInfo{};
     snprintf(record->path, sizeof record->path, "%s", path);
     record->file_size = size;
+    AudioFormatRead(path, record);
     VELUIndexCTimeMTimeGet(path, record->create_time, sizeof record->create_time, record->modify_time,
                            sizeof record->modify_time);
     MediaInfoValid(record);

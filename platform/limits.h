@@ -7,15 +7,13 @@
 #include <stddef.h>
 #include <stdint.h>
 
-// --- Byte readers
-// -------------------------------------------------------------------------------------------
+// --- Byte readers ------------------------------------------------------------------------------------------
 
 // What a byte reader holds of its file at a time. Headers and tags of an ordinary file take one or two such
 // reads, and a context fits the stack of a small machine.
 inline constexpr size_t kReaderWindow = 16384;
 
-// --- MP3
-// ----------------------------------------------------------------------------------------------------
+// --- MP3 ---------------------------------------------------------------------------------------------------
 
 // A text frame longer than this ends the tag: the fields it could fill hold 1024 bytes with their terminator.
 inline constexpr uint32_t kId3TextFrameMax = 1023;
@@ -33,3 +31,9 @@ inline constexpr int64_t kPictureFillMax = kReaderWindow;
 
 // Play times from here on (12 hours, in seconds) come from damaged headers.
 inline constexpr double kMp3DurationMax = 43200.0;
+
+// --- AIFF --------------------------------------------------------------------------------------------------
+
+// Chunk headers looked at in search of COMM, one small read each: ordinary files hold under twenty chunks, and
+// a file of nothing but empty ones must not keep the daemon busy for hours.
+inline constexpr int kAiffChunksMax = 16384;

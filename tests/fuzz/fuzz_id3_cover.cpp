@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     constexpr char kMedia[] = "/volume1/music";
     for (int version : {2, 3}) {
         Mp3FileCtx ctx;
-        Mp3FileAttach(&ctx, MemoryFile(data, size), static_cast<int64_t>(size));
+        Mp3FileAttach(&ctx, MemoryFileOpen(data, size), static_cast<int64_t>(size));
         const uint32_t frame_size = Mp3ReadBE32(&ctx, 4);
         const int saved = Id3CoverSave(&ctx, 0, 1, version, frame_size, kMedia);
         char folder[4096];

@@ -8,7 +8,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     for (auto *walk : {Id3v22FramesRead, Id3v23FramesRead}) {
         Mp3FileCtx ctx;
-        Mp3FileAttach(&ctx, MemoryFile(data, size), static_cast<int64_t>(size));
+        Mp3FileAttach(&ctx, MemoryFileOpen(data, size), static_cast<int64_t>(size));
         Id3v1Block id3v1;
         Id3v1Read(&ctx, &id3v1);
         int version = 0;

@@ -8,7 +8,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Mp3FileCtx ctx;
-    Mp3FileAttach(&ctx, MemoryFile(data, size), static_cast<int64_t>(size));
+    Mp3FileAttach(&ctx, MemoryFileOpen(data, size), static_cast<int64_t>(size));
     const ByteSource source = Mp3Source(&ctx);
     for (FrameGap gap : {FrameGap::none, FrameGap::zeros}) {
         int64_t pos = 0;

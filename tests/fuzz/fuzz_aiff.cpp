@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The AIFF reader from the file to the record.
+#include <cmath>
+
+#include "audio/aiff.h"
+#include "catalogue/media_info.h"
+#include "tests/fuzz/memory_file.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    const MemoryFile input(data, size);
+    MediaInfo record;
+    if (AiffInfoGet(input.path.c_str(), &record) != 0 || !std::isfinite(record.duration) ||
+        record.duration < 0)
+        abort();
+    return 0;
+}
