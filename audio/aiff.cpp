@@ -18,14 +18,7 @@ constexpr char kLogName[] = "aiff.c";
 
 using AiffHandle = std::unique_ptr<s_AIFF_Ref, CloseWith<AIFF_CloseFile>>;
 
-// The rate of a damaged file can be anything, infinity included: what is above the field is its largest value,
-// and what is no number above 0 is 0.
-uint32_t ToCount(double value) {
-    if (!(value > 0))
-        return 0;
-    return value < UINT32_MAX ? static_cast<uint32_t>(value) : UINT32_MAX;
-}
-
+// The rate of a damaged file can be anything, infinity included.
 float ToSeconds(uint64_t sample_frames, double rate) {
     if (!(rate > 0))
         return 0;
@@ -45,8 +38,8 @@ void AudioFormatRead(const char *path, MediaInfo *record) {
         return;
     record->channels = static_cast<uint32_t>(channels);
     record->duration = ToSeconds(sample_frames, rate);
-    record->audio_bitrate = ToCount(bits * rate * channels);
-    record->sample_rate = ToCount(rate);
+    record->audio_bitrate = MediaCountFrom(bits * rate * channels);
+    record->sample_rate = MediaCountFrom(rate);
 }
 
 } // namespace

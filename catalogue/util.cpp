@@ -72,6 +72,12 @@ int MediaInfoFillBasic(const char *path, MediaInfo *record) {
     return 0;
 }
 
+uint32_t MediaCountFrom(double value) {
+    if (!(value > 0))
+        return 0;
+    return value < UINT32_MAX ? static_cast<uint32_t>(value) : UINT32_MAX;
+}
+
 int MediaFileRemove(int kind, const char *path, const char *log_name, int line) {
     if (path == nullptr || *path == '\0') {
         syslog(LOG_ERR, "%s (%d) Bad parameter.", log_name, line);

@@ -19,6 +19,10 @@ void MediaTitleFromName(const char *path, char (&title)[kMediaTextSize]);
 // false when the field is too short for the name and its "/" (the caller logs it as impossible).
 [[nodiscard]] bool MediaAlbumFromPath(const char *path, char (&album)[kMediaTextSize]);
 
+// The whole number that a count's field holds for a computed value: one above the field is the largest, one
+// that is no number above 0 is 0.
+uint32_t MediaCountFrom(double value);
+
 // Removes the row of `path` from the table of `kind`; the row of a file that is still there stays. Returns 0
 // or -1. Failures are logged in the name and line of the caller.
 int MediaFileRemove(int kind, const char *path, const char *log_name, int line = __builtin_LINE());

@@ -37,3 +37,12 @@ inline constexpr double kMp3DurationMax = 43200.0;
 // Chunk headers looked at in search of COMM, one small read each: ordinary files hold under twenty chunks, and
 // a file of nothing but empty ones must not keep the daemon busy for hours.
 inline constexpr int kAiffChunksMax = 16384;
+
+// --- FLAC ---------------------------------------------------------------------------------------------------
+
+// Metadata blocks (and an ID3v2 tag before them) of one file: ordinary files hold under twenty, and libFLAC reads
+// each one twice.
+inline constexpr int kFlacBlocksMax = 1024;
+
+// Bytes of all of them together: room for a dozen pictures of the largest size that the format can hold.
+inline constexpr uint64_t kFlacMetadataMax = uint64_t{256} * 1024 * 1024;

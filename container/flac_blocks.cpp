@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "container/flac_blocks.h"
+
+#include "platform/handle.h"
+#include "platform/limits.h"
+
+#include <string.h>
+
+namespace {
+
+constexpr size_t kMarkerSize = 4;      // "fLaC"
+constexpr size_t kBlockHeaderSize = 4; // last-block flag and type, then the size in three bytes
+constexpr size_t kId3HeaderSize = 10;  // id3.org 2.4.0 section 3.1
+constexpr uint8_t kLastBlock = 0x80;
+
+// Where the file is looked at, and what was passed on the way.
+struct Position {
+    uint64_t offset;
+    int blocks;
+};
+
+// False when the bounds are passed.
+bool StepOver(Position *position, uint64_t size) {
+    position->offset += size;
+    position->blocks++;
+    return position->blocks <= kFlacBlocksMax && position->offset <= kFlacMetadataMax;
+}
+
+// The bytes of an ID3v2 tag, its size counted as libFLAC does (a footer is not part of it).
+uint64_t Id3TagSize(const uint8_t (&header)[kId3HeaderSize]) {
+    uint64_t size = 0;
+    for (size_t i = kId3HeaderSize - 4; i < kId3HeaderSize; i++)
+        size = size << 7 | (header[i] & 0x7F);
+    return kId3HeaderSize + size;
+}
+
+// Passes an ID3v2 tag. False when something else than the FLAC marker follows; libFLAC knows one tag only.
+bool FindMarker(const FdHandle &file, Position *position) {
+    uint8_t header[kId3HeaderSize];
+    if (FileReadAt(file, 0, header, sizeof header) && memcmp(header, "ID3", 3) == 0 &&
+        !StepOver(position, Id3TagSize(header)))
+        return false;
+    if (!FileReadAt(file, position->offset, header, kMarkerSize) || memcmp(header, "fLaC", kMarkerSize) != 0)
+        return false;
+    position->offset += kMarkerSize;
+    return true;
+}
+
+} // namespace
+
+bool FlacBlocksAreBounded(const char *path) {
+    const FdHandle file = RegularFileOpen(path, nullptr);
+    Position position = {};
+    if (!file || !FindMarker(file, &position))
+        return false;
+    // A file that ends too early is libFLAC's to refuse: it costs nothing more.
+    uint8_t header[kBlockHeaderSize];
+    while (FileReadAt(file, position.offset, header, sizeof header)) {
+        const uint32_t size =
+            static_cast<uint32_t>(header[1]) << 16 | static_cast<uint32_t>(header[2]) << 8 | header[3];
+        if (!StepOver(&position, kBlockHeaderSize + size))
+            return false;
+        if ((header[0] & kLastBlock) != 0)
+            return true;
+    }
+    return true;
+}
