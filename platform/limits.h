@@ -46,3 +46,9 @@ inline constexpr int kFlacBlocksMax = 1024;
 
 // Bytes of all of them together: room for a dozen pictures of the largest size that the format can hold.
 inline constexpr uint64_t kFlacMetadataMax = uint64_t{256} * 1024 * 1024;
+
+// --- AAC ----------------------------------------------------------------------------------------------------
+
+// How long the decoder may take over one file, in milliseconds. It reads the whole file: a gigabyte from a slow
+// disk takes one minute.
+inline constexpr int kDecoderTimeMax = 120'000;

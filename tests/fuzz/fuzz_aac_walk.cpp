@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The walk over the headers of a raw AAC file.
+#include "tests/fuzz/memory_file.h"
+#include "tools/aac_walk.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    const MemoryFile input(data, size);
+    AacInfo info;
+    if (AacWalk(input.path.c_str(), &info) && info.sample_rate == 0)
+        abort();
+    return 0;
+}

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The line that an AAC decoder prints.
+#include <stdint.h>
+#include <stdlib.h>
+
+#include <cmath>
+#include <string>
+
+#include "catalogue/media_info.h"
+#include "container/faad_line.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    const std::string line(reinterpret_cast<const char *>(data), size);
+    MediaInfo record = {};
+    if ((FaadLineParse(line.c_str(), &record) && line.find("duration;") == std::string::npos) ||
+        !std::isfinite(record.duration))
+        abort();
+    return 0;
+}
