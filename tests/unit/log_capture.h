@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// The unit tests' own syslog(): messages of the code under test are kept instead of sent.
+// The unit tests' own syslog(): messages of the code under test are kept instead of sent, also those of
+// processes that it forks.
 #pragma once
 
 #include <string>
