@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The bounds of the probe's child. The watchdog's limits come first, so that its log lines tell what
+// happened; these here hold where it does not look: between two looks, and when the daemon is gone.
+#include "container/metamedia_child.h"
+
+#include <errno.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <syslog.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace {
+
+// The watchdog ends a child after about 90 seconds of any kind.
+constexpr rlim_t kCpuSeconds = 120;
+
+// The standard streams, the system log, the media file, and some to spare.
+constexpr rlim_t kOpenFiles = 16;
+
+// Address space holds more than what is resident: the libraries' code, stacks and guard pages, and the heap's
+// reserves. With this much above the machine's memory the watchdog's half is always reached first.
+constexpr rlim_t kAddressReserve = rlim_t{1} << 30;
+
+void Limit(__rlimit_resource resource, rlim_t value) {
+    rlimit limit = {};
+    if (getrlimit(resource, &limit) != 0)
+        return;
+    limit.rlim_max = std::min(limit.rlim_max, value);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(resource, &limit);
+}
+
+rlim_t PhysicalMemory() {
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    const long page_size = sysconf(_SC_PAGESIZE);
+    return pages > 0 && page_size > 0 ? static_cast<rlim_t>(pages) * static_cast<rlim_t>(page_size) : 0;
+}
+
+void LimitsSet() {
+    Limit(RLIMIT_CORE, 0);
+    Limit(RLIMIT_FSIZE, 0); // pipes and sockets do not count, so that the system log can be written
+    Limit(RLIMIT_CPU, kCpuSeconds);
+    Limit(RLIMIT_NOFILE, kOpenFiles);
+    if (VELU_LIMIT_ADDRESS_SPACE)
+        Limit(RLIMIT_AS, PhysicalMemory() + kAddressReserve);
+}
+
+// All inherited descriptors are marked close-on-exec, but the child runs no other program, so that they are
+// closed by hand. That cannot take the daemon's record locks on a database file: those belong to the process,
+// and only a close in the daemon itself gives them up.
+void DescriptorsClose() {
+    closelog(); // or the system log's lines would go to whatever gets the number of its descriptor next
+    closefrom(STDERR_FILENO + 1);
+    // What a later log line needs is opened now, while files and sockets can still be opened. The facility
+    // stays the daemon's.
+    openlog(program_invocation_short_name, LOG_PID | LOG_NDELAY, 0);
+    tzset();
+}
+
+} // namespace
+
+void ChildConfine(pid_t parent) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent)
+        _exit(kProbeFailed);
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); // a handler of core dumps does not ask for the limit below
+    DescriptorsClose();
+    LimitsSet();
+}

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The system calls that are left to a process that reads a hostile file.
+#pragma once
+
+// From now on this process may only compute, allocate memory, tell the time, read and write descriptors that
+// are open, and end. Any other system call kills it with SIGSYS; a few that libraries make in passing fail
+// instead. Returns true also on a kernel that has no filters, false when the filter could not be installed.
+bool SyscallFilterInstall();

@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <errno.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+
+// Whether the kernel has system call filters: it then goes as far as looking at the filter, which is missing.
+inline bool SyscallFilterSupported() {
+    return prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, nullptr, 0, 0) != 0 && errno == EFAULT;
+}
