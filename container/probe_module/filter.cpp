@@ -4,6 +4,7 @@
 #include "container/probe_module/filter_support.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <seccomp.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -40,13 +41,8 @@ constexpr int kAllowed[] = {
     // the end
     SCMP_SYS(exit), SCMP_SYS(exit_group)};
 
-struct Refusal {
-    int call;
-    int error;
-};
-
-// A decoder that finds no thread goes on with its own, and a log line whose socket has gone is lost.
-constexpr Refusal kRefused[] = {{SCMP_SYS(clone), EAGAIN}, {SCMP_SYS(clone3), EAGAIN}};
+// What an open() for reading has none of.
+constexpr uint64_t kOpenForMore = O_ACCMODE | O_CREAT | O_TRUNC;
 
 bool Allow(scmp_filter_ctx filter, int call) {
     return seccomp_rule_add_array(filter, SCMP_ACT_ALLOW, call, 0, nullptr) == 0;
@@ -58,9 +54,10 @@ bool AllowWhen(scmp_filter_ctx filter, int call, Condition... condition) {
     return seccomp_rule_add_array(filter, SCMP_ACT_ALLOW, call, sizeof...(condition), conditions) == 0;
 }
 
-bool Refuse(scmp_filter_ctx filter, const Refusal &refusal) {
-    const auto action = SCMP_ACT_ERRNO(static_cast<uint32_t>(refusal.error));
-    return seccomp_rule_add_array(filter, action, refusal.call, 0, nullptr) == 0;
+// The call fails with `error`, when a condition is given only where that holds.
+bool Refuse(scmp_filter_ctx filter, int call, int error, const scmp_arg_cmp *condition = nullptr) {
+    return seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(static_cast<uint32_t>(error)), call,
+                                  condition != nullptr ? 1 : 0, condition) == 0;
 }
 
 scmp_arg_cmp Equal(unsigned argument, uint64_t value) {
@@ -76,18 +73,21 @@ bool RulesAdd(scmp_filter_ctx filter) {
         if (!Allow(filter, call))
             return false;
     }
-    for (const Refusal &refusal : kRefused) {
-        if (!Refuse(filter, refusal))
-            return false;
-    }
+    // A library that looks for a file of its own (iconv for a broadcast's character set) does without it; a log
+    // line whose socket has gone is lost.
+    const scmp_arg_cmp open_to_read = HasNone(1, kOpenForMore);
+    const scmp_arg_cmp openat_to_read = HasNone(2, kOpenForMore);
     const scmp_arg_cmp local_socket = Equal(0, AF_UNIX);
-    const auto no_socket = SCMP_ACT_ERRNO(EACCES);
     return AllowWhen(filter, SCMP_SYS(mmap), HasNone(2, PROT_EXEC)) &&
            AllowWhen(filter, SCMP_SYS(mmap2), HasNone(2, PROT_EXEC)) &&
            AllowWhen(filter, SCMP_SYS(mprotect), HasNone(2, PROT_EXEC)) &&
            // On the connected socket of the system log only, not to any other address.
            Allow(filter, SCMP_SYS(send)) && AllowWhen(filter, SCMP_SYS(sendto), Equal(4, 0)) &&
-           seccomp_rule_add_array(filter, no_socket, SCMP_SYS(socket), 1, &local_socket) == 0 &&
+           // A decoder that finds no thread goes on with its own.
+           Refuse(filter, SCMP_SYS(clone), EAGAIN) && Refuse(filter, SCMP_SYS(clone3), EAGAIN) &&
+           Refuse(filter, SCMP_SYS(open), EACCES, &open_to_read) &&
+           Refuse(filter, SCMP_SYS(openat), EACCES, &openat_to_read) &&
+           Refuse(filter, SCMP_SYS(socket), EACCES, &local_socket) &&
            // abort() of the C library's own checks.
            AllowWhen(filter, SCMP_SYS(tgkill), Equal(0, static_cast<uint64_t>(getpid())));
 }
