@@ -51,7 +51,7 @@ TEST_F(MetamediaWatch, AChildThatExitsAtOnceIsSeenAfterTheFirstSleep) {
     const auto start = Clock::now();
     EXPECT_EQ(0, ChildProcessWatch(ChildStart([] { return 0; })));
     EXPECT_GE(SecondsSince(start), 0.1);
-    EXPECT_LT(SecondsSince(start), 0.2);
+    EXPECT_LT(SecondsSince(start), 1);
     EXPECT_EQ(Texts{}, LogTakeTexts());
 }
 
@@ -81,6 +81,7 @@ TEST_F(MetamediaWatch, AStoppedChildIsKilledWhenItsTimeIsUp) {
     EXPECT_EQ(Texts{Line(child, " exceeded max loop count: 901, sec: 0, nsec: 1000000.")}, LogTakeTexts());
 }
 
+#ifndef __arm__ // those tests run under user-mode emulation, which has no tracing
 TEST_F(MetamediaWatch, AChildSeenAsStoppedIsNeitherLoggedNorLeftBehind) {
     const pid_t child = ChildStart([] {
         ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
@@ -90,6 +91,7 @@ TEST_F(MetamediaWatch, AChildSeenAsStoppedIsNeitherLoggedNorLeftBehind) {
     EXPECT_EQ(Texts{}, LogTakeTexts());
     EXPECT_EQ(-1, kill(child, 0));
 }
+#endif
 
 TEST_F(MetamediaWatch, ASignalCutsTheSleepShortAndCountsAsALook) {
     struct sigaction handler = {};
@@ -165,8 +167,8 @@ TEST_F(MetamediaWatch, AChildThatEatsMemoryIsKilled) {
 }
 
 TEST_F(MetamediaWatch, TheLimitIsHalfOfTheMemoryCutToAWholeNumber) {
-    const pid_t child = ChildIdle();
-    usleep(50000);
+    const pid_t child = ChildStart([] { return raise(SIGSTOP); });
+    waitpid(child, nullptr, WUNTRACED); // its memory stands still now
     const long resident = ProcessStatus(child, "VmRSS");
     const auto exceeded = [child](long total) {
         const ScratchFile memory("MemFree: 1 kB\nMemTotal: " + std::to_string(total) +
@@ -193,7 +195,8 @@ TEST_F(MetamediaWatch, AProcessThatIsGoneOrEndingExceedsNothing) {
     const ScratchFile small("MemTotal: 2 kB\n");
     EXPECT_EQ(1, ChildMemoryExceeded(getpid(), small.c_str()));
     const pid_t child = ChildStart([] { return 0; });
-    usleep(100000); // a zombie, without a VmRSS line
+    siginfo_t ended;
+    waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT); // a zombie, without a VmRSS line
     EXPECT_EQ(0, ChildMemoryExceeded(child, small.c_str()));
     ChildStatus(child);
     EXPECT_EQ(0, ChildMemoryExceeded(child, small.c_str()));
