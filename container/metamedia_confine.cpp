@@ -56,9 +56,9 @@ void LimitsSet() {
 void DescriptorsClose() {
     closelog(); // or the system log's lines would go to whatever gets the number of its descriptor next
     closefrom(STDERR_FILENO + 1);
-    // What a later log line needs is opened now, while files and sockets can still be opened. The facility
-    // stays the daemon's.
-    openlog(program_invocation_short_name, LOG_PID | LOG_NDELAY, 0);
+    // What a later log line needs is opened now, while files and sockets can still be opened; the lines look
+    // like the daemon's.
+    openlog(program_invocation_short_name, LOG_PID | LOG_NDELAY, LOG_DAEMON);
     tzset();
 }
 

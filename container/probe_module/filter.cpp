@@ -19,8 +19,8 @@ struct FilterRelease {
 };
 using FilterHandle = std::unique_ptr<void, FilterRelease>;
 
-// Names that an architecture lacks (the 32-bit variants on 64-bit ones and the other way round) are rules that
-// never match.
+// Names that an architecture lacks (the 32-bit variants on 64-bit ones and the other way round) are rules
+// that never match.
 constexpr int kAllowed[] = {
     // the file
     SCMP_SYS(read), SCMP_SYS(pread64), SCMP_SYS(lseek), SCMP_SYS(_llseek), SCMP_SYS(close),
@@ -73,8 +73,8 @@ bool RulesAdd(scmp_filter_ctx filter) {
         if (!Allow(filter, call))
             return false;
     }
-    // A library that looks for a file of its own (iconv for a broadcast's character set) does without it; a log
-    // line whose socket has gone is lost.
+    // A library that looks for a file of its own (iconv for a broadcast's character set) does without it; a
+    // log line whose socket has gone is lost.
     const scmp_arg_cmp open_to_read = HasNone(1, kOpenForMore);
     const scmp_arg_cmp openat_to_read = HasNone(2, kOpenForMore);
     const scmp_arg_cmp local_socket = Equal(0, AF_UNIX);

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What the daemon and the module both ask before the filter is used.
 #pragma once
 
 #include <errno.h>

@@ -4,9 +4,9 @@
 namespace {
 
 // libavformat goes by a file's content, whatever its extension says. Only formats that hold their media
-// themselves are let in; playlists, manifests, session descriptions, picture sequences, scripts and
-// devices, which name other files and addresses, are not. The list covers the extensions of the index and what is found
-// under them in the wild.
+// themselves are let in; playlists, manifests, session descriptions, picture sequences, scripts and devices,
+// which name other files and addresses, are not. The list covers the extensions of the index and what is
+// found under them in the wild.
 constexpr char kFormats[] =
     // audio
     "aac,ac3,aiff,amr,ape,au,caf,dsf,dts,dtshd,eac3,flac,iff,ircam,loas,mlp,mmf,mp3,mpc,mpc8,oma,qcp,"

@@ -11,8 +11,8 @@ enum ProbeResult : int {
 };
 
 // Reads the file with libavformat and fills the record with what it finds, step by step, so that what was
-// found before a failure stays. Returns kProbeDone or kProbeFailed (logged, unless the file merely has neither
-// audio nor video).
+// found before a failure stays. Returns kProbeDone or kProbeFailed (logged, unless the file merely has
+// neither audio nor video).
 // To be called in a child process that ends afterwards: once the file is open, the process may only compute,
 // read it and write to the system log (filter.h).
 using MediaProbe = int (*)(const char *path, MediaInfo *record);
