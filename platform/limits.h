@@ -38,7 +38,7 @@ inline constexpr double kMp3DurationMax = 43200.0;
 // a file of nothing but empty ones must not keep the daemon busy for hours.
 inline constexpr int kAiffChunksMax = 16384;
 
-// --- FLAC ---------------------------------------------------------------------------------------------------
+// --- FLAC --------------------------------------------------------------------------------------------------
 
 // Metadata blocks (and an ID3v2 tag before them) of one file: ordinary files hold under twenty, and libFLAC reads
 // each one twice.
@@ -47,8 +47,32 @@ inline constexpr int kFlacBlocksMax = 1024;
 // Bytes of all of them together: room for a dozen pictures of the largest size that the format can hold.
 inline constexpr uint64_t kFlacMetadataMax = uint64_t{256} * 1024 * 1024;
 
-// --- AAC ----------------------------------------------------------------------------------------------------
+// --- AAC ---------------------------------------------------------------------------------------------------
 
 // How long the decoder may take over one file, in milliseconds. It reads the whole file: a gigabyte from a slow
 // disk takes one minute.
 inline constexpr int kDecoderTimeMax = 120'000;
+
+// --- MP4 ---------------------------------------------------------------------------------------------------
+
+// What the reader holds of its file at a time: a page, which a read brings in anyway. Between the boxes that
+// it looks at lie gigabytes that it steps over, so that a larger window would mostly bring in what nobody
+// needs.
+inline constexpr size_t kMp4Window = 4096;
+
+// Boxes that are looked at in one file. A day of television in fragments of one second has 170 000 at the top
+// level; a file of nothing but box headers costs at most a second.
+inline constexpr uint32_t kMp4BoxesMax = 1U << 18;
+
+// Tracks behind the first thousand are not looked at: concert recordings have tens, and each takes memory.
+inline constexpr size_t kMp4TracksMax = 1000;
+
+// Entries of a sample size table that are added up: four days of AAC at 48 kHz. Longer tables, which a sparse
+// file has for nothing, give no bit rate.
+inline constexpr uint32_t kMp4SamplesMax = 1U << 24;
+
+// Bytes of an item's text that are read: four times what the catalogue's fields hold.
+inline constexpr size_t kMp4TextMax = 1024;
+
+// A picture above this is no cover, for the same reason as in an ID3 tag.
+inline constexpr uint64_t kMp4PictureMax = kPictureFrameMax;
