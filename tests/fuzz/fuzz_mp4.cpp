@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// All calls of the MP4 reader, over a file in memory.
+#include "compat/mp4v2/mp4.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace {
+
+// The file that each run fills anew, by its name.
+struct MemoryFile {
+    int fd = memfd_create("mp4", MFD_CLOEXEC);
+    char path[64];
+    MemoryFile() { snprintf(path, sizeof path, "/proc/self/fd/%d", fd); }
+};
+
+void AskTrack(MP4FileHandle file, MP4TrackId track) {
+    const MP4Duration duration = MP4GetTrackDuration(file, track);
+    MP4ConvertFromTrackDuration(file, track, duration, 1);
+    MP4GetTrackType(file, track);
+    MP4GetTrackTimeScale(file, track);
+    MP4GetTrackBitRate(file, track);
+    MP4GetTrackVideoWidth(file, track);
+    MP4GetTrackVideoHeight(file, track);
+    if (MP4GetTrackAudioChannels(file, track) < -1)
+        abort();
+}
+
+void AskTags(MP4FileHandle file) {
+    for (auto *call : {MP4GetMetadataName, MP4GetMetadataArtist, MP4GetMetadataAlbum, MP4GetMetadataComment,
+                       MP4GetMetadataWriter, MP4GetMetadataYear, MP4GetMetadataGenre}) {
+        char *text = nullptr;
+        if (call(file, &text) != (text != nullptr))
+            abort();
+        free(text);
+    }
+    uint16_t number = 0;
+    uint16_t total = 0;
+    MP4GetMetadataTrack(file, &number, &total);
+    MP4GetMetadataDisk(file, &number, &total);
+    MP4GetMetadataGenreNumber(file, &number);
+    uint8_t *picture = nullptr;
+    uint32_t size = 0;
+    uint32_t type = 0;
+    MP4GetMetadataCoverArt(file, &picture, &size, 0);
+    MP4GetMetadataCoverArtFileType(file, &type, 0);
+    free(picture);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    static const MemoryFile memory;
+    if (ftruncate(memory.fd, 0) != 0 || pwrite(memory.fd, data, size, 0) != static_cast<ssize_t>(size))
+        abort();
+    const MP4FileHandle file = MP4Read(memory.path, 0);
+    const uint32_t count = MP4GetNumberOfTracks(file, nullptr, 0);
+    for (uint32_t i = 0; i < count; ++i)
+        AskTrack(file, MP4FindTrackId(file, static_cast<uint16_t>(i), nullptr, 0));
+    AskTags(file);
+    MP4Close(file);
+    return 0;
+}
