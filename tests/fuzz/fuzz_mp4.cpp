@@ -8,6 +8,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <initializer_list>
+
 namespace {
 
 // The file that each run fills anew, by its name.
