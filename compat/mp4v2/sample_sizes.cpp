@@ -13,7 +13,10 @@ constexpr size_t kFieldBitsAt = 7;
 constexpr size_t kCountAt = 8;
 
 constexpr unsigned kNibbleBits = 4;
-constexpr uint8_t kLowNibble = 0x0F;
+
+unsigned LowNibble(uint8_t pair) {
+    return pair & 0x0FU;
+}
 
 // No entry is cut in two by the end of a block.
 static_assert(kMp4Window % sizeof(uint32_t) == 0);
@@ -23,7 +26,7 @@ uint64_t SumOf(std::span<const uint8_t> entries, unsigned bits) {
     switch (bits) {
     case 4:
         for (const uint8_t pair : entries)
-            sum += (pair >> kNibbleBits) + uint64_t{static_cast<uint8_t>(pair & kLowNibble)};
+            sum += static_cast<unsigned>(pair >> kNibbleBits) + LowNibble(pair);
         break;
     case 8:
         for (const uint8_t size : entries)
@@ -49,18 +52,19 @@ uint64_t EntriesSum(BoxFile *file, const Box &table, uint32_t count, unsigned bi
     uint64_t sum = 0;
     uint64_t pos = table.start + kTableHeaderBytes;
     const uint64_t end = pos + length;
-    const uint8_t *block = nullptr;
-    size_t size = 0;
-    for (; pos < end; pos += size) {
-        size = static_cast<size_t>(std::min<uint64_t>(kMp4Window, end - pos));
-        block = BoxFileBytes(file, pos, size);
+    uint8_t last = 0;
+    while (pos < end) {
+        const auto size = static_cast<size_t>(std::min<uint64_t>(kMp4Window, end - pos));
+        const uint8_t *block = BoxFileBytes(file, pos, size);
         if (block == nullptr)
             return 0;
         sum += SumOf({block, size}, bits);
+        last = block[size - 1];
+        pos += size;
     }
     // The last of an odd number of nibbles has a neighbour that is none.
     if (bits == kNibbleBits && count % 2 != 0)
-        sum -= static_cast<uint8_t>(block[size - 1] & kLowNibble);
+        sum -= LowNibble(last);
     return sum;
 }
 

@@ -4,12 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <dirent.h>
+#include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 
+#include "platform/handle.h"
 #include "platform/limits.h"
 #include "tests/unit/mp4_boxes.h"
 #include "tests/unit/mp4_open.h"
@@ -119,11 +123,16 @@ TEST(Mp4FileTest, BoxesBehindFourGigabytesAreFound) {
 }
 
 TEST(Mp4FileTest, APipeIsNotOpened) {
-    ASSERT_EQ(mkfifo("/tmp/mp4.fifo", 0600), 0);
-    EXPECT_EQ(MP4Read("/tmp/mp4.fifo", 0), nullptr);
-    // Had it been opened, this end would find a reader for a moment only; so watch a device too.
+    const char *pipe = "/tmp/mp4.fifo";
+    ASSERT_EQ(mkfifo(pipe, 0600), 0);
+    const FdHandle watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    ASSERT_GE(inotify_add_watch(watch.get(), pipe, IN_OPEN), 0);
+    EXPECT_EQ(MP4Read(pipe, 0), nullptr);
+    char event[sizeof(inotify_event) + NAME_MAX + 1];
+    EXPECT_EQ(read(watch.get(), event, sizeof event), -1) << "it was opened";
+    EXPECT_EQ(errno, EAGAIN);
     EXPECT_EQ(MP4Read("/dev/zero", 0), nullptr);
-    unlink("/tmp/mp4.fifo");
+    unlink(pipe);
 }
 
 TEST(Mp4FileTest, EveryFileIsClosedAgain) {
