@@ -26,9 +26,8 @@ enum MediaKind : int {
     kMediaTree = 5
 };
 
-// --- Runs
-// --------------------------------------------------------------------------------------------------- Between
-// RunBegin and RunEnd the store keeps its connections open and writes in bounded batches: a batch is
+// --- Runs --------------------------------------------------------------------------------------------------
+// Between RunBegin and RunEnd the store keeps its connections open and writes in bounded batches: a batch is
 // committed after a few hundred rows or one second, whichever is first. Outside a run each operation opens,
 // commits and closes by itself. A batch that cannot be committed is retried row by row, so that a bad row
 // costs only itself. The age of a batch is looked at by writes alone: before anything that may take long
@@ -46,8 +45,7 @@ int VELUIndexRunFlush();
 // asked for the work is forgotten.
 int VELUIndexRunEnd();
 
-// --- Media catalogue
-// ----------------------------------------------------------------------------------------
+// --- Media catalogue ---------------------------------------------------------------------------------------
 
 // Makes the text of a record valid UTF-8: text that is not UTF-8 is taken as ISO-8859-1 and converted, a
 // character cut in half at the end of a full field goes, control characters become blanks, leading and
@@ -82,14 +80,13 @@ int PhotoDBVacuum();
 // Empties one table of either catalogue. Any other name is refused with a log line, and -1.
 int VELUTruncateTable(const char *name);
 
-// Dirty markers of the tables music and video: set when a save or delete has changed the table.
+// Dirty markers of the tables music and video: set by every save, delete and truncate of the table that succeeds.
 void VELUIndexMusicTableDirtySet(int flag);
 void VELUIndexVideoTableDirtySet(int flag);
 int BlVELUIndexIsMusicTableDirty();
 int BlVELUIndexIsVideoTableDirty();
 
-// --- Photo catalogue
-// ----------------------------------------------------------------------------------------
+// --- Photo catalogue ---------------------------------------------------------------------------------------
 
 // Inserts or updates the row of record->path in photo_image and sets its `updated` mark. `mode` is the
 // queue's operation code (1 add, 5 update).
@@ -136,8 +133,7 @@ int VELUPhotoDeleteNoUpdateRows();
 // Makes or refreshes the row of a video in video_desc and sets its `updated` mark.
 int VELUIndexPhotoUpdateVideoStatus(const char *path);
 
-// --- Files
-// --------------------------------------------------------------------------------------------------
+// --- Files -------------------------------------------------------------------------------------------------
 
 // The text after the last "." of the path, within it; null when there is no "." or nothing follows it.
 const char *VELUIndexExtGet(const char *path);
@@ -160,8 +156,7 @@ int VELUIndexCTimeMTimeGet(const char *path, char *ctime_text, size_t ctime_size
 // Returns 0, or -1 (nothing written) when the file is none of these or its header is damaged.
 int VELUIndexImgResGet(const char *path, int *width, int *height);
 
-// --- Covers
-// -------------------------------------------------------------------------------------------------
+// --- Covers ------------------------------------------------------------------------------------------------
 
 enum CoverFormat : int { kCoverJpeg = 1, kCoverPng = 2 };
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // Loading the engines that are not linked in.
-#include "platform/db/engine.h"
 #include "platform/module.h"
+#include "platform/db/engine.h"
 
 const VELUDBEngine *ModuleEngine(const char *file, std::string *error) {
     const auto entry = reinterpret_cast<VELUDBModuleEntry>(ModuleEntry(file, kModuleEntry, error));

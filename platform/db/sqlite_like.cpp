@@ -174,7 +174,8 @@ std::string SqliteLikeNarrowed(const char *statement) {
          token = NextToken(sql, token.end)) {
         // Only a condition that stands by itself: beside anything that binds closer, its two ends are
         // unknown.
-        if (token.kind == Token::Kind::literal && column.kind == Token::Kind::word &&
+        // Only columns of text: numbers do not lie in the order of their digits.
+        if (token.kind == Token::Kind::literal && IsOneOf(sql, column, {"path", "sharename"}) &&
             IsOneOf(sql, operation, {"like"}) && IsOneOf(sql, before, {"where", "and", "or", "("})) {
             const Token next = NextToken(sql, token.end);
             const std::string low = PrefixOf(sql.substr(token.begin, token.end - token.begin));

@@ -20,6 +20,9 @@ constexpr char kPrefix[] = "sqlite:";
 // umask, so the mode is given in full. SQLite makes its files 0644 by itself.
 constexpr mode_t kFolderMode = 0755;
 
+// The log is kept between runs and must not stay as large as the largest run has made it.
+constexpr char kKeptLogLimit[] = "pragma journal_size_limit = 1048576";
+
 bool MakeFolders(const std::string &file, std::string *error) {
     for (size_t slash = file.find('/', 1); slash != std::string::npos; slash = file.find('/', slash + 1)) {
         const std::string folder = file.substr(0, slash);
@@ -46,6 +49,12 @@ std::string SetUp(sqlite3 *db) {
     if (mode == nullptr || strcasecmp(mode, "wal") != 0)
         return "its file system has no write-ahead log";
     if (sqlite3_exec(db, "pragma synchronous = normal", nullptr, nullptr, nullptr) != SQLITE_OK)
+        return sqlite3_errmsg(db);
+    // A reader without the right to write cannot make the log's files; so they stay, cut back, while nobody has the
+    // database open.
+    int keep_log = 1;
+    if (sqlite3_file_control(db, "main", SQLITE_FCNTL_PERSIST_WAL, &keep_log) != SQLITE_OK ||
+        sqlite3_exec(db, kKeptLogLimit, nullptr, nullptr, nullptr) != SQLITE_OK)
         return sqlite3_errmsg(db);
     return {};
 }

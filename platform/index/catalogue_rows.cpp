@@ -37,7 +37,8 @@ VELUIndexRows *Open(Catalogue catalogue, const char *const (&tables)[N], int tab
     if (limit > 0)
         sql.append(" limit ").append(std::to_string(limit));
     RunScope scope;
-    // Callers run statements of their own on the rows' connection: those belong to no batch.
+    // Callers run statements of their own on the rows' connection: those belong to no batch, and none is open
+    // while the connection is lent.
     StoreConnectionRef connection = RunConnection(catalogue, sql.c_str());
     if (connection == nullptr)
         return nullptr;

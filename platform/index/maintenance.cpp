@@ -14,6 +14,7 @@ constexpr char kLogName[] = "maintenance.c";
 
 int Vacuum(Catalogue catalogue) {
     RunScope scope;
+    VELUIndexRunFlush(); // compacting takes long: the other catalogue must not stay locked for it
     // Not inside a transaction, which is why the batch is committed by asking for the connection.
     const StoreConnectionRef connection = RunConnection(catalogue, "vacuum");
     if (connection == nullptr)
@@ -37,7 +38,7 @@ int TruncateMedia(const char *table) {
     if (RemoveAllCovers(table) != 0)
         return -1;
     const int removed = RemoveAll(Catalogue::media, table);
-    if (removed > 0)
+    if (removed >= 0)
         MarkDirty(table);
     return removed;
 }

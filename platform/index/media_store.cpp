@@ -21,9 +21,10 @@ int BadParameter(int line) {
     return -1;
 }
 
-// `removed` rows are gone from `table`. Passes a failure on.
+// `removed` rows are gone from `table`, now or, when the request is carried out again after a crash, before; the
+// marker tells programs either way. Passes a failure on.
 int Removed(const char *table, int removed) {
-    if (removed > 0)
+    if (removed >= 0)
         MarkDirty(table);
     return removed < 0 ? -1 : 0;
 }

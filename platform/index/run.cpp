@@ -174,7 +174,10 @@ int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size
     const std::string about = About(values, count);
     if (!Connect(catalogue, about.c_str()))
         return -1;
-    if (!session.batch_open) {
+    // Rows that are being read lend the connection to their reader, whose own statements on it no batch would do
+    // again: until they are freed each write stands for itself.
+    const bool lent = session.connection.use_count() > 1;
+    if (!session.batch_open && !lent) {
         if (VELUDBBegin(session.connection->db) != 0)
             return OperationFailed(&session, about);
         session.batch_open = true;

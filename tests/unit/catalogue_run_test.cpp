@@ -3,6 +3,8 @@
 // Runs, batches and what may go wrong with the database behind them.
 #include "catalogue_fixture.h"
 
+#include <sqlite3.h>
+
 namespace {
 
 using CatalogueRun = CatalogueStore;
@@ -127,18 +129,33 @@ TEST_F(CatalogueRun, ABatchWhoseCommitFailsIsWrittenRowByRow) {
     ASSERT_EQ(VELUDBExecute(VELUIndexRowsConnection(rows), "pragma foreign_keys = on", nullptr), 0);
     ASSERT_EQ(VELUDBExecute(VELUIndexRowsConnection(rows), "pragma ignore_check_constraints = on", nullptr),
               0);
+    MediaInfoDBClose(rows); // the run goes on with the connection
     ASSERT_EQ(Save(0, "/1"), 0);
     ASSERT_EQ(Save(0, "/2", "bad"), 0);
     ASSERT_EQ(Save(0, "/3"), 0);
     ASSERT_EQ(MediaInfoDBDelete(kMediaMusic, "/first"), 0);
     ASSERT_EQ(MediaInfoDBDirSave("/d"), 0);
     EXPECT_EQ(VELUIndexRunEnd(), 0) << "the store was there";
-    EXPECT_EQ(peer.Paths("music"), "/1|/3") << "while the rows still hold the connection that failed";
+    EXPECT_EQ(peer.Paths("music"), "/1|/3");
     EXPECT_EQ(peer.Paths("directory"), "/d");
     EXPECT_EQ(log.Lines().size(), 1u);
     EXPECT_EQ(log.Lines("[/2]").size(), 1u);
     EXPECT_EQ(log.Lines("CHECK constraint").size(), 1u);
+}
+
+// A reader of rows may run statements of its own on their connection, which no batch would do again.
+TEST_F(CatalogueRun, WritesStandForThemselvesWhileRowsAreBeingRead) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    Peer peer;
+    VELUIndexRunBegin();
+    VELUIndexRows *rows = MediaInfoDBOpen(0, "path", nullptr, nullptr, 0);
+    ASSERT_EQ(Save(0, "/during"), 0);
+    EXPECT_EQ(peer.Paths("music"), "/during|/first");
     MediaInfoDBClose(rows);
+    ASSERT_EQ(Save(0, "/after"), 0);
+    EXPECT_EQ(peer.Paths("music"), "/during|/first");
+    ASSERT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_EQ(peer.Paths("music"), "/after|/during|/first");
 }
 
 TEST_F(CatalogueRun, AStoreLockedPastTheTimeoutFailsTheRunAndComesBack) {
@@ -259,11 +276,27 @@ TEST_F(CatalogueRun, AnEmptyRunTouchesNothing) {
     EXPECT_TRUE(std::filesystem::is_empty(kFolder));
 }
 
-TEST_F(CatalogueRun, TheEndOfARunLeavesNoLogBehind) {
+// The log's files stay, because a reader without the right to write could not make them.
+TEST_F(CatalogueRun, AnotherUserReadsWhileNobodyHasTheDatabaseOpen) {
     VELUIndexRunBegin();
     ASSERT_EQ(Save(0, "/a"), 0);
     ASSERT_EQ(VELUIndexRunEnd(), 0);
-    EXPECT_FALSE(std::filesystem::exists("/var/lib/velu/mediaserver.db-wal"));
+    EXPECT_LE(std::filesystem::file_size("/var/lib/velu/mediaserver.db-wal"), 1048576u);
+    const pid_t child = fork();
+    if (child == 0) {
+        constexpr uid_t kNobody = 65534;
+        if (setuid(kNobody) != 0)
+            _exit(2);
+        sqlite3 *db = nullptr;
+        const int opened =
+            sqlite3_open_v2("/var/lib/velu/mediaserver.db", &db, SQLITE_OPEN_READONLY, nullptr);
+        const bool read = opened == SQLITE_OK &&
+                          sqlite3_exec(db, "select path from music", nullptr, nullptr, nullptr) == SQLITE_OK;
+        _exit(read ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 } // namespace
