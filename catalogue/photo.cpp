@@ -5,15 +5,13 @@
 #include <string.h>
 #include <syslog.h>
 
+#include "catalogue/shares.h"
 #include "catalogue/util.h"
 #include "platform/velusdk.h"
 
 namespace {
 
 constexpr char kLogName[] = "photo.c";
-
-// The appliance keeps thumbnails and attributes of files in directories of this name.
-constexpr char kAttributeDirectory[] = "@eaDir";
 
 } // namespace
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "catalogue/features.h"
+#include "catalogue/shares.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
 #include "daemon/walker.h"
@@ -20,7 +21,6 @@ namespace {
 
 constexpr char kLogName[] = "veluindexd.c";
 
-constexpr char kPhotoShareLink[] = "/var/services/photo";
 constexpr int kWalkBoth = kWalkMedia | kWalkPhotoLibrary;
 
 // Operations of the photo library: of one file, of an album, tables of the video application.

@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "daemon/walker.h"
 
+#include <linux/magic.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "catalogue/features.h"
+#include "catalogue/shares.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
 #include "photo/flv_converter.h"
@@ -21,13 +26,6 @@
 namespace {
 
 constexpr char kLogName[] = "index.c";
-
-constexpr char kMusicShareLink[] = "/var/services/music";
-constexpr char kVideoShareLink[] = "/var/services/video";
-constexpr char kPhotoShareLink[] = "/var/services/photo";
-
-// The appliance keeps thumbnails and attributes of files in directories of this name.
-constexpr char kAttributeDirectory[] = "@eaDir";
 
 // Paths are at most this long, terminator included; a longer one is cut.
 constexpr size_t kPathSize = 4096;
@@ -41,6 +39,7 @@ struct Level {
     size_t path_length; // of the directory in the walker's path buffer
     dev_t device;
     ino_t inode;
+    bool linked;  // reached through a link, or below a directory that was
     off_t resume; // where to read on once the directory is opened again
     DirHandle directory;
 };
@@ -50,6 +49,9 @@ struct Walk {
     int mask;
     char path[kPathSize];
     std::vector<Level> levels;
+    // Directories that a link below another link led into. Each is entered so only once: directories full of
+    // links to one another would otherwise be walked in every order there is.
+    std::set<std::pair<dev_t, ino_t>> linked_from_links;
 };
 
 void FileVisit(const char *path, int mode, int mask) {
@@ -73,8 +75,22 @@ bool IsOwnAncestor(const Walk &walk, const struct stat &status) {
     return false;
 }
 
+// The kernel's own trees have no media, links to everywhere and no end.
+bool IsKernelTree(int directory) {
+    struct statfs system;
+    return fstatfs(directory, &system) == 0 &&
+           (system.f_type == PROC_SUPER_MAGIC || system.f_type == SYSFS_MAGIC);
+}
+
+// True when the directory has been entered from below another link before.
+bool IsLinkedAgain(Walk &walk, const struct stat &status, bool by_link) {
+    if (!by_link || walk.levels.empty() || !walk.levels.back().linked)
+        return false;
+    return !walk.linked_from_links.insert({status.st_dev, status.st_ino}).second;
+}
+
 // Opens the directory that the path buffer names and makes it the innermost level.
-void DirectoryEnter(Walk &walk) {
+void DirectoryEnter(Walk &walk, bool by_link) {
     if (IsRecyclePath(walk.path))
         return;
     DirHandle directory(opendir(walk.path));
@@ -85,9 +101,13 @@ void DirectoryEnter(Walk &walk) {
     struct stat status;
     if (fstat(dirfd(directory.get()), &status) != 0 || IsOwnAncestor(walk, status))
         return;
+    const bool other_device = walk.levels.empty() || walk.levels.back().device != status.st_dev;
+    if (IsLinkedAgain(walk, status, by_link) || (other_device && IsKernelTree(dirfd(directory.get()))))
+        return;
+    const bool linked = by_link || (!walk.levels.empty() && walk.levels.back().linked);
     if (walk.mask & kWalkMedia)
         IndexFileAdd(walk.path, walk.mode);
-    walk.levels.push_back({strlen(walk.path), status.st_dev, status.st_ino, 0, std::move(directory)});
+    walk.levels.push_back({strlen(walk.path), status.st_dev, status.st_ino, linked, 0, std::move(directory)});
 }
 
 // Opens a level's directory again where its reading stopped. False when the directory is no longer there.
@@ -104,7 +124,7 @@ bool DirectoryReopen(const Walk &walk, Level &level) {
     return true;
 }
 
-enum class EntryType { file, directory, other };
+enum class EntryType { file, directory, linked_directory, other };
 
 // What the entry in the path buffer is. The directory's own word is taken where it has one, which spares a
 // look-up for each entry; not for links, and not for a path that was cut and so names something else.
@@ -115,8 +135,11 @@ EntryType EntryTypeGet(const Walk &walk, const dirent &entry, bool cut) {
         return EntryType::directory;
     if (!cut && entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN)
         return EntryType::other;
-    if (IsDirExist(walk.path))
-        return EntryType::directory;
+    if (IsDirExist(walk.path)) {
+        struct stat status;
+        const bool link = lstat(walk.path, &status) == 0 && S_ISLNK(status.st_mode);
+        return link ? EntryType::linked_directory : EntryType::directory;
+    }
     return IsFileExist(walk.path, nullptr) ? EntryType::file : EntryType::other;
 }
 
@@ -140,16 +163,18 @@ void LevelAdvance(Walk &walk) {
         const size_t room = sizeof walk.path - level.path_length;
         const int wanted = snprintf(walk.path + level.path_length, room, "/%s", entry->d_name);
         const bool cut = wanted < 0 || static_cast<size_t>(wanted) >= room;
-        switch (EntryTypeGet(walk, *entry, cut)) {
+        const EntryType type = EntryTypeGet(walk, *entry, cut);
+        switch (type) {
         case EntryType::file:
             FileVisit(walk.path, walk.mode, walk.mask);
             break;
         case EntryType::directory:
+        case EntryType::linked_directory:
             if (depth >= kOpenLevels) {
                 level.resume = entry->d_off;
                 level.directory.reset();
             }
-            DirectoryEnter(walk);
+            DirectoryEnter(walk, type == EntryType::linked_directory);
             return;
         case EntryType::other:
             break;
@@ -160,12 +185,16 @@ void LevelAdvance(Walk &walk) {
 }
 
 void TreeWalk(const char *path, int mode, int mask) {
-    Walk walk = {mode, mask, {}, {}};
+    if (strlen(path) >= kPathSize) { // cut, it would name another tree
+        syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, path);
+        return;
+    }
+    Walk walk = {mode, mask, {}, {}, {}};
     snprintf(walk.path, sizeof walk.path, "%s", path);
     // A slash at the end would stand doubled in every path below.
     for (size_t length = strlen(walk.path); length > 1 && walk.path[length - 1] == '/'; --length)
         walk.path[length - 1] = '\0';
-    DirectoryEnter(walk);
+    DirectoryEnter(walk, false);
     while (!walk.levels.empty())
         LevelAdvance(walk);
 }

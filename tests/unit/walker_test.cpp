@@ -113,6 +113,43 @@ TEST_F(WalkerTest, LinksThatPointAtEachOtherEnd) {
                                               "/volume1/music/y", "/volume1/music/y/to_x"}));
 }
 
+// In every order there is, eight directories would be more than a hundred thousand.
+TEST_F(WalkerTest, DirectoriesFullOfLinksToOneAnotherAreWalkedOnce) {
+    constexpr int kDirectories = 8;
+    const auto name = [](int i) { return "/volume1/music/d" + std::to_string(i); };
+    for (int i = 0; i < kDirectories; ++i)
+        fs::create_directory(name(i));
+    for (int i = 0; i < kDirectories; ++i) {
+        for (int j = 0; j < kDirectories; ++j) {
+            if (i != j)
+                fs::create_directory_symlink(name(j), name(i) + "/to" + std::to_string(j));
+        }
+    }
+    VELUIndexRunBegin();
+    IndexDirWalk("/volume1/music", kIndexAdd, kWalkMedia);
+    VELUIndexRunEnd();
+    // The share, its directories, what each links to, and each of them once from below a link.
+    constexpr size_t kMost = 1 + kDirectories + kDirectories * (kDirectories - 1) + kDirectories;
+    EXPECT_LE(MediaPaths("directory").size(), kMost);
+    EXPECT_GE(MediaPaths("directory").size(), kMost - kDirectories);
+}
+
+TEST_F(WalkerTest, TheKernelsTreesAreLeftOut) {
+    fs::create_directory_symlink("/proc", "/volume1/music/proc");
+    FileWrite("/volume1/music/a.pcm", "x");
+    IndexDirWalk("/volume1/music", kIndexAdd, kWalkMedia);
+    EXPECT_EQ(MediaPaths("directory"), Texts{"/volume1/music"});
+    EXPECT_EQ(MediaPaths("music").size(), 1u);
+}
+
+TEST_F(WalkerTest, AStartThatDoesNotFitIsNotCutToAnother) {
+    FileWrite("/volume1/music/a.pcm", "x");
+    const std::string path = "/volume1/music" + std::string(4085, '/') + "nothere";
+    IndexDirWalk(path.c_str(), kIndexAdd, kWalkMedia);
+    EXPECT_TRUE(MediaPaths("music").empty());
+    EXPECT_EQ(LogTakeTexts(), Texts{"index.c# Failed to open directory " + path + " "});
+}
+
 TEST_F(WalkerTest, OtherKindsOfEntriesAreLeftOut) {
     FileWrite("/volume1/music/a.pcm", "x");
     ASSERT_EQ(mkfifo("/volume1/music/pipe.pcm", 0600), 0);
