@@ -26,6 +26,8 @@ constexpr sig_atomic_t kSignalsForced = 9999;
 constexpr double kVacuumHours = 12.0;
 constexpr double kSecondsPerHour = 3600.0;
 
+int retry_wake_ups = 0; // until work that is left is tried again; 0 when none is
+
 void FlagsClear() {
     dirty = 0;
     pending = 0;
@@ -49,8 +51,11 @@ void DatabasesVacuum() {
 
 WakeUp WakeUpHandle(time_t now) {
     if (dirty == pending) {
-        pending = 0; // a signal came in during this sleep: wait for a quiet one
-        return WakeUp::wait;
+        if (pending) {
+            pending = 0; // a signal came in during this sleep: wait for a quiet one
+            return WakeUp::wait;
+        }
+        return retry_wake_ups > 0 && --retry_wake_ups == 0 ? WakeUp::process : WakeUp::wait;
     }
     if (pending) {
         dirty = 1;
@@ -63,6 +68,10 @@ WakeUp WakeUpHandle(time_t now) {
     return WakeUp::process;
 }
 
+void QueueRun() {
+    retry_wake_ups = IndexQueueProcess();
+}
+
 void MainLoop() {
     for (;;) {
         sleep(kQuietSleep);
@@ -70,9 +79,9 @@ void MainLoop() {
             signal_count = 0;
             DatabasesVacuum();
             FlagsClear();
-            IndexQueueProcess();
+            QueueRun();
         }
         if (WakeUpHandle(time(nullptr)) == WakeUp::process)
-            IndexQueueProcess();
+            QueueRun();
     }
 }

@@ -25,8 +25,11 @@ void DatabasesVacuum();
 enum class WakeUp { wait, process };
 
 // Looks at the flags after a sleep. Vacuums that fall due are done here. `process`: the flags are cleared and
-// the queue is to be processed now.
+// the queue is to be processed now. Work that a run had to leave is taken up again without a signal.
 WakeUp WakeUpHandle(time_t now);
+
+// Processes the queue and remembers when work that is left is to be tried again.
+void QueueRun();
 
 // Sleeps and processes for ever.
 [[noreturn]] void MainLoop();

@@ -9,6 +9,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <new>
 #include <string>
 
 #include "daemon/queue_commands.h"
@@ -26,6 +28,15 @@ constexpr char kDlnaServerPidFile[] = "/var/run/dms.pid";
 
 // A writer that creates the queue at this very moment is met by trying again at once.
 constexpr int kRenameAttempts = 16;
+
+// A copy that is kept is tried again after 1, 2, 4, ... wake-ups of ten seconds, at most ten minutes apart.
+constexpr int kRetryWakeUpsMax = 60;
+
+// A catalogue that cannot be written for most of a day does not come back by itself, and its requests must not hold
+// up all others for ever.
+constexpr int kKeptRunsMax = 100;
+
+int kept_runs = 0; // in a row
 
 void QueueTakeOver() {
     if (BlKLIBFileExist(kQueueWorkingCopy))
@@ -50,14 +61,25 @@ void LineExecute(std::string &line) {
     QueueRequestExecute(request);
 }
 
+// False when the line was not carried out to its end for want of memory.
+bool LineTry(std::string &line) {
+    try {
+        LineExecute(line);
+        return true;
+    } catch (const std::bad_alloc &) {
+        syslog(LOG_ERR, "%s (%d) Out of memory.", kLogName, __LINE__);
+        return false;
+    }
+}
+
 void ServerSignal(const char *pid_file, int signal_number) {
     const pid_t pid = KLIBReadPidFile(pid_file);
     if (pid >= 1)
         kill(pid, signal_number);
 }
 
-// Carries out every line and brings its rows to disk. A line that was appended meanwhile by a writer that
-// still has the file open is found by looking again after that. False when rows could not be stored.
+// Carries out every line and brings its rows to disk. A line that was appended meanwhile by a writer that still
+// has the file open is found by looking again after that. False when not all of them could be read and stored.
 bool LinesExecute(QueueReader &reader) {
     std::string line;
     bool stored = true;
@@ -65,17 +87,46 @@ bool LinesExecute(QueueReader &reader) {
     do {
         VELUIndexRunBegin();
         for (; more; more = reader.Next(line))
-            LineExecute(line);
-        if (VELUIndexRunEnd() != 0)
-            stored = false;
+            stored = LineTry(line) && stored;
+        stored = VELUIndexRunEnd() == 0 && stored;
         more = reader.Next(line);
     } while (more);
-    return stored;
+    if (reader.failure() == 0)
+        return stored;
+    syslog(LOG_ERR, "%s(%d): Failed to read %s. (%s)", kLogName, __LINE__, kQueueWorkingCopy,
+           strerror(reader.failure()));
+    return false;
+}
+
+void ServersTell() {
+    if (BlVELUIndexIsMusicTableDirty() || BlVELUIndexIsVideoTableDirty())
+        ServerSignal(kMusicServerPidFile, SIGHUP);
+    ServerSignal(kDlnaServerPidFile, SIGUSR1);
+}
+
+void WorkingCopyRemove() {
+    if (unlink(kQueueWorkingCopy) != 0)
+        syslog(LOG_ERR, "%s(%d): Failed to unlink %s. (%s)", kLogName, __LINE__, kQueueWorkingCopy,
+               strerror(errno));
+}
+
+// Keeps the copy, or gives it up when that has been done too often. Returns when to come back.
+int WorkingCopyKeep() {
+    if (++kept_runs < kKeptRunsMax) {
+        syslog(LOG_ERR, "%s(%d): Failed to store all rows. %s is kept for the next run.", kLogName, __LINE__,
+               kQueueWorkingCopy);
+        constexpr int kLargestShift = 6;
+        return std::min(1 << std::min(kept_runs - 1, kLargestShift), kRetryWakeUpsMax);
+    }
+    syslog(LOG_ERR, "%s(%d): Failed to store all rows %d times. %s is given up.", kLogName, __LINE__,
+           kKeptRunsMax, kQueueWorkingCopy);
+    WorkingCopyRemove();
+    return 0;
 }
 
 } // namespace
 
-void IndexQueueProcess() {
+int IndexQueueProcess() {
     VELUIndexMusicTableDirtySet(0);
     VELUIndexVideoTableDirtySet(0);
     QueueTakeOver();
@@ -83,22 +134,24 @@ void IndexQueueProcess() {
     QueueReader reader;
     if (!reader.Open(kQueueWorkingCopy)) {
         const int reason = errno;
-        // A damaged copy must not block the queue for ever. The command is the appliance's documented way
-        // out.
+        // A damaged copy must not block the queue for ever. The command is the appliance's documented way out.
         if (system("rm -rf /var/spool/velu_indexing_queue.tmp") != 0)
             syslog(LOG_ERR, "%s(%d): Failed to remove %s.", kLogName, __LINE__, kQueueWorkingCopy);
         syslog(LOG_ERR, "%s(%d): Failed to open %s. (%s)", kLogName, __LINE__, kQueueWorkingCopy,
                strerror(reason));
-        return;
+        return 0;
     }
+    int come_back = 0;
     if (!LinesExecute(reader)) {
-        syslog(LOG_ERR, "%s(%d): Failed to store all rows. %s is kept for the next run.", kLogName, __LINE__,
-               kQueueWorkingCopy);
-    } else if (unlink(kQueueWorkingCopy) != 0) {
-        syslog(LOG_ERR, "%s(%d): Failed to unlink %s. (%s)", kLogName, __LINE__, kQueueWorkingCopy,
-               strerror(errno));
+        come_back = WorkingCopyKeep();
+    } else {
+        WorkingCopyRemove();
     }
-    if (BlVELUIndexIsMusicTableDirty() || BlVELUIndexIsVideoTableDirty())
-        ServerSignal(kMusicServerPidFile, SIGHUP);
-    ServerSignal(kDlnaServerPidFile, SIGUSR1);
+    ServersTell();
+    if (come_back == 0 && kept_runs > 0) {
+        kept_runs = 0;
+        // Signals for what was queued meanwhile have been used up.
+        come_back = BlKLIBFileExist(kQueueFile);
+    }
+    return come_back;
 }

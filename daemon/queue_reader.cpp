@@ -22,6 +22,7 @@ bool QueueReader::Open(const char *path) {
     buffer_ = std::make_unique<char[]>(kBufferSize);
     file_ = std::move(file);
     start_ = end_ = 0;
+    failure_ = 0;
     return true;
 }
 
@@ -33,6 +34,8 @@ void QueueReader::Refill() {
         const ssize_t got = read(file_.get(), buffer_.get() + end_, kBufferSize - end_);
         if (got < 0 && errno == EINTR)
             continue;
+        if (got < 0)
+            failure_ = errno;
         if (got <= 0)
             break;
         end_ += static_cast<size_t>(got);

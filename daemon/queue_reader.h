@@ -22,6 +22,9 @@ public:
     // further call looks again, so that lines which a slow writer has appended in the meantime are found.
     [[nodiscard]] bool Next(std::string &line);
 
+    // The error number of a read that failed, which ends the file early; 0 when none did.
+    [[nodiscard]] int failure() const { return failure_; }
+
 private:
     void Refill();
 
@@ -33,4 +36,5 @@ private:
     std::unique_ptr<char[]> buffer_;
     size_t start_ = 0; // of the bytes not yet given out
     size_t end_ = 0;
+    int failure_ = 0;
 };

@@ -34,6 +34,21 @@ constexpr int kNiceness = 10;
     _exit(0);
 }
 
+// Holds the daemon's two signals back. Its pid can be read before its handlers stand, and a signal that came in
+// between would end it and leave the file.
+struct SignalsHeld {
+    SignalsHeld() {
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGUSR1);
+        sigaddset(&signals, SIGTERM);
+        sigprocmask(SIG_BLOCK, &signals, &before);
+    }
+    void Release() const { sigprocmask(SIG_SETMASK, &before, nullptr); }
+
+    sigset_t before;
+};
+
 void PidFileWrite() {
     // The umask is 0; the file says whom to signal, so that only its owner may write it.
     const int fd = open(kPidFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
@@ -56,6 +71,8 @@ void BecomeDaemon() {
 }
 
 void HandlersInstall() {
+    // A parent that ignores its children hands that on, and the children's results would be lost.
+    signal(SIGCHLD, SIG_DFL);
     if (signal(SIGUSR1, SetDirty) == SIG_ERR) {
         syslog(LOG_ERR, "%s (%d) signal(SIGUSR1, SetDirty) failed.", kLogName, __LINE__);
         exit(1);
@@ -69,9 +86,9 @@ void HandlersInstall() {
 // Work that waited while no daemon ran, or that the last one could not finish.
 void LeftOversProcess() {
     if (BlKLIBFileExist(kQueueWorkingCopy))
-        IndexQueueProcess();
+        QueueRun();
     if (BlKLIBFileExist(kQueueFile))
-        IndexQueueProcess();
+        QueueRun();
 }
 
 } // namespace
@@ -87,8 +104,10 @@ int main(int argc, char **argv) {
         return 1;
     }
     openlog(kProgram, LOG_PID, LOG_DAEMON);
+    const SignalsHeld held;
     BecomeDaemon();
     HandlersInstall();
+    held.Release();
     DatabasesVacuum();
     FeatureSwitchesRead();
     LeftOversProcess();

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "tests/unit/log_capture.h"
 #include "tests/unit/test_files.h"
@@ -83,4 +84,44 @@ TEST_F(MainLoopTest, AFailedVacuumIsLoggedForEachDatabase) {
     const std::vector<std::string> log = LogTakeTexts();
     EXPECT_NE(std::find(log.begin(), log.end(), "veluindexd.c# vaccuum mediaserver failed."), log.end());
     EXPECT_NE(std::find(log.begin(), log.end(), "veluindexd.c# vaccuum photodb failed."), log.end());
+}
+
+// While the catalogue is away the request stays, it is tried again at longer and longer intervals, and what was
+// queued meanwhile follows without a signal once it is back.
+TEST_F(MainLoopTest, WorkThatIsLeftIsTakenUpAgainWithoutASignal) {
+    FileWrite("/etc/veluinfo.conf", "mediadb=\"sqlite:/proc/no/such/place.db\"\n");
+    FileWrite("/volume1/music/a.pcm", "x");
+    FileWrite("/volume1/music/b.pcm", "x");
+    FileWrite("/var/spool/velu_indexing_queue", "a:/volume1/music/a.pcm\n");
+    QueueRun();
+    EXPECT_EQ(FileRead("/var/spool/velu_indexing_queue.tmp"), "a:/volume1/music/a.pcm\n");
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::process);
+    QueueRun();
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::process);
+
+    FileWrite("/var/spool/velu_indexing_queue", "a:/volume1/music/b.pcm\n");
+    std::filesystem::remove("/etc/veluinfo.conf");
+    QueueRun();
+    EXPECT_EQ(MediaPaths("music"), std::vector<std::string>{"/volume1/music/a.pcm"});
+    EXPECT_FALSE(std::filesystem::exists("/var/spool/velu_indexing_queue.tmp"));
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::process);
+    QueueRun();
+    EXPECT_EQ(MediaPaths("music").size(), 2u);
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
+}
+
+TEST_F(MainLoopTest, ARequestThatCanNeverBeStoredIsGivenUp) {
+    FileWrite("/etc/veluinfo.conf", "mediadb=\"sqlite:/proc/no/such/place.db\"\n");
+    FileWrite("/volume1/music/a.pcm", "x");
+    FileWrite("/var/spool/velu_indexing_queue", "a:/volume1/music/a.pcm\n");
+    int runs = 0;
+    for (; runs == 0 || std::filesystem::exists("/var/spool/velu_indexing_queue.tmp"); ++runs)
+        QueueRun();
+    EXPECT_EQ(runs, 100);
+    const std::vector<std::string> log = LogTakeTexts();
+    EXPECT_NE(log.back().find("is given up."), std::string::npos);
+    std::filesystem::remove("/etc/veluinfo.conf");
+    QueueRun(); // counts anew
 }
