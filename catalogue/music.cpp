@@ -33,10 +33,16 @@ int MusicFileIndex(const char *path) {
     MediaInfoValid(&record);
 
     // The defaults come after the normalisation: they are saved as the file system has them.
-    if (record.title[0] == '\0')
+    // They are single bytes whatever the tag's empty field was said to be.
+    if (record.title[0] == '\0') {
         MediaTitleFromName(path, record.title);
-    if (record.album[0] == '\0' && !MediaAlbumFromPath(path, record.album))
-        syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
+        record.title_utf16 = 0;
+    }
+    if (record.album[0] == '\0') {
+        record.album_utf16 = 0;
+        if (!MediaAlbumFromPath(path, record.album))
+            syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
+    }
 
     if (MediaInfoDBSave(kMediaMusic, &record) != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to save media info to database.", kLogName, __LINE__);

@@ -14,6 +14,7 @@ constexpr char kLogName[] = "playlist.c";
 
 // The time as ctime() writes it, newline included. A year that ctime() cannot write leaves the field empty.
 void CtimeText(time_t when, char (&field)[kMediaTimeSize]) {
+    field[0] = '\0';
     char text[64]; // ctime_r asks for 26 bytes; a year beyond four digits takes a few more
     if (ctime_r(&when, text) != nullptr)
         snprintf(field, sizeof field, "%s", text);
@@ -30,7 +31,7 @@ int PlaylistFileIndex(const char *path) {
     if (MediaInfoFillBasic(path, &record) != 0)
         return -1;
     struct stat status;
-    if (stat(path, &status) != 0)
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
         return -1;
     record.file_size = static_cast<uint64_t>(status.st_size);
     CtimeText(status.st_ctime, record.create_time);

@@ -5,6 +5,7 @@
 #include "container/probe_module/filter_support.h"
 #include "container/probe_module/probe.h"
 #include "platform/module.h"
+#include "platform/veluindex.h"
 
 #include <syslog.h>
 
@@ -40,5 +41,7 @@ int MiscMediaInfoGet(const char *path, MediaInfo *record) {
         syslog(LOG_ERR, "%s:%d The kernel has no system call filter, the media probe runs without.", kLogName,
                __LINE__);
     }
+    // A probe may take a minute and a half: what the run has written so far is not held back, nor the store locked.
+    VELUIndexRunFlush();
     return MediaProbeRun(probe, path, record);
 }
