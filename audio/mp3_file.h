@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Mp3FileCtx: the byte reader over one MP3 file. Bytes are asked for by 64-bit position and come from a
-// window; there is no error to check: a byte outside the file, or one that cannot be read, is kUnreadByte and
-// costs no system call. Tag and frame parsers live with that, because 17 begins no frame of either kind.
+// Mp3FileCtx: the byte reader over one MP3 file, and below the reader of MPEG video. Bytes are asked for by
+// 64-bit position and come from a window; there is no error to check: a byte outside the file, or one that
+// cannot be read, is kUnreadByte and costs no system call. Tag and frame parsers live with that, because 17
+// begins no frame of either kind.
 #pragma once
 
 #include "audio/byte_source.h"
