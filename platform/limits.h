@@ -79,6 +79,6 @@ inline constexpr uint64_t kMp4PictureMax = kPictureFrameMax;
 
 // --- MPEG video --------------------------------------------------------------------------------------------
 
-// Start codes are looked for at offsets up to this one: the first packs of a stream hold all that is wanted, and
-// a file costs a few reads however large it is.
+// Start codes are looked for at offsets up to this one: the first packs of a stream hold all that is wanted,
+// and a file costs a few reads however large it is.
 inline constexpr int64_t kMpegPrefixOffsetMax = 99'999;
