@@ -10,10 +10,25 @@ namespace {
 
 constexpr char kLogName[] = "metavideo.c";
 
-constexpr uint8_t kPrefix[] = {0x00, 0x00, 0x01};
+constexpr int64_t kPrefixBytes = 3;
 
 // A start code in the file's last four bytes marks nothing that could be read.
 constexpr int64_t kSearchTail = 4;
+
+// The first prefix that lies within [begin, end), or null. Looks for the byte 01, which is rare where runs of
+// zeros are not; a general search stumbles over each zero.
+const uint8_t *PrefixFind(const uint8_t *begin, const uint8_t *end) {
+    for (const uint8_t *at = begin + kPrefixBytes - 1; at < end; ++at) {
+        if (*at != 0x01) {
+            at = static_cast<const uint8_t *>(memchr(at, 0x01, static_cast<size_t>(end - at)));
+            if (at == nullptr)
+                return nullptr;
+        }
+        if (at[-1] == 0x00 && at[-2] == 0x00)
+            return at - (kPrefixBytes - 1);
+    }
+    return nullptr;
+}
 
 } // namespace
 
@@ -32,16 +47,16 @@ int64_t MpegFindPrefix(MpegReader *reader, int64_t offset) {
     const int64_t stop = std::min(reader->bytes.file_size - kSearchTail, kMpegPrefixOffsetMax + 1);
     int64_t pos = std::max<int64_t>(offset, 0);
     while (pos < stop) {
-        const std::span<const uint8_t> held = Mp3Window(&reader->bytes, pos, sizeof kPrefix);
-        if (held.size() < sizeof kPrefix)
+        const std::span<const uint8_t> held = Mp3Window(&reader->bytes, pos, kPrefixBytes);
+        const auto size = static_cast<int64_t>(held.size());
+        if (size < kPrefixBytes)
             return -1;
-        // A prefix may begin at any place below `stop`, and reaches two bytes beyond its first.
-        const auto tail = static_cast<int64_t>(sizeof kPrefix - 1);
-        const int64_t count = std::min(static_cast<int64_t>(held.size()), stop - pos + tail);
-        const void *found = memmem(held.data(), static_cast<size_t>(count), kPrefix, sizeof kPrefix);
+        // Only the first byte of a prefix has to lie below `stop`.
+        const int64_t places = std::min(size - (kPrefixBytes - 1), stop - pos);
+        const uint8_t *found = PrefixFind(held.data(), held.data() + places + kPrefixBytes - 1);
         if (found != nullptr)
-            return pos + (static_cast<const uint8_t *>(found) - held.data());
-        pos += count - tail;
+            return pos + (found - held.data());
+        pos += places;
     }
     return -1;
 }
@@ -50,7 +65,7 @@ int64_t MpegFindStartCode(MpegReader *reader, int64_t offset, int code) {
     if (offset < 0)
         return -1;
     int64_t prefix = MpegFindPrefix(reader, offset);
-    while (prefix >= 0 && MpegReadByte(reader, prefix + static_cast<int64_t>(sizeof kPrefix)) != code)
+    while (prefix >= 0 && MpegReadByte(reader, prefix + kPrefixBytes) != code)
         prefix = MpegFindPrefix(reader, prefix + 1);
     return prefix;
 }
