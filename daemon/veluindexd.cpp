@@ -71,8 +71,6 @@ void BecomeDaemon() {
 }
 
 void HandlersInstall() {
-    // A parent that ignores its children hands that on, and the children's results would be lost.
-    signal(SIGCHLD, SIG_DFL);
     if (signal(SIGUSR1, SetDirty) == SIG_ERR) {
         syslog(LOG_ERR, "%s (%d) signal(SIGUSR1, SetDirty) failed.", kLogName, __LINE__);
         exit(1);
@@ -81,6 +79,8 @@ void HandlersInstall() {
         syslog(LOG_ERR, "%s (%d) signal(SIGTERM, Die) failed.", kLogName, __LINE__);
         exit(1);
     }
+    // A parent that ignores its children hands that on, and the children's results would be lost.
+    signal(SIGCHLD, SIG_DFL);
 }
 
 // Work that waited while no daemon ran, or that the last one could not finish.

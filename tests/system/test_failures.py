@@ -78,7 +78,7 @@ def test_the_old_row_of_a_renamed_file_that_cannot_be_removed_does_not_stop_the_
     cut_off.index(f"N:{MUSIC}/new.pcm:{MUSIC}/old.pcm", "bad line")
     assert cut_off.logged(None, f"Failed to remove [{MUSIC}/old.pcm] from database") == 1
     assert cut_off.logged(None, "Failed to save media info to database.") == 1
-    assert cut_off.logged("veluindexd.c", "Bad format [bad line\n].") == 1
+    assert cut_off.logged("veluindexd.c", "Bad format [bad line].") == 1
 
 
 @pytest.mark.parametrize("text", ['supportphoto="yes', "\0\0\0", "x" * 100000, 'supportphoto = "yes"\nsupportphoto="no"\n'])

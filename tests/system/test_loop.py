@@ -22,7 +22,7 @@ def test_a_signal_during_every_sleep_puts_the_run_off(daemon):
         time.sleep(SLEEP / 2)
         assert not taken(daemon)
     daemon.wait_run(0)
-    assert daemon.logged("veluindexd.c", "Bad format [bad line\n].") == 1
+    assert daemon.logged("veluindexd.c", "Bad format [bad line].") == 1
 
 
 def test_without_a_signal_the_queue_stays(daemon):
@@ -71,7 +71,7 @@ def test_ten_thousand_signals_force_a_run_and_a_vacuum(make_daemon):
     rest = daemon.box.ask("flood", pid=daemon.pid, number=10, until=QUEUE, limit=200000)
     assert rest["gone"]
     daemon.wait_run(0)
-    assert daemon.logged("veluindexd.c", "Bad format [bad line\n].") == 1
+    assert daemon.logged("veluindexd.c", "Bad format [bad line].") == 1
     assert daemon.logged("veluindexd.c", "vaccuum mediaserver failed.") == 2
 
 

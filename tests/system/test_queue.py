@@ -26,13 +26,13 @@ def song(daemon):
 )
 def test_a_line_that_is_no_command_is_logged_and_changes_nothing(song, line):
     song.index(line)
-    assert song.logged("veluindexd.c", f"Bad format [{line}\n].") == 1
+    assert song.logged("veluindexd.c", f"Bad format [{line}].") == 1
     assert song.media_paths() == [] and song.rows("directory") == []
 
 
 def test_the_letters_case_matters(song):
     song.index("r:music", "t:music", "u:photo")
-    assert [song.logged("veluindexd.c", f"Bad format [{line}\n].") for line in ("r:music", "t:music", "u:photo")] == \
+    assert [song.logged("veluindexd.c", f"Bad format [{line}].") for line in ("r:music", "t:music", "u:photo")] == \
         [1, 1, 1]
 
 
@@ -64,7 +64,7 @@ def test_a_longer_line_is_split_where_the_reading_buffer_ends(song):
 def test_a_line_that_just_fits_is_not_split(song):
     line = "x" * (LINE_SIZE - 1)
     song.index(line, f"a:{PCM}")
-    assert song.logged("veluindexd.c", f"Bad format [{line}\n].") == 1
+    assert song.logged("veluindexd.c", f"Bad format [{line}].") == 1
     assert song.logged("veluindexd.c", NO_NEWLINE) == 0
     assert song.paths("music") == [PCM]
 
@@ -138,17 +138,17 @@ def test_a_working_copy_that_cannot_be_opened_is_removed_and_the_queue_stays(dae
              "the message")
     assert daemon.exists(QUEUE) and daemon.peer_signals("dms") == []
     daemon.index()
-    assert daemon.logged("veluindexd.c", "Bad format [bad line\n].") == 1
+    assert daemon.logged("veluindexd.c", "Bad format [bad line].") == 1
 
 
 def test_a_left_over_copy_is_finished_first_and_the_queue_stays_for_the_next_run(daemon):
     daemon.write(WORKING_COPY, "1 left over\n")
     daemon.index("2 queued")
-    assert daemon.logged("veluindexd.c", "Bad format [1 left over\n].") == 1
-    assert daemon.logged("veluindexd.c", "Bad format [2 queued\n].") == 0
+    assert daemon.logged("veluindexd.c", "Bad format [1 left over].") == 1
+    assert daemon.logged("veluindexd.c", "Bad format [2 queued].") == 0
     assert daemon.exists(QUEUE)
     daemon.index()
-    assert daemon.logged("veluindexd.c", "Bad format [2 queued\n].") == 1
+    assert daemon.logged("veluindexd.c", "Bad format [2 queued].") == 1
 
 
 # --- the end of a run
