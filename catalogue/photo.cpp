@@ -5,13 +5,50 @@
 #include <string.h>
 #include <syslog.h>
 
+#include <algorithm>
+
+#include "catalogue/exif.h"
 #include "catalogue/shares.h"
 #include "catalogue/util.h"
+#include "photo/photo_record.h"
 #include "platform/velusdk.h"
 
 namespace {
 
 constexpr char kLogName[] = "photo.c";
+
+// The media catalogue writes dates with dashes and without zeros in front; programs that read it know them
+// so.
+void DateStore(const char *taken, char (&date)[kMediaTimeSize]) {
+    int year = 0;
+    int month = 0;
+    int day = 0;
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    if (sscanf(taken, "%d-%d-%d %d:%d:%d", &year, &month, &day, &hour, &minute, &second) == 6)
+        snprintf(date, sizeof date, "%s", taken);
+    else if (sscanf(taken, "%d:%d:%d %d:%d:%d", &year, &month, &day, &hour, &minute, &second) == 6)
+        snprintf(date, sizeof date, "%d-%d-%d %d:%d:%d", year, month, day, hour, minute, second);
+}
+
+void ExifStore(MediaInfo *record) {
+    PhotoRecord photo = {};
+    static_assert(sizeof photo.path == sizeof record->path &&
+                  sizeof photo.make == sizeof record->camera_make &&
+                  sizeof photo.exposure == sizeof record->exposure_time);
+    memcpy(photo.path, record->path, sizeof photo.path);
+    ExifInfoGet(&photo);
+    PhotoRecordSanitize(&photo);
+    memcpy(record->camera_make, photo.make, sizeof photo.make);
+    memcpy(record->camera_model, photo.model, sizeof photo.model);
+    memcpy(record->exposure_time, photo.exposure, sizeof photo.exposure);
+    memcpy(record->f_number, photo.fnumber, sizeof photo.fnumber);
+    DateStore(photo.date_taken, record->date_taken);
+    record->width = static_cast<uint32_t>(photo.width);
+    record->height = static_cast<uint32_t>(photo.height);
+    record->iso_speed = static_cast<uint32_t>(std::max(photo.iso, 0));
+}
 
 } // namespace
 
@@ -30,9 +67,11 @@ int PhotoFileIndex(const char *path) {
     if (!MediaAlbumFromPath(path, record.album))
         syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
 
-    if (VELUIndexExtGet(path) != nullptr) {
+    if (const char *dot = strrchr(path, '.'); dot != nullptr) {
         VELUIndexCTimeMTimeGet(path, record.create_time, sizeof record.create_time, record.modify_time,
                                sizeof record.modify_time);
+        if (BlVELUIndexIsJpeg(dot + 1))
+            ExifStore(&record);
         int width = 0;
         int height = 0;
         if (VELUIndexImgResGet(path, &width, &height) == 0) {

@@ -23,9 +23,7 @@ constexpr char kLogName[] = "veluindexd.c";
 
 constexpr int kWalkBoth = kWalkMedia | kWalkPhotoLibrary;
 
-// Operations of the photo library: of one file, of an album, tables of the video application.
-constexpr int kPhotoFileAdd = 1;
-constexpr int kPhotoFileDelete = 2;
+// Operations on an album, tables of the video application.
 constexpr int kAlbumCreate = 1;
 constexpr int kAlbumDelete = 2;
 constexpr int kVideoDescTable = 1;

@@ -1,13 +1,154 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "photo/photo_index.h"
 
+#include <stdio.h>
+#include <string.h>
+#include <sys/stat.h>
 #include <syslog.h>
+#include <time.h>
+
+#include "catalogue/exif.h"
+#include "catalogue/shares.h"
+#include "catalogue/util.h"
+#include "photo/flv_converter.h"
+#include "photo/photo_ea.h"
+#include "photo/photo_queue.h"
+#include "photo/photo_record.h"
+#include "platform/veluindex.h"
+#include "platform/velusdk.h"
 
 namespace {
+
 constexpr char kLogName[] = "photo_index.c";
+
+// Pictures of this size and above are left out: decoding them is beyond a small machine.
+constexpr off_t kPhotoSizeEnd = 20 * 1024 * 1024;
+
+static_assert(kPhotoTextSize == kMediaTextSize, "title and album have one rule for both records");
+
+bool IsAttributePath(const char *path) {
+    return strstr(path, kAttributeDirectory) != nullptr;
 }
 
-int PhotoLibraryFileUpdate(const char *, int) {
-    syslog(LOG_ERR, "%s (%d) PhotoLibraryFileUpdate not available.", kLogName, __LINE__);
+void NamesStore(const char *path, PhotoRecord *record) {
+    snprintf(record->path, sizeof record->path, "%s", path);
+    snprintf(record->name, sizeof record->name, "%s", PathBaseName(path));
+    if (!PhotoTitleGet(path, record))
+        MediaTitleFromName(path, record->title);
+    PhotoDescGet(path, record);
+    if (!MediaAlbumFromPath(path, record->album))
+        syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
+}
+
+void CreateTimeStore(time_t changed, PhotoRecord *record) {
+    const char *text = ctime(&changed); // null for a year of more than four digits
+    snprintf(record->create_time, sizeof record->create_time, "%s", text != nullptr ? text : "");
+}
+
+void DateFromTimes(time_t changed, PhotoRecord *record) {
+    struct tm local;
+    if (localtime_r(&changed, &local) != nullptr)
+        strftime(record->date_taken, sizeof record->date_taken, "%F %T", &local);
+}
+
+bool FileStore(const char *path, PhotoRecord *record) {
+    struct stat status;
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size < 1 ||
+        status.st_size >= kPhotoSizeEnd)
+        return false;
+    record->file_size = status.st_size;
+    ExifInfoGet(record);
+    if (stat(path, &status) != 0)
+        return false;
+    CreateTimeStore(status.st_ctime, record);
+    int width = 0;
+    int height = 0;
+    if (VELUIndexImgResGet(path, &width, &height) == 0) {
+        record->width = width;
+        record->height = height;
+    }
+    PhotoRecordSanitize(record);
+    if (record->date_taken[0] == '\0')
+        DateFromTimes(status.st_ctime, record);
+    return true;
+}
+
+int BadParameter(int line) {
+    syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, line);
     return -1;
+}
+
+} // namespace
+
+int PhotoIndexAdd(const char *path, int mode) {
+    if (path == nullptr)
+        return BadParameter(__LINE__);
+    if (IsAttributePath(path) || *PathBaseName(path) == '.')
+        return -1;
+    PhotoRecord record = {};
+    NamesStore(path, &record);
+    if (!FileStore(path, &record))
+        return -1;
+    if (PhotoInfoDBSave(&record, mode) != 0) {
+        syslog(LOG_ERR, "%s (%d) Failed to save photo info.", kLogName, __LINE__);
+        return -1;
+    }
+    return 0;
+}
+
+int PhotoIndexDelete(const char *path) {
+    if (path == nullptr)
+        return BadParameter(__LINE__);
+    if (IsFileExist(path, nullptr)) {
+        syslog(LOG_ERR, "%s (%d) File exists. Skip remove it from database.", kLogName, __LINE__);
+        return -1;
+    }
+    if (IsAttributePath(path))
+        return -1;
+    if (PhotoInfoDBDelete(path) != 0)
+        syslog(LOG_ERR, "%s (%d) Failed to remove %s from database.", kLogName, __LINE__, path);
+    return 0;
+}
+
+PhotoFileKind PhotoFileKindGet(const char *extension) {
+    if (BlVELUIndexIsPhotoOnWeb(extension))
+        return PhotoFileKind::picture;
+    if (BlVELUIndexIsVideoOnWeb(extension))
+        return PhotoFileKind::web_video;
+    return BlVELUIndexIsVideo(extension) ? PhotoFileKind::video : PhotoFileKind::none;
+}
+
+int PhotoLibraryFileUpdate(const char *path, int mode) {
+    if (path == nullptr)
+        return BadParameter(__LINE__);
+    if (mode != kPhotoFileAdd && mode != kPhotoFileDelete && mode != kPhotoFileUpdate)
+        return BadParameter(__LINE__);
+    const char *dot = strrchr(path, '.');
+    if (dot == nullptr || IsDirExist(path))
+        return -1;
+    const PhotoFileKind kind = PhotoFileKindGet(dot + 1);
+    if (kind == PhotoFileKind::none)
+        return -1;
+    if (kind == PhotoFileKind::video)
+        FlvConverterRun(path);
+    switch (mode) {
+    case kPhotoFileDelete:
+        PhotoIndexDelete(path);
+        break;
+    case kPhotoFileAdd:
+        if (kind == PhotoFileKind::picture)
+            PhotoIndexAdd(path, mode);
+        PhotoConvertQueueAdd(path, kConvertThumbnail | kConvertFlv);
+        break;
+    case kPhotoFileUpdate:
+        if (kind == PhotoFileKind::picture)
+            PhotoIndexAdd(path, mode);
+        else
+            VELUIndexPhotoUpdateVideoStatus(path);
+        break;
+    default:
+        syslog(LOG_ERR, "%s (%d) Bad mode!! This should never happen.", kLogName, __LINE__);
+        break;
+    }
+    return 0;
 }

@@ -3,6 +3,23 @@
 // The photo library's row of one file.
 #pragma once
 
-// Handles one file event of the photo share: mode 1 add, 2 delete, 5 update. Returns 0 when handled, -1 when
-// the file is not the photo library's or the arguments are bad.
+// What happened to a file: the queue's operation codes.
+enum PhotoFileMode : int { kPhotoFileAdd = 1, kPhotoFileDelete = 2, kPhotoFileUpdate = 5 };
+
+// Saves the row of a picture. `mode` (kPhotoFileAdd or kPhotoFileUpdate) goes to the store as it is. Returns
+// 0 when saved, else -1; hidden files, attribute directories ("@eaDir"), empty files and those of 20 MiB or
+// more are left out.
+int PhotoIndexAdd(const char *path, int mode);
+
+// Removes the row of a picture that is gone. Returns 0 when that was tried, -1 when the file is there or no
+// picture of the library.
+int PhotoIndexDelete(const char *path);
+
+// Handles one file event of the photo share, with a mode of PhotoFileMode. Returns 0 when handled, -1 when the
+// file is not the photo library's or the arguments are bad.
 int PhotoLibraryFileUpdate(const char *path, int mode);
+
+// What the photo library makes of a file, by its extension.
+enum class PhotoFileKind { none, picture, web_video, video };
+
+PhotoFileKind PhotoFileKindGet(const char *extension);

@@ -3,6 +3,8 @@
 // Albums: the directories of the photo share down to one level below the top, as rows of photo_share.
 #pragma once
 
+#include <stddef.h>
+
 // Creates (op 1) or deletes (op 2) the album of a directory. Returns 0 or -1.
 int PhotoShareUpdate(const char *path, int op);
 
@@ -15,6 +17,13 @@ int PhotoShareRename(const char *new_path, const char *old_path);
 // Brings the albums in step with the disk: one top album, or all of them when `path` is null. Returns 0 or
 // -1.
 int PhotoShareResync(const char *path);
+
+// Marks the album of a directory of the share as found, and creates it when there is none. Always returns -1.
+int PhotoShareMarkOne(const char *sharename);
+
+// Takes what a user chose for the album of a directory, in its attribute file: a text that begins with "1" for
+// public. Returns 0, or -1 when nobody chose.
+int PhotoSharePublicGet(const char *path, char *out, size_t size);
 
 // Looks at the file system of the photo share, which decides how its directory listings are to be read.
 void PhotoShareFsCheck();

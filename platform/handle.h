@@ -45,6 +45,9 @@ public:
     [[nodiscard]] int get() const noexcept { return fd_; }
     explicit operator bool() const noexcept { return fd_ >= 0; }
 
+    // Gives the descriptor to another owner.
+    [[nodiscard]] int Release() noexcept { return std::exchange(fd_, -1); }
+
     void Close() noexcept {
         if (fd_ >= 0)
             close(std::exchange(fd_, -1));

@@ -77,6 +77,12 @@ inline constexpr size_t kMp4TextMax = 1024;
 // A picture above this is no cover, for the same reason as in an ID3 tag.
 inline constexpr uint64_t kMp4PictureMax = kPictureFrameMax;
 
+// --- EXIF --------------------------------------------------------------------------------------------------
+
+// What libexif may hold of one picture. EXIF data are at most 64 KiB and their directories cost a few times
+// that; entries that all claim the same bytes took some 8 MiB.
+inline constexpr size_t kExifMemoryMax = size_t{2} * 1024 * 1024;
+
 // --- MPEG video --------------------------------------------------------------------------------------------
 
 // Start codes are looked for at offsets up to this one: the first packs of a stream hold all that is wanted,

@@ -30,7 +30,7 @@ uint32_t AacBitsTake(AacBits *bits, int count) {
     for (; count > 0; count--, bits->position++) {
         const size_t byte = bits->position / 8;
         bits->overrun = bits->overrun || byte >= bits->bytes.size();
-        const uint32_t bit = bits->overrun ? 0 : bits->bytes[byte] >> (7 - bits->position % 8) & 1;
+        const uint32_t bit = bits->overrun ? 0U : (bits->bytes[byte] >> (7 - bits->position % 8)) & 1U;
         value = value << 1 | bit;
     }
     return value;

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "photo/album_path.h"
+
+#include <stddef.h>
+#include <string.h>
+
+namespace {
+
+constexpr size_t kSharePrefix = sizeof "/volume1/photo/" - 1;
+
+} // namespace
+
+const char *AlbumNameOf(const char *path) {
+    return path + strnlen(path, kSharePrefix);
+}
+
+AlbumLevel PhotoShareLevelGet(const char *path) {
+    if (path == nullptr)
+        return kAlbumDeeper;
+    const char *name = AlbumNameOf(path);
+    if (*name == '\0')
+        return kAlbumDeeper;
+    const char *slash = strchr(name, '/');
+    if (slash == nullptr)
+        return kAlbumTop;
+    return strchr(slash + 1, '/') == nullptr ? kAlbumSub : kAlbumDeeper;
+}
+
+int IsPhotoShareRoot(const char *path) {
+    return strlen(path) == kSharePrefix - 1;
+}

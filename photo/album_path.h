@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Album names: the paths of directories in the photo share without the share's own.
+#pragma once
+
+// How deep a directory lies in the photo share.
+enum AlbumLevel : int {
+    kAlbumTop = 0,    // directly in the share
+    kAlbumSub = 1,    // in a top album
+    kAlbumDeeper = 2, // not an album; neither is the share itself
+};
+
+AlbumLevel PhotoShareLevelGet(const char *path);
+
+// The name of the album of a directory, within its path: what follows the share's path and "/", which are
+// taken to be 15 characters ("/volume1/photo/"). Empty for a shorter path.
+const char *AlbumNameOf(const char *path);
+
+// 1 for the path of the share itself, by its length alone.
+int IsPhotoShareRoot(const char *path);

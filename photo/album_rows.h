@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Rows of photo_share: reading and changing them by the album's name, and the marks of a resync. Operations
+// return 0, or -1, logged.
+#pragma once
+
+#include <stddef.h>
+
+#include <string>
+
+// Copies a field of the album's row to `out`. Fails silently when there is no such album.
+int VELUPhotoShareGetFieldValue(const char *sharename, const char *field, char *out, size_t size);
+
+// The id for the next album: the largest plus 1; 1 for an empty table, or one that cannot be read.
+int PhotoShareIdNext();
+
+// Runs a statement. Returns the number of rows changed, or -1, logged with the line of the caller.
+int AlbumExec(const std::string &sql, int line = __builtin_LINE());
+
+int VELUPhotoShareSubDirUpdatePublic(const char *sharename, const char *value);
+
+// Gives the sub-albums of an album that was renamed its new name, in their covers' paths as well.
+int VELUPhotoShareRenameSubDir(const char *new_sharename, const char *old_sharename);
+
+// Moves the cover path of an album, whose row has the new name already.
+int AlbumCoverMove(const char *new_sharename, const char *old_sharename);
+
+// Clear the marks of all albums, or remove those without one; with a prefix, of the sub-albums of that album.
+int PhotoShareMarkAll(const char *prefix);
+int PhotoShareSweep(const char *prefix);
