@@ -243,15 +243,15 @@ TEST(MetavideoReference, HostileFiles) {
 TEST(MetavideoReference, HostileFilesAroundTheEdges) {
     Random random(12);
     Tally tally;
-    for (int i = 0; i < 150; ++i) {
-        const size_t edge = i % 3 == 0 ? 100'000 : kReaderWindow * static_cast<size_t>(1 + random.Below(2));
+    for (int i = 0; i < 40; ++i) {
+        const size_t edge = i % 8 == 0 ? 100'000 : kReaderWindow * static_cast<size_t>(1 + random.Below(2));
         std::string bytes = i % 2 == 0 ? HostileVideo(&random, static_cast<size_t>(random.Below(100))) : ""s;
         bytes.resize(edge - static_cast<size_t>(random.Below(300)), random.Below(2) == 0 ? '\0' : 'x');
         bytes += HostileVideo(&random, static_cast<size_t>(300 + random.Below(500)));
         ExpectLikeReference(bytes, &random, &tally);
         ASSERT_FALSE(HasFatalFailure()) << "round " << i;
     }
-    EXPECT_GT(tally.videos, 30);
+    EXPECT_GT(tally.videos, 8);
 }
 
 } // namespace

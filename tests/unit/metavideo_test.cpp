@@ -297,20 +297,21 @@ std::string Stream(const std::string &audio) {
 }
 
 TEST_F(MetavideoTest, PacketHeadersOfMpeg1) {
-    // Each is followed by one header that stands alone: it counts only at the very place where data begins,
-    // or later, by the first search from there. A header before that place must not be met.
-    const std::string decoy = kHeader128.substr(0, 4);
+    // A header at the very place where data begins is taken at once. From a byte 0xFF before it, the first sync
+    // pattern is a bad one; then, as from any place behind it, the search ends with the rates of the second.
+    const std::string data = Frame224() + "junk"s + kHeader128;
+    const std::string time = "\xFF\xFF\xFF\xFF"s;
     const std::string headers[] = {
         kNoTime,
         std::string(16, '\xFF') + kNoTime, // stuffing
-        "\x60\x20"s + kNoTime,             // buffer size
-        "\x21"s + decoy,                   // time stamp
-        "\x31"s + decoy + "\x11"s + decoy, // two
-        std::string(3, '\xFF') + "\x60\x20\x31"s + decoy + "\x11"s + decoy,
-        std::string(3 * kReaderWindow, '\xFF') + "\x60\x20\x21"s + decoy,
+        "\x60\x20\xFF"s,                   // buffer size
+        "\x21"s + time,                    // time stamp
+        "\x31"s + time + "\xFF"s + time,   // two
+        std::string(3, '\xFF') + "\x60\x20\x31"s + time + "\xFF"s + time,
+        std::string(3 * kReaderWindow, '\xFF') + "\x60\x20\x21"s + time,
     };
     for (const std::string &header : headers) {
-        const Parsed parsed(Stream(AudioPacket(header, Frame224())));
+        const Parsed parsed(Stream(AudioPacket(header, data)));
         EXPECT_EQ(parsed.result, 0);
         EXPECT_EQ(parsed.audio.bit_rate, 224'000) << header.size();
         EXPECT_EQ(parsed.audio.channel_mode, 1);
