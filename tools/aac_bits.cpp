@@ -30,7 +30,8 @@ uint32_t AacBitsTake(AacBits *bits, int count) {
     for (; count > 0; count--, bits->position++) {
         const size_t byte = bits->position / 8;
         bits->overrun = bits->overrun || byte >= bits->bytes.size();
-        const uint32_t bit = bits->overrun ? 0U : (bits->bytes[byte] >> (7 - bits->position % 8)) & 1U;
+        const uint32_t rest = bits->overrun ? 0 : bits->bytes[byte];
+        const uint32_t bit = rest >> (7 - bits->position % 8) & 1;
         value = value << 1 | bit;
     }
     return value;
