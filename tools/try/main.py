@@ -129,6 +129,7 @@ def main(folder):
             place = "/volume1/music/library"
             library.make(daemon.box.path(place), lambda what: progress.show("making a small library: ", what))
             progress.end()
+        daemon.configure(aacdecoder=os.path.join(os.path.dirname(BINARY), "veluaacinfo"))
         daemon.start()
         print(f"the daemon runs in its sandbox (root: {daemon.box.root}); queued: A:{place}")
         daemon.queue(f"A:{place}")
