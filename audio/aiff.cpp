@@ -56,13 +56,7 @@ int AiffInfoGet(const char *path, MediaInfo *record) {
     snprintf(record->path, sizeof record->path, "%s", path);
     record->file_size = size;
     AudioFormatRead(path, record);
-    VELUIndexCTimeMTimeGet(path, record->create_time, sizeof record->create_time, record->modify_time,
-                           sizeof record->modify_time);
-    MediaInfoValid(record);
-    if (record->title[0] == '\0')
-        MediaTitleFromName(path, record->title);
-    if (record->album[0] == '\0' && !MediaAlbumFromPath(path, record->album))
-        syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
+    MediaRecordFinish(path, record, kLogName);
     return 0;
 }
 

@@ -28,21 +28,7 @@ int MusicFileIndex(const char *path) {
         syslog(LOG_ERR, "%s (%d) Failed to parse music metadata.", kLogName, __LINE__);
         result = 1;
     }
-    VELUIndexCTimeMTimeGet(path, record.create_time, sizeof record.create_time, record.modify_time,
-                           sizeof record.modify_time);
-    MediaInfoValid(&record);
-
-    // The defaults come after the normalisation: they are saved as the file system has them.
-    // They are single bytes whatever the tag's empty field was said to be.
-    if (record.title[0] == '\0') {
-        MediaTitleFromName(path, record.title);
-        record.title_utf16 = 0;
-    }
-    if (record.album[0] == '\0') {
-        record.album_utf16 = 0;
-        if (!MediaAlbumFromPath(path, record.album))
-            syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
-    }
+    MediaRecordFinish(path, &record, kLogName);
 
     if (MediaInfoDBSave(kMediaMusic, &record) != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to save media info to database.", kLogName, __LINE__);

@@ -78,6 +78,24 @@ uint32_t MediaCountFrom(double value) {
     return value < UINT32_MAX ? static_cast<uint32_t>(value) : UINT32_MAX;
 }
 
+void MediaRecordFinish(const char *path, MediaInfo *record, const char *log_name, int line) {
+    VELUIndexCTimeMTimeGet(path, record->create_time, sizeof record->create_time, record->modify_time,
+                           sizeof record->modify_time);
+    MediaInfoValid(record);
+
+    // The defaults come after the normalisation: they are saved as the file system has them, and they are single
+    // bytes whatever the tag's empty field was said to be.
+    if (record->title[0] == '\0') {
+        MediaTitleFromName(path, record->title);
+        record->title_utf16 = 0;
+    }
+    if (record->album[0] == '\0') {
+        record->album_utf16 = 0;
+        if (!MediaAlbumFromPath(path, record->album))
+            syslog(LOG_ERR, "%s (%d) Impossible error.", log_name, line);
+    }
+}
+
 int MediaFileRemove(int kind, const char *path, const char *log_name, int line) {
     if (path == nullptr || *path == '\0') {
         syslog(LOG_ERR, "%s (%d) Bad parameter.", log_name, line);

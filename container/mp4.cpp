@@ -31,13 +31,7 @@ int Mp4MediaInfoGet(const char *path, MediaInfo *record) {
         syslog(LOG_ERR, "%s (%d) Failed to parse mp4 metadata.", kLogName, __LINE__);
         result = 1;
     }
-    VELUIndexCTimeMTimeGet(path, record->create_time, sizeof record->create_time, record->modify_time,
-                           sizeof record->modify_time);
-    MediaInfoValid(record);
-    if (record->title[0] == '\0')
-        MediaTitleFromName(path, record->title);
-    if (record->album[0] == '\0' && !MediaAlbumFromPath(path, record->album))
-        syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
+    MediaRecordFinish(path, record, kLogName);
     return result;
 }
 
