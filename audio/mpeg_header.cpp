@@ -39,39 +39,67 @@ constexpr int32_t kSampleRates[3][3] = {{44100, 48000, 32000}, {22050, 24000, 16
 // like those of layer 3.
 constexpr int32_t kFrameFactors[2][3] = {{48000, 144000, 144000}, {24000, 72000, 72000}};
 
-// Frame sizes without padding by version, layer, bit rate and sample rate: hostile files make the search ask
-// for one every four bytes, which is too often for a division.
+constexpr int32_t kSlotBytes[3] = {4, 1, 1}; // padding, by layer
+
+constexpr int kNotAllowed = -1;   // a field has a value that no header has
+constexpr int kNotSupported = -2; // MPEG-2.5
+
+// The frame size in bytes by the fields of a header's second and third byte that decide it, or one of the two
+// reasons why there is none. Hostile files make the search ask every four bytes, which is too often for divisions.
 struct FrameSizes {
-    int16_t bytes[2][3][15][3] = {};
+    int16_t bytes[16 * 128] = {};
 };
+
+// Version, version, layer, layer; bit rate (4 bits), sample rate (2), padding.
+constexpr size_t FrameSizesIndex(unsigned second, unsigned third) {
+    return (second & 0x1E) << 6 | third >> 1;
+}
+
+constexpr int FrameSize(unsigned second, unsigned third) {
+    const bool is_mpeg25 = (second & 0x10) == 0;
+    const bool is_mpeg1 = (second & 0x08) != 0;
+    const unsigned layer_code = (second & 0x06) >> 1;
+    const unsigned bit_rate = third >> 4;
+    const unsigned sample_rate = (third & 0x0C) >> 2;
+    if ((is_mpeg25 && is_mpeg1) || layer_code == 0 || sample_rate == 3 || bit_rate == 15)
+        return kNotAllowed;
+    if (is_mpeg25)
+        return kNotSupported;
+    const int generation = is_mpeg1 ? 0 : 1;
+    const unsigned layer = 3 - layer_code; // from 0
+    const int padding = (third & 0x02) != 0 ? kSlotBytes[layer] : 0;
+    return kBitRates[generation][layer][bit_rate] * kFrameFactors[generation][layer] /
+               kSampleRates[generation][sample_rate] +
+           padding;
+}
 
 constexpr FrameSizes FrameSizesMake() {
     FrameSizes sizes;
-    for (int version = 0; version < 2; ++version) {
-        for (int layer = 0; layer < 3; ++layer) {
-            for (int bit_rate = 0; bit_rate < 15; ++bit_rate) {
-                for (int rate = 0; rate < 3; ++rate)
-                    sizes.bytes[version][layer][bit_rate][rate] =
-                        static_cast<int16_t>(kBitRates[version][layer][bit_rate] *
-                                             kFrameFactors[version][layer] / kSampleRates[version][rate]);
-            }
-        }
+    for (unsigned second = 0xE0; second <= 0xFF; second += 2) {
+        for (unsigned third = 0; third <= 0xFF; third += 2)
+            sizes.bytes[FrameSizesIndex(second, third)] = static_cast<int16_t>(FrameSize(second, third));
     }
     return sizes;
 }
 
 constexpr FrameSizes kFrameSizes = FrameSizesMake();
 
-bool IsSync(const uint8_t *head) {
+// MPEG-1 layer 2, 384 kbit/s at 32000 Hz, padded.
+constexpr size_t kLargestFrame = 1729;
+static_assert(std::ranges::max(kFrameSizes.bytes) == kLargestFrame);
+
+inline int FrameSizeOf(const uint8_t *head) {
+    return kFrameSizes.bytes[FrameSizesIndex(head[1], head[2])];
+}
+
+inline bool IsSync(const uint8_t *head) {
     return head[0] == 0xFF && (head[1] & 0xE0) == 0xE0;
 }
 
 // A sync pattern whose rates can be decoded. Bytes of 0xFF, of which hostile and damaged files have long
 // runs, look like one sync pattern after the other, but never like this.
-bool HasRates(const uint8_t *head) {
-    const bool is_mpeg25_of_mpeg1 = (head[1] & 0x18) == 0x08;
-    return IsSync(head) && !is_mpeg25_of_mpeg1 && (head[1] & 0x06) != 0 && (head[2] & 0x0C) != 0x0C &&
-           (head[2] & 0xF0) != 0xF0;
+inline bool HasRates(const uint8_t *head) {
+    return IsSync(head) && FrameSizeOf(head) != kNotAllowed;
 }
 
 // Decodes the four bytes of a header with a good sync pattern. False when a field has a value that is not
@@ -115,9 +143,7 @@ inline bool HeaderDecode(const uint8_t *head, int64_t pos, MpegHeaderInfo *info)
 
     if (is_mpeg25)
         return false;
-    const int32_t slot = info->layer == 1 ? 4 : 1;
-    info->frame_size = kFrameSizes.bytes[generation][info->layer - 1][bit_rate_index][sample_rate_index] +
-                       slot * info->padding;
+    info->frame_size = FrameSizeOf(head);
     return true;
 }
 
@@ -144,14 +170,14 @@ struct Reach {
     std::span<const uint8_t> bytes = {};
 };
 
-// The bytes from `pos` on, at least a header of them unless the file ends before.
-inline std::span<const uint8_t> ReachTo(Reach *reach, int64_t pos) {
+// The bytes from `pos` on, at least `least` of them unless the file ends before.
+inline std::span<const uint8_t> ReachTo(Reach *reach, int64_t pos, size_t least) {
     const int64_t offset = pos - reach->start;
     const auto held = static_cast<int64_t>(reach->bytes.size());
-    if (offset >= 0 && offset + static_cast<int64_t>(kHeaderBytes) <= held)
+    if (offset >= 0 && offset <= held && static_cast<int64_t>(least) <= held - offset)
         return reach->bytes.subspan(static_cast<size_t>(offset));
     reach->start = pos;
-    reach->bytes = reach->source->window(reach->source->reader, pos, kHeaderBytes);
+    reach->bytes = reach->source->window(reach->source->reader, pos, least);
     return reach->bytes;
 }
 
@@ -170,18 +196,23 @@ const uint8_t *HeadFind(const uint8_t *begin, const uint8_t *stop) {
     return stop;
 }
 
-// Moves *pos to the first header at or after it that passes. Returns its bytes, or null (logged).
+// Moves *pos to the first header at or after it that passes. Returns its bytes, or null (logged). The window
+// then reaches to the header behind its frame as well, or each frame across the window's end would move it there and
+// back again.
 template <bool (*Passes)(const uint8_t *)>
 const uint8_t *CandidateFind(Reach *reach, int64_t *pos) {
+    constexpr size_t kReach = kLargestFrame + kHeaderBytes;
     const int64_t limit = reach->source->size - kSearchTail;
     while (*pos < limit) {
-        const std::span<const uint8_t> bytes = ReachTo(reach, *pos);
+        const std::span<const uint8_t> bytes = ReachTo(reach, *pos, kReach);
         if (bytes.size() < kHeaderBytes) {
             *pos = limit;
             break;
         }
-        const auto whole_headers = static_cast<int64_t>(bytes.size() - kHeaderBytes + 1);
-        const auto count = static_cast<size_t>(std::min(limit - *pos, whole_headers));
+        // Fewer than asked for are the file's last ones.
+        const size_t behind = bytes.size() < kReach ? kHeaderBytes : kReach;
+        const auto count =
+            static_cast<size_t>(std::min(limit - *pos, static_cast<int64_t>(bytes.size() - behind + 1)));
         const uint8_t *const stop = bytes.data() + count;
         const uint8_t *const at = HeadFind<Passes>(bytes.data(), stop);
         *pos += at - bytes.data();
@@ -193,22 +224,21 @@ const uint8_t *CandidateFind(Reach *reach, int64_t *pos) {
     return nullptr;
 }
 
-bool IsHeaderAt(Reach *reach, int64_t pos) {
-    const std::span<const uint8_t> bytes = ReachTo(reach, pos);
-    if (bytes.size() >= kHeaderBytes && !HasRates(bytes.data()))
-        return false;
+inline bool IsHeaderAt(Reach *reach, int64_t pos) {
+    const std::span<const uint8_t> bytes = ReachTo(reach, pos, kHeaderBytes);
+    if (bytes.size() >= kHeaderBytes)
+        return IsSync(bytes.data()) && FrameSizeOf(bytes.data()) >= 0;
     uint8_t head[kHeaderBytes];
     memset(head, kUnreadByte, sizeof head);
     if (!bytes.empty())
-        memcpy(head, bytes.data(), std::min(sizeof head, bytes.size()));
-    MpegHeaderInfo local;
-    return IsSync(head) && HeaderDecode(head, pos, &local);
+        memcpy(head, bytes.data(), bytes.size());
+    return IsSync(head) && FrameSizeOf(head) >= 0;
 }
 
 // The first position in [from, limit) whose byte is not zero, or limit; `from` when it lies behind that.
 int64_t NonZeroFind(Reach *reach, int64_t from, int64_t limit) {
     while (from < limit) {
-        std::span<const uint8_t> bytes = ReachTo(reach, from);
+        std::span<const uint8_t> bytes = ReachTo(reach, from, 1);
         if (bytes.empty())
             return from;
         const auto held = static_cast<int64_t>(bytes.size());
@@ -275,22 +305,29 @@ int MpegFrameSearch(const ByteSource *source, int64_t *pos, MpegHeaderInfo *info
     Reach reach{source};
     ZeroRun furthest;
     int64_t at = *pos;
-    int found = 0;
-    while (found == 0 && at < source->size - kSearchTail) {
+    bool found = false;
+    // Candidates come every four bytes in hostile files: only the last is decoded.
+    uint8_t candidate[kHeaderBytes];
+    int64_t candidate_pos = -1;
+    while (!found && at < source->size - kSearchTail) {
         const uint8_t *head = CandidateFind<HasRates>(&reach, &at);
         if (head == nullptr)
             break;
-        if (HeaderAccept(head, at, info)) {
-            const int64_t frame_end = at + info->frame_size;
-            const bool leads = gap == FrameGap::zeros ? LeadsToHeader(&reach, &furthest, frame_end)
-                                                      : IsHeaderAt(&reach, frame_end);
-            found = leads ? 1 : 0;
+        memcpy(candidate, head, sizeof candidate);
+        candidate_pos = at;
+        const int frame_size = FrameSizeOf(head);
+        if (frame_size >= 0)
+            info->frame_size = frame_size;
+        if (frame_size > 0) {
+            const int64_t frame_end = at + frame_size;
+            found = gap == FrameGap::zeros ? LeadsToHeader(&reach, &furthest, frame_end)
+                                           : IsHeaderAt(&reach, frame_end);
         }
-        if (found == 0)
+        if (!found)
             ++at;
     }
     *pos = at;
-    if (found != 0)
+    if (candidate_pos >= 0 && HeaderAccept(candidate, candidate_pos, info) && found)
         info->duration = Duration(source->size, info->bit_rate);
-    return found;
+    return found ? 1 : 0;
 }
