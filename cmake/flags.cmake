@@ -2,10 +2,13 @@
 # Warnings are errors on both compilers; the daemon runs as root on files that anybody may have put on a
 # share, so every hardening that the compilers offer is on.
 
+# A target with the property VELU_UNOPTIMISED builds fast instead of running fast.
+define_property(TARGET PROPERTY VELU_UNOPTIMISED)
 add_library(velu_flags INTERFACE)
 target_include_directories(velu_flags INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(velu_flags INTERFACE
     -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wundef
+    $<$<BOOL:$<TARGET_PROPERTY:VELU_UNOPTIMISED>>:-O0>
     -Wcast-align -Wcast-qual -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference)
 target_compile_definitions(velu_flags INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64 _GNU_SOURCE)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -24,7 +27,8 @@ if(VELU_SANITIZE)
 else()
     # _FORTIFY_SOURCE needs optimisation and clashes with the sanitizers' own interceptors.
     if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
-        target_compile_options(velu_flags INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+        target_compile_options(velu_flags INTERFACE
+            -U_FORTIFY_SOURCE $<$<NOT:$<BOOL:$<TARGET_PROPERTY:VELU_UNOPTIMISED>>>:-D_FORTIFY_SOURCE=2>)
     endif()
     target_compile_options(velu_flags INTERFACE -fstack-protector-strong)
     target_link_options(velu_flags INTERFACE -Wl,-z,relro,-z,now -Wl,-z,noexecstack)
