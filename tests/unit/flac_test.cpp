@@ -356,11 +356,7 @@ TEST_F(FlacTest, ALargestBlockOfCommentsStaysWithinItsMemory) {
     EXPECT_STREQ(record.title, "last");
     rusage after;
     getrusage(RUSAGE_SELF, &after);
-#ifdef __SANITIZE_ADDRESS__
-    constexpr long kMost = 64 * 1024; // KiB; each of the texts stands between its red zones
-#else
-    constexpr long kMost = 48 * 1024; // KiB
-#endif
+    constexpr long kMost = VELU_SANITIZED ? 64 * 1024 : 48 * 1024; // KiB; red zones stand around each of the texts
     EXPECT_LT(after.ru_maxrss - built.ru_maxrss, kMost);
 }
 
