@@ -12,6 +12,8 @@ import sys
 import pytest
 
 sys.path.insert(0, str(pathlib.Path(__file__).parent))
+# So that its assertions, too, show what differs.
+pytest.register_assert_rewrite("harness.music")
 from harness import media  # noqa: E402
 from harness.daemon import Daemon  # noqa: E402
 from harness.sandbox import TREE  # noqa: E402
@@ -50,6 +52,12 @@ def samples(tmp_path_factory):
             media.make_samples(str(folder))
             (folder / "done").touch()
     return folder
+
+
+@pytest.fixture
+def stream(samples):
+    """A second of MP3 without a tag, at 128 kbit/s."""
+    return (samples / "plain.mp3").read_bytes()
 
 
 @pytest.fixture

@@ -121,10 +121,10 @@ class Daemon:
         return self.box.ask("run", arguments=[*wrapper, self.binary, *arguments],
                             environment=self.environment(), timeout=PATIENCE)
 
-    def start(self, idle=True):
-        """Starts the daemon and waits until its handlers are in place and, unless `idle` is False, until it has
-        done what it found in the queue and sleeps."""
-        done = self.run()
+    def start(self, idle=True, wrapper=()):
+        """Starts the daemon, `wrapper` being the command that starts it, and waits until its handlers are in place and,
+        unless `idle` is False, until it has done what it found in the queue and sleeps."""
+        done = self.run(wrapper=wrapper)
         if done["status"] != 0:
             raise AssertionError(f"the daemon does not start: {done}")
         self.pid = wait_for(self.pid_in_file, "the pid file")

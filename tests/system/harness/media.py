@@ -8,14 +8,14 @@ class MediaError(Exception):
     """An encoder failed."""
 
 
-def _call(*arguments):
+def call(*arguments):
     done = subprocess.run(arguments, stdin=subprocess.DEVNULL, capture_output=True, check=False)
     if done.returncode:
         raise MediaError(f"{arguments[0]}: {done.stderr.decode(errors='replace')[-500:]}")
 
 
-def _ffmpeg(*arguments):
-    _call("ffmpeg", "-nostdin", "-loglevel", "error", "-y", *arguments)
+def ffmpeg(*arguments):
+    call("ffmpeg", "-nostdin", "-loglevel", "error", "-y", *arguments)
 
 
 def _folder_of(path):
@@ -25,7 +25,7 @@ def _folder_of(path):
 def tone(path, seconds=1, pitch=440):
     """A stereo sine as WAV: what the audio encoders start from."""
     _folder_of(path)
-    _call("sox", "-n", "-r", "44100", "-c", "2", "-b", "16", path, "synth", str(seconds), "sine", str(pitch),
+    call("sox", "-n", "-r", "44100", "-c", "2", "-b", "16", path, "synth", str(seconds), "sine", str(pitch),
           "vol", "0.3")
 
 
@@ -37,12 +37,12 @@ def mp3(path, wav, cover=None, **tags):
     options = [part for key, value in tags.items() for part in (names[key], str(value))]
     if cover:
         options += ["--ti", cover]
-    _call("lame", "--quiet", "-b", "128", *(["--add-id3v2"] if tags or cover else []), *options, wav, path)
+    call("lame", "--quiet", "-b", "128", *(["--add-id3v2"] if tags or cover else []), *options, wav, path)
 
 
 def flac(path, wav, **tags):
     _folder_of(path)
-    _call("flac", "--silent", "--force", *[f"--tag={key.upper()}={value}" for key, value in tags.items()],
+    call("flac", "--silent", "--force", *[f"--tag={key.upper()}={value}" for key, value in tags.items()],
           "-o", path, wav)
 
 
@@ -50,24 +50,24 @@ def audio(path, wav, *options, **tags):
     """Any audio format that ffmpeg knows by the extension."""
     _folder_of(path)
     metadata = [part for key, value in tags.items() for part in ("-metadata", f"{key}={value}")]
-    _ffmpeg("-i", wav, *options, *metadata, path)
+    ffmpeg("-i", wav, *options, *metadata, path)
 
 
 def picture(path, width, height, *options):
     _folder_of(path)
-    _call("convert", "-size", f"{width}x{height}", "plasma:navy-orange", *options, path)
+    call("convert", "-size", f"{width}x{height}", "plasma:navy-orange", *options, path)
 
 
 def exif(path, **tags):
     """Writes EXIF tags (Make, Model, DateTimeOriginal, ISO, FNumber, ExposureTime) into a picture."""
-    _call("exiftool", "-q", "-overwrite_original", *[f"-{key}={value}" for key, value in tags.items()], path)
+    call("exiftool", "-q", "-overwrite_original", *[f"-{key}={value}" for key, value in tags.items()], path)
 
 
 def clip(path, *options, seconds=1, size="160x120", **tags):
     """A short film with sound, in the format of the extension."""
     _folder_of(path)
     metadata = [part for key, value in tags.items() for part in ("-metadata", f"{key}={value}")]
-    _ffmpeg("-f", "lavfi", "-i", f"testsrc=size={size}:rate=25:duration={seconds}",
+    ffmpeg("-f", "lavfi", "-i", f"testsrc=size={size}:rate=25:duration={seconds}",
             "-f", "lavfi", "-i", f"sine=frequency=440:duration={seconds}", *options, *metadata, path)
 
 
