@@ -42,16 +42,28 @@ def faketime():
 
 
 @pytest.fixture(scope="session")
-def samples(tmp_path_factory):
-    """A folder of small real media files, made once for all workers."""
-    folder = tmp_path_factory.getbasetemp().parent / "samples"
-    folder.mkdir(exist_ok=True)
-    with open(folder / "lock", "w", encoding="ascii") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
-        if not (folder / "done").exists():
-            media.make_samples(str(folder))
-            (folder / "done").touch()
-    return folder
+def once(tmp_path_factory):
+    """Makes a folder once for all workers of this session: `make` fills it for the first that asks."""
+    # A worker's own folder lies in that of the session. Without workers, the folder above is that of all sessions.
+    base = tmp_path_factory.getbasetemp()
+    session = base.parent if "PYTEST_XDIST_WORKER" in os.environ else base
+
+    def find(name, make):
+        folder = session / name
+        folder.mkdir(exist_ok=True)
+        with open(folder / "lock", "w", encoding="ascii") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            if not (folder / "done").exists():
+                make(folder)
+                (folder / "done").touch()
+        return folder
+    return find
+
+
+@pytest.fixture(scope="session")
+def samples(once):
+    """A folder of small real media files."""
+    return once("samples", lambda folder: media.make_samples(str(folder)))
 
 
 @pytest.fixture

@@ -40,10 +40,10 @@ def mp3(path, wav, cover=None, **tags):
     call("lame", "--quiet", "-b", "128", *(["--add-id3v2"] if tags or cover else []), *options, wav, path)
 
 
-def flac(path, wav, **tags):
+def flac(path, wav, cover=None, **tags):
     _folder_of(path)
     call("flac", "--silent", "--force", *[f"--tag={key.upper()}={value}" for key, value in tags.items()],
-          "-o", path, wav)
+          *([f"--picture={cover}"] if cover else []), "-o", path, wav)
 
 
 def audio(path, wav, *options, **tags):
@@ -51,6 +51,20 @@ def audio(path, wav, *options, **tags):
     _folder_of(path)
     metadata = [part for key, value in tags.items() for part in ("-metadata", f"{key}={value}")]
     ffmpeg("-i", wav, *options, *metadata, path)
+
+
+def sound(path, *options, seconds=1, rate=44100, channels=2, **tags):
+    """A sine in any audio format that ffmpeg knows by the extension or by the options."""
+    _folder_of(path)
+    metadata = [part for key, value in tags.items() for part in ("-metadata", f"{key}={value}")]
+    ffmpeg("-f", "lavfi", "-i", f"sine=frequency=440:sample_rate={rate}:duration={seconds}", "-ac", str(channels),
+            *options, *metadata, path)
+
+
+def remux(path, *inputs_and_options):
+    """Whatever ffmpeg makes of files that are there already."""
+    _folder_of(path)
+    ffmpeg(*inputs_and_options, path)
 
 
 def picture(path, width, height, *options):
