@@ -89,6 +89,16 @@ def proc(pid, name):
         return {"text": None}
 
 
+def children(pid):
+    """The ids of the processes, zombies included, that a process has started."""
+    found = []
+    for name in os.listdir("/proc"):
+        text = proc(name, "stat")["text"] if name.isdigit() else None
+        if text and int(text.rsplit(")", 1)[1].split()[1]) == pid:
+            found.append(int(name))
+    return {"pids": found}
+
+
 COMMANDS = {
     "run": run,
     "run_without_null": run_without_null,
@@ -97,6 +107,7 @@ COMMANDS = {
     "kill_when": kill_when,
     "flood": flood,
     "proc": proc,
+    "children": children,
     "hello": lambda: {},
 }
 

@@ -154,6 +154,10 @@ class Daemon:
         state = self.box.ask("proc", pid=pid or self.pid, name="stat")["text"]
         return bool(state) and state.rsplit(")", 1)[1].split()[0] != "Z"
 
+    def children(self):
+        """The ids of the daemon's children, zombies included."""
+        return self.box.ask("children", pid=self.pid)["pids"]
+
     def idle(self):
         """True while the main loop sleeps: nothing of the start or of a run is left to do."""
         return "nanosleep" in (self.box.ask("proc", pid=self.pid, name="wchan")["text"] or "")
