@@ -20,6 +20,12 @@ constexpr mode_t kCreateMode = 0666;
 
 } // namespace
 
+void CoversClean(const char *media_path) {
+    char folder[kMediaPathSize];
+    if (GetCoverFolder(media_path, folder, sizeof folder) != 0)
+        CleanOldCover(folder);
+}
+
 bool CoverFileCreate(CoverFile *cover) {
     // The caller has removed an older file, so that anything in the place now (a link, say) was not put there
     // by the daemon.
@@ -71,7 +77,5 @@ bool CoverFileFinish(CoverFile *cover) {
 void CoverFileDiscard(CoverFile *cover) {
     cover->file.Close();
     unlink(cover->cover_path);
-    char folder[kMediaPathSize];
-    if (GetCoverFolder(cover->media_path, folder, sizeof folder) != 0)
-        CleanOldCover(folder);
+    CoversClean(cover->media_path);
 }

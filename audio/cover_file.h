@@ -11,6 +11,13 @@
 
 #include "platform/handle.h"
 
+// A picture that is shorter is not even the head of one, and is not stored.
+inline constexpr int kCoverJpegMin = 10;
+inline constexpr int kCoverPngMin = 8;
+
+// Removes the covers of a media file.
+void CoversClean(const char *media_path);
+
 struct CoverFile {
     const char *log_name;   // the caller's, for the log lines
     const char *media_path; // both paths must live as long as this
@@ -25,5 +32,5 @@ bool CoverFileWrite(CoverFile *cover, std::span<const uint8_t> bytes);
 // Sets mode and owner, then closes the file.
 bool CoverFileFinish(CoverFile *cover);
 
-// Removes what has been written, and the folder of the media file's covers.
+// Removes what has been written, and with it the folder of the media file's covers.
 void CoverFileDiscard(CoverFile *cover);

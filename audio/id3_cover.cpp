@@ -2,6 +2,7 @@
 #include "audio/id3_cover.h"
 
 #include "audio/cover_file.h"
+#include "audio/id3v2.h"
 #include "platform/media_record.h"
 #include "platform/veluindex.h"
 
@@ -17,16 +18,8 @@ namespace {
 
 constexpr char kLogName[] = "metaid3.c";
 
-constexpr int kVersion2 = 2;
-constexpr int64_t kFrameHeaderBytes22 = 6;
-constexpr int64_t kFrameHeaderBytes23 = 10;
-
 constexpr int64_t kTypeBytes22 = 3; // "JPG", "PNG"
 constexpr int kPictureTypeMax = 20;
-
-// Anything shorter is not even the head of such a picture.
-constexpr int64_t kJpegMin = 10;
-constexpr int64_t kPngMin = 8;
 
 constexpr int kNoFormat = 0;
 
@@ -47,14 +40,14 @@ struct ImageType {
 ImageType ImageTypeRead(Mp3FileCtx *ctx, int version, int64_t pos, int64_t end) {
     ImageType type;
     const int64_t length =
-        version == kVersion2 ? kTypeBytes22 : std::min<int64_t>(kId3MimeTypeMax, end - pos);
+        version == kId3Version2 ? kTypeBytes22 : std::min<int64_t>(kId3MimeTypeMax, end - pos);
     int64_t i = 0;
     for (; i < length; ++i) {
         type.text[i] = static_cast<char>(Mp3ReadByte(ctx, pos + i));
-        if (type.text[i] == '\0' && version != kVersion2)
+        if (type.text[i] == '\0' && version != kId3Version2)
             break;
     }
-    type.next = version == kVersion2 ? pos + kTypeBytes22 : pos + i + 1;
+    type.next = version == kId3Version2 ? pos + kTypeBytes22 : pos + i + 1;
     return type;
 }
 
@@ -66,7 +59,7 @@ int FormatFind(int version, const char *text) {
         }
         return kNoFormat;
     };
-    return version == kVersion2 ? find(kTypes22) : find(kTypes23);
+    return version == kId3Version2 ? find(kTypes22) : find(kTypes23);
 }
 
 // Copies `length` bytes at `pos` to the cover, filler for those behind the file's end.
@@ -109,7 +102,7 @@ int Id3CoverSave(Mp3FileCtx *ctx, int64_t frame_pos, int cover_index, int versio
         syslog(LOG_ERR, "%s (%d) Bad parameters.", kLogName, __LINE__);
         return 0;
     }
-    const int64_t data = frame_pos + (version == kVersion2 ? kFrameHeaderBytes22 : kFrameHeaderBytes23);
+    const int64_t data = frame_pos + (version == kId3Version2 ? kId3FrameHeader22 : kId3FrameHeader23);
     const int64_t end = data + frame_size;
     const ImageType type = ImageTypeRead(ctx, version, data + 1, end);
     const int format = FormatFind(version, type.text);
@@ -128,7 +121,7 @@ int Id3CoverSave(Mp3FileCtx *ctx, int64_t frame_pos, int cover_index, int versio
     const int64_t description_end = Mp3FindZero(ctx, type.next + 1, end);
     const int64_t image = std::min(description_end + 1, end);
     const int64_t length = end - image;
-    if (length < (format == kCoverJpeg ? kJpegMin : kPngMin))
+    if (length < (format == kCoverJpeg ? kCoverJpegMin : kCoverPngMin))
         return 0;
 
     char cover_path[kMediaPathSize];

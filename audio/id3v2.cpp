@@ -20,8 +20,6 @@ constexpr int64_t kCommentDescription = 4;
 
 enum Encoding : int { kUtf16WithMark = 1, kUtf16BigEndian = 2 };
 
-constexpr int kVersion3 = 3;
-
 // The characters of a frame id as one number, in upper case: ids compare without regard to case.
 constexpr uint32_t IdAppend(uint32_t id, uint8_t c) {
     const bool is_lower = c >= 'a' && c <= 'z';
@@ -43,8 +41,8 @@ struct FrameLayout {
     bool is_version2;
 };
 
-constexpr FrameLayout kLayout22 = {6, 3, Id("PIC"), true};
-constexpr FrameLayout kLayout23 = {10, 4, Id("APIC"), false};
+constexpr FrameLayout kLayout22 = {kId3FrameHeader22, 3, Id("PIC"), true};
+constexpr FrameLayout kLayout23 = {kId3FrameHeader23, 4, Id("APIC"), false};
 
 // The record begins with a text field, so that no flag has this offset.
 constexpr size_t kNoFlag = 0;
@@ -175,7 +173,7 @@ uint32_t FrameSizeRead(Mp3FileCtx *ctx, const FrameLayout &layout, int version, 
         return Mp3ReadBE32(ctx, pos + layout.id_bytes - 1) & 0xFFFFFF;
     }
     const int64_t size_pos = pos + layout.id_bytes;
-    return version == kVersion3 ? Mp3ReadBE32(ctx, size_pos) : Mp3ReadSyncsafe(ctx, size_pos);
+    return version == kId3Version3 ? Mp3ReadBE32(ctx, size_pos) : Mp3ReadSyncsafe(ctx, size_pos);
 }
 
 void FramesRead(Id3v2Tag *tag, Mp3FileCtx *ctx, int version, const char *path, const FrameLayout &layout) {

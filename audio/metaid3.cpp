@@ -1,60 +1,27 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "audio/metaid3.h"
 
+#include "audio/cover_file.h"
 #include "audio/id3_merge.h"
 #include "audio/id3v1.h"
 #include "audio/id3v2.h"
 #include "audio/mp3_file.h"
 #include "audio/mpeg_header.h"
 #include "audio/vbr_header.h"
-#include "platform/veluindex.h"
 
-#include <fcntl.h>
 #include <syslog.h>
-#include <unistd.h>
-
-#include <utility>
 
 namespace {
 
 constexpr char kLogName[] = "metaid3.c";
 
-constexpr int kVersion2 = 2;
-constexpr int kVersion3 = 3;
-
-bool Mp3FileOpen(const char *path, Mp3FileCtx *ctx) {
-    // O_NONBLOCK: a pipe that has taken the file's place fails below rather than wait for a writer.
-    FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!file) {
-        syslog(LOG_ERR, "%s (%d) Unable to open %s ", kLogName, __LINE__, path);
-        return false;
-    }
-    if (lseek(file.get(), 0, SEEK_END) < 0) {
-        syslog(LOG_ERR, "%s (%d) Unable to seek to end %s ", kLogName, __LINE__, path);
-        return false;
-    }
-    const off_t size = lseek(file.get(), 0, SEEK_CUR);
-    if (size == -1) {
-        syslog(LOG_ERR, "%s (%d) Seeking to end of input file %s failed.", kLogName, __LINE__, path);
-        return false;
-    }
-    Mp3FileAttach(ctx, std::move(file), size);
-    return true;
-}
-
-void CoversClean(const char *path) {
-    char folder[kMediaPathSize];
-    if (GetCoverFolder(path, folder, sizeof folder) != 0)
-        CleanOldCover(folder);
-}
-
 // Reads the ID3v2 tag and returns the position behind it.
 int64_t Id3v2Read(Mp3FileCtx *ctx, const char *path, Id3v2Tag *tag) {
     int version = 0;
     const int64_t end = Id3v2HeaderRead(ctx, &version);
-    if (end > 0 && version == kVersion2)
+    if (end > 0 && version == kId3Version2)
         Id3v22FramesRead(tag, ctx, version, path);
-    else if (end > 0 && version >= kVersion3)
+    else if (end > 0 && version >= kId3Version3)
         Id3v23FramesRead(tag, ctx, version, path);
     return end;
 }
@@ -69,7 +36,7 @@ int Mp3InfoGet(const char *path, MediaInfo *record) {
     CoversClean(path);
 
     Mp3FileCtx ctx;
-    if (!Mp3FileOpen(path, &ctx))
+    if (!Mp3FileOpen(path, &ctx, kLogName))
         return -1;
     Id3v1Block id3v1;
     if (Id3v1Read(&ctx, &id3v1) < 0)

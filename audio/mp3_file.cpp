@@ -2,7 +2,9 @@
 #include "audio/mp3_file.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <string.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -36,6 +38,26 @@ int64_t SourceNextData(void *reader, int64_t pos) {
 }
 
 } // namespace
+
+bool Mp3FileOpen(const char *path, Mp3FileCtx *ctx, const char *log_name, int line) {
+    // O_NONBLOCK: a pipe that has taken the file's place fails below rather than wait for a writer.
+    FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    if (!file) {
+        syslog(LOG_ERR, "%s (%d) Unable to open %s ", log_name, line, path);
+        return false;
+    }
+    if (lseek(file.get(), 0, SEEK_END) < 0) {
+        syslog(LOG_ERR, "%s (%d) Unable to seek to end %s ", log_name, line, path);
+        return false;
+    }
+    const off_t size = lseek(file.get(), 0, SEEK_CUR);
+    if (size == -1) {
+        syslog(LOG_ERR, "%s (%d) Seeking to end of input file %s failed.", log_name, line, path);
+        return false;
+    }
+    Mp3FileAttach(ctx, std::move(file), size);
+    return true;
+}
 
 void Mp3FileAttach(Mp3FileCtx *ctx, FdHandle file, int64_t size) {
     ctx->file = std::move(file);

@@ -19,6 +19,10 @@ struct Mp3FileCtx {
     uint8_t cache[kReaderWindow];
 };
 
+// Opens the file `path` with the context. False when it cannot be opened, or has no end to seek to, as a pipe;
+// that is logged in the name and line of the caller.
+bool Mp3FileOpen(const char *path, Mp3FileCtx *ctx, const char *log_name, int line = __builtin_LINE());
+
 // Gives the context an open file of `size` bytes. What the file grows by afterwards is not seen.
 void Mp3FileAttach(Mp3FileCtx *ctx, FdHandle file, int64_t size);
 

@@ -4,11 +4,7 @@
 #include "container/mpeg_stream.h"
 #include "platform/media_record.h"
 
-#include <fcntl.h>
 #include <syslog.h>
-#include <unistd.h>
-
-#include <utility>
 
 namespace {
 
@@ -17,26 +13,6 @@ constexpr char kLogName[] = "metavideo.c";
 // The catalogue's readers know both bit rates with this factor: that of the video on its value as coded, that
 // of the audio on bit/s.
 constexpr uint32_t kBitRateFactor = 1000;
-
-bool MpegFileOpen(const char *path, MpegReader *reader) {
-    // O_NONBLOCK: a pipe that has taken the file's place fails below rather than wait for a writer.
-    FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!file) {
-        syslog(LOG_ERR, "%s (%d) Unable to open %s ", kLogName, __LINE__, path);
-        return false;
-    }
-    if (lseek(file.get(), 0, SEEK_END) < 0) {
-        syslog(LOG_ERR, "%s (%d) Unable to seek to end %s ", kLogName, __LINE__, path);
-        return false;
-    }
-    const off_t size = lseek(file.get(), 0, SEEK_CUR);
-    if (size == -1) {
-        syslog(LOG_ERR, "%s (%d) Seeking to end of input file %s failed.", kLogName, __LINE__, path);
-        return false;
-    }
-    Mp3FileAttach(&reader->bytes, std::move(file), size);
-    return true;
-}
 
 void RecordFill(const MpegSequenceInfo &video, const MpegHeaderInfo &audio, MediaInfo *record) {
     // Unsigned: the largest coded value, 30 bits in MPEG-2, exceeds the field and leaves its low 32 bits.
@@ -53,7 +29,7 @@ void RecordFill(const MpegSequenceInfo &video, const MpegHeaderInfo &audio, Medi
 
 int MpegVideoInfoGet(const char *path, MediaInfo *record) {
     MpegReader reader;
-    if (!MpegFileOpen(path, &reader))
+    if (!Mp3FileOpen(path, &reader.bytes, kLogName))
         return -1;
     MpegSequenceInfo video;
     MpegHeaderInfo audio;

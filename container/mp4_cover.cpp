@@ -26,10 +26,11 @@ constexpr int kCoverIndex = 1;
 struct PictureKind {
     uint32_t type_code;
     CoverFormat format;
-    size_t size_min; // anything shorter is not even the head of such a picture
+    size_t size_min;
 };
 
-constexpr PictureKind kKinds[] = {{kMp4CoverJpeg, kCoverJpeg, 10}, {kMp4CoverPng, kCoverPng, 8}};
+constexpr PictureKind kKinds[] = {{kMp4CoverJpeg, kCoverJpeg, kCoverJpegMin},
+                                  {kMp4CoverPng, kCoverPng, kCoverPngMin}};
 
 const PictureKind *KindFind(uint32_t type_code) {
     for (const PictureKind &kind : kKinds) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "container/mp4_reader.h"
 
+#include "audio/cover_file.h"
 #include "audio/id3_genres.h"
 #include "catalogue/media_info.h"
 #include "compat/mp4v2/mp4.h"
@@ -127,9 +128,7 @@ void NumbersFill(MP4FileHandle file, MediaInfo *record) {
 } // namespace
 
 int Mp4MetadataRead(const char *path, MediaInfo *record) {
-    char folder[kMediaPathSize];
-    if (GetCoverFolder(path, folder, sizeof folder) != 0)
-        CleanOldCover(folder);
+    CoversClean(path);
     const Mp4File file(MP4Read(path, 0));
     if (!file) {
         syslog(LOG_ERR, "%s:%d Failed to parse mp4 metadata from [%s].", kLogName, __LINE__, path);

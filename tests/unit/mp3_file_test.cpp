@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "audio/mp3_file.h"
 
+#include "log_capture.h"
 #include "mp3_bytes.h"
 
 #include <fcntl.h>
@@ -56,6 +57,24 @@ TEST(Mp3File, TakesAPositionThatCannotBeReadForTheEnd) {
     EXPECT_EQ(file.ctx.readable_end, kWindow * 2);
     EXPECT_NE(Mp3ReadByte(&file.ctx, kWindow - 1), 17);
     EXPECT_EQ(Mp3ReadByte(&file.ctx, kWindow), 17);
+}
+
+// Readers of two modules open with it, each in its own name.
+TEST(Mp3File, OpensInTheNameOfTheCaller) {
+    const SongFile song("abc");
+    Mp3FileCtx ctx;
+    LogTake();
+    EXPECT_TRUE(Mp3FileOpen(song.path.c_str(), &ctx, "a.c"));
+    EXPECT_EQ(ctx.file_size, 3);
+    EXPECT_EQ(Mp3ReadByte(&ctx, 2), 'c');
+    EXPECT_FALSE(Mp3FileOpen("/volume1/music/none.mp3", &ctx, "a.c", 7));
+    ASSERT_EQ(mkfifo("/volume1/music/pipe.mp3", 0644), 0);
+    EXPECT_FALSE(Mp3FileOpen("/volume1/music/pipe.mp3", &ctx, "b.c", 8));
+    unlink("/volume1/music/pipe.mp3");
+    const std::vector<LogLine> lines = LogTake();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].text, "a.c (7) Unable to open /volume1/music/none.mp3 ");
+    EXPECT_EQ(lines[1].text, "b.c (8) Unable to seek to end /volume1/music/pipe.mp3 ");
 }
 
 TEST(Mp3File, StillReadsBehindTheSizeThatSearchesGoBy) {
