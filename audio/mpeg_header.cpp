@@ -196,9 +196,8 @@ const uint8_t *HeadFind(const uint8_t *begin, const uint8_t *stop) {
     return stop;
 }
 
-// Moves *pos to the first header at or after it that passes. Returns its bytes, or null (logged). The window
-// then reaches to the header behind its frame as well, or each frame across the window's end would move it there and
-// back again.
+// Moves *pos to the first header at or after it that passes. Returns its bytes, or null. The window then reaches to
+// the header behind its frame as well, or each frame across the window's end would move it there and back again.
 template <bool (*Passes)(const uint8_t *)>
 const uint8_t *CandidateFind(Reach *reach, int64_t *pos) {
     constexpr size_t kReach = kLargestFrame + kHeaderBytes;
@@ -220,8 +219,11 @@ const uint8_t *CandidateFind(Reach *reach, int64_t *pos) {
             return at;
         *pos = std::min(limit, ByteSourceAdvance(*reach->source, bytes.first(count), *pos));
     }
-    syslog(LOG_ERR, "%s (%d) MPEG Header not found", kLogName, __LINE__);
     return nullptr;
+}
+
+void NotFoundLog() {
+    syslog(LOG_ERR, "%s (%d) MPEG Header not found", kLogName, __LINE__);
 }
 
 inline bool IsHeaderAt(Reach *reach, int64_t pos) {
@@ -284,6 +286,8 @@ int MpegHeaderFind(const ByteSource *source, int64_t *pos, MpegHeaderInfo *info)
     }
     Reach reach{source};
     const uint8_t *head = CandidateFind<IsSync>(&reach, pos);
+    if (head == nullptr)
+        NotFoundLog();
     if (head == nullptr || !HeaderAccept(head, *pos, info))
         return 0;
     info->duration = Duration(source->size, info->bit_rate);
@@ -311,8 +315,14 @@ int MpegFrameSearch(const ByteSource *source, int64_t *pos, MpegHeaderInfo *info
     int64_t candidate_pos = -1;
     while (!found && at < source->size - kSearchTail) {
         const uint8_t *head = CandidateFind<HasRates>(&reach, &at);
-        if (head == nullptr)
+        if (head == nullptr) {
+            // A sync pattern at the very last place was found, and was no good.
+            const std::span<const uint8_t> last =
+                ReachTo(&reach, source->size - kSearchTail - 1, kHeaderBytes);
+            if (last.size() < kHeaderBytes || !IsSync(last.data()))
+                NotFoundLog();
             break;
+        }
         memcpy(candidate, head, sizeof candidate);
         candidate_pos = at;
         const int frame_size = FrameSizeOf(head);

@@ -19,8 +19,8 @@ namespace mpeg_header_reference {
 
 struct HeaderReference {
     const std::string &bytes;
-    int64_t size; // as in ByteSource
-    int not_found = 0;
+    int64_t size;         // as in ByteSource
+    size_t not_found = 0; // searches that came to the end
 
     [[nodiscard]] int At(int64_t pos) const {
         if (pos < 0 || pos >= static_cast<int64_t>(bytes.size()))

@@ -53,6 +53,7 @@ int64_t SmallNextData(void *reader, int64_t pos) {
 }
 
 void ExpectLikeReference(const std::string &bytes, int64_t size, size_t window, int64_t start) {
+    LogTake();
     HeaderReference reference{bytes, size};
     SmallReader small{bytes, window};
     const ByteSource source = {&small, size, SmallWindow, SmallNextData};
@@ -67,10 +68,12 @@ void ExpectLikeReference(const std::string &bytes, int64_t size, size_t window, 
     ASSERT_EQ(MpegHeaderFind(&source, &pos, &info), reference.Find(&expected_pos, &expected));
     ASSERT_EQ(pos, expected_pos);
     ASSERT_TRUE(SameInfo(info, expected));
+    ASSERT_EQ(LogTake().size(), reference.not_found);
 
     for (FrameGap gap : {FrameGap::none, FrameGap::zeros}) {
         expected_pos = pos = start;
         expected = info = {};
+        reference.not_found = 0;
         const int found = reference.Search(&expected_pos, &expected, gap);
         ASSERT_EQ(MpegFrameSearch(&source, &pos, &info, gap), found);
         if (found != 0) {
@@ -79,6 +82,7 @@ void ExpectLikeReference(const std::string &bytes, int64_t size, size_t window, 
         } else {
             ASSERT_TRUE(SameRates(info, expected));
         }
+        ASSERT_EQ(LogTake().size(), reference.not_found);
     }
 }
 
@@ -295,6 +299,13 @@ TEST(MpegHeader, OnlyASearchWithoutAnyCandidateIsLogged) {
     MpegHeaderInfo info;
     EXPECT_EQ(MpegFrameSearch(&source, &pos, &info, FrameGap::none), 0);
     EXPECT_NE(log.Next().find(") MPEG Header not found"), std::string::npos);
+    EXPECT_TRUE(log.Quiet());
+
+    // One that stands at the last place has been found.
+    Opened last(std::string(20, 'a') + "\xFF\xFB\xF0\x00"s + std::string(7, 'a'));
+    const ByteSource last_source = Mp3Source(&last.ctx);
+    pos = 0;
+    EXPECT_EQ(MpegFrameSearch(&last_source, &pos, &info, FrameGap::none), 0);
     EXPECT_TRUE(log.Quiet());
 }
 
