@@ -180,6 +180,7 @@ void FramesRead(Id3v2Tag *tag, Mp3FileCtx *ctx, int version, const char *path, c
     memset(tag, 0, sizeof *tag);
     const int64_t end = Mp3ReadSyncsafe(ctx, kTagSizeOffset) + kTagHeaderBytes;
     int64_t pos = kTagHeaderBytes;
+    int pictures = 0;
     while (pos < end) {
         const int first = Mp3ReadByte(ctx, pos);
         if (first < '0' || first > 'Z')
@@ -189,7 +190,7 @@ void FramesRead(Id3v2Tag *tag, Mp3FileCtx *ctx, int version, const char *path, c
         pos = frame.data + frame.size;
 
         if (id == layout.picture) {
-            if (tag->cover_count < 1)
+            if (tag->cover_count < 1 && pictures++ < kId3PicturesMax)
                 tag->cover_count +=
                     Id3CoverSave(ctx, frame.pos, tag->cover_count + 1, version, frame.size, path);
             continue;

@@ -61,8 +61,8 @@ bool Mp3FileOpen(const char *path, Mp3FileCtx *ctx, const char *log_name, int li
 
 void Mp3FileAttach(Mp3FileCtx *ctx, FdHandle file, int64_t size) {
     ctx->file = std::move(file);
-    ctx->file_size = size;
-    ctx->readable_end = size;
+    ctx->file_size = std::min(size, kReaderFileMax);
+    ctx->readable_end = ctx->file_size;
     ctx->cache_start = 0;
     ctx->cache_end = 0;
 }

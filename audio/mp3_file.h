@@ -23,7 +23,8 @@ struct Mp3FileCtx {
 // that is logged in the name and line of the caller.
 bool Mp3FileOpen(const char *path, Mp3FileCtx *ctx, const char *log_name, int line = __builtin_LINE());
 
-// Gives the context an open file of `size` bytes. What the file grows by afterwards is not seen.
+// Gives the context an open file of `size` bytes. What the file grows by afterwards is not seen, nor what it
+// has beyond kReaderFileMax.
 void Mp3FileAttach(Mp3FileCtx *ctx, FdHandle file, int64_t size);
 
 // The window as a piece; see ByteSource.

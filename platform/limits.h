@@ -13,6 +13,10 @@
 // reads, and a context fits the stack of a small machine.
 inline constexpr size_t kReaderWindow = 16384;
 
+// How far into a file positions go. File systems let an empty file claim as many bytes as 63 bits count; half of
+// that leaves room to add a frame's length, or any other that a file claims, to a position.
+inline constexpr int64_t kReaderFileMax = INT64_MAX / 2;
+
 // --- MP3 ---------------------------------------------------------------------------------------------------
 
 // A text frame longer than this ends the tag: the fields it could fill hold 1024 bytes with their terminator.
@@ -24,6 +28,10 @@ inline constexpr uint32_t kId3MimeTypeMax = 31;
 // A picture frame above this is no cover: scans at print resolution stay below 64 MiB, and a tag must not be
 // a way to fill the system volume.
 inline constexpr int64_t kPictureFrameMax = int64_t{64} * 1024 * 1024;
+
+// Picture frames of one tag that are tried: there are 21 types of pictures, and each frame that is no good costs
+// a line in the log, which is longer than the frame has to be. Those behind are stepped over.
+inline constexpr int kId3PicturesMax = 256;
 
 // A picture frame may claim this many bytes more than the file has (a tag whose end was cut off); they are
 // stored as filler. One that claims more is not a picture.

@@ -59,6 +59,16 @@ TEST(Mp3File, TakesAPositionThatCannotBeReadForTheEnd) {
     EXPECT_EQ(Mp3ReadByte(&file.ctx, kWindow), 17);
 }
 
+TEST(Mp3File, TheEndOfTheLargestFilesIsOutOfReach) {
+    Mp3FileCtx ctx;
+    Mp3FileAttach(&ctx, MemoryFile("abc"), kReaderFileMax);
+    EXPECT_EQ(ctx.file_size, kReaderFileMax);
+    Mp3FileAttach(&ctx, MemoryFile("abc"), kReaderFileMax + 1);
+    EXPECT_EQ(ctx.file_size, kReaderFileMax);
+    EXPECT_EQ(ctx.readable_end, kReaderFileMax);
+    EXPECT_EQ(Mp3ReadByte(&ctx, 2), 'c');
+}
+
 // Readers of two modules open with it, each in its own name.
 TEST(Mp3File, OpensInTheNameOfTheCaller) {
     const SongFile song("abc");

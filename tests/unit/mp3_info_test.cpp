@@ -77,6 +77,23 @@ TEST_F(Mp3Info, TheFirstPictureThatCanBeStoredIsTheCover) {
     EXPECT_FALSE(Exists(Folder() + "/3_1.jpg"));
 }
 
+// Each picture that is no good is logged, up to a bound.
+TEST_F(Mp3Info, PicturesAreTriedUpToABound) {
+    const std::string bad = Frame23("APIC", Picture("image/gif", 3, kJpeg));
+    const std::string good = Frame23("APIC", Picture("image/jpeg", 3, kJpeg));
+    for (const int count : {kId3PicturesMax - 1, kId3PicturesMax}) {
+        std::string frames;
+        for (int i = 0; i < count; ++i)
+            frames += bad;
+        LogCatcher log;
+        ASSERT_EQ(Get(Tag(3, frames + good + bad + Frame23("TIT2", kLatin + "t")) + Frames(3)), 0);
+        EXPECT_EQ(record.has_cover, count < kId3PicturesMax ? 1 : 0);
+        EXPECT_EQ(Exists(Folder()), count < kId3PicturesMax);
+        EXPECT_EQ(log.Lines(") Wrong MIME type").size(), static_cast<size_t>(count));
+        EXPECT_STREQ(record.title, "t");
+    }
+}
+
 TEST_F(Mp3Info, EarlierCoversGo) {
     ASSERT_EQ(Get(Covered() + Frames(3)), 0);
     ASSERT_EQ(Get(Frames(3)), 0);

@@ -348,6 +348,22 @@ TEST(MpegFrameSearch, ALongRunIsScannedOnceHoweverManyFramesEndInIt) {
     EXPECT_LE(small.loads, 2 * (1 << 20) / 4096 + 220);
 }
 
+// A frame that ends behind all positions there are.
+TEST(MpegFrameSearch, AFrameAtTheEndOfTheLargestFile) {
+    const ByteSource source = {nullptr, kReaderFileMax,
+                               [](void *, int64_t pos, size_t) -> std::span<const uint8_t> {
+                                   static const uint8_t kBytes[] = {0xFF, 0xFB, 0x90, 0x00};
+                                   if (pos < 0 || pos >= kReaderFileMax)
+                                       return {};
+                                   return kBytes;
+                               },
+                               [](void *, int64_t pos) { return pos; }};
+    int64_t pos = kReaderFileMax - 11;
+    MpegHeaderInfo info;
+    EXPECT_EQ(MpegFrameSearch(&source, &pos, &info, FrameGap::none), 0);
+    EXPECT_EQ(info.header_pos, kReaderFileMax - 11);
+}
+
 TEST(MpegFrameSearch, AHugeSparseFileCostsNothing) {
     char name[] = "/tmp/sparse.XXXXXX";
     FdHandle file(mkstemp(name));
