@@ -5,13 +5,30 @@
 #include "mp3_bytes.h"
 #include "platform/veluindex.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 
 #include <filesystem>
 
 using namespace mp3_bytes;
+
+namespace {
+
+// What fchmod fails with, unless it is 0. Nothing on the disk makes it fail for the maker of a file.
+int fchmod_error = 0;
+
+} // namespace
+
+// Stands in for the C library's.
+extern "C" int fchmod(int fd, mode_t mode) noexcept {
+    if (fchmod_error == 0)
+        return static_cast<int>(syscall(SYS_fchmod, fd, mode));
+    errno = fchmod_error;
+    return -1;
+}
 
 namespace {
 
@@ -205,6 +222,16 @@ TEST_F(Id3Cover, ACoverThatCannotBeOwnedIsRemovedAgain) {
 }
 
 // The following leave neither the picture nor its folder behind.
+
+TEST_F(Id3Cover, ModeFailureIsLogged) {
+    const std::string place = Place(3, kCoverJpeg);
+    fchmod_error = EROFS;
+    const int saved = Save(Picture("image/jpeg", 3, kJpeg));
+    fchmod_error = 0;
+    EXPECT_EQ(saved, 0);
+    ExpectLogged(") FAILED TO chmod " + place + ", reason: Read-only file system");
+    EXPECT_FALSE(Exists(Folder()));
+}
 
 TEST_F(Id3Cover, WriteFailureIsLogged) {
     struct rlimit before;

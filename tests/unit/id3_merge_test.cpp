@@ -126,6 +126,34 @@ TEST(Id3Merge, Utf16TextTakesItsFlagAlong) {
     EXPECT_EQ(std::string(record.title, 255), "\xFF\xFE" + std::string(252, 'a') + "\0"s);
 }
 
+TEST(Id3Merge, EachFieldHasAFlagOfItsOwn) {
+    const struct {
+        size_t offset;
+        int32_t Id3v2Tag::*flag;
+        char (MediaInfo::*text)[kMediaTextSize];
+        int32_t MediaInfo::*text_flag;
+    } fields[] = {
+        {offsetof(Id3v2Tag, title), &Id3v2Tag::title_utf16, &MediaInfo::title, &MediaInfo::title_utf16},
+        {offsetof(Id3v2Tag, artist), &Id3v2Tag::artist_utf16, &MediaInfo::artist, &MediaInfo::artist_utf16},
+        {offsetof(Id3v2Tag, album), &Id3v2Tag::album_utf16, &MediaInfo::album, &MediaInfo::album_utf16},
+        {offsetof(Id3v2Tag, genre), &Id3v2Tag::genre_utf16, &MediaInfo::genre, &MediaInfo::genre_utf16},
+        {offsetof(Id3v2Tag, composer), &Id3v2Tag::composer_utf16, &MediaInfo::composer,
+         &MediaInfo::composer_utf16},
+        {offsetof(Id3v2Tag, comment), &Id3v2Tag::comment_utf16, &MediaInfo::comment,
+         &MediaInfo::comment_utf16},
+    };
+    const std::string text = "\xFF\xFEH\0i\0\0\0"s;
+    for (const auto &field : fields) {
+        Sources sources;
+        memcpy(reinterpret_cast<char *>(&sources.id3v2) + field.offset, text.data(), text.size());
+        sources.id3v2.*field.flag = 1;
+        const MediaInfo record = sources.Merge();
+        for (const auto &other : fields)
+            EXPECT_EQ(record.*other.text_flag, other.offset == field.offset ? 1 : 0);
+        EXPECT_EQ(std::string(record.*field.text, text.size()), text);
+    }
+}
+
 TEST(Id3Merge, EmptyUtf16FieldGivesWayToId3v1) {
     Sources sources;
     sources.id3v2.title_utf16 = 1;
@@ -139,6 +167,9 @@ TEST(Id3Merge, Id3v1TextIsThirtyBytesAndTrimmed) {
     sources.V1(kId3v1Title, std::string(30, 't')).V1(kId3v1Artist, "  an artist" + std::string(19, ' '));
     EXPECT_EQ(sources.Merge().title, std::string(30, 't'));
     EXPECT_STREQ(sources.Merge().artist, "an artist");
+    // The comment is followed by the genre.
+    sources.V1(kId3v1Comment, std::string(30, 'c')).V1(kId3v1Genre, "\x11");
+    EXPECT_EQ(sources.Merge().comment, std::string(30, 'c'));
 }
 
 TEST(Id3Merge, Years) {

@@ -98,6 +98,9 @@ TEST(Id3v2, IdsCompareWithoutCase) {
 TEST(Id3v2, ExtendedHeaderEndsTheWalk) {
     const std::string extended = "\0\0\0\6\0\0\0\0\0\0"s;
     EXPECT_STREQ(Walk(Tag(3, extended + Frame23("TIT2", kLatin + "t"))).title, "");
+    // One that begins like a frame is taken for one.
+    const std::string like_a_frame = "0\0\0\0"s + Big32(6) + "\0\0"s + "header";
+    EXPECT_STREQ(Walk(Tag(3, like_a_frame + Frame23("TIT2", kLatin + "t"))).title, "t");
 }
 
 TEST(Id3v2, FirstBytesOfFrames) {
