@@ -5,7 +5,9 @@
 #include "platform/handle.h"
 #include "platform/velusdk.h"
 
+extern "C" { // the library's own header is for C alone
 #include <libaiff/libaiff.h>
+}
 #include <stdio.h>
 #include <syslog.h>
 
