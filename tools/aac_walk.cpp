@@ -18,6 +18,7 @@ constexpr size_t kId3HeaderSize = 10; // id3.org 2.4.0 section 3.1
 constexpr uint8_t kId3Footer = 0x10;
 constexpr uint32_t kFrameSamples = 1024; // of one raw data block
 constexpr size_t kProgramSizeMax = 128;  // more than the largest program_config_element before its comment
+constexpr double kSamplesMax = 0x1p63;   // no time is that long: the bit rate is wrong
 constexpr uint32_t kProgramElement = 5;  // ID_PCE
 constexpr uint32_t kChannelsOfConfiguration[] = {0, 1, 2, 3, 4, 5, 6, 8};
 
@@ -145,9 +146,11 @@ bool AdifRead(Window *window, uint64_t offset, AacInfo *info) {
         return false;
     info->sample_rate = program.sample_rate;
     info->channels = program.channels;
-    if (info->bitrate != 0)
-        info->samples = static_cast<uint64_t>(static_cast<double>(window->file_size - offset) * 8 *
-                                              info->sample_rate / info->bitrate);
+    if (info->bitrate != 0) {
+        const double samples =
+            static_cast<double>(window->file_size - offset) * 8 * info->sample_rate / info->bitrate;
+        info->samples = samples < kSamplesMax ? static_cast<uint64_t>(samples) : 0;
+    }
     return true;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/aac_walk.h"
 
+#include "tests/unit/aac_bytes.h"
 #include "tests/unit/program_output.h"
 #include "tests/unit/scratch_file.h"
 
@@ -8,66 +9,6 @@
 #include <unistd.h>
 
 namespace {
-
-// Bit fields as text of 0 and 1, packed into bytes.
-std::string Bits(std::initializer_list<std::pair<uint32_t, int>> fields) {
-    std::string bits;
-    for (const auto &[value, size] : fields) {
-        for (int i = size - 1; i >= 0; i--)
-            bits += (value >> i & 1) != 0 ? '1' : '0';
-    }
-    bits.resize((bits.size() + 7) / 8 * 8, '0');
-    std::string bytes;
-    for (size_t i = 0; i < bits.size(); i += 8)
-        bytes += static_cast<char>(std::stoi(bits.substr(i, 8), nullptr, 2));
-    return bytes;
-}
-
-// A frame of 100 bytes: 44100 Hz is index 4.
-std::string Frame(uint32_t configuration = 2, uint32_t rate_index = 4, uint32_t blocks = 1,
-                  uint32_t length = 100) {
-    std::string frame = Bits({{0xFFF, 12},
-                              {0, 1},
-                              {0, 2},
-                              {1, 1},
-                              {1, 2},
-                              {rate_index, 4},
-                              {0, 1},
-                              {configuration, 3},
-                              {0, 4},
-                              {length, 13},
-                              {0x7FF, 11},
-                              {blocks - 1, 2}});
-    frame.resize(length, '\0');
-    return frame;
-}
-
-// A frame's first element: a program of a pair in front, one channel behind and a low-frequency one.
-std::string ProgramElement() {
-    return Bits({{5, 3},
-                 {0, 4},
-                 {1, 2},
-                 {4, 4},
-                 {1, 4},
-                 {0, 4},
-                 {1, 4},
-                 {1, 2},
-                 {0, 3},
-                 {0, 4},
-                 {0, 3},
-                 {1, 1},
-                 {0, 4},
-                 {0, 1},
-                 {0, 4},
-                 {0, 4}});
-}
-
-std::string Repeat(const std::string &text, int count) {
-    std::string all;
-    for (int i = 0; i < count; i++)
-        all += text;
-    return all;
-}
 
 bool Walk(const std::string &bytes, AacInfo *info) {
     return AacWalk(ScratchFile(bytes).c_str(), info);
@@ -77,12 +18,12 @@ bool Walk(const std::string &bytes, AacInfo *info) {
 
 TEST(AacWalk, FramesAreCounted) {
     AacInfo info;
-    ASSERT_TRUE(Walk(Repeat(Frame(), 10), &info));
+    ASSERT_TRUE(Walk(Repeated(AdtsFrame(), 10), &info));
     EXPECT_EQ(info.samples, 10240u);
     EXPECT_EQ(info.sample_rate, 44100u);
     EXPECT_EQ(info.channels, 2u);
     EXPECT_EQ(info.bitrate, 34453u); // 1000 bytes in 10240 samples
-    ASSERT_TRUE(Walk(Repeat(Frame(7, 11, 4), 3), &info));
+    ASSERT_TRUE(Walk(Repeated(AdtsFrame(7, 11, 4), 3), &info));
     EXPECT_EQ(info.samples, 3u * 4 * 1024);
     EXPECT_EQ(info.sample_rate, 8000u);
     EXPECT_EQ(info.channels, 8u);
@@ -90,40 +31,40 @@ TEST(AacWalk, FramesAreCounted) {
 
 TEST(AacWalk, TheScanEndsAtACutFrameOrOtherBytes) {
     AacInfo info;
-    ASSERT_TRUE(Walk(Repeat(Frame(), 3).substr(0, 299), &info));
+    ASSERT_TRUE(Walk(Repeated(AdtsFrame(), 3).substr(0, 299), &info));
     EXPECT_EQ(info.samples, 2048u);
-    ASSERT_TRUE(Walk(Repeat(Frame(), 3) + "TAG" + Frame(), &info));
+    ASSERT_TRUE(Walk(Repeated(AdtsFrame(), 3) + "TAG" + AdtsFrame(), &info));
     EXPECT_EQ(info.samples, 3072u);
-    ASSERT_TRUE(Walk(Frame(), &info));
+    ASSERT_TRUE(Walk(AdtsFrame(), &info));
     EXPECT_EQ(info.samples, 1024u);
-    EXPECT_FALSE(Walk(Frame() + "TAG", &info));
+    EXPECT_FALSE(Walk(AdtsFrame() + "TAG", &info));
 }
 
 TEST(AacWalk, FramesAcrossWindowsAreCounted) {
     AacInfo info;
-    ASSERT_TRUE(Walk(Repeat(Frame(2, 4, 1, 8191), 100), &info));
+    ASSERT_TRUE(Walk(Repeated(AdtsFrame(2, 4, 1, 8191), 100), &info));
     EXPECT_EQ(info.samples, 102400u);
-    ASSERT_TRUE(Walk(Repeat(Frame(2, 4, 1, 7), 30000), &info));
+    ASSERT_TRUE(Walk(Repeated(AdtsFrame(2, 4, 1, 7), 30000), &info));
     EXPECT_EQ(info.samples, 30000u * 1024);
 }
 
 TEST(AacWalk, AnId3TagIsPassed) {
     AacInfo info;
     const std::string body(128, 't');
-    EXPECT_TRUE(Walk(std::string("ID3\4\0\0\0\0\1\0", 10) + body + Frame(), &info));
-    EXPECT_TRUE(Walk(std::string("ID3\4\0\x10\0\0\1\0", 10) + body + "3DI4567890" + Frame(), &info));
-    EXPECT_FALSE(Walk(std::string("ID3\4\0\0\x7f\x7f\x7f\x7f", 10) + Frame(), &info));
-    EXPECT_FALSE(Walk("x" + Repeat(Frame(), 2), &info));
+    EXPECT_TRUE(Walk(std::string("ID3\4\0\0\0\0\1\0", 10) + body + AdtsFrame(), &info));
+    EXPECT_TRUE(Walk(std::string("ID3\4\0\x10\0\0\1\0", 10) + body + "3DI4567890" + AdtsFrame(), &info));
+    EXPECT_FALSE(Walk(std::string("ID3\4\0\0\x7f\x7f\x7f\x7f", 10) + AdtsFrame(), &info));
+    EXPECT_FALSE(Walk("x" + Repeated(AdtsFrame(), 2), &info));
 }
 
 TEST(AacWalk, OtherFilesAreRefused) {
     AacInfo info;
     EXPECT_FALSE(Walk("", &info));
     EXPECT_FALSE(Walk("text that is no sound", &info));
-    EXPECT_FALSE(Walk(Frame().substr(0, 6), &info));
-    EXPECT_FALSE(Walk(Repeat(Frame(2, 13), 2), &info));     // reserved rate
-    EXPECT_FALSE(Walk(Frame(2, 4, 1, 6) + Frame(), &info)); // shorter than its header
-    std::string mp3 = Repeat(Frame(), 2);
+    EXPECT_FALSE(Walk(AdtsFrame().substr(0, 6), &info));
+    EXPECT_FALSE(Walk(Repeated(AdtsFrame(2, 13), 2), &info));       // reserved rate
+    EXPECT_FALSE(Walk(AdtsFrame(2, 4, 1, 6) + AdtsFrame(), &info)); // shorter than its header
+    std::string mp3 = Repeated(AdtsFrame(), 2);
     mp3[1] |= 2; // a layer
     EXPECT_FALSE(Walk(mp3, &info));
     EXPECT_FALSE(AacWalk("/tmp", &info));
@@ -133,48 +74,58 @@ TEST(AacWalk, OtherFilesAreRefused) {
 
 TEST(AacWalk, ConfigurationZeroAsksTheProgram) {
     AacInfo info;
-    std::string frame = Frame(0);
+    std::string frame = AdtsFrame(0);
     const std::string program = ProgramElement();
     frame.replace(7, program.size(), program);
     ASSERT_TRUE(Walk(frame, &info));
     EXPECT_EQ(info.channels, 4u); // a pair, a single one behind, a low-frequency one
-    ASSERT_TRUE(Walk(Frame(0), &info));
+    ASSERT_TRUE(Walk(AdtsFrame(0), &info));
     EXPECT_EQ(info.channels, 0u);
-    ASSERT_TRUE(Walk(Repeat(Frame(0, 4, 1, 8), 2), &info));
+    ASSERT_TRUE(Walk(Repeated(AdtsFrame(0, 4, 1, 8), 2), &info));
+    EXPECT_EQ(info.channels, 0u);
+}
+
+TEST(AacWalk, AChecksumStandsBeforeTheProgram) {
+    AacInfo info;
+    ASSERT_TRUE(Walk(Repeated(AdtsFrame(2, 4, 1, 100, true), 2), &info));
+    EXPECT_EQ(info.samples, 2048u);
+    EXPECT_EQ(info.channels, 2u);
+    // Two bytes, and two more with each further block for its place.
+    for (const uint32_t blocks : {1U, 2U, 4U}) {
+        std::string frame = AdtsFrame(0, 4, blocks, 100, true);
+        const std::string program = ProgramElement();
+        frame.replace(7 + 2 * blocks, program.size(), program);
+        ASSERT_TRUE(Walk(frame, &info));
+        EXPECT_EQ(info.channels, 4u) << blocks;
+    }
+    ASSERT_TRUE(Walk(Repeated(AdtsFrame(0, 4, 4, 8, true), 2), &info)) << "no room for the checksum";
     EXPECT_EQ(info.channels, 0u);
 }
 
 TEST(AacWalk, AdifGivesItsBitRate) {
-    // No copyright id, constant rate: the program begins 4 + 1+1+1+1+23+4+20 bits behind the mark.
-    const auto adif = [](uint32_t bitrate) {
-        return "ADIF" + Bits({{0, 4},
-                              {bitrate, 23},
-                              {0, 4},
-                              {0, 20},
-                              {0, 4},
-                              {1, 2},
-                              {4, 4},
-                              {1, 4},
-                              {0, 4},
-                              {0, 4},
-                              {0, 2},
-                              {0, 3},
-                              {0, 4},
-                              {0, 3},
-                              {1, 1},
-                              {0, 4}});
-    };
     AacInfo info;
-    std::string bytes = adif(128000);
+    std::string bytes = AdifHeader(128000);
     bytes.resize(160000);
     ASSERT_TRUE(Walk(bytes, &info));
     EXPECT_EQ(info.samples, 441000u);
     EXPECT_EQ(info.bitrate, 128000u);
     EXPECT_EQ(info.channels, 2u);
-    ASSERT_TRUE(Walk(adif(0), &info));
+    ASSERT_TRUE(Walk(AdifHeader(0), &info));
     EXPECT_EQ(info.samples, 0u);
     EXPECT_EQ(info.sample_rate, 44100u);
     EXPECT_FALSE(Walk("ADIF", &info));
+}
+
+TEST(AacWalk, AnAdifTimeBeyondAnyIsNone) {
+    const ScratchFile file(AdifHeader(1, 0)); // one bit a second, 96 kHz
+    ASSERT_EQ(truncate(file.c_str(), int64_t{15} << 40), 0);
+    AacInfo info;
+    ASSERT_TRUE(AacWalk(file.c_str(), &info));
+    EXPECT_EQ(info.samples, 0u);
+    EXPECT_EQ(info.sample_rate, 96000u);
+    ASSERT_EQ(truncate(file.c_str(), int64_t{8} << 40), 0);
+    ASSERT_TRUE(AacWalk(file.c_str(), &info));
+    EXPECT_EQ(info.samples, (uint64_t{8} << 40) * 8 * 96000);
 }
 
 TEST(AacWalk, FilesOfARealEncoder) {
