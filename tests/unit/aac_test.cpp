@@ -4,6 +4,7 @@
 #include "catalogue/media_info.h"
 #include "container/command_line_reader.h"
 #include "container/faad_line.h"
+#include "tests/unit/comma_locale.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/program_output.h"
 #include "tests/unit/test_files.h"
@@ -95,6 +96,18 @@ TEST(FaadLine, NumbersBeyondTheirFieldsAreCut) {
     EXPECT_TRUE(Parse("x duration;nan;samplerate;99999999999999999999;channel;1;bitrate;1;", &record));
     EXPECT_EQ(record.duration, 0.0f);
     EXPECT_EQ(record.sample_rate, 4294967295u);
+}
+
+TEST(FaadLine, ThePointIsOneInAnyLocale) {
+    const CommaLocale comma;
+    char number[8];
+    snprintf(number, sizeof number, "%.1f", 1.5);
+    ASSERT_STREQ(number, "1,5") << "the locale is not there";
+    MediaInfo record;
+    EXPECT_TRUE(Parse(kGoodLine, &record));
+    EXPECT_EQ(record.duration, 215.3f);
+    snprintf(number, sizeof number, "%.1f", 1.5);
+    EXPECT_STREQ(number, "1,5") << "the locale stays as it was";
 }
 
 TEST(FaadLine, ALongFirstWordFits) {
