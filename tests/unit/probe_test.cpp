@@ -6,16 +6,19 @@
 #include "platform/media_record.h"
 #include "tests/unit/child_process.h"
 #include "tests/unit/log_capture.h"
+#include "tests/unit/probe_files.h"
 #include "tests/unit/scratch_file.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <limits.h>
 #include <sched.h>
+#include <seccomp.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/inotify.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 
 #include <memory>
@@ -23,58 +26,6 @@
 #include <vector>
 
 namespace {
-
-using Texts = std::vector<std::string>;
-
-struct ProbeTest : testing::Test {
-    void SetUp() override {
-        ASSERT_NE(nullptr, mkdtemp(folder));
-        LogTake();
-    }
-    void TearDown() override { Shell(std::string("rm -rf ") + folder); }
-
-    static void Shell(const std::string &command) { ASSERT_EQ(0, system(command.c_str())) << command; }
-
-    [[nodiscard]] std::string Path(const std::string &name) const { return std::string(folder) + "/" + name; }
-
-    // `arguments` of ffmpeg for the file `name`.
-    std::string Make(const std::string &name, const std::string &arguments) {
-        Shell("cd " + std::string(folder) + " && ffmpeg -v error -nostdin -y " + arguments + " " + name);
-        return Path(name);
-    }
-
-    std::string Write(const std::string &name, const std::string &content) {
-        FILE *file = fopen(Path(name).c_str(), "wb");
-        EXPECT_EQ(content.size(), fwrite(content.data(), 1, content.size(), file));
-        fclose(file);
-        return Path(name);
-    }
-
-    int Get(const std::string &path) {
-        record = std::make_unique<MediaInfo>();
-        strcpy(record->title, "default title");
-        strcpy(record->album, "default album");
-        record->track = -1;
-        return MiscMediaInfoGet(path.c_str(), record.get());
-    }
-
-    char folder[32] = "/tmp/probe.XXXXXX";
-    std::unique_ptr<MediaInfo> record;
-};
-
-constexpr char kTone[] = "-f lavfi -i sine=r=44100:d=1";
-constexpr char kPicture[] = "-f lavfi -i testsrc=s=320x240:r=10:d=1";
-constexpr char kTags[] =
-    " -metadata title=Title -metadata artist=Artist -metadata album=Album -metadata genre=Genre"
-    " -metadata date=2004-05-01 -metadata track=7/12 ";
-
-Texts Failure(const std::string &line, const std::string &path) {
-    Texts lines;
-    if (!line.empty())
-        lines.push_back("metamedia.c# " + line);
-    lines.push_back("metamedia.c# Failed to get Misc Media Info from [" + path + "].");
-    return lines;
-}
 
 TEST_F(ProbeTest, SixteenBitPcmHasTheBitRateOfItsSamples) {
     EXPECT_EQ(0, Get(Make("a.wav", std::string(kTone) + " -ac 2 -c:a pcm_s16le")));
@@ -194,7 +145,7 @@ TEST_F(ProbeTest, SubtitlesAloneAreNeitherAudioNorVideo) {
     Write("a.srt", "1\n00:00:00,000 --> 00:00:01,000\nHello\n\n");
     const std::string path = Make("a.mkv", "-i a.srt -c:s srt");
     EXPECT_EQ(1, Get(path));
-    EXPECT_EQ(Failure("", path), LogTakeTexts());
+    EXPECT_EQ(ProbeFailure("", path), LogTakeTexts());
 }
 
 TEST_F(ProbeTest, SubtitlesBesideAudioAreFine) {
@@ -208,7 +159,7 @@ TEST_F(ProbeTest, AnAttachmentFailsTheProbeAfterWhatCameBefore) {
                                                "-c:a pcm_s16le -attach font.bin "
                                                "-metadata:s:t mimetype=application/octet-stream");
     EXPECT_EQ(1, Get(path));
-    EXPECT_EQ(Failure("Invalid stream type:4 from [" + path + "].", path), LogTakeTexts());
+    EXPECT_EQ(ProbeFailure("Invalid stream type:4 from [" + path + "].", path), LogTakeTexts());
     EXPECT_EQ(44100U, record->sample_rate);
     EXPECT_EQ(705600U, record->audio_bitrate);
     EXPECT_STREQ("Title", record->title);
@@ -270,7 +221,7 @@ TEST_F(ProbeTest, WhatIsNoMediaFileCannotBeOpened) {
          {Path("missing.avi"), Write("empty.avi", ""), Write("text.avi", "no media"),
           std::string("/dev/zero"), std::string(folder)}) {
         EXPECT_EQ(1, Get(path));
-        EXPECT_EQ(Failure("Failed to av_open_input_file() file [" + path + "].", path), LogTakeTexts());
+        EXPECT_EQ(ProbeFailure("Failed to av_open_input_file() file [" + path + "].", path), LogTakeTexts());
     }
     const std::string pipe = Path("pipe.avi");
     ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
@@ -301,7 +252,8 @@ TEST_F(ProbeTest, AFileThatNamesOthersOpensNone) {
         for (const std::string &content : contents) {
             const std::string path = Write(std::string("list.") + extension, content);
             EXPECT_EQ(1, Get(path)) << content;
-            EXPECT_EQ(Failure("Failed to av_open_input_file() file [" + path + "].", path), LogTakeTexts());
+            EXPECT_EQ(ProbeFailure("Failed to av_open_input_file() file [" + path + "].", path),
+                      LogTakeTexts());
         }
     }
     char event[sizeof(inotify_event) + NAME_MAX + 1];
@@ -333,6 +285,34 @@ TEST_F(ProbeTest, AMissingModuleIsToldOnceAndEveryFileFails) {
     ASSERT_EQ(1U, lines.size());
     EXPECT_EQ(0U, lines[0].find("metamedia.c# Cannot load the media probe: ")) << lines[0];
     EXPECT_NE(std::string::npos, lines[0].find("veluprobe.so")) << lines[0];
+}
+
+// Makes a kernel that has no filters of this one, for this process.
+bool FiltersDeny() {
+    scmp_filter_ctx deny = seccomp_init(SCMP_ACT_ALLOW);
+    const scmp_arg_cmp is_install = {0, SCMP_CMP_EQ, PR_SET_SECCOMP, 0};
+    const bool done =
+        seccomp_rule_add_array(deny, SCMP_ACT_ERRNO(EINVAL), SCMP_SYS(prctl), 1, &is_install) == 0 &&
+        seccomp_rule_add_array(deny, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(seccomp), 0, nullptr) == 0 &&
+        seccomp_load(deny) == 0;
+    seccomp_release(deny);
+    return done;
+}
+
+TEST_F(ProbeTest, AKernelWithoutFiltersIsToldOnceAndFilesAreRead) {
+    const std::string path = Make("a.wav", std::string(kTone) + " -ac 2");
+    const int status = ChildRunStatus([&] {
+        if (!FiltersDeny())
+            return 2;
+        for (int i = 0; i < 2; ++i) {
+            if (Get(path) != 0 || record->channels != 2 || record->sample_rate != 44100)
+                return 3;
+        }
+        return 0;
+    });
+    EXPECT_EQ(0, WEXITSTATUS(status));
+    EXPECT_EQ(Texts{"metamedia.c# The kernel has no system call filter, the media probe runs without."},
+              LogTakeTexts());
 }
 
 TEST_F(ProbeTest, APathOfAnyBytes) {
