@@ -5,5 +5,6 @@
 
 // From now on this process may only compute, allocate memory, tell the time, read and write descriptors that
 // are open, and end. Any other system call kills it with SIGSYS; a few that libraries make in passing (to
-// open a file for reading, to start a thread) fail instead. Returns true also on a kernel that has no filters, false when the filter could not be installed.
+// open a file for reading, to start a thread) fail instead. Returns true also on a kernel that has no
+// filters, false when the filter could not be installed.
 bool SyscallFilterInstall();
