@@ -372,6 +372,16 @@ TEST_F(FlacTest, ARowIsSaved) {
     EXPECT_TRUE(LogTake().empty());
 }
 
+TEST_F(FlacTest, AnAlbumThatCannotBeCutOutIsLogged) {
+    const std::string path = "/volume1/music/" + std::string(255, 'd') + "/song";
+    FileWrite(path, Flac({}));
+    EXPECT_EQ(FlacFileIndex(path.c_str()), 0);
+    EXPECT_EQ(LogTakeTexts(), Texts{"flac.c# Impossible error."});
+    auto row = MediaRow("music", path);
+    EXPECT_EQ(row["album"], std::string(254, 'd'));
+    EXPECT_EQ(row["title"], "song") << "a name without an extension";
+}
+
 TEST_F(FlacTest, AFailedSaveLeavesTheResult) {
     FileWrite("/etc/veluinfo.conf", "mediadb=\"sqlite:/proc/no/such/place.db\"\n");
     FileWrite("/volume1/music/x.flac", Flac({}));
