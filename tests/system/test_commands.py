@@ -4,8 +4,6 @@ import os
 
 import pytest
 
-from harness.daemon import CONVERTER_JOURNAL
-
 MUSIC, VIDEO, PHOTO = "/volume1/music", "/volume1/video", "/volume1/photo"
 EXISTS = "Dir or File exists (%s). Skip remove it from database."
 
@@ -18,10 +16,6 @@ def shares(daemon):
     daemon.index(f"A:{MUSIC}", f"A:{VIDEO}", f"A:{PHOTO}")
     assert daemon.media_paths() == [f"{MUSIC}/a.pcm", f"{PHOTO}/c.png", f"{VIDEO}/b.srt"]
     return daemon
-
-
-def converter_calls(daemon):
-    return daemon.read(CONVERTER_JOURNAL).decode("latin-1").splitlines() if daemon.exists(CONVERTER_JOURNAL) else []
 
 
 # --- A and a
@@ -73,7 +67,7 @@ def test_a_photo_share_file_that_cannot_be_read_goes_to_the_converter(daemon, sa
     path = f"{PHOTO}/broken %s.avi"
     daemon.copy(samples / "broken.avi", path)
     daemon.index(f"{command}:{path}")
-    assert converter_calls(daemon) == [f"-f {path}"]
+    assert daemon.converter_calls() == [f"-f {path}"]
     assert daemon.paths("video") == [path]
 
 
@@ -83,7 +77,7 @@ def test_no_converter_without_the_photo_library(make_daemon, samples, command):
     daemon.copy(samples / "broken.avi", f"{PHOTO}/broken.avi")
     daemon.start()
     daemon.index(f"{command}:{PHOTO}/broken.avi")
-    assert converter_calls(daemon) == []
+    assert daemon.converter_calls() == []
     assert daemon.paths("video") == [f"{PHOTO}/broken.avi"]
 
 
@@ -94,7 +88,7 @@ def test_what_counts_as_the_photo_share(daemon, samples, folder, photo_share):
     path = f"/volume1/{folder}/broken.avi"
     daemon.copy(samples / "broken.avi", path)
     daemon.index(f"a:{path}")
-    assert converter_calls(daemon) == ([f"-f {path}"] if photo_share else [])
+    assert daemon.converter_calls() == ([f"-f {path}"] if photo_share else [])
 
 
 # --- D and d

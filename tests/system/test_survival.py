@@ -59,10 +59,7 @@ def test_killed_during_the_run_at_several_moments(box, work):
     for delay in (0, 0.005, 0.02, 0.05, 0.1):
         box.start()
         box.queue(*lines)
-        box.signal()
-        box.box.ask("kill_when", pid=box.pid, number=int(signal.SIGKILL), path=WORKING_COPY, delay=delay, timeout=60)
-        box.wait_gone()
-        box.pid = 0
+        box.kill_in_run(delay)
         if box.exists(WORKING_COPY):
             interrupted += 1
             finish(box)
@@ -103,10 +100,7 @@ def test_stopped_during_the_run(box, work):
     lines, undisturbed = work
     box.start()
     box.queue(*lines)
-    box.signal()
-    box.box.ask("kill_when", pid=box.pid, number=int(signal.SIGTERM), path=WORKING_COPY, delay=0.02, timeout=60)
-    box.wait_gone()
-    box.pid = 0
+    box.kill_in_run(0.02, signal.SIGTERM)
     assert box.exists(WORKING_COPY)
     finish(box)
     assert box.snapshot() == undisturbed
@@ -116,10 +110,7 @@ def test_lines_queued_while_the_daemon_is_dead_come_after_the_left_over_ones(box
     lines, undisturbed = work
     box.start()
     box.queue(*lines)
-    box.signal()
-    box.box.ask("kill_when", pid=box.pid, number=int(signal.SIGKILL), path=WORKING_COPY, delay=0.02, timeout=60)
-    box.wait_gone()
-    box.pid = 0
+    box.kill_in_run(0.02)
     assert box.exists(WORKING_COPY)
     os.rename(box.box.path(f"{MUSIC}/0"), box.box.path("/tmp/0"))
     box.queue(f"D:{MUSIC}/0")

@@ -17,6 +17,9 @@ PHOTO_DB = "/var/lib/velu/photo.db"
 CLOCK = "/tmp/clock"
 CONVERTER = "/usr/velu/bin/veluflvconv"
 CONVERTER_JOURNAL = "/tmp/converter"
+THUMB_QUEUE = "/var/spool/thumb_create.queue"
+FLV_QUEUE = "/var/spool/flv_create.queue"
+THUMB_DAEMON, FLV_DAEMON = "velumkthumbd", "velumkflvd"
 
 # How many times faster than the wall's the daemon's clock goes: its 10 seconds of sleep become 0.2.
 SPEED = 50
@@ -54,13 +57,18 @@ class Daemon:
         self.write(CONVERTER, f'#!/bin/sh\nprintf "%s\\n" "$*" >>{CONVERTER_JOURNAL}\n')
         os.chmod(self.box.path(CONVERTER), 0o755)
         self.set_clock(0)
-        self.peers = {name: self._peer(name) for name in ("mt-daapd", "dms")}
+        self.peers = {}
+        for name in ("mt-daapd", "dms"):
+            self.start_peer(name)
 
-    def _peer(self, name):
-        journal = f"/tmp/peer.{name}"
-        self.write(journal, "")
-        self.box.ask("peer", pid_file=f"/var/run/{name}.pid", journal=journal)
-        return journal
+    def start_peer(self, name):
+        """Starts a process that stands in for another daemon of the appliance, with its pid file."""
+        self.write(self._journal(name))
+        self.peers[name] = self.box.ask("peer", pid_file=f"/var/run/{name}.pid", journal=self._journal(name))["pid"]
+
+    @staticmethod
+    def _journal(name):
+        return f"/tmp/peer.{name}"
 
     # --- files of the sandbox
 
@@ -179,6 +187,15 @@ class Daemon:
         self.wait_gone()
         self.pid = 0
 
+    def kill_in_run(self, delay, number=None):
+        """Has the queue worked through and ends the daemon, by SIGKILL or another signal, so many seconds after it
+        has taken the queue over."""
+        self.signal()
+        self.box.ask("kill_when", pid=self.pid, number=int(number or signal.SIGKILL), path=WORKING_COPY, delay=delay,
+                     timeout=PATIENCE)
+        self.wait_gone()
+        self.pid = 0
+
     # --- queue
 
     def queue(self, *lines):
@@ -194,7 +211,23 @@ class Daemon:
         self.wait_run(before)
 
     def peer_signals(self, name):
-        return self.read(self.peers[name]).decode().split()
+        return self.read(self._journal(name)).decode().split()
+
+    def wakes(self, name):
+        """How many times a peer was sent SIGUSR1 so far. Of the signals that wait, a process gets the one with the
+        lowest number first: a mark of a higher one comes last."""
+        marks = self.peer_signals(name).count("SIGUSR2")
+        self.box.ask("kill", pid=self.peers[name], number=int(signal.SIGUSR2))
+        wait_for(lambda: self.peer_signals(name).count("SIGUSR2") > marks, f"{name} to answer")
+        return self.peer_signals(name).count("SIGUSR1")
+
+    def lines(self, path):
+        """The lines of a file as latin-1 text; none when it is not there."""
+        return self.read(path).decode("latin-1").split("\n")[:-1] if self.exists(path) else []
+
+    def converter_calls(self):
+        """The arguments of each call of the video converter."""
+        return self.lines(CONVERTER_JOURNAL)
 
     def index(self, *lines, timeout=PATIENCE):
         """Queues lines, signals, and waits until the run is over. Gives the log lines of the run."""
@@ -225,6 +258,10 @@ class Daemon:
         """The row of a path, or None."""
         found = [row for row in self.rows(table) if row["path"] == path]
         return found[0] if found else None
+
+    def store(self, sql, *values):
+        """Writes to the photo catalogue: what another program on the appliance has stored there."""
+        catalogue.execute(self.box.path(PHOTO_DB), sql, *values)
 
     def paths(self, table):
         return [row["path"] for row in self.rows(table)]
