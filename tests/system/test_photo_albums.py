@@ -5,16 +5,11 @@ import re
 
 import pytest
 
-from harness.photo import attribute_file
+from harness.photo import albums, attribute_file
 
 PHOTO = "/volume1/photo"
 NO_KEY = "Can't get key valude. key=supportcinehall"
 GRANT_TIME = re.compile(r"\w{3} \w{3} [ \d]\d \d\d:\d\d:\d\d \d{4}\n")
-
-
-def albums(daemon):
-    """Whether each album is public, and whether it is a sub-album."""
-    return {row["sharename"]: (row["public"], row["is_subdir"]) for row in daemon.rows("photo_share")}
 
 
 def album_id(daemon, name):
@@ -136,7 +131,7 @@ NAMES = [(b"a_b", b"axb"), (b"100%", b"100 more"), (b"%", b"x"), (b"_", b"y"), (
 
 
 def test_a_removed_album_of_any_name_takes_no_sibling_with_it(daemon):
-    siblings = {name: albumless for name, albumless in NAMES}
+    siblings = dict(NAMES)
     folders = [name + below for name in {*siblings, *siblings.values()} for below in (b"", b"/sub")]
     for folder in folders:
         daemon.mkdir(f"{PHOTO}/".encode() + folder)

@@ -3,12 +3,13 @@
 import pytest
 
 from harness import photo
-from harness.photo import ASCII, EXIF_POINTER, LONG, RATIONAL, SHORT, TIFF_HEADER, directory, tiff
+from harness.photo import ASCII, EXIF_POINTER, LONG, RATIONAL, SHORT, TIFF_HEADER, UNDEFINED, directory, tiff
 
 PHOTO = "/volume1/photo"
 MAKE, EXPOSURE, ISO, WIDTH = 0x010F, 0x829A, 0x8827, 0xA002
+GPS_POINTER, INTEROPERABILITY_POINTER = 0x8825, 0xA005
 WHOLE_COUNT = 0xFFFFFFFF
-LIMIT_KB = 32 * 1024
+LIMIT_KB = 12 * 1024  # 7 MB are used; copies of values without a bound take it to 16
 
 BLOCKS = {
     "directory that follows itself": tiff(directory((MAKE, ASCII, 4, 0x004B5A5A), following=TIFF_HEADER)),
@@ -29,7 +30,10 @@ BLOCKS = {
     "nothing but a header": tiff(),
     "no header": b"",
     "neither byte order": b"IM" + tiff()[2:],
-    "thousands of entries on the same 60 KiB": tiff(directory(*[(MAKE, ASCII, 60000, TIFF_HEADER)] * 5400)),
+    "every tag on the same 60 KiB, in all directories": tiff(directory(
+        *[(tag, LONG, 1, TIFF_HEADER) for tag in (EXIF_POINTER, GPS_POINTER, INTEROPERABILITY_POINTER)],
+        *[(tag, UNDEFINED, 60000, TIFF_HEADER) for tag in (*range(0x340), *range(0x8290, 0x9300), *range(0xA000, 0xA500))
+          if tag not in (EXIF_POINTER, GPS_POINTER, INTEROPERABILITY_POINTER)][:5300], following=TIFF_HEADER)),
 }
 
 

@@ -6,6 +6,7 @@ import pytest
 
 from harness import photo
 from harness.daemon import THUMB_DAEMON, THUMB_QUEUE
+from harness.photo import albums, pictures
 
 PHOTO = "/volume1/photo"
 COVERS = "/var/services/photo"
@@ -26,12 +27,9 @@ def add(daemon, *names):
     daemon.index(*[f"A:{PHOTO}/{name}" for name in sorted(tops)])
 
 
-def pictures(daemon):
-    return [path[len(PHOTO) + 1:] for path in daemon.paths("photo_image")]
-
-
-def albums(daemon):
-    return {row["sharename"]: row["is_subdir"] for row in daemon.rows("photo_share")}
+def private(*names):
+    """These albums, none of them public, as `albums` gives them."""
+    return {name: ("f", "t" if "/" in name else "f") for name in names}
 
 
 def videos(daemon):
@@ -116,7 +114,7 @@ def test_everything_in_a_directory_follows_it_and_nothing_beside_it_does(daemon)
     assert {row["path"].replace("new_name", "a_b"): row["id"] for row in daemon.rows("photo_image")} == numbers
     assert daemon.row("photo_image", f"{PHOTO}/new_name/1.jpg")["album"] == "new_name"
     assert daemon.row("photo_image", f"{PHOTO}/new_name/deep/2.jpg")["album"] == "deep"
-    assert albums(daemon) == {name: ("t" if "/" in name else "f") for folder in now for name in (folder, f"{folder}/deep")}
+    assert albums(daemon) == private(*now, *[f"{folder}/deep" for folder in now])
     assert videos(daemon) == ["axb/1.avi", "new_name/1.avi", "new_name/deep/2.avi"]
 
 
@@ -136,7 +134,7 @@ def test_an_unknown_directory_is_indexed_as_a_new_one(daemon):
         daemon.write(f"{PHOTO}/{name}", photo.jpeg(3, 2))
     rename(daemon, "a", "c")
     assert pictures(daemon) == ["c/1.jpg", "c/b/2.jpg"]
-    assert albums(daemon) == {"c": "f", "c/b": "t"}
+    assert albums(daemon) == private("c", "c/b")
     assert sorted(daemon.lines(THUMB_QUEUE)) == [f"{PHOTO}/c", f"{PHOTO}/c/b"]
 
 
@@ -152,7 +150,7 @@ def test_albums_after_a_move_to_another_level(daemon, old, new, expected):
     add(daemon, "top/1.jpg", "top/sub/2.jpg", "top/sub/deep/3.jpg", "Archive/4.jpg")
     assert set(albums(daemon)) == {"top", "top/sub", "Archive"}
     rename(daemon, old, new)
-    assert albums(daemon) == {name: "t" if "/" in name else "f" for name in expected}
+    assert albums(daemon) == private(*expected)
     assert {name.startswith(f"{new}/") for name in pictures(daemon) if new.split("/")[-1] in name.split("/")} == {True}
 
 

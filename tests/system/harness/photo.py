@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Pictures byte by byte, what EXIF writers would never make, and the places of attribute files."""
+"""Pictures byte by byte, what EXIF writers would never make, places of attribute files, the library's content."""
 import struct
 
-ASCII, SHORT, LONG, RATIONAL = 2, 3, 4, 5
+ASCII, SHORT, LONG, RATIONAL, UNDEFINED = 2, 3, 4, 5, 7
 EXIF_POINTER = 0x8769
 TIFF_HEADER = 8
 
@@ -39,3 +39,13 @@ def directory(*entries, following=0, order="<", count=None):
     entries other than the true one."""
     body = b"".join(struct.pack(order + "HHII", *entry) for entry in entries)
     return struct.pack(order + "H", len(entries) if count is None else count) + body + struct.pack(order + "I", following)
+
+
+def pictures(daemon):
+    """The paths of the library's pictures, without the share's."""
+    return [path.removeprefix("/volume1/photo/") for path in daemon.paths("photo_image")]
+
+
+def albums(daemon):
+    """Whether each album is public, and whether it is a sub-album."""
+    return {row["sharename"]: (row["public"], row["is_subdir"]) for row in daemon.rows("photo_share")}
