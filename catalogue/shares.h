@@ -3,6 +3,8 @@
 // Where the media shares are reached, and what lies in them that is not media.
 #pragma once
 
+#include <stddef.h>
+
 // Symbolic links to the share directories on their volumes.
 inline constexpr char kMusicShareLink[] = "/var/services/music";
 inline constexpr char kVideoShareLink[] = "/var/services/video";
@@ -10,3 +12,10 @@ inline constexpr char kPhotoShareLink[] = "/var/services/photo";
 
 // The appliance keeps thumbnails and attributes of files in directories of this name.
 inline constexpr char kAttributeDirectory[] = "@eaDir";
+
+// The longest path of a share directory, terminator included.
+inline constexpr size_t kSharePathSize = 4096;
+
+// The directory that a share's link names, as the paths of rows begin: without a slash at its end. False when
+// there is no such link.
+[[nodiscard]] bool ShareTargetGet(const char *link, char (&target)[kSharePathSize]);

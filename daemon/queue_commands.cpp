@@ -3,7 +3,6 @@
 
 #include <string.h>
 #include <syslog.h>
-#include <unistd.h>
 
 #include "catalogue/features.h"
 #include "catalogue/shares.h"
@@ -120,8 +119,8 @@ void Reindex(const char *what) {
 void PhotoLibraryUpdate(const char *what) {
     if (strcmp(what, "photo") != 0)
         return;
-    char target[4096] = {};
-    if (readlink(kPhotoShareLink, target, sizeof target - 1) < 0) {
+    char target[kSharePathSize];
+    if (!ShareTargetGet(kPhotoShareLink, target)) {
         syslog(LOG_ERR, "%s (%d) Failed to read link of %s", kLogName, __LINE__, kPhotoShareLink);
         return;
     }

@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "daemon/walker.h"
 
-#include <linux/magic.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
-#include <sys/vfs.h>
 #include <syslog.h>
 #include <unistd.h>
 
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -17,6 +14,7 @@
 #include "catalogue/shares.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
+#include "daemon/walk_trail.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
 #include "platform/handle.h"
@@ -37,10 +35,7 @@ constexpr size_t kOpenLevels = 16;
 
 struct Level {
     size_t path_length; // of the directory in the walker's path buffer
-    dev_t device;
-    ino_t inode;
-    bool linked;  // reached through a link, or below a directory that was
-    off_t resume; // where to read on once the directory is opened again
+    off_t resume;       // where to read on once the directory is opened again
     DirHandle directory;
 };
 
@@ -49,9 +44,7 @@ struct Walk {
     int mask;
     char path[kPathSize];
     std::vector<Level> levels;
-    // Directories that a link below another link led into. Each is entered so only once: directories full of
-    // links to one another would otherwise be walked in every order there is.
-    std::set<std::pair<dev_t, ino_t>> linked_from_links;
+    WalkTrail trail; // a step for each level
 };
 
 void FileVisit(const char *path, int mode, int mask) {
@@ -66,29 +59,6 @@ void FileVisit(const char *path, int mode, int mask) {
     }
 }
 
-// True when the directory is one of those that the walk is in: a link back to an ancestor.
-bool IsOwnAncestor(const Walk &walk, const struct stat &status) {
-    for (const Level &level : walk.levels) {
-        if (level.inode == status.st_ino && level.device == status.st_dev)
-            return true;
-    }
-    return false;
-}
-
-// The kernel's own trees have no media, links to everywhere and no end.
-bool IsKernelTree(int directory) {
-    struct statfs system;
-    return fstatfs(directory, &system) == 0 &&
-           (system.f_type == PROC_SUPER_MAGIC || system.f_type == SYSFS_MAGIC);
-}
-
-// True when the directory has been entered from below another link before.
-bool IsLinkedAgain(Walk &walk, const struct stat &status, bool by_link) {
-    if (!by_link || walk.levels.empty() || !walk.levels.back().linked)
-        return false;
-    return !walk.linked_from_links.insert({status.st_dev, status.st_ino}).second;
-}
-
 // Opens the directory that the path buffer names and makes it the innermost level.
 void DirectoryEnter(Walk &walk, bool by_link) {
     if (IsRecyclePath(walk.path))
@@ -98,25 +68,26 @@ void DirectoryEnter(Walk &walk, bool by_link) {
         syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, walk.path);
         return;
     }
-    struct stat status;
-    if (fstat(dirfd(directory.get()), &status) != 0 || IsOwnAncestor(walk, status))
+    if (!WalkTrailEnter(&walk.trail, dirfd(directory.get()), by_link))
         return;
-    const bool other_device = walk.levels.empty() || walk.levels.back().device != status.st_dev;
-    if (IsLinkedAgain(walk, status, by_link) || (other_device && IsKernelTree(dirfd(directory.get()))))
-        return;
-    const bool linked = by_link || (!walk.levels.empty() && walk.levels.back().linked);
     if (walk.mask & kWalkMedia)
         IndexFileAdd(walk.path, walk.mode);
-    walk.levels.push_back({strlen(walk.path), status.st_dev, status.st_ino, linked, 0, std::move(directory)});
+    walk.levels.push_back({strlen(walk.path), 0, std::move(directory)});
 }
 
-// Opens a level's directory again where its reading stopped. False when the directory is no longer there.
-bool DirectoryReopen(const Walk &walk, Level &level) {
+void DirectoryLeave(Walk &walk) {
+    walk.levels.pop_back();
+    WalkTrailLeave(&walk.trail);
+}
+
+// Opens the innermost directory again where its reading stopped. False when the directory is no longer there.
+bool DirectoryReopen(Walk &walk) {
+    Level &level = walk.levels.back();
+    const WalkTrail::Step &step = walk.trail.steps.back();
     DirHandle directory(opendir(walk.path));
     struct stat status;
-    if (directory == nullptr || fstat(dirfd(directory.get()), &status) != 0 ||
-        status.st_dev != level.device || status.st_ino != level.inode ||
-        lseek(dirfd(directory.get()), level.resume, SEEK_SET) < 0) {
+    if (directory == nullptr || fstat(dirfd(directory.get()), &status) != 0 || status.st_dev != step.device ||
+        status.st_ino != step.inode || lseek(dirfd(directory.get()), level.resume, SEEK_SET) < 0) {
         syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, walk.path);
         return false;
     }
@@ -153,8 +124,8 @@ void LevelAdvance(Walk &walk) {
     const size_t depth = walk.levels.size();
     Level &level = walk.levels.back();
     walk.path[level.path_length] = '\0';
-    if (level.directory == nullptr && !DirectoryReopen(walk, level)) {
-        walk.levels.pop_back();
+    if (level.directory == nullptr && !DirectoryReopen(walk)) {
+        DirectoryLeave(walk);
         return;
     }
     while (const dirent *entry = readdir(level.directory.get())) {
@@ -181,7 +152,7 @@ void LevelAdvance(Walk &walk) {
         }
         walk.path[level.path_length] = '\0';
     }
-    walk.levels.pop_back();
+    DirectoryLeave(walk);
 }
 
 void TreeWalk(const char *path, int mode, int mask) {
@@ -250,8 +221,8 @@ int IndexDirWalk(const char *path, int mode, int mask) {
 }
 
 void ShareReindex(const char *link) {
-    char target[kPathSize] = {};
-    if (readlink(link, target, sizeof target - 1) < 0)
+    char target[kSharePathSize];
+    if (!ShareTargetGet(link, target))
         return;
     MediaInfoDBDelete(kMediaTree, target);
     IndexDirWalk(target, kIndexAdd, kWalkMedia);

@@ -2,7 +2,6 @@
 //
 // The albums' mark and sweep: every directory of the share marks its row, and rows without a mark go.
 #include <syslog.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -20,18 +19,14 @@ namespace {
 constexpr char kLogName[] = "photo_share.c";
 
 constexpr char kRecycleBin[] = "#recycle";
-constexpr size_t kPathSize = 4096;
 constexpr size_t kMarkStatementSize = 512;
 constexpr int kOpCreate = 1;
 
-bool ShareTargetGet(char (&target)[kPathSize], int line = __builtin_LINE()) {
-    const ssize_t length = readlink(kPhotoShareLink, target, sizeof target - 1);
-    if (length < 0) {
-        syslog(LOG_ERR, "%s (%d) Failed to read link of %s", kLogName, line, kPhotoShareLink);
-        return false;
-    }
-    target[length] = '\0';
-    return true;
+bool PhotoShareTargetGet(char (&target)[kSharePathSize], int line = __builtin_LINE()) {
+    if (ShareTargetGet(kPhotoShareLink, target))
+        return true;
+    syslog(LOG_ERR, "%s (%d) Failed to read link of %s", kLogName, line, kPhotoShareLink);
+    return false;
 }
 
 bool AlbumDirectoriesGet(const char *path, std::vector<std::string> *names) {
@@ -68,9 +63,9 @@ int ShareResync(const std::string &target) {
 } // namespace
 
 int PhotoShareMarkOne(const char *sharename) {
-    char target[kPathSize];
+    char target[kSharePathSize];
     SqlName name;
-    if (!ShareTargetGet(target) || !SqlNameEscape(sharename, &name, kLogName))
+    if (!PhotoShareTargetGet(target) || !SqlNameEscape(sharename, &name, kLogName))
         return -1;
     const PhotoRows rows(PhotoInfoDBOpen(
         kPhotoTableShare, "*",
@@ -94,8 +89,8 @@ int PhotoShareMarkOne(const char *sharename) {
 int PhotoShareResync(const char *path) {
     if (path != nullptr && PhotoShareLevelGet(path) != kAlbumTop)
         return 0;
-    char target[kPathSize];
-    if (!ShareTargetGet(target))
+    char target[kSharePathSize];
+    if (!PhotoShareTargetGet(target))
         return -1;
     return path == nullptr ? ShareResync(target) : AlbumResync(path);
 }

@@ -3,23 +3,24 @@
 // Brings the rows of the photo library in step with the disk.
 #include "photo/photo_sync.h"
 
+#include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <syslog.h>
-#include <unistd.h>
 
-#include <iterator>
 #include <unordered_set>
 
 #include "catalogue/shares.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
+#include "daemon/walk_trail.h"
 #include "photo/directory_names.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
 #include "photo/photo_rows.h"
 #include "photo/sql_text.h"
+#include "platform/handle.h"
 
 namespace {
 
@@ -29,9 +30,10 @@ constexpr size_t kPathSize = 4096;
 constexpr size_t kConditionRoom = 64; // beside the paths
 constexpr int kMediaVideoTable = 1;
 
-// Sub-directories that a level of the resync holds at a time; their directory is read again for the next.
-// Few directories have more, and a tree of the greatest depth then holds some megabytes of names.
-constexpr size_t kPortion = 256;
+// Sub-directories that a level of the resync holds at first. Few directories have more, and a tree of the
+// greatest depth then holds some megabytes of names. A directory is read again for each further portion, which
+// is twice as large as the one before, so that any number of names takes few readings.
+constexpr size_t kFirstPortion = 256;
 
 using Paths = std::vector<std::string>;
 using PathSet = std::unordered_set<std::string>;
@@ -70,77 +72,92 @@ void NewPathAdd(const char *path) {
 
 struct Level {
     std::string path;
-    dev_t device;
-    ino_t inode;
-    Paths names; // the portion of sub-directories
-    size_t next; // of them
+    Paths names;    // a portion of the sub-directories
+    size_t next;    // of them
+    size_t portion; // how many the next one holds at most
+    bool more;      // whether there may be a next one
 };
 
-bool IsOwnAncestor(const std::vector<Level> &levels, const struct stat &status) {
-    for (const Level &level : levels) {
-        if (level.inode == status.st_ino && level.device == status.st_dev)
-            return true;
-    }
+struct Resync {
+    std::vector<Level> levels;
+    WalkTrail trail; // a step for each level
+};
+
+bool Unreadable(const std::string &path, int line = __builtin_LINE()) {
+    syslog(LOG_ERR, "%s (%d) Failed to open directory %s", kLogName, line, path.c_str());
     return false;
 }
 
+// False when there are no more sub-directories, or they cannot be read.
 bool PortionRead(Level *level) {
     const std::string last = level->names.empty() ? std::string() : level->names.back();
+    if (!SubDirectoriesGet(level->path.c_str(), &level->names, last, level->portion))
+        return Unreadable(level->path);
     level->next = 0;
-    if (SubDirectoriesGet(level->path.c_str(), &level->names, last, kPortion))
-        return true;
-    syslog(LOG_ERR, "%s (%d) Failed to open directory %s", kLogName, __LINE__, level->path.c_str());
-    return false;
+    level->more = level->names.size() == level->portion;
+    level->portion *= 2;
+    return !level->names.empty();
 }
 
-// Refreshes a directory and makes it the innermost level. False when it cannot be read.
-bool DirectoryEnter(std::vector<Level> *levels, const std::string &path) {
-    struct stat status = {}; // of a path that is gone, which the listing finds out
-    if (IsRecyclePath(path.c_str()))
-        return true;
-    if (stat(path.c_str(), &status) == 0 && IsOwnAncestor(*levels, status))
-        return true;
-    Level level = {path, status.st_dev, status.st_ino, {}, 0};
-    if (!PortionRead(&level))
-        return false;
+bool IsLink(const std::string &path) {
+    struct stat status;
+    return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+bool DirectoryRefresh(const std::string &path) {
     Paths entries;
     const auto has_dot = [](const std::string &name, const dirent &) {
         return name.find('.') != std::string::npos;
     };
-    if (DirectoryNamesGet(path.c_str(), has_dot, &entries) && !entries.empty())
+    if (!DirectoryNamesGet(path.c_str(), has_dot, &entries))
+        return Unreadable(path);
+    if (!entries.empty())
         PhotoDirRefresh(path.c_str(), &entries);
-    levels->push_back(std::move(level));
+    return true;
+}
+
+// Refreshes a directory and makes it the innermost level. False when it cannot be read.
+bool DirectoryEnter(Resync *resync, const std::string &path, bool by_link) {
+    if (IsRecyclePath(path.c_str()))
+        return true;
+    const FdHandle directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory)
+        return Unreadable(path);
+    if (!WalkTrailEnter(&resync->trail, directory.get(), by_link))
+        return true;
+    if (!DirectoryRefresh(path)) {
+        WalkTrailLeave(&resync->trail);
+        return false;
+    }
+    resync->levels.push_back({path, {}, 0, kFirstPortion, true});
     return true;
 }
 
 // Goes on to the next sub-directory of the innermost level, or leaves it.
-void LevelAdvance(std::vector<Level> *levels) {
-    Level &level = levels->back();
-    if (level.next == level.names.size() && (level.names.size() < kPortion || !PortionRead(&level))) {
-        levels->pop_back();
-        return;
-    }
-    if (level.next == level.names.size()) { // the portion behind the last full one is empty
-        levels->pop_back();
+void LevelAdvance(Resync *resync) {
+    Level &level = resync->levels.back();
+    if (level.next == level.names.size() && !(level.more && PortionRead(&level))) {
+        resync->levels.pop_back();
+        WalkTrailLeave(&resync->trail);
         return;
     }
     const std::string path = level.path + '/' + level.names[level.next++];
     if (path.size() < kPathSize)
-        DirectoryEnter(levels, path);
+        DirectoryEnter(resync, path, IsLink(path));
 }
 
 int TreeResync(const std::string &path) {
-    std::vector<Level> levels;
-    if (!DirectoryEnter(&levels, path))
+    Resync resync;
+    if (!DirectoryEnter(&resync, path, false))
         return -1;
-    while (!levels.empty())
-        LevelAdvance(&levels);
+    while (!resync.levels.empty())
+        LevelAdvance(&resync);
     return 0;
 }
 
 int ShareResync() {
-    char target[kPathSize] = "";
-    if (readlink(kPhotoShareLink, target, sizeof target - 1) < 0) {
+    char target[kSharePathSize];
+    if (!ShareTargetGet(kPhotoShareLink, target)) {
         syslog(LOG_ERR, "%s (%d) Failed to read link of %s", kLogName, __LINE__, kPhotoShareLink);
         return -1;
     }

@@ -7,9 +7,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
 
 #include "catalogue/features.h"
+#include "photo/photo_index.h"
+#include "photo/photo_share.h"
 #include "platform/veludb.h"
 #include "platform/veluindex.h"
 #include "tests/unit/exif_bytes.h"
@@ -40,6 +43,19 @@ inline std::string PhotoField(const std::string &column) {
 
 inline std::string Albums(const std::string &columns = "sharename") {
     return PhotoQuery("select " + columns + " as x from photo_share order by sharename");
+}
+
+// Makes a picture with its row.
+inline void PictureAdd(const std::string &path) {
+    FileWrite(path, exif_bytes::PlainJpeg(4, 3));
+    EXPECT_EQ(PhotoIndexAdd(path.c_str(), kPhotoFileAdd), 0);
+}
+
+// Makes a directory of the photo share with its album, down to one level below the top.
+inline void AlbumAdd(const std::string &name) {
+    const std::string path = "/volume1/photo/" + name;
+    std::filesystem::create_directories(path);
+    PhotoShareUpdate(path.c_str(), 1);
 }
 
 // A converter that writes its arguments to /tmp/converted.

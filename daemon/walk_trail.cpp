@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "daemon/walk_trail.h"
+
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <sys/vfs.h>
+
+namespace {
+
+// True for a link back to an ancestor.
+bool IsOwnAncestor(const WalkTrail &trail, const struct stat &status) {
+    for (const WalkTrail::Step &step : trail.steps) {
+        if (step.inode == status.st_ino && step.device == status.st_dev)
+            return true;
+    }
+    return false;
+}
+
+// The kernel's own trees have no media, links to everywhere and no end.
+bool IsKernelTree(int directory) {
+    struct statfs system;
+    return fstatfs(directory, &system) == 0 &&
+           (system.f_type == PROC_SUPER_MAGIC || system.f_type == SYSFS_MAGIC);
+}
+
+// True when the directory has been entered from below another link before: directories full of links to one
+// another would otherwise be walked in every order there is.
+bool IsLinkedAgain(WalkTrail *trail, const struct stat &status, bool by_link) {
+    if (!by_link || trail->steps.empty() || !trail->steps.back().linked)
+        return false;
+    return !trail->linked_from_links.insert({status.st_dev, status.st_ino}).second;
+}
+
+} // namespace
+
+bool WalkTrailEnter(WalkTrail *trail, int directory, bool by_link) {
+    struct stat status;
+    if (fstat(directory, &status) != 0 || IsOwnAncestor(*trail, status))
+        return false;
+    const bool other_device = trail->steps.empty() || trail->steps.back().device != status.st_dev;
+    if ((other_device && IsKernelTree(directory)) || IsLinkedAgain(trail, status, by_link))
+        return false;
+    const bool linked = by_link || (!trail->steps.empty() && trail->steps.back().linked);
+    trail->steps.push_back({status.st_dev, status.st_ino, linked});
+    return true;
+}
+
+void WalkTrailLeave(WalkTrail *trail) {
+    trail->steps.pop_back();
+}

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Where a walk through a tree stands, so that links to directories are followed and every walk ends.
+#pragma once
+
+#include <sys/types.h>
+
+#include <set>
+#include <utility>
+#include <vector>
+
+struct WalkTrail {
+    struct Step {
+        dev_t device;
+        ino_t inode;
+        bool linked; // reached through a link, or below a directory that was
+    };
+    std::vector<Step> steps; // the directories that the walk is in, the innermost last
+    // Directories that a link below another link led into.
+    std::set<std::pair<dev_t, ino_t>> linked_from_links;
+};
+
+// Makes an open directory, reached `by_link` or not, the innermost one. False, with nothing changed, for one
+// that the walk must leave out: a directory that it is in already, one that was entered from below another
+// link before, and the kernel's own trees.
+[[nodiscard]] bool WalkTrailEnter(WalkTrail *trail, int directory, bool by_link);
+
+// Leaves the innermost directory.
+void WalkTrailLeave(WalkTrail *trail);

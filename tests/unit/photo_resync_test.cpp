@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The resync of the photo library with the disk.
+#include <filesystem>
+
+#include "photo/photo_sync.h"
+#include "photo_catalogue.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+using PhotoResyncTest = PhotoLibraryFixture;
+}
+
+TEST_F(PhotoResyncTest, AResyncOfTheShareFollowsTheDisk) {
+    for (const char *path :
+         {"/volume1/photo/gone.jpg", "/volume1/photo/kept.jpg", "/volume1/photo/D/gone.jpg"})
+        PictureAdd(path);
+    fs::remove("/volume1/photo/gone.jpg");
+    fs::remove_all("/volume1/photo/D");
+    for (const char *path :
+         {"/volume1/photo/new.jpg", "/volume1/photo/E.x/F/new.jpg", "/volume1/photo/@eaDir/e.jpg",
+          "/volume1/photo/my@eaDir/e.jpg", "/volume1/photo/#recycle/r.jpg", "/volume1/photo/.hidden/h.jpg",
+          "/volume1/photo/E.x/#recycle/deep.jpg"})
+        FileWrite(path, "x");
+    fs::create_directory_symlink("/volume1/photo", "/volume1/photo/E.x/loop");
+    const auto before = fs::current_path();
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("path"), "/volume1/photo/E.x/#recycle/deep.jpg|/volume1/photo/E.x/F/new.jpg|"
+                                  "/volume1/photo/kept.jpg|/volume1/photo/new.jpg");
+    EXPECT_EQ(fs::current_path(), before);
+}
+
+TEST_F(PhotoResyncTest, AResyncOfATreeRemovesNothing) {
+    PictureAdd("/volume1/photo/D/gone.jpg");
+    fs::remove("/volume1/photo/D/gone.jpg");
+    FileWrite("/volume1/photo/D/new.jpg", "x");
+    EXPECT_EQ(PhotoLibraryResync("/volume1/photo/D"), 0);
+    EXPECT_EQ(PhotoField("name"), "gone.jpg|new.jpg");
+    EXPECT_EQ(PhotoLibraryResync("/volume1/photo/#recycle/x"), 0);
+}
+
+TEST_F(PhotoResyncTest, AShareThatCannotBeReadLosesNothing) {
+    PictureAdd("/volume1/photo/a.jpg");
+    fs::remove("/var/services/photo");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), -1);
+    EXPECT_EQ(LogTakeTexts(), Texts{"photo_index.c# Failed to read link of /var/services/photo"});
+    fs::create_directory_symlink("/volume1/none", "/var/services/photo");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), -1);
+    EXPECT_EQ(PhotoField("name"), "a.jpg");
+}
+
+TEST_F(PhotoResyncTest, MoreDirectoriesThanAPortionAreAllVisitedOnce) {
+    VELUIndexRunBegin();
+    for (int i = 0; i < 600; ++i)
+        FileWrite("/volume1/photo/d" + std::to_string(i) + "/a.jpg", "x");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    VELUIndexRunEnd();
+    EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image"), "600");
+}
+
+TEST_F(PhotoResyncTest, ADeepTreeCostsNoDescriptors) {
+    std::string path = "/volume1/photo";
+    for (int i = 0; i < 1500; ++i) {
+        path += "/d";
+        mkdir(path.c_str(), 0755);
+    }
+    FileWrite(path + "/a.jpg", "x");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("path"), path + "/a.jpg");
+}
+
+TEST_F(PhotoResyncTest, ARunThatWasKilledIsRepairedByTheNext) {
+    PictureAdd("/volume1/photo/a.jpg");
+    PictureAdd("/volume1/photo/D/b.jpg");
+    PictureAdd("/volume1/photo/D/gone.jpg");
+    ASSERT_EQ(VELUPhotoInitAllRows(), 0); // as far as the other came
+    fs::remove("/volume1/photo/D/gone.jpg");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("name || updated"), "b.jpg1|a.jpg1");
+}
+
+TEST_F(PhotoResyncTest, ACatalogueThatRefusesIsLogged) {
+    PictureAdd("/volume1/photo/a.jpg");
+    PhotoDBExec("create trigger no_sweep before delete on photo_image begin select raise(abort, 'no'); end");
+    PhotoDBExec("insert into photo_image (path) values ('/gone.jpg')");
+    LogTake();
+    EXPECT_EQ(PhotoLibraryResync(nullptr), -1);
+    EXPECT_EQ(LogTakeTexts().back(), "photo_index.c# Failed to delete none updated rows.");
+    PhotoDBExec("create trigger no_mark before update on photo_image begin select raise(abort, 'no'); end");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), -1);
+    EXPECT_EQ(LogTakeTexts().back(), "photo_index.c# Failed to set updated to 0 for all rows.");
+}
+
+TEST_F(PhotoResyncTest, ASlashAtTheEndOfTheLinkIsNoPartOfThePaths) {
+    PictureAdd("/volume1/photo/a.jpg");
+    fs::remove("/var/services/photo");
+    fs::create_directory_symlink("/volume1/photo/", "/var/services/photo");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("path"), "/volume1/photo/a.jpg");
+}
+
+TEST_F(PhotoResyncTest, LinksToDirectoriesAreFollowed) {
+    FileWrite("/volume1/video/real/a.jpg", "x");
+    fs::create_directory_symlink("/volume1/video/real", "/volume1/photo/linked");
+    fs::create_symlink("/volume1/video/real/a.jpg", "/volume1/photo/b.jpg");
+    fs::create_directory_symlink("/nowhere", "/volume1/photo/dangling");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("path"), "/volume1/photo/b.jpg|/volume1/photo/linked/a.jpg");
+}
+
+// In every order there is, seven directories would be more than ten thousand.
+TEST_F(PhotoResyncTest, DirectoriesFullOfLinksToOneAnotherAreRefreshedOnce) {
+    constexpr int kDirectories = 7;
+    const auto name = [](int i) { return "/volume1/photo/d" + std::to_string(i); };
+    for (int i = 0; i < kDirectories; ++i)
+        FileWrite(name(i) + "/a.jpg", "x");
+    for (int i = 0; i < kDirectories; ++i) {
+        for (int j = 0; j < kDirectories; ++j) {
+            if (i != j)
+                fs::create_directory_symlink(name(j), name(i) + "/to" + std::to_string(j));
+        }
+    }
+    VELUIndexRunBegin();
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    VELUIndexRunEnd();
+    // Its directories, what each links to, and each of them once from below a link.
+    constexpr int kMost = kDirectories + kDirectories * (kDirectories - 1) + kDirectories;
+    const int rows = std::stoi(PhotoQuery("select count(*) as x from photo_image"));
+    EXPECT_LE(rows, kMost);
+    EXPECT_GE(rows, kMost - kDirectories);
+}
+
+TEST_F(PhotoResyncTest, TheKernelsTreesAreLeftOut) {
+    fs::create_directory_symlink("/proc", "/volume1/photo/proc");
+    FileWrite("/volume1/photo/a.jpg", "x");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("path"), "/volume1/photo/a.jpg");
+}
