@@ -38,6 +38,18 @@ PhotoRows RowsOpen(int table, const std::string &condition, int line = __builtin
     return rows;
 }
 
+// True when one of the paths is the given one or lies under it. Siblings whose names begin with the same
+// letters ("a.jpg.jpg" beside "a.jpg") do not count.
+bool HoldsPath(const PhotoPathList *list, const char *path) {
+    const size_t length = strlen(path);
+    for (; list != nullptr; list = list->next) {
+        if (strncmp(list->path, path, length) == 0 &&
+            (list->path[length] == '\0' || list->path[length] == '/'))
+            return true;
+    }
+    return false;
+}
+
 // A path that the catalogue does not know yet.
 int UnknownPathAdd(const char *path, bool is_file, PhotoFileKind kind) {
     if (!is_file)
@@ -72,12 +84,14 @@ int PhotoPathRename(const char *new_path, const char *old_path, int is_dir) {
     if (!SqlNameEscape(old_path, &old_name, kLogName))
         return -1;
     const char *pattern = old_name.pattern.c_str();
-    const PhotoRows rows =
+    PhotoRows rows =
         RowsOpen(kPhotoTableImage, is_dir ? SqlFormat(kConditionSize, "path like '%s/%%'", pattern)
                                           : SqlFormat(kConditionSize, "path like '%s%%'", pattern));
     if (rows == nullptr)
         return -1;
-    if (VELUDBRowCount(VELUIndexRowsResult(rows.get())) == 0)
+    const PathList list(PhotoPathDBGet(rows.get()));
+    rows.reset(); // while rows are open, each write is a transaction of its own
+    if (!HoldsPath(list.get(), old_path))
         return UnknownPathAdd(new_path, is_file, kind);
     if (is_file && kind != PhotoFileKind::picture) {
         PhotoIndexDelete(old_path);
@@ -85,7 +99,6 @@ int PhotoPathRename(const char *new_path, const char *old_path, int is_dir) {
     }
     if (is_file)
         PhotoInfoDBDelete(new_path);
-    const PathList list(PhotoPathDBGet(rows.get()));
     if (VELUUpdatePhotoPath(list.get(), new_path, old_path) == 0)
         return 0;
     syslog(LOG_ERR, "%s (%d) Failed to rename to new path.", kLogName, __LINE__);
