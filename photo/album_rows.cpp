@@ -26,6 +26,19 @@ PhotoRows AlbumsOpen(const char *condition, const char *order, int limit, int li
     return rows;
 }
 
+// Moves every cover that lies in an album that was renamed, whichever album shows it.
+int CoversMove(const char *new_sharename, const SqlName &from) {
+    SqlName to;
+    if (!SqlNameEscape(new_sharename, &to, kLogName))
+        return -1;
+    const std::string sql =
+        SqlFormat(from.literal.size() + from.pattern.size() + to.literal.size() + kStatementRoom,
+                  "UPDATE photo_share SET cover = replace(cover, '/var/services/photo/%s/', "
+                  "'/var/services/photo/%s/') WHERE cover like '/var/services/photo/%s/%%'",
+                  from.literal.c_str(), to.literal.c_str(), from.pattern.c_str());
+    return AlbumExec(sql) < 0 ? -1 : 0;
+}
+
 } // namespace
 
 int AlbumExec(const std::string &sql, int line) {
@@ -107,10 +120,10 @@ int VELUPhotoShareRenameSubDir(const char *new_sharename, const char *old_sharen
         const std::string sql =
             SqlFormat(kRenameStatementSize, "Update photo_share set sharename = '%s' where sharename = '%s'",
                       to_name.literal.c_str(), from_name.literal.c_str());
-        if (AlbumExec(sql) < 0 || AlbumCoverMove(to.c_str(), from.c_str()) != 0)
+        if (AlbumExec(sql) < 0)
             return -1;
     }
-    return 0;
+    return CoversMove(new_sharename, old_name);
 }
 
 int PhotoShareMarkAll(const char *prefix) {

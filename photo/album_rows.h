@@ -19,7 +19,8 @@ int AlbumExec(const std::string &sql, int line = __builtin_LINE());
 
 int VELUPhotoShareSubDirUpdatePublic(const char *sharename, const char *value);
 
-// Gives the sub-albums of an album that was renamed its new name, in their covers' paths as well.
+// Gives the sub-albums of an album that was renamed its new name, and so the covers that lie in it, whichever
+// album shows them.
 int VELUPhotoShareRenameSubDir(const char *new_sharename, const char *old_sharename);
 
 // Moves the cover path of an album, whose row has the new name already.

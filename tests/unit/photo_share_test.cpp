@@ -15,10 +15,6 @@ namespace {
 
 class PhotoShareTest : public PhotoLibraryFixture {
 protected:
-    static void Add(const std::string &album) {
-        fs::create_directories("/volume1/photo/" + album);
-        PhotoShareUpdate(("/volume1/photo/" + album).c_str(), 1);
-    }
     static std::string Rights() {
         return PhotoQuery(
             "select userid || ':' || shareid as x from photo_access_right order by shareid, userid");
@@ -51,10 +47,10 @@ TEST_F(PhotoShareTest, BadParametersAreLogged) {
 
 TEST_F(PhotoShareTest, AlbumsAreMadeDownToOneLevelBelowTheTop) {
     FileWrite("/etc/veluinfo.conf", "albumdefpublic=\"YES\"\n");
-    Add("Trips");
+    AlbumAdd("Trips");
     FileWrite("/etc/veluinfo.conf", "albumdefpublic=\"no\"\n");
-    Add("Trips/2009");
-    Add("Trips/2009/May");
+    AlbumAdd("Trips/2009");
+    AlbumAdd("Trips/2009/May");
     EXPECT_EQ(
         Albums("shareid || ',' || sharename || ',' || public || ',' || is_subdir || ',' || updated || ',' || "
                "allow_comment || ',' || hits || ',' || cover"),
@@ -63,7 +59,7 @@ TEST_F(PhotoShareTest, AlbumsAreMadeDownToOneLevelBelowTheTop) {
 }
 
 TEST_F(PhotoShareTest, AMissingDefaultIsLoggedUnderAnotherKeysName) {
-    Add("Trips");
+    AlbumAdd("Trips");
     EXPECT_EQ(Albums("public"), "f");
     EXPECT_EQ(LogTakeTexts(), Texts{"photo_share.c# Can't get key valude. key=supportcinehall"});
 }
@@ -71,21 +67,21 @@ TEST_F(PhotoShareTest, AMissingDefaultIsLoggedUnderAnotherKeysName) {
 TEST_F(PhotoShareTest, TheUsersChoiceGoesBeforeTheDefault) {
     FileWrite("/etc/veluinfo.conf", "albumdefpublic=\"no\"\n");
     FileWrite("/volume1/photo/@eaDir/A/VELUPHOTO:PUBLIC", "1\n");
-    Add("A");
+    AlbumAdd("A");
     FileWrite("/etc/veluinfo.conf", "albumdefpublic=\"yes\"\n");
     FileWrite("/volume1/photo/@eaDir/B/VELUPHOTO:PUBLIC", "0");
-    Add("B");
+    AlbumAdd("B");
     EXPECT_EQ(Albums("public"), "t|f");
     EXPECT_FALSE(fs::exists("/volume1/photo/@eaDir/A/VELUPHOTO:PUBLIC"));
 }
 
 TEST_F(PhotoShareTest, RightsOfAnAlbumThatIsNotPublicAreCopied) {
     FileWrite("/etc/veluinfo.conf", "albumdefpublic=\"no\"\n");
-    Add("Trips");
+    AlbumAdd("Trips");
     PhotoDBExec("insert into photo_access_right values (7, 1, 'x')");
     PhotoDBExec("insert into photo_access_right values (8, 1, 'x')");
     PhotoDBExec("insert into photo_access_right values (9, 5, 'x')");
-    Add("Trips/2009");
+    AlbumAdd("Trips/2009");
     EXPECT_EQ(Rights(), "7:1|8:1|7:2|8:2|9:5");
     const std::string granted = PhotoQuery("select granted as x from photo_access_right where shareid = 2");
     EXPECT_EQ(granted.size(), 25U * 2 + 1);
@@ -94,9 +90,9 @@ TEST_F(PhotoShareTest, RightsOfAnAlbumThatIsNotPublicAreCopied) {
 
 TEST_F(PhotoShareTest, RightsOfAPublicAlbumAreNot) {
     FileWrite("/etc/veluinfo.conf", "albumdefpublic=\"yes\"\n");
-    Add("Trips");
+    AlbumAdd("Trips");
     PhotoDBExec("insert into photo_access_right values (7, 1, 'x')");
-    Add("Trips/2009");
+    AlbumAdd("Trips/2009");
     EXPECT_EQ(Rights(), "7:1");
 }
 
@@ -110,7 +106,7 @@ TEST_F(PhotoShareTest, ASubAlbumWithoutItsAlbumCountsAsFailedButStays) {
 
 TEST_F(PhotoShareTest, AnAlbumGoesWithItsSubAlbumsAndNoOther) {
     for (const char *album : {"a_", "a_/1", "ab", "ab/1", "a_x", "o'a", "o'a/1"})
-        Add(album);
+        AlbumAdd(album);
     EXPECT_EQ(PhotoShareUpdate("/volume1/photo/a_", 2), 0);
     EXPECT_EQ(Albums(), "a_x|ab|ab/1|o'a|o'a/1");
     EXPECT_EQ(PhotoShareUpdate("/volume1/photo/o'a", 2), 0);
@@ -139,12 +135,34 @@ TEST_F(PhotoShareTest, ATreeIsAddedInTheOrderOfItsNames) {
 
 TEST_F(PhotoShareTest, ARenamedAlbumTakesItsSubAlbumsAndCoversWithIt) {
     for (const char *album : {"Tr_ps", "Tr_ps/2009", "Trips", "Trips/2009"})
-        Add(album);
+        AlbumAdd(album);
     PhotoDBExec("update photo_share set cover = '/var/services/photo/' || sharename || '/c.jpg'");
     EXPECT_EQ(PhotoShareRename("/volume1/photo/Travel", "/volume1/photo/Tr_ps"), 0);
     EXPECT_EQ(Albums("sharename || ' ' || cover || ' ' || is_subdir"),
               "Travel /var/services/photo/Travel/c.jpg f|Travel/2009 /var/services/photo/Travel/2009/c.jpg t|"
               "Trips /var/services/photo/Trips/c.jpg f|Trips/2009 /var/services/photo/Trips/2009/c.jpg t");
+}
+
+TEST_F(PhotoShareTest, EveryCoverInARenamedAlbumMovesWhicheverAlbumShowsIt) {
+    for (const char *album : {"Best", "Trips", "Trips/2009", "Trips2"})
+        AlbumAdd(album);
+    PhotoDBExec("update photo_share set cover = '/var/services/photo/Trips/2009/c.jpg'");
+    PhotoDBExec(
+        "update photo_share set cover = '/var/services/photo/Trips/c.jpg' where sharename = 'Trips/2009'");
+    PhotoDBExec(
+        "update photo_share set cover = '/var/services/photo/Trips2/c.jpg' where sharename = 'Trips2'");
+    EXPECT_EQ(PhotoShareRename("/volume1/photo/Travel", "/volume1/photo/Trips"), 0);
+    EXPECT_EQ(Albums("sharename || ' ' || substr(cover, 21)"),
+              "Best Travel/2009/c.jpg|Travel Travel/2009/c.jpg|Travel/2009 Travel/c.jpg|Trips2 Trips2/c.jpg");
+}
+
+TEST_F(PhotoShareTest, ASubAlbumRenamedKeepsItsPlaceAndMovesItsCover) {
+    for (const char *album : {"A", "A/1", "B"})
+        AlbumAdd(album);
+    PhotoDBExec("update photo_share set cover = '/var/services/photo/' || sharename || '/c.jpg'");
+    EXPECT_EQ(PhotoShareRename("/volume1/photo/B/2", "/volume1/photo/A/1"), 0);
+    EXPECT_EQ(Albums("shareid || sharename || is_subdir || substr(cover, 21)"),
+              "1AfA/c.jpg|3BfB/c.jpg|2B/2tB/2/c.jpg");
 }
 
 TEST_F(PhotoShareTest, ARenameOfAnUnknownAlbumCreatesItAndFailsAllTheSame) {
@@ -165,14 +183,14 @@ TEST_F(PhotoShareTest, ARenameBelowTheAlbumsFailsSilently) {
 
 TEST_F(PhotoShareTest, AnAlbumMovedIntoAnotherLosesItsSubAlbums) {
     for (const char *album : {"A", "A/1", "B"})
-        Add(album);
+        AlbumAdd(album);
     EXPECT_EQ(PhotoShareRename("/volume1/photo/B/A", "/volume1/photo/A"), 0);
     EXPECT_EQ(Albums("sharename || is_subdir"), "Bf|B/At");
 }
 
 TEST_F(PhotoShareTest, ASubAlbumMovedToTheTopGetsSubAlbums) {
     for (const char *album : {"A", "A/B"})
-        Add(album);
+        AlbumAdd(album);
     fs::create_directories("/volume1/photo/B/x");
     EXPECT_EQ(PhotoShareRename("/volume1/photo/B", "/volume1/photo/A/B"), 0);
     EXPECT_EQ(Albums("sharename || is_subdir"), "Af|Bf|B/xt");
@@ -180,7 +198,7 @@ TEST_F(PhotoShareTest, ASubAlbumMovedToTheTopGetsSubAlbums) {
 
 TEST_F(PhotoShareTest, AResyncFollowsTheDisk) {
     for (const char *album : {"Kept", "Kept/1", "Gone", "Gone/1", "Kept/gone"})
-        Add(album);
+        AlbumAdd(album);
     fs::remove_all("/volume1/photo/Gone");
     fs::remove("/volume1/photo/Kept/gone");
     for (const char *name : {"#recycle/a", "@eaDir/a", "New/1/2", "Kept/#recycle", "Kept/@eaDir"})
@@ -192,8 +210,8 @@ TEST_F(PhotoShareTest, AResyncFollowsTheDisk) {
 }
 
 TEST_F(PhotoShareTest, AResyncOfOneAlbumAddsItsSubAlbumsAndRemovesNothing) {
-    Add("A");
-    Add("A/gone");
+    AlbumAdd("A");
+    AlbumAdd("A/gone");
     fs::remove("/volume1/photo/A/gone");
     fs::create_directories("/volume1/photo/A/new");
     EXPECT_EQ(PhotoShareResync("/volume1/photo/A"), 0);
@@ -202,7 +220,7 @@ TEST_F(PhotoShareTest, AResyncOfOneAlbumAddsItsSubAlbumsAndRemovesNothing) {
 }
 
 TEST_F(PhotoShareTest, AShareThatCannotBeReadLosesNothing) {
-    Add("A");
+    AlbumAdd("A");
     fs::remove("/var/services/photo");
     LogTake();
     EXPECT_EQ(PhotoShareResync(nullptr), -1);
@@ -214,9 +232,28 @@ TEST_F(PhotoShareTest, AShareThatCannotBeReadLosesNothing) {
     EXPECT_EQ(Albums(), "A");
 }
 
+TEST_F(PhotoShareTest, ASlashAtTheEndOfTheLinkIsNoPartOfTheNames) {
+    AlbumAdd("A");
+    fs::create_directories("/volume1/photo/B/1");
+    fs::remove("/var/services/photo");
+    fs::create_directory_symlink("/volume1/photo/", "/var/services/photo");
+    EXPECT_EQ(PhotoShareResync(nullptr), 0);
+    EXPECT_EQ(Albums(), "A|B|B/1");
+}
+
+TEST_F(PhotoShareTest, TheFileSystemDecidesWhetherEntriesAreLookedAt) {
+    PhotoShareNeedsStat = 1;
+    fs::remove("/var/services/photo");
+    PhotoShareFsCheck();
+    EXPECT_EQ(PhotoShareNeedsStat, 1); // nothing is known
+    fs::create_directory_symlink("/volume1/photo", "/var/services/photo");
+    PhotoShareFsCheck();
+    EXPECT_EQ(PhotoShareNeedsStat, 0);
+}
+
 TEST_F(PhotoShareTest, MarksOfOneAlbumsSubAlbums) {
     for (const char *album : {"A", "A/1", "B", "B/1"})
-        Add(album);
+        AlbumAdd(album);
     EXPECT_EQ(PhotoShareMarkAll("A"), 0);
     EXPECT_EQ(Albums("updated"), "1|0|1|1");
     EXPECT_EQ(PhotoShareSweep("B"), 0);
