@@ -74,6 +74,14 @@ TEST_F(PhotoEaTest, AFileThatCannotBeReadStays) {
     EXPECT_EQ(LogTakeTexts(), Texts{"photo_index.c# fgets() failed."});
 }
 
+TEST_F(PhotoEaTest, AFileThatCannotBeOpenedIsLogged) {
+    fs::create_directories(fs::path(kTitleFile).parent_path());
+    ASSERT_EQ(mknod(kTitleFile.c_str(), S_IFSOCK | 0600, 0), 0);
+    EXPECT_EQ(EaRead(), "(none)");
+    EXPECT_TRUE(fs::exists(kTitleFile));
+    EXPECT_EQ(LogTakeTexts(), Texts{"photo_index.c# failed to open file " + kTitleFile + "."});
+}
+
 TEST_F(PhotoEaTest, APipeIsNotWaitedFor) {
     fs::create_directories(fs::path(kTitleFile).parent_path());
     ASSERT_EQ(mkfifo(kTitleFile.c_str(), 0600), 0);
@@ -93,6 +101,18 @@ TEST_F(PhotoEaTest, TheStreamStaysOpenButOnlyTheLastOne) {
         EaRead();
     }
     EXPECT_EQ(OpenFiles(), open_files);
+}
+
+TEST_F(PhotoEaTest, TitleAndDescriptionKeepTheirLineEnd) {
+    FileWrite(kTitleFile, "Holiday\n");
+    FileWrite(kDescFile, std::string(300, 'd') + "\n");
+    PhotoRecord record = {};
+    EXPECT_EQ(PhotoTitleGet(kPicture.c_str(), &record), 1);
+    EXPECT_EQ(PhotoDescGet(kPicture.c_str(), &record), 1);
+    EXPECT_STREQ(record.title, "Holiday\n");
+    EXPECT_EQ(record.description, std::string(254, 'd'));
+    EXPECT_EQ(PhotoTitleGet(kPicture.c_str(), &record), 0);
+    EXPECT_STREQ(record.title, "Holiday\n");
 }
 
 TEST_F(PhotoIndexTest, BadParametersAreLogged) {
@@ -142,6 +162,33 @@ TEST_F(PhotoIndexTest, ASizeAbove8000IsZeroEvenThePicturesOwn) {
     EXPECT_EQ(PhotoField("width || 'x' || height"), "0x24");
 }
 
+TEST_F(PhotoIndexTest, AnExifWidthAbove8000IsZeroUnlessThePictureHasItsOwn) {
+    using namespace exif_bytes;
+    const std::string wide = Block({}, {}, {Long(0xA002, 9000), Long(0xA003, 10)});
+    FileWrite(kPicture, JpegWithoutFrame(wide));
+    EXPECT_EQ(PhotoIndexAdd(kPicture.c_str(), 1), 0);
+    EXPECT_EQ(PhotoField("width || 'x' || height"), "0x10");
+    FileWrite(kPicture, Jpeg(wide, 8000, 24));
+    EXPECT_EQ(PhotoIndexAdd(kPicture.c_str(), 5), 0);
+    EXPECT_EQ(PhotoField("width || 'x' || height"), "8000x24");
+}
+
+TEST_F(PhotoIndexTest, AnEmptyTitleOfTheUserIsNoneAndItsFileIsGone) {
+    FileWrite(kPicture, "x");
+    FileWrite(kTitleFile, "\n");
+    EXPECT_EQ(PhotoIndexAdd(kPicture.c_str(), 1), 0);
+    EXPECT_EQ(PhotoField("title"), "a.b");
+    EXPECT_FALSE(fs::exists(kTitleFile));
+}
+
+TEST_F(PhotoIndexTest, ADirectoryNameThatFillsTheAlbumIsLogged) {
+    const std::string path = "/volume1/photo/" + std::string(255, 'd') + "/a.jpg";
+    FileWrite(path, "x");
+    EXPECT_EQ(PhotoIndexAdd(path.c_str(), 1), 0);
+    EXPECT_EQ(PhotoField("album"), std::string(254, 'd'));
+    EXPECT_EQ(LogTakeTexts(), Texts{"photo_index.c# Impossible error."});
+}
+
 TEST_F(PhotoIndexTest, FilesFrom1ByteToBelow20MiBAreSaved) {
     FileWrite("/volume1/photo/a.jpg", "x");
     FileWrite("/volume1/photo/b.jpg", "x");
@@ -184,6 +231,12 @@ TEST_F(PhotoIndexTest, OnlyTheRowOfAFileThatIsGoneIsRemoved) {
     unlink("/volume1/photo/a.jpg");
     EXPECT_EQ(PhotoLibraryFileUpdate("/volume1/photo/a.jpg", 2), 0);
     EXPECT_EQ(PhotoField("name"), "");
+}
+
+TEST_F(PhotoIndexTest, ARemovalThatTheCatalogueRefusesIsLoggedAndCountsAsTried) {
+    FileWrite("/etc/veluinfo.conf", "photodb=\"nothing:\"\n");
+    EXPECT_EQ(PhotoIndexDelete("/volume1/photo/a.jpg"), 0);
+    EXPECT_EQ(LogTakeTexts().back(), "photo_index.c# Failed to remove /volume1/photo/a.jpg from database.");
 }
 
 TEST_F(PhotoIndexTest, WhatIsNoPictureOrVideoIsNotHandled) {

@@ -3,10 +3,14 @@
 
 #include <linux/capability.h>
 #include <signal.h>
+#include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <regex>
 
 #include "photo_catalogue.h"
 
@@ -97,6 +101,45 @@ TEST_F(PhotoQueueTest, AFolderWithoutRightsIsTried17TimesWith16PausesOfASecond) 
                                 return text.find("failed, reason=Permission denied\n") != std::string::npos;
                             }),
               17);
+}
+
+TEST_F(PhotoQueueTest, AFailedWriteIsLogged) {
+    rlimit before;
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit none = {0, before.rlim_max};
+    signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &none);
+    const int result = WriteThumbQueue("/photo/a", kThumbQueue);
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, SIG_DFL);
+    EXPECT_EQ(result, -1);
+    const Texts texts = LogTakeTexts();
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_EQ(std::regex_replace(texts[0], std::regex("WriteThumbQueue\\([0-9]+\\)"), "WriteThumbQueue#"),
+              "photo_index.c: WriteThumbQueue# - failed to write (/photo/a, 8) into "
+              "/var/spool/thumb_create.queue, reason=File too large");
+}
+
+TEST_F(PhotoQueueTest, AFailedLockIsLogged) {
+    FileWrite(kThumbQueue, "");
+    FILE *other = fopen(kThumbQueue, "re");
+    ASSERT_EQ(flock(fileno(other), LOCK_EX), 0);
+    struct sigaction interrupting = {};
+    interrupting.sa_handler = [](int) {};
+    sigaction(SIGALRM, &interrupting, nullptr); // without SA_RESTART
+    const itimerval soon = {{0, 50'000}, {0, 50'000}};
+    const itimerval never = {};
+    setitimer(ITIMER_REAL, &soon, nullptr);
+    EXPECT_EQ(WriteThumbQueue("/photo/a", kThumbQueue), -1);
+    setitimer(ITIMER_REAL, &never, nullptr);
+    signal(SIGALRM, SIG_DFL);
+    fclose(other);
+    const Texts texts = LogTakeTexts();
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_NE(texts[0].find(" - failed to lock file descriptor of /var/spool/thumb_create.queue, "
+                            "reason=Interrupted system call"),
+              std::string::npos);
+    EXPECT_EQ(FileRead(kThumbQueue), "");
 }
 
 TEST_F(PhotoQueueTest, ALineOfAnyLengthIsCutToTheBuffer) {
