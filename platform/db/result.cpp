@@ -1,22 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Filling and reading result sets.
+// Reading result sets.
 #include "platform/db/result.h"
 
 #include <string.h>
 
 #include "platform/veludb.h"
-
-void ResultAddCell(VELUDBResult *result, const char *bytes, size_t length) {
-    const size_t offset = result->text.size();
-    result->text.append(bytes, length);
-    result->text.push_back('\0');
-    result->offsets.push_back(offset);
-}
-
-void ResultAddNull(VELUDBResult *result) {
-    result->offsets.push_back(VELUDBResult::kNull);
-}
 
 int VELUDBRowCount(const VELUDBResult *result) {
     if (result == nullptr || result->columns.empty())

@@ -19,4 +19,6 @@ struct VELUDBResult {
 };
 
 void ResultAddCell(VELUDBResult *result, const char *bytes, size_t length);
+// Engines spell reals differently; this is the one text for all.
+void ResultAddReal(VELUDBResult *result, double value);
 void ResultAddNull(VELUDBResult *result);

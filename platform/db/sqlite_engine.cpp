@@ -6,7 +6,6 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <charconv>
 
 #include "platform/db/engine.h"
 #include "platform/db/sqlite_connection.h"
@@ -52,10 +51,7 @@ void AddCell(VELUDBResult *rows, sqlite3_stmt *statement, int column) {
     } else if (IsBoolean(statement, column)) {
         ResultAddCell(rows, IsTrue(statement, column) ? "t" : "f", 1);
     } else if (type == SQLITE_FLOAT) {
-        // SQLite's own text keeps 15 digits; the shortest text that reads back is never longer than this.
-        char text[32];
-        const auto end = std::to_chars(text, text + sizeof text, sqlite3_column_double(statement, column));
-        ResultAddCell(rows, text, static_cast<size_t>(end.ptr - text));
+        ResultAddReal(rows, sqlite3_column_double(statement, column)); // its own text keeps 15 digits only
     } else {
         const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(statement, column));
         if (text == nullptr)

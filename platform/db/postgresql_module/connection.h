@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// One connection to a PostgreSQL server, shared by the files of its engine.
+#pragma once
+
+#include <libpq-fe.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/handle.h"
+
+using PgHandle = std::unique_ptr<PGconn, CloseWith<PQfinish>>;
+using PgRows = std::unique_ptr<PGresult, CloseWith<PQclear>>;
+
+struct PgConnection {
+    PgHandle server;
+    std::vector<size_t> statements; // the number of parameters of each prepared statement
+    std::string error;
+    bool store_failed = false; // the last failure was the server's, not the statement's own
+};
+
+// Opens the database of a `postgresql://` URI; null, with the reason in `error`, on failure.
+void *PgOpen(const char *uri, std::string *error);
+
+// Note a failure and return -1: the statement's own, or what `rows` (null: no answer at all) tell.
+int PgFail(PgConnection *connection, const char *words);
+int PgFail(PgConnection *connection, const PGresult *rows);
+
+// True for the result of a statement that succeeded, with rows or without.
+bool PgSucceeded(const PGresult *rows);
+
+// An error text of the client library in one line.
+std::string PgOneLine(const char *words);

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Connecting to a PostgreSQL server the way the catalogues need it.
+#include "platform/db/postgresql_module/connection.h"
+
+#include <string.h>
+
+#include <iterator>
+
+namespace {
+
+// A server that does not answer within seconds counts as away; the run goes on without it and comes back. A peer
+// that has vanished without a word (a power cut) is noticed within a minute, not after the kernel's two hours.
+// What the URI says itself counts, since it comes later.
+struct Setting {
+    const char *name;
+    const char *value;
+};
+constexpr Setting kDefaults[] = {
+    {"connect_timeout", "10"}, {"keepalives_idle", "30"},     {"keepalives_interval", "10"},
+    {"keepalives_count", "3"}, {"tcp_user_timeout", "60000"}, {"fallback_application_name", "veluindexd"},
+};
+
+// Bytes go through unchanged, and nothing in a literal but the quote is special. Commits do not wait for the disk:
+// VELUDBSync does, once for all of them. A lock is waited for as long as SQLite's.
+constexpr char kSessionSettings[] = "set standard_conforming_strings = on; set synchronous_commit = off; "
+                                    "set lock_timeout = 10000; set extra_float_digits = 1";
+
+void NoticeIgnore(void *, const PGresult *) {}
+
+// The library's words about a URI may quote it, with the password in it.
+std::string WithoutUri(std::string words, const char *uri) {
+    for (size_t at = words.find(uri); at != std::string::npos; at = words.find(uri, at))
+        words.replace(at, strlen(uri), "...");
+    return words;
+}
+
+// The reason why libpq does not take a URI, or an empty text.
+std::string UriProblem(const char *uri) {
+    char *words = nullptr;
+    PQconninfoOption *options = PQconninfoParse(uri, &words);
+    std::string problem;
+    if (options == nullptr)
+        problem = words != nullptr ? WithoutUri(PgOneLine(words), uri) : "out of memory";
+    PQconninfoFree(options);
+    PQfreemem(words);
+    return problem;
+}
+
+PGconn *Connect(const char *uri) {
+    constexpr size_t kCount = std::size(kDefaults);
+    const char *names[kCount + 3] = {};
+    const char *values[kCount + 3] = {};
+    for (size_t i = 0; i < kCount; ++i) {
+        names[i] = kDefaults[i].name;
+        values[i] = kDefaults[i].value;
+    }
+    names[kCount] = "dbname"; // which may be a whole URI
+    values[kCount] = uri;
+    names[kCount + 1] = "client_encoding";
+    values[kCount + 1] = "SQL_ASCII";
+    constexpr int kExpandUri = 1;
+    return PQconnectdbParams(names, values, kExpandUri);
+}
+
+// What is wrong with a connection that stands, or an empty text.
+std::string SetUp(PGconn *server) {
+    // Any other encoding refuses the paths that are not valid in it, and compares and counts characters.
+    const char *encoding = PQparameterStatus(server, "server_encoding");
+    if (encoding == nullptr || strcmp(encoding, "SQL_ASCII") != 0)
+        return std::string("the database has encoding ") + (encoding != nullptr ? encoding : "(unknown)") +
+               ", but paths are bytes: it must be created with encoding SQL_ASCII";
+    const PgRows rows(PQexec(server, kSessionSettings));
+    return PgSucceeded(rows.get()) ? std::string() : PgOneLine(PQerrorMessage(server));
+}
+
+} // namespace
+
+void *PgOpen(const char *uri, std::string *error) {
+    *error = UriProblem(uri);
+    if (!error->empty())
+        return nullptr;
+    auto connection = std::make_unique<PgConnection>();
+    connection->server.reset(Connect(uri));
+    PGconn *server = connection->server.get();
+    if (PQstatus(server) != CONNECTION_OK) {
+        *error = server != nullptr ? PgOneLine(PQerrorMessage(server)) : "out of memory";
+        return nullptr;
+    }
+    PQsetNoticeReceiver(server, NoticeIgnore, nullptr);
+    *error = SetUp(server);
+    return error->empty() ? connection.release() : nullptr;
+}
