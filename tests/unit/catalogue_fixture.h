@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// What the tests of the catalogue operations share: clean SQLite files at their real places, and a second
-// connection to look at them.
+// What the tests of the catalogue operations share: clean databases of either engine, and a second connection to
+// look at them.
 #pragma once
 #include <gtest/gtest.h>
 #include <math.h>
@@ -15,6 +15,7 @@
 #include <string>
 #include <thread>
 
+#include "databases.h"
 #include "log_catcher.h"
 #include "platform/media_record.h"
 #include "platform/veludb.h"
@@ -23,10 +24,12 @@
 extern int sqlite_busy_milliseconds; // of the SQLite engine
 
 inline const std::string kFolder = "/var/lib/velu";
-inline const std::string kMedia = "sqlite:/var/lib/velu/mediaserver.db";
-inline const std::string kPhoto = "sqlite:/var/lib/velu/photo.db";
 inline const std::string kConfig = "/etc/veluinfo.conf";
 inline constexpr const char *kTables[] = {"music", "video", "photo", "playlist"};
+
+// Of the catalogues of the test that runs.
+inline std::string media_uri;
+inline std::string photo_uri;
 
 inline void Copy(char *out, size_t size, const std::string &text) {
     memset(out, 0, size);
@@ -47,7 +50,7 @@ inline int Save(int kind, const std::string &path, const std::string &title = "t
 
 // Another program's connection.
 struct Peer {
-    explicit Peer(const std::string &uri = kMedia) : db(VELUDBOpen(uri.c_str())) {}
+    explicit Peer(const std::string &uri = media_uri) : db(VELUDBOpen(uri.c_str())) {}
     Peer(const Peer &) = delete;
     Peer &operator=(const Peer &) = delete;
     ~Peer() { VELUDBClose(db); }
@@ -82,15 +85,12 @@ inline std::string Paths(const std::string &table) {
     return Peer().Paths(table);
 }
 inline std::string PhotoPaths(const std::string &table) {
-    return Peer(kPhoto).Paths(table);
+    return Peer(photo_uri).Paths(table);
 }
 
-class CatalogueStore : public testing::Test {
+// Catalogues of one engine: SQLite files at their real places, or two databases that the configuration names.
+class CatalogueFixture : public testing::Test {
 protected:
-    void SetUp() override {
-        Clean();
-        std::filesystem::create_directories(kFolder);
-    }
     void TearDown() override {
         VELUIndexRunEnd();
         sqlite_busy_milliseconds = timeout_;
@@ -98,6 +98,19 @@ protected:
         std::filesystem::create_directories(kFolder);
     }
 
+    void Use(const std::string &engine) {
+        Clean();
+        std::filesystem::create_directories(kFolder);
+        media_uri = "sqlite:" + kFolder + "/mediaserver.db";
+        photo_uri = "sqlite:" + kFolder + "/photo.db";
+        if (engine == "sqlite")
+            return;
+        media_uri = EmptyServerDatabase("unit_media");
+        photo_uri = EmptyServerDatabase("unit_photo");
+        std::ofstream(kConfig) << "mediadb=\"" << media_uri << "\"\nphotodb=\"" << photo_uri << "\"\n";
+    }
+
+private:
     static void Clean() {
         std::filesystem::remove_all(kFolder);
         std::filesystem::remove(kConfig);
@@ -105,6 +118,30 @@ protected:
         VELUIndexVideoTableDirtySet(0);
     }
 
-private:
     const int timeout_ = sqlite_busy_milliseconds;
+};
+
+class CatalogueStore : public CatalogueFixture, public testing::WithParamInterface<const char *> {
+protected:
+    void SetUp() override {
+        if (!EngineIsReady(GetParam()))
+            GTEST_SKIP() << kNoServer;
+        Use(GetParam());
+    }
+
+    static bool OnSqlite() { return strcmp(GetParam(), "sqlite") == 0; }
+};
+
+class SqliteStore : public CatalogueFixture {
+protected:
+    void SetUp() override { Use("sqlite"); }
+};
+
+class ServerStore : public CatalogueFixture {
+protected:
+    void SetUp() override {
+        if (!EngineIsReady("postgresql"))
+            GTEST_SKIP() << kNoServer;
+        Use("postgresql");
+    }
 };

@@ -3,9 +3,13 @@
 // Child processes of tests.
 #pragma once
 
+#include <limits.h>
+#include <sched.h>
 #include <signal.h>
 #include <stdio.h>
+#include <string.h>
 #include <sys/mman.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -39,6 +43,15 @@ inline pid_t ChildIdle() {
             pause();
         return 0;
     });
+}
+
+// Hides the folder of the load-on-demand modules from this process for good; for children only.
+inline bool ModulesHide() {
+    char program[PATH_MAX] = {};
+    if (readlink("/proc/self/exe", program, sizeof program - 1) < 0)
+        return false;
+    const std::string modules = std::string(program, strrchr(program, '/')) + "/../lib/velu";
+    return unshare(CLONE_NEWNS) == 0 && mount("none", modules.c_str(), "tmpfs", 0, nullptr) == 0;
 }
 
 // A value that is seen by the processes forked after it was made. Gone with the test program.

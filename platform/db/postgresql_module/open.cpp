@@ -22,9 +22,11 @@ constexpr Setting kDefaults[] = {
 };
 
 // Bytes go through unchanged, and nothing in a literal but the quote is special. Commits do not wait for the disk:
-// VELUDBSync does, once for all of them. A lock is waited for as long as SQLite's.
+// VELUDBSync does, once for all of them. A lock is waited for as long as SQLite's, unless somebody has set that.
 constexpr char kSessionSettings[] = "set standard_conforming_strings = on; set synchronous_commit = off; "
-                                    "set lock_timeout = 10000; set extra_float_digits = 1";
+                                    "set extra_float_digits = 1; "
+                                    "select set_config('lock_timeout', '10000', false) "
+                                    "where current_setting('lock_timeout') = '0'";
 
 void NoticeIgnore(void *, const PGresult *) {}
 
