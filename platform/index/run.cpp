@@ -40,7 +40,7 @@ struct Session {
 
 struct Run {
     bool active = false;
-    bool away = false; // a write was lost because its database was not there
+    bool away = false; // a write was lost, or may have been, because its database was not there
     bool lost = false; // a write was lost after it had been reported as done
     Session sessions[kCatalogues];
 };
@@ -106,6 +106,10 @@ void Drop(Session *session) {
 void Replay(Catalogue catalogue) {
     Session &session = SessionOf(catalogue);
     const Batch batch = std::exchange(session.batch, {});
+    // A server that has died may have lost batches before this one, which were committed but not yet synchronised:
+    // whoever asked for the run has to ask again.
+    if (BlVELUDBStoreFailed(session.connection->db))
+        run.away = true;
     Drop(&session);
     Connect(catalogue, "a batch"); // without it each write below fails by its own name
     size_t position = 0;

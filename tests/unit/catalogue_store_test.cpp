@@ -174,24 +174,6 @@ TEST_F(SqliteStore, TreeDeleteSearchesTheIndex) {
     EXPECT_EQ(plan.find("SCAN"), std::string::npos) << plan;
 }
 
-TEST_F(ServerStore, TreeDeleteSearchesTheIndex) {
-    ASSERT_EQ(Save(0, "/a"), 0);
-    Peer peer;
-    ASSERT_EQ(peer.Exec("set enable_seqscan = off"), 0); // which small tables are worth
-    ASSERT_EQ(peer.Exec("prepare tree as " + RemoveTreeStatement("music")), 0);
-    VELUDBResult *rows = nullptr;
-    ASSERT_EQ(VELUDBExecute(peer.db, "explain execute tree('/a', '/a/', '/a0')", &rows), 0)
-        << VELUDBErrorGet(peer.db);
-    std::string plan;
-    for (int row = -1; VELUDBFetchRow(rows, &row) == 0;)
-        plan += std::string(VELUDBFetchField(rows, row, "QUERY PLAN")) + "\n";
-    VELUDBFreeResult(rows);
-    EXPECT_NE(plan.find("Index Cond: (path = '/a'::text)"), std::string::npos) << plan;
-    EXPECT_NE(plan.find("Index Cond: ((path >= '/a/'::text) AND (path < '/a0'::text))"), std::string::npos)
-        << plan;
-    EXPECT_EQ(plan.find("Seq Scan"), std::string::npos) << plan;
-}
-
 TEST_P(CatalogueStore, DirSaveKeepsTheLastComponentAndTheTimes) {
     ASSERT_EQ(MediaInfoDBDirSave("/tmp/"), 0);
     Peer peer;
