@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Fixtures of the system tests: the binary under test, real media, and a daemon in a sandbox for each test.
 
-The binary is build/release/bin/veluindexd, or the one that VELU_BINARY names.
+The binary is build/release/bin/veluindexd, or the one that VELU_BINARY names. VELU_ENGINE=postgresql lets the daemons
+have their catalogues on the server that tests/postgres has started around the run.
 """
 import fcntl
 import os
@@ -17,6 +18,19 @@ pytest.register_assert_rewrite("harness.music")
 from harness import media  # noqa: E402
 from harness.daemon import Daemon  # noqa: E402
 from harness.sandbox import TREE  # noqa: E402
+
+
+def on_server():
+    return os.environ.get("VELU_ENGINE", "sqlite") == "postgresql"
+
+
+def pytest_collection_modifyitems(config, items):
+    """Tests of one engine's own are no tests of the other."""
+    other = "sqlite" if on_server() else "postgresql"
+    foreign = [item for item in items if item.get_closest_marker(other)]
+    if foreign:
+        config.hook.pytest_deselected(items=foreign)
+        items[:] = [item for item in items if item not in foreign]
 
 
 @pytest.fixture(scope="session")
@@ -78,6 +92,9 @@ def make_daemon(binary, faketime):
     made = []
 
     def make(**settings):
+        if on_server():
+            from harness.server import Server  # pylint: disable=import-outside-toplevel
+            settings.setdefault("server", Server.of_the_run())
         made.append(Daemon(binary, faketime, **settings))
         return made[-1]
 

@@ -64,6 +64,7 @@ def test_the_daemon_recovers_when_the_catalogue_can_be_written_again(cut_off):
     assert cut_off.paths("music") == [f"{MUSIC}/x.pcm"]
 
 
+@pytest.mark.sqlite
 def test_a_database_file_of_garbage_is_an_error_for_each_operation_and_not_the_end(box):
     box.write("/var/lib/velu/mediaserver.db", b"this is no database" * 500)
     box.write(f"{MUSIC}/x.pcm")
@@ -81,6 +82,7 @@ def test_the_old_row_of_a_renamed_file_that_cannot_be_removed_does_not_stop_the_
     assert cut_off.logged("veluindexd.c", "Bad format [bad line].") == 1
 
 
+@pytest.mark.sqlite
 @pytest.mark.parametrize("text", ['supportphoto="yes', "\0\0\0", "x" * 100000, 'supportphoto = "yes"\nsupportphoto="no"\n'])
 def test_a_damaged_configuration_does_not_stop_the_start(box, text):
     box.write("/etc.defaults/veluinfo.conf", text)
@@ -91,8 +93,10 @@ def test_a_damaged_configuration_does_not_stop_the_start(box, text):
     assert box.paths("music") == [f"{MUSIC}/x.pcm"]
 
 
+@pytest.mark.sqlite
 def test_without_any_configuration_the_defaults_hold(box):
     box.remove("/etc.defaults/veluinfo.conf")
+    box.remove("/etc/veluinfo.conf")
     box.write(f"{MUSIC}/x.pcm")
     box.start()
     box.index(f"a:{MUSIC}/x.pcm")

@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """What was asked is done, whenever the daemon is killed: a restart completes the catalogue."""
 import os
-import shutil
 import signal
 
 import pytest
@@ -24,14 +23,8 @@ def work(box, samples):
     undisturbed = box.snapshot()
     assert len(undisturbed["music"]) > 600
     box.stop()
-    forget(box)
+    box.catalogue.forget()
     return lines, undisturbed
-
-
-def forget(box):
-    """Empties the catalogue of a daemon that does not run."""
-    shutil.rmtree(box.box.path("/var/lib/velu"))
-    box.mkdir("/var/lib/velu")
 
 
 def finish(box):
@@ -66,7 +59,7 @@ def test_killed_during_the_run_at_several_moments(box, work):
         assert box.snapshot() == undisturbed, f"killed {delay} s into the run"
         if box.pid:
             box.stop()
-        forget(box)
+        box.catalogue.forget()
     assert interrupted >= 2
 
 

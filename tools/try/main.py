@@ -13,7 +13,7 @@ sys.dont_write_bytecode = True
 import library  # noqa: E402
 import table  # noqa: E402
 from harness import catalogue  # noqa: E402
-from harness.daemon import MEDIA_DB, WORKING_COPY, Daemon  # noqa: E402
+from harness.daemon import WORKING_COPY, Daemon  # noqa: E402
 from harness.log import LOG_ERR  # noqa: E402
 from harness.media import MediaError  # noqa: E402
 from harness.sandbox import SandboxError  # noqa: E402
@@ -74,7 +74,7 @@ def wait_for_run(daemon, progress):
         if not daemon.alive():
             raise TryError("the daemon has died")
         now = time.monotonic()
-        if begun is None and (daemon.exists(WORKING_COPY) or catalogue.count(daemon.box.path(MEDIA_DB), "directory")):
+        if begun is None and (daemon.exists(WORKING_COPY) or daemon.catalogue.count("directory")):
             begun = now
         if begun is None:
             progress.show("signalled; the daemon waits until no signal has come for 10 to 20 seconds",
@@ -82,7 +82,7 @@ def wait_for_run(daemon, progress):
             if now - signalled > PATIENCE:
                 raise TryError(f"the run has not begun within {PATIENCE} s")
         else:
-            rows = sum(catalogue.count(daemon.box.path(MEDIA_DB), kind) for kind in catalogue.MEDIA_TABLES)
+            rows = sum(daemon.catalogue.count(kind) for kind in catalogue.MEDIA_TABLES)
             progress.show("the run goes on", f": {rows} rows after {now - begun:.0f} s")
         time.sleep(0.02 if begun is None else 0.1)
     progress.end()

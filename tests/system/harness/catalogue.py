@@ -1,54 +1,104 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Reads the catalogues, as another program on the appliance would while the daemon writes."""
+"""The catalogues of a daemon, as another program on the appliance reads them while the daemon writes."""
+import shutil
 import sqlite3
 
 MEDIA_TABLES = ("music", "video", "photo", "playlist")
 PHOTO_TABLES = ("photo_image", "video_desc", "video_comment", "photo_share", "photo_access_right")
+FOLDER = "/var/lib/velu"
 
 
-def _connect(path):
-    connection = sqlite3.connect(f"file:{path}?mode=ro", uri=True, timeout=30)
-    connection.row_factory = sqlite3.Row
-    # Paths and names are bytes; latin-1 shows each of them as one character.
-    connection.text_factory = lambda text: text.decode("latin-1")
-    return connection
+def _key_of(table):
+    """The key of the configuration that names the database of a table."""
+    return "photodb" if table in PHOTO_TABLES else "mediadb"
 
 
-def rows(path, table):
-    """The rows of a table as dictionaries, in the order of their paths. A file that is not there has none."""
-    try:
-        connection = _connect(path)
-    except sqlite3.OperationalError:
-        return []
-    try:
-        found = connection.execute(f'select * from "{table}"').fetchall()
-    except sqlite3.OperationalError as problem:
-        if "no such table" in str(problem):
+def _sorted(rows):
+    return sorted(rows, key=lambda row: str(row.get("path", row)))
+
+
+class SqliteCatalogues:
+    """Files at their default places; nothing is configured."""
+
+    keys = {}
+
+    def __init__(self, box):
+        self.box = box
+
+    def _file(self, table):
+        return self.box.path(f"{FOLDER}/{'photo.db' if _key_of(table) == 'photodb' else 'mediaserver.db'}")
+
+    def _read(self, table, sql):
+        """The rows of a query; a file or table that is not there has none."""
+        try:
+            connection = sqlite3.connect(f"file:{self._file(table)}?mode=ro", uri=True, timeout=30)
+        except sqlite3.OperationalError:
             return []
-        raise
-    finally:
-        connection.close()
-    return sorted((dict(row) for row in found), key=lambda row: str(row.get("path", row)))
+        connection.row_factory = sqlite3.Row
+        # Paths and names are bytes; latin-1 shows each of them as one character.
+        connection.text_factory = lambda text: text.decode("latin-1")
+        try:
+            return [dict(row) for row in connection.execute(sql).fetchall()]
+        except sqlite3.OperationalError as problem:
+            if "no such table" in str(problem) or "unable to open" in str(problem):
+                return []
+            raise
+        finally:
+            connection.close()
+
+    def rows(self, table):
+        """The rows of a table as dictionaries, in the order of their paths."""
+        return _sorted(self._read(table, f'select * from "{table}"'))
+
+    def count(self, table):
+        found = self._read(table, f'select count(*) as n from "{table}"')
+        return found[0]["n"] if found else 0
+
+    def forget(self):
+        """Empties the catalogues of a daemon that does not run."""
+        shutil.rmtree(self.box.path(FOLDER))
+        (self.box.root / FOLDER[1:]).mkdir()
+
+    def close(self):
+        """The files go with the sandbox."""
 
 
-def count(path, table):
-    try:
-        connection = _connect(path)
-    except sqlite3.OperationalError:
-        return 0
-    try:
-        return connection.execute(f'select count(*) from "{table}"').fetchone()[0]
-    except sqlite3.OperationalError:
-        return 0
-    finally:
-        connection.close()
+class ServerCatalogues:
+    """Two databases of a PostgreSQL server, which go when they are closed."""
+
+    def __init__(self, server):
+        self.server = server
+        self.keys = {key: server.create_database() for key in ("mediadb", "photodb")}
+
+    def _read(self, table, sql):
+        import psycopg2.errors  # pylint: disable=import-outside-toplevel
+        try:
+            rows = self.server.query(self.keys[_key_of(table)], sql)
+        except psycopg2.errors.UndefinedTable:
+            return []
+        # A boolean is its text on either engine.
+        return [{name: ("t" if value else "f") if isinstance(value, bool) else value for name, value in row.items()}
+                for row in rows]
+
+    def rows(self, table):
+        return _sorted(self._read(table, f'select * from "{table}"'))
+
+    def count(self, table):
+        found = self._read(table, f'select count(*) as n from "{table}"')
+        return found[0]["n"] if found else 0
+
+    def forget(self):
+        for uri in self.keys.values():
+            self.server.query(uri, "drop schema public cascade; create schema public")
+
+    def close(self):
+        for uri in self.keys.values():
+            self.server.drop_database(uri)
 
 
-def execute(path, sql, *values):
-    """Writes to a catalogue: what another program on the appliance has stored there."""
-    connection = sqlite3.connect(path, timeout=30)
-    try:
-        connection.execute(sql, values)
-        connection.commit()
-    finally:
-        connection.close()
+def snapshot(catalogues):
+    """Every row of every table, less what differs from run to run: serial keys."""
+    return {
+        table: [{key: value for key, value in row.items() if key != "id"} for row in catalogues.rows(table)]
+        for table in (*MEDIA_TABLES, "directory", *PHOTO_TABLES)
+    }

@@ -12,8 +12,6 @@ from .sandbox import Sandbox, SandboxError
 QUEUE = "/var/spool/velu_indexing_queue"
 WORKING_COPY = QUEUE + ".tmp"
 PID_FILE = "/var/run/veluindexd.pid"
-MEDIA_DB = "/var/lib/velu/mediaserver.db"
-PHOTO_DB = "/var/lib/velu/photo.db"
 CLOCK = "/tmp/clock"
 CONVERTER = "/usr/velu/bin/veluflvconv"
 CONVERTER_JOURNAL = "/tmp/converter"
@@ -39,10 +37,11 @@ def wait_for(condition, what, timeout=PATIENCE, pause=0.005):
 
 
 class Daemon:
-    """One daemon binary in one sandbox. `speed` 1 is the real clock; a moving clock can be set ahead."""
+    """One daemon binary in one sandbox. `speed` 1 is the real clock; a moving clock can be set ahead. Its catalogues
+    are SQLite files or, with a `server`, databases of that."""
 
     def __init__(self, binary, library, speed=SPEED, photo=True, cinehall=True, binds=(),
-                 moving_clock=False):
+                 moving_clock=False, server=None):
         self.binary = str(binary)
         self.library = library
         self.speed = speed
@@ -51,6 +50,8 @@ class Daemon:
         self.log = self.box.log
         self.pid = 0
         self.box.open()
+        self.catalogue = catalogue.ServerCatalogues(server) if server else catalogue.SqliteCatalogues(self.box)
+        self.configure()
         self.write("/etc.defaults/veluinfo.conf",
                    f'supportphoto="{"yes" if photo else "no"}"\n'
                    f'supportcinehall="{"yes" if cinehall else "no"}"\n')
@@ -100,6 +101,7 @@ class Daemon:
         return os.path.lexists(self.box.path(path))
 
     def configure(self, **keys):
+        keys = {**self.catalogue.keys, **keys}
         self.write("/etc/veluinfo.conf", "".join(f'{key}="{value}"\n' for key, value in keys.items()))
 
     # --- life
@@ -254,8 +256,7 @@ class Daemon:
     # --- catalogue
 
     def rows(self, table):
-        base = PHOTO_DB if table in catalogue.PHOTO_TABLES else MEDIA_DB
-        return catalogue.rows(self.box.path(base), table)
+        return self.catalogue.rows(table)
 
     def row(self, table, path):
         """The row of a path, or None."""
@@ -274,11 +275,7 @@ class Daemon:
         return sorted(path for table in catalogue.MEDIA_TABLES for path in self.paths(table))
 
     def snapshot(self):
-        """Every row of every table of both catalogues, less what differs from run to run: serial keys."""
-        return {
-            table: [{key: value for key, value in row.items() if key != "id"} for row in self.rows(table)]
-            for table in (*catalogue.MEDIA_TABLES, "directory", *catalogue.PHOTO_TABLES)
-        }
+        return catalogue.snapshot(self.catalogue)
 
     # --- log
 
@@ -299,6 +296,7 @@ class Daemon:
 
     def close(self):
         self.box.close()
+        self.catalogue.close()
 
 
 __all__ = ["Daemon", "SandboxError", "wait_for"]

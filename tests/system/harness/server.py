@@ -1,0 +1,85 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""PostgreSQL servers: the one that tests/postgres has started around the test run, and others of a test's own."""
+import contextlib
+import glob
+import os
+import signal
+import subprocess
+import uuid
+
+import psycopg2
+import psycopg2.extras
+
+from .sandbox import TREE
+
+
+class Server:
+    """`uri` names the server without a database, `folder` holds its `data` and its `socket`."""
+
+    def __init__(self, uri, folder):
+        self.uri = uri
+        self.folder = folder
+
+    @classmethod
+    def of_the_run(cls):
+        assert "VELU_POSTGRESQL" in os.environ, "there is no server: run the tests through tests/postgres"
+        return cls(os.environ["VELU_POSTGRESQL"], os.environ["VELU_POSTGRESQL_FOLDER"])
+
+    def query(self, uri, sql):
+        """Runs statements for themselves; gives the rows of the last as dictionaries, bytes as latin-1 text."""
+        connection = psycopg2.connect(uri)
+        with contextlib.closing(connection):
+            connection.autocommit = True
+            connection.set_client_encoding("LATIN1")  # the server converts nothing
+            with connection.cursor(cursor_factory=psycopg2.extras.RealDictCursor) as cursor:
+                cursor.execute(sql)
+                return [dict(row) for row in cursor.fetchall()] if cursor.description else []
+
+    def create_database(self):
+        """Makes an empty database and gives its URI."""
+        name = f"velu_{uuid.uuid4().hex}"
+        self.query(f"{self.uri}/postgres", f"create database {name} template template0")
+        # The daemon's clock goes fast, and with it its patience.
+        return f"{self.uri}/{name}?connect_timeout=600"
+
+    def drop_database(self, uri):
+        self.query(f"{self.uri}/postgres", f"drop database {uri.rpartition('/')[2].partition('?')[0]} with (force)")
+
+
+class OwnServer(Server):
+    """A server that the test may stop, kill and start again."""
+
+    def __init__(self):
+        # The shell tells what tests/postgres gives to a command, then waits for the end of its input.
+        self.process = subprocess.Popen(
+            [TREE / "tests/postgres", "sh", "-c", 'echo "$VELU_POSTGRESQL"; echo "$VELU_POSTGRESQL_FOLDER"; cat'],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        uri, folder = (self.process.stdout.readline().strip() for _ in range(2))
+        assert folder, "tests/postgres has failed"
+        super().__init__(uri, folder)
+
+    def _control(self, *arguments):
+        program = sorted(glob.glob("/usr/lib/postgresql/*/bin/pg_ctl"))[-1]
+        drop = ["setpriv", "--reuid=postgres", "--regid=postgres", "--clear-groups"] if os.getuid() == 0 else []
+        subprocess.run([*drop, program, "-D", f"{self.folder}/data", "-w", *arguments], check=True,
+                       stdout=subprocess.DEVNULL, cwd="/")
+
+    def start(self):
+        self._control("-l", f"{self.folder}/data/log", "start")
+
+    def stop(self, mode="fast"):
+        """Modes: `fast` ends the connections, `immediate` is as good as a kill."""
+        self._control("-m", mode, "stop")
+
+    def crash(self):
+        """Kills what serves a client as it stands: the server then ends all others and recovers from its log."""
+        found = self.query(f"{self.uri}/postgres", "select pid from pg_stat_activity where "
+                                                   "application_name = 'veluindexd' limit 1")
+        if found:
+            os.kill(found[0]["pid"], signal.SIGKILL)
+        return bool(found)
+
+    def close(self):
+        self.process.stdin.close()
+        self.process.wait()
+        self.process.stdout.close()

@@ -1,0 +1,107 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""SQLite files that cannot be written for a while: nothing that was asked is forgotten, and the daemon goes on by itself
+when they can be written again."""
+import os
+import sqlite3
+
+import pytest
+
+from harness.daemon import QUEUE, WORKING_COPY, wait_for
+
+pytestmark = pytest.mark.sqlite
+
+MUSIC = "/volume1/music"
+FOLDER = "/var/lib/velu/small"
+KEPT = f"Failed to store all rows. {WORKING_COPY} is kept for the next run."
+
+
+def mount(daemon, *options):
+    """Mounts in the sandbox, which the host does not see."""
+    done = daemon.box.ask("run", arguments=["/bin/mount", *options], environment={}, timeout=60)
+    assert done["status"] == 0, done
+
+
+@pytest.fixture
+def small(box):
+    """A running daemon whose catalogue lies on a file system of one megabyte."""
+    box.mkdir(FOLDER)
+    mount(box, "-t", "tmpfs", "-o", "size=1m", "none", FOLDER)
+    box.configure(mediadb=f"sqlite:{FOLDER}/mediaserver.db")
+    return box.start()
+
+
+def run_until_kept(daemon, *lines):
+    daemon.queue(*lines)
+    daemon.signal()
+    wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
+    assert daemon.exists(WORKING_COPY)
+
+
+def wait_done(daemon):
+    wait_for(lambda: not daemon.exists(WORKING_COPY) and not daemon.exists(QUEUE), "the run to be done again")
+
+
+def music_rows(daemon):
+    """The rows of the small file system, which only the sandbox can read."""
+    copied = daemon.box.ask("run", arguments=["/bin/cp", "-a", f"{FOLDER}/.", "/var/lib/velu"], environment={},
+                            timeout=60)
+    assert copied["status"] == 0, copied
+    return daemon.paths("music")
+
+
+def test_a_disk_that_is_full(small):
+    files = [f"{MUSIC}/{number % 20}/{'x' * 200}{number}.pcm" for number in range(3000)]
+    for path in files:
+        small.write(path)
+    run_until_kept(small, f"A:{MUSIC}")
+    assert any("database or disk is full" in text for text in small.log.texts())
+    mount(small, "-o", "remount,size=64m", FOLDER)
+    wait_done(small)
+    assert music_rows(small) == sorted(files)
+
+
+def test_a_file_system_that_is_read_only(small):
+    small.write(f"{MUSIC}/first.pcm")
+    small.index(f"a:{MUSIC}/first.pcm")
+    mount(small, "-o", "remount,ro", FOLDER)
+    small.write(f"{MUSIC}/second.pcm")
+    run_until_kept(small, f"a:{MUSIC}/second.pcm")
+    assert any("readonly database" in text or "unable to open database file" in text for text in small.log.texts())
+    mount(small, "-o", "remount,rw", FOLDER)
+    wait_done(small)
+    assert music_rows(small) == [f"{MUSIC}/first.pcm", f"{MUSIC}/second.pcm"]
+
+
+def test_a_file_that_another_writer_holds(daemon):
+    daemon.write(f"{MUSIC}/first.pcm")
+    daemon.index(f"a:{MUSIC}/first.pcm")
+    other = sqlite3.connect(daemon.box.path("/var/lib/velu/mediaserver.db"), isolation_level=None)
+    other.execute("begin immediate")
+    daemon.write(f"{MUSIC}/second.pcm")
+    run_until_kept(daemon, f"a:{MUSIC}/second.pcm")
+    assert any("database is locked" in text for text in daemon.log.texts())
+    other.execute("rollback")
+    other.close()
+    wait_done(daemon)
+    assert daemon.paths("music") == [f"{MUSIC}/first.pcm", f"{MUSIC}/second.pcm"]
+
+
+@pytest.mark.parametrize("keep", [0, 100])
+def test_a_file_that_is_damaged_is_left_alone_until_somebody_takes_it_away(daemon, keep):
+    daemon.write(f"{MUSIC}/first.pcm")
+    daemon.index(f"a:{MUSIC}/first.pcm")
+    name = daemon.box.path("/var/lib/velu/mediaserver.db")
+    with open(name, "rb") as file:
+        content = file.read()
+    damaged = content[:keep] + b"\xa5" * (len(content) - keep)
+    for suffix in ("-wal", "-shm"):
+        os.unlink(name + suffix)
+    with open(name, "wb") as file:
+        file.write(damaged)
+    run_until_kept(daemon, f"a:{MUSIC}/first.pcm")
+    assert any("not a database" in text or "malformed" in text for text in daemon.log.texts())
+    with open(name, "rb") as file:
+        assert file.read() == damaged
+    os.unlink(name)
+    wait_done(daemon)
+    assert daemon.paths("music") == [f"{MUSIC}/first.pcm"]

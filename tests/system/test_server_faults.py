@@ -1,0 +1,107 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""A PostgreSQL server that goes away, also in the middle of a run: nothing that was asked is forgotten, and the daemon
+goes on by itself when the server is back."""
+import time
+
+import psycopg2
+import pytest
+
+from harness.daemon import QUEUE, WORKING_COPY, wait_for
+from harness.server import OwnServer
+
+pytestmark = pytest.mark.postgresql
+
+MUSIC = "/volume1/music"
+KEPT = f"Failed to store all rows. {WORKING_COPY} is kept for the next run."
+
+
+@pytest.fixture(scope="module")
+def server():
+    own = OwnServer()
+    yield own
+    own.close()
+
+
+@pytest.fixture
+def daemon(make_daemon, server):
+    """A running daemon with a server that the test may end."""
+    return make_daemon(server=server).start()
+
+
+def fill(daemon, files):
+    for number in range(files):
+        daemon.write(f"{MUSIC}/{number % 20}/{number}.{('pcm', 'srt', 'm3u')[number % 3]}")
+
+
+def done(daemon):
+    return not daemon.exists(WORKING_COPY) and not daemon.exists(QUEUE)
+
+
+def begin(daemon, *lines):
+    daemon.queue(*lines)
+    daemon.signal()
+
+
+def test_a_server_that_is_away_is_waited_for(daemon, server):
+    daemon.write(f"{MUSIC}/x.pcm")
+    server.stop()
+    try:
+        begin(daemon, f"a:{MUSIC}/x.pcm")
+        wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
+        assert daemon.exists(WORKING_COPY)
+        assert any("Failed to open the database. (" in text and "Connection refused" in text
+                   for text in daemon.log.texts())
+    finally:
+        server.start()
+    wait_for(lambda: done(daemon), "the run to be done again")
+    assert daemon.paths("music") == [f"{MUSIC}/x.pcm"]
+
+
+@pytest.mark.parametrize("end", ["fast", "immediate", "crash"])
+@pytest.mark.parametrize("rows", [1, 300, 900])
+def test_a_server_that_ends_in_the_middle_of_a_run(daemon, server, end, rows):
+    fill(daemon, 1500)
+    daemon.index(f"A:{MUSIC}")
+    undisturbed = daemon.snapshot()
+    assert len(undisturbed["music"]) == 500
+    daemon.catalogue.forget()
+    begin(daemon, f"A:{MUSIC}", f"A:{MUSIC}/7")
+    wait_for(lambda: sum(daemon.catalogue.count(table) for table in ("music", "video", "playlist")) >= rows,
+             "some rows", pause=0)
+    if end == "crash":
+        server.crash()
+    else:
+        server.stop(end)
+        server.start()
+    wait_for(lambda: done(daemon), "the run to be done again")
+    assert daemon.snapshot() == undisturbed
+
+
+def test_a_password_that_is_wrong_is_told_but_not_shown(daemon):
+    daemon.write(f"{MUSIC}/x.pcm")
+    daemon.configure(mediadb=daemon.catalogue.keys["mediadb"].replace("secret", "mistaken"))
+    begin(daemon, f"a:{MUSIC}/x.pcm")
+    wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
+    assert any("password authentication failed" in text for text in daemon.log.texts())
+    assert not any("mistaken" in text for text in daemon.log.texts())
+    daemon.configure()
+    wait_for(lambda: done(daemon), "the run to be done again")
+    assert daemon.paths("music") == [f"{MUSIC}/x.pcm"]
+
+
+def test_a_reader_never_sees_an_error_or_half_a_row(daemon, server):
+    fill(daemon, 1500)
+    begin(daemon, f"A:{MUSIC}")
+    seen = set()
+    end = time.monotonic() + 60
+    while not (done(daemon) and seen) and time.monotonic() < end:
+        try:
+            found = server.query(daemon.catalogue.keys["mediadb"],
+                                 "select count(*) as n, count(path) as p, count(title) as t, count(modify_time) as m "
+                                 "from music")[0]
+        except psycopg2.errors.UndefinedTable:
+            continue
+        assert len(set(found.values())) == 1
+        seen.add(found["n"])
+    assert daemon.catalogue.count("music") == 500
+    assert seen
