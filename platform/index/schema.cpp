@@ -9,8 +9,6 @@
 
 #include <string>
 
-#include "platform/index/schema_steps.h"
-
 namespace {
 
 constexpr char kLogName[] = "schema.c";

@@ -3,6 +3,10 @@
 // The tables of the two catalogues, made and migrated by whichever program opens them first.
 #pragma once
 
+#include <stddef.h>
+
+#include <span>
+
 #include "platform/veludb.h"
 
 enum class Catalogue : int { media = 0, photo = 1 };
@@ -17,3 +21,18 @@ inline constexpr char kDirectoryTable[] = "directory";
 // Brings the tables of a fresh or older database up to date. Returns 0, or -1 with one log line; a database
 // of a newer program fails, untouched.
 int SchemaApply(VELUDB *db, Catalogue catalogue);
+
+// PATH, SERIAL and REAL in `sql` are spelled as the engine wants them (schema.cpp).
+struct SchemaStep {
+    int version; // that the database has once all steps of this number have run
+    Catalogue catalogue;
+    const char *engine; // the only one that needs the step, or null
+    const char *sql;
+};
+
+// Those of this program, in the order in which they run. A step that was ever released stays as it is: databases
+// of its version exist.
+std::span<const SchemaStep> SchemaSteps();
+
+// Brings a database up to date with any list of steps. Returns what SchemaApply returns.
+int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps);

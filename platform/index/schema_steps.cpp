@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // The tables of the catalogues as a list of steps.
-#include "platform/index/schema_steps.h"
+#include "platform/index/schema.h"
 
 namespace {
 

@@ -16,17 +16,14 @@ sys.path.insert(0, str(pathlib.Path(__file__).parent))
 # So that its assertions, too, show what differs.
 pytest.register_assert_rewrite("harness.music")
 from harness import media  # noqa: E402
+from harness.catalogue import ON_SERVER  # noqa: E402
 from harness.daemon import Daemon  # noqa: E402
 from harness.sandbox import TREE  # noqa: E402
 
 
-def on_server():
-    return os.environ.get("VELU_ENGINE", "sqlite") == "postgresql"
-
-
 def pytest_collection_modifyitems(config, items):
     """Tests of one engine's own are no tests of the other."""
-    other = "sqlite" if on_server() else "postgresql"
+    other = "sqlite" if ON_SERVER else "postgresql"
     foreign = [item for item in items if item.get_closest_marker(other)]
     if foreign:
         config.hook.pytest_deselected(items=foreign)
@@ -92,7 +89,7 @@ def make_daemon(binary, faketime):
     made = []
 
     def make(**settings):
-        if on_server():
+        if ON_SERVER:
             from harness.server import Server  # pylint: disable=import-outside-toplevel
             settings.setdefault("server", Server.of_the_run())
         made.append(Daemon(binary, faketime, **settings))

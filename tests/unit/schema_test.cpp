@@ -2,7 +2,7 @@
 //
 // Databases of older versions, as programs of those versions have left them (databases/CATALOGUE_VERSION.ENGINE.sql,
 // a statement a line), and what becomes of them.
-#include "platform/index/schema_steps.h"
+#include "platform/index/schema.h"
 
 #include <fstream>
 #include <string>

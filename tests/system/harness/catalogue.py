@@ -1,7 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The catalogues of a daemon, as another program on the appliance reads them while the daemon writes."""
+import os
 import shutil
 import sqlite3
+
+# The engine that the daemons of this test run have, unless a test says otherwise.
+ON_SERVER = os.environ.get("VELU_ENGINE") == "postgresql"
 
 MEDIA_TABLES = ("music", "video", "photo", "playlist")
 PHOTO_TABLES = ("photo_image", "video_desc", "video_comment", "photo_share", "photo_access_right")
