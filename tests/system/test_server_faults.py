@@ -7,7 +7,7 @@ import psycopg2
 import pytest
 
 from harness.daemon import QUEUE, WORKING_COPY, wait_for
-from harness.server import OwnServer
+from harness.server import OwnServer, SmallServer
 
 pytestmark = pytest.mark.postgresql
 
@@ -75,6 +75,28 @@ def test_a_server_that_ends_in_the_middle_of_a_run(daemon, server, end, rows):
         server.start()
     wait_for(lambda: done(daemon), "the run to be done again")
     assert daemon.snapshot() == undisturbed
+
+
+@pytest.fixture
+def small():
+    own = SmallServer()
+    yield own
+    own.close()
+
+
+def test_a_server_whose_disk_is_full(small, make_daemon):
+    daemon = make_daemon(server=small).start()
+    files = [f"{MUSIC}/{number % 20}/{'x' * 200}{number}.pcm" for number in range(6000)]
+    for path in files:
+        daemon.write(path)
+    small.leave(kilobytes=2000)
+    begin(daemon, f"A:{MUSIC}")
+    wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
+    assert daemon.exists(WORKING_COPY)
+    assert any("No space left on device" in text for text in daemon.log.texts())
+    small.leave(kilobytes=100000)
+    wait_for(lambda: done(daemon), "the run to be done again")
+    assert daemon.paths("music") == sorted(files)
 
 
 def test_a_password_that_is_wrong_is_told_but_not_shown(daemon):

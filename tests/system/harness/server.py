@@ -5,6 +5,7 @@ import glob
 import os
 import signal
 import subprocess
+import tempfile
 import uuid
 
 import psycopg2
@@ -14,7 +15,10 @@ from .sandbox import TREE
 
 
 class Server:
-    """`uri` names the server without a database, `folder` holds its `data` and its `socket`."""
+    """`uri` names the server without a database, `folder` holds its `data` and its `socket`; `place` says where new
+    databases go."""
+
+    place = ""
 
     def __init__(self, uri, folder):
         self.uri = uri
@@ -38,7 +42,7 @@ class Server:
     def create_database(self):
         """Makes an empty database and gives its URI."""
         name = f"velu_{uuid.uuid4().hex}"
-        self.query(f"{self.uri}/postgres", f"create database {name} template template0")
+        self.query(f"{self.uri}/postgres", f"create database {name} template template0 {self.place}")
         # The daemon's clock goes fast, and with it its patience.
         return f"{self.uri}/{name}?connect_timeout=600"
 
@@ -49,10 +53,10 @@ class Server:
 class OwnServer(Server):
     """A server that the test may stop, kill and start again."""
 
-    def __init__(self):
+    def __init__(self, wrapper=()):
         # The shell tells what tests/postgres gives to a command, then waits for the end of its input.
         self.process = subprocess.Popen(
-            [TREE / "tests/postgres", "sh", "-c", 'echo "$VELU_POSTGRESQL"; echo "$VELU_POSTGRESQL_FOLDER"; cat'],
+            [*wrapper, TREE / "tests/postgres", "sh", "-c", 'echo "$VELU_POSTGRESQL"; echo "$VELU_POSTGRESQL_FOLDER"; cat'],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         uri, folder = (self.process.stdout.readline().strip() for _ in range(2))
         assert folder, "tests/postgres has failed"
@@ -83,3 +87,35 @@ class OwnServer(Server):
         self.process.stdin.close()
         self.process.wait()
         self.process.stdout.close()
+
+
+class SmallServer(OwnServer):
+    """A server whose databases lie on a small file system, which only its own namespace sees."""
+
+    def __init__(self):
+        self.disk = tempfile.mkdtemp(prefix="velu-small-", dir="/tmp")
+        mount = f'mount -t tmpfs -o size=100m,mode=777 none {self.disk} && exec "$@"'
+        super().__init__(["unshare", "-m", "sh", "-c", mount, "sh"])
+        self.query(f"{self.uri}/postgres", f"create tablespace small location '{self._folder()}'")
+        self.place = "tablespace small"
+
+    def _inside(self, *command):
+        subprocess.run(["nsenter", "-t", str(self.process.pid), "-m", *command], check=True)
+
+    def _folder(self):
+        folder = f"{self.disk}/databases"
+        self._inside("mkdir", folder)
+        if os.getuid() == 0:
+            self._inside("chown", "postgres:postgres", folder)
+        return folder
+
+    def leave(self, kilobytes):
+        """Makes the file system so large that this much is free."""
+        self.query(f"{self.uri}/postgres", "checkpoint")  # what is not written yet needs its place too
+        used = subprocess.run(["nsenter", "-t", str(self.process.pid), "-m", "df", "--output=used", self.disk],
+                              check=True, capture_output=True, text=True).stdout.split()[-1]
+        self._inside("mount", "-o", f"remount,size={int(used) + kilobytes}k", self.disk)
+
+    def close(self):
+        super().close()
+        os.rmdir(self.disk)
