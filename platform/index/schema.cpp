@@ -45,7 +45,7 @@ int VersionOf(VELUDB *db) {
     if (VELUDBExecute(db, "select version from schema_version", &rows) < 0)
         return -1;
     const char *field = VELUDBFetchField(rows, 0, "version");
-    const int version = field != nullptr ? atoi(field) : 0;
+    const int version = field != nullptr ? static_cast<int>(strtol(field, nullptr, 10)) : 0;
     VELUDBFreeResult(rows);
     return version;
 }
