@@ -58,6 +58,15 @@ class SqliteCatalogues:
         found = self._read(table, f'select count(*) as n from "{table}"')
         return found[0]["n"] if found else 0
 
+    def store(self, sql, values):
+        """Writes to the photo catalogue, with `values` in the places of "?"."""
+        connection = sqlite3.connect(self._file("photo_image"), timeout=30)
+        try:
+            connection.execute(sql, values)
+            connection.commit()
+        finally:
+            connection.close()
+
     def forget(self):
         """Empties the catalogues of a daemon that does not run."""
         shutil.rmtree(self.box.path(FOLDER))
@@ -90,6 +99,9 @@ class ServerCatalogues:
     def count(self, table):
         found = self._read(table, f'select count(*) as n from "{table}"')
         return found[0]["n"] if found else 0
+
+    def store(self, sql, values):
+        self.server.query(self.keys["photodb"], sql.replace("?", "%s") if values else sql, values or None)
 
     def forget(self):
         for uri in self.keys.values():

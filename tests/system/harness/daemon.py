@@ -265,7 +265,7 @@ class Daemon:
 
     def store(self, sql, *values):
         """Writes to the photo catalogue: what another program on the appliance has stored there."""
-        catalogue.execute(self.box.path(PHOTO_DB), sql, *values)
+        self.catalogue.store(sql, values)
 
     def paths(self, table):
         return [row["path"] for row in self.rows(table)]

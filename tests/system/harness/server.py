@@ -29,14 +29,14 @@ class Server:
         assert "VELU_POSTGRESQL" in os.environ, "there is no server: run the tests through tests/postgres"
         return cls(os.environ["VELU_POSTGRESQL"], os.environ["VELU_POSTGRESQL_FOLDER"])
 
-    def query(self, uri, sql):
-        """Runs statements for themselves; gives the rows of the last as dictionaries, bytes as latin-1 text."""
+    def query(self, uri, sql, values=None):
+        """Runs statements for themselves, with `values` in the places of "%s"; gives the rows of the last as dictionaries, bytes as latin-1 text."""
         connection = psycopg2.connect(uri)
         with contextlib.closing(connection):
             connection.autocommit = True
             connection.set_client_encoding("LATIN1")  # the server converts nothing
             with connection.cursor(cursor_factory=psycopg2.extras.RealDictCursor) as cursor:
-                cursor.execute(sql)
+                cursor.execute(sql, values)
                 return [dict(row) for row in cursor.fetchall()] if cursor.description else []
 
     def create_database(self):
