@@ -24,7 +24,7 @@ def test_the_sample_has_every_key_that_is_documented(sample):
 
 def test_raw_aac_files_are_read_with_the_sample(box, samples, binary, sample):
     program = re.search(r'^aacdecoder="(/.*/veluaacinfo)"$', sample, re.MULTILINE)[1]
-    box.write("/etc/veluinfo.conf", sample.replace(program, str(binary.with_name("veluaacinfo"))))
+    box.configure(sample.replace(program, str(binary.with_name("veluaacinfo"))))
     path = "/volume1/music/tone.aac"
     box.copy(samples / "tone.aac", path)
     box.start().index(f"a:{path}")

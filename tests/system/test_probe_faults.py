@@ -9,6 +9,7 @@ import subprocess
 
 import pytest
 
+from harness.catalogue import ON_SERVER
 from harness.daemon import wait_for
 from harness.sandbox import TREE
 
@@ -30,6 +31,10 @@ def fault_module(once):
     return once("faults", make) / "veluprobe.so"
 
 
+def shipped_module(binary, name):
+    return binary.parents[1] / f"lib/velu/{name}.so"
+
+
 @pytest.fixture
 def installed(make_daemon, binary, tmp_path):
     """Makes a daemon that stands where an installation has it, with the modules that the test gives it."""
@@ -37,6 +42,8 @@ def installed(make_daemon, binary, tmp_path):
         memory = tmp_path / "meminfo"
         memory.write_text(MEMORY_SHOWN)
         daemon = make_daemon(binds=[str(memory), "/proc/meminfo"])
+        if ON_SERVER:
+            modules["veludb-postgresql"] = shipped_module(binary, "veludb-postgresql")
         for path, source in ((PROGRAM, binary), *((f"{MODULES}/{name}.so", source) for name, source in modules.items())):
             os.makedirs(os.path.dirname(daemon.box.path(path)), exist_ok=True)
             shutil.copy(source, daemon.box.path(path))
@@ -48,7 +55,7 @@ def installed(make_daemon, binary, tmp_path):
 @pytest.fixture
 def faulty(installed, binary, fault_module):
     """A running daemon whose probe does what the file's name says once it has read the file."""
-    return installed(veluprobe=fault_module, shipped=binary.parent.parent / "lib/velu/veluprobe.so").start()
+    return installed(veluprobe=fault_module, shipped=shipped_module(binary, "veluprobe")).start()
 
 
 def leftovers(daemon):
@@ -125,7 +132,7 @@ def test_a_daemon_without_its_module_says_so_once(installed, samples):
 
 
 def test_a_daemon_that_has_probed_nothing_has_not_loaded_the_module(installed, binary, samples):
-    daemon = installed(veluprobe=binary.parent.parent / "lib/velu/veluprobe.so").start()
+    daemon = installed(veluprobe=shipped_module(binary, "veluprobe")).start()
     daemon.copy(samples / "plain.mp3", f"{MUSIC}/a.mp3")
     daemon.index(f"a:{MUSIC}/a.mp3")
     assert "veluprobe" not in daemon.box.ask("proc", pid=daemon.pid, name="maps")["text"]

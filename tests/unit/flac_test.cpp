@@ -356,7 +356,8 @@ TEST_F(FlacTest, ALargestBlockOfCommentsStaysWithinItsMemory) {
     EXPECT_STREQ(record.title, "last");
     rusage after;
     getrusage(RUSAGE_SELF, &after);
-    constexpr long kMost = VELU_SANITIZED ? 64 * 1024 : 48 * 1024; // KiB; red zones stand around each of the texts
+    constexpr long kMost =
+        VELU_SANITIZED ? 64 * 1024 : 48 * 1024; // KiB; red zones stand around each of the texts
     EXPECT_LT(after.ru_maxrss - built.ru_maxrss, kMost);
 }
 

@@ -100,9 +100,10 @@ class Daemon:
     def exists(self, path):
         return os.path.lexists(self.box.path(path))
 
-    def configure(self, **keys):
+    def configure(self, sample="", **keys):
+        """Writes the configuration: what `sample` says, the keys of the catalogues, and `keys`."""
         keys = {**self.catalogue.keys, **keys}
-        self.write("/etc/veluinfo.conf", "".join(f'{key}="{value}"\n' for key, value in keys.items()))
+        self.write("/etc/veluinfo.conf", sample + "".join(f'{key}="{value}"\n' for key, value in keys.items()))
 
     # --- life
 
