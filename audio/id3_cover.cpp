@@ -2,7 +2,7 @@
 #include "audio/id3_cover.h"
 
 #include "audio/cover_file.h"
-#include "audio/id3v2.h"
+#include "audio/id3_version.h"
 #include "platform/media_record.h"
 #include "platform/veluindex.h"
 

@@ -2,6 +2,7 @@
 #include "audio/id3v2.h"
 
 #include "audio/id3_cover.h"
+#include "audio/id3_version.h"
 
 #include <stddef.h>
 #include <stdio.h>

@@ -7,14 +7,6 @@
 
 #include "audio/mp3_file.h"
 
-// Major versions whose frames differ.
-inline constexpr int kId3Version2 = 2;
-inline constexpr int kId3Version3 = 3; // and later ones, but for the form of a frame's size
-
-// The bytes of a frame's header in version 2, and in version 3 or later.
-inline constexpr int64_t kId3FrameHeader22 = 6;
-inline constexpr int64_t kId3FrameHeader23 = 10;
-
 // Sizes include a terminator. A field with its flag at 1 holds UTF-16 that begins with a byte-order mark and
 // ends at a pair of zero bytes; any other field holds a frame's single bytes as they were.
 struct Id3v2Tag {

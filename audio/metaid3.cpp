@@ -3,6 +3,7 @@
 
 #include "audio/cover_file.h"
 #include "audio/id3_merge.h"
+#include "audio/id3_version.h"
 #include "audio/id3v1.h"
 #include "audio/id3v2.h"
 #include "audio/mp3_file.h"
