@@ -102,6 +102,11 @@ inline bool HasRates(const uint8_t *head) {
     return IsSync(head) && FrameSizeOf(head) != kNotAllowed;
 }
 
+// A header of a frame, which may have the size 0: free format.
+inline bool IsHeader(const uint8_t *head) {
+    return IsSync(head) && FrameSizeOf(head) >= 0;
+}
+
 // Decodes the four bytes of a header with a good sync pattern. False when a field has a value that is not
 // allowed, or for MPEG-2.5, which is not supported; what was decoded up to there stays in `info`. The bit
 // rate is left in kbit/s.
@@ -181,25 +186,23 @@ inline std::span<const uint8_t> ReachTo(Reach *reach, int64_t pos, size_t least)
     return reach->bytes;
 }
 
-// The first header in [begin, stop) that passes, or stop. Three bytes behind stop can be read.
-template <bool (*Passes)(const uint8_t *)>
-const uint8_t *HeadFind(const uint8_t *begin, const uint8_t *stop) {
-    for (const uint8_t *at = begin; at < stop; ++at) {
-        if (*at != 0xFF) {
-            at = static_cast<const uint8_t *>(memchr(at, 0xFF, static_cast<size_t>(stop - at)));
-            if (at == nullptr)
-                return stop;
-        }
-        if (Passes(at))
+// The next byte of 0xFF in [at, stop), or stop. Hostile files have one every few bytes, too often for a call.
+inline const uint8_t *SyncByteFind(const uint8_t *at, const uint8_t *stop) {
+    constexpr ptrdiff_t kNear = 8;
+    const uint8_t *const near = stop - at < kNear ? stop : at + kNear;
+    for (; at < near; ++at) {
+        if (*at == 0xFF)
             return at;
     }
-    return stop;
+    const void *const far = memchr(at, 0xFF, static_cast<size_t>(stop - at));
+    return far == nullptr ? stop : static_cast<const uint8_t *>(far);
 }
 
-// Moves *pos to the first header at or after it that passes. Returns its bytes, or null. The window then reaches to
-// the header behind its frame as well, or each frame across the window's end would move it there and back again.
-template <bool (*Passes)(const uint8_t *)>
-const uint8_t *CandidateFind(Reach *reach, int64_t *pos) {
+// Moves *pos to the first sync byte at or after it whose header passes. Returns its bytes, or null. `passes` gets
+// the header and the end of the window, which reaches to the header behind the largest frame as well unless the
+// file ends before; else each frame across the window's end would move it there and back again.
+template <typename Passes>
+const uint8_t *HeadFind(Reach *reach, int64_t *pos, Passes passes) {
     constexpr size_t kReach = kLargestFrame + kHeaderBytes;
     const int64_t limit = reach->source->size - kSearchTail;
     while (*pos < limit) {
@@ -213,10 +216,16 @@ const uint8_t *CandidateFind(Reach *reach, int64_t *pos) {
         const auto count =
             static_cast<size_t>(std::min(limit - *pos, static_cast<int64_t>(bytes.size() - behind + 1)));
         const uint8_t *const stop = bytes.data() + count;
-        const uint8_t *const at = HeadFind<Passes>(bytes.data(), stop);
-        *pos += at - bytes.data();
-        if (at != stop)
-            return at;
+        const uint8_t *const end = bytes.data() + bytes.size();
+        for (const uint8_t *at = SyncByteFind(bytes.data(), stop); at < stop;
+             at = SyncByteFind(at + 1, stop)) {
+            const int64_t at_pos = *pos + (at - bytes.data());
+            if (passes(at, end, at_pos)) {
+                *pos = at_pos;
+                return at;
+            }
+        }
+        *pos += static_cast<int64_t>(count);
         *pos = std::min(limit, ByteSourceAdvance(*reach->source, bytes.first(count), *pos));
     }
     return nullptr;
@@ -229,12 +238,12 @@ void NotFoundLog() {
 inline bool IsHeaderAt(Reach *reach, int64_t pos) {
     const std::span<const uint8_t> bytes = ReachTo(reach, pos, kHeaderBytes);
     if (bytes.size() >= kHeaderBytes)
-        return IsSync(bytes.data()) && FrameSizeOf(bytes.data()) >= 0;
+        return IsHeader(bytes.data());
     uint8_t head[kHeaderBytes];
     memset(head, kUnreadByte, sizeof head);
     if (!bytes.empty())
         memcpy(head, bytes.data(), bytes.size());
-    return IsSync(head) && FrameSizeOf(head) >= 0;
+    return IsHeader(head);
 }
 
 // The first position in [from, limit) whose byte is not zero, or limit; `from` when it lies behind that.
@@ -285,7 +294,8 @@ int MpegHeaderFind(const ByteSource *source, int64_t *pos, MpegHeaderInfo *info)
         return 0;
     }
     Reach reach{source};
-    const uint8_t *head = CandidateFind<IsSync>(&reach, pos);
+    const uint8_t *head =
+        HeadFind(&reach, pos, [](const uint8_t *at, const uint8_t *, int64_t) { return IsSync(at); });
     if (head == nullptr)
         NotFoundLog();
     if (head == nullptr || !HeaderAccept(head, *pos, info))
@@ -310,12 +320,27 @@ int MpegFrameSearch(const ByteSource *source, int64_t *pos, MpegHeaderInfo *info
     ZeroRun furthest;
     int64_t at = *pos;
     bool found = false;
-    // Candidates come every four bytes in hostile files: only the last is decoded.
+    // Candidates come every four bytes in hostile files: only the last is decoded, and one whose frame ends in the
+    // window, where no header and no gap is, costs no more than the look there.
     uint8_t candidate[kHeaderBytes];
     int64_t candidate_pos = -1;
+    const auto leads_somewhere = [&](const uint8_t *head, const uint8_t *end, int64_t head_pos) {
+        if (!HasRates(head))
+            return false;
+        memcpy(candidate, head, sizeof candidate);
+        candidate_pos = head_pos;
+        const int frame_size = FrameSizeOf(head);
+        if (frame_size >= 0)
+            info->frame_size = frame_size;
+        if (frame_size <= 0)
+            return false;
+        if (end - head - frame_size < static_cast<ptrdiff_t>(kHeaderBytes))
+            return true;
+        const uint8_t *const next = head + frame_size;
+        return IsHeader(next) || (gap == FrameGap::zeros && *next == 0);
+    };
     while (!found && at < source->size - kSearchTail) {
-        const uint8_t *head = CandidateFind<HasRates>(&reach, &at);
-        if (head == nullptr) {
+        if (HeadFind(&reach, &at, leads_somewhere) == nullptr) {
             // A sync pattern at the very last place was found, and was no good.
             const std::span<const uint8_t> last =
                 ReachTo(&reach, source->size - kSearchTail - 1, kHeaderBytes);
@@ -323,16 +348,9 @@ int MpegFrameSearch(const ByteSource *source, int64_t *pos, MpegHeaderInfo *info
                 NotFoundLog();
             break;
         }
-        memcpy(candidate, head, sizeof candidate);
-        candidate_pos = at;
-        const int frame_size = FrameSizeOf(head);
-        if (frame_size >= 0)
-            info->frame_size = frame_size;
-        if (frame_size > 0) {
-            const int64_t frame_end = at + frame_size;
-            found = gap == FrameGap::zeros ? LeadsToHeader(&reach, &furthest, frame_end)
-                                           : IsHeaderAt(&reach, frame_end);
-        }
+        const int64_t frame_end = at + FrameSizeOf(candidate);
+        found = gap == FrameGap::zeros ? LeadsToHeader(&reach, &furthest, frame_end)
+                                       : IsHeaderAt(&reach, frame_end);
         if (!found)
             ++at;
     }
