@@ -22,7 +22,6 @@ constexpr char kConfigFile[] = "/etc/veluinfo.conf";
 constexpr char kDecoderDefault[] = "/usr/bin/faad";
 constexpr size_t kDecoderSize = 1024;
 constexpr size_t kCommandSize = 4096;
-constexpr size_t kLineSize = 1024;
 
 void DecoderGet(char (&decoder)[kDecoderSize]) {
     if (KLIBFileGetKeyValue(kConfigFile, "aacdecoder", decoder, sizeof decoder, 0) <= 0)
@@ -57,7 +56,7 @@ int AacMetadataRead(const char *path, MediaInfo *record) {
     // The decoder may take its time, which other users of the catalogue must not wait for.
     VELUIndexRunFlush();
     char command[kCommandSize];
-    char line[kLineSize];
+    char line[kDecoderLineSize];
     const CommandLine result = CommandFormat(quoted.get(), command)
                                    ? CommandLineRead(command, kDecoderTimeMax, line, sizeof line)
                                    : CommandLine::kNotStarted;

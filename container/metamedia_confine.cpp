@@ -14,17 +14,9 @@
 
 #include <algorithm>
 
+#include "platform/limits.h"
+
 namespace {
-
-// The watchdog ends a child after about 90 seconds of any kind.
-constexpr rlim_t kCpuSeconds = 120;
-
-// The standard streams, the system log, the media file, and some to spare.
-constexpr rlim_t kOpenFiles = 16;
-
-// Address space holds more than what is resident: the libraries' code, stacks and guard pages, and the heap's
-// reserves. With this much above the machine's memory the watchdog's half is always reached first.
-constexpr rlim_t kAddressReserve = rlim_t{1} << 30;
 
 void Limit(__rlimit_resource resource, rlim_t value) {
     rlimit limit = {};
@@ -44,10 +36,10 @@ rlim_t PhysicalMemory() {
 void LimitsSet() {
     Limit(RLIMIT_CORE, 0);
     Limit(RLIMIT_FSIZE, 0); // pipes and sockets do not count, so that the system log can be written
-    Limit(RLIMIT_CPU, kCpuSeconds);
-    Limit(RLIMIT_NOFILE, kOpenFiles);
+    Limit(RLIMIT_CPU, kProbeCpuSecondsMax);
+    Limit(RLIMIT_NOFILE, kProbeOpenFilesMax);
     if (VELU_LIMIT_ADDRESS_SPACE)
-        Limit(RLIMIT_AS, PhysicalMemory() + kAddressReserve);
+        Limit(RLIMIT_AS, PhysicalMemory() + kProbeAddressReserve);
 }
 
 // All inherited descriptors are marked close-on-exec, but the child runs no other program, so that they are

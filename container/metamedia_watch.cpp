@@ -2,6 +2,7 @@
 #include "container/metamedia_watch.h"
 
 #include "platform/handle.h"
+#include "platform/limits.h"
 
 #include <errno.h>
 #include <signal.h>
@@ -13,13 +14,6 @@
 namespace {
 
 constexpr char kLogName[] = "metamedia.c";
-
-// With ten looks a second the child has about 90 seconds. The count is tested before it is raised, so that
-// the look after the 901st is the last.
-constexpr unsigned kMaxLoopCount = 900;
-
-// The daemon and the databases beside it need the other half.
-constexpr double kMemoryShare = 0.5;
 
 constexpr int kProcLineSize = 512;
 
@@ -76,7 +70,7 @@ int ChildMemoryExceeded(pid_t pid, const char *memory_file) {
     int resident = 0;
     if (!LineFind(process.get(), [&](const char *line) { return sscanf(line, "VmRSS:%d", &resident); }))
         return 0;
-    return static_cast<int>(total * kMemoryShare) < resident ? 1 : 0;
+    return static_cast<int>(total * kProbeMemoryShare) < resident ? 1 : 0;
 }
 
 int ChildProcessWatch(pid_t pid, const ChildWatch &watch) {
@@ -97,7 +91,7 @@ int ChildProcessWatch(pid_t pid, const ChildWatch &watch) {
         // Reaped elsewhere (a parent that ignores SIGCHLD): the id may be another process's by now.
         if (ended < 0 && errno == ECHILD)
             return -1;
-        if (count > kMaxLoopCount) {
+        if (count > kProbeLooksMax) {
             ChildKill(pid);
             syslog(LOG_ERR, "%s:%d Process %d exceeded max loop count: %d, sec: %d, nsec: %d.", kLogName,
                    __LINE__, pid, static_cast<int>(count), static_cast<int>(interval.tv_sec),

@@ -16,6 +16,7 @@
 #include "daemon/queue_commands.h"
 #include "daemon/queue_line.h"
 #include "daemon/queue_reader.h"
+#include "platform/limits.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -26,22 +27,12 @@ constexpr char kLogName[] = "veluindexd.c";
 constexpr char kMusicServerPidFile[] = "/var/run/mt-daapd.pid";
 constexpr char kDlnaServerPidFile[] = "/var/run/dms.pid";
 
-// A writer that creates the queue at this very moment is met by trying again at once.
-constexpr int kRenameAttempts = 16;
-
-// A copy that is kept is tried again after 1, 2, 4, ... wake-ups of ten seconds, at most ten minutes apart.
-constexpr int kRetryWakeUpsMax = 60;
-
-// A catalogue that cannot be written for most of a day does not come back by itself, and its requests must not hold
-// up all others for ever.
-constexpr int kKeptRunsMax = 100;
-
 int kept_runs = 0; // in a row
 
 void QueueTakeOver() {
     if (BlKLIBFileExist(kQueueWorkingCopy))
         return;
-    for (int attempt = 0; attempt < kRenameAttempts; ++attempt) {
+    for (int attempt = 0; attempt < kQueueTakeOversMax; ++attempt) {
         if (rename(kQueueFile, kQueueWorkingCopy) == 0)
             return;
         syslog(LOG_ERR, "%s(%d): Failed to rename %s. (%s)", kLogName, __LINE__, kQueueFile, strerror(errno));
@@ -112,14 +103,14 @@ void WorkingCopyRemove() {
 
 // Keeps the copy, or gives it up when that has been done too often. Returns when to come back.
 int WorkingCopyKeep() {
-    if (++kept_runs < kKeptRunsMax) {
+    if (++kept_runs < kQueueKeptRunsMax) {
         syslog(LOG_ERR, "%s(%d): Failed to store all rows. %s is kept for the next run.", kLogName, __LINE__,
                kQueueWorkingCopy);
         constexpr int kLargestShift = 6;
-        return std::min(1 << std::min(kept_runs - 1, kLargestShift), kRetryWakeUpsMax);
+        return std::min(1 << std::min(kept_runs - 1, kLargestShift), kQueueRetryWakeUpsMax);
     }
     syslog(LOG_ERR, "%s(%d): Failed to store all rows %d times. %s is given up.", kLogName, __LINE__,
-           kKeptRunsMax, kQueueWorkingCopy);
+           kQueueKeptRunsMax, kQueueWorkingCopy);
     WorkingCopyRemove();
     return 0;
 }

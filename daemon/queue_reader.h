@@ -9,9 +9,7 @@
 #include <string>
 
 #include "platform/handle.h"
-
-// A line has at most this many bytes, its newline included; a longer one comes in pieces, each a line.
-inline constexpr size_t kQueueLineMax = 4111;
+#include "platform/limits.h"
 
 class QueueReader {
 public:

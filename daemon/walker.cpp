@@ -18,6 +18,7 @@
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
 #include "platform/handle.h"
+#include "platform/limits.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -27,11 +28,6 @@ constexpr char kLogName[] = "index.c";
 
 // Paths are at most this long, terminator included; a longer one is cut.
 constexpr size_t kPathSize = 4096;
-
-// Levels whose directory stays open while a subdirectory is walked. Below them a directory is closed and
-// later opened again at the place reached, so that the depth of a tree costs no descriptors. Real trees are
-// rarely deeper, and an open directory is the surer place.
-constexpr size_t kOpenLevels = 16;
 
 struct Level {
     size_t path_length; // of the directory in the walker's path buffer
@@ -141,7 +137,7 @@ void LevelAdvance(Walk &walk) {
             break;
         case EntryType::directory:
         case EntryType::linked_directory:
-            if (depth >= kOpenLevels) {
+            if (depth >= kWalkOpenLevels) {
                 level.resume = entry->d_off;
                 level.directory.reset();
             }

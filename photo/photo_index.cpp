@@ -14,15 +14,13 @@
 #include "photo/photo_ea.h"
 #include "photo/photo_queue.h"
 #include "photo/photo_record.h"
+#include "platform/limits.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
 namespace {
 
 constexpr char kLogName[] = "photo_index.c";
-
-// Pictures of this size and above are left out: decoding them is beyond a small machine.
-constexpr off_t kPhotoSizeEnd = 20 * 1024 * 1024;
 
 static_assert(kPhotoTextSize == kMediaTextSize, "title and album have one rule for both records");
 

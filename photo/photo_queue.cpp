@@ -14,6 +14,7 @@
 
 #include "catalogue/features.h"
 #include "platform/handle.h"
+#include "platform/limits.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -32,8 +33,6 @@ constexpr size_t kLineSize = 4097; // a path and its newline
 
 constexpr int kLookupFlags = 0x404; // from the line's first byte, case matters
 
-// The readers of a queue take its rights away for the moments in which they empty it.
-constexpr int kRetriesMax = 16;
 constexpr unsigned kRetrySeconds = 1;
 
 using TextHandle = std::unique_ptr<char, CloseWith<free>>;
@@ -55,7 +54,7 @@ Opening QueueOpen(const char *line, const char *queue_file, FdHandle *file) {
         const int error = errno;
         syslog(LOG_ERR, "(%s, %d) open(%s, %d) failed, reason=%s\n", kLogName, __LINE__, queue_file, flags,
                strerror(error));
-        if (error != EACCES || ++failures > kRetriesMax)
+        if (error != EACCES || ++failures > kConverterQueueRetriesMax)
             return Opening::failed;
         photo_queue_pause(kRetrySeconds);
     }

@@ -21,6 +21,7 @@
 #include "photo/photo_rows.h"
 #include "photo/sql_text.h"
 #include "platform/handle.h"
+#include "platform/limits.h"
 
 namespace {
 
@@ -29,11 +30,6 @@ constexpr char kLogName[] = "photo_index.c";
 constexpr size_t kPathSize = 4096;
 constexpr size_t kConditionRoom = 64; // beside the paths
 constexpr int kMediaVideoTable = 1;
-
-// Sub-directories that a level of the resync holds at first. Few directories have more, and a tree of the
-// greatest depth then holds some megabytes of names. A directory is read again for each further portion, which
-// is twice as large as the one before, so that any number of names takes few readings.
-constexpr size_t kFirstPortion = 256;
 
 using Paths = std::vector<std::string>;
 using PathSet = std::unordered_set<std::string>;
@@ -129,7 +125,7 @@ bool DirectoryEnter(Resync *resync, const std::string &path, bool by_link) {
         WalkTrailLeave(&resync->trail);
         return false;
     }
-    resync->levels.push_back({path, {}, 0, kFirstPortion, true});
+    resync->levels.push_back({path, {}, 0, kResyncFirstPortion, true});
     return true;
 }
 

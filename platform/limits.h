@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Every bound on what one file may cost. Files come from anybody who can write to a share, so that each
-// length, count and size that a file claims meets one of these before it costs memory, time or disk space.
+// Every bound on what one file, directory or request may cost; docs/limits.md lists them for operators. Files come
+// from anybody who can write to a share, so that each length, count and size that a file claims meets one of these
+// before it costs memory, time or disk space.
 #pragma once
 
 #include <stddef.h>
@@ -61,6 +62,9 @@ inline constexpr uint64_t kFlacMetadataMax = uint64_t{256} * 1024 * 1024;
 // disk takes one minute.
 inline constexpr int kDecoderTimeMax = 120'000;
 
+// Room for the one line that it prints, terminator included; ordinary ones have about a hundred characters.
+inline constexpr size_t kDecoderLineSize = 1024;
+
 // --- MP4 ---------------------------------------------------------------------------------------------------
 
 // What the reader holds of its file at a time: a page, which a read brings in anyway. Between the boxes that
@@ -85,6 +89,31 @@ inline constexpr size_t kMp4TextMax = 1024;
 // A picture above this is no cover, for the same reason as in an ID3 tag.
 inline constexpr uint64_t kMp4PictureMax = kPictureFrameMax;
 
+// What is looked at of the descriptor of an MPEG-4 track. None that comes before the bit rate is longer, even with
+// a URL of 255 bytes.
+inline constexpr uint64_t kMp4DescriptorPrefix = 512;
+
+// --- Pictures ----------------------------------------------------------------------------------------------
+
+// A picture for the photo library is smaller than this: decoding larger ones is beyond a small machine.
+inline constexpr int64_t kPhotoSizeEnd = int64_t{20} * 1024 * 1024;
+
+// What the readers of picture sizes hold of a file at a time. Most pictures tell their size within the first
+// page, and a page is what a read brings in anyway.
+inline constexpr size_t kImageWindow = 4096;
+
+// Segments of a JPEG before its frame header: this many full ones are 256 MiB of metadata. Colour profiles stop
+// at 255 segments, and XMP of tens of megabytes takes some hundreds.
+inline constexpr int kJpegSegmentsMax = 4096;
+
+// Bytes between those segments, all together. Writers pad by a few, or leave a damaged segment's rest: a
+// segment's worth.
+inline constexpr int kJpegStrayBytesMax = 65536;
+
+// Entries of a TIFF directory. It holds some tens of them, sorted by tag, and the two that are looked for have
+// low tags.
+inline constexpr uint64_t kTiffEntriesMax = 4096;
+
 // --- EXIF --------------------------------------------------------------------------------------------------
 
 // What libexif may hold of one picture. EXIF data are at most 64 KiB and their directories cost a few times
@@ -96,3 +125,75 @@ inline constexpr size_t kExifMemoryMax = size_t{2} * 1024 * 1024;
 // Start codes are looked for at offsets up to this one: the first packs of a stream hold all that is wanted,
 // and a file costs a few reads however large it is.
 inline constexpr int64_t kMpegPrefixOffsetMax = 99'999;
+
+// --- Media probe -------------------------------------------------------------------------------------------
+
+// The probe runs in a child process, which is looked at ten times a second: it has about 90 seconds. The count is
+// tested before it is raised, so that the look after the 901st is the last.
+inline constexpr unsigned kProbeLooksMax = 900;
+
+// The share of the machine's memory that the child may take. The daemon and the databases beside it need the
+// other half.
+inline constexpr double kProbeMemoryShare = 0.5;
+
+// Seconds of processor time that the kernel grants the child, for the case that the daemon looks no more: above
+// the 90 seconds of any kind.
+inline constexpr unsigned kProbeCpuSecondsMax = 120;
+
+// Descriptors of the child: the standard streams, the system log, the media file, and some to spare.
+inline constexpr unsigned kProbeOpenFilesMax = 16;
+
+// Its address space holds more than what is resident: the libraries' code, stacks and guard pages, and the heap's
+// reserves. With this much above the machine's memory, the share above is always reached first.
+inline constexpr uint64_t kProbeAddressReserve = uint64_t{1} << 30;
+
+// --- Directories -------------------------------------------------------------------------------------------
+
+// Levels whose directory stays open while a subdirectory is walked. Below them a directory is closed and later
+// opened again at the place reached, so that the depth of a tree costs no descriptors. Real trees are rarely
+// deeper, and an open directory is the surer place.
+inline constexpr size_t kWalkOpenLevels = 16;
+
+// Sub-directories that a level of the photo library's resync holds at first. Few directories have more, and a
+// tree of the greatest depth then holds some megabytes of names. A directory is read again for each further
+// portion, which is twice as large as the one before, so that any number of names takes few readings.
+inline constexpr size_t kResyncFirstPortion = 256;
+
+// --- Queue -------------------------------------------------------------------------------------------------
+
+// Bytes of a queue line, its newline included; a longer one comes in pieces, each a line. It holds the longest
+// path and what stands before it.
+inline constexpr size_t kQueueLineMax = 4111;
+
+// Attempts to take the queue over. A writer that creates it at this very moment is met by trying again at once.
+inline constexpr int kQueueTakeOversMax = 16;
+
+// A copy that is kept is tried again after 1, 2, 4, ... wake-ups of ten seconds, at most ten minutes apart.
+inline constexpr int kQueueRetryWakeUpsMax = 60;
+
+// A catalogue that cannot be written for most of a day does not come back by itself, and its requests must not hold
+// up all others for ever.
+inline constexpr int kQueueKeptRunsMax = 100;
+
+// --- Queues of the converters ------------------------------------------------------------------------------
+
+// Seconds, and attempts after the first, that a queue without rights is waited for. Its readers take them away for
+// the moments in which they empty it.
+inline constexpr int kConverterQueueRetriesMax = 16;
+
+// --- Catalogue ---------------------------------------------------------------------------------------------
+
+// One commit for this many rows makes its cost negligible (measured: beyond 500 nothing is gained), and the
+// milliseconds keep other programs' view of the catalogue, and their wait for its lock, short. The bytes bound
+// the memory of a batch of very long texts.
+inline constexpr size_t kBatchRowsMax = 500;
+inline constexpr int64_t kBatchMillisecondsMax = 1000;
+inline constexpr size_t kBatchBytesMax = size_t{1} << 20;
+
+// A database that cannot be reached is not asked again for so many milliseconds within a run: with a busy timeout
+// or a connection attempt for each of a thousand files, a run would never end.
+inline constexpr int64_t kDatabaseAwayMilliseconds = 5000;
+
+// Milliseconds that another writer's lock is waited for. Such programs hold it for moments, and a longer wait would
+// hold up a whole run for one that is stuck.
+inline constexpr int kDatabaseBusyMilliseconds = 10'000;

@@ -7,6 +7,8 @@
 #include <array>
 #include <span>
 
+#include "platform/limits.h"
+
 namespace {
 
 constexpr uint64_t kDescriptionHeaderBytes = 8; // version, flags, number of entries
@@ -48,9 +50,6 @@ constexpr size_t kObjectTypeAt = 0;
 constexpr size_t kAverageBitRateAt = 9;
 constexpr size_t kDecoderConfigBytes = 13;
 
-// No descriptor that comes before the bit rate is longer, even with a URL of 255 bytes.
-constexpr uint64_t kDescriptorPrefix = 512;
-
 using Bytes = std::span<const uint8_t>;
 
 bool Skip(Bytes *rest, size_t count) {
@@ -86,7 +85,7 @@ bool SkipStreamFields(Bytes *rest) {
 }
 
 void StreamDescriptorRead(BoxFile *file, const Box &box, Mp4Track *track) {
-    const auto size = static_cast<size_t>(std::min(box.PayloadSize(), kDescriptorPrefix));
+    const auto size = static_cast<size_t>(std::min(box.PayloadSize(), kMp4DescriptorPrefix));
     const uint8_t *bytes = BoxPayload(file, box, size);
     if (bytes == nullptr)
         return;

@@ -8,9 +8,11 @@
 
 #include <memory>
 
+#include "platform/limits.h"
+
 #include "platform/db/sqlite_connection.h"
 
-int sqlite_busy_milliseconds = 10000;
+int sqlite_busy_milliseconds = kDatabaseBusyMilliseconds;
 
 namespace {
 

@@ -4,6 +4,8 @@
 // picture of any size costs one or a few reads and no memory but the window.
 #pragma once
 
+#include "platform/limits.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -15,9 +17,6 @@ struct ImageSource {
     size_t (*read)(void *context, uint64_t offset, uint8_t *out, size_t size);
     void *context;
 };
-
-// Most pictures tell their size within the first page, and a page is what a read brings in anyway.
-inline constexpr size_t kImageWindow = 4096;
 
 struct ImageReader {
     ImageSource source;

@@ -12,16 +12,6 @@ struct PictureSize {
     uint64_t height;
 };
 
-// Bounds of the readers, each far beyond what real files have.
-
-// 4096 full segments are 256 MiB of metadata before the frame header; colour profiles stop at 255 segments,
-// and XMP of tens of megabytes takes some hundreds.
-inline constexpr int kJpegMaxSegments = 4096;
-// Writers pad between segments by a few bytes, or leave a damaged segment's rest: a segment's worth in all.
-inline constexpr int kJpegMaxStrayBytes = 65536;
-// Directories hold some tens of entries, sorted by tag, and the two that are looked for have low tags.
-inline constexpr uint64_t kTiffMaxEntries = 4096;
-
 bool JpegPictureSize(ImageReader *reader, PictureSize *size);
 bool PngPictureSize(ImageReader *reader, PictureSize *size);
 bool GifPictureSize(ImageReader *reader, PictureSize *size);

@@ -4,6 +4,8 @@
 // by their lengths, so that the frame header of a thumbnail inside one of them is never seen.
 #include "platform/index/image_formats.h"
 
+#include "platform/limits.h"
+
 namespace {
 
 constexpr uint8_t kFill = 0xFF;
@@ -76,8 +78,8 @@ bool FrameSize(JpegWalk *walk, uint64_t length, PictureSize *size) {
 } // namespace
 
 bool JpegPictureSize(ImageReader *reader, PictureSize *size) {
-    JpegWalk walk = {reader, 2, kJpegMaxStrayBytes};
-    for (int segment = 0; segment < kJpegMaxSegments; ++segment) {
+    JpegWalk walk = {reader, 2, kJpegStrayBytesMax};
+    for (int segment = 0; segment < kJpegSegmentsMax; ++segment) {
         uint8_t marker = 0;
         if (!NextMarker(&walk, &marker) || EndsHeaders(marker))
             return false;

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "platform/limits.h"
+
 namespace {
 
 constexpr uint64_t kClassicVersion = 42;
@@ -85,7 +87,7 @@ bool TiffPictureSize(ImageReader *reader, PictureSize *size) {
         return false;
     *size = {0, 0};
     uint64_t position = directory + layout.entries_size;
-    for (uint64_t left = std::min(entries, kTiffMaxEntries); left > 0; --left) {
+    for (uint64_t left = std::min(entries, kTiffEntriesMax); left > 0; --left) {
         const uint8_t *entry = ImageBytes(reader, position, EntrySize(layout));
         if (entry == nullptr)
             return false;

@@ -11,21 +11,11 @@
 #include <utility>
 
 #include "platform/index/batch.h"
+#include "platform/limits.h"
 
 namespace {
 
 constexpr char kLogName[] = "store.c";
-
-// One commit for this many rows makes its cost negligible (measured: beyond 500 nothing is gained), and the
-// second keeps other programs' view of the catalogue, and their wait for its lock, short. The third bounds
-// the memory of a batch of very long texts.
-constexpr size_t kBatchRows = 500;
-constexpr int64_t kBatchMilliseconds = 1000;
-constexpr size_t kBatchBytes = size_t{1} << 20;
-
-// A database that cannot be reached is not asked again for this long within a run: with a busy timeout or a
-// connection attempt for each of a thousand files, a run would never end.
-constexpr int64_t kAwayMilliseconds = 5000;
 
 constexpr int kPlainText = -1; // in a batch: the first value is itself the statement
 
@@ -71,7 +61,7 @@ bool Connect(Catalogue catalogue, const char *about) {
     Session &session = SessionOf(catalogue);
     if (session.connection != nullptr)
         return true;
-    if (session.away && Milliseconds() - session.away_since < kAwayMilliseconds) {
+    if (session.away && Milliseconds() - session.away_since < kDatabaseAwayMilliseconds) {
         LogFailure(about, "the database was out of reach a moment ago");
         return false;
     }
@@ -145,8 +135,8 @@ void Commit(Catalogue catalogue) {
 
 bool BatchIsFull(const Session &session) {
     return session.batch_open &&
-           (session.batch.rows >= kBatchRows || session.batch.bytes.size() >= kBatchBytes ||
-            Milliseconds() - session.batch_start >= kBatchMilliseconds);
+           (session.batch.rows >= kBatchRowsMax || session.batch.bytes.size() >= kBatchBytesMax ||
+            Milliseconds() - session.batch_start >= kBatchMillisecondsMax);
 }
 
 // True when the engine has given the batch up; it is then already done again.

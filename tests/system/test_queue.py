@@ -7,6 +7,7 @@ import socket
 import pytest
 
 from harness.daemon import QUEUE, WORKING_COPY, wait_for
+from harness.limits import LIMITS
 
 LINE_SIZE = 4111
 NO_NEWLINE = "Warning! No new line here."
@@ -119,7 +120,8 @@ def test_a_signal_without_a_queue_fails_sixteen_times_and_tells_nobody(daemon):
     daemon.signal()
     wait_for(lambda: daemon.logged("veluindexd.c", f"Failed to open {WORKING_COPY}. (No such file or directory)"),
              "the end of the run")
-    assert daemon.logged("veluindexd.c", f"Failed to rename {QUEUE}. (No such file or directory)") == 16
+    assert daemon.logged("veluindexd.c", f"Failed to rename {QUEUE}. (No such file or directory)") == \
+        LIMITS["kQueueTakeOversMax"]
     wait_for(daemon.idle, "the main loop")
     assert daemon.peer_signals("dms") == []
 

@@ -4,6 +4,7 @@
 #include "catalogue/media_info.h"
 #include "container/command_line_reader.h"
 #include "container/faad_line.h"
+#include "platform/limits.h"
 #include "tests/unit/comma_locale.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/program_output.h"
@@ -187,7 +188,8 @@ TEST_F(AacTest, ALineIsReadUpTo1023Bytes) {
         "head -c 5000 /dev/zero | tr '\\0' x; echo ' duration;1;samplerate;2;channel;3;bitrate;4;'");
     MediaInfo record = {};
     EXPECT_EQ(AacMetadataRead(kSong, &record), -1);
-    EXPECT_EQ(LogTakeTexts(), Texts{"aac.c# Failed to parse FAAD result. [" + std::string(1023, 'x') + "]"});
+    EXPECT_EQ(LogTakeTexts(),
+              Texts{"aac.c# Failed to parse FAAD result. [" + std::string(kDecoderLineSize - 1, 'x') + "]"});
 }
 
 TEST_F(AacTest, AnyNameReachesTheDecoderAsOneArgument) {

@@ -5,6 +5,7 @@
 
 #include <sqlite3.h>
 
+#include "platform/limits.h"
 #include "tests/unit/test_files.h"
 
 namespace {
@@ -53,7 +54,7 @@ TEST_P(CatalogueRun, ReadersSeeWholeBatchesOnly) {
     ASSERT_EQ(Save(0, "/first"), 0);
     Peer reader;
     VELUIndexRunBegin();
-    for (int i = 0; i < 499; ++i)
+    for (size_t i = 0; i < kBatchRowsMax - 1; ++i)
         ASSERT_EQ(Save(0, "/m/" + std::to_string(i)), 0);
     EXPECT_EQ(reader.Count("music"), 1);
     ASSERT_EQ(Save(0, "/m/499"), 0);
@@ -73,7 +74,7 @@ TEST_P(CatalogueRun, ABatchOlderThanASecondIsCommittedByTheNextWrite) {
     Peer reader;
     VELUIndexRunBegin();
     ASSERT_EQ(Save(0, "/a"), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    std::this_thread::sleep_for(std::chrono::milliseconds(kBatchMillisecondsMax + 100));
     EXPECT_EQ(reader.Count("music"), 1);
     ASSERT_EQ(Save(0, "/b"), 0);
     EXPECT_EQ(reader.Count("music"), 2);
@@ -84,8 +85,15 @@ TEST_P(CatalogueRun, ABatchOfLongTextsIsCommittedEarly) {
     ASSERT_EQ(Save(0, "/first"), 0);
     Peer reader;
     VELUIndexRunBegin();
-    for (int i = 0; i < 300; ++i)
-        ASSERT_EQ(Save(0, "/" + std::string(4000, 'x') + std::to_string(i)), 0);
+    // Each row takes somewhat more than its path, so that the bound comes a little before this many paths fill it.
+    constexpr size_t kLength = 4000;
+    constexpr size_t kRows = kBatchBytesMax / kLength;
+    size_t row = 0;
+    for (; row < kRows * 3 / 4; ++row)
+        ASSERT_EQ(Save(0, "/" + std::string(kLength, 'x') + std::to_string(row)), 0);
+    EXPECT_EQ(reader.Count("music"), 1);
+    for (; row < kRows; ++row)
+        ASSERT_EQ(Save(0, "/" + std::string(kLength, 'x') + std::to_string(row)), 0);
     EXPECT_GT(reader.Count("music"), 1);
     ASSERT_EQ(VELUIndexRunEnd(), 0);
 }
@@ -191,6 +199,26 @@ TEST_F(SqliteRun, AStoreLockedPastTheTimeoutFailsTheRunAndComesBack) {
     EXPECT_EQ(Save(0, "/back"), 0);
     EXPECT_EQ(Paths("music"), "/back|/first");
     EXPECT_EQ(BlVELUIndexIsMusicTableDirty(), 1);
+}
+
+// Nothing is asked of a database that was away a moment ago, though it is back, until that moment is over.
+TEST_F(SqliteRun, ADatabaseThatWasAwayIsAskedAgainAfterAWhile) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    sqlite_busy_milliseconds = 10;
+    const auto start = std::chrono::steady_clock::now();
+    VELUIndexRunBegin();
+    {
+        Peer peer;
+        ASSERT_EQ(VELUDBBegin(peer.db), 0);
+        EXPECT_EQ(Save(0, "/lost"), -1);
+    }
+    EXPECT_EQ(Save(0, "/too early"), -1);
+    std::this_thread::sleep_until(start + std::chrono::milliseconds(kDatabaseAwayMilliseconds - 500));
+    EXPECT_EQ(Save(0, "/still too early"), -1);
+    std::this_thread::sleep_until(start + std::chrono::milliseconds(kDatabaseAwayMilliseconds + 500));
+    EXPECT_EQ(Save(0, "/back"), 0);
+    EXPECT_EQ(VELUIndexRunEnd(), -1) << "rows were lost";
+    EXPECT_EQ(Paths("music"), "/back|/first");
 }
 
 TEST_P(CatalogueRun, AnUnreachableStoreIsOneLineForEachOperation) {

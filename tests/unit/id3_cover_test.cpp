@@ -3,6 +3,7 @@
 
 #include "log_catcher.h"
 #include "mp3_bytes.h"
+#include "platform/limits.h"
 #include "platform/veluindex.h"
 
 #include <errno.h>
@@ -108,8 +109,11 @@ TEST_F(Id3Cover, OtherMimeTypesAreRefused) {
 }
 
 TEST_F(Id3Cover, OnlyThirtyOneBytesOfAMimeTypeAreRead) {
-    EXPECT_EQ(Save(Picture(std::string(31, 'm') + "n", 3, kJpeg)), 0);
-    ExpectLogged("type: " + std::string(31, 'm') + ", file:");
+    const std::string longest(kId3MimeTypeMax, 'm');
+    for (const char *behind : {"", "n"}) {
+        EXPECT_EQ(Save(Picture(longest + behind, 3, kJpeg)), 0);
+        ExpectLogged("type: " + longest + ", file:");
+    }
 }
 
 TEST_F(Id3Cover, MimeTypeEndsWithTheFrame) {
@@ -151,10 +155,10 @@ TEST_F(Id3Cover, LargePicturesAreCopiedWhole) {
 TEST_F(Id3Cover, CutPicturesEndInFillerUpToOneWindow) {
     const std::string frame = Frame23("APIC", Picture("image/jpeg", 3, kJpeg));
     const size_t size = frame.size() - 10;
-    EXPECT_EQ(SaveFrame(frame, size + kReaderWindow), 1);
-    EXPECT_EQ(Contents(Place(3, kCoverJpeg)), kJpeg + std::string(kReaderWindow, '\x11'));
+    EXPECT_EQ(SaveFrame(frame, size + kPictureFillMax), 1);
+    EXPECT_EQ(Contents(Place(3, kCoverJpeg)), kJpeg + std::string(kPictureFillMax, '\x11'));
     std::filesystem::remove_all("/var/lib/velu/covers");
-    EXPECT_EQ(SaveFrame(frame, size + kReaderWindow + 1), 0);
+    EXPECT_EQ(SaveFrame(frame, size + kPictureFillMax + 1), 0);
     EXPECT_EQ(SaveFrame(frame, 0xFFFFFFFF), 0);
     EXPECT_FALSE(Exists(Folder()));
 }

@@ -3,6 +3,7 @@
 
 #include "log_catcher.h"
 #include "mp3_bytes.h"
+#include "platform/limits.h"
 
 #include <string.h>
 
@@ -117,10 +118,10 @@ TEST(Id3v2, LongTextFrameEndsTheWalk) {
     EXPECT_STREQ(tag.artist, "artist");
     EXPECT_STREQ(tag.title, "");
     EXPECT_STREQ(tag.album, "");
-    tag = Walk(Tag(3, first + Frame23("XXXX", std::string(1024, 't')) + last));
+    tag = Walk(Tag(3, first + Frame23("XXXX", std::string(kId3TextFrameMax + 1, 't')) + last));
     EXPECT_STREQ(tag.album, "");
-    tag = Walk(Tag(3, first + Frame23("TIT2", kLatin + std::string(1022, 't')) + last));
-    EXPECT_EQ(tag.title, std::string(1022, 't'));
+    tag = Walk(Tag(3, first + Frame23("TIT2", kLatin + std::string(kId3TextFrameMax - 1, 't')) + last));
+    EXPECT_EQ(tag.title, std::string(kId3TextFrameMax - 1, 't'));
     EXPECT_STREQ(tag.album, "album");
 }
 

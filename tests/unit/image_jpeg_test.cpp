@@ -75,21 +75,21 @@ TEST(JpegSize, CutAnywhere) {
 
 TEST(JpegSize, SegmentsUpToTheBound) {
     std::string comments;
-    for (int i = 0; i < kJpegMaxSegments - 1; ++i)
+    for (int i = 0; i < kJpegSegmentsMax - 1; ++i)
         comments += "\xFF\xFE\0\2"s;
     EXPECT_EQ(SizeOf(kStart + comments + Frame(0xC0, 5, 6)), (Size{5, 6}));
     EXPECT_EQ(SizeOf(kStart + comments + Segment(0xFE, "") + Frame(0xC0, 5, 6)), kUntouched);
 }
 
 TEST(JpegSize, StrayBytesUpToTheBound) {
-    const std::string stray(kJpegMaxStrayBytes, '\0');
-    const std::string half(kJpegMaxStrayBytes / 2, '\0');
+    const std::string stray(kJpegStrayBytesMax, '\0');
+    const std::string half(kJpegStrayBytesMax / 2, '\0');
     const std::string start = kStart + Segment(0xFE, "x");
     EXPECT_EQ(SizeOf(start + stray + Frame(0xC0, 5, 6)), (Size{5, 6}));
     EXPECT_EQ(SizeOf(start + stray + "\0"s + Frame(0xC0, 5, 6)), kUntouched);
     EXPECT_EQ(SizeOf(start + half + Segment(0xFE, "y") + half + "\0"s + Frame(0xC0, 5, 6)), kUntouched)
         << "the bound is one for the whole file";
-    EXPECT_EQ(SizeOf(kStart + std::string(kJpegMaxStrayBytes + 2, '\xFF') + Frame(0xC0, 5, 6)), kUntouched);
+    EXPECT_EQ(SizeOf(kStart + std::string(kJpegStrayBytesMax + 2, '\xFF') + Frame(0xC0, 5, 6)), kUntouched);
 }
 
 TEST(JpegSize, LargeMetadataCostsOneReadASegment) {

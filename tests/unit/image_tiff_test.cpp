@@ -100,7 +100,7 @@ TEST_P(TiffSize, CutAnywhere) {
 
 TEST_P(TiffSize, EntriesUpToTheBound) {
     const Tiff &tiff = GetParam();
-    std::vector<std::string> entries(kTiffMaxEntries - 2, tiff.Entry(700, 3, 1));
+    std::vector<std::string> entries(kTiffEntriesMax - 2, tiff.Entry(700, 3, 1));
     entries.push_back(tiff.Entry(256, 3, 3));
     entries.push_back(tiff.Entry(257, 3, 4));
     EXPECT_EQ(SizeOf(tiff.File(entries)), (Size{3, 4}));

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "platform/limits.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/test_files.h"
 
@@ -112,6 +113,22 @@ TEST_F(MainLoopTest, WorkThatIsLeftIsTakenUpAgainWithoutASignal) {
     EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
 }
 
+TEST_F(MainLoopTest, TheIntervalsGrowUpToABound) {
+    FileWrite("/etc/veluinfo.conf", "mediadb=\"sqlite:/proc/no/such/place.db\"\n");
+    FileWrite("/volume1/music/a.pcm", "x");
+    FileWrite("/var/spool/velu_indexing_queue", "a:/volume1/music/a.pcm\n");
+    for (const int expected : {1, 2, 4, 8, 16, 32, kQueueRetryWakeUpsMax, kQueueRetryWakeUpsMax}) {
+        QueueRun();
+        int wake_ups = 1;
+        while (WakeUpHandle(kStart) == WakeUp::wait)
+            ++wake_ups;
+        EXPECT_EQ(wake_ups, expected);
+    }
+    std::filesystem::remove("/etc/veluinfo.conf");
+    QueueRun();
+    LogTake();
+}
+
 TEST_F(MainLoopTest, ARequestThatCanNeverBeStoredIsGivenUp) {
     FileWrite("/etc/veluinfo.conf", "mediadb=\"sqlite:/proc/no/such/place.db\"\n");
     FileWrite("/volume1/music/a.pcm", "x");
@@ -119,7 +136,7 @@ TEST_F(MainLoopTest, ARequestThatCanNeverBeStoredIsGivenUp) {
     int runs = 0;
     for (; runs == 0 || std::filesystem::exists("/var/spool/velu_indexing_queue.tmp"); ++runs)
         QueueRun();
-    EXPECT_EQ(runs, 100);
+    EXPECT_EQ(runs, kQueueKeptRunsMax);
     const std::vector<std::string> log = LogTakeTexts();
     EXPECT_NE(log.back().find("is given up."), std::string::npos);
     std::filesystem::remove("/etc/veluinfo.conf");

@@ -2,6 +2,7 @@
 #include "container/metamedia_child.h"
 
 #include "platform/handle.h"
+#include "platform/limits.h"
 #include "platform/media_record.h"
 #include "platform/module.h"
 #include "tests/unit/child_process.h"
@@ -169,10 +170,14 @@ int ProbeConfinement(const char *, MediaInfo *record) {
         return wrong("core");
     if (!LimitIs(RLIMIT_FSIZE, 0))
         return wrong("file size");
-    if (!LimitIs(RLIMIT_CPU, 120))
+    if (!LimitIs(RLIMIT_CPU, kProbeCpuSecondsMax))
         return wrong("processor time");
-    if (!LimitIs(RLIMIT_NOFILE, 16))
+    if (!LimitIs(RLIMIT_NOFILE, kProbeOpenFilesMax))
         return wrong("open files");
+    const auto memory =
+        static_cast<rlim_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
+    if (!VELU_SANITIZED && !LimitIs(RLIMIT_AS, memory + kProbeAddressReserve))
+        return wrong("address space");
     // Without a system log in the sandbox not even its socket is open.
     for (int fd = STDERR_FILENO + 1; fd < 1024; ++fd) {
         struct stat status = {};
@@ -187,6 +192,23 @@ TEST(Metamedia, TheChildIsConfined) {
     const FdHandle inherited(open("/dev/null", O_RDONLY));
     const auto record = RecordMake();
     EXPECT_EQ(0, MediaProbeRun(ProbeConfinement, kPath, record.get(), kFast)) << record->title;
+}
+
+// Opens what it may and one more.
+int ProbeOfManyFiles(const char *, MediaInfo *) {
+    int next = 0;
+    do
+        next = open("/dev/null", O_RDONLY);
+    while (next >= 0 && next < static_cast<int>(kProbeOpenFilesMax) - 1);
+    return next == static_cast<int>(kProbeOpenFilesMax) - 1 && open("/dev/null", O_RDONLY) < 0 &&
+                   errno == EMFILE
+               ? kProbeDone
+               : kProbeFailed;
+}
+
+TEST(Metamedia, TheChildOpensFilesUpToItsBound) {
+    const auto record = RecordMake();
+    EXPECT_EQ(0, MediaProbeRun(ProbeOfManyFiles, kPath, record.get(), kFast));
 }
 
 TEST(Metamedia, TheChildCannotWriteFiles) {

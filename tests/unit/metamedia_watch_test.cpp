@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "container/metamedia_watch.h"
 
+#include "platform/limits.h"
 #include "tests/unit/child_process.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/scratch_file.h"
@@ -71,7 +72,7 @@ TEST_F(MetamediaWatch, AChildThatDoesNotEndIsKilledAtThe902ndLook) {
     const pid_t child = ChildIdle();
     const auto start = Clock::now();
     EXPECT_EQ(-1, ChildProcessWatch(child, kFast));
-    EXPECT_GE(SecondsSince(start), 0.902);
+    EXPECT_GE(SecondsSince(start), (kProbeLooksMax + 2) / 1000.0);
     EXPECT_EQ(Texts{Line(child, " exceeded max loop count: 901, sec: 0, nsec: 1000000.")}, LogTakeTexts());
 }
 
@@ -175,9 +176,10 @@ TEST_F(MetamediaWatch, TheLimitIsHalfOfTheMemoryCutToAWholeNumber) {
                                  " kB\nMemFree: 1 kB\n");
         return ChildMemoryExceeded(child, memory.c_str());
     };
-    EXPECT_EQ(0, exceeded(2 * resident));
-    EXPECT_EQ(0, exceeded(2 * resident + 1));
-    EXPECT_EQ(1, exceeded(2 * resident - 1));
+    const auto bound = static_cast<long>(static_cast<double>(resident) / kProbeMemoryShare);
+    EXPECT_EQ(0, exceeded(bound));
+    EXPECT_EQ(0, exceeded(bound + 1));
+    EXPECT_EQ(1, exceeded(bound - 1));
     EXPECT_EQ(0, ChildMemoryExceeded(child));
     ChildKill(child);
     EXPECT_EQ(Texts{}, LogTakeTexts());

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <fstream>
 
+#include "platform/limits.h"
 #include "platform/media_record.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/mpeg_video_bytes.h"
@@ -87,9 +88,9 @@ TEST_F(MetavideoTest, PrefixIsFoundUpToFiveBytesBeforeTheEnd) {
 
 TEST_F(MetavideoTest, PrefixIsFoundUpToOffset99999) {
     const auto file = [](size_t at) { return std::string(at, 'x') + "\0\0\1"s + std::string(100, 'x'); };
-    EXPECT_EQ(PrefixIn(file(99'999), 0), 99'999);
+    EXPECT_EQ(PrefixIn(file(kMpegPrefixOffsetMax), 0), 99'999);
     EXPECT_EQ(PrefixIn(file(99'999), 99'999), 99'999);
-    EXPECT_EQ(PrefixIn(file(100'000), 0), -1);
+    EXPECT_EQ(PrefixIn(file(kMpegPrefixOffsetMax + 1), 0), -1);
     EXPECT_EQ(PrefixIn(file(100'000), 100'000), -1);
     EXPECT_EQ(PrefixIn(file(99'999), INT64_MAX), -1);
 }

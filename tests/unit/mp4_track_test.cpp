@@ -216,6 +216,17 @@ TEST(Mp4TrackTest, TheBitRateIsTheDescriptorsAverage) {
     EXPECT_EQ(BitRateOf(video), 700000u);
 }
 
+// All that may stand before the bit rate, at its longest, and behind it more than is read of any descriptor.
+TEST(Mp4TrackTest, TheLongestDescriptorIsWithinWhatIsRead) {
+    const std::string url = U8(255) + std::string(255, 'u');
+    const std::string longest = StreamDescriptor(96000, 0x40, 4, 0xE0, "ab" + url + "cd");
+    ASSERT_LT(longest.size(), kMp4DescriptorPrefix);
+    for (const size_t payload : {kMp4DescriptorPrefix, kMp4DescriptorPrefix + 1}) {
+        const std::string padded = longest.substr(8) + std::string(payload + 8 - longest.size(), 'x');
+        EXPECT_EQ(BitRateOfDescriptor(BoxBytes("esds", padded)), 96000u) << payload;
+    }
+}
+
 TEST(Mp4TrackTest, AVersion1EntryOfANewDescriptionHasNoMoreFields) {
     // Built as a version 0 entry whose version field says 1.
     std::string entry = SoundEntry("mp4a", 2, StreamDescriptor(96000));
@@ -253,7 +264,7 @@ TEST(Mp4TrackTest, AllKindsOfSizeTablesAreAddedUp) {
 }
 
 TEST(Mp4TrackTest, ASizeTableLongerThanAWindowIsAddedUp) {
-    for (const size_t count : {size_t{1020}, size_t{1021}, size_t{5000}, size_t{300'000}})
+    for (const size_t count : {kMp4Window / 4, kMp4Window / 4 + 1, size_t{5000}, size_t{300'000}})
         EXPECT_EQ(BitRateOfSizes(SizeTable(std::vector<uint32_t>(count, 3))), count * 3 * 8) << count;
     EXPECT_EQ(BitRateOfSizes(CompactSizeTable(4, 20001, std::string(10001, '\x11'))), 20001 * 8u);
 }

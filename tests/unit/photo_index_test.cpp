@@ -6,6 +6,7 @@
 
 #include "photo/photo_ea.h"
 #include "photo_catalogue.h"
+#include "platform/limits.h"
 
 namespace fs = std::filesystem;
 
@@ -195,8 +196,8 @@ TEST_F(PhotoIndexTest, FilesFrom1ByteToBelow20MiBAreSaved) {
     FileWrite("/volume1/photo/c.jpg", "x");
     FileWrite("/volume1/photo/d.jpg", "x");
     fs::resize_file("/volume1/photo/a.jpg", 0);
-    fs::resize_file("/volume1/photo/c.jpg", 20971519);
-    fs::resize_file("/volume1/photo/d.jpg", 20971520);
+    fs::resize_file("/volume1/photo/c.jpg", kPhotoSizeEnd - 1);
+    fs::resize_file("/volume1/photo/d.jpg", kPhotoSizeEnd);
     EXPECT_EQ(PhotoIndexAdd("/volume1/photo/a.jpg", 1), -1);
     EXPECT_EQ(PhotoIndexAdd("/volume1/photo/b.jpg", 1), 0);
     EXPECT_EQ(PhotoIndexAdd("/volume1/photo/c.jpg", 1), 0);

@@ -13,6 +13,7 @@
 #include <regex>
 
 #include "photo_catalogue.h"
+#include "platform/limits.h"
 
 namespace {
 
@@ -93,9 +94,9 @@ TEST_F(PhotoQueueTest, AFolderWithoutRightsIsTried17TimesWith16PausesOfASecond) 
     });
     photo_queue_pause = sleep;
     rmdir("/var/spool/closed");
-    EXPECT_EQ(result, 16);
+    EXPECT_EQ(result, kConverterQueueRetriesMax);
     const Texts texts = LogTakeTexts();
-    EXPECT_EQ(texts.size(), 17U);
+    EXPECT_EQ(texts.size(), kConverterQueueRetriesMax + 1U);
     EXPECT_EQ(std::count_if(texts.begin(), texts.end(),
                             [](const std::string &text) {
                                 return text.find("failed, reason=Permission denied\n") != std::string::npos;

@@ -5,6 +5,7 @@
 
 #include "photo/photo_sync.h"
 #include "photo_catalogue.h"
+#include "platform/limits.h"
 
 namespace fs = std::filesystem;
 
@@ -51,12 +52,15 @@ TEST_F(PhotoResyncTest, AShareThatCannotBeReadLosesNothing) {
 }
 
 TEST_F(PhotoResyncTest, MoreDirectoriesThanAPortionAreAllVisitedOnce) {
-    VELUIndexRunBegin();
-    for (int i = 0; i < 600; ++i)
-        FileWrite("/volume1/photo/d" + std::to_string(i) + "/a.jpg", "x");
-    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
-    VELUIndexRunEnd();
-    EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image"), "600");
+    size_t made = 0;
+    for (const size_t count : {kResyncFirstPortion, kResyncFirstPortion + 1, 3 * kResyncFirstPortion + 1}) {
+        for (; made < count; ++made)
+            FileWrite("/volume1/photo/d" + std::to_string(made) + "/a.jpg", "x");
+        VELUIndexRunBegin();
+        EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+        VELUIndexRunEnd();
+        EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image"), std::to_string(count));
+    }
 }
 
 TEST_F(PhotoResyncTest, ADeepTreeCostsNoDescriptors) {

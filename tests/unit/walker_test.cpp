@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "daemon/walker.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -9,6 +11,8 @@
 
 #include "catalogue/features.h"
 #include "daemon/index.h"
+#include "platform/handle.h"
+#include "platform/limits.h"
 #include "platform/veluindex.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/test_files.h"
@@ -18,6 +22,14 @@ namespace fs = std::filesystem;
 namespace {
 
 using Texts = std::vector<std::string>;
+
+// The limit with which so many more descriptors can be had.
+rlim_t LimitForMore(size_t descriptors) {
+    std::vector<FdHandle> more;
+    while (more.size() < descriptors)
+        more.emplace_back(open("/dev/null", O_RDONLY));
+    return static_cast<rlim_t>(more.back().get()) + 1;
+}
 
 class WalkerTest : public testing::Test {
 protected:
@@ -155,6 +167,34 @@ TEST_F(WalkerTest, OtherKindsOfEntriesAreLeftOut) {
     ASSERT_EQ(mkfifo("/volume1/music/pipe.pcm", 0600), 0);
     IndexDirWalk("/volume1/music", kIndexAdd, kWalkMedia);
     EXPECT_EQ(MediaPaths("music"), Texts{"/volume1/music/a.pcm"});
+}
+
+// Levels that stay open cost a descriptor each, those below them none.
+TEST_F(WalkerTest, LevelsStayOpenUpToABound) {
+    const auto directories_found = [](size_t levels, size_t descriptors) {
+        SandboxReset();
+        std::string path = "/volume1/music";
+        for (size_t level = 1; level < levels; ++level)
+            path += "/d";
+        fs::create_directories(path);
+        FileWrite("/volume1/video/x.srt", "x");
+        VELUIndexRunBegin();
+        IndexFileAdd("/volume1/video/x.srt", kIndexAdd);
+        VELUIndexRunFlush(); // the catalogue has all its files open now
+        rlimit usual = {};
+        getrlimit(RLIMIT_NOFILE, &usual);
+        const rlimit tight = {LimitForMore(descriptors), usual.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &tight);
+        IndexDirWalk("/volume1/music", kIndexAdd, kWalkMedia);
+        setrlimit(RLIMIT_NOFILE, &usual);
+        VELUIndexRunEnd();
+        return MediaPaths("directory").size();
+    };
+    for (const size_t levels : {kWalkOpenLevels, kWalkOpenLevels + 1, 3 * kWalkOpenLevels})
+        EXPECT_EQ(directories_found(levels, kWalkOpenLevels), levels);
+    EXPECT_EQ(LogTakeTexts(), Texts{});
+    EXPECT_LT(directories_found(kWalkOpenLevels, kWalkOpenLevels - 1), kWalkOpenLevels);
+    EXPECT_FALSE(LogTake().empty());
 }
 
 // Far below the levels that stay open, each with entries before and behind the subdirectory.
