@@ -99,6 +99,12 @@ def children(pid):
     return {"pids": found}
 
 
+def descriptors(pid):
+    """What the open descriptors of a process are, in their order."""
+    folder = f"/proc/{pid}/fd"
+    return {"links": [os.readlink(f"{folder}/{number}") for number in sorted(os.listdir(folder), key=int)]}
+
+
 COMMANDS = {
     "run": run,
     "run_without_null": run_without_null,
@@ -108,6 +114,7 @@ COMMANDS = {
     "flood": flood,
     "proc": proc,
     "children": children,
+    "descriptors": descriptors,
     "hello": lambda: {},
 }
 

@@ -1,0 +1,131 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""A daemon under a soak: it is fed batches of files and looked at after each."""
+import os
+import re
+import shutil
+
+from harness.daemon import Daemon
+
+SHARES = ("/volume1/music/soak", "/volume1/photo/soak")
+GOOD = "/volume1/music/good"
+TABLES = ("music", "video", "photo", "playlist")
+# Columns that a good file's row has from its place and the moment.
+OWN = frozenset(("path", "title", "create_time", "modify_time"))
+BATCH_PATIENCE = 180
+# With a quarantine of its own size the sanitizer's allocator stops growing soon.
+SANITIZER = ":quarantine_size_mb=8:thread_local_quarantine_size_kb=64"
+WARM_UP = 3  # batches
+GROWTH_KB = {True: 48 << 10, False: 2 << 10}  # VmRSS after the warm-up, with the sanitizers and without
+
+
+class Finding(Exception):
+    """The daemon did what it never may."""
+
+
+class SoakDaemon(Daemon):
+    """A daemon with the decoder that it is shipped with, and the photo library on."""
+
+    def environment(self):
+        setting = super().environment()
+        return {**setting, "ASAN_OPTIONS": setting["ASAN_OPTIONS"] + SANITIZER}
+
+
+class Subject:
+    """`good` are whole files by name. Their rows, of the first time, are what they always have to be."""
+
+    def __init__(self, binary, library, good):
+        with open(binary, "rb") as program:
+            self.sanitized = b"__asan_init" in program.read()
+        self.daemon = SoakDaemon(binary, library)
+        self.good = sorted(good.items())
+        self.batches = 0
+        self.files = 0
+        self.killed = {}
+        self.most = {}  # the bounds of what may remain, from the warm-up
+        self.peak_growth = 0
+        self.daemon.configure(aacdecoder=binary.with_name("veluaacinfo"), **self.daemon.catalogue.keys)
+        self.daemon.start()
+        self.expected = {name: self._index_good(name) for name, _ in self.good}
+        self._forget()
+        self.daemon.index("no request")  # opens the system log
+        self.baseline = self._remains()
+
+    def _index_good(self, name):
+        path = self.daemon.write(f"{GOOD}/{self.batches}-{name}", dict(self.good)[name])
+        self.daemon.index(f"a:{path}", timeout=BATCH_PATIENCE)
+        return self._good_row(path)
+
+    def _good_row(self, path):
+        found = [(table, row) for table in TABLES if (row := self.daemon.row(table, path))]
+        if len(found) != 1:
+            raise Finding(f"{path} has {len(found)} rows")
+        table, row = found[0]
+        return table, {key: value for key, value in row.items() if key not in OWN}
+
+    def feed(self, files):
+        """Has a batch indexed: pairs of a name with a folder of SHARES before it, and the bytes."""
+        daemon = self.daemon
+        self.batches += 1
+        self.files += len(files)
+        for path, content in files:
+            daemon.write(path, content)
+        name, content = self.good[self.batches % len(self.good)]
+        good = daemon.write(f"{GOOD}/{self.batches}-{name}", content)
+        first = len(daemon.log.lines)
+        daemon.index(*(f"A:{share}" for share in SHARES), f"a:{good}", timeout=BATCH_PATIENCE)
+        self._count_kills(daemon.log.texts()[first:])
+        daemon.check_sanitizers()
+        if self._good_row(good) != self.expected[name]:
+            raise Finding(f"the row of {good} is {self._good_row(good)}, and not {self.expected[name]}")
+        rows = set(daemon.media_paths())
+        for path, _ in files:
+            if path not in rows:
+                raise Finding(f"{path} has no row")
+        self._forget()
+        self._check_remains()
+
+    def _forget(self):
+        """Takes the batch away again, files and rows."""
+        for folder in (*SHARES, GOOD):
+            shutil.rmtree(self.daemon.box.path(self.daemon.mkdir(folder)))
+        self.daemon.index(*(f"D:{share}" for share in SHARES), f"D:{GOOD}", timeout=BATCH_PATIENCE)
+        left = self.daemon.media_paths()
+        if left:
+            raise Finding(f"rows of files that are gone: {left[:3]}")
+
+    def _count_kills(self, texts):
+        """Children of the probe that were ended, by how: the files behind them deserve a look."""
+        for text in texts:
+            found = re.search(r"Process \d+ (killed by signal \d+|exceeded max \w+)", text)
+            if found:
+                self.killed[found[1]] = self.killed.get(found[1], 0) + 1
+
+    def _remains(self):
+        """What a batch must not leave more of."""
+        daemon = self.daemon
+        folders = ("/tmp", "/var/tmp", "/run", "/var/spool", "/var/lib/velu")
+        files = {os.path.join(folder, name) for top in folders
+                 for folder, _, names in os.walk(daemon.box.path(top)) for name in names}
+        return {
+            "descriptors": daemon.box.ask("descriptors", pid=daemon.pid)["links"],
+            "children": daemon.children(),
+            "files": sorted(files),
+        }
+
+    def _check_remains(self):
+        remains = self._remains()
+        for what, now in remains.items():
+            more = [one for one in now if one not in self.baseline[what]]
+            if len(now) > len(self.baseline[what]) or (what == "files" and more):
+                raise Finding(f"{what} that stay behind: {more or now}")
+        memory = int(self.daemon.status_field("VmRSS"))
+        if self.batches <= WARM_UP:
+            self.most["memory"] = max(memory, self.most.get("memory", 0))
+            return
+        growth = memory - self.most["memory"]
+        self.peak_growth = max(self.peak_growth, growth)
+        if growth > GROWTH_KB[self.sanitized]:
+            raise Finding(f"VmRSS has grown by {growth} KiB since the warm-up")
+
+    def close(self):
+        self.daemon.close()
