@@ -1,0 +1,48 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""System calls of a running daemon that fail: strace stands between the daemon and the kernel for a while."""
+import contextlib
+import errno
+import hashlib
+import os
+import signal
+
+from .daemon import wait_for
+
+TRACE = "/tmp/trace"
+
+
+def cover_path(media, name="0_1.jpg"):
+    """Where the cover of a media file is; of the type that lame writes, unless the name says otherwise."""
+    digest = hashlib.sha256(media.encode("latin-1")).hexdigest()
+    return f"/var/lib/velu/covers/{digest[:2]}/{digest}/{name}"
+
+
+@contextlib.contextmanager
+def traced(daemon, *options):
+    """The daemon under strace, whose output goes to TRACE."""
+    # strace wants the files that it watches to be where their names say, or nowhere.
+    command = " ".join(f"'{option}'" for option in ("/usr/bin/strace", "-f", "-qq", "-o", TRACE, "-p", str(daemon.pid),
+                                                    *options))
+    daemon.box.ask("run", arguments=["/bin/sh", "-c", f"{command} </dev/null >/tmp/strace 2>&1 &"], environment={},
+                   timeout=10)
+    tracer = wait_for(lambda: int(daemon.status_field("TracerPid") or 0), "strace")
+    try:
+        yield
+    finally:
+        daemon.box.ask("kill", pid=tracer, number=int(signal.SIGTERM))
+        wait_for(lambda: daemon.status_field("TracerPid") in ("0", None), "the end of strace")
+
+
+def failing(daemon, calls, path, code, when="1+"):
+    """Has system calls on a file fail with an error, `when` saying which of them, as strace counts."""
+    return traced(daemon, "-P", path, "-e", f"trace={calls}",
+                  "-e", f"inject={calls}:error={errno.errorcode[code]}:when={when}")
+
+
+def injections(daemon):
+    """How many calls were made to fail."""
+    return sum("(INJECTED)" in line for line in daemon.lines(TRACE))
+
+
+def files_below(daemon, folder):
+    return [os.path.join(at, name) for at, _, names in os.walk(daemon.box.path(folder)) for name in names]
