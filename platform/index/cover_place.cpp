@@ -3,6 +3,8 @@
 // The places of cover pictures: COVERDIR/xx/HASH/TYPE_INDEX.jpg or .png, HASH the SHA-256 of the media path
 // in hex and xx its first two digits, so that no folder gets more than 256 subfolders or the files of two
 // media.
+#include "platform/index/cover_place.h"
+
 #include "platform/handle.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
@@ -14,6 +16,7 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <charconv>
 #include <string>
@@ -33,6 +36,8 @@ constexpr int kFirstCoverIndex = 1;
 
 constexpr size_t kHashDigits = SHA256_DIGEST_LENGTH * 2;
 constexpr size_t kGroupDigits = 2;
+
+bool covers_placed = false; // since they were last brought to the disk
 
 // Without slashes at its end; empty when the configured folder has no absolute path.
 std::string CoverDir() {
@@ -171,6 +176,20 @@ int GetCoverFolder(const char *media_path, char *out, size_t size) {
     return CopyPath(CoverFolder(media_path), out, size);
 }
 
+// One call for the file system, and not one for each cover, which would cost a disk's turn each. What others
+// have written there lately goes along.
+bool CoversSync() {
+    if (!covers_placed)
+        return true;
+    const FdHandle folder(open(CoverDir().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder && errno == ENOENT) // somebody has taken all covers away
+        return true;
+    if (!folder || syncfs(folder.get()) != 0)
+        return false;
+    covers_placed = false;
+    return true;
+}
+
 int GetCoverPath(const char *media_path, char *out, size_t size, int picture_type, int cover_index,
                  int format) {
     if (out == nullptr || size == 0)
@@ -187,6 +206,7 @@ int GetCoverPath(const char *media_path, char *out, size_t size, int picture_typ
         folder + '/' + std::to_string(picture_type) + '_' + std::to_string(cover_index) + '.' + extension;
     if (path.size() >= size || !MakeFolders(folder))
         return 0;
+    covers_placed = true;
     return CopyPath(path, out, size);
 }
 

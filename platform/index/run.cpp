@@ -5,12 +5,15 @@
 // transaction up, its writes are done again one by one.
 #include "platform/index/run.h"
 
+#include <errno.h>
+#include <string.h>
 #include <syslog.h>
 #include <time.h>
 
 #include <utility>
 
 #include "platform/index/batch.h"
+#include "platform/index/cover_place.h"
 #include "platform/limits.h"
 
 namespace {
@@ -244,6 +247,12 @@ int VELUIndexRunEnd() {
             run.away = true;
         }
         session = Session();
+    }
+    // A row says that its file has a cover: both are on disk before the request is forgotten.
+    if (!CoversSync()) {
+        syslog(LOG_ERR, "%s (%d) Failed to bring the covers to the disk. (%s)", kLogName, __LINE__,
+               strerror(errno));
+        run.away = true;
     }
     run.active = false;
     return run.away ? -1 : 0;
