@@ -61,6 +61,17 @@ def test_a_cover_cut_short_by_a_full_disk_is_removed(song, tmp_path):
     assert song.read(COVER_PNG) == (tmp_path / "large.png").read_bytes()
 
 
+def test_a_cover_that_does_not_reach_the_disk_is_stored_again(song):
+    with failing(song, "syncfs", COVERS, errno.EIO, "1"):
+        song.queue(f"a:{SONG}")
+        song.signal()
+        line = f"Failed to bring the covers to the disk. ({os.strerror(errno.EIO)})"
+        wait_for(lambda: song.logged("store.c", line), "the log line")
+        wait_for(lambda: not song.exists(WORKING_COPY) and not song.exists(QUEUE), "the run to be done again")
+    assert song.logged("store.c", line) == 1
+    assert song.row("music", SONG)["has_cover"] == 1 and song.exists(COVER)
+
+
 def test_a_write_of_a_cover_that_a_signal_interrupts_is_done_again(song):
     song.index(f"a:{SONG}")
     whole = song.read(COVER)

@@ -1,0 +1,175 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""What a daemon does to its files, recorded call by call, and what a disk may hold of it when the power fails."""
+import contextlib
+import os
+import re
+import shutil
+from dataclasses import dataclass
+
+from .faults import TRACE, traced
+
+FOLDERS = ("/var/spool", "/var/lib/velu")
+CALLS = ("open,openat,creat,write,pwrite64,writev,pwritev,ftruncate,truncate,rename,renameat,renameat2,unlink,unlinkat,mkdir,"
+         "mkdirat,rmdir,link,linkat,symlink,symlinkat,fsync,fdatasync,syncfs,sync")
+LINE = re.compile(r"^\d+ +(\w+)\((.*)\) += (\d+)")
+TEXT = re.compile(r'"((?:\\x[0-9a-f]{2})*)"')
+OPEN_FILE = re.compile(r"(?:\d+|AT_FDCWD)<((?:\\x[0-9a-f]{2})*)>")
+
+
+@dataclass
+class Operation:
+    """One change of a file or directory that has come about."""
+
+    name: str
+    path: str
+    data: bytes = b""
+    at: int = -1  # where the data go; behind all others when below 0. The size of a truncation.
+    synced: bool = False
+
+
+def _bytes(text):
+    return bytes.fromhex(text.replace("\\x", ""))
+
+
+def _texts(text):
+    return [_bytes(found) for found in TEXT.findall(text)]
+
+
+def _is_ours(path):
+    return any(path.startswith(folder + "/") for folder in FOLDERS)
+
+
+class Parser:
+    """Turns the lines of strace into operations."""
+
+    def __init__(self):
+        self.operations = []
+        self.synchronous = set()
+
+    def _add(self, name, path, **more):
+        if _is_ours(path):
+            self.operations.append(Operation(name, path, **more))
+
+    @staticmethod
+    def _paths(arguments):
+        """The paths that a call names, each relative to the directory before it."""
+        folders = [_bytes(found).decode("latin-1") for found in OPEN_FILE.findall(arguments)]
+        names = [text.decode("latin-1") for text in _texts(arguments)]
+        return [os.path.join(folders[index] if index < len(folders) else "/", name) for index, name in enumerate(names)]
+
+    def take(self, line):
+        found = LINE.match(line)
+        if not found:
+            return
+        call, arguments, result = found[1], found[2], int(found[3])
+        if call in ("open", "openat", "creat"):
+            path = self._paths(arguments)[0]
+            if "O_SYNC" in arguments or "O_DSYNC" in arguments:
+                self.synchronous.add(path)
+            if "O_CREAT" in arguments:
+                self._add("create", path)
+            if "O_TRUNC" in arguments:
+                self._add("truncate", path, at=0)
+        elif call.startswith(("rename", "link", "symlink")):
+            old, new = self._paths(arguments)
+            if not call.startswith("rename"):
+                raise ValueError(f"no model for {line}")
+            if _is_ours(old) or _is_ours(new):
+                self.operations.append(Operation("rename", old, data=new.encode("latin-1")))
+        elif call.startswith(("unlink", "rmdir")):
+            self._add("rmdir" if call == "rmdir" or "AT_REMOVEDIR" in arguments else "unlink", self._paths(arguments)[0])
+        elif call.startswith("mkdir"):
+            self._add("mkdir", self._paths(arguments)[0])
+        elif call in ("syncfs", "sync"):
+            self.operations.append(Operation("sync", ""))
+        else:
+            path = _bytes(OPEN_FILE.match(arguments)[1]).decode("latin-1")
+            if call in ("fsync", "fdatasync"):
+                self._add("sync", path)
+            elif call == "ftruncate":
+                self._add("truncate", path, at=int(arguments.rsplit(", ", 1)[1]))
+            else:
+                at = int(arguments.rsplit(", ", 1)[1]) if call == "pwrite64" else -1
+                self._add("write", path, data=b"".join(_texts(arguments))[:result], at=at, synced=path in self.synchronous)
+
+
+@contextlib.contextmanager
+def recorded(daemon, operations):
+    """Appends to `operations` what the daemon does to its files."""
+    with traced(daemon, "-y", "-xx", "-s", "1000000", "-e", f"trace={CALLS}"):
+        yield
+    parser = Parser()
+    for line in daemon.lines(TRACE):
+        parser.take(line)
+    operations.extend(parser.operations)
+
+
+@dataclass
+class File:
+    """A file on the disk, and of what was written to it since it was last brought there, each write."""
+
+    durable: bytes = b""
+    waiting: tuple = ()
+
+    def content(self, keep):
+        """The bytes when of the waiting writes those survive that `keep` wants."""
+        data = bytearray(self.durable)
+        for write in self.waiting:
+            if write.name == "truncate":
+                del data[write.at:]
+                data.extend(bytes(write.at - len(data)))
+            elif keep(write):
+                at = write.at if write.at >= 0 else len(data)
+                data.extend(bytes(max(0, at - len(data))))
+                data[at:at + len(write.data)] = write.data
+        return bytes(data)
+
+
+class Disk:
+    """The files and folders below FOLDERS. Changes of directories come to the disk in their order; what was written to
+    a file may be lost until it is synchronised."""
+
+    def __init__(self, daemon):
+        self.files, self.folders = {}, set()
+        for top in FOLDERS:
+            for folder, _, names in os.walk(daemon.box.path(top)):
+                inside = top + folder[len(daemon.box.path(top)):]
+                self.folders.add(inside)
+                for name in names:
+                    self.files[f"{inside}/{name}"] = File(daemon.read(f"{inside}/{name}"))
+
+    def apply(self, operation):
+        name, path, files = operation.name, operation.path, self.files
+        if name == "create":
+            files.setdefault(path, File())
+        elif name == "mkdir":
+            self.folders.add(path)
+        elif name == "rmdir":
+            self.folders.discard(path)
+        elif name == "unlink":
+            files.pop(path)
+        elif name == "rename":
+            files[operation.data.decode("latin-1")] = files.pop(path)
+        elif name == "sync":
+            for file in [files[path]] if path in files else files.values() if not path else ():
+                file.durable, file.waiting = file.content(lambda _: True), ()
+        elif path in files:
+            file = files[path]
+            file.waiting += (operation,)
+            if operation.synced:
+                file.durable, file.waiting = file.content(lambda _: True), ()
+
+    def image(self, keep):
+        """What the disk holds: folders, and the bytes of each file."""
+        return (tuple(sorted(self.folders)), tuple(sorted((path, file.content(keep)) for path, file in self.files.items())))
+
+
+def restore(daemon, image):
+    """Makes the folders of a daemon that does not run what an image says."""
+    folders, files = image
+    for top in FOLDERS:
+        shutil.rmtree(daemon.box.path(top))
+    for folder in folders:
+        daemon.mkdir(folder)
+    for path, content in files:
+        daemon.write(path, content)
