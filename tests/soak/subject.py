@@ -94,11 +94,13 @@ class Subject:
             raise Finding(f"rows of files that are gone: {left[:3]}")
 
     def _count_kills(self, texts):
-        """Children of the probe that were ended, by how: the files behind them deserve a look."""
-        for text in texts:
+        """Children of the probe that were ended, by how, and their files, which deserve a look. The watchdog's 90 seconds
+        are two of the daemon's fast clock."""
+        for text, following in zip(texts, [*texts[1:], ""]):
             found = re.search(r"Process \d+ (killed by signal \d+|exceeded max \w+)", text)
             if found:
-                self.killed[found[1]] = self.killed.get(found[1], 0) + 1
+                file = re.search(r"\[(.*)\]", following)
+                self.killed.setdefault(found[1], []).append(os.path.basename(file[1]) if file else "?")
 
     def _remains(self):
         """What a batch must not leave more of."""
