@@ -72,6 +72,9 @@ const char *VELUDBErrorGet(const VELUDB *db);
 int VELUDBRowCount(const VELUDBResult *result);
 int VELUDBColumnCount(const VELUDBResult *result);
 
+// The name of a column from 0 on, owned by the result; null when there is no such column.
+const char *VELUDBColumnName(const VELUDBResult *result, int column);
+
 // Steps to the next row: *row begins at -1 and is advanced. Returns 0, or -1 behind the last row.
 int VELUDBFetchRow(const VELUDBResult *result, int *row);
 

@@ -17,6 +17,12 @@ int VELUDBColumnCount(const VELUDBResult *result) {
     return result == nullptr ? 0 : static_cast<int>(result->columns.size());
 }
 
+const char *VELUDBColumnName(const VELUDBResult *result, int column) {
+    if (column < 0 || column >= VELUDBColumnCount(result))
+        return nullptr;
+    return result->columns[static_cast<size_t>(column)].c_str();
+}
+
 int VELUDBFetchRow(const VELUDBResult *result, int *row) {
     if (row == nullptr || *row < -1 || *row >= VELUDBRowCount(result) - 1)
         return -1;

@@ -8,6 +8,7 @@
 #include <syslog.h>
 
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -15,20 +16,24 @@ constexpr char kLogName[] = "schema.c";
 
 // The words that engines spell differently: PATH, text that compares byte by byte; SERIAL, a key that the database
 // counts up by itself; REAL, a number that keeps its 15 digits. `lock` lets one program at a time prepare the
-// tables, where the beginning of a transaction does not.
+// tables, and `one_view` gives one that reads a single moment, where its beginning does not already; `count_on` puts
+// the counter of TABLE's keys behind its largest id, where the rows themselves are not the counter.
 struct Dialect {
     const char *engine;
     const char *path;
     const char *serial;
     const char *real;
     const char *lock;
+    const char *one_view;
+    const char *count_on;
 };
 
 // Saving a row again uses up a number of PostgreSQL's counter, so a key of 32 bits would run out one day.
 constexpr Dialect kDialects[] = {
-    {"sqlite", "text", "integer", "real", nullptr},
+    {"sqlite", "text", "integer", "real", nullptr, nullptr, nullptr},
     {"postgresql", "text collate \"C\"", "bigserial", "double precision",
-     "select pg_advisory_xact_lock(1986358645)"},
+     "select pg_advisory_xact_lock(1986358645)", "set transaction isolation level repeatable read",
+     "select setval(pg_get_serial_sequence('TABLE', 'id'), max(id)) from TABLE having max(id) > 0"},
 };
 
 int NewestVersion(std::span<const SchemaStep> steps, Catalogue catalogue) {
@@ -39,17 +44,6 @@ int NewestVersion(std::span<const SchemaStep> steps, Catalogue catalogue) {
     return newest;
 }
 
-// The version of the database, 0 for a table without a row, or -1 when there is no such table yet.
-int VersionOf(VELUDB *db) {
-    VELUDBResult *rows = nullptr;
-    if (VELUDBExecute(db, "select version from schema_version", &rows) < 0)
-        return -1;
-    const char *field = VELUDBFetchField(rows, 0, "version");
-    const int version = field != nullptr ? static_cast<int>(strtol(field, nullptr, 10)) : 0;
-    VELUDBFreeResult(rows);
-    return version;
-}
-
 const Dialect &DialectOf(VELUDB *db) {
     for (const Dialect &dialect : kDialects)
         if (strcmp(dialect.engine, VELUDBEngineName(db)) == 0)
@@ -57,16 +51,16 @@ const Dialect &DialectOf(VELUDB *db) {
     return kDialects[0];
 }
 
-std::string InDialect(const char *sql, const Dialect &dialect) {
-    std::string text(sql);
-    const struct {
-        const char *word;
-        const char *meaning;
-    } words[] = {{"PATH", dialect.path}, {"SERIAL", dialect.serial}, {"REAL", dialect.real}};
-    for (const auto &[word, meaning] : words)
-        for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + strlen(meaning)))
-            text.replace(at, strlen(word), meaning);
+std::string Replaced(std::string text, const char *word, const char *meaning) {
+    for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + strlen(meaning)))
+        text.replace(at, strlen(word), meaning);
     return text;
+}
+
+std::string InDialect(const char *sql, const Dialect &dialect) {
+    std::string text = Replaced(sql, "PATH", dialect.path);
+    text = Replaced(std::move(text), "SERIAL", dialect.serial);
+    return Replaced(std::move(text), "REAL", dialect.real);
 }
 
 int RunSteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps, int version) {
@@ -93,7 +87,7 @@ int Migrate(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps) 
         return -1;
     int result = VELUDBExecute(db, "create table if not exists schema_version (version integer)", nullptr);
     if (result >= 0) {
-        const int version = VersionOf(db);
+        const int version = SchemaVersion(db);
         result = version >= NewestVersion(steps, catalogue) ? 0 : RunSteps(db, catalogue, steps, version);
     }
     return result < 0 ? -1 : VELUDBCommit(db);
@@ -101,9 +95,41 @@ int Migrate(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps) 
 
 } // namespace
 
+int SchemaVersion(VELUDB *db) {
+    VELUDBResult *rows = nullptr;
+    if (VELUDBExecute(db, "select version from schema_version", &rows) < 0)
+        return -1;
+    const char *field = VELUDBFetchField(rows, 0, "version");
+    const int version = field != nullptr ? static_cast<int>(strtol(field, nullptr, 10)) : 0;
+    VELUDBFreeResult(rows);
+    return version;
+}
+
+bool SchemaColumnIsReal(const char *column) {
+    const std::string declared = std::string(" ") + column + " REAL";
+    for (const SchemaStep &step : SchemaSteps())
+        if (strstr(step.sql, declared.c_str()) != nullptr)
+            return true;
+    return false;
+}
+
+int SchemaBeginReading(VELUDB *db) {
+    if (VELUDBBegin(db) != 0)
+        return -1;
+    const char *one_view = DialectOf(db).one_view;
+    return one_view != nullptr && VELUDBExecute(db, one_view, nullptr) < 0 ? -1 : 0;
+}
+
+int SchemaCountOn(VELUDB *db, const char *table) {
+    const char *count_on = DialectOf(db).count_on;
+    if (count_on == nullptr)
+        return 0;
+    return VELUDBExecute(db, Replaced(count_on, "TABLE", table).c_str(), nullptr) < 0 ? -1 : 0;
+}
+
 int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps) {
     const int newest = NewestVersion(steps, catalogue);
-    int version = VersionOf(db);
+    int version = SchemaVersion(db);
     if (version < newest) {
         if (Migrate(db, catalogue, steps) != 0) {
             syslog(LOG_ERR, "%s (%d) Failed to prepare the tables. (%s)", kLogName, __LINE__,
@@ -111,7 +137,7 @@ int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep
             VELUDBRollback(db);
             return -1;
         }
-        version = VersionOf(db);
+        version = SchemaVersion(db);
     }
     if (version > newest) {
         syslog(LOG_ERR,

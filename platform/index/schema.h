@@ -34,5 +34,17 @@ struct SchemaStep {
 // of its version exist.
 std::span<const SchemaStep> SchemaSteps();
 
+// The version of the tables of a database, 0 for a version table without a row, or -1 when there is none.
+int SchemaVersion(VELUDB *db);
+
+// True for a column that holds reals, in whichever table.
+bool SchemaColumnIsReal(const char *column);
+
+// Begins a transaction whose reads all see the same moment of the database. Returns 0 or -1.
+int SchemaBeginReading(VELUDB *db);
+
+// Lets the keys that a database counts up go on behind the largest that its rows have. Returns 0 or -1.
+int SchemaCountOn(VELUDB *db, const char *table);
+
 // Brings a database up to date with any list of steps. Returns what SchemaApply returns.
 int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps);

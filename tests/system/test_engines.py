@@ -4,12 +4,11 @@ import os
 
 import pytest
 
-from harness.catalogue import FOLDER, SqliteCatalogues, snapshot
+from harness.catalogue import SqliteCatalogues, snapshot
 
 pytestmark = pytest.mark.postgresql
 
 MUSIC, VIDEO, PHOTO = "/volume1/music", "/volume1/video", "/volume1/photo"
-ON_FILES = {"mediadb": f"sqlite:{FOLDER}/mediaserver.db", "photodb": f"sqlite:{FOLDER}/photo.db"}
 
 
 def share_of(path):
@@ -30,7 +29,7 @@ def test_the_same_library_gives_equal_rows_on_both_engines(daemon, samples):
     def both(*lines):
         """Carries the same lines out on both engines. Gives the rows of each table, which must be the same."""
         daemon.index(*lines)
-        daemon.configure(**ON_FILES)
+        daemon.configure(**files.places)
         daemon.index(*lines)
         daemon.configure()
         expected, found = snapshot(daemon.catalogue), snapshot(files)

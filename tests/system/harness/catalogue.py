@@ -22,15 +22,16 @@ def _sorted(rows):
 
 
 class SqliteCatalogues:
-    """Files at their default places; nothing is configured."""
+    """Files at their default places, so that nothing need be configured, or in another folder of the sandbox."""
 
     keys = {}
 
-    def __init__(self, box):
+    def __init__(self, box, folder=FOLDER):
         self.box = box
+        self.places = {"mediadb": f"sqlite:{folder}/mediaserver.db", "photodb": f"sqlite:{folder}/photo.db"}
 
     def _file(self, table):
-        return self.box.path(f"{FOLDER}/{'photo.db' if _key_of(table) == 'photodb' else 'mediaserver.db'}")
+        return self.box.path(self.places[_key_of(table)].removeprefix("sqlite:"))
 
     def _read(self, table, sql):
         """The rows of a query; a file or table that is not there has none."""
@@ -53,6 +54,10 @@ class SqliteCatalogues:
     def rows(self, table):
         """The rows of a table as dictionaries, in the order of their paths."""
         return _sorted(self._read(table, f'select * from "{table}"'))
+
+    def versions(self):
+        """The version tables of both databases."""
+        return [self._read(table, "select * from schema_version") for table in ("music", "photo_image")]
 
     def count(self, table):
         found = self._read(table, f'select count(*) as n from "{table}"')
@@ -81,7 +86,7 @@ class ServerCatalogues:
 
     def __init__(self, server):
         self.server = server
-        self.keys = {key: server.create_database() for key in ("mediadb", "photodb")}
+        self.keys = self.places = {key: server.create_database() for key in ("mediadb", "photodb")}
 
     def _read(self, table, sql):
         import psycopg2.errors  # pylint: disable=import-outside-toplevel
@@ -95,6 +100,10 @@ class ServerCatalogues:
 
     def rows(self, table):
         return _sorted(self._read(table, f'select * from "{table}"'))
+
+    def versions(self):
+        """The version tables of both databases."""
+        return [self._read(table, "select * from schema_version") for table in ("music", "photo_image")]
 
     def count(self, table):
         found = self._read(table, f'select count(*) as n from "{table}"')
@@ -112,9 +121,12 @@ class ServerCatalogues:
             self.server.drop_database(uri)
 
 
+def everything(catalogues):
+    """Every row of every table."""
+    return {table: catalogues.rows(table) for table in (*MEDIA_TABLES, "directory", *PHOTO_TABLES)}
+
+
 def snapshot(catalogues):
     """Every row of every table, less what differs from run to run: serial keys."""
-    return {
-        table: [{key: value for key, value in row.items() if key != "id"} for row in catalogues.rows(table)]
-        for table in (*MEDIA_TABLES, "directory", *PHOTO_TABLES)
-    }
+    return {table: [{key: value for key, value in row.items() if key != "id"} for row in rows]
+            for table, rows in everything(catalogues).items()}

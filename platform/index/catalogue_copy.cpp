@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Copying catalogues: rows are read in portions by their key, so that a library of any size needs the same memory,
+// and written through a prepared statement as the texts that they were read as.
+#include "platform/index/catalogue_copy.h"
+
+#include <stdlib.h>
+#include <string.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <memory>
+#include <string_view>
+
+#include "platform/handle.h"
+
+namespace {
+
+constexpr char kLogName[] = "catalogue_copy.c";
+constexpr char kSqlite[] = "sqlite:";
+constexpr int kPortionRows = 500;
+
+using Database = std::unique_ptr<VELUDB, CloseWith<VELUDBClose>>;
+using Rows = std::unique_ptr<VELUDBResult, CloseWith<VELUDBFreeResult>>;
+
+// `key` orders the rows and is different in each; the one table without any is as small as the number of albums
+// times that of users, and is read as a whole.
+struct Table {
+    Catalogue catalogue;
+    const char *name;
+    const char *key;
+    bool counted; // the database gives out the keys
+};
+constexpr Table kTables[] = {
+    {Catalogue::media, kMediaTables[0], "path", false},
+    {Catalogue::media, kMediaTables[1], "path", false},
+    {Catalogue::media, kMediaTables[2], "path", false},
+    {Catalogue::media, kMediaTables[3], "path", false},
+    {Catalogue::media, kDirectoryTable, "path", false},
+    {Catalogue::photo, kPhotoTables[0], "id", true},
+    {Catalogue::photo, kPhotoTables[1], "path", false},
+    {Catalogue::photo, kPhotoTables[2], "id", true},
+    {Catalogue::photo, kPhotoTables[3], "shareid", false},
+    {Catalogue::photo, kPhotoTables[4], nullptr, false},
+};
+
+int Fail(const char *about, const char *reason, int line = __builtin_LINE()) {
+    syslog(LOG_ERR, "%s (%d) Failed to copy the catalogue at [%s]. (%s)", kLogName, line, about, reason);
+    return -1;
+}
+
+int Fail(const char *about, VELUDB *db, int line = __builtin_LINE()) {
+    return Fail(about, VELUDBErrorGet(db), line);
+}
+
+// The number of rows of a table, or -1, logged.
+int64_t Count(VELUDB *db, const char *table) {
+    VELUDBResult *raw = nullptr;
+    if (VELUDBExecute(db, (std::string("select count(*) as n from ") + table).c_str(), &raw) < 0)
+        return Fail(table, db);
+    const Rows rows(raw);
+    return strtoll(VELUDBFetchField(rows.get(), 0, "n"), nullptr, 10);
+}
+
+VELUDBValue ValueOf(const char *field, bool real) {
+    if (field == nullptr)
+        return {};
+    const std::string_view text(field);
+    double number = 0;
+    // Only as a number does a real come through an engine that reads its text less exactly.
+    if (real && std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc())
+        return VELUDBValue::Real(number);
+    return VELUDBValue::Text(text.data(), text.size());
+}
+
+std::string InsertStatement(const char *table, const VELUDBResult *rows) {
+    std::string columns;
+    std::string parameters;
+    for (int i = 0; i < VELUDBColumnCount(rows); ++i) {
+        columns.append(i > 0 ? ", " : "").append(VELUDBColumnName(rows, i));
+        parameters.append(i > 0 ? ", $" : "$").append(std::to_string(i + 1));
+    }
+    return std::string("insert into ") + table + " (" + columns + ") values (" + parameters + ")";
+}
+
+// Writes rows to the table's end; `insert` is its statement, prepared for the first of them.
+int Write(VELUDB *to, const Table &table, const VELUDBResult *rows, int *insert) {
+    if (*insert < 0)
+        *insert = VELUDBPrepare(to, InsertStatement(table.name, rows).c_str());
+    if (*insert < 0)
+        return Fail(table.name, to);
+    const int columns = VELUDBColumnCount(rows);
+    std::vector<bool> real;
+    for (int i = 0; i < columns; ++i)
+        real.push_back(SchemaColumnIsReal(VELUDBColumnName(rows, i)));
+    std::vector<VELUDBValue> values(real.size());
+    for (int row = -1; VELUDBFetchRow(rows, &row) == 0;) {
+        for (int i = 0; i < columns; ++i)
+            values[static_cast<size_t>(i)] =
+                ValueOf(VELUDBFetchField(rows, row, VELUDBColumnName(rows, i)), real[static_cast<size_t>(i)]);
+        if (VELUDBRun(to, *insert, values.data(), values.size(), nullptr) == 1)
+            continue;
+        const char *key = table.key != nullptr ? VELUDBFetchField(rows, row, table.key) : nullptr;
+        return Fail((std::string(table.name) + ": " + (key != nullptr ? key : "")).c_str(), to);
+    }
+    return 0;
+}
+
+int CopyInPortions(VELUDB *from, VELUDB *to, const Table &table) {
+    const std::string all = std::string("select * from ") + table.name;
+    const std::string order =
+        std::string(" order by ") + table.key + " limit " + std::to_string(kPortionRows);
+    const int first = VELUDBPrepare(from, (all + order).c_str());
+    const int next = VELUDBPrepare(from, (all + " where " + table.key + " > $1" + order).c_str());
+    if (first < 0 || next < 0)
+        return Fail(table.name, from);
+    int insert = -1;
+    std::string last;
+    for (bool begun = false;; begun = true) {
+        const VELUDBValue key = VELUDBValue::Text(last.data(), last.size());
+        VELUDBResult *raw = nullptr;
+        if (VELUDBRun(from, begun ? next : first, &key, begun ? 1 : 0, &raw) < 0)
+            return Fail(table.name, from);
+        const Rows rows(raw);
+        const int count = VELUDBRowCount(raw);
+        if (Write(to, table, raw, &insert) != 0)
+            return -1;
+        const char *field = VELUDBFetchField(raw, count - 1, table.key);
+        if (count < kPortionRows)
+            return 0;
+        if (field == nullptr)
+            return Fail(table.name, "rows without a key");
+        last = field;
+    }
+}
+
+int CopyWhole(VELUDB *from, VELUDB *to, const Table &table) {
+    VELUDBResult *raw = nullptr;
+    if (VELUDBExecute(from, (std::string("select * from ") + table.name).c_str(), &raw) < 0)
+        return Fail(table.name, from);
+    const Rows rows(raw);
+    int insert = -1;
+    return Write(to, table, raw, &insert);
+}
+
+int CopyTable(VELUDB *from, VELUDB *to, const Table &table, std::vector<TableCopied> *copied) {
+    const int64_t before = Count(to, table.name);
+    if (before != 0)
+        return before < 0 ? -1 : Fail(table.name, "the table has rows already");
+    if ((table.key != nullptr ? CopyInPortions(from, to, table) : CopyWhole(from, to, table)) != 0)
+        return -1;
+    if (table.counted && SchemaCountOn(to, table.name) != 0)
+        return Fail(table.name, to);
+    const int64_t wanted = Count(from, table.name);
+    const int64_t found = Count(to, table.name);
+    if (wanted < 0 || found < 0)
+        return -1;
+    if (wanted != found)
+        return Fail(table.name, "not all rows have arrived");
+    copied->push_back({table.name, found});
+    return 0;
+}
+
+// An SQLite file that is not there would be made, and moved as an empty catalogue.
+Database OpenSource(Catalogue catalogue, const char *uri) {
+    const bool file = strncmp(uri, kSqlite, strlen(kSqlite)) == 0;
+    if (file && access(uri + strlen(kSqlite), F_OK) != 0) {
+        Fail(uri, "there is no such file");
+        return nullptr;
+    }
+    Database db(VELUDBOpen(uri));
+    if (db == nullptr)
+        return nullptr;
+    if (SchemaVersion(db.get()) < 0) {
+        Fail("FROM", db.get());
+        return nullptr;
+    }
+    if (SchemaApply(db.get(), catalogue) != 0)
+        return nullptr;
+    if (SchemaBeginReading(db.get()) != 0) {
+        Fail("FROM", db.get());
+        return nullptr;
+    }
+    for (const Table &table : kTables)
+        if (table.catalogue == catalogue && Count(db.get(), table.name) < 0)
+            return nullptr;
+    return db;
+}
+
+} // namespace
+
+int CatalogueCopy(Catalogue catalogue, const char *from, const char *to, std::vector<TableCopied> *copied) {
+    if (strcmp(from, to) == 0)
+        return Fail("TO", "it is the same database as FROM");
+    const Database source = OpenSource(catalogue, from);
+    if (source == nullptr)
+        return -1;
+    const Database target(VELUDBOpen(to));
+    if (target == nullptr || SchemaApply(target.get(), catalogue) != 0)
+        return -1;
+    if (VELUDBBegin(target.get()) != 0)
+        return Fail("TO", target.get());
+    for (const Table &table : kTables)
+        if (table.catalogue == catalogue && CopyTable(source.get(), target.get(), table, copied) != 0)
+            return -1;
+    if (VELUDBCommit(target.get()) != 0 || VELUDBSync(target.get()) != 0)
+        return Fail("TO", target.get());
+    return 0;
+}
