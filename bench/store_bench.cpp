@@ -11,14 +11,12 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
-#include "platform/media_record.h"
+#include "bench/store_rows.h"
 #include "platform/veludb.h"
-#include "platform/veluindex.h"
 
 namespace {
 
@@ -29,74 +27,8 @@ constexpr int kRowsOfTheSlowWay = 300; // a file of its own for each connection:
 constexpr double kSaveGoalSeconds = 10;
 constexpr double kRemoveGoalMilliseconds = 50;
 
-double Now() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-[[noreturn]] void Fail(const char *what) {
-    fprintf(stderr, "store_bench: %s failed\n", what);
-    exit(1);
-}
-
-// A value of /proc/self/status in KiB.
-long StatusOf(const std::string &key) {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);)
-        if (line.compare(0, key.size(), key) == 0)
-            return atol(line.c_str() + key.size());
-    return 0;
-}
-
-void ForgetPeak() {
-    std::ofstream("/proc/self/clear_refs") << "5";
-}
-
-std::string PathOf(int number) {
-    return "/volume1/music/Artist " + std::to_string(number / 1000) + "/Album/" + std::to_string(number) +
-           ".mp3";
-}
-
-MediaInfo RecordOf(int number) {
-    MediaInfo record = {};
-    snprintf(record.path, sizeof record.path, "%s", PathOf(number).c_str());
-    snprintf(record.title, sizeof record.title, "Title of the song with number %d", number);
-    snprintf(record.album, sizeof record.album, "Album");
-    snprintf(record.artist, sizeof record.artist, "Artist %d", number / 1000);
-    snprintf(record.genre, sizeof record.genre, "Genre");
-    snprintf(record.create_time, sizeof record.create_time, "2009-01-02 03:04:05");
-    snprintf(record.modify_time, sizeof record.modify_time, "2009-01-02 03:04:05");
-    record.track = number % 20;
-    record.duration = 200.5F;
-    record.audio_bitrate = 128000;
-    record.file_size = 4000000;
-    return record;
-}
-
 void UseDatabase(const std::string &file) {
     std::ofstream("/etc/veluinfo.conf") << "mediadb=\"sqlite:" << file << "\"\n";
-}
-
-double SaveOnOneConnection(int rows) {
-    const double start = Now();
-    VELUIndexRunBegin();
-    for (int i = 0; i < rows; ++i) {
-        const MediaInfo record = RecordOf(i);
-        if (MediaInfoDBSave(kMediaMusic, &record) != 0)
-            Fail("MediaInfoDBSave");
-    }
-    if (VELUIndexRunEnd() != 0)
-        Fail("VELUIndexRunEnd");
-    return Now() - start;
-}
-
-double SaveOnAConnectionEach(int rows) {
-    const double start = Now();
-    for (int i = 0; i < rows; ++i) {
-        const MediaInfo record = RecordOf(i);
-        if (MediaInfoDBSave(kMediaMusic, &record) != 0)
-            Fail("MediaInfoDBSave");
-    }
-    return Now() - start;
 }
 
 void Run(sqlite3 *db, const char *sql) {
@@ -174,10 +106,10 @@ void BenchSaves(const std::string &folder, int rows) {
     const std::string file = folder + "/saves.db";
     UseDatabase(file);
     const int warm_up = rows / 10;
-    SaveOnOneConnection(warm_up);
+    SaveInOneRun(warm_up);
     const long before = StatusOf("VmRSS:");
     ForgetPeak();
-    const double store = SaveOnOneConnection(rows);
+    const double store = SaveInOneRun(rows);
     const long peak = StatusOf("VmHWM:");
     if (Count(file) != rows)
         Fail("the number of rows");

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Measures the store on SQLite and on a PostgreSQL server side by side: rows saved in runs of three sizes and on a
+// connection each, the memory that it takes, and the rename and the removal of a directory of a large catalogue.
+//
+//   tests/postgres tests/sandbox build/release/bin/engine_bench DIR [ROWS]
+//
+// The runs are of ROWS rows (1,000,000 unless told), a tenth and a hundredth of them; so large is the directory. DIR
+// takes the SQLite files; the sandbox is needed because the program writes /etc/veluinfo.conf. The server of
+// tests/postgres does not wait for its disk.
+#include <stdlib.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "bench/store_rows.h"
+#include "photo/photo_sync.h"
+#include "platform/veludb.h"
+
+namespace {
+
+constexpr int kDefaultRows = 1000000;
+constexpr int kLeastRows = 1000;
+constexpr int kRowsOfTheSlowWay = 300; // each on a connection of its own: enough for a stable mean
+constexpr int kRounds = 3; // of the two smaller sizes; the best counts: others may use the machine
+constexpr double kFlatGoal = 1.25;
+constexpr double kTreeGoalSeconds = 1;
+
+struct Places {
+    std::string media;
+    std::string photo;
+};
+
+class Engine {
+public:
+    Engine(std::string name, std::string folder) : name_(std::move(name)), folder_(std::move(folder)) {}
+
+    const std::string &Name() const { return name_; }
+
+    // Empty catalogues, which the configuration then names.
+    Places Fresh() const {
+        const Places places = OnServer() ? FreshOnServer() : FreshFiles();
+        std::ofstream("/etc/veluinfo.conf")
+            << "mediadb=\"" << places.media << "\"\nphotodb=\"" << places.photo << "\"\n";
+        return places;
+    }
+
+private:
+    bool OnServer() const { return name_ != "sqlite"; }
+
+    Places FreshFiles() const {
+        std::filesystem::remove_all(folder_);
+        return {"sqlite:" + folder_ + "/media.db", "sqlite:" + folder_ + "/photo.db"};
+    }
+
+    static Places FreshOnServer();
+
+    std::string name_;
+    std::string folder_;
+};
+
+void Execute(const std::string &uri, const std::string &sql, int wanted) {
+    VELUDB *db = VELUDBOpen(uri.c_str());
+    if (VELUDBExecute(db, sql.c_str(), nullptr) != wanted)
+        Fail(sql + ": " + VELUDBErrorGet(db));
+    VELUDBClose(db);
+}
+
+Places Engine::FreshOnServer() {
+    const std::string server = getenv("VELU_POSTGRESQL");
+    for (const char *name : {"bench_media", "bench_photo"}) {
+        Execute(server + "/postgres", std::string("drop database if exists ") + name, 0);
+        Execute(server + "/postgres", std::string("create database ") + name + " template template0", 0);
+    }
+    return {server + "/bench_media", server + "/bench_photo"};
+}
+
+int Count(const std::string &uri, const std::string &from) {
+    VELUDB *db = VELUDBOpen(uri.c_str());
+    VELUDBResult *rows = nullptr;
+    if (VELUDBExecute(db, ("select count(*) as n from " + from).c_str(), &rows) < 0)
+        Fail(from);
+    const int count = atoi(VELUDBFetchField(rows, 0, "n"));
+    VELUDBFreeResult(rows);
+    VELUDBClose(db);
+    return count;
+}
+
+const char *Judge(bool met) {
+    return met ? "met" : "MISSED";
+}
+
+// Seconds a row in a run of so many rows.
+double SaveCost(const Engine &engine, int rows, int rounds) {
+    double best = 0;
+    ForgetPeak();
+    for (int round = 0; round < rounds; ++round) {
+        const Places places = engine.Fresh();
+        const double seconds = SaveInOneRun(rows);
+        if (Count(places.media, "music") != rows)
+            Fail("the number of rows");
+        best = round == 0 ? seconds : std::min(best, seconds);
+    }
+    const long peak = StatusOf("VmHWM:");
+    printf("%-10s %8d rows in a run  %8.2f s  %8.4f ms a row  %8.0f rows a second  peak %ld KiB\n",
+           engine.Name().c_str(), rows, best, best / rows * 1e3, rows / best, peak);
+    return best / rows;
+}
+
+void BenchSaves(const Engine &engine, int most) {
+    engine.Fresh();
+    SaveInOneRun(kLeastRows); // the module and its libraries are loaded
+    std::vector<double> costs;
+    for (const int part : {100, 10, 1})
+        costs.push_back(SaveCost(engine, most / part, part == 1 ? 1 : kRounds));
+    const auto [least, largest] = std::minmax_element(costs.begin(), costs.end());
+    const double flat = *largest / *least;
+    engine.Fresh();
+    const double each = SaveOnAConnectionEach(kRowsOfTheSlowWay) / kRowsOfTheSlowWay;
+    printf("%-10s a connection for each row  %8.4f ms a row  %8.0f rows a second  each/run %.0f\n",
+           engine.Name().c_str(), each * 1e3, 1 / each, each / *least);
+    printf("%-10s largest/least cost of a row %.2f (goal %.2f: %s)\n", engine.Name().c_str(), flat, kFlatGoal,
+           Judge(flat <= kFlatGoal));
+}
+
+// Fills a table from inside the database, `folder` rows to a directory.
+void Populate(const std::string &uri, const std::string &table, const std::string &share, int rows,
+              int folder) {
+    const std::string directory = share + "/Folder ' || (i / " + std::to_string(folder) + ")";
+    Execute(
+        uri,
+        "insert into " + table +
+            " (path, title) with recursive n (i) as (select 0 union all select i + 1 from n where i + 1 < " +
+            std::to_string(rows) + ") select '" + directory + " || '/' || i || '.jpg', 'Title ' || i from n",
+        rows);
+}
+
+template <typename Call>
+void Timed(const Engine &engine, const char *what, int folder, int rows, Call call) {
+    const double start = Now();
+    VELUIndexRunBegin();
+    if (call() != 0 || VELUIndexRunEnd() != 0)
+        Fail(what);
+    const double seconds = Now() - start;
+    printf("%-10s directory of %d among %d rows %s  %.3f s (goal %.0f s: %s)\n", engine.Name().c_str(),
+           folder, rows, what, seconds, kTreeGoalSeconds, Judge(seconds < kTreeGoalSeconds));
+}
+
+void BenchTrees(const Engine &engine, int rows) {
+    const int folder = rows / 100;
+    const Places places = engine.Fresh();
+    for (const char *table : {"music", "photo_image"}) // makes the tables
+        VELUTruncateTable(table);
+    Populate(places.media, "music", "/volume1/music", rows, folder);
+    Populate(places.photo, "photo_image", "/volume1/photo", rows, folder);
+    Timed(engine, "removed", folder, rows,
+          [] { return MediaInfoDBDelete(kMediaTree, "/volume1/music/Folder 7"); });
+    Timed(engine, "renamed", folder, rows,
+          [] { return PhotoPathRename("/volume1/photo/Renamed", "/volume1/photo/Folder 7", 1); });
+    Timed(engine, "removed (photos)", folder, rows,
+          [] { return PhotoInfoDBDirDelete("/volume1/photo/Folder 8"); });
+    if (Count(places.media, "music") != rows - folder ||
+        Count(places.photo, "photo_image") != rows - folder ||
+        Count(places.photo, "photo_image where path like '/volume1/photo/Renamed/%'") != folder)
+        Fail("the number of rows left");
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const int rows = argc > 2 ? atoi(argv[2]) : kDefaultRows;
+    if (argc < 2 || rows < kLeastRows || getenv("VELU_SANDBOX") == nullptr ||
+        getenv("VELU_POSTGRESQL") == nullptr) {
+        fprintf(stderr, "usage: tests/postgres tests/sandbox %s DIR [ROWS, at least %d]\n", argv[0],
+                kLeastRows);
+        return 2;
+    }
+    const std::string folder = std::filesystem::absolute(std::string(argv[1]) + "/engine_bench");
+    const Engine engines[] = {{"sqlite", folder}, {"postgresql", folder}};
+    for (const Engine &engine : engines)
+        BenchSaves(engine, rows);
+    for (const Engine &engine : engines)
+        BenchTrees(engine, rows);
+    std::filesystem::remove_all(folder);
+    return 0;
+}
