@@ -171,6 +171,7 @@ void BenchTrees(const Engine &engine, int rows) {
 } // namespace
 
 int main(int argc, char **argv) {
+    setlinebuf(stdout); // the large runs take minutes
     const int rows = argc > 2 ? atoi(argv[2]) : kDefaultRows;
     if (argc < 2 || rows < kLeastRows || getenv("VELU_SANDBOX") == nullptr ||
         getenv("VELU_POSTGRESQL") == nullptr) {

@@ -35,23 +35,90 @@ std::string Text(const char (&field)[N]) {
     return CatalogueText(field, N, false);
 }
 
+struct Renamed {
+    std::string old_path;
+    std::string new_path;
+    std::string name;
+    std::string album;
+};
+
+Renamed RenamedTo(const std::string &old_path, const std::string &new_path) {
+    const std::string folder = WithoutTrailingSlashes(new_path.substr(0, new_path.rfind('/') + 1));
+    const std::string last = new_path.substr(new_path.rfind('/') + 1);
+    const std::string above = folder.substr(folder.rfind('/') + 1);
+    return {old_path, new_path, CatalogueText(last.data(), last.size(), false),
+            CatalogueText(above.data(), above.size(), false)};
+}
+
 // Moves a row to another path, in the place of the row that may be there.
-int RenamePhoto(const std::string &old_path, const std::string &new_path) {
+int RenamePhoto(const Renamed &row) {
     static const int displace = StoreStatement("delete from photo_image where path = $1 and exists "
                                                "(select 1 from photo_image where path = $2)");
     static const int rename =
         StoreStatement("update photo_image set path = $1, name = $2, album = $3 where path = $4");
-    const std::string folder = WithoutTrailingSlashes(new_path.substr(0, new_path.rfind('/') + 1));
-    const std::string last = new_path.substr(new_path.rfind('/') + 1);
-    const std::string above = folder.substr(folder.rfind('/') + 1);
-    const std::string name = CatalogueText(last.data(), last.size(), false);
-    const std::string album = CatalogueText(above.data(), above.size(), false);
-    if (RunWrite(Catalogue::photo, displace, {TextValue(new_path), TextValue(old_path)}) < 0)
+    if (RunWrite(Catalogue::photo, displace, {TextValue(row.new_path), TextValue(row.old_path)}) < 0)
         return -1;
-    const int renamed =
-        RunWrite(Catalogue::photo, rename,
-                 {TextValue(new_path), TextValue(name), TextValue(album), TextValue(old_path)});
+    const int renamed = RunWrite(
+        Catalogue::photo, rename,
+        {TextValue(row.new_path), TextValue(row.name), TextValue(row.album), TextValue(row.old_path)});
     return renamed < 0 ? -1 : 0;
+}
+
+// A server takes as long to answer a statement about so many rows as one about a few.
+constexpr size_t kRenamedAtOnce = 50;
+
+// Moves kRenamedAtOnce rows to paths that no row has.
+int RenamePhotos(const std::vector<Renamed> &rows) {
+    static const int statement = [] {
+        std::string values;
+        for (size_t i = 0; i < kRenamedAtOnce; ++i) {
+            values += i > 0 ? ", (" : "(";
+            for (size_t column = 1; column <= 4; ++column)
+                values += (column > 1 ? ", $" : "$") + std::to_string(4 * i + column);
+            values += ")";
+        }
+        return StoreStatement(
+            "update photo_image set path = v.column2, name = v.column3, album = v.column4 from "
+            "(values " +
+            values + ") as v where photo_image.path = v.column1");
+    }();
+    std::vector<VELUDBValue> values;
+    for (const Renamed &row : rows)
+        for (const std::string *text : {&row.old_path, &row.new_path, &row.name, &row.album})
+            values.push_back(TextValue(*text));
+    return RunWrite(Catalogue::photo, statement, values.data(), values.size()) < 0 ? -1 : 0;
+}
+
+int RenameEach(const std::vector<Renamed> &rows) {
+    for (const Renamed &row : rows)
+        if (RenamePhoto(row) != 0)
+            return -1;
+    return 0;
+}
+
+bool HasManyPaths(const PhotoPathList *list) {
+    size_t count = 0;
+    for (; list != nullptr && count < kRenamedAtOnce; list = list->next)
+        ++count;
+    return count == kRenamedAtOnce;
+}
+
+bool IsAtOrUnder(const std::string &path, const std::string &directory) {
+    return path == directory || path.compare(0, directory.size() + 1, directory + '/') == 0;
+}
+
+// True when no row has to give way, or to wait for another to move, so that rows may move in any order.
+bool MayMoveTogether(const std::string &from, const std::string &to) {
+    static const int statement =
+        StoreStatement("select path from photo_image where path = $1 or (path >= $2 and path < $3) limit 1");
+    if (IsAtOrUnder(from, to) || IsAtOrUnder(to, from))
+        return false;
+    const PathRange range = RangeUnder(to);
+    VELUDBResult *rows =
+        RunRead(Catalogue::photo, statement, {TextValue(to), TextValue(range.low), TextValue(range.high)});
+    const bool free = rows != nullptr && VELUDBRowCount(rows) == 0;
+    VELUDBFreeResult(rows);
+    return free;
 }
 
 } // namespace
@@ -144,12 +211,20 @@ int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const c
     if (from == to)
         return 0;
     RunScope scope;
+    bool together = HasManyPaths(list) && MayMoveTogether(from, to);
+    std::vector<Renamed> portion;
     for (const PhotoPathList *node = list; node != nullptr; node = node->next) {
         const std::string path = node->path;
-        if (path != from && path.compare(0, from.size() + 1, from + '/') != 0)
+        if (!IsAtOrUnder(path, from))
             continue;
-        if (RenamePhoto(path, to + path.substr(from.size())) != 0)
+        portion.push_back(RenamedTo(path, to + path.substr(from.size())));
+        if (portion.size() < kRenamedAtOnce)
+            continue;
+        together = together && RenamePhotos(portion) == 0;
+        // Where one of them could not be moved, those in front of it still are.
+        if (!together && RenameEach(portion) != 0)
             return scope.Finish(-1);
+        portion.clear();
     }
-    return scope.Finish(0);
+    return scope.Finish(RenameEach(portion));
 }

@@ -152,4 +152,64 @@ TEST_P(PhotoStore, RenamesRowsUnderTheOldPathOnly) {
     EXPECT_EQ(VELUUpdatePhotoPath(nullptr, "/p", "/q"), 0);
 }
 
+constexpr int kMany = 149; // several portions of what is renamed at once, and a rest
+
+// Renames as many rows from /p/a to `to`, with one list or with a list each. Gives the rows afterwards.
+std::string RenameMany(const std::string &to, bool one_list) {
+    VELUIndexRunBegin();
+    EXPECT_GE(PhotoDBExec("delete from photo_image"), 0);
+    std::vector<std::string> paths;
+    for (int i = 0; i < kMany; ++i) {
+        paths.push_back("/p/a" + std::string(i % 3 == 0 ? "/it's \xff" : "") + "/" + std::to_string(i) +
+                        ".jpg");
+        EXPECT_EQ(SavePhoto(paths.back(), std::to_string(i)), 0);
+    }
+    for (const char *other : {"/p/ab/1.jpg", "/p/full/77.jpg", "/q/1.jpg"})
+        EXPECT_EQ(SavePhoto(other), 0);
+    std::vector<PhotoPathList> list;
+    for (std::string &path : paths)
+        list.push_back({path.data(), nullptr});
+    for (size_t i = 0; one_list && i + 1 < list.size(); ++i)
+        list[i].next = &list[i + 1];
+    for (size_t i = 0; i < (one_list ? 1 : list.size()); ++i)
+        EXPECT_EQ(VELUUpdatePhotoPath(&list[i], to.c_str(), "/p/a"), 0);
+    EXPECT_EQ(VELUIndexRunEnd(), 0);
+    return Peer(photo_uri).Query(
+        "select path || ':' || name || ':' || album || ':' || title as x from photo_image order by path");
+}
+
+TEST_P(PhotoStore, ManyRowsAreRenamedAsEachByItself) {
+    for (const char *to : {"/p/n", "/p/full", "/p", "/p/a/it's \xff", "/r/it's"}) {
+        const std::string rows = RenameMany(to, true);
+        EXPECT_EQ(rows, RenameMany(to, false)) << to;
+        EXPECT_NE(rows.find(std::string(to) + "/it's \xff/148.jpg:148.jpg:") == std::string::npos,
+                  kMany % 3 == 0)
+            << rows;
+    }
+}
+
+TEST_P(PhotoStore, ARowThatCannotBeRenamedKeepsThoseInFrontOfItRenamed) {
+    ASSERT_EQ(SavePhoto("/p/a/0.jpg"), 0);
+    Peer peer(photo_uri);
+    const char *check = OnSqlite()
+                            ? "create trigger bad before update on photo_image when new.path = '/n/77.jpg' "
+                              "begin select raise(abort, 'bad row'); end"
+                            : "alter table photo_image add constraint bad check (path <> '/n/77.jpg')";
+    ASSERT_EQ(peer.Exec(check), 0);
+    std::vector<std::string> paths;
+    std::vector<PhotoPathList> list(kMany);
+    VELUIndexRunBegin();
+    for (int i = 0; i < kMany; ++i) {
+        paths.push_back("/p/a/" + std::to_string(i) + ".jpg");
+        ASSERT_EQ(SavePhoto(paths.back()), 0);
+    }
+    for (size_t i = 0; i < list.size(); ++i)
+        list[i] = {paths[i].data(), i + 1 < list.size() ? &list[i + 1] : nullptr};
+    LogCatcher log;
+    EXPECT_EQ(VELUUpdatePhotoPath(list.data(), "/n", "/p/a"), -1);
+    EXPECT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_EQ(peer.Query("select count(*) as x from photo_image where path like '/n/%'"), "77");
+    EXPECT_EQ(log.Lines("[/n/77.jpg]").size(), 1u);
+}
+
 } // namespace
