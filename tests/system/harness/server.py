@@ -1,11 +1,13 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """PostgreSQL servers: the one that tests/postgres has started around the test run, and others of a test's own."""
 import contextlib
+import functools
 import glob
 import os
 import signal
 import subprocess
 import tempfile
+import time
 import uuid
 
 import psycopg2
@@ -23,21 +25,36 @@ class Server:
     def __init__(self, uri, folder):
         self.uri = uri
         self.folder = folder
+        self.connections = {}
 
     @classmethod
+    @functools.cache
     def of_the_run(cls):
         assert "VELU_POSTGRESQL" in os.environ, "there is no server: run the tests through tests/postgres"
         return cls(os.environ["VELU_POSTGRESQL"], os.environ["VELU_POSTGRESQL_FOLDER"])
 
     def query(self, uri, sql, values=None):
         """Runs statements for themselves, with `values` in the places of "%s"; gives the rows of the last as dictionaries, bytes as latin-1 text."""
-        connection = psycopg2.connect(uri)
-        with contextlib.closing(connection):
-            connection.autocommit = True
-            connection.set_client_encoding("LATIN1")  # the server converts nothing
-            with connection.cursor(cursor_factory=psycopg2.extras.RealDictCursor) as cursor:
-                cursor.execute(sql, values)
-                return [dict(row) for row in cursor.fetchall()] if cursor.description else []
+        kept = self.connections.get(uri)
+        try:
+            return self._query(kept or self._connect(uri), sql, values)
+        except (psycopg2.OperationalError, psycopg2.InterfaceError):
+            if not kept or not kept.closed:
+                raise
+            return self._query(self._connect(uri), sql, values)  # the server has ended meanwhile
+
+    def _connect(self, uri):
+        """A connection, which stays open: to prove that one knows the password takes longer than any question."""
+        connection = self.connections[uri] = psycopg2.connect(uri)
+        connection.autocommit = True
+        connection.set_client_encoding("LATIN1")  # the server converts nothing
+        return connection
+
+    @staticmethod
+    def _query(connection, sql, values):
+        with connection.cursor(cursor_factory=psycopg2.extras.RealDictCursor) as cursor:
+            cursor.execute(sql, values)
+            return [dict(row) for row in cursor.fetchall()] if cursor.description else []
 
     def create_database(self):
         """Makes an empty database and gives its URI."""
@@ -47,6 +64,8 @@ class Server:
         return f"{self.uri}/{name}?connect_timeout=600"
 
     def drop_database(self, uri):
+        if uri in self.connections:
+            self.connections.pop(uri).close()
         self.query(f"{self.uri}/postgres", f"drop database {uri.rpartition('/')[2].partition('?')[0]} with (force)")
 
 
@@ -66,7 +85,7 @@ class OwnServer(Server):
         program = sorted(glob.glob("/usr/lib/postgresql/*/bin/pg_ctl"))[-1]
         drop = ["setpriv", "--reuid=postgres", "--regid=postgres", "--clear-groups"] if os.getuid() == 0 else []
         subprocess.run([*drop, program, "-D", f"{self.folder}/data", "-w", *arguments], check=True,
-                       stdout=subprocess.DEVNULL, cwd="/")
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd="/")
 
     def start(self):
         self._control("-l", f"{self.folder}/data/log", "start")
@@ -83,7 +102,38 @@ class OwnServer(Server):
             os.kill(found[0]["pid"], signal.SIGKILL)
         return bool(found)
 
+    def _processes(self):
+        """The server's first process, then those that it has started."""
+        with open(f"{self.folder}/data/postmaster.pid", encoding="ascii") as file:
+            first = int(file.readline())
+        with open(f"/proc/{first}/task/{first}/children", encoding="ascii") as file:
+            return [first, *map(int, file.read().split())]
+
+    def kill(self):
+        """Kills the server with all its processes: what they had not yet given to the kernel is lost."""
+        processes = self._processes()
+        for pid in processes:
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(pid, signal.SIGKILL)
+        for pid in processes:
+            while self._runs(pid):
+                time.sleep(0.001)
+        # Where init is slow to ask for them, their numbers are still taken.
+        for lock in (f"{self.folder}/data/postmaster.pid", *glob.glob(f"{self.folder}/socket/.s.*.lock")):
+            os.unlink(lock)
+
+    @staticmethod
+    def _runs(pid):
+        """False for what has ended, though its parent may not have asked for it yet."""
+        try:
+            with open(f"/proc/{pid}/stat", encoding="ascii") as file:
+                return file.read().rpartition(")")[2].split()[0] != "Z"
+        except (FileNotFoundError, ProcessLookupError):
+            return False
+
     def close(self):
+        for connection in self.connections.values():
+            connection.close()
         self.process.stdin.close()
         self.process.wait()
         self.process.stdout.close()

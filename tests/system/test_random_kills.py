@@ -1,0 +1,107 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""kill -9 of the daemon, and of the server with all that belongs to it, at random moments of a run: when the daemon is
+at rest again, the catalogue is that of an undisturbed run."""
+import os
+import random
+import time
+
+import pytest
+
+from harness.catalogue import ON_SERVER
+from harness.daemon import QUEUE, WORKING_COPY, wait_for
+
+MUSIC, VIDEO, PHOTO = "/volume1/music", "/volume1/video", "/volume1/photo"
+MOMENTS = 50
+PARTS = 5  # so that several workers share them
+MOMENTS_OF_A_PART = range(MOMENTS // PARTS)
+SEED = int(os.environ.get("VELU_SEED") or time.time_ns() % 1000000)
+LINES = ["bad line", f"A:{MUSIC}", f"d:{MUSIC}/none.pcm", f"A:{PHOTO}", f"a:{PHOTO}/Trips", "T:playlist", f"A:{MUSIC}/7",
+         f"N:{PHOTO}/Trips:{PHOTO}/Old", f"A:{VIDEO}", "U:photo"]
+
+every_part = pytest.mark.parametrize("part", range(PARTS))
+
+
+def moments(part, span):
+    """Seconds into a run that takes `span` of them."""
+    generator = random.Random(SEED * PARTS + part)
+    return [generator.uniform(0, span) for _ in MOMENTS_OF_A_PART]
+
+
+def done(daemon):
+    return not daemon.exists(WORKING_COPY) and not daemon.exists(QUEUE)
+
+
+def state(daemon):
+    """All rows of the catalogue, and the covers."""
+    covers = daemon.box.path("/var/lib/velu/covers")
+    files = sorted(name for _, _, names in os.walk(covers) for name in names)
+    return daemon.snapshot() | {"covers": files}
+
+
+def undisturbed(daemon, samples):
+    """Fills the shares. Gives the state after an undisturbed run, and how long that takes."""
+    for number in range(600):
+        daemon.write(f"{(MUSIC, VIDEO)[number % 2]}/{number % 13}/caf\xe9'{number}.{('pcm', 'srt', 'm3u')[number % 3]}")
+    for name in ("plain.mp3", "tagged.mp3", "picture.png", "exif.jpg"):
+        daemon.copy(samples / name, f"{MUSIC}/real/{name}")
+        daemon.copy(samples / name, f"{PHOTO}/Trips/{name}")
+    for number in range(60):
+        daemon.copy(samples / "exif.jpg", f"{PHOTO}/Trips/{number}.jpg")
+    daemon.start()
+    daemon.queue(*LINES)
+    daemon.signal()
+    wait_for(lambda: daemon.exists(WORKING_COPY), "the run", pause=0)
+    begin = time.monotonic()
+    wait_for(lambda: done(daemon), "the end of the run", pause=0.001)
+    span = time.monotonic() - begin
+    expected = state(daemon)
+    assert all(expected[table] for table in ("music", "video", "photo_image", "photo_share", "covers"))
+    assert span > 0.05, "too short to be hit"
+    return expected, span
+
+
+@every_part
+def test_the_daemon_is_killed(box, samples, part):
+    expected, span = undisturbed(box, samples)
+    interrupted = 0
+    for moment in moments(part, span):
+        box.catalogue.forget()
+        box.queue(*LINES)
+        box.kill_in_run(moment)
+        interrupted += box.exists(WORKING_COPY)
+        box.start()
+        wait_for(lambda: done(box), "the run to be done again")
+        assert state(box) == expected, f"VELU_SEED={SEED}: killed {moment} s into the run"
+    print(f"VELU_SEED={SEED}: {interrupted} of {len(MOMENTS_OF_A_PART)} runs of {span:.2f} s were interrupted")
+    assert interrupted >= len(MOMENTS_OF_A_PART) // 3
+
+
+if ON_SERVER:
+    from harness.server import OwnServer
+
+    @pytest.fixture(scope="module")
+    def server():
+        own = OwnServer()
+        yield own
+        own.close()
+
+
+@pytest.mark.postgresql
+@every_part
+def test_the_server_is_killed(make_daemon, server, samples, part):
+    daemon = make_daemon(server=server)
+    expected, span = undisturbed(daemon, samples)
+    interrupted = 0
+    for moment in moments(part, span):
+        daemon.catalogue.forget()
+        daemon.queue(*LINES)
+        daemon.signal()
+        wait_for(lambda: daemon.exists(WORKING_COPY), "the run", pause=0.0005)
+        time.sleep(moment)
+        server.kill()
+        interrupted += daemon.exists(WORKING_COPY)
+        server.start()
+        wait_for(lambda: done(daemon), "the run to be done again")
+        assert state(daemon) == expected, f"VELU_SEED={SEED}: killed {moment} s into the run"
+    print(f"VELU_SEED={SEED}: {interrupted} of {len(MOMENTS_OF_A_PART)} runs of {span:.2f} s were interrupted")
+    assert interrupted >= len(MOMENTS_OF_A_PART) // 3
