@@ -45,10 +45,15 @@ def test_the_same_library_gives_equal_rows_on_both_engines(daemon, samples):
     assert len(rows["photo_image"]) >= 5
     rows = both(f"A:{PHOTO}/Trips", "U:photo", f"a:{MUSIC}/Trips/tagged.mp3")
     assert [row["sharename"] for row in rows["photo_share"]] == ["Trips"]
+    for catalogues in (daemon.catalogue, files):  # what other programs store
+        catalogues.store("insert into video_comment (path, name, comment) values (?, ?, ?)",
+                         (f"{VIDEO}/Trips/clip.avi", "caf\xe9'", None))
+        catalogues.store("insert into photo_access_right values (?, ?, ?)", (7, 1, "'\\"))
     move(f"{VIDEO}/Trips", f"{VIDEO}/Travels")
     move(f"{PHOTO}/Trips/picture.png", f"{PHOTO}/Trips/new.png")
     rows = both(f"N:{VIDEO}/Travels:{VIDEO}/Trips", f"N:{PHOTO}/Trips/new.png:{PHOTO}/Trips/picture.png")
     assert not [row for row in rows["video"] if row["path"].startswith(f"{VIDEO}/Trips")]
+    assert [table for table, found in rows.items() if not found] == []
     assert [row for row in rows["photo_image"] if row["path"] == f"{PHOTO}/Trips/new.png"]
     move(f"{PHOTO}/Trips", f"{PHOTO}/it's_100%")
     rows = both(f"N:{PHOTO}/it's_100%:{PHOTO}/Trips", "R:photo")

@@ -96,6 +96,24 @@ def test_a_server_whose_disk_is_full(small, make_daemon):
     assert daemon.paths("music") == sorted(files)
 
 
+def test_a_server_that_stands_still_does_not_hold_the_daemon(daemon, server):
+    fill(daemon, 1500)
+    daemon.configure(**{key: uri.replace("connect_timeout=600", "connect_timeout=60")
+                        for key, uri in daemon.catalogue.keys.items()})
+    begin(daemon, f"A:{MUSIC}")
+    wait_for(lambda: daemon.catalogue.count("music") >= 1, "some rows", pause=0)
+    stopped = server.stand_still()
+    assert stopped
+    try:
+        wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
+        # The statement that had no answer is done again, and that on a connection that is not to be had.
+        assert any("timeout expired" in text for text in daemon.log.texts())
+    finally:
+        server.go_on(stopped)
+    wait_for(lambda: done(daemon), "the run to be done again")
+    assert len(daemon.paths("music")) == 500
+
+
 def test_a_password_that_is_wrong_is_told_but_not_shown(daemon):
     daemon.write(f"{MUSIC}/x.pcm")
     daemon.configure(mediadb=daemon.catalogue.keys["mediadb"].replace("secret", "mistaken"))

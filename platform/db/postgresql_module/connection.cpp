@@ -3,7 +3,11 @@
 // What a failure means: the words for the log, and whether the server or the statement is to blame.
 #include "platform/db/postgresql_module/connection.h"
 
+#include <poll.h>
+#include <time.h>
+
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -20,6 +24,30 @@ constexpr std::string_view kStoreStates[] = {
     "58",    // input and output
     "XX",    // internal: damaged data, damaged index
 };
+
+// The longest that a statement may take: to compact the tables of a library of millions. A server whose machine lives
+// but whose processes stand still keeps its connections for ever, and the kernel sees nothing wrong with them.
+constexpr int64_t kAnswerMilliseconds = int64_t{10} * 60 * 1000;
+
+int64_t Milliseconds() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+// True when the next result can be had without waiting.
+bool WaitForResult(PGconn *server) {
+    const int64_t end = Milliseconds() + kAnswerMilliseconds;
+    while (PQisBusy(server) != 0) {
+        const int64_t left = end - Milliseconds();
+        if (left <= 0)
+            return false;
+        pollfd wait = {PQsocket(server), POLLIN, 0};
+        if (poll(&wait, 1, static_cast<int>(left)) > 0 && PQconsumeInput(server) == 0)
+            return true; // the connection has broken: the result says so
+    }
+    return true;
+}
 
 bool IsStoreState(std::string_view state) {
     for (const std::string_view known : kStoreStates)
@@ -49,7 +77,10 @@ int PgFail(PgConnection *connection, const char *words) {
 int PgFail(PgConnection *connection, const PGresult *rows) {
     const char *state = rows != nullptr ? PQresultErrorField(rows, PG_DIAG_SQLSTATE) : nullptr;
     const char *words = rows != nullptr ? PQresultErrorField(rows, PG_DIAG_MESSAGE_PRIMARY) : nullptr;
-    connection->error = PgOneLine(words != nullptr ? words : PQerrorMessage(connection->server.get()));
+    if (connection->server != nullptr)
+        connection->error = PgOneLine(words != nullptr ? words : PQerrorMessage(connection->server.get()));
+    else
+        connection->error = "the server has stopped to answer";
     // Without a state it was the client library that failed: no answer, or no memory for it.
     connection->store_failed =
         state == nullptr || IsStoreState(state) || PQstatus(connection->server.get()) != CONNECTION_OK;
@@ -59,4 +90,22 @@ int PgFail(PgConnection *connection, const PGresult *rows) {
 bool PgSucceeded(const PGresult *rows) {
     const ExecStatusType status = PQresultStatus(rows);
     return status == PGRES_TUPLES_OK || status == PGRES_COMMAND_OK;
+}
+
+PgRows PgAnswer(PgConnection *connection, int sent) {
+    PGconn *server = connection->server.get();
+    PgRows answer;
+    while (sent != 0) {
+        if (!WaitForResult(server)) {
+            connection->server.reset();
+            return nullptr;
+        }
+        PgRows next(PQgetResult(server));
+        if (next == nullptr)
+            break;
+        const bool failed = answer != nullptr && !PgSucceeded(answer.get());
+        if (!failed) // of several statements the first that fails counts
+            answer = std::move(next);
+    }
+    return answer;
 }

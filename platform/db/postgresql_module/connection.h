@@ -28,6 +28,10 @@ void *PgOpen(const char *uri, std::string *error);
 int PgFail(PgConnection *connection, const char *words);
 int PgFail(PgConnection *connection, const PGresult *rows);
 
+// Waits for the answer to what was just sent (`sent`, the return of a PQsend... call): its last result, or null when it
+// could not be sent or no answer came. A server that has stopped to answer is hung up on.
+PgRows PgAnswer(PgConnection *connection, int sent);
+
 // True for the result of a statement that succeeded, with rows or without.
 bool PgSucceeded(const PGresult *rows);
 

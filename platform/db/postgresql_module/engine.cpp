@@ -73,8 +73,8 @@ int Finish(PgConnection *connection, const PgRows &answer, VELUDBResult *rows) {
 int Exec(void *handle, const char *sql, VELUDBResult *rows) {
     PgConnection *connection = Connection(handle);
     constexpr int kTextResult = 0;
-    const PgRows answer(
-        PQexecParams(connection->server.get(), sql, 0, nullptr, nullptr, nullptr, nullptr, kTextResult));
+    const PgRows answer = PgAnswer(connection, PQsendQueryParams(connection->server.get(), sql, 0, nullptr,
+                                                                 nullptr, nullptr, nullptr, kTextResult));
     return Finish(connection, answer, rows);
 }
 
@@ -85,10 +85,12 @@ std::string StatementName(size_t number) {
 int Prepare(void *handle, const char *sql) {
     PgConnection *connection = Connection(handle);
     const std::string name = StatementName(connection->statements.size());
-    const PgRows prepared(PQprepare(connection->server.get(), name.c_str(), sql, 0, nullptr));
+    const PgRows prepared =
+        PgAnswer(connection, PQsendPrepare(connection->server.get(), name.c_str(), sql, 0, nullptr));
     if (!PgSucceeded(prepared.get()))
         return PgFail(connection, prepared.get());
-    const PgRows described(PQdescribePrepared(connection->server.get(), name.c_str()));
+    const PgRows described =
+        PgAnswer(connection, PQsendDescribePrepared(connection->server.get(), name.c_str()));
     if (!PgSucceeded(described.get()))
         return PgFail(connection, described.get());
     connection->statements.push_back(static_cast<size_t>(PQnparams(described.get())));
@@ -140,9 +142,10 @@ int Run(void *handle, int number, const VELUDBValue *values, size_t count, VELUD
     for (size_t i = 0; i < count; ++i)
         parameters.push_back(IsNull(values[i]) ? nullptr : text.data() + offsets[i]);
     constexpr int kTextResult = 0;
-    const PgRows answer(PQexecPrepared(connection->server.get(), StatementName(statement).c_str(),
-                                       static_cast<int>(count), parameters.data(), nullptr, nullptr,
-                                       kTextResult));
+    const PgRows answer =
+        PgAnswer(connection, PQsendQueryPrepared(connection->server.get(), StatementName(statement).c_str(),
+                                                 static_cast<int>(count), parameters.data(), nullptr, nullptr,
+                                                 kTextResult));
     return Finish(connection, answer, rows);
 }
 
@@ -159,7 +162,7 @@ int Begin(void *handle) {
 void Rollback(void *handle) {
     const PGTransactionStatusType status = Status(handle);
     if (status == PQTRANS_INTRANS || status == PQTRANS_INERROR)
-        const PgRows answer(PQexec(Connection(handle)->server.get(), "rollback"));
+        PgAnswer(Connection(handle), PQsendQuery(Connection(handle)->server.get(), "rollback"));
 }
 
 // A transaction with a failed statement in it would answer a commit with a rollback, and success.
@@ -181,9 +184,10 @@ int InTransaction(const void *handle) {
 // that was committed before; the message costs a few bytes of log and leaves nothing behind.
 int Sync(void *handle) {
     PgConnection *connection = Connection(handle);
-    const PgRows answer(PQexec(connection->server.get(),
-                               "begin; set local synchronous_commit = on; "
-                               "select pg_logical_emit_message(true, 'velu', ''); commit"));
+    const PgRows answer =
+        PgAnswer(connection, PQsendQuery(connection->server.get(),
+                                         "begin; set local synchronous_commit = on; "
+                                         "select pg_logical_emit_message(true, 'velu', ''); commit"));
     if (PgSucceeded(answer.get()))
         return 0;
     PgFail(connection, answer.get());

@@ -66,14 +66,17 @@ PGconn *Connect(const char *uri) {
 }
 
 // What is wrong with a connection that stands, or an empty text.
-std::string SetUp(PGconn *server) {
+std::string SetUp(PgConnection *connection) {
+    PGconn *server = connection->server.get();
     // Any other encoding refuses the paths that are not valid in it, and compares and counts characters.
     const char *encoding = PQparameterStatus(server, "server_encoding");
     if (encoding == nullptr || strcmp(encoding, "SQL_ASCII") != 0)
         return std::string("the database has encoding ") + (encoding != nullptr ? encoding : "(unknown)") +
                ", but paths are bytes: it must be created with encoding SQL_ASCII";
-    const PgRows rows(PQexec(server, kSessionSettings));
-    return PgSucceeded(rows.get()) ? std::string() : PgOneLine(PQerrorMessage(server));
+    const PgRows rows = PgAnswer(connection, PQsendQuery(server, kSessionSettings));
+    if (!PgSucceeded(rows.get()))
+        PgFail(connection, rows.get());
+    return connection->error;
 }
 
 } // namespace
@@ -90,6 +93,6 @@ void *PgOpen(const char *uri, std::string *error) {
         return nullptr;
     }
     PQsetNoticeReceiver(server, NoticeIgnore, nullptr);
-    *error = SetUp(server);
+    *error = SetUp(connection.get());
     return error->empty() ? connection.release() : nullptr;
 }

@@ -102,6 +102,20 @@ class OwnServer(Server):
             os.kill(found[0]["pid"], signal.SIGKILL)
         return bool(found)
 
+    def stand_still(self):
+        """Stops what serves the daemons, and what lets them in. Gives the processes."""
+        found = self.query(f"{self.uri}/postgres", "select pid from pg_stat_activity where "
+                                                   "application_name = 'veluindexd'")
+        processes = [row["pid"] for row in found] + self._processes()[:1]
+        for pid in processes:
+            os.kill(pid, signal.SIGSTOP)
+        return processes if found else []
+
+    @staticmethod
+    def go_on(processes):
+        for pid in processes:
+            os.kill(pid, signal.SIGCONT)
+
     def _processes(self):
         """The server's first process, then those that it has started."""
         with open(f"{self.folder}/data/postmaster.pid", encoding="ascii") as file:
