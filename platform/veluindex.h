@@ -123,7 +123,8 @@ void FreePhotoPathList(PhotoPathList *list);
 int PhotoDBExec(const char *sql);
 
 // Renames the rows of the paths in `list` that are `old_path` or lie under it: that part becomes `new_path`,
-// and `name` and `album` follow the path. A row that already has the new path gives way.
+// and `name` and `album` follow the path. A row that already has the new path gives way. -1 when a row could not be
+// renamed; the others are.
 int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const char *old_path);
 
 // Clears the `updated` mark of every row of photo_image; removes the rows that are still unmarked.

@@ -2,7 +2,7 @@
 //
 // velumovedb media|photo FROM TO: copies a catalogue into an empty database, of either engine. FROM and TO are
 // the path of an SQLite file or what the keys mediadb and photodb take. Prints the number of rows of each table.
-// Exit status 1, with the reason, when nothing was copied.
+// Exit status 1, with the reason, on failure: FROM is then as it was, and TO not to be used.
 #include <inttypes.h>
 #include <stdio.h>
 #include <string.h>
@@ -55,7 +55,7 @@ int main(int argc, char **argv) {
     openlog("velumovedb", LOG_PERROR, LOG_DAEMON); // the libraries tell the log what has failed
     std::vector<TableCopied> copied;
     if (CatalogueCopy(name->catalogue, UriOf(argv[2]).c_str(), UriOf(argv[3]).c_str(), &copied) != 0) {
-        fputs("velumovedb: nothing was copied\n", stderr);
+        fputs("velumovedb: failed; FROM is as it was\n", stderr);
         return kFailed;
     }
     for (const TableCopied &table : copied)

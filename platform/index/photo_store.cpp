@@ -90,10 +90,11 @@ int RenamePhotos(const std::vector<Renamed> &rows) {
 }
 
 int RenameEach(const std::vector<Renamed> &rows) {
+    int result = 0;
     for (const Renamed &row : rows)
         if (RenamePhoto(row) != 0)
-            return -1;
-    return 0;
+            result = -1;
+    return result;
 }
 
 bool HasManyPaths(const PhotoPathList *list) {
@@ -213,6 +214,7 @@ int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const c
     RunScope scope;
     bool together = HasManyPaths(list) && MayMoveTogether(from, to);
     std::vector<Renamed> portion;
+    int result = 0;
     for (const PhotoPathList *node = list; node != nullptr; node = node->next) {
         const std::string path = node->path;
         if (!IsAtOrUnder(path, from))
@@ -221,10 +223,12 @@ int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const c
         if (portion.size() < kRenamedAtOnce)
             continue;
         together = together && RenamePhotos(portion) == 0;
-        // Where one of them could not be moved, those in front of it still are.
+        // A row that cannot be moved costs itself only.
         if (!together && RenameEach(portion) != 0)
-            return scope.Finish(-1);
+            result = -1;
         portion.clear();
     }
-    return scope.Finish(RenameEach(portion));
+    if (RenameEach(portion) != 0)
+        result = -1;
+    return scope.Finish(result);
 }

@@ -123,7 +123,7 @@ def test_the_daemon_goes_on_with_what_was_moved(daemon, files, samples, move_all
 def nothing_moved(done, *words):
     assert done["status"] == 1
     assert done["out"] == ""
-    assert done["err"].endswith("velumovedb: nothing was copied\n")
+    assert done["err"].endswith("velumovedb: failed; FROM is as it was\n")
     for word in words:
         assert word in done["err"], done["err"]
 
