@@ -54,10 +54,10 @@ inline MediaInfo RecordOf(int number) {
 }
 
 // Both give the seconds that it took, to the disk.
-inline double SaveInOneRun(int rows) {
+inline double SaveInOneRun(int rows, int first = 0) {
     const double start = Now();
     VELUIndexRunBegin();
-    for (int i = 0; i < rows; ++i) {
+    for (int i = first; i < first + rows; ++i) {
         const MediaInfo record = RecordOf(i);
         if (MediaInfoDBSave(kMediaMusic, &record) != 0)
             Fail("MediaInfoDBSave");
