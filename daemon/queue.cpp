@@ -2,10 +2,12 @@
 #include "daemon/queue.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -16,6 +18,7 @@
 #include "daemon/queue_commands.h"
 #include "daemon/queue_line.h"
 #include "daemon/queue_reader.h"
+#include "platform/handle.h"
 #include "platform/limits.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
@@ -115,6 +118,13 @@ int WorkingCopyKeep() {
     return 0;
 }
 
+// Nothing depends on it but what people are told, so that a failure is not worth a line.
+void EndRecord() {
+    const FdHandle file(open(kLastRunFile, O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644));
+    if (file)
+        futimens(file.get(), nullptr);
+}
+
 } // namespace
 
 int IndexQueueProcess() {
@@ -138,6 +148,7 @@ int IndexQueueProcess() {
     } else {
         WorkingCopyRemove();
     }
+    EndRecord();
     ServersTell();
     if (come_back == 0 && kept_runs > 0) {
         kept_runs = 0;

@@ -6,6 +6,9 @@
 inline constexpr char kQueueFile[] = "/var/spool/velu_indexing_queue";
 inline constexpr char kQueueWorkingCopy[] = "/var/spool/velu_indexing_queue.tmp";
 
+// Written to at the end of every run: its time is when that was.
+inline constexpr char kLastRunFile[] = "/var/run/veluindexd.last_run";
+
 // Renames the queue to its working copy (or takes a copy that an interrupted run left), carries out its lines in
 // order, brings the catalogue safely to disk, deletes the copy and tells the media servers.
 //

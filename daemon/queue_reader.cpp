@@ -22,11 +22,17 @@ bool QueueReader::Open(const char *path) {
     buffer_ = std::make_unique<char[]>(kBufferSize);
     file_ = std::move(file);
     start_ = end_ = 0;
+    behind_buffer_ = 0;
     failure_ = 0;
     return true;
 }
 
 void QueueReader::Refill() {
+    // The descriptor stands at the line that was given out last.
+    if (lseek(file_.get(), behind_buffer_, SEEK_SET) < 0) {
+        failure_ = errno;
+        return;
+    }
     memmove(buffer_.get(), buffer_.get() + start_, end_ - start_);
     end_ -= start_;
     start_ = 0;
@@ -39,7 +45,12 @@ void QueueReader::Refill() {
         if (got <= 0)
             break;
         end_ += static_cast<size_t>(got);
+        behind_buffer_ += static_cast<off_t>(got);
     }
+}
+
+void QueueReader::PositionShow() const {
+    lseek(file_.get(), behind_buffer_ - static_cast<off_t>(end_ - start_), SEEK_SET);
 }
 
 bool QueueReader::Next(std::string &line) {
@@ -52,6 +63,7 @@ bool QueueReader::Next(std::string &line) {
         Refill();
         end = newline();
     }
+    PositionShow();
     const char *begin = buffer_.get() + start_;
     const size_t length =
         end != nullptr ? static_cast<size_t>(end - begin) + 1 : std::min(end_ - start_, kQueueLineMax);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <stddef.h>
+#include <sys/types.h>
 
 #include <memory>
 #include <string>
@@ -26,6 +27,10 @@ public:
 private:
     void Refill();
 
+    // Sets the descriptor to the line that is given out next. Reading goes ahead by whole buffers, but
+    // anybody who wants to know how far the daemon has come finds the place in /proc/PID/fdinfo.
+    void PositionShow() const;
+
     // Lines are short and files may be long: one read serves hundreds of lines.
     static constexpr size_t kBufferSize = 64 * 1024;
     static_assert(kBufferSize > kQueueLineMax);
@@ -34,5 +39,6 @@ private:
     std::unique_ptr<char[]> buffer_;
     size_t start_ = 0; // of the bytes not yet given out
     size_t end_ = 0;
+    off_t behind_buffer_ = 0; // the place in the file of `end_`
     int failure_ = 0;
 };
