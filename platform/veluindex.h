@@ -17,6 +17,9 @@
 struct MediaInfo;
 struct PhotoRecord;
 
+enum class Catalogue : int { media = 0, photo = 1 };
+inline constexpr size_t kCatalogues = 2;
+
 // Record kinds: the tables music, video, photo and playlist. kMediaTree stands for all of them in a delete.
 enum MediaKind : int {
     kMediaMusic = 0,
@@ -133,6 +136,27 @@ int VELUPhotoDeleteNoUpdateRows();
 
 // Makes or refreshes the row of a video in video_desc and sets its `updated` mark.
 int VELUIndexPhotoUpdateVideoStatus(const char *path);
+
+// --- Programs beside the daemon ----------------------------------------------------------------------------
+
+// Room for a URI: a path fits, and what a server's administrator types.
+inline constexpr size_t kCatalogueUriSize = 4096;
+
+// The URI of the database that the configuration names for a catalogue; it may hold a password. Returns 0, or
+// -1 when it does not fit.
+int VELUIndexUriGet(Catalogue catalogue, char *out, size_t size);
+
+// Opens a catalogue for reading: nothing is made, brought up to date or changed, and no right to write is
+// needed. Null, with one log line, when it cannot be reached or nobody has made it yet.
+VELUDB *VELUIndexReaderOpen(Catalogue catalogue);
+
+// The folder that holds the covers of all media files. Returns 0, or -1 when what is configured is no absolute path or
+// does not fit.
+int VELUIndexCoverDirGet(char *out, size_t size);
+
+// From now on this process keeps covers in `folder` (an absolute path) instead of the configured one: a program
+// that only looks at files must not change the covers of others. Null takes the configuration again.
+void VELUIndexCoverDirSet(const char *folder);
 
 // --- Files -------------------------------------------------------------------------------------------------
 

@@ -39,8 +39,16 @@ constexpr size_t kGroupDigits = 2;
 
 bool covers_placed = false; // since they were last brought to the disk
 
+// Of this process alone; empty: the configured folder counts.
+std::string &OwnCoverDir() {
+    static std::string folder;
+    return folder;
+}
+
 // Without slashes at its end; empty when the configured folder has no absolute path.
 std::string CoverDir() {
+    if (!OwnCoverDir().empty())
+        return OwnCoverDir();
     char value[PATH_MAX];
     if (KLIBFileGetKeyValue(kConfigFile, kCoverDirKey, value, sizeof value, 0) <= 0)
         return kDefaultCoverDir;
@@ -168,6 +176,17 @@ void RemoveCovers(DIR *folder) {
 }
 
 } // namespace
+
+void VELUIndexCoverDirSet(const char *folder) {
+    OwnCoverDir() = folder != nullptr ? folder : "";
+}
+
+int VELUIndexCoverDirGet(char *out, size_t size) {
+    if (out == nullptr || size == 0)
+        return -1;
+    *out = '\0';
+    return CopyPath(CoverDir(), out, size) != 0 ? 0 : -1;
+}
 
 int GetCoverFolder(const char *media_path, char *out, size_t size) {
     if (out == nullptr || size == 0)

@@ -8,9 +8,7 @@
 #include <span>
 
 #include "platform/veludb.h"
-
-enum class Catalogue : int { media = 0, photo = 1 };
-inline constexpr size_t kCatalogues = 2;
+#include "platform/veluindex.h"
 
 // The tables by the numbers that the store's callers use.
 inline constexpr const char *kMediaTables[] = {"music", "video", "photo", "playlist"};

@@ -3,6 +3,8 @@
 // Connections to the catalogues and the statements prepared on them.
 #include "platform/index/store.h"
 
+#include <stdio.h>
+
 #include <algorithm>
 
 #include "platform/velusdk.h"
@@ -10,7 +12,6 @@
 namespace {
 
 constexpr char kConfigFile[] = "/etc/veluinfo.conf";
-constexpr size_t kUriSize = 4096; // a path fits, and any URI that a server administrator types
 
 struct Place {
     const char *key;
@@ -32,12 +33,20 @@ constexpr int kNotPrepared = -1;
 
 } // namespace
 
-StoreConnectionRef StoreConnect(Catalogue catalogue) {
+int VELUIndexUriGet(Catalogue catalogue, char *out, size_t size) {
     const Place &place = kPlaces[static_cast<size_t>(catalogue)];
-    char uri[kUriSize] = "";
-    const bool configured = KLIBFileGetKeyValue(kConfigFile, place.key, uri, sizeof uri, 0) > 0;
+    if (KLIBFileGetKeyValue(kConfigFile, place.key, out, size, 0) > 0)
+        return 0;
+    const int length = snprintf(out, size, "%s", place.uri);
+    return length >= 0 && static_cast<size_t>(length) < size ? 0 : -1;
+}
+
+StoreConnectionRef StoreConnect(Catalogue catalogue) {
+    char uri[kCatalogueUriSize] = "";
+    if (VELUIndexUriGet(catalogue, uri, sizeof uri) != 0)
+        return nullptr;
     auto connection = std::make_shared<StoreConnection>();
-    connection->db = VELUDBOpen(configured ? uri : place.uri);
+    connection->db = VELUDBOpen(uri);
     if (connection->db == nullptr || SchemaApply(connection->db, catalogue) != 0)
         return nullptr;
     return connection;
