@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/queue/daemon_process.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdio.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <string_view>
+
+#include "platform/handle.h"
+#include "platform/velusdk.h"
+
+namespace {
+
+constexpr std::string_view kDaemonName = "veluindexd\n"; // as /proc/PID/comm has it
+
+// The C library's header of these declares them as C++ functions in some versions, and lacks them in others.
+int PidfdOpen(pid_t pid) {
+    return static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+}
+
+int PidfdSignal(int process, int number) {
+    return static_cast<int>(syscall(SYS_pidfd_send_signal, process, number, nullptr, 0));
+}
+
+bool IsDaemon(pid_t pid) {
+    char path[64];
+    snprintf(path, sizeof path, "/proc/%d/comm", static_cast<int>(pid));
+    const FdHandle file(open(path, O_RDONLY | O_CLOEXEC));
+    char name[32];
+    const ssize_t length = file ? read(file.get(), name, sizeof name) : -1;
+    return length > 0 && std::string_view(name, static_cast<size_t>(length)) == kDaemonName;
+}
+
+} // namespace
+
+pid_t DaemonFind() {
+    const pid_t pid = KLIBReadPidFile(kDaemonPidFile);
+    return pid >= 1 && IsDaemon(pid) ? pid : 0;
+}
+
+int DaemonWake() {
+    const pid_t pid = KLIBReadPidFile(kDaemonPidFile);
+    if (pid < 1)
+        return ESRCH;
+    // Held by its handle the process cannot be replaced by another of the same number between the look and
+    // the signal.
+    const FdHandle process(PidfdOpen(pid));
+    if (!process && errno != ENOSYS)
+        return errno;
+    if (!IsDaemon(pid))
+        return ESRCH;
+    const int result = process ? PidfdSignal(process.get(), SIGUSR1) : kill(pid, SIGUSR1);
+    return result == 0 ? 0 : errno;
+}
