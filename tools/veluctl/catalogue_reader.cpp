@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluctl/catalogue_reader.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+
+#include "tools/veluctl/log_lines.h"
+
+namespace {
+
+constexpr size_t kPortion = 500; // rows: enough that a server's round trip does not count
+
+// Parameters count in the order of their first appearance.
+struct Query {
+    std::string sql;
+    std::vector<std::string> values;
+
+    std::string Put(std::string value) {
+        values.push_back(std::move(value));
+        return "$" + std::to_string(values.size());
+    }
+};
+
+std::string LikePattern(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](char byte) {
+        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+    });
+    std::string escaped(2 * text.size() + 1, '\0');
+    const int length = VELUDBEscapeBackslash(escaped.data(), escaped.size(), text.c_str());
+    escaped.resize(length > 0 ? static_cast<size_t>(length) : 0);
+    return "%" + escaped + "%";
+}
+
+Query PortionQuery(const CatalogueTable &table, const std::vector<const char *> &columns,
+                   const RowFilter &filter, const std::string &after) {
+    const std::string key = table.key;
+    Query query;
+    query.sql = "select " + key + " as row_key";
+    for (const char *column : columns)
+        query.sql.append(", ").append(column);
+    query.sql.append(" from ").append(table.table);
+    query.sql += " where " + key + " > " + query.Put(after);
+    if (!filter.key.empty())
+        query.sql += " and " + key + " = " + query.Put(filter.key);
+    if (!filter.directory.empty()) {
+        constexpr char kBehindSlash = '/' + 1;
+        const std::string base = filter.directory == "/" ? "" : filter.directory;
+        query.sql += " and (" + key + " = " + query.Put(filter.directory);
+        query.sql += " or (" + key + " >= " + query.Put(base + '/');
+        query.sql += " and " + key + " < " + query.Put(base + kBehindSlash) + "))";
+    }
+    if (!filter.text.empty()) {
+        const std::string pattern = LikePattern(filter.text);
+        const char *joint = " and (";
+        for (const char *column : table.texts) {
+            query.sql.append(joint).append("lower(").append(column).append(") like ").append(
+                query.Put(pattern));
+            joint = " or ";
+        }
+        query.sql += ")";
+    }
+    query.sql += " order by " + key;
+    return query;
+}
+
+} // namespace
+
+VELUDB *CatalogueConnect(CatalogueReader *reader, Catalogue catalogue) {
+    DatabaseHandle &database = reader->connections[static_cast<size_t>(catalogue)].database;
+    if (database == nullptr) {
+        LogLinesTake();
+        database.reset(VELUIndexReaderOpen(catalogue));
+        if (database == nullptr)
+            reader->failure = LogReasonTake();
+    }
+    return database.get();
+}
+
+void CatalogueDisconnect(CatalogueReader *reader, Catalogue catalogue) {
+    reader->connections[static_cast<size_t>(catalogue)] = {};
+}
+
+ResultHandle CatalogueQuery(CatalogueReader *reader, Catalogue catalogue, const std::string &sql,
+                            const std::vector<std::string> &values) {
+    VELUDB *database = CatalogueConnect(reader, catalogue);
+    if (database == nullptr)
+        return nullptr;
+    std::vector<VELUDBValue> parameters;
+    for (const std::string &value : values)
+        parameters.push_back(VELUDBValue::Text(value.data(), value.size()));
+    std::map<std::string, int> &prepared = reader->connections[static_cast<size_t>(catalogue)].prepared;
+    const auto known = prepared.find(sql);
+    const int statement = known != prepared.end() ? known->second : VELUDBPrepare(database, sql.c_str());
+    VELUDBResult *result = nullptr;
+    if (statement < 0 || VELUDBRun(database, statement, parameters.data(), parameters.size(), &result) < 0) {
+        reader->failure = VELUDBErrorGet(database);
+        return nullptr;
+    }
+    prepared[sql] = statement;
+    return ResultHandle(result);
+}
+
+bool CatalogueRowsRead(CatalogueReader *reader, const CatalogueTable &table,
+                       const std::vector<const char *> &columns, const RowFilter &filter,
+                       const std::function<void(Row &)> &take) {
+    std::string after;
+    for (size_t left = filter.limit; filter.limit == 0 || left > 0;) {
+        const size_t wanted = filter.limit == 0 ? kPortion : std::min(left, kPortion);
+        const Query query = PortionQuery(table, columns, filter, after);
+        const ResultHandle rows = CatalogueQuery(
+            reader, table.catalogue, query.sql + " limit " + std::to_string(wanted), query.values);
+        if (rows == nullptr)
+            return false;
+        for (int at = -1; VELUDBFetchRow(rows.get(), &at) == 0;) {
+            const char *key = VELUDBFetchField(rows.get(), at, "row_key");
+            after = key != nullptr ? key : "";
+            Row row;
+            for (const char *column : columns) {
+                const char *field = VELUDBFetchField(rows.get(), at, column);
+                row.push_back(field != nullptr ? Value(field) : Value());
+            }
+            take(row);
+        }
+        const auto got = static_cast<size_t>(VELUDBRowCount(rows.get()));
+        if (got < wanted)
+            return true;
+        left -= filter.limit == 0 ? 0 : got;
+    }
+    return true;
+}
+
+int64_t CatalogueCount(CatalogueReader *reader, const CatalogueTable &table) {
+    const ResultHandle rows =
+        CatalogueQuery(reader, table.catalogue, std::string("select count(*) as n from ") + table.table, {});
+    const char *count = rows != nullptr ? VELUDBFetchField(rows.get(), 0, "n") : nullptr;
+    return count != nullptr ? strtoll(count, nullptr, 10) : -1;
+}

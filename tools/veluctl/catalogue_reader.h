@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Reading the catalogues: connections, and rows in portions, so that a catalogue of any size needs the same
+// memory.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/handle.h"
+#include "tools/veluctl/tables.h"
+
+using DatabaseHandle = std::unique_ptr<VELUDB, CloseWith<VELUDBClose>>;
+using ResultHandle = std::unique_ptr<VELUDBResult, CloseWith<VELUDBFreeResult>>;
+
+struct CatalogueConnection {
+    DatabaseHandle database;
+    std::map<std::string, int> prepared; // statements live as long as the connection: each is prepared once
+};
+
+// The two connections, made when they are first needed.
+struct CatalogueReader {
+    CatalogueConnection connections[kCatalogues];
+    std::string failure; // of the last call that failed, for people
+};
+
+// Null, with the reason in the reader, when the catalogue cannot be reached.
+VELUDB *CatalogueConnect(CatalogueReader *reader, Catalogue catalogue);
+
+// Forgets a connection that has failed; the next call makes a new one.
+void CatalogueDisconnect(CatalogueReader *reader, Catalogue catalogue);
+
+// Runs one query. Null, with the reason in the reader, on failure.
+ResultHandle CatalogueQuery(CatalogueReader *reader, Catalogue catalogue, const std::string &sql,
+                            const std::vector<std::string> &values);
+
+// What rows are wanted: all, or those of a path and below it, of one key, with a text somewhere.
+struct RowFilter {
+    std::string directory;
+    std::string key;
+    std::string text; // without regard to the case of ASCII letters
+    size_t limit = 0; // 0: all
+};
+
+// Calls `take` with the values of `columns` (names of the table's) for every row, in the order of the keys.
+// False, with the reason in the reader, on failure.
+[[nodiscard]] bool CatalogueRowsRead(CatalogueReader *reader, const CatalogueTable &table,
+                                     const std::vector<const char *> &columns, const RowFilter &filter,
+                                     const std::function<void(Row &)> &take);
+
+// The number of rows of a table, or -1 with the reason in the reader.
+int64_t CatalogueCount(CatalogueReader *reader, const CatalogueTable &table);

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What veluctl check looks for: where the catalogue, the shares and the cover pictures disagree.
+#pragma once
+
+#include <stdint.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/veluctl/catalogue_reader.h"
+
+// One disagreement. `line` is the request that mends it, `folder` the orphaned covers to remove; mostly one
+// of them.
+struct Finding {
+    const char *problem;
+    std::string path;
+    std::string line;
+    std::string folder;
+};
+
+inline constexpr char kRowWithoutFile[] = "row without file";
+inline constexpr char kFileWithoutRow[] = "file without row";
+inline constexpr char kUnreadable[] = "unreadable";
+inline constexpr char kNoMetadata[] = "no metadata";
+inline constexpr char kStaleCover[] = "stale cover";
+inline constexpr char kShareAway[] = "share is away";
+
+// A row as far as it matters here. A path may have one in each catalogue.
+struct CheckedRow {
+    std::string path;
+    bool media = false;     // in music, video, photo or playlist
+    bool directory = false; // in directory
+    bool library = false;   // in photo_image
+    bool cover = false;     // says that it has a cover
+    bool read = false;      // its reader found something
+    bool seen = false;      // the walk has met its file
+};
+
+// All rows that have a path, in its order, each path once. False, with the reason in the reader, when the
+// media catalogue cannot be read; without a photo library there is no photo catalogue.
+[[nodiscard]] bool CheckedRowsLoad(CatalogueReader *reader, std::vector<CheckedRow> *rows);
+
+CheckedRow *CheckedRowFind(std::vector<CheckedRow> *rows, std::string_view path);
+
+// The request of a letter and a path; empty when a line cannot carry the path.
+std::string RepairLine(char command, const std::string &path);
+
+// Each adds what it finds. The walk comes first: it marks the rows whose files are there.
+void SharesCheck(std::vector<CheckedRow> *rows, std::vector<Finding> *findings);
+void RowsCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findings);
+void CoversCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findings);

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What veluctl ends with. Scripts depend on the numbers: they never change their meaning.
+#pragma once
+
+enum ExitCode : int {
+    kDone = 0,
+    kFound = 1,
+    kUsage = 2,
+    kRefused = 3,
+    kNoRights = 4,
+    kNotRunning = 5,
+    kUnreachable = 6,
+    kNotFinished = 7,
+    kFailed = 8
+};
+
+struct ExitCodeText {
+    ExitCode code;
+    const char *meaning;
+};
+
+// For the help and the manual.
+inline constexpr ExitCodeText kExitCodes[] = {
+    {kDone, "Done; nothing wrong was found."},
+    {kFound, "check found something wrong, or list, find, show or dump found nothing."},
+    {kUsage, "The command line was wrong."},
+    {kRefused, "A path was refused; nothing was queued."},
+    {kNoRights, "The queue may not be written, or the daemon not be signalled, by this user."},
+    {kNotRunning, "The daemon does not run. What was queued is done at its next start."},
+    {kUnreachable, "A catalogue cannot be reached."},
+    {kNotFinished, "The run did not end within the time of --timeout, or the daemon ended before it."},
+    {kFailed, "Something else failed: a full disk, no memory."},
+};

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// --wait: following requests to the end of their run.
+#pragma once
+
+#include <stdint.h>
+#include <stdio.h>
+
+#include "platform/handle.h"
+#include "tools/veluctl/exit_code.h"
+
+// What was there before the requests were queued.
+struct FollowStart {
+    int64_t rows = -1; // of the media tables; -1: not known
+};
+
+FollowStart FollowBegin();
+
+// Shows how far the file that took the requests has come until the daemon is done with it. `timeout` in
+// seconds, 0: none.
+ExitCode Follow(FdHandle file, const FollowStart &start, uint32_t timeout, FILE *out);

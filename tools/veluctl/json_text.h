@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// JSON out of a catalogue, where paths are bytes and JSON's texts are characters.
+#pragma once
+
+#include <stdio.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "tools/veluctl/row_writer.h"
+
+using Json = nlohmann::ordered_json;
+
+// Adds a text to an object. Bytes that are no UTF-8 become U+FFFD each, and the exact bytes then stand in
+// hexadecimal beside it, under the name with "_hex" behind.
+void JsonTextPut(Json *object, const std::string &name, std::string_view bytes);
+
+// Adds a value of a row by its column's type: a number, a text, true or false, null.
+void JsonValuePut(Json *object, const Column &column, const Value &value);
+
+// One line of JSON, or an indented text. With `ascii` everything above ASCII is escaped: a terminal must not
+// see it raw.
+std::string JsonWrite(const Json &value, bool indented, bool ascii);
+
+// Prints a whole answer.
+void JsonPrint(const Json &value, FILE *out);

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluctl/log_lines.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <syslog.h>
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+// A path and the words around it fit.
+constexpr size_t kLineMax = 16384;
+
+// A hostile file may have its reader complain without an end.
+constexpr size_t kLinesMax = 1000;
+
+std::vector<std::string> &Lines() {
+    static std::vector<std::string> lines;
+    return lines;
+}
+
+// "module.c (12) text", "module.c(12): text" and "module.c:12 text" become "text".
+std::string_view WithoutPlace(std::string_view line) {
+    const size_t name = line.find(".c");
+    if (name == std::string_view::npos || line.substr(0, name).find(' ') != std::string_view::npos)
+        return line;
+    size_t end = name + 2;
+    while (end < line.size() && (isdigit(static_cast<unsigned char>(line[end])) ||
+                                 std::string_view(" ():").find(line[end]) != std::string_view::npos))
+        ++end;
+    return line.substr(end);
+}
+
+void LineKeep(const char *format, va_list arguments) {
+    if (Lines().size() >= kLinesMax)
+        return;
+    char text[kLineMax];
+    const int wanted = vsnprintf(text, sizeof text, format, arguments);
+    const auto length = static_cast<size_t>(std::clamp(wanted, 0, static_cast<int>(sizeof text) - 1));
+    Lines().emplace_back(WithoutPlace({text, length}));
+}
+
+} // namespace
+
+// They stand in for the C library's functions of these names, which the linker then leaves out; fortified
+// code calls the second.
+extern "C" {
+
+void syslog(int, const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    LineKeep(format, arguments);
+    va_end(arguments);
+}
+
+void __syslog_chk(int, int, const char *format, ...);
+
+void __syslog_chk(int, int, const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    LineKeep(format, arguments);
+    va_end(arguments);
+}
+}
+
+std::vector<std::string> LogLinesTake() {
+    return std::exchange(Lines(), {});
+}
+
+std::string LogReasonTake() {
+    std::string reason;
+    for (const std::string &line : LogLinesTake())
+        reason.append(reason.empty() ? "" : "; ").append(line);
+    return reason.empty() ? "no reason was given" : reason;
+}

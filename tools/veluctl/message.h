@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What veluctl says beside its answers, on standard error.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "tools/veluctl/exit_code.h"
+
+// Prints "veluctl: " and the text, and returns the code.
+ExitCode Complain(ExitCode code, const std::string &text);
+
+// A path as it stands in a sentence.
+std::string Quoted(std::string_view path);
+
+// "1 file", "2 files": `many` has an s behind.
+std::string Counted(long long count, const char *one);

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What a command line asks for.
+#pragma once
+
+#include <stdint.h>
+
+#include <string>
+#include <vector>
+
+#include "tools/veluctl/row_writer.h"
+
+struct Options {
+    std::vector<std::string> paths; // add, remove; one for show and dump
+    std::string new_path;
+    std::string old_path;
+    std::string what;  // reindex, refresh
+    std::string input; // a file of paths, or "-"
+    bool null_input = false;
+    bool force = false;
+    bool no_signal = false;
+    bool wait = false;
+    uint32_t timeout = 0; // seconds; 0: as long as it takes
+
+    bool json = false;
+    bool csv = false;
+    std::vector<std::string> kinds;
+    std::string directory;
+    std::string text;
+    uint32_t limit = 0; // rows; 0: all
+
+    bool every_reader = false;
+    bool fix = false;
+
+    [[nodiscard]] Form form() const { return json ? Form::json : csv ? Form::csv : Form::table; }
+};

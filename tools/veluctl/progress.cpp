@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluctl/progress.h"
+
+#include <inttypes.h>
+
+#include "tools/veluctl/safe_text.h"
+#include "tools/veluctl/terminal.h"
+
+namespace {
+
+// In a log a line now and then is enough, unless the phase changes.
+constexpr double kPlainSeconds = 5;
+
+// A rate of less than a second says nothing.
+constexpr double kRateSeconds = 1;
+
+const char *PhaseText(Phase phase) {
+    switch (phase) {
+    case Phase::queued:
+        return "waiting: the daemon begins once no signal has come for 10 seconds";
+    case Phase::running:
+        return "running";
+    case Phase::kept:
+        return "kept: the daemon tries again later (its log says why)";
+    case Phase::done:
+        return "done";
+    }
+    return "";
+}
+
+} // namespace
+
+std::string ProgressText(const RunView &view, int64_t rows_before, int64_t rows, double run_seconds) {
+    std::string text = PhaseText(view.phase);
+    char part[128];
+    if (view.phase == Phase::running || view.phase == Phase::done) {
+        snprintf(part, sizeof part, ", line %" PRId64 " of %" PRId64, view.lines_done, view.lines_total);
+        text += part;
+    }
+    if (rows >= 0 && view.phase != Phase::queued) {
+        const int64_t added = rows_before >= 0 ? rows - rows_before : rows;
+        snprintf(part, sizeof part, ", %" PRId64 " files catalogued (%+" PRId64 ")", rows, added);
+        text += part;
+        if (run_seconds >= kRateSeconds) {
+            snprintf(part, sizeof part, ", %.0f/s", static_cast<double>(added) / run_seconds);
+            text += part;
+        }
+    }
+    if (!view.request.empty())
+        text += ": " + SafeText(view.request);
+    if (!view.file.empty())
+        text += " > " + SafeText(view.file);
+    return text;
+}
+
+Progress::Progress(FILE *out, int64_t rows_before)
+    : out_(out), terminal_(IsTerminal(out)), rows_before_(rows_before) {}
+
+void Progress::Show(const RunView &view, int64_t rows, double seconds) {
+    const bool begins = view.phase != Phase::queued && !running_;
+    if (begins) {
+        running_ = true;
+        run_begin_ = seconds;
+    }
+    const std::string text = ProgressText(view, rows_before_, rows, running_ ? seconds - run_begin_ : 0);
+    if (terminal_) {
+        // The cursor's own column stays free, or the line would wrap.
+        fprintf(out_, "\r%s\033[K", DisplayCut(text, TerminalColumns(out_) - 1).c_str());
+        fflush(out_);
+        return;
+    }
+    const bool due =
+        last_.empty() || begins || view.phase == Phase::done || seconds - last_time_ >= kPlainSeconds;
+    if (!due || text == last_)
+        return;
+    fprintf(out_, "%s\n", text.c_str());
+    fflush(out_);
+    last_ = text;
+    last_time_ = seconds;
+}
+
+void Progress::End() {
+    if (terminal_)
+        fputc('\n', out_);
+}

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The display of --wait: one line that changes on a terminal, else a line when something has changed.
+#pragma once
+
+#include <stdint.h>
+#include <stdio.h>
+
+#include <string>
+
+#include "tools/veluctl/run_view.h"
+
+class Progress {
+public:
+    Progress(FILE *out, int64_t rows_before);
+
+    // `rows`: files catalogued, -1 when not known; `seconds` since the beginning.
+    void Show(const RunView &view, int64_t rows, double seconds);
+    void End();
+
+private:
+    FILE *out_;
+    bool terminal_;
+    int64_t rows_before_;
+    bool running_ = false;
+    double run_begin_ = 0;
+    double last_time_ = 0;
+    std::string last_;
+};
+
+// What is shown of a moment: phase, lines, files and their rate, what is worked on.
+std::string ProgressText(const RunView &view, int64_t rows_before, int64_t rows, double run_seconds);

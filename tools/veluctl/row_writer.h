@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Rows for people (an aligned table) and for programs (JSON, CSV), whatever they are rows of.
+#pragma once
+
+#include <stddef.h>
+#include <stdio.h>
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+enum class Form { table, json, csv };
+
+// What a column's values are; the value itself is always the text that the database gave.
+enum class Type { text, integer, real, boolean, bytes, seconds };
+
+struct Column {
+    const char *name;    // for programs
+    const char *heading; // for people
+    Type type;
+};
+
+using Value = std::optional<std::string>; // nothing: NULL
+using Row = std::vector<Value>;
+
+// A value as people read it: sizes as "3.4 MB", seconds as "4:05", texts safe for a terminal.
+std::string ValueShow(const Value &value, Type type);
+
+// Rows one after the other. Columns are as wide as the first rows (kMeasuredRows) need; on a terminal the
+// last column is cut at its edge.
+class RowWriter {
+public:
+    RowWriter(Form form, std::span<const Column> columns, FILE *out);
+    void Add(const Row &row);
+    void End();
+    [[nodiscard]] size_t count() const { return count_; }
+
+private:
+    void TableFlush();
+    void TableLine(const std::vector<std::string> &cells);
+    void JsonAdd(const Row &row);
+    void CsvAdd(const Row &row);
+
+    static constexpr size_t kMeasuredRows = 500;
+
+    Form form_;
+    std::span<const Column> columns_;
+    FILE *out_;
+    bool terminal_;
+    size_t count_ = 0;
+    std::vector<std::vector<std::string>> waiting_; // until the widths are known
+    std::vector<size_t> widths_;
+};
+
+// A field of CSV (RFC 4180): in quotes, which are doubled inside, where it has to be.
+std::string CsvField(std::string_view text);

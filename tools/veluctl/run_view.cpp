@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluctl/run_view.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "catalogue/shares.h"
+#include "daemon/queue.h"
+#include "daemon/queue_reader.h"
+#include "tools/queue/queue_writer.h"
+
+namespace {
+
+constexpr size_t kBlock = 64 * 1024;
+
+std::string ProcPath(pid_t pid, const char *name) {
+    return "/proc/" + std::to_string(pid) + '/' + name;
+}
+
+std::string LinkOf(const std::string &link) {
+    std::array<char, PATH_MAX> target;
+    const ssize_t length = readlink(link.c_str(), target.data(), target.size());
+    return length > 0 ? std::string(target.data(), static_cast<size_t>(length)) : std::string();
+}
+
+// The place of a descriptor in its file, or -1.
+int64_t PositionOf(pid_t pid, const char *descriptor) {
+    const FileHandle file(fopen((ProcPath(pid, "fdinfo/") + descriptor).c_str(), "re"));
+    char line[128];
+    while (file != nullptr && fgets(line, sizeof line, file.get()) != nullptr) {
+        long long position = 0;
+        if (sscanf(line, "pos: %lld", &position) == 1)
+            return position;
+    }
+    return -1;
+}
+
+bool InShare(std::string_view path) {
+    for (const char *link : {kMusicShareLink, kVideoShareLink, kPhotoShareLink}) {
+        char target[kSharePathSize];
+        if (!ShareTargetGet(link, target))
+            continue;
+        const std::string_view share = target;
+        if (path.starts_with(share) && path.size() > share.size() && path[share.size()] == '/')
+            return true;
+    }
+    return false;
+}
+
+struct DaemonFiles {
+    int64_t position = -1; // in the file of requests; -1: not open, or not to be seen
+    std::string media;     // the longest path in a share: a file, or else the innermost directory
+};
+
+DaemonFiles DaemonFilesLook(pid_t pid, int requests) {
+    DaemonFiles files;
+    struct stat wanted;
+    const std::string folder = ProcPath(pid, "fd");
+    const DirHandle descriptors(opendir(folder.c_str()));
+    if (descriptors == nullptr || fstat(requests, &wanted) != 0)
+        return files;
+    while (const dirent *entry = readdir(descriptors.get())) {
+        const std::string link = folder + '/' + entry->d_name;
+        struct stat status;
+        if (stat(link.c_str(), &status) != 0)
+            continue;
+        if (status.st_dev == wanted.st_dev && status.st_ino == wanted.st_ino) {
+            files.position = PositionOf(pid, entry->d_name);
+            continue;
+        }
+        const std::string path = LinkOf(link);
+        if (path.size() > files.media.size() && InShare(path))
+            files.media = path;
+    }
+    return files;
+}
+
+std::string LineAt(int fd, int64_t position) {
+    std::array<char, kQueueLineMax> text;
+    const ssize_t length = pread(fd, text.data(), text.size(), position);
+    const std::string_view line(text.data(), length > 0 ? static_cast<size_t>(length) : 0);
+    return std::string(line.substr(0, line.find('\n')));
+}
+
+} // namespace
+
+int64_t LinesUpTo(LineCounter *counter, int fd, int64_t end) {
+    std::array<char, kBlock> block;
+    while (counter->counted < end) {
+        const auto wanted = static_cast<size_t>(std::min<int64_t>(end - counter->counted, kBlock));
+        const ssize_t got = pread(fd, block.data(), wanted, counter->counted);
+        if (got <= 0)
+            break;
+        counter->counted += got;
+        counter->lines += std::count(block.begin(), block.begin() + got, '\n');
+        counter->open_line = block[static_cast<size_t>(got) - 1] != '\n';
+    }
+    return counter->lines + (counter->open_line ? 1 : 0);
+}
+
+RunView RunLook(RequestFile *requests, pid_t daemon) {
+    const int fd = requests->file.get();
+    struct stat status = {};
+    fstat(fd, &status);
+    RunView view = {Phase::done, 0, LinesUpTo(&requests->total, fd, status.st_size), {}, {}};
+    if (status.st_nlink == 0) {
+        view.lines_done = view.lines_total;
+        return view;
+    }
+    if (IsFileAt(kQueueFile, fd)) {
+        view.phase = Phase::queued;
+        return view;
+    }
+    const DaemonFiles files = daemon != 0 ? DaemonFilesLook(daemon, fd) : DaemonFiles();
+    // Whoever may not look takes the daemon at its word: it works on what it has taken over.
+    const bool hidden = daemon != 0 && access(ProcPath(daemon, "fd").c_str(), R_OK) != 0;
+    view.phase = files.position >= 0 || hidden ? Phase::running : Phase::kept;
+    if (files.position >= 0) {
+        view.lines_done = LinesUpTo(&requests->done, fd, files.position);
+        view.request = LineAt(fd, files.position);
+        view.file = files.media;
+    }
+    return view;
+}
+
+RequestFile RequestFileOpen(const char *path) {
+    return {FdHandle(open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)), {}, {}};
+}

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What can be seen of the daemon's queue from outside: the files' lines, and in /proc how far the daemon has
+// come.
+#pragma once
+
+#include <stdint.h>
+#include <sys/types.h>
+
+#include <string>
+
+#include "platform/handle.h"
+
+// Counts the lines of a file that only grows, each byte once.
+struct LineCounter {
+    int64_t counted = 0; // bytes
+    int64_t lines = 0;
+    bool open_line = false; // the last byte counted was no newline
+};
+
+// Lines from the beginning up to `end` (bytes). An open last line counts.
+int64_t LinesUpTo(LineCounter *counter, int fd, int64_t end);
+
+enum class Phase {
+    queued,  // waiting in the queue
+    running, // taken over, and the daemon has it open
+    kept,    // taken over, but nobody works on it
+    done     // carried out, and its file gone
+};
+
+struct RunView {
+    Phase phase;
+    int64_t lines_done;
+    int64_t lines_total;
+    std::string request; // the line that is carried out
+    std::string file;    // that the daemon, or its probe, has open in it
+};
+
+// A file of requests, held open so that it is known whatever its name becomes.
+struct RequestFile {
+    FdHandle file;
+    LineCounter total;
+    LineCounter done;
+};
+
+// How far a file of requests has come with the daemon of that id (0: none runs). Place and open files of a
+// process are seen by its own user and root only; others get the phase and the number of lines.
+RunView RunLook(RequestFile *requests, pid_t daemon);
+
+// Opens a file of requests to look at it; empty when there is none.
+RequestFile RequestFileOpen(const char *path);

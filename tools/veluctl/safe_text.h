@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Names of files are arbitrary bytes, and whoever named them may want a terminal to do things. What is shown
+// to people goes through here.
+#pragma once
+
+#include <stddef.h>
+
+#include <string>
+#include <string_view>
+
+// Takes the terminal's character set from the environment. Without UTF-8 there, only ASCII is shown as it is.
+void SafeTextPrepare();
+
+// The text with every byte and character that is not to be seen as itself written out: control characters and
+// bytes that are no UTF-8 as \x1B, characters that reorder or hide others as \u{202E}, the backslash doubled.
+std::string SafeText(std::string_view bytes);
+
+// The columns that such a text takes on a terminal.
+size_t DisplayWidth(std::string_view safe);
+
+// The text cut to so many columns, the last of them "…" (or "~") when something is missing.
+std::string DisplayCut(std::string_view safe, size_t columns);
+
+// Takes the first character off the front of `text` when it is valid UTF-8 (RFC 3629); else nothing, and false.
+[[nodiscard]] bool CharacterTake(std::string_view *text, char32_t *character);
