@@ -80,6 +80,47 @@ def flood(pid, number, until, limit):
     return {"sent": limit, "seconds": time.monotonic() - begin, "gone": False}
 
 
+def append_for_ever(program, folder):
+    """Makes one file after the other and has each queued by a run of `program` of its own."""
+    number = 0
+    while True:
+        path = f"{folder}/{number}.pcm"
+        os.close(os.open(path, os.O_CREAT | os.O_WRONLY, 0o644))
+        pid = os.posix_spawn(program, [program, "add", "--no-signal", path], os.environ,
+                             file_actions=[(os.POSIX_SPAWN_OPEN, 1, "/dev/null", os.O_WRONLY, 0)])
+        status = os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1])
+        if status != 0:
+            os._exit(status)
+        number += 1
+        if os.path.exists("/tmp/hammer.end"):
+            os._exit(0)
+
+
+def hammer(program, folders, pid, journal, runs, timeout):
+    """Has one writer for each folder append to the queue without a pause, while the process takes it over so many times.
+    Gives the number of runs and how the writers ended."""
+    end = time.monotonic() + timeout
+    writers = []
+    for folder in folders:
+        os.makedirs(folder)
+        writer = os.fork()
+        if writer == 0:
+            append_for_ever(program, folder)
+        writers.append(writer)
+    done = 0
+    while done < runs and time.monotonic() < end:
+        if not os.path.exists("/var/spool/velu_indexing_queue"):
+            time.sleep(0.0002)
+            continue
+        before = os.path.getsize(journal)
+        os.kill(pid, signal.SIGUSR1)
+        while os.path.getsize(journal) == before and time.monotonic() < end:
+            time.sleep(0.0002)
+        done += 1
+    os.close(os.open("/tmp/hammer.end", os.O_CREAT | os.O_WRONLY, 0o644))
+    return {"runs": done, "statuses": [os.waitstatus_to_exitcode(os.waitpid(writer, 0)[1]) for writer in writers]}
+
+
 def proc(pid, name):
     """The text of a file of /proc/PID, or null when there is no such process."""
     try:
@@ -112,6 +153,7 @@ COMMANDS = {
     "kill": kill,
     "kill_when": kill_when,
     "flood": flood,
+    "hammer": hammer,
     "proc": proc,
     "children": children,
     "descriptors": descriptors,

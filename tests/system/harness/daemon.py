@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The daemon in its sandbox: configuration, start, queue, signals, catalogue, log."""
+import json
 import os
 import re
 import signal
@@ -134,6 +135,35 @@ class Daemon:
         """Runs the binary until it, or the process that it leaves in the foreground, has ended."""
         return self.box.ask("run", arguments=[*wrapper, self.binary, *arguments],
                             environment=self.environment(), timeout=PATIENCE)
+
+    @property
+    def ctl_program(self):
+        """The control tool beside the binary."""
+        return os.path.join(os.path.dirname(self.binary), "veluctl")
+
+    def ctl(self, *arguments, user=None, clock=False):
+        """Runs the control tool, as root or as another user's id; with `clock` on the daemon's clock. Gives its status and
+        what it printed."""
+        drop = ["/usr/bin/setpriv", f"--reuid={user}", f"--regid={user}", "--clear-groups"] if user else []
+        program = self._ctl_for_everybody() if user else self.ctl_program
+        environment = {**(self.environment() if clock else {}), "TZ": "UTC", "LC_ALL": "C.UTF-8"}
+        return self.box.ask("run", arguments=[*drop, program, *arguments], environment=environment,
+                            timeout=PATIENCE)
+
+    def _ctl_for_everybody(self):
+        """The control tool with its modules where every user may run it, as the source tree need not be."""
+        for folder in ("/", "/etc", "/run", "/tmp", "/var", "/var/lib", "/volume1"):
+            os.chmod(self.box.path(folder), 0o755)
+        tree = os.path.dirname(os.path.dirname(self.binary))
+        modules = [f"lib/velu/{name}" for name in os.listdir(f"{tree}/lib/velu")]
+        for name in ("bin/veluctl", *modules):
+            self.copy(f"{tree}/{name}", f"/tmp/installed/{name}")
+            os.chmod(self.box.path(f"/tmp/installed/{name}"), 0o755)
+        return "/tmp/installed/bin/veluctl"
+
+    def ctl_json(self, *arguments):
+        """The answer that the control tool gives to a program."""
+        return json.loads(self.ctl(*arguments, "--json")["out"].encode("latin-1"))
 
     def start(self, idle=True, wrapper=()):
         """Starts the daemon, `wrapper` being the command that starts it, and waits until its handlers are in place and,

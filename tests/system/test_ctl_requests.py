@@ -1,0 +1,193 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""veluctl asks for work: what it queues and refuses, whom it signals, how it follows a run."""
+import os
+import time
+
+import pytest
+
+from harness.daemon import PID_FILE, QUEUE, WORKING_COPY, wait_for
+
+DONE, FOUND, USAGE, REFUSED, NO_RIGHTS, NOT_RUNNING, UNREACHABLE, NOT_FINISHED, FAILED = range(9)
+NOBODY = 65534
+SONG = "/volume1/music/a song.pcm"
+
+
+def queued(box):
+    return box.lines(QUEUE)
+
+
+@pytest.fixture
+def idle(box):
+    """A daemon that never runs: what is queued stays to be looked at."""
+    box.write(SONG)
+    return box
+
+
+def test_a_file_and_a_tree_have_their_own_letters(idle):
+    assert idle.ctl("add", SONG, "/volume1/music")["status"] == NOT_RUNNING
+    assert queued(idle) == [f"a:{SONG}", "A:/volume1/music"]
+
+
+def test_a_share_link_is_queued_as_the_directory_that_rows_have(idle):
+    idle.ctl("add", "/var/services/music/", "/var/services/music/a song.pcm")
+    assert queued(idle) == ["A:/volume1/music", f"a:{SONG}"]
+
+
+def test_the_last_link_is_not_resolved(idle):
+    os.symlink("a song.pcm", idle.box.path("/volume1/music/link.pcm"))
+    idle.ctl("add", "/volume1/music/link.pcm")
+    assert queued(idle) == ["a:/volume1/music/link.pcm"]
+
+
+def test_paths_come_from_a_list_too(idle):
+    idle.write("/tmp/list", f"{SONG}\0/volume1/music\0")
+    assert idle.ctl("add", "--from", "/tmp/list", "--null")["status"] == NOT_RUNNING
+    idle.write("/tmp/list", f"{SONG}\n\n")
+    idle.ctl("add", "--from", "/tmp/list", "/volume1/video")
+    assert queued(idle) == [f"a:{SONG}", "A:/volume1/music", "A:/volume1/video", f"a:{SONG}"]
+
+
+def test_a_long_list_is_queued_whole(idle):
+    paths = [idle.write(f"/volume1/music/{number:04}{'x' * 90}.pcm") for number in range(2000)]
+    idle.write("/tmp/list", "".join(f"{path}\n" for path in paths))
+    idle.ctl("add", "--from", "/tmp/list")
+    assert queued(idle) == [f"a:{path}" for path in paths]
+
+
+def test_other_requests(idle):
+    idle.ctl("remove", "/volume1/music/gone")
+    idle.ctl("rename", SONG, "/volume1/music/old.pcm")
+    for share in ("music", "video", "photo", "all"):
+        idle.ctl("reindex", share)
+    idle.ctl("refresh", "photo")
+    assert queued(idle) == ["D:/volume1/music/gone", f"N:{SONG}:/volume1/music/old.pcm", "R:music", "R:video", "R:photo",
+                            "R:all", "U:photo"]
+
+
+@pytest.mark.parametrize("arguments, reason", [
+    (["add", "/volume1/music/new\nline"], "newline"),
+    (["add", "/volume1/music/" + "x" * 4096], "4095"),
+    (["add", "/volume1/music/gone.mp3"], "No such file"),
+    (["add", ""], "empty"),
+    (["remove", SONG], "still there"),
+    (["rename", SONG, "/volume1/music/a:b"], "colon"),
+    (["rename", SONG, "/volume1/music/" + "y" * 4078], "together"),
+    (["rename", "/volume1/music/gone", "/volume1/music/old"], "not there"),
+    (["rename", SONG, "/volume1/music"], "still there"),
+])
+def test_what_cannot_be_is_refused_with_the_reason(idle, arguments, reason):
+    answer = idle.ctl(*arguments)
+    assert answer["status"] == REFUSED and reason in answer["err"] and answer["out"] == ""
+    assert not idle.exists(QUEUE)
+
+
+def test_one_refusal_keeps_all_from_being_queued(idle):
+    assert idle.ctl("add", SONG, "/volume1/music/gone.mp3")["status"] == REFUSED
+    assert not idle.exists(QUEUE)
+
+
+def test_force_queues_what_the_disk_contradicts_but_never_a_line_that_cannot_be(idle):
+    assert idle.ctl("remove", "--force", SONG)["status"] == NOT_RUNNING
+    assert idle.ctl("add", "--force", "/volume1/music/new\nline")["status"] == REFUSED
+    assert queued(idle) == [f"D:{SONG}"]
+
+
+@pytest.mark.parametrize("arguments", [
+    [], ["add"], ["bogus"], ["reindex"], ["reindex", "books"], ["refresh", "music"], ["rename", "/a"], ["list", "--kind", "x"],
+    ["list", "--json", "--csv"], ["add", "/x", "--wait", "--no-signal"], ["list", "-k", "album", "-k", "music"],
+])
+def test_a_wrong_command_line_says_so_and_queues_nothing(idle, arguments):
+    answer = idle.ctl(*arguments)
+    assert answer["status"] == USAGE and answer["err"]
+    assert not idle.exists(QUEUE)
+
+
+def test_an_ordinary_user_is_told_who_may_write_the_queue(idle):
+    answer = idle.ctl("add", SONG, user=NOBODY)
+    assert answer["status"] == NO_RIGHTS and "Only root may write the queue" in answer["err"]
+
+
+def test_only_the_daemon_is_signalled(idle):
+    idle.write(PID_FILE, str(idle.peers["dms"]))
+    answer = idle.ctl("add", SONG)
+    assert answer["status"] == NOT_RUNNING and "does not run" in answer["err"]
+    assert idle.wakes("dms") == 0
+    assert queued(idle) == [f"a:{SONG}"]
+
+
+def test_a_torn_line_of_another_program_is_ended_first(idle):
+    idle.write(QUEUE, "a:/volume1/mus")
+    idle.ctl("add", SONG)
+    assert queued(idle) == ["a:/volume1/mus", f"a:{SONG}"]
+
+
+def test_the_daemon_is_told(daemon):
+    daemon.write(SONG)
+    answer = daemon.ctl("add", SONG)
+    assert answer["status"] == DONE and answer["out"] == "1 request queued.\n"
+    daemon.wait_run(0)
+    assert daemon.paths("music") == [SONG]
+
+
+def test_without_a_signal_the_request_waits(daemon):
+    daemon.write(SONG)
+    assert daemon.ctl("add", "--no-signal", SONG)["status"] == DONE
+    time.sleep(1)
+    assert queued(daemon) == [f"a:{SONG}"]
+
+
+def test_wait_follows_the_run_to_its_end(daemon):
+    for number in range(300):
+        daemon.write(f"/volume1/music/{number}.pcm")
+    answer = daemon.ctl("add", "--wait", "/volume1/music")
+    assert answer["status"] == DONE
+    assert len(daemon.paths("music")) == 300, "all is stored once it returns"
+    lines = answer["out"].splitlines()
+    assert lines[0] == "1 request queued." and lines[1].startswith("waiting: ")
+    assert lines[-1].startswith("done, line 1 of 1, 300 files catalogued (+300)")
+
+
+def test_wait_shows_the_line_in_work_and_where_it_is(make_daemon):
+    daemon = make_daemon(speed=20)
+    daemon.write("/usr/velu/slow", "#!/bin/sh\nsleep 8\n")
+    os.chmod(daemon.box.path("/usr/velu/slow"), 0o755)
+    daemon.configure(aacdecoder="/usr/velu/slow")
+    daemon.write("/volume1/music/slow.aac", "x")
+    daemon.start()
+    daemon.ctl("add", "--no-signal", "/volume1/video")
+    answer = daemon.ctl("add", "--wait", "/volume1/music/slow.aac")
+    assert answer["status"] == DONE
+    assert any(line.startswith("running, line 1 of 2") and line.endswith(": a:/volume1/music/slow.aac")
+               for line in answer["out"].splitlines()), answer["out"]
+
+
+def test_wait_ends_with_its_time(daemon):
+    daemon.write("/usr/velu/slow", "#!/bin/sh\nsleep 100\n")
+    os.chmod(daemon.box.path("/usr/velu/slow"), 0o755)
+    daemon.configure(aacdecoder="/usr/velu/slow")
+    daemon.write("/volume1/music/slow.aac", "x")
+    answer = daemon.ctl("add", "--wait", "--timeout", "1", "/volume1/music/slow.aac")
+    assert answer["status"] == NOT_FINISHED and "time is up" in answer["err"]
+
+
+def test_wait_tells_that_the_daemon_has_ended(make_daemon):
+    daemon = make_daemon(speed=1).start()
+    daemon.write(SONG)
+    daemon.write("/tmp/end", f"#!/bin/sh\nsleep 1\nkill {daemon.pid}\n")
+    answer = daemon.box.ask("run", arguments=["/bin/sh", "-c", f"sh /tmp/end & exec {daemon.ctl_program} add -w '{SONG}'"],
+                            environment={}, timeout=30)
+    assert answer["status"] == NOT_FINISHED and "the daemon has ended" in answer["err"]
+    daemon.pid = 0
+    assert queued(daemon) == [f"a:{SONG}"]
+
+
+def test_a_copy_that_waits_for_its_database_is_shown_as_kept(make_daemon):
+    daemon = make_daemon()
+    daemon.configure(mediadb="sqlite:/dev/null/media.db", photodb="sqlite:/dev/null/photo.db")
+    daemon.write(SONG)
+    daemon.start()
+    answer = daemon.ctl("add", "--wait", "--timeout", "2", SONG)
+    assert answer["status"] == NOT_FINISHED and "kept: the daemon tries again later" in answer["out"]
+    wait_for(lambda: daemon.exists(WORKING_COPY), "the copy")
+    state = daemon.ctl_json("status")["working_copy"]
+    assert state["present"] and state["lines"] == 1
