@@ -94,8 +94,9 @@ TEST_F(QueueWriter, IsNotHeldForEverByALockOfSomebodyElse) {
 TEST_F(QueueWriter, FourWritersLoseAndTearNothingInAThousandTakeOvers) {
     constexpr int kWriters = 4;
     constexpr int kTakeOvers = 1000;
+    constexpr int kLinesAhead = 5; // of each writer for each take-over: more would be faster than any reader
     struct Shared {
-        std::atomic<bool> end;
+        std::atomic<int> take_overs;
         std::atomic<int> lines[kWriters];
         std::atomic<int> failed;
     };
@@ -103,7 +104,11 @@ TEST_F(QueueWriter, FourWritersLoseAndTearNothingInAThousandTakeOvers) {
     std::vector<pid_t> writers;
     for (int writer = 0; writer < kWriters; ++writer) {
         writers.push_back(ChildStart([&] {
-            while (!shared->end) {
+            while (shared->take_overs < kTakeOvers) {
+                if (shared->lines[writer] >= (shared->take_overs + 1) * kLinesAhead) {
+                    sched_yield();
+                    continue;
+                }
                 const int line = shared->lines[writer]++;
                 const std::string text = "a:/" + std::to_string(writer) + '/' + std::to_string(line) + "\n";
                 shared->failed += QueueAppend(kQueue, text, nullptr);
@@ -121,9 +126,8 @@ TEST_F(QueueWriter, FourWritersLoseAndTearNothingInAThousandTakeOvers) {
             taken.insert(line);
         return unlink(kCopy) == 0;
     };
-    for (int done = 0; done < kTakeOvers;)
-        done += take_over() ? 1 : 0;
-    shared->end = true;
+    while (shared->take_overs < kTakeOvers)
+        shared->take_overs += take_over() ? 1 : 0;
     for (const pid_t writer : writers)
         EXPECT_EQ(ChildStatus(writer), 0);
     take_over();

@@ -35,7 +35,7 @@ std::string_view WithoutPlace(std::string_view line) {
     return line.substr(end);
 }
 
-void LineKeep(const char *format, va_list arguments) {
+[[gnu::format(printf, 1, 0)]] void LineKeep(const char *format, va_list arguments) {
     if (Lines().size() >= kLinesMax)
         return;
     char text[kLineMax];
@@ -57,7 +57,7 @@ void syslog(int, const char *format, ...) {
     va_end(arguments);
 }
 
-void __syslog_chk(int, int, const char *format, ...);
+[[gnu::format(printf, 3, 4)]] void __syslog_chk(int, int, const char *format, ...);
 
 void __syslog_chk(int, int, const char *format, ...) {
     va_list arguments;
