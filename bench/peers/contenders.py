@@ -1,0 +1,176 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The programs that are compared: how each scans a tree once, cold, in a sandbox of its own."""
+import json
+import os
+import pathlib
+import re
+import shutil
+import sqlite3
+import subprocess
+import tempfile
+
+from corpus import music_files
+
+TREE = pathlib.Path(__file__).resolve().parents[2]
+MEASURE = pathlib.Path(__file__).resolve().with_name("measure.py")
+BINARIES = TREE / "build/release/bin"
+TIMEOUT = 1800
+
+# Servers get a network of their own that holds nothing but the loopback.
+ALONE = ["/usr/bin/unshare", "-n", "/bin/sh", "-c", 'ip link set lo up && exec "$0" "$@"']
+
+MINIDLNA_CONFIGURATION = """
+media_dir={share}
+db_dir=/tmp/minidlna
+log_dir=/tmp/minidlna
+port=18200
+network_interface=lo
+inotify=no
+notify_interval=86400
+"""
+
+MPD_CONFIGURATION = """
+music_directory "{share}"
+db_file "/tmp/mpd/database"
+state_file "/tmp/mpd/state"
+sticker_file "/tmp/mpd/sticker"
+bind_to_address "/tmp/mpd/socket"
+audio_output {{
+    type "null"
+    name "none"
+}}
+"""
+
+
+class BenchError(Exception):
+    """A program is missing, or did not index what it was given."""
+
+
+def count(database, sql):
+    connection = sqlite3.connect(f"file:{database}?mode=ro", uri=True)
+    try:
+        return connection.execute(sql).fetchone()[0]
+    finally:
+        connection.close()
+
+
+def share_of(kind):
+    return "/volume1/photo" if kind.startswith("photo") else "/volume1/music"
+
+
+class Floor:
+    name = "floor"
+    program = BINARIES / "peers_floor"
+
+    @staticmethod
+    def takes(_kind):
+        return True
+
+    def prepare(self, _root, kind):
+        return {"arguments": [str(self.program), share_of(kind)], "end": "exit"}
+
+    @staticmethod
+    def indexed(root, _told):
+        return int(re.match(r"(\d+) files", (root / "tmp/output").read_text())[1])
+
+    @staticmethod
+    def expected(_kind, files):
+        return files
+
+
+class Velu:
+    name = "veluindexd"
+    program = BINARIES / "veluindexd"
+
+    @staticmethod
+    def takes(_kind):
+        return True
+
+    def prepare(self, root, kind):
+        """What waits in the queue at the start is done at once: no time passes between the start and the run."""
+        library = "yes" if kind == "photo-library" else "no"
+        (root / "etc.defaults/veluinfo.conf").write_text(f'supportphoto="{library}"\nsupportcinehall="no"\n')
+        (root / "var/spool/velu_indexing_queue").write_text(f"A:{share_of(kind)}\n")
+        return {"arguments": [str(self.program)], "end": "signal"}
+
+    @staticmethod
+    def indexed(root, _told):
+        media = " + ".join(f"(select count(*) from {table})" for table in ("music", "video", "photo"))
+        return count(root / "var/lib/velu/mediaserver.db", f"select {media}")
+
+    @staticmethod
+    def expected(_kind, files):
+        return files
+
+
+class Minidlna:
+    name = "minidlna"
+    program = pathlib.Path("/usr/sbin/minidlnad")
+
+    @staticmethod
+    def takes(kind):
+        return kind != "photo-library"
+
+    def prepare(self, root, kind):
+        (root / "tmp/minidlna").mkdir()
+        (root / "tmp/minidlna.conf").write_text(MINIDLNA_CONFIGURATION.format(share=share_of(kind)))
+        return {"arguments": [*ALONE, str(self.program), "-S", "-R", "-f", "/tmp/minidlna.conf", "-P", "/tmp/minidlna.pid"],
+                "end": "line", "path": "/tmp/minidlna/minidlna.log", "text": "Finished parsing playlists"}
+
+    @staticmethod
+    def indexed(root, _told):
+        return count(root / "tmp/minidlna/files.db", "select count(*) from DETAILS where MIME is not null")
+
+    @staticmethod
+    def expected(_kind, files):
+        return files
+
+
+class Mpd:
+    name = "mpd"
+    program = pathlib.Path("/usr/bin/mpd")
+
+    @staticmethod
+    def takes(kind):
+        return not kind.startswith("photo") and kind != "mixed"
+
+    def prepare(self, root, kind):
+        (root / "tmp/mpd").mkdir()
+        (root / "tmp/mpd.conf").write_text(MPD_CONFIGURATION.format(share=share_of(kind)))
+        return {"arguments": [*ALONE, str(self.program), "--no-daemon", "/tmp/mpd.conf"], "end": "update",
+                "path": "/tmp/mpd/socket"}
+
+    @staticmethod
+    def indexed(_root, told):
+        return told["songs"]
+
+    @staticmethod
+    def expected(kind, files):
+        return music_files(kind, files)
+
+
+CONTENDERS = (Velu(), Minidlna(), Mpd(), Floor())
+
+
+def measure(contender, tree, kind, files):
+    """One cold run over a tree: seconds of wall and processor time, and the peak of memory."""
+    if not contender.program.exists():
+        raise BenchError(f"{contender.program} is missing: run `scripts/deps bench` and build veluindexd and peers_floor")
+    root = pathlib.Path(tempfile.mkdtemp(prefix="velu-peers-"))
+    try:
+        for folder in ("tmp", "etc.defaults", "var/spool"):
+            (root / folder).mkdir(parents=True)
+        request = {**contender.prepare(root, kind), "timeout": TIMEOUT}
+        environment = {**os.environ, "SANDBOX_ROOT": str(root), "SANDBOX_BIND": f"{tree}\n{share_of(kind)}"}
+        done = subprocess.run([TREE / "tests/sandbox", "/usr/bin/python3", "-S", MEASURE, json.dumps(request)],
+                              env=environment, capture_output=True, text=True, check=False)
+        output = root / "tmp/output"
+        if done.returncode:
+            raise BenchError(f"{contender.name}: {done.stderr}{output.read_text() if output.exists() else ''}")
+        told = json.loads(done.stdout)
+        found, expected = contender.indexed(root, told), contender.expected(kind, files)
+        if found != expected:
+            raise BenchError(f"{contender.name} has indexed {found} of {expected} files of {tree}")
+        return told
+    finally:
+        shutil.rmtree(root)

@@ -1,0 +1,148 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The corpora: a few files of each kind from real encoders, copied with tags, dates or pictures that differ."""
+import os
+import pathlib
+import sys
+
+from mutagen.flac import FLAC
+from mutagen.id3 import APIC, ID3, TALB, TCON, TDRC, TIT2, TPE1, TRCK
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests/system"))
+from harness import media  # noqa: E402
+
+KINDS = ("mp3", "mp3-cover", "flac", "photo", "mixed")
+FILES_OF_A_FOLDER = 16
+
+# What an encoder writes into a file once and the copies replace by a text of the same length.
+TITLE = b"Title 000000"
+DATE = b"2009:03:07 08:09:10"
+
+# Of twenty files of the mixed tree: music mostly, with a cover here and there, photos, a few of other formats.
+MIX = ("mp3",) * 8 + ("mp3-cover",) * 2 + ("flac",) * 3 + ("photo",) * 5 + ("m4a",) + ("avi",)
+
+
+def make_bases(folder):
+    """Encodes what all copies start from; gives the paths by format."""
+    music = []
+    for number, pitch in enumerate((330, 440, 550)):
+        wav = f"{folder}/{number}.wav"
+        media.call("sox", "-n", "-r", "44100", "-c", "2", "-b", "16", wav, "synth", str(4 + number), "sine", str(pitch),
+                   "tremolo", "3", "vol", "0.3")
+        music.append(wav)
+    bases = {"mp3": [], "flac": [], "photo": [], "cover": []}
+    for number, wav in enumerate(music):
+        for name, mode in (("cbr", ("-b", "128")), ("vbr", ("-V", "4"))):
+            media.call("lame", "--quiet", *mode, wav, f"{folder}/{name}{number}.mp3")
+            bases["mp3"].append(f"{folder}/{name}{number}.mp3")
+        media.flac(f"{folder}/{number}.flac", wav)
+        bases["flac"].append(f"{folder}/{number}.flac")
+        # A camera's picture has its thumbnail in the EXIF block.
+        picture, small = f"{folder}/{number}.jpg", f"{folder}/small{number}.jpg"
+        media.picture(picture, 1024, 768, "-quality", "80")
+        media.call("convert", picture, "-thumbnail", "160x120", small)
+        media.exif(picture, Make="Maker", Model=f"Model {number}", DateTimeOriginal=DATE.decode(), CreateDate=DATE.decode(),
+                   ISO=200, FNumber=4, ExposureTime="1/125", **{"ThumbnailImage<": small})
+        bases["photo"].append(picture)
+        media.picture(f"{folder}/cover{number}.jpg", 300, 300, "-quality", "80")
+        bases["cover"].append(f"{folder}/cover{number}.jpg")
+    media.audio(f"{folder}/base.m4a", music[0], title=TITLE.decode())
+    media.clip(f"{folder}/base.avi", "-c:v", "mpeg4", "-c:a", "mp3", title=TITLE.decode())
+    bases["m4a"], bases["avi"] = [f"{folder}/base.m4a"], [f"{folder}/base.avi"]
+    return {name: [pathlib.Path(path).read_bytes() for path in paths] for name, paths in bases.items()}
+
+
+def write_mp3(path, number, base, cover):
+    path.write_bytes(base)
+    tag = ID3()
+    tag.add(TIT2(encoding=3, text=f"Title {number:06}"))
+    tag.add(TPE1(encoding=3, text=f"Artist {number // 192:04}"))
+    tag.add(TALB(encoding=3, text=f"Album {number // FILES_OF_A_FOLDER:05}"))
+    tag.add(TCON(encoding=3, text="Jazz"))
+    tag.add(TDRC(encoding=3, text=str(1960 + number % 60)))
+    tag.add(TRCK(encoding=3, text=f"{number % FILES_OF_A_FOLDER + 1}/{FILES_OF_A_FOLDER}"))
+    if cover:
+        # A reader does not mind bytes after the picture's end, and they keep one cover from being that of all.
+        tag.add(APIC(encoding=0, mime="image/jpeg", type=3, desc="", data=cover + f"{number:08}".encode()))
+    tag.save(path, v2_version=3)
+
+
+def write_flac(path, number, base):
+    path.write_bytes(base)
+    file = FLAC(path)
+    file.update({"title": f"Title {number:06}", "artist": f"Artist {number // 192:04}", "genre": "Jazz",
+                 "album": f"Album {number // FILES_OF_A_FOLDER:05}", "date": str(1960 + number % 60),
+                 "tracknumber": str(number % FILES_OF_A_FOLDER + 1)})
+    file.save()
+
+
+def write_photo(path, number, base):
+    date = f"20{number // 1728000 % 60:02}:{number // 86400 % 12 + 1:02}:{number // 3600 % 28 + 1:02} " \
+           f"{number // 3600 % 24:02}:{number // 60 % 60:02}:{number % 60:02}"
+    path.write_bytes(base.replace(DATE, date.encode()) + f"{number:08}".encode())
+
+
+def write_file(folder, number, form, bases):
+    choice = bases["mp3" if form == "mp3-cover" else form]
+    base = choice[number % len(choice)]
+    path = folder / f"{number:06}.{ {'mp3-cover': 'mp3', 'photo': 'jpg'}.get(form, form)}"
+    if form in ("mp3", "mp3-cover"):
+        write_mp3(path, number, base, bases["cover"][number % 3] if form == "mp3-cover" else None)
+    elif form == "flac":
+        write_flac(path, number, base)
+    elif form == "photo":
+        write_photo(path, number, base)
+    else:
+        path.write_bytes(base.replace(TITLE, f"Title {number:06}".encode()))
+
+
+def form_of(kind, number):
+    return MIX[number * 7 % len(MIX)] if kind == "mixed" else kind
+
+
+def folder_of(number):
+    return f"artist-{number // 192:04}/album-{number // FILES_OF_A_FOLDER:05}"
+
+
+def music_files(kind, files):
+    """How many of a corpus are music, and so of a music player's concern."""
+    return 0 if kind == "photo" else sum(form_of(kind, number) not in ("photo", "avi") for number in range(files))
+
+
+class Corpora:
+    """Trees under a folder, each made once: the largest from the bases, a smaller one of hard links into it."""
+
+    def __init__(self, folder, largest):
+        self.folder = pathlib.Path(folder)
+        self.largest = largest
+        self.bases = None
+
+    def tree(self, kind, files):
+        tree = self.folder / f"{kind}-{files}"
+        done = self.folder / f"{kind}-{files}.done"
+        if done.exists():
+            return tree
+        print(f"making {kind}, {files} files", file=sys.stderr)
+        source = self.tree(kind, self.largest) if files < self.largest else None
+        if not source and not self.bases:
+            os.makedirs(self.folder / "bases", exist_ok=True)
+            self.bases = make_bases(str(self.folder / "bases"))
+        for number in range(files):
+            folder = tree / folder_of(number)
+            folder.mkdir(parents=True, exist_ok=True)
+            if source:
+                for found in (source / folder_of(number)).glob(f"{number:06}.*"):
+                    (folder / found.name).unlink(missing_ok=True)
+                    os.link(found, folder / found.name)
+            else:
+                write_file(folder, number, form_of(kind, number), self.bases)
+        done.touch()
+        return tree
+
+
+def read_all(tree):
+    """Brings every file into the page cache."""
+    for folder, _, names in os.walk(tree):
+        for name in names:
+            with open(os.path.join(folder, name), "rb", buffering=0) as file:
+                while file.read(1 << 20):
+                    pass

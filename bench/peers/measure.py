@@ -1,0 +1,168 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""Runs one indexer cold inside the sandbox until its scan is over and writes down what that took.
+
+The argument is a JSON object: `arguments` of the program, `end`, which tells what says that the scan is over (exit;
+signal: SIGUSR1 to this process, whose id is in the pid file of the media server; line: a `text` in the file `path`;
+update: the music player at the socket `path` has no update running), and `timeout`. Prints a JSON object.
+"""
+import ctypes
+import json
+import os
+import re
+import resource
+import signal
+import socket
+import sys
+import time
+
+PR_SET_CHILD_SUBREAPER = 36
+SERVER_PID_FILE = "/var/run/dms.pid"
+
+# As the daemon itself does, so that all compete with the rest of the machine in the same way.
+NICENESS = 10
+
+# How often the end is looked for where nothing tells it, and how often the memory of all processes is read.
+TICK = 0.002
+MEMORY_TICK = 0.05
+
+
+class Peaks:
+    """The largest resident size of any process that was started, by the kernel's own high-water marks."""
+
+    def __init__(self):
+        self.kilobytes = 0
+        self.program = ""
+        self.next = 0
+        self.others = {1, os.getpid(), os.getppid()}
+
+    def look(self, now=False):
+        if not now and time.monotonic() < self.next:
+            return
+        self.next = time.monotonic() + MEMORY_TICK
+        for name in os.listdir("/proc"):
+            if not name.isdigit() or int(name) in self.others:
+                continue
+            try:
+                with open(f"/proc/{name}/status", encoding="latin-1") as status:
+                    text = status.read()
+            except OSError:
+                continue
+            found = re.search(r"^VmHWM:\s*(\d+)", text, re.MULTILINE)
+            # Between fork and exec a process is still the one that measures.
+            if found and not text.startswith("Name:\tpython3") and int(found[1]) > self.kilobytes:
+                self.kilobytes, self.program = int(found[1]), text.split("\n", 1)[0].split("\t")[1]
+
+
+def ended_by_line(path, text):
+    try:
+        with open(path, "rb") as log:
+            return text.encode() in log.read()
+    except FileNotFoundError:
+        return False
+
+
+class Player:
+    """The music player's socket: asked for its state once it listens, then waited on for a change of it."""
+
+    def __init__(self, path):
+        self.path = path
+        self.socket = None
+        self.songs = 0
+
+    def _ask(self, command):
+        self.socket.sendall(command.encode() + b"\n")
+        answer = b""
+        while not re.search(rb"^(OK|ACK)[^\n]*\n\Z", answer, re.MULTILINE):
+            part = self.socket.recv(1 << 16)
+            if not part:
+                raise RuntimeError("the music player has hung up")
+            answer += part
+        return answer.decode()
+
+    def ended(self, look):
+        if not self.socket:
+            try:
+                connection = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+                connection.connect(self.path)
+            except OSError:
+                connection.close()
+                return False
+            self.socket = connection
+            self.socket.recv(1 << 16)
+        # It starts an update by itself when it has no database.
+        if "updating_db" not in self._ask("status"):
+            self.songs = int(re.search(r"^songs: (\d+)", self._ask("stats"), re.MULTILINE)[1])
+            return self.songs > 0
+        self.socket.settimeout(MEMORY_TICK)
+        self.socket.sendall(b"idle update\n")
+        while True:
+            try:
+                self.socket.recv(1 << 16)
+                break
+            except TimeoutError:
+                look()
+        self.socket.settimeout(None)
+        return False
+
+
+def wait(request, child, peaks):
+    """Returns when the scan is over, with what else is to be told of it."""
+    limit = time.monotonic() + request["timeout"]
+    player = Player(request["path"]) if request["end"] == "update" else None
+    while time.monotonic() < limit:
+        peaks.look()
+        if request["end"] == "signal":
+            if signal.sigtimedwait({signal.SIGUSR1}, MEMORY_TICK):
+                return {}
+        elif request["end"] == "exit":
+            if os.waitid(os.P_PID, child, os.WEXITED | os.WNOWAIT | os.WNOHANG):
+                return {}
+            time.sleep(TICK)
+        elif request["end"] == "line":
+            if ended_by_line(request["path"], request["text"]):
+                return {}
+            time.sleep(TICK)
+        elif player.ended(peaks.look):
+            return {"songs": player.songs}
+        else:
+            time.sleep(TICK)
+    raise RuntimeError("the scan does not end")
+
+
+def stop_all(peaks):
+    """Ends what was started and reaps it, so that its processor time is counted."""
+    peaks.look(now=True)
+    for name in os.listdir("/proc"):
+        if name.isdigit() and int(name) not in peaks.others:
+            try:
+                os.kill(int(name), signal.SIGTERM)
+            except ProcessLookupError:
+                pass
+    while True:
+        try:
+            os.wait()
+        except ChildProcessError:
+            return
+
+
+def main():
+    request = json.loads(sys.argv[1])
+    ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
+    os.setpriority(os.PRIO_PROCESS, 0, NICENESS)
+    signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGUSR1})
+    with open(SERVER_PID_FILE, "w", encoding="ascii") as file:
+        file.write(str(os.getpid()))
+    peaks = Peaks()
+    output = (os.POSIX_SPAWN_OPEN, 1, "/tmp/output", os.O_WRONLY | os.O_CREAT, 0o644)
+    begin = time.monotonic()
+    child = os.posix_spawn(request["arguments"][0], request["arguments"], dict(os.environ), setsigmask=[],
+                           file_actions=[output, (os.POSIX_SPAWN_DUP2, 1, 2)])
+    told = wait(request, child, peaks)
+    wall = time.monotonic() - begin
+    stop_all(peaks)
+    used = resource.getrusage(resource.RUSAGE_CHILDREN)
+    print(json.dumps({"wall": wall, "cpu": used.ru_utime + used.ru_stime, "user": used.ru_utime,
+                      "system": used.ru_stime, "peak_kb": peaks.kilobytes, "largest": peaks.program, **told}))
+
+
+main()

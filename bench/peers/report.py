@@ -1,0 +1,93 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""What was measured, as a table of text with its ratios and as a plot of the growth."""
+
+OWN, FLOOR = "veluindexd", "floor"
+
+
+def per_thousand(result):
+    files = result["files"] / 1000
+    return {"wall": result["wall"] / files, "cpu": result["cpu"] / files, "peak": result["peak_kb"] / 1024}
+
+
+def peak_text(name, figures):
+    # The floor ends before its memory can be looked at.
+    return "-" if name == FLOOR else f"{figures['peak']:.1f}"
+
+
+def best_peer(results, key):
+    """The best figure of the peers, or None where there is none."""
+    return min((per_thousand(result)[key] for name, result in results.items() if name not in (OWN, FLOOR)), default=None)
+
+
+def table(main):
+    """`main`: kind -> contender -> its medians."""
+    lines = ["| corpus | program | files/s | wall ms / file | CPU ms / file | user | system | peak MB |",
+             "| --- | --- | ---: | ---: | ---: | ---: | ---: | ---: |"]
+    for kind, results in main.items():
+        for name, result in results.items():
+            figures = per_thousand(result)
+            lines.append(f"| {kind} | {name} | {1000 / figures['wall']:.0f} | {figures['wall']:.3f} | {figures['cpu']:.3f} | "
+                         f"{result['user'] / result['files'] * 1000:.3f} | "
+                         f"{result['system'] / result['files'] * 1000:.3f} | {peak_text(name, figures)} |")
+    return "\n".join(lines)
+
+
+def ratios(main):
+    lines = ["| corpus | speed, times the best peer | CPU per file, of the best peer's | peak, of the smallest peer's | "
+             "CPU, times the floor |",
+             "| --- | ---: | ---: | ---: | ---: |"]
+    for kind, results in main.items():
+        own = per_thousand(results[OWN])
+        floor = own["cpu"] / per_thousand(results[FLOOR])["cpu"]
+        if best_peer(results, "wall") is None:
+            lines.append(f"| {kind} | - | - | - | {floor:.1f} |")
+            continue
+        lines.append(f"| {kind} | {best_peer(results, 'wall') / own['wall']:.2f} | {own['cpu'] / best_peer(results, 'cpu'):.2f} | "
+                     f"{own['peak'] / best_peer(results, 'peak'):.2f} | {floor:.1f} |")
+    return "\n".join(lines)
+
+
+def growth_table(growth):
+    """`growth`: files -> kind -> contender -> its medians."""
+    sizes = sorted(growth)
+    lines = ["| corpus | program | " + " | ".join(f"CPU ms / file at {size:,}" for size in sizes) + " | " +
+             " | ".join(f"peak MB at {size:,}" for size in sizes) + " |",
+             "| --- | --- |" + " ---: |" * (2 * len(sizes))]
+    for kind in growth[sizes[0]]:
+        for name in growth[sizes[0]][kind]:
+            figures = [per_thousand(growth[size][kind][name]) for size in sizes]
+            lines.append(f"| {kind} | {name} | " + " | ".join(f"{figure['cpu']:.3f}" for figure in figures) + " | " +
+                         " | ".join(peak_text(name, figure) for figure in figures) + " |")
+    return "\n".join(lines)
+
+
+def plot(growth, path):
+    """Draws processor time and memory against the number of files, a row for each kind of corpus."""
+    import matplotlib  # pylint: disable=import-outside-toplevel
+    matplotlib.use("Agg")
+    # The same picture has the same text, whenever it is drawn.
+    matplotlib.rcParams["svg.hashsalt"] = "velu"
+    from matplotlib import pyplot  # pylint: disable=import-outside-toplevel
+    sizes = sorted(growth)
+    kinds = list(growth[sizes[0]])
+    figure, axes = pyplot.subplots(2, len(kinds), figsize=(3.2 * len(kinds), 5.6), squeeze=False)
+    for column, kind in enumerate(kinds):
+        for row, (key, unit) in enumerate((("cpu", "CPU seconds"), ("peak", "peak MB"))):
+            chart = axes[row][column]
+            for name in growth[sizes[0]][kind]:
+                if (key, name) == ("peak", FLOOR):
+                    continue
+                figures = [per_thousand(growth[size][kind][name]) for size in sizes]
+                chart.plot(sizes, [value["cpu"] * size / 1000 if key == "cpu" else value["peak"]
+                                   for value, size in zip(figures, sizes)], marker="o", markersize=3, label=name)
+            chart.set_ylim(bottom=0)
+            chart.set_xticks(sizes, [f"{size:,}" for size in sizes], fontsize=7)
+            chart.tick_params(axis="y", labelsize=7)
+            chart.grid(alpha=0.3)
+            if row == 0:
+                chart.set_title(kind, fontsize=9)
+            if column == 0:
+                chart.set_ylabel(unit, fontsize=8)
+    axes[0][0].legend(fontsize=7)
+    figure.tight_layout()
+    figure.savefig(path, metadata={"Date": None})
