@@ -10,12 +10,21 @@
 #include "platform/handle.h"
 #include "platform/limits.h"
 
+// What the search for a Xing mark has seen: from `start` (-1: no search yet) to `end` no Xing mark, and the first VBRI
+// mark at `vbri` (-1: none).
+struct MarksPassed {
+    int64_t start = -1;
+    int64_t end = 0;
+    int64_t vbri = -1;
+};
+
 struct Mp3FileCtx {
     FdHandle file;
     int64_t file_size = 0;    // where searches stop: the file's size, less a trailing ID3v1 tag
     int64_t readable_end = 0; // no byte can be had from here on
     int64_t cache_start = 0;  // positions of the bytes in `cache`: [cache_start, cache_end)
     int64_t cache_end = 0;
+    MarksPassed passed;
     uint8_t cache[kReaderWindow];
 };
 

@@ -167,6 +167,39 @@ TEST(VbrHeader, MarksAcrossWindowEdges) {
     }
 }
 
+// The second search uses what the first has passed, and must find what it would find by itself.
+TEST(VbrHeader, VbriIsFoundBeforeAndBehindAnUnusedXing) {
+    const std::string unused = Xing(0, 1, 0);
+    for (const size_t xing : {size_t{40}, kReaderWindow + 5}) {
+        for (const size_t vbri : {xing - 30, xing + 30, xing + 2 * kReaderWindow}) {
+            std::string bytes = At(xing, unused, kReaderWindow * 16);
+            const std::string header = Vbri(0, 100);
+            bytes.replace(vbri, header.size(), header);
+            MpegHeaderInfo info = Accepted();
+            const auto both = [](Mp3FileCtx *ctx, int64_t start, MpegHeaderInfo *out) {
+                EXPECT_EQ(XingHeaderRead(ctx, start, out), -1);
+                return VbriHeaderRead(ctx, start, out);
+            };
+            EXPECT_EQ(Read(both, bytes, &info), 0) << xing << ' ' << vbri;
+            EXPECT_EQ(Read(both, bytes, &info, static_cast<int64_t>(vbri) + 1), -1) << xing << ' ' << vbri;
+        }
+    }
+}
+
+TEST(VbrHeader, TheFirstOfTwoVbriHeadersCounts) {
+    std::string bytes = At(10, Vbri(0, 100), 400);
+    bytes.replace(50, 18, Vbri(0, 200));
+    MpegHeaderInfo info = Accepted();
+    EXPECT_EQ(Read(
+                  [](Mp3FileCtx *ctx, int64_t start, MpegHeaderInfo *out) {
+                      EXPECT_EQ(XingHeaderRead(ctx, start, out), -1);
+                      return VbriHeaderRead(ctx, start, out);
+                  },
+                  bytes, &info),
+              0);
+    EXPECT_DOUBLE_EQ(info.duration, 100.0 * 1152 / 44100);
+}
+
 TEST(VbrHeader, ASparseFileIsSearchedInNoTime) {
     char name[] = "/tmp/sparse.XXXXXX";
     FdHandle file(mkstemp(name));
