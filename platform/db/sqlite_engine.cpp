@@ -172,16 +172,24 @@ int InTransaction(const void *handle) {
 int Sync(void *handle) {
     SqliteConnection *connection = Connection(handle);
     sqlite3 *db = connection->db.get();
-    // The log is what counts: a checkpoint writes nothing back, and syncs nothing, past the oldest reader.
+    // A checkpoint that gets to the log's end has synced both files.
+    int in_log = 0;
+    int written_back = 0;
+    const int result =
+        sqlite3_wal_checkpoint_v2(db, nullptr, SQLITE_CHECKPOINT_PASSIVE, &in_log, &written_back);
+    if (result != SQLITE_OK && result != SQLITE_BUSY)
+        return Fail(connection);
+    if (result == SQLITE_OK && in_log >= 0 && written_back == in_log)
+        return 0;
+    // It writes nothing back, and syncs nothing, past the oldest reader: then the log is what counts.
     sqlite3_file *log = nullptr;
     if (sqlite3_file_control(db, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK && log != nullptr &&
         log->pMethods != nullptr) {
-        const int result = log->pMethods->xSync(log, SQLITE_SYNC_NORMAL);
-        if (result != SQLITE_OK)
-            return Fail(connection, result, sqlite3_errstr(result));
+        const int synced = log->pMethods->xSync(log, SQLITE_SYNC_NORMAL);
+        if (synced != SQLITE_OK)
+            return Fail(connection, synced, sqlite3_errstr(synced));
     }
-    const int result = sqlite3_wal_checkpoint_v2(db, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
-    return result == SQLITE_OK || result == SQLITE_BUSY ? 0 : Fail(connection);
+    return 0;
 }
 
 int StoreFailed(const void *handle) {
