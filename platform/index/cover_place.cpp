@@ -235,6 +235,10 @@ void CleanOldCover(const char *folder) {
     CoverFolderParts parts;
     if (folder == nullptr || !SplitCoverFolder(folder, &parts))
         return;
+    // Most media have no covers.
+    struct stat status;
+    if (lstat(folder, &status) != 0 && errno == ENOENT)
+        return;
     const FdHandle base(open(parts.base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const DirHandle group = OpenFolder(base.get(), parts.group);
     if (!group)
