@@ -4,7 +4,6 @@ import json
 import os
 import pathlib
 import re
-import shutil
 import sqlite3
 import subprocess
 import tempfile
@@ -91,7 +90,7 @@ class Velu:
         library = "yes" if kind == "photo-library" else "no"
         (root / "etc.defaults/veluinfo.conf").write_text(f'supportphoto="{library}"\nsupportcinehall="no"\n')
         (root / "var/spool/velu_indexing_queue").write_text(f"A:{share_of(kind)}\n")
-        return {"arguments": [str(self.program)], "end": "signal"}
+        return {"arguments": [str(self.program)], "end": "signal", "begin": "/var/spool/velu_indexing_queue"}
 
     @staticmethod
     def indexed(root, _told):
@@ -115,7 +114,8 @@ class Minidlna:
         (root / "tmp/minidlna").mkdir()
         (root / "tmp/minidlna.conf").write_text(MINIDLNA_CONFIGURATION.format(share=share_of(kind)))
         return {"arguments": [*ALONE, str(self.program), "-S", "-R", "-f", "/tmp/minidlna.conf", "-P", "/tmp/minidlna.pid"],
-                "end": "line", "path": "/tmp/minidlna/minidlna.log", "text": "Finished parsing playlists"}
+                "end": "line", "path": "/tmp/minidlna/minidlna.log", "text": "Finished parsing playlists",
+                "begin": "/tmp/minidlna/minidlna.log", "begin_text": "Scanning " + share_of(kind)}
 
     @staticmethod
     def indexed(root, _told):
@@ -138,7 +138,7 @@ class Mpd:
         (root / "tmp/mpd").mkdir()
         (root / "tmp/mpd.conf").write_text(MPD_CONFIGURATION.format(share=share_of(kind)))
         return {"arguments": [*ALONE, str(self.program), "--no-daemon", "/tmp/mpd.conf"], "end": "update",
-                "path": "/tmp/mpd/socket"}
+                "path": "/tmp/mpd/socket", "begin": "/tmp/mpd/socket"}
 
     @staticmethod
     def indexed(_root, told):
@@ -152,25 +152,23 @@ class Mpd:
 CONTENDERS = (Velu(), Minidlna(), Mpd(), Floor())
 
 
-def measure(contender, tree, kind, files):
-    """One cold run over a tree: seconds of wall and processor time, and the peak of memory."""
+def measure(contender, tree, kind, files, roots):
+    """One cold run over a tree: seconds of wall and processor time, and the peak of memory. The run's files stay in a
+    folder below `roots`: file systems are slow to give out the inodes of files that have just been deleted."""
     if not contender.program.exists():
         raise BenchError(f"{contender.program} is missing: run `scripts/deps bench` and build veluindexd and peers_floor")
-    root = pathlib.Path(tempfile.mkdtemp(prefix="velu-peers-"))
-    try:
-        for folder in ("tmp", "etc.defaults", "var/spool"):
-            (root / folder).mkdir(parents=True)
-        request = {**contender.prepare(root, kind), "timeout": TIMEOUT}
-        environment = {**os.environ, "SANDBOX_ROOT": str(root), "SANDBOX_BIND": f"{tree}\n{share_of(kind)}"}
-        done = subprocess.run([TREE / "tests/sandbox", "/usr/bin/python3", "-S", MEASURE, json.dumps(request)],
-                              env=environment, capture_output=True, text=True, check=False)
-        output = root / "tmp/output"
-        if done.returncode:
-            raise BenchError(f"{contender.name}: {done.stderr}{output.read_text() if output.exists() else ''}")
-        told = json.loads(done.stdout)
-        found, expected = contender.indexed(root, told), contender.expected(kind, files)
-        if found != expected:
-            raise BenchError(f"{contender.name} has indexed {found} of {expected} files of {tree}")
-        return told
-    finally:
-        shutil.rmtree(root)
+    root = pathlib.Path(tempfile.mkdtemp(prefix="run-", dir=roots))
+    for folder in ("tmp", "etc.defaults", "var/spool"):
+        (root / folder).mkdir(parents=True)
+    request = {**contender.prepare(root, kind), "timeout": TIMEOUT}
+    environment = {**os.environ, "SANDBOX_ROOT": str(root), "SANDBOX_BIND": f"{tree}\n{share_of(kind)}"}
+    done = subprocess.run([TREE / "tests/sandbox", "/usr/bin/python3", "-S", MEASURE, json.dumps(request)],
+                          env=environment, capture_output=True, text=True, check=False)
+    output = root / "tmp/output"
+    if done.returncode:
+        raise BenchError(f"{contender.name}: {done.stderr}{output.read_text() if output.exists() else ''}")
+    told = json.loads(done.stdout)
+    found, expected = contender.indexed(root, told), contender.expected(kind, files)
+    if found != expected:
+        raise BenchError(f"{contender.name} has indexed {found} of {expected} files of {tree}")
+    return told

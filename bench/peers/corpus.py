@@ -10,8 +10,9 @@ from mutagen.id3 import APIC, ID3, TALB, TCON, TDRC, TIT2, TPE1, TRCK
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests/system"))
 from harness import media  # noqa: E402
 
-KINDS = ("mp3", "mp3-cover", "flac", "photo", "mixed")
+KINDS = ("mp3", "mp3-cover", "mp3-long", "flac", "photo", "mixed")
 FILES_OF_A_FOLDER = 16
+LONG_SECONDS = 240
 
 # What an encoder writes into a file once and the copies replace by a text of the same length.
 TITLE = b"Title 000000"
@@ -29,7 +30,7 @@ def make_bases(folder):
         media.call("sox", "-n", "-r", "44100", "-c", "2", "-b", "16", wav, "synth", str(4 + number), "sine", str(pitch),
                    "tremolo", "3", "vol", "0.3")
         music.append(wav)
-    bases = {"mp3": [], "flac": [], "photo": [], "cover": []}
+    bases = {"mp3": [], "mp3-long": [], "flac": [], "photo": [], "cover": []}
     for number, wav in enumerate(music):
         for name, mode in (("cbr", ("-b", "128")), ("vbr", ("-V", "4"))):
             media.call("lame", "--quiet", *mode, wav, f"{folder}/{name}{number}.mp3")
@@ -45,6 +46,11 @@ def make_bases(folder):
         bases["photo"].append(picture)
         media.picture(f"{folder}/cover{number}.jpg", 300, 300, "-quality", "80")
         bases["cover"].append(f"{folder}/cover{number}.jpg")
+    whole = f"{folder}/long.wav"
+    media.call("sox", music[0], whole, "repeat", str(LONG_SECONDS // 4 - 1))
+    for name, mode in (("cbr", ("-b", "128")), ("vbr", ("-V", "4"))):
+        media.call("lame", "--quiet", *mode, whole, f"{folder}/{name}-long.mp3")
+        bases["mp3-long"].append(f"{folder}/{name}-long.mp3")
     media.audio(f"{folder}/base.m4a", music[0], title=TITLE.decode())
     media.clip(f"{folder}/base.avi", "-c:v", "mpeg4", "-c:a", "mp3", title=TITLE.decode())
     bases["m4a"], bases["avi"] = [f"{folder}/base.m4a"], [f"{folder}/base.avi"]
@@ -84,8 +90,8 @@ def write_photo(path, number, base):
 def write_file(folder, number, form, bases):
     choice = bases["mp3" if form == "mp3-cover" else form]
     base = choice[number % len(choice)]
-    path = folder / f"{number:06}.{ {'mp3-cover': 'mp3', 'photo': 'jpg'}.get(form, form)}"
-    if form in ("mp3", "mp3-cover"):
+    path = folder / f"{number:06}.{ {'mp3-cover': 'mp3', 'mp3-long': 'mp3', 'photo': 'jpg'}.get(form, form)}"
+    if form.startswith("mp3"):
         write_mp3(path, number, base, bases["cover"][number % 3] if form == "mp3-cover" else None)
     elif form == "flac":
         write_flac(path, number, base)
@@ -111,9 +117,10 @@ def music_files(kind, files):
 class Corpora:
     """Trees under a folder, each made once: the largest from the bases, a smaller one of hard links into it."""
 
-    def __init__(self, folder, largest):
+    def __init__(self, folder, largest, of_their_own):
         self.folder = pathlib.Path(folder)
         self.largest = largest
+        self.of_their_own = of_their_own  # kinds that have no larger tree
         self.bases = None
 
     def tree(self, kind, files):
@@ -122,7 +129,7 @@ class Corpora:
         if done.exists():
             return tree
         print(f"making {kind}, {files} files", file=sys.stderr)
-        source = self.tree(kind, self.largest) if files < self.largest else None
+        source = self.tree(kind, self.largest) if files < self.largest and kind not in self.of_their_own else None
         if not source and not self.bases:
             os.makedirs(self.folder / "bases", exist_ok=True)
             self.bases = make_bases(str(self.folder / "bases"))

@@ -1,9 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Runs one indexer cold inside the sandbox until its scan is over and writes down what that took.
 
-The argument is a JSON object: `arguments` of the program, `end`, which tells what says that the scan is over (exit;
+The argument is a JSON object: `arguments` of the program; `end`, which tells what says that the scan is over (exit;
 signal: SIGUSR1 to this process, whose id is in the pid file of the media server; line: a `text` in the file `path`;
-update: the music player at the socket `path` has no update running), and `timeout`. Prints a JSON object.
+update: the music player at the socket `path` has no update running); `begin`, a file that shows that the scan has begun
+by going, by coming or, with a `begin_text`, by holding that (without it the scan begins with the program); and
+`timeout`. Prints a JSON object.
 """
 import ctypes
 import json
@@ -61,6 +63,21 @@ def ended_by_line(path, text):
         return False
 
 
+class Begin:
+    """Notes when the scan begins."""
+
+    def __init__(self, request):
+        self.path = request.get("begin")
+        self.text = request.get("begin_text")
+        self.there = bool(self.path) and os.path.exists(self.path)
+        self.time = None if self.path else time.monotonic()
+
+    def look(self):
+        if self.time is None and (ended_by_line(self.path, self.text) if self.text
+                                  else os.path.exists(self.path) != self.there):
+            self.time = time.monotonic()
+
+
 class Player:
     """The music player's socket: asked for its state once it listens, then waited on for a change of it."""
 
@@ -105,14 +122,16 @@ class Player:
         return False
 
 
-def wait(request, child, peaks):
+def wait(request, child, peaks, begin):
     """Returns when the scan is over, with what else is to be told of it."""
     limit = time.monotonic() + request["timeout"]
     player = Player(request["path"]) if request["end"] == "update" else None
     while time.monotonic() < limit:
         peaks.look()
+        begin.look()
         if request["end"] == "signal":
-            if signal.sigtimedwait({signal.SIGUSR1}, MEMORY_TICK):
+            if signal.sigtimedwait({signal.SIGUSR1}, TICK if begin.time is None else MEMORY_TICK):
+                begin.look()
                 return {}
         elif request["end"] == "exit":
             if os.waitid(os.P_PID, child, os.WEXITED | os.WNOWAIT | os.WNOHANG):
@@ -120,9 +139,11 @@ def wait(request, child, peaks):
             time.sleep(TICK)
         elif request["end"] == "line":
             if ended_by_line(request["path"], request["text"]):
+                begin.look()
                 return {}
             time.sleep(TICK)
         elif player.ended(peaks.look):
+            begin.look()
             return {"songs": player.songs}
         else:
             time.sleep(TICK)
@@ -154,14 +175,15 @@ def main():
         file.write(str(os.getpid()))
     peaks = Peaks()
     output = (os.POSIX_SPAWN_OPEN, 1, "/tmp/output", os.O_WRONLY | os.O_CREAT, 0o644)
-    begin = time.monotonic()
+    start = time.monotonic()
+    begin = Begin(request)
     child = os.posix_spawn(request["arguments"][0], request["arguments"], dict(os.environ), setsigmask=[],
                            file_actions=[output, (os.POSIX_SPAWN_DUP2, 1, 2)])
-    told = wait(request, child, peaks)
-    wall = time.monotonic() - begin
+    told = wait(request, child, peaks, begin)
+    end = time.monotonic()
     stop_all(peaks)
     used = resource.getrusage(resource.RUSAGE_CHILDREN)
-    print(json.dumps({"wall": wall, "cpu": used.ru_utime + used.ru_stime, "user": used.ru_utime,
+    print(json.dumps({"wall": end - begin.time, "cold": end - start, "cpu": used.ru_utime + used.ru_stime, "user": used.ru_utime,
                       "system": used.ru_stime, "peak_kb": peaks.kilobytes, "largest": peaks.program, **told}))
 
 

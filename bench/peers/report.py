@@ -21,12 +21,12 @@ def best_peer(results, key):
 
 def table(main):
     """`main`: kind -> contender -> its medians."""
-    lines = ["| corpus | program | files/s | wall ms / file | CPU ms / file | user | system | peak MB |",
-             "| --- | --- | ---: | ---: | ---: | ---: | ---: | ---: |"]
+    lines = ["| corpus | program | files/s | wall ms / file | cold | CPU ms / file | user | system | peak MB |",
+             "| --- | --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: |"]
     for kind, results in main.items():
         for name, result in results.items():
             figures = per_thousand(result)
-            lines.append(f"| {kind} | {name} | {1000 / figures['wall']:.0f} | {figures['wall']:.3f} | {figures['cpu']:.3f} | "
+            lines.append(f"| {kind} | {name} | {1000 / figures['wall']:.0f} | {figures['wall']:.3f} | {result['cold'] / result['files'] * 1000:.3f} | {figures['cpu']:.3f} | "
                          f"{result['user'] / result['files'] * 1000:.3f} | "
                          f"{result['system'] / result['files'] * 1000:.3f} | {peak_text(name, figures)} |")
     return "\n".join(lines)
