@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <limits.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -20,7 +21,9 @@ std::string ProgramModuleFolder() {
 
 std::string ModulePath(const char *file) {
     const std::string folder = ProgramModuleFolder();
-    if (!folder.empty() && access((folder + file).c_str(), F_OK) == 0)
+    // Not access(), which leaves capabilities out of account that a daemon without root has for reading.
+    struct stat status;
+    if (!folder.empty() && stat((folder + file).c_str(), &status) == 0)
         return folder + file;
     return std::string(VELU_MODULE_DIR "/") + file;
 }
