@@ -34,13 +34,14 @@ def run_without_null(arguments, environment):
     return {"status": os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1])}
 
 
-def peer(pid_file, journal):
-    """Starts a process that stands in for a media server: it writes down each signal it gets."""
+def peer(pid_file, journal, uid):
+    """Starts a process of the user `uid` that stands in for a media server: it writes down each signal it gets."""
     signals = {signal.SIGHUP, signal.SIGUSR1, signal.SIGUSR2}
     signal.pthread_sigmask(signal.SIG_BLOCK, signals)
     pid = os.fork()
     if pid == 0:
         with open(journal, "ab", buffering=0) as lines:
+            os.setuid(uid)
             while True:
                 lines.write(f"{signal.Signals(signal.sigwait(signals)).name}\n".encode())
     signal.pthread_sigmask(signal.SIG_UNBLOCK, signals)

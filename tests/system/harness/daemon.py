@@ -63,10 +63,11 @@ class Daemon:
         for name in ("mt-daapd", "dms"):
             self.start_peer(name)
 
-    def start_peer(self, name):
+    def start_peer(self, name, uid=0):
         """Starts a process that stands in for another daemon of the appliance, with its pid file."""
         self.write(self._journal(name))
-        self.peers[name] = self.box.ask("peer", pid_file=f"/var/run/{name}.pid", journal=self._journal(name))["pid"]
+        self.peers[name] = self.box.ask("peer", pid_file=f"/var/run/{name}.pid", journal=self._journal(name),
+                                        uid=uid)["pid"]
 
     @staticmethod
     def _journal(name):

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """A system log: takes the datagrams that syslog() sends to /dev/log."""
+import os
 import re
 import socket
 import threading
@@ -37,6 +38,7 @@ class Log:
         self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
         self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 1 << 22)
         self.socket.bind(path)
+        os.chmod(path, 0o666)
         self.marked = threading.Event()
         self.thread = threading.Thread(target=self._collect, daemon=True)
         self.thread.start()

@@ -1,0 +1,122 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The systemd unit: its exposure, and the daemon's work under its restrictions."""
+import os
+import re
+import subprocess
+
+import pytest
+
+from harness import service
+from harness.photo import attribute_file
+from harness.sandbox import TREE
+
+UNIT = TREE / "packaging/veluindexd.service.in"
+USER = TREE / "packaging/veluindexd.user.conf"
+EXPOSURE_LIMIT = 3.0
+
+SHARES = "/volume1"
+OWNER = 1000  # of the files in the shares
+SERVER = 1001  # of the servers that are told of a run
+DAEMON = 990  # of the daemon, where it is not root
+TRACE = "/tmp/trace"
+
+
+@pytest.fixture(params=["root", "user"])
+def texts(request):
+    """The unit, and with it the drop-in for a user of its own."""
+    return [UNIT.read_text(), *([USER.read_text()] if request.param == "user" else [])]
+
+
+@pytest.fixture
+def installed(texts, tmp_path, binary):
+    """The unit's path among files as they lie in /etc/systemd/system, for the binary under test."""
+    unit = tmp_path / "veluindexd.service"
+    unit.write_text(texts[0].replace("@CMAKE_INSTALL_FULL_SBINDIR@/veluindexd", str(binary)))
+    (tmp_path / "veluindexd.service.d").mkdir()
+    for text in texts[1:]:
+        (tmp_path / "veluindexd.service.d/user.conf").write_text(text)
+    return unit
+
+
+def analyze(*arguments):
+    done = subprocess.run(["systemd-analyze", "--no-pager", *arguments], capture_output=True, text=True, check=False)
+    return done.returncode, done.stdout + done.stderr
+
+
+def test_the_unit_is_a_valid_one(installed):
+    assert analyze("verify", str(installed)) == (0, "")
+
+
+def test_the_exposure_is_low(installed):
+    status, text = analyze("security", "--offline=true", f"--threshold={int(EXPOSURE_LIMIT * 10)}", str(installed))
+    assert status == 0, text
+    assert float(re.search(r"Overall exposure level for \S+: ([\d.]+)", text)[1]) < EXPOSURE_LIMIT
+
+
+def give(box, path, uid):
+    """Gives a tree to a user who lets nobody else in."""
+    for folder, _, names in os.walk(box.box.path(path)):
+        for name in [".", *names]:
+            os.chown(f"{folder}/{name}", uid, uid)
+            os.chmod(f"{folder}/{name}", 0o700)
+
+
+def prepare(box, binary, samples, uid):
+    """Private files of each kind of reader, servers of other users, and what the installation gives the daemon's."""
+    for name, place in (("tagged.mp3", "music/o/a.mp3"), ("tagged.flac", "music/o/b.flac"), ("tone.aac", "music/o/c.aac"),
+                        ("tone.ogg", "music/o/d.ogg"), ("clip.avi", "video/o/e.avi"), ("exif.jpg", "photo/o/f.jpg")):
+        box.copy(samples / name, f"{SHARES}/{place}")
+    box.write(attribute_file(f"{SHARES}/photo/o/f.jpg", "TITLE"), "A title\n")
+    box.configure(aacdecoder=binary.with_name("veluaacinfo"))
+    for share in ("music", "video", "photo"):
+        give(box, f"{SHARES}/{share}/o", OWNER)
+    for name in ("mt-daapd", "dms"):
+        box.start_peer(name, SERVER)
+    os.chown(box.box.path(box.write(TRACE)), uid, uid)
+    if uid:
+        os.chown(box.box.path("/var/lib/velu"), uid, uid)
+        # tmpfiles.d does it with an access list, which not every file system of a build machine has.
+        os.chmod(box.box.path("/var/spool"), 0o777)
+        os.chown(box.box.path(box.write("/var/run/veluindexd.pid")), uid, uid)
+
+
+@pytest.mark.sqlite
+@pytest.mark.tracing
+def test_the_daemon_does_its_work_under_the_restrictions(texts, make_daemon, binary, samples):
+    # On the real clock: the library of the fast one would be loaded into the tools before the daemon, too. What waits in
+    # the queue at the start is done at once.
+    box = make_daemon(speed=1)
+    unit = service.settings(*texts)
+    uid = DAEMON if "User" in unit else 0
+    prepare(box, binary, samples, uid)
+    box.queue(*(f"A:{SHARES}/{share}" for share in ("music", "video", "photo")))
+    box.start(wrapper=service.wrapper(unit, TRACE, uid))
+    assert box.status_field("Uid") == str(uid)
+    assert int(box.status_field("CapBnd"), 16).bit_count() == len(service.capabilities(unit, "CapabilityBoundingSet"))
+
+    # The end of the run is told to a server of another user.
+    box.wait_run(0)
+    assert not [line for line in box.log.texts() if "denied" in line or "not permitted" in line or "Read-only" in line]
+    assert not box.logged(None, "Failed to parse media metadata")
+
+    music = {row["path"].rsplit("/", 1)[1]: row for row in box.rows("music")}
+    assert music["a.mp3"]["title"] == "First Song" and music["a.mp3"]["has_cover"] == 1
+    assert music["b.flac"]["title"] == "Second Song"
+    assert {name: row["sample_rate"] for name, row in music.items()} == dict.fromkeys(
+        ("a.mp3", "b.flac", "c.aac", "d.ogg"), 44100)
+    assert box.row("video", f"{SHARES}/video/o/e.avi")["width"] == 160
+    assert box.row("photo", f"{SHARES}/photo/o/f.jpg")["camera_make"] == "Maker"
+    assert box.row("photo_image", f"{SHARES}/photo/o/f.jpg")["title"] == "A title"
+    # Only root's daemon may write in a share of others.
+    assert box.exists(attribute_file(f"{SHARES}/photo/o/f.jpg", "TITLE")) == bool(uid)
+    covers = [os.path.join(folder, name) for folder, _, names in os.walk(box.box.path("/var/lib/velu/covers"))
+              for name in names]
+    assert [os.stat(cover).st_uid for cover in covers] == [OWNER]
+
+    box.stop()
+    trace = box.read(TRACE).decode("latin-1")
+    calls = service.called(trace)
+    assert {"execve", "setpriority", "prlimit64", "fchown", "kill"} <= calls
+    assert calls - service.allowed_calls(unit) <= service.REFUSED
+    assert not re.search(r"PROT_WRITE\|PROT_EXEC|CLONE_NEW", trace)
+    assert set(re.findall(r" socket\((\w+)", trace)) <= {"AF_UNIX"}
