@@ -5,6 +5,9 @@
 #include "platform/limits.h"
 
 #include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
 
 namespace {
 
@@ -13,11 +16,28 @@ constexpr size_t kBlockHeaderSize = 4; // last-block flag and type, then the siz
 constexpr size_t kId3HeaderSize = 10;  // id3.org 2.4.0 section 3.1
 constexpr uint8_t kLastBlock = 0x80;
 
+// The begin of most files has all their block headers but the one behind a picture, and costs one call.
+constexpr size_t kWindow = 1024;
+
+struct Reader {
+    const FdHandle &file;
+    uint8_t window[kWindow];
+    size_t held; // bytes of the file's begin in the window
+};
+
 // Where the file is looked at, and what was passed on the way.
 struct Position {
     uint64_t offset;
     int blocks;
 };
+
+// Reads `size` bytes at `offset`. False when the file ends before or cannot be read.
+bool Read(const Reader &reader, uint64_t offset, uint8_t *out, size_t size) {
+    if (offset > reader.held || size > reader.held - static_cast<size_t>(offset))
+        return FileReadAt(reader.file, offset, out, size);
+    memcpy(out, reader.window + offset, size);
+    return true;
+}
 
 // False when the bounds are passed.
 bool StepOver(Position *position, uint64_t size) {
@@ -35,12 +55,12 @@ uint64_t Id3TagSize(const uint8_t (&header)[kId3HeaderSize]) {
 }
 
 // Passes an ID3v2 tag. False when something else than the FLAC marker follows; libFLAC knows one tag only.
-bool FindMarker(const FdHandle &file, Position *position) {
+bool FindMarker(const Reader &reader, Position *position) {
     uint8_t header[kId3HeaderSize];
-    if (FileReadAt(file, 0, header, sizeof header) && memcmp(header, "ID3", 3) == 0 &&
+    if (Read(reader, 0, header, sizeof header) && memcmp(header, "ID3", 3) == 0 &&
         !StepOver(position, Id3TagSize(header)))
         return false;
-    if (!FileReadAt(file, position->offset, header, kMarkerSize) || memcmp(header, "fLaC", kMarkerSize) != 0)
+    if (!Read(reader, position->offset, header, kMarkerSize) || memcmp(header, "fLaC", kMarkerSize) != 0)
         return false;
     position->offset += kMarkerSize;
     return true;
@@ -50,12 +70,16 @@ bool FindMarker(const FdHandle &file, Position *position) {
 
 bool FlacBlocksAreBounded(const char *path) {
     const FdHandle file = RegularFileOpen(path, nullptr);
+    if (!file)
+        return false;
+    Reader reader = {file, {}, 0};
+    reader.held = static_cast<size_t>(std::max<ssize_t>(pread(file.get(), reader.window, kWindow, 0), 0));
     Position position = {};
-    if (!file || !FindMarker(file, &position))
+    if (!FindMarker(reader, &position))
         return false;
     // A file that ends too early is libFLAC's to refuse: it costs nothing more.
     uint8_t header[kBlockHeaderSize];
-    while (FileReadAt(file, position.offset, header, sizeof header)) {
+    while (Read(reader, position.offset, header, sizeof header)) {
         const uint32_t size =
             static_cast<uint32_t>(header[1]) << 16 | static_cast<uint32_t>(header[2]) << 8 | header[3];
         if (!StepOver(&position, kBlockHeaderSize + size))
