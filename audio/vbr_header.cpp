@@ -4,7 +4,6 @@
 #include <string.h>
 
 #include <algorithm>
-#include <array>
 #include <limits>
 
 namespace {
@@ -30,42 +29,26 @@ bool IsComplete(const MpegHeaderInfo &info) {
     return info.version != 0 && info.layer != 0 && info.bit_rate != 0 && info.sample_rate != 0;
 }
 
-// True for the bytes of either mark. Of four bytes in a row that are a mark, each is such a byte, whichever stands at a
-// place that the search looks at.
-constexpr std::array<bool, 256> kByteOfMark = [] {
-    std::array<bool, 256> found = {};
-    for (const char *mark : {kXingMark, kVbriMark})
-        for (size_t i = 0; i < kMarkBytes; ++i)
-            found[static_cast<uint8_t>(mark[i])] = true;
-    return found;
-}();
-
-bool IsMark(const uint8_t *bytes, const char *mark) {
-    return memcmp(bytes, mark, kMarkBytes) == 0;
-}
-
-// Where the first mark begins within the first `count` bytes, which kMarkBytes - 1 others follow; `count` when none
-// does. Looks at every fourth byte only: the searches go through a quarter of a file of constant bit rate.
-size_t MarkFindIn(const uint8_t *bytes, size_t count) {
-    for (size_t at = kMarkBytes - 1; at < count + kMarkBytes - 1; at += kMarkBytes) {
-        if (!kByteOfMark[bytes[at]])
-            continue;
-        for (size_t begin = at - (kMarkBytes - 1); begin <= at && begin < count; ++begin)
-            if (IsMark(bytes + begin, kXingMark) || IsMark(bytes + begin, kVbriMark))
-                return begin;
+// Where `mark` begins within the first `count` bytes, which kMarkBytes - 1 others follow; `count` when it does not.
+// The searches go through a quarter of a file of constant bit rate: memchr passes its bytes many at a time.
+size_t MarkFindIn(const uint8_t *bytes, size_t count, const char *mark) {
+    for (size_t at = 0; at < count; ++at) {
+        const void *first = memchr(bytes + at, mark[0], count - at);
+        if (first == nullptr)
+            break;
+        at = static_cast<size_t>(static_cast<const uint8_t *>(first) - bytes);
+        if (memcmp(bytes + at, mark, kMarkBytes) == 0)
+            return at;
     }
     return count;
 }
 
-// The first mark of either kind in the file's first quarter at or after `pos`.
-struct Mark {
-    int64_t pos; // -1 when there is none
-    bool xing;
-};
-
-Mark MarkFind(Mp3FileCtx *ctx, int64_t pos) {
+// The position of the first `mark` in the file's first quarter at or after `start`, or -1. The first VBRI mark that is
+// passed on the way goes to `passed`, unless that is null.
+int64_t MarkFind(Mp3FileCtx *ctx, int64_t start, const char *mark, MarksPassed *passed) {
     const int64_t limit = ctx->file_size / 4;
     const ByteSource source = Mp3Source(ctx);
+    int64_t pos = start;
     while (pos < limit) {
         const std::span<const uint8_t> bytes = Mp3Window(ctx, pos, kMarkBytes);
         if (bytes.size() < kMarkBytes)
@@ -73,38 +56,32 @@ Mark MarkFind(Mp3FileCtx *ctx, int64_t pos) {
         // Marks that begin in the window's last bytes are left to the next window.
         const auto whole_marks = static_cast<int64_t>(bytes.size() - kMarkBytes + 1);
         const auto count = static_cast<size_t>(std::min(limit - pos, whole_marks));
-        const size_t found = MarkFindIn(bytes.data(), count);
-        if (found < count)
-            return {pos + static_cast<int64_t>(found), IsMark(bytes.data() + found, kXingMark)};
-        pos = ByteSourceAdvance(source, bytes.first(count), pos + static_cast<int64_t>(count));
-    }
-    return {-1, false};
-}
-
-// The position of the first Xing mark, or -1. What it passes on the way is noted, since a file without that mark is
-// searched for the other one next.
-int64_t XingFind(Mp3FileCtx *ctx, int64_t start) {
-    ctx->passed = {start, std::max(start, ctx->file_size), -1};
-    for (Mark mark = MarkFind(ctx, start); mark.pos >= 0; mark = MarkFind(ctx, mark.pos + 1)) {
-        if (mark.xing) {
-            ctx->passed.end = mark.pos;
-            return mark.pos;
+        const size_t found = MarkFindIn(bytes.data(), count, mark);
+        if (passed != nullptr && passed->vbri < 0) {
+            const size_t vbri = MarkFindIn(bytes.data(), found, kVbriMark);
+            passed->vbri = vbri < found ? pos + static_cast<int64_t>(vbri) : -1;
         }
-        if (ctx->passed.vbri < 0)
-            ctx->passed.vbri = mark.pos;
+        if (found < count)
+            return pos + static_cast<int64_t>(found);
+        pos = ByteSourceAdvance(source, bytes.first(count), pos + static_cast<int64_t>(count));
     }
     return -1;
 }
 
-// The position of the first VBRI mark, or -1.
+// A file without a Xing mark is searched for the other one next: what this search passes is noted.
+int64_t XingFind(Mp3FileCtx *ctx, int64_t start) {
+    ctx->passed = {start, ctx->file_size, -1};
+    const int64_t xing = MarkFind(ctx, start, kXingMark, &ctx->passed);
+    if (xing >= 0)
+        ctx->passed.end = xing;
+    return xing;
+}
+
 int64_t VbriFind(Mp3FileCtx *ctx, int64_t start) {
     const bool passed = ctx->passed.start == start;
     if (passed && ctx->passed.vbri >= 0)
         return ctx->passed.vbri;
-    Mark mark = MarkFind(ctx, passed ? ctx->passed.end : start);
-    while (mark.pos >= 0 && mark.xing)
-        mark = MarkFind(ctx, mark.pos + 1);
-    return mark.pos;
+    return MarkFind(ctx, passed ? ctx->passed.end : start, kVbriMark, nullptr);
 }
 
 // Play time of `frames` frames; also stored in `info` when it is a possible one.
