@@ -30,17 +30,23 @@ bool IsComplete(const MpegHeaderInfo &info) {
 }
 
 // Where `mark` begins within the first `count` bytes, which kMarkBytes - 1 others follow; `count` when it does not.
-// The searches go through a quarter of a file of constant bit rate: memchr passes its bytes many at a time.
+// The searches go through a quarter of a file of constant bit rate: memchr passes its bytes many at a time. Where first
+// bytes of the mark abound memmem is faster, which takes the same time whatever it looks at.
 size_t MarkFindIn(const uint8_t *bytes, size_t count, const char *mark) {
-    for (size_t at = 0; at < count; ++at) {
+    constexpr int kFalseStartsMax = 128; // twice what a window of noise has
+    size_t at = 0;
+    for (int starts = 0; at < count && starts < kFalseStartsMax; ++starts, ++at) {
         const void *first = memchr(bytes + at, mark[0], count - at);
         if (first == nullptr)
-            break;
+            return count;
         at = static_cast<size_t>(static_cast<const uint8_t *>(first) - bytes);
         if (memcmp(bytes + at, mark, kMarkBytes) == 0)
             return at;
     }
-    return count;
+    if (at >= count)
+        return count;
+    const void *found = memmem(bytes + at, count - at + kMarkBytes - 1, mark, kMarkBytes);
+    return found == nullptr ? count : static_cast<size_t>(static_cast<const uint8_t *>(found) - bytes);
 }
 
 // The position of the first `mark` in the file's first quarter at or after `start`, or -1. The first VBRI mark that is

@@ -167,6 +167,18 @@ TEST(VbrHeader, MarksAcrossWindowEdges) {
     }
 }
 
+// The search changes its way behind a number of bytes that could begin a mark.
+TEST(VbrHeader, MarksBehindAnyNumberOfFalseStarts) {
+    for (size_t at = 0; at < 300; ++at) {
+        std::string bytes(4096, 'X');
+        const std::string header = Xing(1, 100, 0);
+        bytes.replace(at, header.size(), header);
+        MpegHeaderInfo info = Accepted();
+        ASSERT_EQ(Read(XingHeaderRead, bytes, &info), 0) << at;
+        ASSERT_DOUBLE_EQ(info.duration, 100.0 * 1152 / 44100) << at;
+    }
+}
+
 // The second search uses what the first has passed, and must find what it would find by itself.
 TEST(VbrHeader, VbriIsFoundBeforeAndBehindAnUnusedXing) {
     const std::string unused = Xing(0, 1, 0);
