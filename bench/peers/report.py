@@ -70,6 +70,8 @@ def plot(growth, path):
     from matplotlib import pyplot  # pylint: disable=import-outside-toplevel
     sizes = sorted(growth)
     kinds = list(growth[sizes[0]])
+    # A program has one colour, also where another one has not taken part.
+    names = list(dict.fromkeys(name for kind in kinds for name in growth[sizes[0]][kind]))
     figure, axes = pyplot.subplots(2, len(kinds), figsize=(3.2 * len(kinds), 5.6), squeeze=False)
     for column, kind in enumerate(kinds):
         for row, (key, unit) in enumerate((("cpu", "CPU seconds"), ("peak", "peak MB"))):
@@ -79,7 +81,8 @@ def plot(growth, path):
                     continue
                 figures = [per_thousand(growth[size][kind][name]) for size in sizes]
                 chart.plot(sizes, [value["cpu"] * size / 1000 if key == "cpu" else value["peak"]
-                                   for value, size in zip(figures, sizes)], marker="o", markersize=3, label=name)
+                                   for value, size in zip(figures, sizes)], marker="o", markersize=3, label=name,
+                           color=f"C{names.index(name)}")
             chart.set_ylim(bottom=0)
             chart.set_xticks(sizes, [f"{size:,}" for size in sizes], fontsize=7)
             chart.tick_params(axis="y", labelsize=7)
