@@ -58,6 +58,7 @@ Progress::Progress(FILE *out, int64_t rows_before)
 
 void Progress::Show(const RunView &view, int64_t rows, double seconds) {
     const bool begins = view.phase != Phase::queued && !running_;
+    const bool changes = last_.empty() || view.phase != last_phase_;
     if (begins) {
         running_ = true;
         run_begin_ = seconds;
@@ -69,13 +70,12 @@ void Progress::Show(const RunView &view, int64_t rows, double seconds) {
         fflush(out_);
         return;
     }
-    const bool due =
-        last_.empty() || begins || view.phase == Phase::done || seconds - last_time_ >= kPlainSeconds;
-    if (!due || text == last_)
+    if ((!changes && seconds - last_time_ < kPlainSeconds) || text == last_)
         return;
     fprintf(out_, "%s\n", text.c_str());
     fflush(out_);
     last_ = text;
+    last_phase_ = view.phase;
     last_time_ = seconds;
 }
 

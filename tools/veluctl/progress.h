@@ -24,8 +24,10 @@ private:
     int64_t rows_before_;
     bool running_ = false;
     double run_begin_ = 0;
-    double last_time_ = 0;
+    // What was printed last, where lines are printed.
     std::string last_;
+    double last_time_ = 0;
+    Phase last_phase_ = Phase::queued;
 };
 
 // What is shown of a moment: phase, lines, files and their rate, what is worked on.
