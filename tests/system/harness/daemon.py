@@ -205,7 +205,14 @@ class Daemon:
 
     def idle(self):
         """True while the main loop sleeps: nothing of the start or of a run is left to do."""
+        # At the start and in a run, too, a library may sleep for a lock; then its files are open.
+        return self._sleeps() and not self._works() and self._sleeps()
+
+    def _sleeps(self):
         return "nanosleep" in (self.box.ask("proc", pid=self.pid, name="wchan")["text"] or "")
+
+    def _works(self):
+        return any(link == WORKING_COPY or ".db" in link for link in self.box.ask("descriptors", pid=self.pid)["links"])
 
     def signal(self, number=signal.SIGUSR1):
         return self.box.ask("kill", pid=self.pid, number=int(number))["sent"]

@@ -38,7 +38,7 @@ def wrapper(unit, trace, uid=0):
     and must not hold the streams of who started it."""
     lines = ["set -e", "umask " + unit["UMask"][0], "mount --make-rprivate /"]
     keep = writable(unit)
-    lines += [f"mount --bind {path} {path}" for path in keep if path not in MOUNTS]
+    lines += [f"mount --rbind {path} {path}" for path in keep if path not in MOUNTS]
     lines += [f"mount -o remount,bind,ro {path}" for path in MOUNTS if path not in keep]
     bounding = ",".join(["-all", *(f"+{name}" for name in capabilities(unit, "CapabilityBoundingSet"))])
     ambient = ",".join(["-all", *(f"+{name}" for name in capabilities(unit, "AmbientCapabilities"))])
