@@ -7,7 +7,8 @@ import pytest
 
 from harness.faults import failing, injections
 
-pytestmark = pytest.mark.tracing
+# What fails lies in front of the store, whatever its engine.
+pytestmark = [pytest.mark.tracing, pytest.mark.sqlite]
 
 MUSIC, PHOTO = "/volume1/music", "/volume1/photo"
 READS = "read,pread64,readv,preadv"

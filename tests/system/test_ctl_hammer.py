@@ -2,6 +2,11 @@
 """Writers that append without a pause while the daemon takes the queue over again and again."""
 import os
 
+import pytest
+
+# What is tried lies in front of the store, whatever its engine.
+pytestmark = pytest.mark.sqlite
+
 WRITERS = 4
 TAKE_OVERS = 1000
 

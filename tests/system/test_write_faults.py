@@ -10,7 +10,8 @@ from harness import media
 from harness.daemon import QUEUE, THUMB_DAEMON, THUMB_QUEUE, WORKING_COPY, wait_for
 from harness.faults import cover_path, failing, files_below, injections
 
-pytestmark = pytest.mark.tracing
+# What fails lies in front of the store, whatever its engine.
+pytestmark = [pytest.mark.tracing, pytest.mark.sqlite]
 
 SONG, SONGS = "/volume1/music/song.mp3", ["/volume1/music/a.pcm", "/volume1/music/b.pcm"]
 PICTURE = "/volume1/photo/Trip/a.jpg"
