@@ -20,21 +20,31 @@ T Get(const std::string &bytes, size_t *position) {
     return value;
 }
 
+void PutWrite(std::string *bytes, int statement, const VELUDBValue *values, size_t count) {
+    Put(bytes, statement);
+    Put(bytes, count);
+    for (size_t i = 0; i < count; ++i) {
+        Put(bytes, values[i].type);
+        if (values[i].type == VELUDBValue::Type::integer)
+            Put(bytes, values[i].integer);
+        if (values[i].type == VELUDBValue::Type::real)
+            Put(bytes, values[i].real);
+        if (values[i].type != VELUDBValue::Type::text)
+            continue;
+        Put(bytes, values[i].length);
+        bytes->append(values[i].text, values[i].length);
+    }
+}
+
 } // namespace
 
 void BatchAdd(Batch *batch, int statement, const VELUDBValue *values, size_t count) {
-    Put(&batch->bytes, statement);
-    Put(&batch->bytes, count);
-    for (size_t i = 0; i < count; ++i) {
-        Put(&batch->bytes, values[i].type);
-        if (values[i].type == VELUDBValue::Type::integer)
-            Put(&batch->bytes, values[i].integer);
-        if (values[i].type == VELUDBValue::Type::real)
-            Put(&batch->bytes, values[i].real);
-        if (values[i].type != VELUDBValue::Type::text)
-            continue;
-        Put(&batch->bytes, values[i].length);
-        batch->bytes.append(values[i].text, values[i].length);
+    const size_t end = batch->bytes.size();
+    try {
+        PutWrite(&batch->bytes, statement, values, count);
+    } catch (...) {
+        batch->bytes.resize(end); // half a write would be taken for the begin of the next one
+        throw;
     }
     ++batch->rows;
 }
