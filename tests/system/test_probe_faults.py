@@ -5,12 +5,12 @@ import os
 import re
 import shutil
 import signal
-import subprocess
 
 import pytest
 
 from harness.catalogue import ON_SERVER
 from harness.daemon import wait_for
+from harness.faults import build_library
 from harness.sandbox import TREE
 
 MUSIC = "/volume1/music"
@@ -26,8 +26,7 @@ MEMORY_SHOWN = "MemTotal:         600000 kB\n"
 def fault_module(once):
     """The module that misbehaves."""
     def make(folder):
-        subprocess.run(["g++", "-std=c++20", "-shared", "-fPIC", "-Wall", "-Werror",
-                        TREE / "tests/system/harness/fault_probe.cpp", "-o", folder / "veluprobe.so"], check=True)
+        build_library(TREE / "tests/system/harness/fault_probe.cpp", folder / "veluprobe.so")
     return once("faults", make) / "veluprobe.so"
 
 

@@ -3,11 +3,12 @@
 Nothing is left half-written, and no request is lost that is not given up in words."""
 import errno
 import os
+from typing import NamedTuple
 
 import pytest
 
 from harness import media
-from harness.daemon import QUEUE, THUMB_DAEMON, THUMB_QUEUE, WORKING_COPY, wait_for
+from harness.daemon import FLV_DAEMON, FLV_QUEUE, QUEUE, THUMB_DAEMON, THUMB_QUEUE, WORKING_COPY, wait_for
 from harness.faults import cover_path, failing, files_below, injections
 
 # What fails lies in front of the store, whatever its engine.
@@ -152,38 +153,54 @@ def test_a_working_copy_that_cannot_be_removed_is_done_again(songs, code):
     finish(songs)
 
 
+class Converter(NamedTuple):
+    """A daemon that makes something of what stands in its queue."""
+    daemon: str
+    queue: str
+    sample: str
+    path: str
+    line: str # what the path puts into the queue
+    table: str
+
+
 QUEUED = "/volume1/photo/Earlier\n"
-THUMB_FAULTS = [
-    *((OPENS, code, f"open({THUMB_QUEUE}, ") for code in (errno.ENOSPC, errno.EMFILE, errno.ENOMEM, errno.EIO)),
-    *(("flock", code, f"failed to lock file descriptor of {THUMB_QUEUE}") for code in (errno.EINTR, errno.ENOLCK)),
-    *((WRITES, code, "failed to write (/volume1/photo/Trip, 19) into") for code in (errno.ENOSPC, errno.EIO)),
+CLIP = "/volume1/photo/Trip/a.avi"
+THUMB = Converter(THUMB_DAEMON, THUMB_QUEUE, "picture.jpg", PICTURE, "/volume1/photo/Trip", "photo_image")
+FLV = Converter(FLV_DAEMON, FLV_QUEUE, "clip.avi", CLIP, CLIP, "video")
+CONVERTER_FAULTS = [
+    *((OPENS, code, "open({queue}, ") for code in (errno.ENOSPC, errno.EMFILE, errno.ENOMEM, errno.EIO)),
+    *(("flock", code, "failed to lock file descriptor of {queue}") for code in (errno.EINTR, errno.ENOLCK)),
+    *((WRITES, code, "failed to write ({line}, {length}) into {queue}") for code in (errno.ENOSPC, errno.EIO)),
 ]
 
 
-@pytest.fixture
-def picture(box, samples):
-    """A running daemon and thumbnail daemon, a picture, and a queue that holds an earlier line."""
-    box.copy(samples / "picture.jpg", PICTURE)
-    box.write(THUMB_QUEUE, QUEUED)
-    box.start_peer(THUMB_DAEMON)
+def start_beside(box, samples, converter):
+    """Starts the daemon beside a converter whose queue holds an earlier line."""
+    box.copy(samples / converter.sample, converter.path)
+    box.write(converter.queue, QUEUED)
+    box.start_peer(converter.daemon)
     return box.start()
 
 
-@pytest.mark.parametrize("calls, code, message", THUMB_FAULTS)
-def test_a_line_for_a_converter_that_cannot_be_written(picture, calls, code, message):
-    with failing(picture, calls, THUMB_QUEUE, code):
-        picture.index(f"a:{PICTURE}")
-        assert injections(picture) > 0
-    told = [text for text in picture.log.texts() if message in text]
+@pytest.mark.parametrize("calls, code, message", CONVERTER_FAULTS)
+@pytest.mark.parametrize("converter", [THUMB, FLV], ids=["thumbnail", "flash"])
+def test_a_line_for_a_converter_that_cannot_be_written(box, samples, converter, calls, code, message):
+    daemon = start_beside(box, samples, converter)
+    with failing(daemon, calls, converter.queue, code):
+        daemon.index(f"a:{converter.path}")
+        assert injections(daemon) > 0
+    wanted = message.format(queue=converter.queue, line=converter.line, length=len(converter.line))
+    told = [text for text in daemon.log.texts() if wanted in text]
     assert len(told) == 1 and f"reason={os.strerror(code)}" in told[0]
-    assert picture.read(THUMB_QUEUE).decode() == QUEUED
-    assert picture.row("photo_image", PICTURE), "the picture itself is in the library"
-    assert picture.wakes(THUMB_DAEMON) == 0
-    picture.index(f"a:{PICTURE}")
-    assert picture.read(THUMB_QUEUE).decode() == QUEUED + "/volume1/photo/Trip\n"
+    assert daemon.read(converter.queue).decode() == QUEUED
+    assert daemon.row(converter.table, converter.path), "the file itself is in the library"
+    assert daemon.wakes(converter.daemon) == 0
+    daemon.index(f"a:{converter.path}")
+    assert daemon.read(converter.queue).decode() == f"{QUEUED}{converter.line}\n"
 
 
-def test_a_converter_queue_that_is_shut_for_a_moment_is_waited_for(picture):
+def test_a_converter_queue_that_is_shut_for_a_moment_is_waited_for(box, samples):
+    picture = start_beside(box, samples, THUMB)
     # Each attempt opens the queue to look the line up and again to write; the look-up alone may fail.
     with failing(picture, OPENS, THUMB_QUEUE, errno.EACCES, "2..6+2"):
         picture.index(f"a:{PICTURE}")

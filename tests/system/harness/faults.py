@@ -1,10 +1,13 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""System calls of a running daemon that fail: strace stands between the daemon and the kernel for a while."""
+"""Calls of a running daemon that fail: strace stands between the daemon and the kernel for a while, or a library of the
+tests' between the daemon and the C library from its start."""
 import contextlib
 import errno
 import hashlib
 import os
 import signal
+import struct
+import subprocess
 
 from .daemon import wait_for
 
@@ -46,3 +49,27 @@ def injections(daemon):
 
 def files_below(daemon, folder):
     return [os.path.join(at, name) for at, _, names in os.walk(daemon.box.path(folder)) for name in names]
+
+
+def build_library(source, library):
+    """Compiles a shared library of the tests' own."""
+    subprocess.run(["g++", "-std=c++20", "-shared", "-fPIC", "-Wall", "-Werror", source, "-o", library], check=True)
+
+
+def set_faults(daemon, library, rules):
+    """Has a daemon that is not started yet run with the library of failing calls (tests/faults). A rule is a call, a part
+    of a path, an error's number and which of the calls fails."""
+    daemon.copy(library, "/tmp/faults.so")
+    daemon.write("/tmp/faults", "".join(f"{call} {path} {code} {which}\n" for call, path, code, which in rules))
+    daemon.library += " /tmp/faults.so"
+
+
+def calls_seen(daemon, rules):
+    """How many calls were made of those that the first rules are for."""
+    return struct.unpack(f"={rules}I", daemon.read("/tmp/faults.seen")[:4 * rules])
+
+
+def end_faults(daemon, rules):
+    """Has no more call fail: they are all beyond the one that is to."""
+    with open(daemon.box.path("/tmp/faults.seen"), "r+b") as seen:
+        seen.write(struct.pack(f"={rules}I", *[1 << 31] * rules))
