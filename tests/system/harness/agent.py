@@ -4,6 +4,7 @@ and watch them. Commands come as JSON, one a line, on standard input; each is an
 
 Bytes travel as latin-1 text. The sandbox, with all that runs in it, ends with this process.
 """
+import contextlib
 import json
 import os
 import signal
@@ -144,7 +145,11 @@ def children(pid):
 def descriptors(pid):
     """What the open descriptors of a process are, in their order."""
     folder = f"/proc/{pid}/fd"
-    return {"links": [os.readlink(f"{folder}/{number}") for number in sorted(os.listdir(folder), key=int)]}
+    links = []
+    for number in sorted(os.listdir(folder), key=int):
+        with contextlib.suppress(FileNotFoundError):  # closed meanwhile
+            links.append(os.readlink(f"{folder}/{number}"))
+    return {"links": links}
 
 
 COMMANDS = {
