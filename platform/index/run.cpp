@@ -8,10 +8,10 @@
 #include <errno.h>
 #include <string.h>
 #include <syslog.h>
-#include <time.h>
 
 #include <utility>
 
+#include "platform/clock.h"
 #include "platform/index/batch.h"
 #include "platform/index/cover_place.h"
 #include "platform/limits.h"
@@ -44,15 +44,9 @@ Session &SessionOf(Catalogue catalogue) {
     return run.sessions[static_cast<size_t>(catalogue)];
 }
 
-int64_t Milliseconds() {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
-
 void SetAway(Session *session) {
     session->away = true;
-    session->away_since = Milliseconds();
+    session->away_since = run_clock();
     run.away = true;
 }
 
@@ -64,7 +58,7 @@ bool Connect(Catalogue catalogue, const char *about) {
     Session &session = SessionOf(catalogue);
     if (session.connection != nullptr)
         return true;
-    if (session.away && Milliseconds() - session.away_since < kDatabaseAwayMilliseconds) {
+    if (session.away && run_clock() - session.away_since < kDatabaseAwayMilliseconds) {
         LogFailure(about, "the database was out of reach a moment ago");
         return false;
     }
@@ -139,7 +133,7 @@ void Commit(Catalogue catalogue) {
 bool BatchIsFull(const Session &session) {
     return session.batch_open &&
            (session.batch.rows >= kBatchRowsMax || session.batch.bytes.size() >= kBatchBytesMax ||
-            Milliseconds() - session.batch_start >= kBatchMillisecondsMax);
+            run_clock() - session.batch_start >= kBatchMillisecondsMax);
 }
 
 // True when the engine has given the batch up; it is then already done again.
@@ -164,6 +158,8 @@ int OperationFailed(Session *session, const std::string &about) {
 
 } // namespace
 
+int64_t (*run_clock)() = MonotonicMilliseconds;
+
 int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size_t count) {
     Session &session = SessionOf(catalogue);
     if (BatchIsFull(session))
@@ -178,7 +174,7 @@ int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size
         if (VELUDBBegin(session.connection->db) != 0)
             return OperationFailed(&session, about);
         session.batch_open = true;
-        session.batch_start = Milliseconds();
+        session.batch_start = run_clock();
     }
     int affected = RunOne(&session, statement, values, count);
     if (affected < 0 && Recovered(catalogue)) {

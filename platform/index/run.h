@@ -4,11 +4,16 @@
 // that a write is about (or its whole statement): the log names a failed write by it.
 #pragma once
 
+#include <stdint.h>
+
 #include <initializer_list>
 #include <string>
 
 #include "platform/index/store.h"
 #include "platform/veluindex.h"
+
+// Milliseconds: how old a batch is, and for how long a database has been away.
+extern int64_t (*run_clock)();
 
 // Writes through a registered statement, within the batch. Returns the number of rows changed, or -1, logged.
 int RunWrite(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);

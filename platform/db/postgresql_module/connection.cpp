@@ -4,10 +4,11 @@
 #include "platform/db/postgresql_module/connection.h"
 
 #include <poll.h>
-#include <time.h>
 
 #include <string_view>
 #include <utility>
+
+#include "platform/clock.h"
 
 namespace {
 
@@ -29,17 +30,11 @@ constexpr std::string_view kStoreStates[] = {
 // but whose processes stand still keeps its connections for ever, and the kernel sees nothing wrong with them.
 constexpr int64_t kAnswerMilliseconds = int64_t{10} * 60 * 1000;
 
-int64_t Milliseconds() {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
-
 // True when the next result can be had without waiting.
 bool WaitForResult(PGconn *server) {
-    const int64_t end = Milliseconds() + kAnswerMilliseconds;
+    const int64_t end = MonotonicMilliseconds() + kAnswerMilliseconds;
     while (PQisBusy(server) != 0) {
-        const int64_t left = end - Milliseconds();
+        const int64_t left = end - MonotonicMilliseconds();
         if (left <= 0)
             return false;
         pollfd wait = {PQsocket(server), POLLIN, 0};
