@@ -29,7 +29,7 @@ def work(box, samples):
 
 def finish(box):
     """Starts the daemon anew and waits until it has done what was left."""
-    before = len(box.peer_signals("dms"))
+    before = box.wakes("dms")
     box.start()
     box.wait_run(before)
     if box.exists(QUEUE):

@@ -82,11 +82,11 @@ class SqliteCatalogues:
 
 
 class ServerCatalogues:
-    """Two databases of a PostgreSQL server, which go when they are closed."""
+    """Two databases of a PostgreSQL server, which go back to it when they are closed."""
 
     def __init__(self, server):
         self.server = server
-        self.keys = self.places = {key: server.create_database() for key in ("mediadb", "photodb")}
+        self.keys = self.places = {key: server.lend_database() for key in ("mediadb", "photodb")}
 
     def _read(self, table, sql):
         import psycopg2.errors  # pylint: disable=import-outside-toplevel
@@ -118,7 +118,7 @@ class ServerCatalogues:
 
     def close(self):
         for uri in self.keys.values():
-            self.server.drop_database(uri)
+            self.server.take_back(uri)
 
 
 def everything(catalogues):

@@ -16,6 +16,7 @@ PID_FILE = "/var/run/veluindexd.pid"
 CLOCK = "/tmp/clock"
 CONVERTER = "/usr/velu/bin/veluflvconv"
 CONVERTER_JOURNAL = "/tmp/converter"
+PEER_MARK = signal.SIGUSR2  # asks a peer to write down what it has got
 THUMB_QUEUE = "/var/spool/thumb_create.queue"
 FLV_QUEUE = "/var/spool/flv_create.queue"
 THUMB_DAEMON, FLV_DAEMON = "velumkthumbd", "velumkflvd"
@@ -250,19 +251,23 @@ class Daemon:
 
     def index_queue_as_it_is(self):
         """Signals for a queue that the test has written itself, and waits until the run is over."""
-        before = len(self.peer_signals("dms"))
+        before = self.wakes("dms")
         self.signal()
         self.wait_run(before)
 
     def peer_signals(self, name):
+        """What a peer has written down of the daemon's signals, which it may do some time after they were sent."""
+        return [line for line in self._peer_journal(name) if line != PEER_MARK.name]
+
+    def _peer_journal(self, name):
         return self.read(self._journal(name)).decode().split()
 
     def wakes(self, name):
         """How many times a peer was sent SIGUSR1 so far. Of the signals that wait, a process gets the one with the
         lowest number first: a mark of a higher one comes last."""
-        marks = self.peer_signals(name).count("SIGUSR2")
-        self.box.ask("kill", pid=self.peers[name], number=int(signal.SIGUSR2))
-        wait_for(lambda: self.peer_signals(name).count("SIGUSR2") > marks, f"{name} to answer")
+        marks = self._peer_journal(name).count(PEER_MARK.name)
+        self.box.ask("kill", pid=self.peers[name], number=int(PEER_MARK))
+        wait_for(lambda: self._peer_journal(name).count(PEER_MARK.name) > marks, f"{name} to answer")
         return self.peer_signals(name).count("SIGUSR1")
 
     def lines(self, path):
@@ -276,7 +281,7 @@ class Daemon:
     def index(self, *lines, timeout=PATIENCE):
         """Queues lines, signals, and waits until the run is over. Gives the log lines of the run."""
         first = len(self.log.lines)
-        before = len(self.peer_signals("dms"))
+        before = self.wakes("dms")
         self.queue(*lines)
         self.signal()
         self.wait_run(before, timeout)

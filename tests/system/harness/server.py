@@ -26,6 +26,7 @@ class Server:
         self.uri = uri
         self.folder = folder
         self.connections = {}
+        self.empty = []
 
     @classmethod
     @functools.cache
@@ -56,17 +57,21 @@ class Server:
             cursor.execute(sql, values)
             return [dict(row) for row in cursor.fetchall()] if cursor.description else []
 
-    def create_database(self):
-        """Makes an empty database and gives its URI."""
+    def lend_database(self):
+        """The URI of an empty database."""
+        if self.empty:
+            return self.empty.pop()
         name = f"velu_{uuid.uuid4().hex}"
         self.query(f"{self.uri}/postgres", f"create database {name} template template0 {self.place}")
         # The daemon's clock goes fast, and with it its patience.
         return f"{self.uri}/{name}?connect_timeout=600"
 
-    def drop_database(self, uri):
-        if uri in self.connections:
-            self.connections.pop(uri).close()
-        self.query(f"{self.uri}/postgres", f"drop database {uri.rpartition('/')[2].partition('?')[0]} with (force)")
+    def take_back(self, uri):
+        """Empties a database for the next borrower, which takes a tenth of the time of making one."""
+        self.query(uri, "select pg_terminate_backend(pid) from pg_stat_activity "
+                        "where datname = current_database() and pid <> pg_backend_pid()")
+        self.query(uri, "drop schema public cascade; create schema public; grant usage on schema public to public")
+        self.empty.append(uri)
 
 
 class OwnServer(Server):
