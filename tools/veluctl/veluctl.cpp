@@ -56,7 +56,8 @@ int main(int argc, char **argv) {
     } catch (const std::exception &problem) {
         Complain(kFailed, problem.what());
     }
-    if (fflush(stdout) != 0)
+    // What was too large for the buffer has failed already and leaves nothing to flush.
+    if (fflush(stdout) != 0 || ferror(stdout) != 0)
         return Complain(kFailed, "the answer could not be written");
     return code;
 }
