@@ -8,6 +8,7 @@
 #include <wchar.h>
 
 #include <algorithm>
+#include <span>
 
 namespace {
 
@@ -36,12 +37,24 @@ constexpr Range kHidden[] = {
     {0xE0000, 0xE0FFF}, // tags
 };
 
-bool IsShown(char32_t character) {
-    for (const Range &range : kHidden) {
-        if (character >= range.first && character <= range.last)
-            return false;
-    }
-    return character < kFirstUnicode || (unicode_terminal && wcwidth(static_cast<wchar_t>(character)) >= 0);
+// What joins or varies the characters beside it, so that they are written as their language does.
+constexpr Range kComposed[] = {{0x200C, 0x200D}, {0xFE00, 0xFE0F}};
+constexpr char32_t kNoCharacter = 0xFFFE; // the last two of every plane
+
+bool IsIn(std::span<const Range> ranges, char32_t character) {
+    return std::any_of(ranges.begin(), ranges.end(), [=](const Range &range) {
+        return character >= range.first && character <= range.last;
+    });
+}
+
+bool IsShownOnTerminal(char32_t character) {
+    return !IsIn(kHidden, character) &&
+           (character < kFirstUnicode || (unicode_terminal && wcwidth(static_cast<wchar_t>(character)) >= 0));
+}
+
+bool IsShownOnPage(char32_t character) {
+    return IsIn(kComposed, character) ||
+           (!IsIn(kHidden, character) && (character & kNoCharacter) != kNoCharacter);
 }
 
 struct Form {
@@ -88,7 +101,9 @@ bool CharacterTake(std::string_view *text, char32_t *character) {
     return false;
 }
 
-std::string SafeText(std::string_view bytes) {
+namespace {
+
+std::string WrittenOut(std::string_view bytes, bool (*is_shown)(char32_t character)) {
     std::string safe;
     char written[16];
     while (!bytes.empty()) {
@@ -101,7 +116,7 @@ std::string SafeText(std::string_view bytes) {
             safe += written;
         } else if (character == '\\') {
             safe += "\\\\";
-        } else if (IsShown(character)) {
+        } else if (is_shown(character)) {
             safe += before.substr(0, before.size() - bytes.size());
         } else {
             snprintf(written, sizeof written, character < kFirstUnicode ? "\\x%02X" : "\\u{%04X}",
@@ -110,6 +125,16 @@ std::string SafeText(std::string_view bytes) {
         }
     }
     return safe;
+}
+
+} // namespace
+
+std::string SafeText(std::string_view bytes) {
+    return WrittenOut(bytes, IsShownOnTerminal);
+}
+
+std::string SafePageText(std::string_view bytes) {
+    return WrittenOut(bytes, IsShownOnPage);
 }
 
 size_t DisplayWidth(std::string_view safe) {

@@ -16,6 +16,10 @@ void SafeTextPrepare();
 // bytes that are no UTF-8 as \x1B, characters that reorder or hide others as \u{202E}, the backslash doubled.
 std::string SafeText(std::string_view bytes);
 
+// The same for a page, where every character has a place: only what a browser, too, would hide or reorder is
+// written out.
+std::string SafePageText(std::string_view bytes);
+
 // The columns that such a text takes on a terminal.
 size_t DisplayWidth(std::string_view safe);
 
