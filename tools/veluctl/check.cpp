@@ -48,9 +48,7 @@ void FindingsShow(const std::vector<Finding> &findings, const Options &options) 
     writer.End();
     if (options.form() != Form::table)
         return;
-    const bool mendable = std::any_of(findings.begin(), findings.end(), [](const Finding &finding) {
-        return !finding.line.empty() || !finding.folder.empty();
-    });
+    const bool mendable = std::any_of(findings.begin(), findings.end(), IsMendable);
     std::string summary;
     for (const auto &[problem, count] : counts)
         summary += (summary.empty() ? "" : ", ") + std::to_string(count) + " " + problem;
@@ -94,18 +92,28 @@ ExitCode Mend(const std::vector<Finding> &findings, const Options &options) {
 
 } // namespace
 
+bool IsMendable(const Finding &finding) {
+    return !finding.line.empty() || !finding.folder.empty();
+}
+
+bool CatalogueCheck(CatalogueReader *reader, std::vector<Finding> *findings) {
+    std::vector<CheckedRow> rows;
+    if (!CheckedRowsLoad(reader, &rows))
+        return false;
+    SharesCheck(&rows, findings);
+    RowsCheck(rows, findings);
+    CoversCheck(rows, findings);
+    return true;
+}
+
 ExitCode CheckCommand(const Options &options) {
     FeatureSwitchesRead();
     CatalogueReader reader;
-    std::vector<CheckedRow> rows;
-    if (!CheckedRowsLoad(&reader, &rows))
+    std::vector<Finding> findings;
+    if (!CatalogueCheck(&reader, &findings))
         return Complain(kUnreachable, reader.failure);
     if (access(kQueueFile, F_OK) == 0 || access(kQueueWorkingCopy, F_OK) == 0)
         Complain(kDone, "requests are waiting or in work: what they are about may count as wrong here");
-    std::vector<Finding> findings;
-    SharesCheck(&rows, &findings);
-    RowsCheck(rows, &findings);
-    CoversCheck(rows, &findings);
     FindingsShow(findings, options);
     if (findings.empty())
         return kDone;

@@ -47,6 +47,12 @@ CheckedRow *CheckedRowFind(std::vector<CheckedRow> *rows, std::string_view path)
 // The request of a letter and a path; empty when a line cannot carry the path.
 std::string RepairLine(char command, const std::string &path);
 
+// Everything that is wrong. False, with the reason in the reader, when it cannot be told.
+[[nodiscard]] bool CatalogueCheck(CatalogueReader *reader, std::vector<Finding> *findings);
+
+// True when there is a request or an order that mends it.
+bool IsMendable(const Finding &finding);
+
 // Each adds what it finds. The walk comes first: it marks the rows whose files are there.
 void SharesCheck(std::vector<CheckedRow> *rows, std::vector<Finding> *findings);
 void RowsCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findings);

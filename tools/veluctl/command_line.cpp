@@ -113,4 +113,12 @@ void CommandLineMake(CLI::App *app, Options *options, const std::function<void(C
     CLI::Option *json = JsonOption(check, options);
     check->add_flag("--csv", options->csv, "Print CSV (RFC 4180, lines end in a newline)")->excludes(json);
     RequestOptions(check, options);
+    CLI::App *report = make("report", kLooking,
+                            "Make a page (HTML, complete in one file) about the catalogue", ReportCommand);
+    report->add_option("file", options->paths, "The page's file, which is replaced; - is standard output")
+        ->required()
+        ->expected(1)
+        ->type_name("FILE");
+    report->add_flag("--no-check", options->no_check,
+                     "Leave out the comparison with the disk, which takes the longest");
 }

@@ -11,7 +11,7 @@
 #include "tools/veluctl/row_writer.h"
 
 struct Options {
-    std::vector<std::string> paths; // add, remove; one for show and dump
+    std::vector<std::string> paths; // add, remove; one for show, dump and report
     std::string new_path;
     std::string old_path;
     std::string what;  // reindex, refresh
@@ -31,6 +31,7 @@ struct Options {
 
     bool every_reader = false;
     bool fix = false;
+    bool no_check = false;
 
     [[nodiscard]] Form form() const { return json ? Form::json : csv ? Form::csv : Form::table; }
 };

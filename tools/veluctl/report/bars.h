@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Bars beside names and numbers: a table, whose numbers are there for whoever cannot see the bars.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/veluctl/report/html_writer.h"
+
+struct Bar {
+    std::string name;
+    double value = 0;
+    std::string number;    // the value as a text
+    std::string more = {}; // a second number; none when no row has one
+};
+
+struct Bars {
+    Literal heading;   // above it
+    Literal names;     // what the names are
+    Literal numbers;   // what the numbers are
+    Literal more = ""; // what the second numbers are
+    std::vector<Bar> bars = {};
+    std::string note = {}; // below it
+    double longest = 0;    // what a whole bar stands for; 0: the largest value
+};
+
+// A card with the bars, which stand below the names where second numbers take their place; nothing when there are none.
+void BarsWrite(HtmlWriter *html, const Bars &bars);

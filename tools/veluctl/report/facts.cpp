@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The numbers that several sections need.
+#include "tools/veluctl/report/report.h"
+
+namespace {
+
+void Add(Group *sum, const Group &group) {
+    sum->files += group.files;
+    sum->bytes += group.bytes;
+    sum->seconds += group.seconds;
+}
+
+} // namespace
+
+void FactsTake(Report *report) {
+    report->kinds = {{"music", "Music", "music"},
+                     {"video", "Films", "films"},
+                     {"photo", "Pictures", "pictures"},
+                     {"playlist", "Playlists", "playlists"}};
+    for (KindFacts &kind : report->kinds) {
+        kind.formats = TallyTake(&report->tallies, {kExtension, WithTail(kind.table.text)});
+        for (const Group &format : kind.formats.groups)
+            Add(&kind.total, format);
+        Add(&report->total, kind.total);
+    }
+    report->directories = NumbersTake(&report->tallies, {"count(*)"}, "directory").front();
+}

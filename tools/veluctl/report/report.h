@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The page's sections. Each reads what it shows and writes it; one without anything to show writes nothing.
+#pragma once
+
+#include <time.h>
+
+#include <string>
+#include <vector>
+
+#include "tools/veluctl/check.h"
+#include "tools/veluctl/report/html_writer.h"
+#include "tools/veluctl/report/tally.h"
+
+// The four kinds of media, in the order of the page.
+enum Kind : size_t { kMusic, kFilms, kPictures, kPlaylists, kKinds };
+
+struct KindFacts {
+    Literal table;
+    Literal title;
+    Literal anchor; // of its section, and class of its colour
+    Tally formats = {};
+    Group total = {};
+};
+
+struct Report {
+    TallyReader tallies;
+    HtmlWriter html = {};
+    time_t now = 0;
+    std::vector<KindFacts> kinds = {}; // by Kind
+    Group total = {};
+    int64_t directories = 0;
+    bool checked = false;
+    std::vector<Finding> findings = {};
+};
+
+// The numbers that several sections need.
+void FactsTake(Report *report);
+
+void HeadWrite(Report *report);
+void KindsWrite(Report *report);
+void GrowthWrite(Report *report);
+void MusicWrite(Report *report);
+void CoversWrite(Report *report);
+void FilmsWrite(Report *report);
+void PicturesWrite(Report *report);
+void ProblemsWrite(Report *report);
+void FootWrite(Report *report);
+
+// --- What sections share -----------------------------------------------------------------------------------
+
+void SectionBegin(Report *report, Literal anchor, Literal title);
+void SectionEnd(Report *report);
+
+// The formats of a kind as bars.
+void FormatsWrite(Report *report, Kind kind);
+
+// The names with the most files as bars.
+void FavouritesWrite(Report *report, const TallyQuery &query, Literal heading, Literal names);
+
+// Values in classes. `upper` are the classes' upper bounds, the last of them without one.
+struct ValueClass {
+    double upper;
+    const char *name;
+};
+struct Histogram {
+    Literal heading;
+    Literal names;
+    Literal numbers;
+    std::vector<ValueClass> classes;
+    const char *unknown; // what is said of the files without a value
+};
+// `value` gives that of a group, 0 for none.
+void HistogramWrite(Report *report, const Histogram &histogram, const Tally &tally,
+                    double (*value)(const std::string &name));
+double PlainValue(const std::string &name);

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluctl/report/tally.h"
+
+#include <math.h>
+#include <stdlib.h>
+#include <string.h>
+
+namespace {
+
+constexpr size_t kGroupsMax = 20000; // whatever a program has written into the catalogue
+
+// Sums are real: those of a server's integers have a type of their own, those of SQLite may overflow.
+constexpr char kBytes[] = "sum(cast(case when file_size > 0 then file_size else 0 end as double precision))";
+
+std::string SecondsSum() {
+    return "sum(case when duration > 0 and duration <= " + std::to_string(kSecondsMax) +
+           " then duration else 0 end)";
+}
+
+const char *FieldOf(const VELUDBResult *rows, int row, const char *column) {
+    const char *field = VELUDBFetchField(rows, row, column);
+    return field != nullptr ? field : "";
+}
+
+double RealOf(const VELUDBResult *rows, int row, const char *column) {
+    const double value = strtod(FieldOf(rows, row, column), nullptr);
+    return isfinite(value) ? value : 0;
+}
+
+int64_t IntegerOf(const VELUDBResult *rows, int row, const char *column) {
+    return strtoll(FieldOf(rows, row, column), nullptr, 10);
+}
+
+ResultHandle RowsTake(TallyReader *tallies, const std::string &sql) {
+    if (tallies->failed)
+        return nullptr;
+    ResultHandle rows = CatalogueQuery(tallies->reader, Catalogue::media, sql, {});
+    tallies->failed = rows == nullptr;
+    return rows;
+}
+
+void Order(TallyReader *tallies, const char *sql) {
+    if (!tallies->failed &&
+        VELUDBExecute(tallies->reader->connections[static_cast<size_t>(Catalogue::media)].database.get(), sql,
+                      nullptr) < 0) {
+        tallies->failed = true;
+        tallies->reader->failure = VELUDBErrorGet(
+            tallies->reader->connections[static_cast<size_t>(Catalogue::media)].database.get());
+    }
+}
+
+} // namespace
+
+Tally TallyTake(TallyReader *tallies, const TallyQuery &query) {
+    std::string sql = "select " + query.name + " as name, count(*) as files, " + kBytes + " as bytes, " +
+                      SecondsSum() + " as seconds, count(*) over () as groups_in_all from " + query.table;
+    if (!query.condition.empty())
+        sql += " where " + query.condition;
+    sql +=
+        " group by 1 order by 2 desc, 1 limit " + std::to_string(query.limit != 0 ? query.limit : kGroupsMax);
+    const ResultHandle rows = RowsTake(tallies, sql);
+    Tally tally;
+    for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;) {
+        tally.groups.push_back({FieldOf(rows.get(), at, "name"), IntegerOf(rows.get(), at, "files"),
+                                RealOf(rows.get(), at, "bytes"), RealOf(rows.get(), at, "seconds")});
+        tally.groups_in_all = IntegerOf(rows.get(), at, "groups_in_all");
+    }
+    return tally;
+}
+
+std::vector<int64_t> NumbersTake(TallyReader *tallies, const std::vector<std::string> &expressions,
+                                 const std::string &table) {
+    std::string sql;
+    for (size_t at = 0; at < expressions.size(); ++at)
+        sql += (at == 0 ? "select " : ", ") + expressions[at] + " as n" + std::to_string(at);
+    const ResultHandle rows = RowsTake(tallies, sql + " from " + table);
+    std::vector<int64_t> numbers(expressions.size());
+    for (size_t at = 0; rows != nullptr && at < numbers.size(); ++at)
+        numbers[at] = IntegerOf(rows.get(), 0, ("n" + std::to_string(at)).c_str());
+    return numbers;
+}
+
+void MomentBegin(TallyReader *tallies) {
+    VELUDB *database = CatalogueConnect(tallies->reader, Catalogue::media);
+    tallies->failed = tallies->failed || database == nullptr;
+    if (tallies->failed)
+        return;
+    // SQLite has no other kind.
+    const bool is_sqlite = strcmp(VELUDBEngineName(database), "sqlite") == 0;
+    Order(tallies, is_sqlite ? "begin" : "begin isolation level repeatable read read only");
+}
+
+void MomentEnd(TallyReader *tallies) {
+    Order(tallies, "commit");
+}
+
+std::string WithTail(const std::string &table) {
+    constexpr int kTail = 12;
+    const std::string tail = std::to_string(kTail);
+    return "(select substr(path, case when length(path) > " + tail + " then length(path) - " + tail +
+           " + 1 else 1 end) as tail, file_size, duration from " + table + ") as tails";
+}

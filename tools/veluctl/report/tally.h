@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The catalogue summed up by the database itself: a query gives a few groups, however many rows there are.
+#pragma once
+
+#include <stdint.h>
+
+#include <string>
+#include <vector>
+
+#include "tools/veluctl/catalogue_reader.h"
+
+struct Group {
+    std::string name;
+    int64_t files = 0;
+    double bytes = 0;
+    double seconds = 0;
+};
+
+struct Tally {
+    std::vector<Group> groups; // most files first, those of the same number in the order of their names
+    int64_t groups_in_all = 0; // with those beyond the limit
+};
+
+struct TallyReader {
+    CatalogueReader *reader;
+    bool failed = false; // some query did, with the reason in the reader
+};
+
+// What rows are to be grouped by, and which of them. All three are SQL that both engines understand.
+struct TallyQuery {
+    std::string name;
+    std::string table;
+    std::string condition = {}; // none: all rows
+    size_t limit = 0;           // 0: as many groups as a page can need
+};
+
+Tally TallyTake(TallyReader *tallies, const TallyQuery &query);
+
+// One row of numbers, by the names of the expressions that make them. Empty on failure.
+std::vector<int64_t> NumbersTake(TallyReader *tallies, const std::vector<std::string> &expressions,
+                                 const std::string &table);
+
+// Between these two, all that is read is of one moment, whatever the daemon writes.
+void MomentBegin(TallyReader *tallies);
+void MomentEnd(TallyReader *tallies);
+
+// A duration of more than this is that of a damaged file.
+inline constexpr int64_t kSecondsMax = 30 * 24 * 3600;
+
+// --- Expressions that tallies group by ---------------------------------------------------------------------
+
+// The extension of `path` in small letters.
+inline constexpr char kExtension[] = "lower(substr(tail, length(rtrim(tail, replace(tail, '.', ''))) + 1))";
+// Rows with the end of their path, long enough for every extension. Paths are long and this is done for each.
+std::string WithTail(const std::string &table);
