@@ -19,7 +19,7 @@ void FactsTake(Report *report) {
                      {"photo", "Pictures", "pictures"},
                      {"playlist", "Playlists", "playlists"}};
     for (KindFacts &kind : report->kinds) {
-        kind.formats = TallyTake(&report->tallies, {kExtension, WithTail(kind.table.text)});
+        kind.formats = FormatsTake(&report->tallies, kind.table.text);
         for (const Group &format : kind.formats.groups)
             Add(&kind.total, format);
         Add(&report->total, kind.total);

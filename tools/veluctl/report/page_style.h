@@ -23,6 +23,7 @@ h3{font-size:1rem;margin-bottom:.7rem}
 .eyebrow{font-size:.8rem;letter-spacing:.09em;text-transform:uppercase;color:var(--soft)}
 .made,.note,footer{color:var(--soft)}
 .made{margin-top:.4rem}
+.cards>.note{margin:0 0 1rem}
 .note{font-size:.85rem;margin-top:.7rem}
 footer{font-size:.85rem;margin-top:3rem;border-top:1px solid var(--line);padding-top:1rem}
 code,pre{font-family:ui-monospace,"DejaVu Sans Mono",Menlo,Consolas,monospace;font-size:.9em}

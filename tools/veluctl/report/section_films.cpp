@@ -8,15 +8,12 @@ namespace {
 constexpr char kTable[] = "video";
 
 const Histogram &Heights() {
-    static const Histogram histogram = {"Resolution",
-                                        "Picture",
-                                        "Files",
-                                        {{1, "below DVD"},
-                                         {2, "like DVD"},
-                                         {3, "HD (720)"},
-                                         {4, "Full HD (1080)"},
-                                         {5, "4K and more"}},
-                                        "without a known size."};
+    static const Histogram histogram = {
+        "Resolution",
+        "Picture",
+        "Files",
+        {{1, "below DVD"}, {2, "like DVD"}, {3, "HD (720)"}, {4, "Full HD (1080)"}, {5, "4K and more"}},
+        "without a known size."};
     return histogram;
 }
 

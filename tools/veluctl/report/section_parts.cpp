@@ -29,8 +29,9 @@ void FormatsWrite(Report *report, Kind kind) {
     Bars bars = {"Formats", "Extension", "Files", "Size"};
     const std::vector<Group> &groups = report->kinds[kind].formats.groups;
     for (size_t at = 0; at < std::min(groups.size(), kFormats); ++at)
-        bars.bars.push_back({groups[at].name, static_cast<double>(groups[at].files),
-                             CountText(groups[at].files), SizeText(groups[at].bytes)});
+        bars.bars.push_back({groups[at].name.empty() ? "none" : groups[at].name,
+                             static_cast<double>(groups[at].files), CountText(groups[at].files),
+                             SizeText(groups[at].bytes)});
     if (groups.size() > kFormats)
         bars.note =
             "and " + CountedText(static_cast<int64_t>(groups.size() - kFormats), "other", "others") + ".";

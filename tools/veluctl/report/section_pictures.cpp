@@ -70,11 +70,9 @@ void CamerasWrite(Report *report) {
     const Tally tally =
         TallyTake(&report->tallies, {kCamera, kTable, "camera_make <> '' or camera_model <> ''", kCameras});
     Bars bars = {"Cameras", "Camera", "Pictures", "Size"};
-    int64_t shown = 0;
     for (const Group &group : tally.groups) {
         bars.bars.push_back({CameraName(group.name), static_cast<double>(group.files), CountText(group.files),
                              SizeText(group.bytes)});
-        shown += group.files;
     }
     const int64_t others = tally.groups_in_all - static_cast<int64_t>(tally.groups.size());
     if (others > 0)

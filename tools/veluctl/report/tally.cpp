@@ -7,6 +7,7 @@
 
 namespace {
 
+constexpr int kExtensionMax = 5;     // letters; none that the daemon knows has more than four
 constexpr size_t kGroupsMax = 20000; // whatever a program has written into the catalogue
 
 // Sums are real: those of a server's integers have a type of their own, those of SQLite may overflow.
@@ -39,26 +40,9 @@ ResultHandle RowsTake(TallyReader *tallies, const std::string &sql) {
     return rows;
 }
 
-void Order(TallyReader *tallies, const char *sql) {
-    if (!tallies->failed &&
-        VELUDBExecute(tallies->reader->connections[static_cast<size_t>(Catalogue::media)].database.get(), sql,
-                      nullptr) < 0) {
-        tallies->failed = true;
-        tallies->reader->failure = VELUDBErrorGet(
-            tallies->reader->connections[static_cast<size_t>(Catalogue::media)].database.get());
-    }
-}
-
-} // namespace
-
-Tally TallyTake(TallyReader *tallies, const TallyQuery &query) {
-    std::string sql = "select " + query.name + " as name, count(*) as files, " + kBytes + " as bytes, " +
-                      SecondsSum() + " as seconds, count(*) over () as groups_in_all from " + query.table;
-    if (!query.condition.empty())
-        sql += " where " + query.condition;
-    sql +=
-        " group by 1 order by 2 desc, 1 limit " + std::to_string(query.limit != 0 ? query.limit : kGroupsMax);
-    const ResultHandle rows = RowsTake(tallies, sql);
+Tally GroupsTake(TallyReader *tallies, const std::string &select, size_t limit) {
+    const ResultHandle rows = RowsTake(tallies, select + " group by 1 order by 2 desc, 1 limit " +
+                                                    std::to_string(limit != 0 ? limit : kGroupsMax));
     Tally tally;
     for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;) {
         tally.groups.push_back({FieldOf(rows.get(), at, "name"), IntegerOf(rows.get(), at, "files"),
@@ -66,6 +50,41 @@ Tally TallyTake(TallyReader *tallies, const TallyQuery &query) {
         tally.groups_in_all = IntegerOf(rows.get(), at, "groups_in_all");
     }
     return tally;
+}
+
+void Order(TallyReader *tallies, const char *sql) {
+    VELUDB *database = CatalogueConnect(tallies->reader, Catalogue::media);
+    if (database == nullptr) {
+        tallies->failed = true;
+    } else if (!tallies->failed && VELUDBExecute(database, sql, nullptr) < 0) {
+        tallies->failed = true;
+        tallies->reader->failure = VELUDBErrorGet(database);
+    }
+}
+
+} // namespace
+
+Tally TallyTake(TallyReader *tallies, const TallyQuery &query) {
+    std::string sql = "select " + query.name + " as name, count(*) as files, " + kBytes +
+                      " as bytes, count(*) over () as groups_in_all from " + query.table;
+    if (!query.condition.empty())
+        sql += " where " + query.condition;
+    return GroupsTake(tallies, sql, query.limit);
+}
+
+Tally FormatsTake(TallyReader *tallies, const std::string &table) {
+    // Looking for the last dot takes long, so that it is done for the different ends of paths only, which are
+    // few: those as long as the longest extension with its dot.
+    const std::string tail = std::to_string(kExtensionMax + 1);
+    return GroupsTake(
+        tallies,
+        "select case when tail like '%.%' then "
+        "lower(substr(tail, length(rtrim(tail, replace(tail, '.', ''))) + 1)) else '' end as name, "
+        "sum(files) as files, sum(bytes) as bytes, sum(seconds) as seconds, "
+        "count(*) over () as groups_in_all from (select substr(path, case when length(path) > " +
+            tail + " then length(path) - " + tail + " + 1 else 1 end) as tail, " + "count(*) as files, " +
+            kBytes + " as bytes, " + SecondsSum() + " as seconds from " + table + " group by 1) as tails",
+        0);
 }
 
 std::vector<int64_t> NumbersTake(TallyReader *tallies, const std::vector<std::string> &expressions,
@@ -92,11 +111,4 @@ void MomentBegin(TallyReader *tallies) {
 
 void MomentEnd(TallyReader *tallies) {
     Order(tallies, "commit");
-}
-
-std::string WithTail(const std::string &table) {
-    constexpr int kTail = 12;
-    const std::string tail = std::to_string(kTail);
-    return "(select substr(path, case when length(path) > " + tail + " then length(path) - " + tail +
-           " + 1 else 1 end) as tail, file_size, duration from " + table + ") as tails";
 }

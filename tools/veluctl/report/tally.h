@@ -14,7 +14,7 @@ struct Group {
     std::string name;
     int64_t files = 0;
     double bytes = 0;
-    double seconds = 0;
+    double seconds = 0; // of playing time
 };
 
 struct Tally {
@@ -35,7 +35,11 @@ struct TallyQuery {
     size_t limit = 0;           // 0: as many groups as a page can need
 };
 
+// Without playing times.
 Tally TallyTake(TallyReader *tallies, const TallyQuery &query);
+
+// A whole table by the extensions of its files, in small letters.
+Tally FormatsTake(TallyReader *tallies, const std::string &table);
 
 // One row of numbers, by the names of the expressions that make them. Empty on failure.
 std::vector<int64_t> NumbersTake(TallyReader *tallies, const std::vector<std::string> &expressions,
@@ -47,10 +51,3 @@ void MomentEnd(TallyReader *tallies);
 
 // A duration of more than this is that of a damaged file.
 inline constexpr int64_t kSecondsMax = 30 * 24 * 3600;
-
-// --- Expressions that tallies group by ---------------------------------------------------------------------
-
-// The extension of `path` in small letters.
-inline constexpr char kExtension[] = "lower(substr(tail, length(rtrim(tail, replace(tail, '.', ''))) + 1))";
-// Rows with the end of their path, long enough for every extension. Paths are long and this is done for each.
-std::string WithTail(const std::string &table);
