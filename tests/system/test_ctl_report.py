@@ -5,13 +5,13 @@ import collections
 import json
 import os
 import re
+import sqlite3
 import subprocess
 
 import pytest
 
 from harness import media
 from harness.browser import browser
-from harness.catalogue import ON_SERVER
 from harness.page import NARROW_SPACE, Page
 
 DONE, UNREACHABLE, FAILED = 0, 6, 8
@@ -162,7 +162,6 @@ def test_an_empty_catalogue_has_a_friendly_page(daemon):
 
 @pytest.mark.sqlite
 def test_absurd_values_stay_on_the_page(library):
-    import sqlite3  # pylint: disable=import-outside-toplevel
     connection = sqlite3.connect(library.box.path("/var/lib/velu/mediaserver.db"))
     connection.executemany(
         "insert into music (path, album, artist, genre, year, duration, audio_bitrate, sample_rate, file_size, create_time,"
@@ -218,15 +217,13 @@ def colours_of(picture):
 
 def stretch_over_years(box):
     """Rows of several years, so that there is a chart."""
-    if ON_SERVER:
-        return
-    import sqlite3  # pylint: disable=import-outside-toplevel
     connection = sqlite3.connect(box.box.path("/var/lib/velu/mediaserver.db"))
     connection.execute("update music set create_time = '2019-03-07 08:09:10' where path like '%.flac'")
     connection.commit()
     connection.close()
 
 
+@pytest.mark.sqlite
 def test_a_browser_shows_it_on_a_phone_and_on_a_desk(library):
     stretch_over_years(library)
     page_of(library)

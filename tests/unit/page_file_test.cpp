@@ -5,7 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tests/unit/test_files.h"
+#include <filesystem>
+#include <fstream>
 
 namespace {
 
