@@ -19,7 +19,7 @@ namespace {
 
 constexpr char kLogName[] = "aac.c";
 constexpr char kConfigFile[] = "/etc/veluinfo.conf";
-constexpr char kDecoderDefault[] = "/usr/bin/faad";
+constexpr char kDecoderDefault[] = VELU_AAC_DECODER;
 constexpr size_t kDecoderSize = 1024;
 constexpr size_t kCommandSize = 4096;
 
