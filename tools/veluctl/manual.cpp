@@ -122,11 +122,11 @@ Looking needs the right to read the catalogues, which everybody has by default; 
 } // namespace
 
 std::string ManualPage(const CLI::App &app) {
-    std::string page = ".TH VELUCTL 1 \"\" \"veluindexd\" \"User Commands\"\n.SH NAME\nveluctl \\- " +
-                       Roff(app.get_description()) +
-                       "\n.SH SYNOPSIS\n.B veluctl\n.I COMMAND\n[\\fIOPTION\\fR...]\n" +
-                       ".SH DESCRIPTION\nThe person's side of\n.BR veluindexd (8):\n" +
-                       "asks it for work through its queue and shows what it has catalogued.\n";
+    std::string page =
+        ".TH VELUCTL 1 \"2026-11-21\" \"veluindexd\" \"User Commands\"\n.SH NAME\nveluctl \\- " +
+        Roff(app.get_description()) + "\n.SH SYNOPSIS\n.B veluctl\n.I COMMAND\n[\\fIOPTION\\fR...]\n" +
+        ".SH DESCRIPTION\nThe person's side of\n.BR veluindexd (8):\n" +
+        "asks it for work through its queue and shows what it has catalogued.\n";
     std::string group;
     for (const CLI::App *command : CommandsOf(app)) {
         if (command->get_group() != group) {
