@@ -1,0 +1,89 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""Fixtures of the tests of the packages: the packages themselves, what is in them, and a machine to install them on.
+
+The packages are what scripts/package has put into build/package.
+"""
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+
+import pytest
+
+sys.path.insert(0, str(pathlib.Path(__file__).parent))
+sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "system"))
+from harness import media  # noqa: E402
+from machine import Machine, make_root  # noqa: E402
+
+TREE = pathlib.Path(__file__).resolve().parents[2]
+BUILT = TREE / "build/package"
+ROOTS = TREE / "build/package-root"
+NAMES = ("veluindexd", "veluindexd-postgresql")
+
+
+def field(package, name):
+    return subprocess.run(["dpkg-deb", "-f", package, name], capture_output=True, text=True, check=True).stdout.strip()
+
+
+@pytest.fixture(scope="session")
+def packages():
+    """Name -> file of each package."""
+    found = {name: list(BUILT.glob(f"{name}_*.deb")) for name in NAMES}
+    assert all(len(files) == 1 for files in found.values()), f"run scripts/package: {found}"
+    return {name: files[0] for name, files in found.items()}
+
+
+@pytest.fixture(scope="session")
+def unpacked(packages, tmp_path_factory):
+    """The files of the daemon's package."""
+    folder = tmp_path_factory.mktemp("unpacked")
+    subprocess.run(["dpkg-deb", "-x", packages["veluindexd"], folder], check=True)
+    return folder
+
+
+def next_version(package, folder):
+    """The same package as of one version later."""
+    name, version = field(package, "Package"), field(package, "Version")
+    tree = folder / name
+    subprocess.run(["dpkg-deb", "-R", package, tree], check=True)
+    control = tree / "DEBIAN/control"
+    control.write_text(control.read_text(encoding="utf-8").replace(version, version + "+1"), encoding="utf-8")
+    subprocess.run(["dpkg-deb", "-Znone", "-b", tree, folder / f"{name}.deb"], check=True, capture_output=True)
+    shutil.rmtree(tree)
+
+
+@pytest.fixture(scope="session")
+def shared(packages, tmp_path_factory):
+    """What the machine sees in /mnt: the packages in new/ and, of a later version, in newer/; media files in media/."""
+    folder = tmp_path_factory.mktemp("shared")
+    for name in ("new", "newer", "media"):
+        (folder / name).mkdir()
+    for name, package in packages.items():
+        shutil.copy(package, folder / "new" / f"{name}.deb")
+        next_version(package, folder / "newer")
+    wav = f"{folder}/tone.wav"
+    media.tone(wav)
+    media.mp3(f"{folder}/media/song.mp3", wav, title="First Song", artist="The Players", album="Early Works")
+    media.audio(f"{folder}/media/tone.aac", wav)
+    media.audio(f"{folder}/media/tone.ogg", wav, "-c:a", "libvorbis", title="Second Song")
+    folder.chmod(0o755)
+    return folder
+
+
+@pytest.fixture(scope="session")
+def machine(packages, shared, tmp_path_factory):
+    """A booted machine that has what the packages depend on, and nothing of the packages."""
+    depends = [part for package in packages.values() for part in field(package, "Depends").split(",")]
+    names = [re.split(r"[ (|]", part.strip())[0] for part in depends]
+    base = make_root(ROOTS, [name for name in names if name not in NAMES])
+    # Not below /tmp, which may be in memory and no place for a layer.
+    folder = BUILT / "machine"
+    shutil.rmtree(folder, ignore_errors=True)
+    made = Machine(base, folder, shared)
+    try:
+        made.boot()
+        yield made
+    finally:
+        made.close()
+        shutil.rmtree(folder)

@@ -1,0 +1,120 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""A small Debian machine that boots: systemd in a container over a throw-away layer of a clean root."""
+import hashlib
+import os
+import pathlib
+import shutil
+import stat
+import subprocess
+import time
+
+SUITE = "bookworm"
+# Beside apt and what a package of ours depends on: an init to start services, and man to read the manuals.
+PACKAGES = ("systemd-sysv", "man-db")
+# Of other packages, nobody reads these here. The folders stay: a package that is removed must not be the last in them.
+EXCLUDED = ("/usr/share/locale/*/*", "/usr/share/doc/*/*", "/usr/share/man/man*/*")
+SETTINGS = ("env", "-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", "HOME=/root", "LC_ALL=C.UTF-8", "DEBIAN_FRONTEND=noninteractive")
+BOOT_SECONDS = 60
+
+
+class MachineError(Exception):
+    """The machine cannot be made, or does not start."""
+
+
+def make_root(folder, dependencies):
+    """A clean root in `folder`/NAME, where NAME stands for what is in it: made at most once a week."""
+    wanted = sorted({*PACKAGES, *dependencies})
+    name = hashlib.sha256("\n".join([SUITE, time.strftime("%G-%V"), *EXCLUDED, *wanted]).encode()).hexdigest()[:16]
+    root = folder / name
+    if root.is_dir():
+        return root
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    made = folder / "unfinished"
+    # Excluded are files of the root's own packages alone, hence the removal of the setting from the root.
+    command = ["mmdebstrap", "--mode=root", "--variant=apt", f"--include={','.join(wanted)}",
+               "--dpkgopt=force-unsafe-io", *(f"--dpkgopt=path-exclude={pattern}" for pattern in EXCLUDED),
+               "--customize-hook=rm -f $1/etc/dpkg/dpkg.cfg.d/99mmdebstrap", SUITE, str(made)]
+    done = subprocess.run(command, capture_output=True, text=True, check=False)
+    if done.returncode:
+        raise MachineError("mmdebstrap failed: " + done.stderr[-2000:])
+    made.rename(root)
+    return root
+
+
+class Machine:
+    """`run` does a command in it, as root."""
+
+    def __init__(self, base, folder, shared):
+        self.folder = folder
+        self.root = folder / "root"
+        self.shared = shared
+        self.container = None
+        self.leader = 0
+        for name in ("root", "upper", "work"):
+            (folder / name).mkdir(parents=True)
+        layers = f"lowerdir={base},upperdir={folder}/upper,workdir={folder}/work"
+        subprocess.run(["mount", "-t", "overlay", "-o", layers, "velu-package", self.root], check=True)
+
+    def boot(self):
+        """Returns when the machine has reached its usual state."""
+        command = ["systemd-nspawn", "--quiet", f"--directory={self.root}", "--machine=velu-package", "--boot",
+                   "--register=no", "--keep-unit", "--private-network", "--link-journal=no", "--resolv-conf=off",
+                   "--timezone=off", "--console=pipe", f"--bind-ro={self.shared}:/mnt"]
+        log = self.folder / "console.log"
+        with open(log, "wb") as console:
+            self.container = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=console, stderr=console)
+        end = time.monotonic() + BOOT_SECONDS
+        while not self._is_up():
+            if self.container.poll() is not None or time.monotonic() > end:
+                raise MachineError("the container does not boot (it needs root and a kernel that lets it mount): "
+                                   + log.read_text(errors="replace")[-3000:])
+            time.sleep(0.1)
+
+    def _is_up(self):
+        children = pathlib.Path(f"/proc/{self.container.pid}/task/{self.container.pid}/children").read_text(encoding="ascii")
+        self.leader = int(children.split()[0]) if children else 0
+        return self.leader and self.run("systemctl", "is-active", "multi-user.target", check=False).returncode == 0
+
+    def run(self, *command, check=True):
+        """Does a command. What it prints is in `stdout`, complaints included."""
+        done = subprocess.run(["nsenter", "-t", str(self.leader), "-m", "-u", "-i", "-n", "-p", "-C", *SETTINGS, *command],
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
+        assert not check or done.returncode == 0, f"{' '.join(command)}: {done.returncode}\n{done.stdout}"
+        return done
+
+    def halt(self):
+        """Shuts down in order."""
+        if self.container is not None:
+            self.container.terminate()
+            self.container.wait(BOOT_SECONDS)
+            self.container = None
+
+    def close(self):
+        try:
+            self.halt()
+        finally:
+            if self.container is not None:
+                self.container.kill()
+                self.container.wait()
+            subprocess.run(["umount", self.root], check=True)
+
+    def files(self):
+        """Everything on the machine's disk: path -> what would tell of a change."""
+        found = {}
+        for folder, directories, names in os.walk(self.root):
+            for name in directories + names:
+                path = os.path.join(folder, name)
+                found[path[len(str(self.root)):]] = _state(path)
+        return found
+
+
+def _state(path):
+    status = os.lstat(path)
+    content = ""
+    if stat.S_ISLNK(status.st_mode):
+        content = os.readlink(path)
+    elif stat.S_ISREG(status.st_mode):
+        with open(path, "rb") as file:
+            content = hashlib.file_digest(file, "sha1").hexdigest()
+    return status.st_mode, status.st_uid, status.st_gid, content

@@ -1,0 +1,162 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The life of the packages on a machine, from the first install to the purge. The tests are its chapters: each goes on
+where the one before has left the machine."""
+import contextlib
+import re
+import sqlite3
+import subprocess
+
+import pytest
+
+QUEUE = "/var/spool/velu_indexing_queue"
+SONG = "/srv/music/song.mp3"
+SERVER = 'mediadb="postgresql:///velu?host=/run/none"\n'
+
+# What dpkg, apt, man and systemd keep of any package that was there.
+TRACES_OF_OTHERS = re.compile(r"""
+    /var/lib/dpkg/status-old | /var/lib/apt/lists/auxfiles | /var/lib/apt/extended_states
+  | /var/cache/apt/(src)?pkgcache\.bin | /var/cache/man/index\.db
+  | /var/log/(dpkg\.log | wtmp | apt/(eipp\.log\.xz | history\.log | term\.log) | journal/\w+/[\w@-]+\.journal)
+""", re.VERBOSE)
+
+
+@pytest.fixture(scope="module")
+def before(machine):
+    machine.run("mkdir", "-p", "/srv/music", "/home/ann/Music")
+    machine.run("cp", "/mnt/media/song.mp3", "/mnt/media/tone.aac", "/srv/music")
+    machine.run("cp", "/mnt/media/tone.ogg", "/home/ann/Music")
+    machine.run("chmod", "0700", "/home/ann")
+    return machine.files()
+
+
+def main_pid(machine):
+    return int(machine.run("systemctl", "show", "--value", "-p", "MainPID", "veluindexd").stdout)
+
+
+def is_active(machine, unit="veluindexd"):
+    return machine.run("systemctl", "is-active", unit, check=False).stdout.strip()
+
+
+def is_enabled(machine, unit="veluindexd"):
+    return machine.run("systemctl", "is-enabled", unit, check=False).stdout.strip()
+
+
+def rows(machine):
+    """The music of the catalogue, as any program reads it: path -> row."""
+    file = f"file:{machine.root}/var/lib/velu/mediaserver.db?mode=ro"
+    with contextlib.closing(sqlite3.connect(file, uri=True, timeout=10)) as catalogue:
+        catalogue.row_factory = sqlite3.Row
+        return {row["path"]: dict(row) for row in catalogue.execute("select * from music")}
+
+
+def wait_for_queue(machine):
+    """What waited at a start is done at once."""
+    machine.run("timeout", "30", "sh", "-c", f"while [ -e {QUEUE} ] || [ -e {QUEUE}.tmp ]; do sleep 0.1; done")
+
+
+def test_it_is_installed_and_runs(machine, before):
+    assert not [path for path in before if "velu" in path]
+    machine.run("apt-get", "install", "-y", "/mnt/new/veluindexd.deb")
+    assert is_active(machine) == "active" and is_enabled(machine) == "enabled"
+    assert machine.run("cat", f"/proc/{main_pid(machine)}/comm").stdout == "veluindexd\n"
+    status = machine.run("cat", f"/proc/{main_pid(machine)}/status").stdout
+    assert int(re.search(r"CapBnd:\s*(\w+)", status)[1], 16).bit_count() == 3
+    assert machine.run("systemd-analyze", "verify", "veluindexd.service").stdout == ""
+
+
+def test_other_units_wait_for_the_administrator(machine, unpacked):
+    units = [unit.name for unit in unpacked.glob("lib/systemd/system/*.service")]
+    assert "veluindexd.service" in units
+    for unit in units:
+        if unit != "veluindexd.service":
+            assert is_enabled(machine, unit) == "disabled" and is_active(machine, unit) == "inactive"
+
+
+def test_a_folder_is_indexed_without_any_configuration(machine):
+    said = machine.run("veluctl", "add", "--wait", "/srv/music", "/home/ann/Music").stdout
+    assert "2 requests queued." in said
+    found = rows(machine)
+    song, aac, ogg = (found[path] for path in (SONG, "/srv/music/tone.aac", "/home/ann/Music/tone.ogg"))
+    assert (song["title"], song["artist"], song["album"]) == ("First Song", "The Players", "Early Works")
+    assert 0.9 < song["duration"] < 1.2 and song["audio_bitrate"] == 128000
+    assert SONG in machine.run("veluctl", "find", "first song").stdout
+    # One by the tool that the package names, one by the probe.
+    assert aac["sample_rate"] == 44100 and 0.9 < aac["duration"] < 1.2
+    assert ogg["title"] == "Second Song"
+    assert "Failed" not in machine.run("journalctl", "-u", "veluindexd", "--no-pager").stdout
+
+
+def test_the_manuals_can_be_read(machine, unpacked):
+    pages = [page.name.removesuffix(".gz").rpartition(".") for page in unpacked.glob("usr/share/man/man?/*.gz")]
+    assert {"veluindexd", "veluctl", "veluinfo.conf", "velu-catalogue", "velumovedb", "veluaacinfo"} <= {page[0] for page in pages}
+    for name, _, section in pages:
+        assert f"{name.upper()}({section})" in machine.run("man", section, name).stdout
+
+
+def test_a_server_needs_its_package(machine):
+    machine.run("sh", "-c", f"echo '{SERVER}' >/etc/veluinfo.conf")
+    assert "veludb-postgresql.so: cannot open" in machine.run("veluctl", "status", check=False).stdout
+    machine.run("apt-get", "install", "-y", "/mnt/new/veluindexd-postgresql.deb")
+    said = machine.run("veluctl", "status", check=False).stdout
+    assert 'connection to server on socket "/run/none/' in said
+    machine.run("rm", "/etc/veluinfo.conf")
+
+
+def test_what_is_queued_while_it_is_stopped_is_done_at_its_start(machine):
+    machine.run("systemctl", "stop", "veluindexd")
+    assert is_active(machine) == "inactive"
+    machine.run("mv", SONG, "/srv/music/renamed.mp3")
+    assert machine.run("veluctl", "rename", "/srv/music/renamed.mp3", SONG, check=False).returncode == 5
+    machine.run("systemctl", "start", "veluindexd")
+    wait_for_queue(machine)
+    assert {"/srv/music/renamed.mp3", "/srv/music/tone.aac"} == {path for path in rows(machine) if path.startswith("/srv")}
+
+
+def test_it_comes_back_after_a_reboot(machine):
+    kept = rows(machine)
+    machine.run("sh", "-c", f"echo A:/srv/music >>{QUEUE}")
+    machine.halt()
+    machine.boot()
+    assert is_active(machine) == "active"
+    wait_for_queue(machine)
+    assert rows(machine) == kept
+
+
+def test_an_upgrade_keeps_the_catalogue_and_loses_no_request(machine):
+    kept = rows(machine)
+    pid = main_pid(machine)
+    machine.run("mv", "/srv/music/renamed.mp3", SONG)
+    # Without a signal: the old daemon has not seen it when it is replaced.
+    machine.run("sh", "-c", f"echo N:{SONG}:/srv/music/renamed.mp3 >>{QUEUE}")
+    machine.run("apt-get", "install", "-y", "/mnt/newer/veluindexd.deb", "/mnt/newer/veluindexd-postgresql.deb")
+    assert machine.run("dpkg-query", "-W", "-f", "${Version}", "veluindexd").stdout.endswith("+1")
+    assert is_active(machine) == "active" and main_pid(machine) != pid
+    wait_for_queue(machine)
+    assert rows(machine).keys() == kept.keys() - {"/srv/music/renamed.mp3"} | {SONG}
+
+
+def test_removing_it_stops_it_and_keeps_the_data(machine):
+    pid = main_pid(machine)
+    machine.run("sh", "-c", f"echo A:/srv/music >>{QUEUE}")
+    machine.run("apt-get", "remove", "-y", "veluindexd")
+    assert is_active(machine) == "inactive"
+    assert machine.run("test", "-e", f"/proc/{pid}", check=False).returncode == 1
+    machine.run("test", "-s", "/var/lib/velu/mediaserver.db", "-a", "-s", QUEUE)
+    assert machine.run("sh", "-c", "command -v veluctl", check=False).returncode != 0
+
+
+def test_purging_it_leaves_no_trace(machine, before):
+    machine.run("apt-get", "purge", "-y", "veluindexd", "veluindexd-postgresql")
+    assert machine.run("find", "/run", "/tmp", "/dev/shm", "-name", "*velu*").stdout == ""
+    assert "velu" not in machine.run("systemctl", "list-unit-files").stdout
+    assert "velu" not in machine.run("dpkg-query", "-W").stdout
+    machine.halt()
+    after = machine.files()
+    changed = {path for path in before.keys() | after.keys() if before.get(path) != after.get(path)}
+    assert not {path for path in changed if not TRACES_OF_OTHERS.fullmatch(path)}
+
+
+def test_the_packages_have_no_faults(packages):
+    done = subprocess.run(["lintian", "--info", "--pedantic", "--display-info", "--allow-root", "--fail-on=error,warning,info,pedantic",
+                           *packages.values()], capture_output=True, text=True, check=False)
+    assert (done.returncode, done.stdout) == (0, ""), done.stderr
