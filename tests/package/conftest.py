@@ -78,12 +78,9 @@ def machine(packages, shared, tmp_path_factory):
     names = [re.split(r"[ (|]", part.strip())[0] for part in depends]
     base = make_root(ROOTS, [name for name in names if name not in NAMES])
     # Not below /tmp, which may be in memory and no place for a layer.
-    folder = BUILT / "machine"
-    shutil.rmtree(folder, ignore_errors=True)
-    made = Machine(base, folder, shared)
+    made = Machine(base, BUILT / "machine", shared)
     try:
         made.boot()
         yield made
     finally:
         made.close()
-        shutil.rmtree(folder)

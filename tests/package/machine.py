@@ -32,7 +32,8 @@ def make_root(folder, dependencies):
     folder.mkdir(parents=True)
     made = folder / "unfinished"
     # Excluded are files of the root's own packages alone, hence the removal of the setting from the root.
-    command = ["mmdebstrap", "--mode=root", "--variant=apt", f"--include={','.join(wanted)}",
+    # Its mounts end with it, however it ends: no later removal of the folder can get into the host's /dev.
+    command = ["unshare", "--mount", "mmdebstrap", "--mode=root", "--variant=apt", f"--include={','.join(wanted)}",
                "--dpkgopt=force-unsafe-io", *(f"--dpkgopt=path-exclude={pattern}" for pattern in EXCLUDED),
                "--customize-hook=rm -f $1/etc/dpkg/dpkg.cfg.d/99mmdebstrap", SUITE, str(made)]
     done = subprocess.run(command, capture_output=True, text=True, check=False)
@@ -51,6 +52,9 @@ class Machine:
         self.shared = shared
         self.container = None
         self.leader = 0
+        if self.root.is_mount():  # a run before has been killed
+            subprocess.run(["umount", self.root], check=True)
+        shutil.rmtree(folder, ignore_errors=True)
         for name in ("root", "upper", "work"):
             (folder / name).mkdir(parents=True)
         layers = f"lowerdir={base},upperdir={folder}/upper,workdir={folder}/work"
@@ -58,7 +62,7 @@ class Machine:
 
     def boot(self):
         """Returns when the machine has reached its usual state."""
-        command = ["systemd-nspawn", "--quiet", f"--directory={self.root}", "--machine=velu-package", "--boot",
+        command = ["setpriv", "--pdeathsig", "TERM", "systemd-nspawn", "--quiet", f"--directory={self.root}", "--machine=velu-package", "--boot",
                    "--register=no", "--keep-unit", "--private-network", "--link-journal=no", "--resolv-conf=off",
                    "--timezone=off", "--console=pipe", f"--bind-ro={self.shared}:/mnt"]
         log = self.folder / "console.log"
@@ -98,6 +102,7 @@ class Machine:
                 self.container.kill()
                 self.container.wait()
             subprocess.run(["umount", self.root], check=True)
+            shutil.rmtree(self.folder)
 
     def files(self):
         """Everything on the machine's disk: path -> what would tell of a change."""
