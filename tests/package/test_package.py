@@ -15,7 +15,7 @@ SERVER = 'mediadb="postgresql:///velu?host=/run/none"\n'
 # What dpkg, apt, man and systemd keep of any package that was there.
 TRACES_OF_OTHERS = re.compile(r"""
     /var/lib/dpkg/status-old | /var/lib/apt/lists/auxfiles | /var/lib/apt/extended_states
-  | /var/cache/apt/(src)?pkgcache\.bin | /var/cache/man/(index\.db | cat\d(/[\w.-]+\.gz)?)
+  | /var/cache/apt/(src)?pkgcache\.bin | /var/cache/man/(index\.db | cat\d(/[\w.-]+\.gz)? | (\w+/)?CACHEDIR\.TAG)
   | /var/log/(dpkg\.log | wtmp | apt/(eipp\.log\.xz | history\.log | term\.log) | journal/\w+/[\w@-]+\.journal)
 """, re.VERBOSE)
 
