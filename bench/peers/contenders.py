@@ -57,13 +57,28 @@ def share_of(kind):
     return "/volume1/photo" if kind.startswith("photo") else "/volume1/music"
 
 
-class Floor:
-    name = "floor"
-    program = BINARIES / "peers_floor"
+def set_up(root, name, configuration, kind):
+    """Makes a program's own folder and its configuration, which is set for the share of a corpus. Gives its path."""
+    (root / f"tmp/{name}").mkdir()
+    (root / f"tmp/{name}.conf").write_text(configuration.format(share=share_of(kind)))
+    return f"/tmp/{name}.conf"
+
+
+class Contender:
+    """One that takes every corpus and indexes all of its files."""
 
     @staticmethod
     def takes(_kind):
         return True
+
+    @staticmethod
+    def expected(_kind, files):
+        return files
+
+
+class Floor(Contender):
+    name = "floor"
+    program = BINARIES / "peers_floor"
 
     def prepare(self, _root, kind):
         return {"arguments": [str(self.program), share_of(kind)], "end": "exit"}
@@ -72,18 +87,10 @@ class Floor:
     def indexed(root, _told):
         return int(re.match(r"(\d+) files", (root / "tmp/output").read_text())[1])
 
-    @staticmethod
-    def expected(_kind, files):
-        return files
 
-
-class Velu:
+class Velu(Contender):
     name = "veluindexd"
     program = BINARIES / "veluindexd"
-
-    @staticmethod
-    def takes(_kind):
-        return True
 
     def prepare(self, root, kind):
         """What waits in the queue at the start is done at once: no time passes between the start and the run."""
@@ -97,12 +104,8 @@ class Velu:
         media = " + ".join(f"(select count(*) from {table})" for table in ("music", "video", "photo"))
         return count(root / "var/lib/velu/mediaserver.db", f"select {media}")
 
-    @staticmethod
-    def expected(_kind, files):
-        return files
 
-
-class Minidlna:
+class Minidlna(Contender):
     name = "minidlna"
     program = pathlib.Path("/usr/sbin/minidlnad")
 
@@ -111,9 +114,8 @@ class Minidlna:
         return kind != "photo-library"
 
     def prepare(self, root, kind):
-        (root / "tmp/minidlna").mkdir()
-        (root / "tmp/minidlna.conf").write_text(MINIDLNA_CONFIGURATION.format(share=share_of(kind)))
-        return {"arguments": [*ALONE, str(self.program), "-S", "-R", "-f", "/tmp/minidlna.conf", "-P", "/tmp/minidlna.pid"],
+        file = set_up(root, self.name, MINIDLNA_CONFIGURATION, kind)
+        return {"arguments": [*ALONE, str(self.program), "-S", "-R", "-f", file, "-P", "/tmp/minidlna.pid"],
                 "end": "line", "path": "/tmp/minidlna/minidlna.log", "text": "Finished parsing playlists",
                 "begin": "/tmp/minidlna/minidlna.log", "begin_text": "Scanning " + share_of(kind)}
 
@@ -121,12 +123,8 @@ class Minidlna:
     def indexed(root, _told):
         return count(root / "tmp/minidlna/files.db", "select count(*) from DETAILS where MIME is not null")
 
-    @staticmethod
-    def expected(_kind, files):
-        return files
 
-
-class Mpd:
+class Mpd(Contender):
     name = "mpd"
     program = pathlib.Path("/usr/bin/mpd")
 
@@ -135,9 +133,8 @@ class Mpd:
         return not kind.startswith("photo") and kind != "mixed"
 
     def prepare(self, root, kind):
-        (root / "tmp/mpd").mkdir()
-        (root / "tmp/mpd.conf").write_text(MPD_CONFIGURATION.format(share=share_of(kind)))
-        return {"arguments": [*ALONE, str(self.program), "--no-daemon", "/tmp/mpd.conf"], "end": "update",
+        file = set_up(root, self.name, MPD_CONFIGURATION, kind)
+        return {"arguments": [*ALONE, str(self.program), "--no-daemon", file], "end": "update",
                 "path": "/tmp/mpd/socket", "begin": "/tmp/mpd/socket"}
 
     @staticmethod
