@@ -23,7 +23,7 @@ class Finding(Exception):
 
 
 class SoakDaemon(Daemon):
-    """A daemon with the decoder that it is shipped with, and the photo library on."""
+    """A daemon whose sanitizers give memory back soon, so that what grows is the daemon's."""
 
     def environment(self):
         setting = super().environment()
