@@ -4,6 +4,7 @@
 The binary is build/release/bin/veluindexd, or the one that VELU_BINARY names. VELU_ENGINE=postgresql lets the daemons
 have their catalogues on the server that tests/postgres has started around the run.
 """
+import contextlib
 import fcntl
 import os
 import pathlib
@@ -96,13 +97,18 @@ def make_daemon(binary, faketime):
         return made[-1]
 
     yield make
-    for daemon in made:
-        try:
-            daemon.check_sanitizers()
-            if daemon.pid:
-                assert daemon.alive(), f"the daemon has died; log: {daemon.log.texts()[-20:]}"
-        finally:
-            daemon.close()
+    # Each is checked and goes, whatever the check of another says.
+    with contextlib.ExitStack() as ends:
+        for daemon in made:
+            ends.callback(daemon.close)
+            ends.callback(check_end, daemon)
+
+
+def check_end(daemon):
+    """What has to hold of every daemon when its test is over."""
+    daemon.check_sanitizers()
+    if daemon.pid:
+        assert daemon.alive(), f"the daemon has died; log: {daemon.log.texts()[-20:]}"
 
 
 @pytest.fixture
