@@ -11,6 +11,7 @@
 #include "platform/index/rows.h"
 #include "platform/index/run.h"
 #include "platform/index/text.h"
+#include "platform/path.h"
 #include "platform/photo_record.h"
 #include "platform/veluindex.h"
 
@@ -104,15 +105,11 @@ bool HasManyPaths(const PhotoPathList *list) {
     return count == kRenamedAtOnce;
 }
 
-bool IsAtOrUnder(const std::string &path, const std::string &directory) {
-    return path == directory || path.compare(0, directory.size() + 1, directory + '/') == 0;
-}
-
 // True when no row has to give way, or to wait for another to move, so that rows may move in any order.
 bool MayMoveTogether(const std::string &from, const std::string &to) {
     static const int statement =
         StoreStatement("select path from photo_image where path = $1 or (path >= $2 and path < $3) limit 1");
-    if (IsAtOrUnder(from, to) || IsAtOrUnder(to, from))
+    if (PathIsAtOrUnder(from, to) || PathIsAtOrUnder(to, from))
         return false;
     const PathRange range = RangeUnder(to);
     VELUDBResult *rows =
@@ -217,7 +214,7 @@ int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const c
     int result = 0;
     for (const PhotoPathList *node = list; node != nullptr; node = node->next) {
         const std::string path = node->path;
-        if (!IsAtOrUnder(path, from))
+        if (!PathIsAtOrUnder(path, from))
             continue;
         portion.push_back(RenamedTo(path, to + path.substr(from.size())));
         if (portion.size() < kRenamedAtOnce)

@@ -4,7 +4,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
-#include <stdio.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -27,15 +26,17 @@ int PidfdSignal(int process, int number) {
 }
 
 bool IsDaemon(pid_t pid) {
-    char path[64];
-    snprintf(path, sizeof path, "/proc/%d/comm", static_cast<int>(pid));
-    const FdHandle file(open(path, O_RDONLY | O_CLOEXEC));
+    const FdHandle file(open(ProcPath(pid, "comm").c_str(), O_RDONLY | O_CLOEXEC));
     char name[32];
     const ssize_t length = file ? read(file.get(), name, sizeof name) : -1;
     return length > 0 && std::string_view(name, static_cast<size_t>(length)) == kDaemonName;
 }
 
 } // namespace
+
+std::string ProcPath(pid_t pid, const char *name) {
+    return "/proc/" + std::to_string(pid) + '/' + name;
+}
 
 pid_t DaemonFind() {
     const pid_t pid = KLIBReadPidFile(kDaemonPidFile);

@@ -5,6 +5,8 @@
 
 #include <sys/types.h>
 
+#include <string>
+
 inline constexpr char kDaemonPidFile[] = "/var/run/veluindexd.pid";
 
 // The daemon's process id; 0 when its pid file is missing or names a process that has ended or is none of the
@@ -13,3 +15,6 @@ pid_t DaemonFind();
 
 // Tells the daemon that work is queued. Returns 0, or an error number: ESRCH when no daemon runs.
 [[nodiscard]] int DaemonWake();
+
+// The file of a process in /proc.
+[[nodiscard]] std::string ProcPath(pid_t pid, const char *name);

@@ -11,6 +11,7 @@
 
 #include "catalogue/shares.h"
 #include "platform/handle.h"
+#include "platform/path.h"
 
 namespace {
 
@@ -38,7 +39,7 @@ std::string_view NameTake(std::string_view *rest) {
 void ShareLinkReplace(std::string *path) {
     for (const char *link : {kMusicShareLink, kVideoShareLink, kPhotoShareLink}) {
         const std::string_view share = link;
-        if (!path->starts_with(share) || (path->size() > share.size() && (*path)[share.size()] != '/'))
+        if (!PathIsAtOrUnder(*path, share))
             continue;
         char target[kSharePathSize];
         if (ShareTargetGet(link, target) && *target == '/')

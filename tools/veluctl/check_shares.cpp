@@ -16,6 +16,7 @@
 #include "platform/handle.h"
 #include "platform/limits.h"
 #include "platform/media_record.h"
+#include "platform/path.h"
 #include "tools/veluctl/check.h"
 
 namespace {
@@ -35,9 +36,9 @@ struct Check {
     std::string added; // the tree without a row that an earlier finding has indexed whole
 };
 
-bool IsUnder(const std::string &path, const std::string &directory) {
-    return !directory.empty() && path.size() > directory.size() && path.starts_with(directory) &&
-           path[directory.size()] == '/';
+// Whether the tree that is indexed whole by an earlier finding holds a path.
+bool IsAdded(const Check &check, const std::string &path) {
+    return !check.added.empty() && PathIsUnder(path, check.added);
 }
 
 void Find(Check *check, const char *problem, const std::string &path, std::string line) {
@@ -76,7 +77,7 @@ void FileCheck(Check *check, const std::string &path, off_t size) {
     const bool catalogued = row != nullptr && row->media && (row->library || !BelongsToLibrary(path, size));
     if (!catalogued)
         Find(check, kFileWithoutRow, path,
-             IsUnder(path, check->added) ? RepairLine('A', check->added) : RepairLine('a', path));
+             IsAdded(*check, path) ? RepairLine('A', check->added) : RepairLine('a', path));
 }
 
 void DirectoryCheck(Check *check, const std::string &path) {
@@ -85,7 +86,7 @@ void DirectoryCheck(Check *check, const std::string &path) {
         row->seen = true;
     if (row != nullptr && row->directory)
         return;
-    if (!IsUnder(path, check->added))
+    if (!IsAdded(*check, path))
         check->added = path;
     Find(check, kFileWithoutRow, path, RepairLine('A', check->added));
 }

@@ -6,9 +6,8 @@
 #include <string.h>
 #include <unistd.h>
 
-#include <string>
-
 #include "platform/handle.h"
+#include "tools/queue/daemon_process.h"
 
 namespace {
 
@@ -19,7 +18,7 @@ constexpr int kFieldsFromNameToStart = 20;
 } // namespace
 
 time_t ProcessStart(pid_t pid) {
-    const FileHandle file(fopen(("/proc/" + std::to_string(pid) + "/stat").c_str(), "re"));
+    const FileHandle file(fopen(ProcPath(pid, "stat").c_str(), "re"));
     char text[1024]; // fifty numbers and a name of 15 bytes
     const size_t length = file != nullptr ? fread(text, 1, sizeof text - 1, file.get()) : 0;
     text[length] = '\0';

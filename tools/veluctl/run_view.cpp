@@ -16,15 +16,13 @@
 #include "catalogue/shares.h"
 #include "daemon/queue.h"
 #include "daemon/queue_reader.h"
+#include "platform/path.h"
+#include "tools/queue/daemon_process.h"
 #include "tools/queue/queue_writer.h"
 
 namespace {
 
 constexpr size_t kBlock = 64 * 1024;
-
-std::string ProcPath(pid_t pid, const char *name) {
-    return "/proc/" + std::to_string(pid) + '/' + name;
-}
 
 std::string LinkOf(const std::string &link) {
     std::array<char, PATH_MAX> target;
@@ -49,8 +47,7 @@ bool InShare(std::string_view path) {
         char target[kSharePathSize];
         if (!ShareTargetGet(link, target))
             continue;
-        const std::string_view share = target;
-        if (path.starts_with(share) && path.size() > share.size() && path[share.size()] == '/')
+        if (PathIsUnder(path, target))
             return true;
     }
     return false;

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// How paths lie to each other, by their bytes alone: no link is followed and no "." or ".." taken out.
+#pragma once
+
+#include <string_view>
+
+// True for a path below a directory, at any depth. The directory has no slash at its end, so that the root is the
+// empty text, and everything absolute lies under it.
+[[nodiscard]] constexpr bool PathIsUnder(std::string_view path, std::string_view directory) {
+    return path.starts_with(directory) && path.size() > directory.size() && path[directory.size()] == '/';
+}
+
+// The same, and true for the directory itself.
+[[nodiscard]] constexpr bool PathIsAtOrUnder(std::string_view path, std::string_view directory) {
+    return path == directory || PathIsUnder(path, directory);
+}
