@@ -10,6 +10,8 @@
 
 #include "catalogue/features.h"
 #include "catalogue/media.h"
+#include "catalogue/photo.h"
+#include "catalogue/playlist.h"
 #include "daemon/index.h"
 #include "tools/queue/request_line.h"
 #include "tools/queue/request_path.h"
@@ -77,18 +79,16 @@ std::string OutermostMissing(std::string path) {
     return path;
 }
 
-// True for a file that only the file system is asked about.
-bool IsPlain(const std::string &path) {
+const IndexHandler *HandlerOf(const std::string &path) {
     const char *extension = VELUIndexExtGet(path.c_str());
-    const IndexHandler *handler = extension != nullptr ? IndexHandlerFind(extension) : nullptr;
-    return handler == nullptr || handler->add == PlainAudioIndex || handler->add == PlainVideoIndex;
+    return extension != nullptr ? IndexHandlerFind(extension) : nullptr;
 }
 
 // Only sound and film: a picture without EXIF data has nothing to be read, nor has a playlist.
 bool HasReader(const std::string &path) {
-    const char *extension = VELUIndexExtGet(path.c_str());
-    return !IsPlain(path) && BlVELUIndexIsPhotoOnWeb(extension) == 0 && strcasecmp(extension, "m3u") != 0 &&
-           strcasecmp(extension, "wpl") != 0;
+    const IndexHandler *handler = HandlerOf(path);
+    return handler != nullptr && handler->add != PlainAudioIndex && handler->add != PlainVideoIndex &&
+           handler->add != PhotoFileIndex && handler->add != PlaylistFileIndex;
 }
 
 } // namespace

@@ -4,12 +4,12 @@
 #include <errno.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/stat.h>
 
 #include <fstream>
 #include <iostream>
 
 #include "daemon/queue.h"
+#include "platform/velusdk.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/queue/queue_writer.h"
 #include "tools/queue/request_line.h"
@@ -132,13 +132,7 @@ ExitCode ForEachPath(const Options &options, Request request) {
 }
 
 bool Exists(const std::string &path) {
-    struct stat status;
-    return stat(path.c_str(), &status) == 0;
-}
-
-bool IsDirectory(const std::string &path) {
-    struct stat status;
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return BlKLIBFileExist(path.c_str()) != 0;
 }
 
 constexpr char kForceHint[] = " (--force queues it all the same)";
@@ -153,7 +147,7 @@ ExitCode WordSend(char command, const Options &options) {
 
 ExitCode AddCommand(const Options &options) {
     return ForEachPath(options, [&](const std::string &path, Requests *requests) {
-        const RequestLine formed = RequestLineForm(IsDirectory(path) ? 'A' : 'a', path);
+        const RequestLine formed = RequestLineForm(IsDirExist(path.c_str()) != 0 ? 'A' : 'a', path);
         if (formed.refusal.empty() && !options.force && !Exists(path))
             requests->Refuse(path, strerror(errno) + std::string(kForceHint));
         else
