@@ -5,7 +5,7 @@
 //
 // All results are text, as in a result set of either engine's command line: integers in decimal, reals
 // with enough digits to read back, booleans "t" and "f", NULL as a null pointer. Text parameters are bytes
-// without NUL and are stored exactly. A connection belongs to one thread. Only VELUDBOpen logs; any other
+// without NUL and are stored exactly. A connection belongs to one thread. Only opening logs; any other
 // failure leaves its words for VELUDBErrorGet, and callers say what they tried.
 #pragma once
 
@@ -18,6 +18,15 @@ struct VELUDBResult; // a result set, complete in memory and independent of its 
 // Opens `sqlite:PATH` (file and its folder are made when missing) or a `postgresql://` (`postgres://`) URI.
 // Null, and one log line, when the URI is bad or the database cannot be reached.
 VELUDB *VELUDBOpen(const char *uri);
+
+// Opens only what is there: a file that is missing is not made, but fails like a database that cannot be reached.
+VELUDB *VELUDBOpenExisting(const char *uri);
+
+// What the URI of a file begins with.
+inline constexpr char kVELUDBFileScheme[] = "sqlite:";
+
+// The path of the file that a URI names, within it; null for a server or a missing URI.
+const char *VELUDBFileGet(const char *uri);
 
 // Rolls back what is not committed and closes. Null does nothing.
 void VELUDBClose(VELUDB *db);

@@ -38,7 +38,7 @@ bool HasScheme(const std::string &place) {
 }
 
 std::string UriOf(const std::string &place) {
-    return HasScheme(place) ? place : "sqlite:" + std::filesystem::absolute(place).string();
+    return HasScheme(place) ? place : kVELUDBFileScheme + std::filesystem::absolute(place).string();
 }
 
 } // namespace

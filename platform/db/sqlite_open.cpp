@@ -8,15 +8,13 @@
 
 #include <memory>
 
-#include "platform/limits.h"
-
 #include "platform/db/sqlite_connection.h"
+#include "platform/limits.h"
+#include "platform/veludb.h"
 
 int sqlite_busy_milliseconds = kDatabaseBusyMilliseconds;
 
 namespace {
-
-constexpr char kPrefix[] = "sqlite:";
 
 // Everybody may look at the catalogue's folder, its owner alone may change it: the daemon runs with an empty
 // umask, so the mode is given in full. SQLite makes its files 0644 by itself.
@@ -69,7 +67,7 @@ std::string SetUp(sqlite3 *db) {
 } // namespace
 
 void *SqliteOpen(const char *uri, std::string *error) {
-    const std::string file = uri + strlen(kPrefix);
+    const std::string file = VELUDBFileGet(uri);
     // The daemon changes its working directory, so a relative path would name a different file every time.
     if (file.empty() || file.front() != '/' || file.back() == '/') {
         *error = file + ": not an absolute file name";
@@ -77,10 +75,10 @@ void *SqliteOpen(const char *uri, std::string *error) {
     }
     if (!MakeFolders(file, error))
         return nullptr;
+    auto connection = std::make_unique<SqliteConnection>();
     sqlite3 *raw = nullptr;
     constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
     const int result = sqlite3_open_v2(file.c_str(), &raw, kFlags, nullptr);
-    auto connection = std::make_unique<SqliteConnection>();
     connection->db.reset(raw);
     const std::string failure = result != SQLITE_OK ? sqlite3_errmsg(raw) : SetUp(raw);
     if (!failure.empty()) {

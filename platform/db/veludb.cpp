@@ -3,8 +3,10 @@
 // The public calls of libveludb: they choose the engine by the URI's scheme and pass everything on to it.
 #include "platform/veludb.h"
 
+#include <errno.h>
 #include <string.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include <memory>
 #include <new>
@@ -14,14 +16,15 @@
 #include "platform/db/engine.h"
 
 struct VELUDB {
-    const VELUDBEngine *engine;
-    void *connection;
-    bool out_of_memory; // the last failure was ours: its result did not fit into memory
+    const VELUDBEngine *engine = nullptr;
+    void *connection = nullptr;
+    bool out_of_memory = false; // the last failure was ours: there was no memory for it
 };
 
 namespace {
 
 constexpr char kLogName[] = "veludb.c";
+constexpr char kOutOfMemory[] = "out of memory";
 
 struct Scheme {
     std::string_view prefix;
@@ -29,7 +32,7 @@ struct Scheme {
 };
 
 constexpr Scheme kSchemes[] = {
-    {"sqlite:", nullptr},
+    {kVELUDBFileScheme, nullptr},
     {"postgresql://", "veludb-postgresql.so"},
     {"postgres://", "veludb-postgresql.so"},
 };
@@ -46,15 +49,27 @@ const VELUDBEngine *EngineOf(const char *uri, std::string *error) {
     return nullptr;
 }
 
+// Runs `call`, whose failure for want of memory becomes the database's.
+template <typename Call>
+int Guarded(VELUDB *db, Call call) {
+    if (db == nullptr)
+        return -1;
+    db->out_of_memory = false;
+    try {
+        return call();
+    } catch (const std::bad_alloc &) {
+        // A result is as large as somebody's catalogue; the daemon outlives one that does not fit.
+        db->out_of_memory = true;
+        return -1;
+    }
+}
+
 // Runs `call` with a fresh result set, which reaches the caller only on success.
 template <typename Call>
 int WithResult(VELUDB *db, VELUDBResult **result, Call call) {
     if (result != nullptr)
         *result = nullptr;
-    if (db == nullptr)
-        return -1;
-    db->out_of_memory = false;
-    try {
+    return Guarded(db, [&] {
         std::unique_ptr<VELUDBResult> rows;
         if (result != nullptr)
             rows = std::make_unique<VELUDBResult>();
@@ -62,11 +77,7 @@ int WithResult(VELUDB *db, VELUDBResult **result, Call call) {
         if (affected >= 0 && result != nullptr)
             *result = rows.release();
         return affected;
-    } catch (const std::bad_alloc &) {
-        // A result is as large as somebody's catalogue; the daemon outlives one that does not fit.
-        db->out_of_memory = true;
-        return -1;
-    }
+    });
 }
 
 } // namespace
@@ -99,13 +110,31 @@ VELUDB *VELUDBOpen(const char *uri) {
         return nullptr;
     }
     std::string error;
-    const VELUDBEngine *engine = EngineOf(uri, &error);
-    void *connection = engine != nullptr ? engine->open(uri, &error) : nullptr;
-    if (connection == nullptr) {
-        syslog(LOG_ERR, "%s (%d) Failed to open the database. (%s)", kLogName, __LINE__, error.c_str());
-        return nullptr;
+    try {
+        auto db = std::make_unique<VELUDB>();
+        db->engine = EngineOf(uri, &error);
+        db->connection = db->engine != nullptr ? db->engine->open(uri, &error) : nullptr;
+        if (db->connection != nullptr)
+            return db.release();
+    } catch (const std::bad_alloc &) {
+        error = kOutOfMemory;
     }
-    return new VELUDB{engine, connection, false};
+    syslog(LOG_ERR, "%s (%d) Failed to open the database. (%s)", kLogName, __LINE__, error.c_str());
+    return nullptr;
+}
+
+VELUDB *VELUDBOpenExisting(const char *uri) {
+    const char *file = VELUDBFileGet(uri);
+    if (file == nullptr || access(file, F_OK) == 0)
+        return VELUDBOpen(uri);
+    syslog(LOG_ERR, "%s (%d) Failed to open the database. (%s: %s)", kLogName, __LINE__, file,
+           strerror(errno));
+    return nullptr;
+}
+
+const char *VELUDBFileGet(const char *uri) {
+    constexpr size_t kLength = std::string_view(kVELUDBFileScheme).size();
+    return uri != nullptr && strncmp(uri, kVELUDBFileScheme, kLength) == 0 ? uri + kLength : nullptr;
 }
 
 void VELUDBClose(VELUDB *db) {
@@ -126,10 +155,7 @@ int VELUDBExecute(VELUDB *db, const char *sql, VELUDBResult **result) {
 }
 
 int VELUDBPrepare(VELUDB *db, const char *sql) {
-    if (db == nullptr || sql == nullptr)
-        return -1;
-    db->out_of_memory = false;
-    return db->engine->prepare(db->connection, sql);
+    return Guarded(db, [&] { return sql == nullptr ? -1 : db->engine->prepare(db->connection, sql); });
 }
 
 int VELUDBRun(VELUDB *db, int statement, const VELUDBValue *values, size_t count, VELUDBResult **result) {
@@ -139,22 +165,24 @@ int VELUDBRun(VELUDB *db, int statement, const VELUDBValue *values, size_t count
 }
 
 int VELUDBBegin(VELUDB *db) {
-    if (db == nullptr)
-        return -1;
-    db->out_of_memory = false;
-    return db->engine->begin(db->connection);
+    return Guarded(db, [&] { return db->engine->begin(db->connection); });
 }
 
 int VELUDBCommit(VELUDB *db) {
-    if (db == nullptr)
-        return -1;
-    db->out_of_memory = false;
-    return db->engine->commit(db->connection);
+    const int result = Guarded(db, [&] { return db->engine->commit(db->connection); });
+    if (db != nullptr && db->out_of_memory)
+        VELUDBRollback(db); // it may not even have begun
+    return result;
 }
 
 void VELUDBRollback(VELUDB *db) {
-    if (db != nullptr)
+    if (db == nullptr)
+        return;
+    try {
         db->engine->rollback(db->connection);
+    } catch (const std::bad_alloc &) {
+        // A connection that nothing is committed on any more rolls back when it is closed.
+    }
 }
 
 int VELUDBInTransaction(const VELUDB *db) {
@@ -162,16 +190,13 @@ int VELUDBInTransaction(const VELUDB *db) {
 }
 
 int VELUDBSync(VELUDB *db) {
-    if (db == nullptr)
-        return -1;
-    db->out_of_memory = false;
-    return db->engine->sync(db->connection);
+    return Guarded(db, [&] { return db->engine->sync(db->connection); });
 }
 
 const char *VELUDBErrorGet(const VELUDB *db) {
     if (db == nullptr)
         return "no connection";
-    return db->out_of_memory ? "out of memory" : db->engine->error(db->connection);
+    return db->out_of_memory ? kOutOfMemory : db->engine->error(db->connection);
 }
 
 int BlVELUDBStoreFailed(const VELUDB *db) {

@@ -7,7 +7,6 @@
 #include <stdlib.h>
 #include <string.h>
 #include <syslog.h>
-#include <unistd.h>
 
 #include <charconv>
 #include <memory>
@@ -18,7 +17,6 @@
 namespace {
 
 constexpr char kLogName[] = "catalogue_copy.c";
-constexpr char kSqlite[] = "sqlite:";
 constexpr int kPortionRows = 500;
 
 using Database = std::unique_ptr<VELUDB, CloseWith<VELUDBClose>>;
@@ -162,14 +160,8 @@ int CopyTable(VELUDB *from, VELUDB *to, const Table &table, std::vector<TableCop
     return 0;
 }
 
-// An SQLite file that is not there would be made, and moved as an empty catalogue.
 Database OpenSource(Catalogue catalogue, const char *uri) {
-    const bool file = strncmp(uri, kSqlite, strlen(kSqlite)) == 0;
-    if (file && access(uri + strlen(kSqlite), F_OK) != 0) {
-        Fail(uri, "there is no such file");
-        return nullptr;
-    }
-    Database db(VELUDBOpen(uri));
+    Database db(VELUDBOpenExisting(uri));
     if (db == nullptr)
         return nullptr;
     if (SchemaVersion(db.get()) < 0) {

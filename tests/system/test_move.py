@@ -156,7 +156,7 @@ def test_a_row_that_has_no_place_in_the_target_keeps_all_the_others_where_they_a
 def test_what_is_no_catalogue_is_told(daemon, files, move):
     server = daemon.catalogue.places["mediadb"]
     daemon.catalogue.forget()
-    nothing_moved(move(daemon, "media", "/tmp/none.db", server), "[sqlite:/tmp/none.db]", "there is no such file")
+    nothing_moved(move(daemon, "media", "/tmp/none.db", server), "/tmp/none.db: No such file or directory")
     assert not daemon.exists("/tmp/none.db")
     nothing_moved(move(daemon, "media", server, "/tmp/new.db"), "schema_version")
     nothing_moved(move(daemon, "media", server.replace("secret", "mistaken"), "/tmp/new.db"), "password")

@@ -31,7 +31,7 @@ TEST_F(IndexReader, MakesNothing) {
     EXPECT_EQ(VELUIndexReaderOpen(Catalogue::media), nullptr);
     EXPECT_FALSE(std::filesystem::exists("/tmp/reader_test"));
     EXPECT_EQ(LogTakeTexts(),
-              (std::vector<std::string>{"reader.c# Failed to open the database. "
+              (std::vector<std::string>{"veludb.c# Failed to open the database. "
                                         "(/tmp/reader_test/media.db: No such file or directory)"}));
 }
 

@@ -51,12 +51,9 @@ int64_t FileSize(const std::string &path) {
 }
 
 // Bytes on the disk: a file with its log, or what the server says. -1: not known.
-int64_t DatabaseSize(CatalogueReader *reader, Catalogue catalogue, std::string_view uri) {
-    constexpr std::string_view kFileScheme = "sqlite:";
-    if (uri.starts_with(kFileScheme)) {
-        const std::string file(uri.substr(kFileScheme.size()));
-        return FileSize(file) + FileSize(file + "-wal");
-    }
+int64_t DatabaseSize(CatalogueReader *reader, Catalogue catalogue, const char *uri) {
+    if (const char *file = VELUDBFileGet(uri); file != nullptr)
+        return FileSize(file) + FileSize(std::string(file) + "-wal");
     const ResultHandle rows =
         CatalogueQuery(reader, catalogue, "select pg_database_size(current_database()) as n", {});
     const char *size = rows != nullptr ? VELUDBFetchField(rows.get(), 0, "n") : nullptr;
