@@ -4,6 +4,8 @@
 #include <string.h>
 #include <syslog.h>
 
+#include <new>
+
 #include "platform/index/rows.h"
 #include "platform/index/run.h"
 #include "platform/veluindex.h"
@@ -11,6 +13,10 @@
 namespace {
 
 constexpr char kLogName[] = "maintenance.c";
+
+void LogFailure(const char *reason) {
+    syslog(LOG_ERR, "%s (%d) Failed to compact the catalogue. (%s)", kLogName, __LINE__, reason);
+}
 
 int Vacuum(Catalogue catalogue) {
     RunScope scope;
@@ -21,9 +27,18 @@ int Vacuum(Catalogue catalogue) {
         return scope.Finish(-1);
     if (VELUDBExecute(connection->db, "vacuum", nullptr) >= 0)
         return scope.Finish(0);
-    syslog(LOG_ERR, "%s (%d) Failed to compact the catalogue. (%s)", kLogName, __LINE__,
-           VELUDBErrorGet(connection->db));
+    LogFailure(VELUDBErrorGet(connection->db));
     return scope.Finish(-1);
+}
+
+// It belongs to no request that would be done again.
+int VacuumTry(Catalogue catalogue) {
+    try {
+        return Vacuum(catalogue);
+    } catch (const std::bad_alloc &) {
+        LogFailure("out of memory");
+        return -1;
+    }
 }
 
 template <size_t N>
@@ -46,11 +61,11 @@ int TruncateMedia(const char *table) {
 } // namespace
 
 int MediaDBVacuum() {
-    return Vacuum(Catalogue::media);
+    return VacuumTry(Catalogue::media);
 }
 
 int PhotoDBVacuum() {
-    return Vacuum(Catalogue::photo);
+    return VacuumTry(Catalogue::photo);
 }
 
 int VELUTruncateTable(const char *name) {

@@ -9,6 +9,7 @@
 #include <string.h>
 #include <syslog.h>
 
+#include <new>
 #include <utility>
 
 #include "platform/clock.h"
@@ -156,6 +157,23 @@ int OperationFailed(Session *session, const std::string &about) {
     return -1;
 }
 
+void ToDisk() {
+    VELUIndexRunFlush();
+    for (const Session &session : run.sessions) {
+        if (session.connection != nullptr && VELUDBSync(session.connection->db) != 0) {
+            syslog(LOG_ERR, "%s (%d) Failed to bring the catalogue to the disk. (%s)", kLogName, __LINE__,
+                   VELUDBErrorGet(session.connection->db));
+            run.away = true;
+        }
+    }
+    // A row says that its file has a cover: both are on disk before the request is forgotten.
+    if (!CoversSync()) {
+        syslog(LOG_ERR, "%s (%d) Failed to bring the covers to the disk. (%s)", kLogName, __LINE__,
+               strerror(errno));
+        run.away = true;
+    }
+}
+
 } // namespace
 
 int64_t (*run_clock)() = MonotonicMilliseconds;
@@ -235,21 +253,15 @@ int VELUIndexRunFlush() {
 }
 
 int VELUIndexRunEnd() {
-    VELUIndexRunFlush();
-    for (Session &session : run.sessions) {
-        if (session.connection != nullptr && VELUDBSync(session.connection->db) != 0) {
-            syslog(LOG_ERR, "%s (%d) Failed to bring the catalogue to the disk. (%s)", kLogName, __LINE__,
-                   VELUDBErrorGet(session.connection->db));
-            run.away = true;
-        }
-        session = Session();
-    }
-    // A row says that its file has a cover: both are on disk before the request is forgotten.
-    if (!CoversSync()) {
-        syslog(LOG_ERR, "%s (%d) Failed to bring the covers to the disk. (%s)", kLogName, __LINE__,
-               strerror(errno));
+    // A run may also end while a line that has met the want of memory is given up: nothing is thrown from here.
+    try {
+        ToDisk();
+    } catch (const std::bad_alloc &) {
+        LogFailure("the end of a run", "out of memory");
         run.away = true;
     }
+    for (Session &session : run.sessions)
+        session = Session();
     run.active = false;
     return run.away ? -1 : 0;
 }

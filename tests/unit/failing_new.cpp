@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tests/unit/failing_new.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+namespace {
+
+int left = 0; // allocations up to the one that fails; 0: none does
+bool failed = false;
+
+} // namespace
+
+void NewFailAt(int number) {
+    failed = false;
+    left = number;
+}
+
+bool NewFailed() {
+    left = 0;
+    return std::exchange(failed, false);
+}
+
+void *operator new(size_t size) {
+    if (left > 0 && --left == 0) {
+        failed = true;
+        throw std::bad_alloc();
+    }
+    void *block = malloc(std::max<size_t>(size, 1));
+    if (block == nullptr)
+        throw std::bad_alloc();
+    return block;
+}
+
+void operator delete(void *block) noexcept {
+    free(block);
+}
+
+void operator delete(void *block, size_t) noexcept {
+    free(block);
+}
