@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "daemon/queue_commands.h"
 #include "daemon/queue_line.h"
@@ -42,7 +43,8 @@ void QueueTakeOver() {
     }
 }
 
-void LineExecute(std::string &line) {
+void LineExecute(std::string_view given) {
+    std::string line(given);
     if (line.back() == '\n')
         line.pop_back();
     else
@@ -56,7 +58,7 @@ void LineExecute(std::string &line) {
 }
 
 // False when the line was not carried out to its end for want of memory.
-bool LineTry(std::string &line) {
+bool LineTry(std::string_view line) {
     try {
         LineExecute(line);
         return true;
@@ -75,15 +77,15 @@ void ServerSignal(const char *pid_file, int signal_number) {
 // Carries out every line and brings its rows to disk. A line that was appended meanwhile by a writer that still
 // has the file open is found by looking again after that. False when not all of them could be read and stored.
 bool LinesExecute(QueueReader &reader) {
-    std::string line;
+    std::string_view line;
     bool stored = true;
-    bool more = reader.Next(line);
+    bool more = reader.Next(&line);
     do {
         VELUIndexRunBegin();
-        for (; more; more = reader.Next(line))
+        for (; more; more = reader.Next(&line))
             stored = LineTry(line) && stored;
         stored = VELUIndexRunEnd() == 0 && stored;
-        more = reader.Next(line);
+        more = reader.Next(&line);
     } while (more);
     if (reader.failure() == 0)
         return stored;

@@ -19,7 +19,6 @@ bool QueueReader::Open(const char *path) {
         errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
         return false;
     }
-    buffer_ = std::make_unique<char[]>(kBufferSize);
     file_ = std::move(file);
     start_ = end_ = 0;
     behind_buffer_ = 0;
@@ -28,16 +27,11 @@ bool QueueReader::Open(const char *path) {
 }
 
 void QueueReader::Refill() {
-    // The descriptor stands at the line that was given out last.
-    if (lseek(file_.get(), behind_buffer_, SEEK_SET) < 0) {
-        failure_ = errno;
-        return;
-    }
-    memmove(buffer_.get(), buffer_.get() + start_, end_ - start_);
+    memmove(buffer_.data(), buffer_.data() + start_, end_ - start_);
     end_ -= start_;
     start_ = 0;
     while (end_ < kBufferSize) {
-        const ssize_t got = read(file_.get(), buffer_.get() + end_, kBufferSize - end_);
+        const ssize_t got = pread(file_.get(), buffer_.data() + end_, kBufferSize - end_, behind_buffer_);
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
@@ -53,10 +47,10 @@ void QueueReader::PositionShow() const {
     lseek(file_.get(), behind_buffer_ - static_cast<off_t>(end_ - start_), SEEK_SET);
 }
 
-bool QueueReader::Next(std::string &line) {
+bool QueueReader::Next(std::string_view *line) {
     const auto newline = [this]() -> const char * {
         const size_t length = std::min(end_ - start_, kQueueLineMax);
-        return static_cast<const char *>(memchr(buffer_.get() + start_, '\n', length));
+        return static_cast<const char *>(memchr(buffer_.data() + start_, '\n', length));
     };
     const char *end = newline();
     if (end == nullptr && end_ - start_ < kQueueLineMax) {
@@ -64,10 +58,10 @@ bool QueueReader::Next(std::string &line) {
         end = newline();
     }
     PositionShow();
-    const char *begin = buffer_.get() + start_;
+    const char *begin = buffer_.data() + start_;
     const size_t length =
         end != nullptr ? static_cast<size_t>(end - begin) + 1 : std::min(end_ - start_, kQueueLineMax);
-    line.assign(begin, length);
+    *line = {begin, length};
     start_ += length;
     return length > 0;
 }

@@ -6,8 +6,8 @@
 #include <stddef.h>
 #include <sys/types.h>
 
-#include <memory>
-#include <string>
+#include <array>
+#include <string_view>
 
 #include "platform/handle.h"
 #include "platform/limits.h"
@@ -17,9 +17,10 @@ public:
     // Opens a regular file; false with errno set when that is not possible.
     [[nodiscard]] bool Open(const char *path);
 
-    // Puts the next line, with its newline if it has one, into `line`. False at the end of the file; a
-    // further call looks again, so that lines which a slow writer has appended in the meantime are found.
-    [[nodiscard]] bool Next(std::string &line);
+    // Gives the next line, with its newline if it has one; it is there until the next call. False at the end of
+    // the file; a further call looks again, so that lines which a slow writer has appended in the meantime are
+    // found. No memory is asked for: a machine that has none must not lose the place in its work.
+    [[nodiscard]] bool Next(std::string_view *line);
 
     // The error number of a read that failed, which ends the file early; 0 when none did.
     [[nodiscard]] int failure() const { return failure_; }
@@ -36,7 +37,7 @@ private:
     static_assert(kBufferSize > kQueueLineMax);
 
     FdHandle file_;
-    std::unique_ptr<char[]> buffer_;
+    std::array<char, kBufferSize> buffer_;
     size_t start_ = 0; // of the bytes not yet given out
     size_t end_ = 0;
     off_t behind_buffer_ = 0; // the place in the file of `end_`

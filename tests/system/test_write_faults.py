@@ -137,7 +137,7 @@ def test_a_working_copy_that_cannot_be_opened_is_given_up_in_words(songs, code):
 
 
 def test_a_read_of_the_working_copy_that_a_signal_interrupts_is_done_again(songs):
-    with failing(songs, "read", WORKING_COPY, errno.EINTR, "1"):
+    with failing(songs, "pread64", WORKING_COPY, errno.EINTR, "1"):
         songs.signal()
         wait_for(lambda: not songs.exists(QUEUE) and not songs.exists(WORKING_COPY), "the end of the run")
         assert injections(songs) == 1

@@ -19,8 +19,8 @@ std::vector<std::string> Lines(std::string_view content) {
     QueueReader reader;
     EXPECT_TRUE(reader.Open(kPath));
     std::vector<std::string> lines;
-    for (std::string line; reader.Next(line);)
-        lines.push_back(line);
+    for (std::string_view line; reader.Next(&line);)
+        lines.emplace_back(line);
     return lines;
 }
 
@@ -69,13 +69,13 @@ TEST(QueueReader, LooksAgainBehindTheEnd) {
     FileWrite(kPath, "a:1\n");
     QueueReader reader;
     ASSERT_TRUE(reader.Open(kPath));
-    std::string line;
-    ASSERT_TRUE(reader.Next(line));
-    ASSERT_FALSE(reader.Next(line));
+    std::string_view line;
+    ASSERT_TRUE(reader.Next(&line));
+    ASSERT_FALSE(reader.Next(&line));
     std::ofstream(kPath, std::ios::app) << "b:2\n";
-    ASSERT_TRUE(reader.Next(line));
+    ASSERT_TRUE(reader.Next(&line));
     EXPECT_EQ(line, "b:2\n");
-    EXPECT_FALSE(reader.Next(line));
+    EXPECT_FALSE(reader.Next(&line));
 }
 
 TEST(QueueReader, OpensRegularFilesOnly) {

@@ -122,8 +122,8 @@ TEST_F(QueueWriter, FourWritersLoseAndTearNothingInAThousandTakeOvers) {
             return false;
         QueueReader reader;
         EXPECT_TRUE(reader.Open(kCopy));
-        for (std::string line; reader.Next(line) || reader.Next(line);)
-            taken.insert(line);
+        for (std::string_view line; reader.Next(&line) || reader.Next(&line);)
+            taken.emplace(line);
         return unlink(kCopy) == 0;
     };
     while (shared->take_overs < kTakeOvers)

@@ -39,9 +39,9 @@ TEST_F(RunLooked, ARunIsAtTheLineThatTheReaderHasGivenOut) {
     ASSERT_TRUE(reader.Open(kQueueWorkingCopy));
     const auto look = [&] { return RunLook(&requests, getpid()); };
     EXPECT_EQ(look().phase, Phase::running);
-    std::string line;
+    std::string_view line;
     for (const char *request : {"a:/one", "a:/two", "a:/three", ""}) {
-        EXPECT_EQ(reader.Next(line), *request != '\0');
+        EXPECT_EQ(reader.Next(&line), *request != '\0');
         EXPECT_EQ(look().request, request);
     }
     EXPECT_EQ(look().lines_done, 3);
@@ -53,11 +53,11 @@ TEST_F(RunLooked, LinesThatComeLateAreCounted) {
     RequestFile requests = RequestFileOpen(kQueueWorkingCopy);
     QueueReader reader;
     ASSERT_TRUE(reader.Open(kQueueWorkingCopy));
-    std::string line;
-    while (reader.Next(line))
+    std::string_view line;
+    while (reader.Next(&line))
         EXPECT_EQ(line, "a:/one\n");
     std::ofstream(kQueueWorkingCopy, std::ios::app) << "a:/late\n";
-    ASSERT_TRUE(reader.Next(line));
+    ASSERT_TRUE(reader.Next(&line));
     EXPECT_EQ(line, "a:/late\n");
     const RunView view = RunLook(&requests, getpid());
     EXPECT_EQ(view.lines_done, 1);
