@@ -69,7 +69,8 @@ bool FindMarker(const Reader &reader, Position *position) {
 } // namespace
 
 bool FlacBlocksAreBounded(const char *path) {
-    const FdHandle file = RegularFileOpen(path, nullptr);
+    // The caller has seen a regular file; what takes its place meanwhile must not hold the daemon.
+    const FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     if (!file)
         return false;
     Reader reader = {file, {}, 0};

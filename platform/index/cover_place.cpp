@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include <charconv>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -45,10 +46,18 @@ std::string &OwnCoverDir() {
     return folder;
 }
 
+struct KeptCoverDir {
+    bool wanted = false;
+    std::optional<std::string> folder;
+};
+
+KeptCoverDir &KeptFolder() {
+    static KeptCoverDir kept;
+    return kept;
+}
+
 // Without slashes at its end; empty when the configured folder has no absolute path.
-std::string CoverDir() {
-    if (!OwnCoverDir().empty())
-        return OwnCoverDir();
+std::string ConfiguredCoverDir() {
     char value[PATH_MAX];
     if (KLIBFileGetKeyValue(kConfigFile, kCoverDirKey, value, sizeof value, 0) <= 0)
         return kDefaultCoverDir;
@@ -56,6 +65,18 @@ std::string CoverDir() {
     while (folder.size() > 1 && folder.ends_with('/'))
         folder.remove_suffix(1);
     return folder.starts_with('/') ? std::string(folder) : std::string();
+}
+
+// As ConfiguredCoverDir.
+std::string CoverDir() {
+    if (!OwnCoverDir().empty())
+        return OwnCoverDir();
+    KeptCoverDir &kept = KeptFolder();
+    if (!kept.wanted)
+        return ConfiguredCoverDir();
+    if (!kept.folder)
+        kept.folder = ConfiguredCoverDir();
+    return *kept.folder;
 }
 
 // The folder of a media file's covers; empty when there is none.
@@ -87,24 +108,23 @@ bool IsDirectory(const char *path) {
     return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// A new folder has its mode whatever the umask; one that is there keeps what its owner gave it.
-bool MakeFolder(const char *path) {
-    if (mkdir(path, kFolderMode) == 0)
-        return chmod(path, kFolderMode) == 0;
-    return errno == EEXIST && IsDirectory(path);
+// Lets new folders have their mode whatever the umask, without a call for each.
+struct UmaskCleared {
+    const mode_t before = umask(0);
+    ~UmaskCleared() { umask(before); }
+};
+
+// A folder that is there keeps the mode that its owner gave it.
+bool MakeFolder(const std::string &path) {
+    return mkdir(path.c_str(), kFolderMode) == 0 || (errno == EEXIST && IsDirectory(path.c_str()));
 }
 
-bool MakeFolders(std::string path) {
-    if (IsDirectory(path.c_str()))
+// The innermost first: those above it are mostly there.
+bool MakeFolders(const std::string &path) {
+    if (MakeFolder(path))
         return true;
-    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        path[slash] = '\0';
-        const bool made = MakeFolder(path.c_str());
-        path[slash] = '/';
-        if (!made)
-            return false;
-    }
-    return MakeFolder(path.c_str());
+    const size_t slash = path.rfind('/');
+    return errno == ENOENT && slash != 0 && MakeFolders(path.substr(0, slash)) && MakeFolder(path);
 }
 
 const char *ExtensionOf(int format) {
@@ -195,6 +215,14 @@ int GetCoverFolder(const char *media_path, char *out, size_t size) {
     return CopyPath(CoverFolder(media_path), out, size);
 }
 
+void CoverDirKeep() {
+    KeptFolder() = {true, {}};
+}
+
+void CoverDirForget() {
+    KeptFolder() = {};
+}
+
 // One call for the file system, and not one for each cover, which would cost a disk's turn each. What others
 // have written there lately goes along.
 bool CoversSync() {
@@ -223,7 +251,10 @@ int GetCoverPath(const char *media_path, char *out, size_t size, int picture_typ
         return 0;
     const std::string path =
         folder + '/' + std::to_string(picture_type) + '_' + std::to_string(cover_index) + '.' + extension;
-    if (path.size() >= size || !MakeFolders(folder))
+    if (path.size() >= size)
+        return 0;
+    const UmaskCleared cleared;
+    if (!MakeFolders(folder))
         return 0;
     covers_placed = true;
     return CopyPath(path, out, size);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // File times as the text that catalogue rows hold.
+#include "platform/index/run.h"
 #include "platform/veluindex.h"
 
 #include <sys/stat.h>
@@ -29,8 +30,9 @@ int VELUIndexCTimeMTimeGet(const char *path, char *ctime_text, size_t ctime_size
     struct stat status;
     if (stat(path, &status) != 0)
         return -1;
-    // localtime_r alone would keep the time zone of the daemon's start for as long as it runs.
-    tzset();
+    // localtime_r alone would keep the time zone of the daemon's start for as long as it runs. A run has asked for it.
+    if (!RunIsOpen())
+        tzset();
     if (WriteTime(status.st_ctim.tv_sec, ctime_text, ctime_size) &&
         WriteTime(status.st_mtim.tv_sec, mtime_text, mtime_size))
         return 0;

@@ -8,6 +8,7 @@
 #include <errno.h>
 #include <string.h>
 #include <syslog.h>
+#include <time.h>
 
 #include <new>
 #include <utility>
@@ -244,6 +245,13 @@ void VELUIndexRunBegin() {
         return;
     run = Run();
     run.active = true;
+    // What the machine's settings say is asked for each run anew, and not for each of its files.
+    tzset();
+    CoverDirKeep();
+}
+
+bool RunIsOpen() {
+    return run.active;
 }
 
 int VELUIndexRunFlush() {
@@ -262,6 +270,7 @@ int VELUIndexRunEnd() {
     }
     for (Session &session : run.sessions)
         session = Session();
+    CoverDirForget();
     run.active = false;
     return run.away ? -1 : 0;
 }

@@ -29,6 +29,8 @@ VELUDBResult *RunRead(Catalogue catalogue, int statement, std::initializer_list<
 // connection. Null on failure, logged with `about`.
 StoreConnectionRef RunConnection(Catalogue catalogue, const char *about);
 
+bool RunIsOpen();
+
 // A run of its own around a single operation, unless one is open.
 struct RunScope {
     RunScope();

@@ -176,6 +176,16 @@ TEST_F(CoverPlace, ConfigurationIsReadEachTime) {
     EXPECT_EQ(FolderOf(kSong), by_default);
 }
 
+TEST_F(CoverPlace, ConfigurationIsReadOnceInARun) {
+    Configure("coverdir=\"/var/one\"\n");
+    VELUIndexRunBegin();
+    EXPECT_EQ(FolderOf(kSong), std::string("/var/one/") + kSongPlace);
+    Configure("coverdir=\"/var/other\"\n");
+    EXPECT_EQ(FolderOf(kSong), std::string("/var/one/") + kSongPlace);
+    EXPECT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_EQ(FolderOf(kSong), std::string("/var/other/") + kSongPlace);
+}
+
 TEST_F(CoverPlace, ConfiguredFolderMustBeAbsolute) {
     Configure("coverdir=\"covers\"\n");
     EXPECT_EQ(FolderOf(kSong), "");

@@ -53,6 +53,17 @@ protected:
 
 } // namespace
 
+TEST_F(FileTimes, ARunHasTheZoneOfItsBegin) {
+    SetModified(1236413350);
+    VELUIndexRunBegin();
+    SetZone("UTC-9");
+    EXPECT_EQ(Get(kFile), 0);
+    EXPECT_STREQ(modified_, "2009-03-07 08:09:10");
+    EXPECT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_EQ(Get(kFile), 0);
+    EXPECT_STREQ(modified_, "2009-03-07 17:09:10");
+}
+
 TEST_F(FileTimes, LastWriteAsText) {
     SetModified(1236413350);
     EXPECT_EQ(Get(kFile), 0);
