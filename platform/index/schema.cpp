@@ -88,6 +88,8 @@ int Migrate(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps) 
     int result = VELUDBExecute(db, "create table if not exists schema_version (version integer)", nullptr);
     if (result >= 0) {
         const int version = SchemaVersion(db);
+        if (version < 0) // the table is there: what cannot be read now may be of any version
+            return -1;
         result = version >= NewestVersion(steps, catalogue) ? 0 : RunSteps(db, catalogue, steps, version);
     }
     return result < 0 ? -1 : VELUDBCommit(db);
