@@ -165,7 +165,9 @@ double Duration(int64_t file_size, int32_t bit_rate) {
     // A frame of padding alone (free format with the padding bit) has no bit rate.
     if (bit_rate == 0)
         return std::numeric_limits<double>::infinity();
-    return static_cast<double>(file_size) / (bit_rate / 1000) * 0.008;
+    const int32_t kilobits =
+        bit_rate / 1000; // tables hold whole ones, and what free format has more does not count
+    return static_cast<double>(file_size) / kilobits * 0.008;
 }
 
 // The piece of the file that a search looks at without asking the reader again.
