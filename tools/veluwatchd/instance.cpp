@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluwatchd/instance.h"
+
+#include <stdio.h>
+#include <sys/file.h>
+
+#include "tools/queue/queue_writer.h"
+
+FdHandle InstanceBegin() {
+    constexpr mode_t kMode = 0644;
+    while (true) {
+        FdHandle file(open(kWatcherPidFile, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kMode));
+        if (!file || flock(file.get(), LOCK_EX | LOCK_NB) != 0)
+            return {};
+        // One that ends takes its file away, which may be the one that was opened.
+        if (!IsFileAt(kWatcherPidFile, file.get()))
+            continue;
+        if (ftruncate(file.get(), 0) != 0 || dprintf(file.get(), "%d\n", static_cast<int>(getpid())) < 0)
+            return {};
+        return file;
+    }
+}
+
+void InstanceEnd() {
+    unlink(kWatcherPidFile);
+}

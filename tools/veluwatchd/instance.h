@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The watcher's pid file, which also sees to it that there is one watcher only.
+#pragma once
+
+#include "platform/handle.h"
+
+inline constexpr char kWatcherPidFile[] = "/var/run/veluwatchd.pid";
+
+// Writes the pid file and locks it for the life of the process. Empty, with the reason in errno: EWOULDBLOCK when
+// another watcher runs.
+FdHandle InstanceBegin();
+
+// Takes the pid file away.
+void InstanceEnd();

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The command line of veluwatchd.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/veluwatchd/bounds.h"
+
+struct WatchOptions {
+    std::vector<std::string> paths;
+    double settle = kSettleSeconds;
+    double rescan = kRescanSeconds;
+    bool reindex_at_start = false;
+};
+
+enum class OptionsResult { run, done, wrong };
+
+// Prints the help or what is wrong, if anything.
+OptionsResult OptionsRead(int argc, char **argv, WatchOptions *options);

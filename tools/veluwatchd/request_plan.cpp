@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluwatchd/request_plan.h"
+
+#include <utility>
+
+#include "daemon/path_rules.h"
+#include "tools/queue/request_line.h"
+#include "tools/queue/request_path.h"
+#include "tools/veluwatchd/bounds.h"
+
+namespace {
+
+constexpr uint8_t kGone = kFileGone | kTreeGone;
+
+struct Plan {
+    Changes *changes;
+    const PlanSettings *settings;
+    WatchTime now;
+    Asked asked; // by this plan
+    std::string lines;
+    bool photo_resync = false;
+};
+
+bool InLibrary(const Plan &plan, const std::string &path) {
+    return plan.changes->photo_library && IsPhotoPath(path.c_str()) != 0;
+}
+
+bool LineAdd(Plan *plan, const std::string &path, const RequestLine &formed, uint8_t asked) {
+    if (!formed.refusal.empty()) {
+        plan->settings->refuse(path, formed.refusal);
+        return false;
+    }
+    plan->lines += formed.line;
+    plan->asked.paths[path] |= asked;
+    return true;
+}
+
+void RequestAdd(Plan *plan, char command, const std::string &path, uint8_t asked) {
+    LineAdd(plan, path, RequestLineForm(command, path), asked);
+}
+
+// Makes the rows of a tree equal to what is on the disk, whatever they are. "A" takes no row away, and "D" refuses a
+// tree that is there; a tree that is renamed to itself loses its rows and is walked. Where a path has no place in
+// such a line (a colon), the directory above it is taken. The photo library's own rows stay in a rename: they need its
+// mark and sweep.
+void TreeReindex(Plan *plan, std::string path) {
+    if (InLibrary(*plan, path))
+        plan->photo_resync = true;
+    while (true) {
+        const std::optional<std::string> word = plan->settings->share_word(path);
+        if (word.has_value() && !word->empty()) {
+            LineAdd(plan, path, RequestLineForm('R', *word), kTreeCame);
+            return;
+        }
+        const RequestLine formed = RenameLineForm(path, path);
+        if (formed.refusal.empty() || word.has_value() || path == "/") {
+            LineAdd(plan, path, formed, kTreeCame);
+            return;
+        }
+        path = ParentOf(path);
+    }
+}
+
+void DirectoryPlan(Plan *plan, const std::string &path, uint8_t flags) {
+    const Asked &asked = plan->changes->asked;
+    const auto found = asked.paths.find(path);
+    const uint8_t before = found == asked.paths.end() ? 0 : found->second;
+    if ((flags & (kGone | kTreeCame)) == 0)
+        return; // a link to a directory was touched
+    if (((flags | before) & kGone) != 0 || asked.lost)
+        TreeReindex(plan, path);
+    else
+        RequestAdd(plan, 'A', path, kTreeCame);
+}
+
+void PathPlan(Plan *plan, const std::string &path, uint8_t flags, PathKind kind) {
+    switch (kind) {
+    case PathKind::directory:
+        DirectoryPlan(plan, path, flags);
+        break;
+    case PathKind::file:
+        if ((flags & kTreeGone) != 0) // rows below a file: no request for the file's path removes them
+            TreeReindex(plan, ParentOf(path));
+        else
+            RequestAdd(plan, 'a', path, kFileTouched);
+        break;
+    case PathKind::gone:
+        if ((flags & kTreeGone) != 0)
+            RequestAdd(plan, 'D', path, kTreeGone);
+        else if ((flags & kFileGone) != 0)
+            RequestAdd(plan, 'd', path, kFileGone);
+        break;
+    }
+}
+
+// A file that is being written to is left for later. One that was created and not closed yet may be closed
+// already, by a program that had no right to write; then nothing more is heard of it.
+bool IsAtRest(const Plan &plan, const Change &change, const PathState &state) {
+    if (plan.settings->everything || state.kind != PathKind::file || (change.flags & kTreeGone) != 0)
+        return true;
+    if (plan.now - change.touched < plan.settings->settle)
+        return false;
+    return (change.flags & kFileOpen) == 0 || state.age < 0 || state.age >= plan.settings->settle.count();
+}
+
+void PathsPlan(Plan *plan) {
+    ChangeMap &paths = plan->changes->paths;
+    std::string done; // a tree that is asked for whole
+    for (auto at = paths.begin(); at != paths.end();) {
+        const auto &[path, change] = *at;
+        if (!done.empty() && IsBelow(path, done)) {
+            at = paths.erase(at);
+            continue;
+        }
+        const PathState state = plan->settings->look(path);
+        if (!IsAtRest(*plan, change, state)) {
+            ++at;
+            continue;
+        }
+        PathPlan(plan, path, change.flags, state.kind);
+        const bool whole = state.kind == PathKind::directory ? (change.flags & (kGone | kTreeCame)) != 0
+                                                             : (change.flags & kTreeGone) != 0;
+        if (whole)
+            done = path;
+        at = paths.erase(at);
+    }
+}
+
+// In front of all others: rows follow a rename before anything is said of their new paths.
+void RenamesPlan(Plan *plan) {
+    for (const Rename &rename : std::exchange(plan->changes->renames, {})) {
+        if (rename.directory && plan->settings->look(rename.new_path).kind != PathKind::directory) {
+            TreeGone(plan->changes, rename.old_path, plan->now);
+            TreeGone(plan->changes, rename.new_path, plan->now);
+            continue;
+        }
+        const RequestLine formed = RenameLineForm(rename.new_path, rename.old_path);
+        if (!LineAdd(plan, rename.new_path, formed, rename.directory ? 0 : kFileTouched))
+            continue;
+        if (rename.directory)
+            plan->asked.renames.push_back(rename);
+        else
+            plan->asked.paths[rename.old_path] |= kFileGone;
+    }
+}
+
+void AskedAdd(Asked *asked, Asked *more) {
+    for (const auto &[path, flags] : more->paths)
+        asked->paths[path] |= flags;
+    asked->renames.insert(asked->renames.end(), more->renames.begin(), more->renames.end());
+    if (asked->paths.size() + asked->renames.size() > kAskedMax) {
+        asked->lost = true;
+        asked->paths.clear();
+    }
+}
+
+} // namespace
+
+std::string RequestPlanMake(Changes *changes, WatchTime now, const PlanSettings &settings) {
+    Plan plan = {changes, &settings, now, {}, {}, false};
+    RenamesPlan(&plan);
+    for (const std::string &path : std::exchange(changes->reindex, {}))
+        TreeReindex(&plan, path);
+    PathsPlan(&plan);
+    if (plan.photo_resync)
+        plan.lines += RequestLineForm('R', "photo").line;
+    AskedAdd(&changes->asked, &plan.asked);
+    return plan.lines;
+}

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluwatchd/shares.h"
+
+#include <sys/stat.h>
+#include <syslog.h>
+
+#include <utility>
+
+#include "catalogue/shares.h"
+#include "tools/veluctl/safe_text.h"
+#include "tools/veluwatchd/path_order.h"
+
+namespace {
+
+// Where the share is to be found now; the empty text when nobody knows.
+std::string PathNow(const Share &share) {
+    if (share.link.empty())
+        return share.path;
+    char target[kSharePathSize];
+    return ShareTargetGet(share.link.c_str(), target) && *target == '/' ? target : std::string();
+}
+
+bool IsWithinAnother(const std::vector<Share> &shares, const Share &share, const std::string &path) {
+    for (const Share &other : shares) {
+        if (&other != &share && other.node != kNoNode && (other.path == path || IsBelow(path, other.path)))
+            return true;
+    }
+    return false;
+}
+
+void Away(Share *share, Watcher *watcher) {
+    if (share->node != kNoNode)
+        TreeForget(watcher, std::exchange(share->node, kNoNode));
+    if (!std::exchange(share->told_away, true))
+        syslog(LOG_NOTICE, "the share %s is away: its rows are left alone",
+               SafeText(share->link.empty() ? share->path : share->link).c_str());
+}
+
+bool IsWatched(const Share &share, const Watcher &watcher, const struct stat &status) {
+    return share.node != kNoNode && share.device == status.st_dev && share.inode == status.st_ino &&
+           (watcher.tree.Watch(share.node) != kNoWatch || watcher.unwatched.count(share.node) != 0);
+}
+
+void ShareCheck(const std::vector<Share> &shares, Share *share, Watcher *watcher, bool start) {
+    const std::string path = PathNow(*share);
+    struct stat status = {};
+    if (path.empty() || stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        Away(share, watcher);
+        return;
+    }
+    if (path == share->path && IsWatched(*share, *watcher, status))
+        return;
+    // An empty directory in the place of a share that was there is what its volume was mounted on.
+    if (share->seen && path == share->path && IsEmptyDirectory(path)) {
+        Away(share, watcher);
+        return;
+    }
+    if (share->node != kNoNode)
+        TreeForget(watcher, std::exchange(share->node, kNoNode));
+    if (IsWithinAnother(shares, *share, path))
+        return;
+    const bool elsewhere = share->seen && path != share->path;
+    share->path = path;
+    share->device = status.st_dev;
+    share->inode = status.st_ino;
+    share->node = watcher->tree.RootAdd(path);
+    TreeWatch(watcher, share->node);
+    if (share->told_away || elsewhere)
+        syslog(LOG_NOTICE, "the share %s is watched", SafeText(path).c_str());
+    share->told_away = false;
+    if (std::exchange(share->seen, true) && !start)
+        TreeMissed(&watcher->changes, path);
+}
+
+} // namespace
+
+std::vector<Share> SharesMake(const std::vector<std::string> &paths) {
+    std::vector<Share> shares;
+    for (const std::string &path : paths) {
+        Share share;
+        share.path = path;
+        shares.push_back(share);
+    }
+    if (!shares.empty())
+        return shares;
+    // "R:photo" stands for the photo library, not for the files of the share.
+    for (const auto &[link, word] : {std::pair(kMusicShareLink, "music"), std::pair(kVideoShareLink, "video"),
+                                     std::pair(kPhotoShareLink, "")}) {
+        Share share;
+        share.link = link;
+        share.word = word;
+        shares.push_back(share);
+    }
+    return shares;
+}
+
+void SharesCheck(std::vector<Share> *shares, Watcher *watcher, bool start) {
+    for (Share &share : *shares)
+        ShareCheck(*shares, &share, watcher, start);
+}
+
+void SharesReindex(const std::vector<Share> &shares, Watcher *watcher) {
+    for (const Share &share : shares) {
+        if (share.node != kNoNode)
+            TreeMissed(&watcher->changes, share.path);
+    }
+}
+
+std::optional<std::string> ShareWord(const std::vector<Share> &shares, const std::string &path) {
+    for (const Share &share : shares) {
+        if (share.node != kNoNode && share.path == path)
+            return share.word;
+    }
+    return {};
+}

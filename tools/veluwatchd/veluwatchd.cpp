@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// veluwatchd: watches the shares and queues what has changed there.
+#include <errno.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/signalfd.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <exception>
+
+#include "tools/veluctl/safe_text.h"
+#include "tools/veluwatchd/instance.h"
+#include "tools/veluwatchd/watch_loop.h"
+
+namespace {
+
+enum ExitCode : int { kDone = 0, kFailed = 1, kUsage = 2 };
+
+// A signal is read like an event, between two of them.
+FdHandle SignalsOpen() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    if (sigprocmask(SIG_BLOCK, &signals, nullptr) != 0)
+        return {};
+    return FdHandle(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+ExitCode Failed(const char *what, int error) {
+    syslog(LOG_ERR, "%s: %s", what, strerror(error));
+    return kFailed;
+}
+
+ExitCode Run(int argc, char **argv) {
+    WatchOptions options;
+    const OptionsResult asked = OptionsRead(argc, argv, &options);
+    if (asked != OptionsResult::run)
+        return asked == OptionsResult::done ? kDone : kUsage;
+    // A person at a terminal sees what the log gets.
+    openlog("veluwatchd", isatty(STDERR_FILENO) != 0 ? LOG_PERROR : 0, LOG_DAEMON);
+    const FdHandle instance = InstanceBegin();
+    if (!instance && errno == EWOULDBLOCK) {
+        fputs("veluwatchd: another one runs already\n", stderr);
+        return kFailed;
+    }
+    if (!instance)
+        return Failed(kWatcherPidFile, errno);
+    const FdHandle signals = SignalsOpen();
+    const int error = signals ? WatchLoop(options, signals.get()) : errno;
+    InstanceEnd();
+    return error == 0 ? kDone : Failed("cannot watch", error);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    SafeTextPrepare();
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception &problem) {
+        syslog(LOG_ERR, "ended: %s", problem.what()); // no memory; the unit starts it again
+        return kFailed;
+    }
+}

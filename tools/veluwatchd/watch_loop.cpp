@@ -1,0 +1,221 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluwatchd/watch_loop.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <time.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "catalogue/features.h"
+#include "tools/veluctl/safe_text.h"
+#include "tools/veluwatchd/events.h"
+#include "tools/veluwatchd/queue_output.h"
+#include "tools/veluwatchd/request_plan.h"
+#include "tools/veluwatchd/shares.h"
+
+namespace {
+
+using Seconds = std::chrono::duration<double>;
+
+struct Loop {
+    Seconds settle;
+    Seconds rescan;
+    Watcher watcher;
+    EventReader reader;
+    QueueOutput output;
+    std::vector<Share> shares;
+    WatchTime now;
+    WatchTime last_event;
+    WatchTime first_change; // of those that wait
+    WatchTime share_check;
+    WatchTime rescan_at;
+    bool waiting = false; // changes wait
+    bool blind = false;   // after an overflow, until there is a pause
+};
+
+WatchTime After(WatchTime time, Seconds pause) {
+    return time + std::chrono::duration_cast<WatchTime::duration>(pause);
+}
+
+PathState PathLook(const std::string &path) {
+    struct stat status;
+    if (stat(path.c_str(), &status) != 0)
+        return {};
+    if (S_ISDIR(status.st_mode))
+        return {PathKind::directory, 0};
+    if (!S_ISREG(status.st_mode))
+        return {};
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    constexpr double kNanosecond = 1e-9;
+    return {PathKind::file, static_cast<double>(now.tv_sec - status.st_mtim.tv_sec) +
+                                static_cast<double>(now.tv_nsec - status.st_mtim.tv_nsec) * kNanosecond};
+}
+
+void PathRefuse(const std::string &path, const std::string &why) {
+    syslog(LOG_WARNING, "%s cannot be queued: %s", SafeText(path).c_str(), why.c_str());
+}
+
+// Queues what has come to rest, or everything.
+void ChangesQueue(Loop *loop, bool everything) {
+    Changes &changes = loop->watcher.changes;
+    QueueOutputFollow(loop->output, &changes.asked);
+    const PlanSettings settings = {
+        PathLook, [&](const std::string &path) { return ShareWord(loop->shares, path); }, PathRefuse, loop->settle,
+        everything};
+    const std::string lines = RequestPlanMake(&changes, loop->now, settings);
+    QueueOutputWrite(&loop->output, lines, loop->now);
+    loop->waiting = !changes.empty();
+    loop->first_change = loop->now;
+    loop->last_event = loop->now;
+}
+
+// When the queue cannot be written, what was not kept of single changes is kept of whole shares.
+void ChangesBound(Loop *loop) {
+    if (loop->watcher.changes.size() <= kChangesMax)
+        return;
+    if (loop->output.waiting.empty()) {
+        ChangesQueue(loop, true);
+        return;
+    }
+    syslog(LOG_WARNING, "more than %zu changes wait for the queue: all shares are indexed anew instead", kChangesMax);
+    Changes &changes = loop->watcher.changes;
+    changes.paths.clear();
+    changes.renames.clear();
+    SharesReindex(loop->shares, &loop->watcher);
+}
+
+// All watches are made anew, in the next pause: to do it while the events pour in would be for nothing.
+void Overflown(Loop *loop) {
+    syslog(LOG_WARNING, "too many events at once: all shares are indexed anew");
+    WatcherClose(&loop->watcher);
+    loop->reader.leaving.clear();
+    for (Share &share : loop->shares)
+        share.node = kNoNode;
+    loop->watcher.changes.paths.clear();
+    loop->watcher.changes.renames.clear();
+    loop->blind = true;
+    loop->share_check = After(loop->now, loop->settle);
+}
+
+int SharesLook(Loop *loop) {
+    loop->share_check = loop->now + kShareCheckPause;
+    const bool was_blind = std::exchange(loop->blind, false);
+    if (was_blind && !WatcherOpen(&loop->watcher))
+        return errno;
+    SharesCheck(&loop->shares, &loop->watcher, false);
+    UnmountedRetry(&loop->watcher);
+    return 0;
+}
+
+// What cannot be watched is not seen to change, and only shares that cannot be watched at all are none of this.
+void Rescan(Loop *loop) {
+    loop->rescan_at = After(loop->now, loop->rescan);
+    UnwatchedRetry(&loop->watcher);
+}
+
+int EventsTake(Loop *loop) {
+    switch (EventsRead(&loop->reader, &loop->watcher)) {
+    case EventResult::overflow:
+        Overflown(loop);
+        break;
+    case EventResult::failed:
+        return errno;
+    case EventResult::drained:
+        break;
+    }
+    loop->last_event = loop->now;
+    return 0;
+}
+
+void ChangesDue(Loop *loop) {
+    LeavingExpire(&loop->reader, &loop->watcher, loop->now, false);
+    ChangesBound(loop);
+    if (!loop->watcher.changes.empty() && !std::exchange(loop->waiting, true)) {
+        loop->first_change = loop->now;
+        loop->last_event = loop->now;
+    }
+    // Half of a rename is no change yet.
+    const bool rest = loop->now >= After(loop->last_event, loop->settle) && loop->reader.leaving.empty();
+    const bool long_enough = loop->now >= After(loop->first_change, loop->settle * kHoldSettles);
+    if (!loop->output.waiting.empty() && loop->now < loop->output.retry)
+        return;
+    if ((loop->waiting && !loop->blind && (rest || long_enough)) || !loop->output.waiting.empty())
+        ChangesQueue(loop, false);
+}
+
+int PollTimeout(const Loop &loop) {
+    WatchTime due = std::min(loop.share_check, loop.rescan_at);
+    if (loop.waiting)
+        due = std::min(due, std::min(After(loop.last_event, loop.settle),
+                                     After(loop.first_change, loop.settle * kHoldSettles)));
+    if (!loop.output.waiting.empty())
+        due = std::min(due, loop.output.retry);
+    if (const auto leaving = LeavingDue(loop.reader); leaving.has_value())
+        due = std::min(due, *leaving);
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - std::chrono::steady_clock::now());
+    return static_cast<int>(std::max<long long>(left.count(), 1));
+}
+
+void End(Loop *loop) {
+    if (!loop->blind)
+        EventsTake(loop);
+    LeavingExpire(&loop->reader, &loop->watcher, loop->now, true);
+    if (loop->blind)
+        for (const Share &share : loop->shares)
+            TreeMissed(&loop->watcher.changes, share.path);
+    ChangesQueue(loop, true);
+    if (!loop->output.waiting.empty())
+        syslog(LOG_ERR, "changes are lost: the queue cannot be written. \"veluctl check\" finds them.");
+}
+
+int Begin(Loop *loop, bool reindex) {
+    FeatureSwitchesRead();
+    loop->watcher.changes.photo_library = supportphoto != 0;
+    if (!WatcherOpen(&loop->watcher))
+        return errno;
+    SharesCheck(&loop->shares, &loop->watcher, true);
+    if (reindex)
+        SharesReindex(loop->shares, &loop->watcher);
+    loop->now = std::chrono::steady_clock::now();
+    loop->last_event = loop->first_change = loop->now;
+    loop->share_check = loop->now + kShareCheckPause;
+    loop->rescan_at = After(loop->now, loop->rescan);
+    size_t watched = loop->watcher.tree.size();
+    syslog(LOG_NOTICE, "watching %zu directories", watched);
+    return 0;
+}
+
+} // namespace
+
+int WatchLoop(const WatchOptions &options, int signals) {
+    Loop loop;
+    loop.settle = Seconds(options.settle);
+    loop.rescan = Seconds(options.rescan);
+    loop.shares = SharesMake(options.paths);
+    if (const int error = Begin(&loop, options.reindex_at_start); error != 0)
+        return error;
+    while (true) {
+        pollfd ready[] = {{signals, POLLIN, 0}, {loop.watcher.inotify.get(), POLLIN, 0}};
+        const int count = poll(ready, std::size(ready), PollTimeout(loop));
+        if (count < 0 && errno != EINTR)
+            return errno;
+        loop.now = std::chrono::steady_clock::now();
+        if (count > 0 && ready[0].revents != 0)
+            break;
+        int error = count > 0 && ready[1].revents != 0 ? EventsTake(&loop) : 0;
+        if (error == 0 && loop.now >= loop.share_check)
+            error = SharesLook(&loop);
+        if (error != 0)
+            return error;
+        if (loop.now >= loop.rescan_at)
+            Rescan(&loop);
+        ChangesDue(&loop);
+    }
+    End(&loop);
+    return 0;
+}

@@ -1,0 +1,226 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluwatchd/watcher.h"
+
+#include <errno.h>
+#include <string.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <syslog.h>
+
+#include <utility>
+
+#include "catalogue/shares.h"
+#include "daemon/path_rules.h"
+#include "platform/velusdk.h"
+#include "tools/veluctl/safe_text.h"
+
+namespace {
+
+// IN_MODIFY is not among them: a file that is written to is looked at when it is closed. IN_ATTRIB is: a file that
+// may be read from now on, and times that were set, belong to its row.
+constexpr uint32_t kEvents =
+    IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE | IN_ATTRIB | IN_ONLYDIR | IN_EXCL_UNLINK;
+
+enum class Kind { directory, linked_directory, other };
+
+Kind EntryKind(const DirHandle &directory, const dirent &entry) {
+    if (entry.d_type == DT_DIR)
+        return Kind::directory;
+    if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN)
+        return Kind::other;
+    struct stat status;
+    const int fd = dirfd(directory.get());
+    if (fstatat(fd, entry.d_name, &status, 0) != 0 || !S_ISDIR(status.st_mode))
+        return Kind::other;
+    const bool link = fstatat(fd, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
+    return link ? Kind::linked_directory : Kind::directory;
+}
+
+void Unwatched(Watcher *watcher, NodeId node, const std::string &path, int error) {
+    if (!watcher->unwatched.insert(node).second)
+        return;
+    if (error != ENOSPC) {
+        syslog(LOG_WARNING, "cannot watch %s and what is below it: %s. It is indexed anew from time to time.",
+               SafeText(path).c_str(), strerror(error));
+        return;
+    }
+    if (!std::exchange(watcher->limit_told, true))
+        syslog(LOG_WARNING,
+               "cannot watch %s and more: the limit of the kernel is reached (sysctl fs.inotify.max_user_watches), "
+               "with %zu directories. What is not watched is indexed anew from time to time.",
+               SafeText(path).c_str(), watcher->tree.size());
+}
+
+// The walk of the daemon follows links, but into no directory that it is in, and by a link below another link only
+// once into each.
+bool EndsHere(const Watcher &watcher, NodeId node, int watch) {
+    const WatchTree &tree = watcher.tree;
+    if (tree.IsWatchOfAncestor(node, watch))
+        return true;
+    if (!tree.ByLink(node) || tree.Parent(node) == kNoNode || !tree.Linked(tree.Parent(node)))
+        return false;
+    for (const NodeId other : tree.WatchedAs(watch)) {
+        if (other != node && tree.ByLink(other) && tree.Linked(tree.Parent(other)))
+            return true;
+    }
+    return false;
+}
+
+// Gives the directory the watch of what its path leads to. False when there is nothing to go on with below it.
+bool NodeWatch(Watcher *watcher, NodeId node, const std::string &path) {
+    WatchTree &tree = watcher->tree;
+    const uint32_t follow = tree.ByLink(node) || tree.Parent(node) == kNoNode ? 0 : IN_DONT_FOLLOW;
+    const int watch = inotify_add_watch(watcher->inotify.get(), path.c_str(), kEvents | follow);
+    if (watch < 0) {
+        if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP)
+            watcher->doubtful.push_back(node);
+        else
+            Unwatched(watcher, node, path, errno);
+        return false;
+    }
+    watcher->unwatched.erase(node);
+    if (EndsHere(*watcher, node, watch)) {
+        TreeForget(watcher, node);
+        return false;
+    }
+    // Two names for one directory that are no links: one of them is out of date, unless a mount makes it so.
+    for (const NodeId other : tree.WatchedAs(watch)) {
+        if (other != node && !tree.ByLink(other) && follow != 0)
+            watcher->doubtful.push_back(other);
+    }
+    tree.WatchSet(node, watch);
+    return true;
+}
+
+} // namespace
+
+bool WatcherOpen(Watcher *watcher) {
+    watcher->inotify = FdHandle(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    return static_cast<bool>(watcher->inotify);
+}
+
+void WatcherClose(Watcher *watcher) {
+    watcher->inotify.Close();
+    watcher->tree.Clear();
+    watcher->doubtful.clear();
+    watcher->unwatched.clear();
+    watcher->unmounting.clear();
+    watcher->unmounted.clear();
+}
+
+bool IsLeftOut(const std::string &directory, std::string_view name) {
+    return name == kAttributeDirectory || IsRecyclePath((directory + '/' + std::string(name)).c_str()) != 0;
+}
+
+bool IsEmptyDirectory(const std::string &path) {
+    const DirHandle directory(opendir(path.c_str()));
+    while (const dirent *entry = directory != nullptr ? readdir(directory.get()) : nullptr) {
+        if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0)
+            return false;
+    }
+    return true;
+}
+
+void TreeWatch(Watcher *watcher, NodeId top) {
+    WatchTree &tree = watcher->tree;
+    std::vector<NodeId> open{top};
+    while (!open.empty()) {
+        const NodeId node = open.back();
+        open.pop_back();
+        const std::string path = tree.Path(node);
+        if (!NodeWatch(watcher, node, path))
+            continue;
+        const DirHandle directory(opendir(path.c_str()));
+        if (directory == nullptr) {
+            if (errno == ENOENT || errno == ENOTDIR)
+                watcher->doubtful.push_back(node);
+            else
+                Unwatched(watcher, node, path, errno);
+            continue;
+        }
+        while (const dirent *entry = readdir(directory.get())) {
+            const std::string_view name = entry->d_name;
+            if (name == "." || name == ".." || IsLeftOut(path, name))
+                continue;
+            const Kind kind = EntryKind(directory, *entry);
+            if (kind == Kind::other || tree.ChildFind(node, name) != kNoNode)
+                continue;
+            open.push_back(tree.ChildAdd(node, name, kind == Kind::linked_directory));
+        }
+    }
+}
+
+void TreeForget(Watcher *watcher, NodeId top) {
+    const WatchTree::Removed removed = watcher->tree.Remove(top);
+    for (const int watch : removed.watches)
+        inotify_rm_watch(watcher->inotify.get(), watch);
+    for (const NodeId node : removed.nodes) {
+        watcher->unwatched.erase(node);
+        watcher->unmounted.erase(node);
+    }
+    // Before their numbers are used again.
+    std::erase_if(watcher->doubtful, [&](NodeId node) { return !watcher->tree.Exists(node); });
+}
+
+void NodeVerify(Watcher *watcher, NodeId node) {
+    WatchTree &tree = watcher->tree;
+    const int before = tree.Watch(node);
+    const std::string path = tree.Path(node);
+    if (!NodeWatch(watcher, node, path) || tree.Watch(node) == before)
+        return;
+    // What was found below belongs to another directory.
+    for (NodeId child = tree.FirstChild(node); child != kNoNode; child = tree.FirstChild(node))
+        TreeForget(watcher, child);
+    TreeWatch(watcher, node);
+    TreeMissed(&watcher->changes, path);
+}
+
+void DoubtfulVerify(Watcher *watcher) {
+    const std::vector<NodeId> doubtful = std::exchange(watcher->doubtful, {});
+    for (const NodeId node : doubtful) {
+        if (!watcher->tree.Exists(node))
+            continue;
+        const std::string path = watcher->tree.Path(node);
+        NodeVerify(watcher, node);
+        // It leads nowhere still, with nothing more to come: it is gone, and an event has said so.
+        if (watcher->tree.Exists(node) && watcher->tree.Watch(node) == kNoWatch && !IsDirExist(path.c_str()) &&
+            watcher->tree.Parent(node) != kNoNode)
+            TreeForget(watcher, node);
+    }
+}
+
+void UnmountedSettle(Watcher *watcher) {
+    for (const NodeId node : std::exchange(watcher->unmounting, {})) {
+        WatchTree &tree = watcher->tree;
+        if (!tree.Exists(node) || tree.Watch(node) != kNoWatch)
+            continue;
+        // Of the file system that went, the directory that was mounted stays.
+        for (NodeId child = tree.FirstChild(node); child != kNoNode; child = tree.FirstChild(node))
+            TreeForget(watcher, child);
+        if (watcher->unmounted.insert(node).second)
+            syslog(LOG_NOTICE, "%s was unmounted: its rows are left alone", SafeText(tree.Path(node)).c_str());
+    }
+}
+
+void UnmountedRetry(Watcher *watcher) {
+    for (const NodeId node : std::set<NodeId>(watcher->unmounted)) {
+        if (!watcher->tree.Exists(node))
+            continue;
+        const std::string path = watcher->tree.Path(node);
+        if (IsEmptyDirectory(path))
+            continue;
+        watcher->unmounted.erase(node);
+        TreeWatch(watcher, node);
+        TreeMissed(&watcher->changes, path);
+    }
+}
+
+void UnwatchedRetry(Watcher *watcher) {
+    watcher->limit_told = false;
+    for (const NodeId node : std::exchange(watcher->unwatched, {})) {
+        if (!watcher->tree.Exists(node))
+            continue;
+        TreeMissed(&watcher->changes, watcher->tree.Path(node));
+        TreeWatch(watcher, node);
+    }
+}

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Watching directories: the kernel's watches, the tree that they make, and what has to be done about those that
+// cannot be had.
+#pragma once
+
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/handle.h"
+#include "tools/veluwatchd/changes.h"
+#include "tools/veluwatchd/watch_tree.h"
+
+struct Watcher {
+    FdHandle inotify;
+    WatchTree tree;
+    Changes changes;
+    // Directories whose names led nowhere, or to something else, when their turn came: events tell of what was, and
+    // the disk has gone on. Looked at again when all events are read.
+    std::vector<NodeId> doubtful;
+    // Directories that cannot be watched, with all below them. They are indexed anew from time to time.
+    std::set<NodeId> unwatched;
+    // Directories whose file system was unmounted: just now, and those that are to come back.
+    std::vector<NodeId> unmounting;
+    std::set<NodeId> unmounted;
+    bool limit_told = false;
+};
+
+// Makes the kernel's side anew. False, with the reason in errno.
+[[nodiscard]] bool WatcherOpen(Watcher *watcher);
+
+// Forgets all directories and their watches.
+void WatcherClose(Watcher *watcher);
+
+// True for what the daemon's walk leaves out.
+[[nodiscard]] bool IsLeftOut(const std::string &directory, std::string_view name);
+
+// Watches a directory with all below it. Each is watched before it is read: what comes later is an event.
+void TreeWatch(Watcher *watcher, NodeId top);
+
+// Takes a directory that is gone, with all below it, out of the tree.
+void TreeForget(Watcher *watcher, NodeId top);
+
+// Sees to it that a directory's watch is that of what its name leads to now.
+void NodeVerify(Watcher *watcher, NodeId node);
+
+// To be called when all events are read.
+void DoubtfulVerify(Watcher *watcher);
+
+// What was unmounted is no more watched, and not taken for removed. To be called when all events are read.
+void UnmountedSettle(Watcher *watcher);
+
+// Watches what has been mounted again, and has it indexed anew. An empty directory is what was under the mount.
+void UnmountedRetry(Watcher *watcher);
+
+// True as well for what is no directory that can be read.
+[[nodiscard]] bool IsEmptyDirectory(const std::string &path);
+
+// Tries again to watch what could not be watched, and has all of it indexed anew.
+void UnwatchedRetry(Watcher *watcher);
