@@ -35,8 +35,9 @@ uint8_t AskedAt(const Asked &asked, std::string_view path) {
     return found == asked.paths.end() ? 0 : found->second;
 }
 
-// True when a tree that has come will be indexed with all that is in it by then. What happens there need not be
-// kept: a large copy would fill the memory for nothing.
+// True when a tree that has come will be indexed with all that is in it by then. What comes there need not be kept: a
+// large copy would fill the memory for nothing. What goes from there is kept: a request for the tree above may have
+// indexed it already.
 bool IsInNewTree(const Changes &changes, std::string_view path) {
     return AnyAbove(path, [&](std::string_view above) { return (FlagsAt(changes, above) & kTreeCame) != 0; });
 }
@@ -135,8 +136,7 @@ void FileTouched(Changes *changes, const std::string &path, WatchTime now) {
 }
 
 void FileGone(Changes *changes, const std::string &path, WatchTime now) {
-    if (!IsInNewTree(*changes, path))
-        Keep(changes, path, kFileFlags, kFileGone, now);
+    Keep(changes, path, kFileFlags, kFileGone, now);
 }
 
 void FileMoved(Changes *changes, const Rename &move, WatchTime now) {
@@ -159,13 +159,14 @@ void FileMoved(Changes *changes, const Rename &move, WatchTime now) {
 }
 
 void TreeCame(Changes *changes, const std::string &path, WatchTime now) {
-    if (!IsInNewTree(*changes, path))
-        Keep(changes, path, 0, kTreeCame, now);
+    if (IsInNewTree(*changes, path))
+        return;
+    // A removal that is not done yet is refused when it finds the directory.
+    const uint8_t kept = changes->asked.lost ? kTreeGone : AskedAt(changes->asked, path) & kGone;
+    Keep(changes, path, 0, kTreeCame | kept, now);
 }
 
 void TreeGone(Changes *changes, const std::string &path, WatchTime now) {
-    if (IsInNewTree(*changes, path))
-        return;
     ForgetBelow(changes, path);
     Keep(changes, path, kFileFlags | kTreeCame, kTreeGone, now);
     // A rename to what is no directory any more takes no rows away from the directory's old name.

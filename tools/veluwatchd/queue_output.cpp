@@ -33,9 +33,8 @@ bool QueueOutputWrite(QueueOutput *output, const std::string &lines, WatchTime n
     return true;
 }
 
-void QueueOutputFollow(const QueueOutput &output, Asked *asked) {
+bool QueueOutputDone(const QueueOutput &output) {
     struct stat status;
     // Queues are done in their order, so that the last one's end is the end of all.
-    if (output.file && output.waiting.empty() && fstat(output.file.get(), &status) == 0 && status.st_nlink == 0)
-        *asked = {};
+    return output.file && output.waiting.empty() && fstat(output.file.get(), &status) == 0 && status.st_nlink == 0;
 }

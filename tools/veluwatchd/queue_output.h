@@ -18,5 +18,5 @@ struct QueueOutput {
 // Queues lines behind those that wait, and tells the daemon. False when they wait.
 bool QueueOutputWrite(QueueOutput *output, const std::string &lines, WatchTime now);
 
-// Forgets what was asked once the daemon has done it.
-void QueueOutputFollow(const QueueOutput &output, Asked *asked);
+// True when the daemon has done all that was asked.
+[[nodiscard]] bool QueueOutputDone(const QueueOutput &output);

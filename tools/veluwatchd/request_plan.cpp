@@ -62,15 +62,11 @@ void TreeReindex(Plan *plan, std::string path) {
 }
 
 void DirectoryPlan(Plan *plan, const std::string &path, uint8_t flags) {
-    const Asked &asked = plan->changes->asked;
-    const auto found = asked.paths.find(path);
-    const uint8_t before = found == asked.paths.end() ? 0 : found->second;
-    if ((flags & (kGone | kTreeCame)) == 0)
-        return; // a link to a directory was touched
-    if (((flags | before) & kGone) != 0 || asked.lost)
+    if ((flags & kGone) != 0)
         TreeReindex(plan, path);
-    else
+    else if ((flags & kTreeCame) != 0)
         RequestAdd(plan, 'A', path, kTreeCame);
+    // Else a link to a directory was touched.
 }
 
 void PathPlan(Plan *plan, const std::string &path, uint8_t flags, PathKind kind) {
@@ -103,12 +99,18 @@ bool IsAtRest(const Plan &plan, const Change &change, const PathState &state) {
     return (change.flags & kFileOpen) == 0 || state.age < 0 || state.age >= plan.settings->settle.count();
 }
 
+// What a request for a tree leaves to be asked for below it. One that adds takes no row away.
+bool IsCovered(const std::string &path, uint8_t flags, const std::string &tree, bool added) {
+    return !tree.empty() && IsBelow(path, tree) && !(added && (flags & kGone) != 0);
+}
+
 void PathsPlan(Plan *plan) {
     ChangeMap &paths = plan->changes->paths;
-    std::string done; // a tree that is asked for whole
+    std::string tree; // that is asked for whole
+    bool added = false;
     for (auto at = paths.begin(); at != paths.end();) {
         const auto &[path, change] = *at;
-        if (!done.empty() && IsBelow(path, done)) {
+        if (IsCovered(path, change.flags, tree, added)) {
             at = paths.erase(at);
             continue;
         }
@@ -118,10 +120,11 @@ void PathsPlan(Plan *plan) {
             continue;
         }
         PathPlan(plan, path, change.flags, state.kind);
-        const bool whole = state.kind == PathKind::directory ? (change.flags & (kGone | kTreeCame)) != 0
-                                                             : (change.flags & kTreeGone) != 0;
-        if (whole)
-            done = path;
+        const uint8_t whole = state.kind == PathKind::directory ? kGone | kTreeCame : kTreeGone;
+        if ((change.flags & whole) != 0 && !IsBelow(path, tree)) {
+            tree = path;
+            added = state.kind == PathKind::directory && (change.flags & kGone) == 0;
+        }
         at = paths.erase(at);
     }
 }

@@ -60,10 +60,46 @@ void PathRefuse(const std::string &path, const std::string &why) {
     syslog(LOG_WARNING, "%s cannot be queued: %s", SafeText(path).c_str(), why.c_str());
 }
 
+// All watches are made anew, in the next pause: to do it while the events pour in would be for nothing.
+void Overflown(Loop *loop) {
+    syslog(LOG_WARNING, "too many events at once: all shares are indexed anew");
+    WatcherClose(&loop->watcher);
+    loop->reader.leaving.clear();
+    for (Share &share : loop->shares)
+        share.node = kNoNode;
+    loop->watcher.changes.paths.clear();
+    loop->watcher.changes.renames.clear();
+    loop->blind = true;
+    loop->share_check = After(loop->now, loop->settle);
+}
+
+int EventsTake(Loop *loop) {
+    switch (EventsRead(&loop->reader, &loop->watcher)) {
+    case EventResult::overflow:
+        Overflown(loop);
+        break;
+    case EventResult::failed:
+        return errno;
+    case EventResult::drained:
+        break;
+    }
+    loop->last_event = loop->now;
+    return 0;
+}
+
+// Forgets what was asked when the daemon has done it. What happened before it had is among the events by now, and they
+// are read first: to them it still counts.
+void AskedForget(Loop *loop) {
+    if (!QueueOutputDone(loop->output))
+        return;
+    if (EventsTake(loop) == 0 && loop->reader.leaving.empty())
+        loop->watcher.changes.asked = {};
+}
+
 // Queues what has come to rest, or everything.
 void ChangesQueue(Loop *loop, bool everything) {
     Changes &changes = loop->watcher.changes;
-    QueueOutputFollow(loop->output, &changes.asked);
+    AskedForget(loop);
     const PlanSettings settings = {
         PathLook, [&](const std::string &path) { return ShareWord(loop->shares, path); }, PathRefuse, loop->settle,
         everything};
@@ -89,19 +125,6 @@ void ChangesBound(Loop *loop) {
     SharesReindex(loop->shares, &loop->watcher);
 }
 
-// All watches are made anew, in the next pause: to do it while the events pour in would be for nothing.
-void Overflown(Loop *loop) {
-    syslog(LOG_WARNING, "too many events at once: all shares are indexed anew");
-    WatcherClose(&loop->watcher);
-    loop->reader.leaving.clear();
-    for (Share &share : loop->shares)
-        share.node = kNoNode;
-    loop->watcher.changes.paths.clear();
-    loop->watcher.changes.renames.clear();
-    loop->blind = true;
-    loop->share_check = After(loop->now, loop->settle);
-}
-
 int SharesLook(Loop *loop) {
     loop->share_check = loop->now + kShareCheckPause;
     const bool was_blind = std::exchange(loop->blind, false);
@@ -116,20 +139,6 @@ int SharesLook(Loop *loop) {
 void Rescan(Loop *loop) {
     loop->rescan_at = After(loop->now, loop->rescan);
     UnwatchedRetry(&loop->watcher);
-}
-
-int EventsTake(Loop *loop) {
-    switch (EventsRead(&loop->reader, &loop->watcher)) {
-    case EventResult::overflow:
-        Overflown(loop);
-        break;
-    case EventResult::failed:
-        return errno;
-    case EventResult::drained:
-        break;
-    }
-    loop->last_event = loop->now;
-    return 0;
 }
 
 void ChangesDue(Loop *loop) {

@@ -29,6 +29,23 @@ def run(arguments, environment, timeout):
     }
 
 
+STARTED = {}
+
+
+def start(arguments, environment, out):
+    """Starts a program that stays in the foreground; what it prints goes to the file `out`."""
+    with open(out, "ab") as words:
+        program = subprocess.Popen([argument.encode("latin-1") for argument in arguments], stdin=subprocess.DEVNULL,
+                                   stdout=words, stderr=words, env={**os.environ, **environment})
+    STARTED[program.pid] = program
+    return {"pid": program.pid}
+
+
+def wait(pid, timeout):
+    """Waits for the end of a program that was started."""
+    return {"status": STARTED[pid].wait(timeout)}
+
+
 def run_without_null(arguments, environment):
     """As `run`, where /dev/null is no device."""
     pid = os.posix_spawn(arguments[0], arguments, {**os.environ, **environment})
@@ -154,6 +171,8 @@ def descriptors(pid):
 
 COMMANDS = {
     "run": run,
+    "start": start,
+    "wait": wait,
     "run_without_null": run_without_null,
     "peer": peer,
     "kill": kill,
