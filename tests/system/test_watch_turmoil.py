@@ -5,6 +5,7 @@ VELU_WATCH_FILES: how many operations (6,000). VELU_WATCH_SEED: their order, whi
 """
 import os
 import random
+import time
 
 import pytest
 
@@ -26,8 +27,12 @@ def test_the_catalogue_ends_as_a_fresh_index(make_daemon, samples, stream):
     daemon.index(*(f"A:{share}" for share in SHARES))
     watcher = Watcher(daemon)
     contents = {".mp3": stream[:2000], ".jpg": (samples / "exif.jpg").read_bytes(), ".m3u": b"#EXTM3U\n"}
+    begin = time.monotonic()
     Turmoil(daemon.box.root, contents, SEED).work(FILES)
+    worked = time.monotonic()
     watcher.settle(timeout=PATIENCE)
+    settled = time.monotonic()
+    print(f"worked {worked - begin:.1f} s, settled {settled - worked:.1f} s")
     print(watcher.told(""))
     found = check_equal(daemon, PATIENCE)
     assert len(found["music"]) > FILES / 100 and len(found["photo_image"]) > FILES / 1000, "there was something to compare"

@@ -12,12 +12,6 @@ MEDIA_ONLY = (".pcm", ".srt")
 TEXTS = ("a", "b c", "d:e", "\xe9\xff", "%s", ".h", "._r", "ä", "#recycle", "x.mp3")
 
 
-class Folder:
-    def __init__(self, path, share):
-        self.path = path
-        self.share = share
-
-
 class Turmoil:
     """Does `files` operations under a root, in an order that the seed gives."""
 
@@ -109,7 +103,7 @@ class Turmoil:
             parent = os.path.dirname(old)
         if old in self.shares or (parent + b"/").startswith(old + b"/"):
             return
-        if self.in_photo(parent) and not self.in_photo(old):
+        if self.in_photo(parent) != self.in_photo(old) and (self.in_photo(parent) or self.random.random() < 0.9):
             return
         new = parent + b"/" + self.name("")
         os.rename(old, new)
@@ -123,10 +117,12 @@ class Turmoil:
 
     def folder_remove(self):
         path = self.folder()
-        if path in self.shares or sum(file.startswith(path + b"/") for file in self.files) > 200:
+        below = path + b"/"
+        if path in self.shares or sum(file.startswith(below) for file in self.files) > 200:
             return
         shutil.rmtree(path)
-        self.forget_missing()
+        self.files = [file for file in self.files if not file.startswith(below)]
+        self.folders = [folder for folder in self.folders if folder != path and not folder.startswith(below)]
         if self.random.random() < 0.3:
             os.mkdir(path)
             self.folders.append(path)

@@ -26,7 +26,7 @@ class Watcher:
 
     def __init__(self, daemon, *arguments, settle=SETTLE, wrapper=()):
         self.daemon = daemon
-        self.marks = 0
+        self.marks = self.seen = 0
         program = os.path.join(os.path.dirname(daemon.binary), PROGRAM)
         before = len(self.told("watching"))
         self.pid = daemon.box.ask("start", arguments=[*wrapper, program, "--settle", str(settle), *arguments],
@@ -50,6 +50,15 @@ class Watcher:
     def stop(self):
         self.signal(signal.SIGTERM)
         assert self.wait() == 0, self.words()
+
+    def requests(self, share="/volume1/music"):
+        """What has been queued since the last call, where no daemon takes it away."""
+        self.marks += 1
+        mark = f"a:{self.daemon.write(f'{share}/mark{self.marks}.m3u', '#')}"
+        wait_for(lambda: mark in self.daemon.lines(QUEUE), "the last change to be queued")
+        lines = self.daemon.lines(QUEUE)[self.seen:]
+        self.seen += len(lines)
+        return [line for line in lines if line != mark]
 
     def settle(self, share="/volume1/music", timeout=PATIENCE):
         """Waits until all that has happened so far is done by the daemon: so is what happens last."""
