@@ -6,13 +6,14 @@ import signal
 import pytest
 
 from harness.daemon import QUEUE, wait_for
-from harness.watcher import SETTLE, Watcher, check_equal
+from harness.watcher import Watcher, check_equal
 
 # What is tried lies in front of the store, whatever its engine.
 pytestmark = pytest.mark.sqlite
 
 MUSIC, VIDEO, PHOTO = "/volume1/music", "/volume1/video", "/volume1/photo"
 LONG = 600
+OFTEN = ("--check", "0.3")
 EVENTS_MAX = 16384  # fs.inotify.max_queued_events
 
 
@@ -76,7 +77,7 @@ def test_a_queue_that_cannot_be_written_is_tried_again(box):
 def test_a_share_that_is_away_keeps_its_rows(box):
     """It is indexed anew when it is back, and where its link leads elsewhere, that is."""
     box.write(f"{MUSIC}/d/a.mp3")
-    watcher = Watcher(box)
+    watcher = Watcher(box, *OFTEN)
     os.rename(box.box.path(MUSIC), box.box.path("/volume1/elsewhere"))
     wait_for(lambda: watcher.told("music is away"), "the watcher to notice")
     assert not box.lines(QUEUE)
@@ -98,8 +99,8 @@ def test_what_is_unmounted_keeps_its_rows(box):
     """A file system in the share goes and comes back; the directory under it is not taken for it."""
     folder = f"{MUSIC}/disk"
     box.mkdir(f"{folder}")
-    watcher = Watcher(box, wrapper=["/usr/bin/unshare", "-m", "/bin/sh", "-c",
-                                    f'mount -t tmpfs disk {folder} && mkdir {folder}/d && exec "$0" "$@"'])
+    watcher = Watcher(box, *OFTEN, wrapper=["/usr/bin/unshare", "-m", "/bin/sh", "-c",
+                                            f'mount -t tmpfs disk {folder} && mkdir {folder}/d && exec "$0" "$@"'])
     def inside(command):
         done = box.box.ask("run", arguments=["/usr/bin/nsenter", "-m", "-t", str(watcher.pid), "/bin/sh", "-c", command],
                            environment={}, timeout=LONG)
@@ -126,7 +127,6 @@ def test_the_limit_of_watches(box):
     watcher = Watcher(box, "--rescan", "2", wrapper=refused)
     assert len(watcher.told("max_user_watches")) == 1
     wait_for(lambda: [line for line in box.lines(QUEUE) if line.startswith(f"N:{MUSIC}/d/")], "a tree to be indexed")
-    wait_for(lambda: box.lines("/tmp/trace")[-1].endswith("= 0") or True, "the calls")
     wait_for(lambda: len({line for line in box.lines(QUEUE) if line.startswith("N:")}) >= 3, "all trees")
     box.write(f"{MUSIC}/d/2/b.mp3")
     assert f"a:{MUSIC}/d/2/b.mp3" in watcher.requests(), "it is watched when the limit allows"
@@ -144,7 +144,7 @@ def test_more_events_than_the_kernel_keeps(make_daemon):
     for number in range(0, 200, 2):
         daemon.remove(f"{MUSIC}/{number % 10}/{number}.pcm")
     daemon.remove(f"{PHOTO}/p/gone.jpg")
-    for _ in range(EVENTS_MAX // 4):
+    for _ in range(EVENTS_MAX // 2):
         daemon.write(f"{MUSIC}/0/x.pcm")
         daemon.remove(f"{MUSIC}/0/x.pcm")
     os.rename(daemon.box.path(f"{MUSIC}/1"), daemon.box.path(f"{MUSIC}/new"))

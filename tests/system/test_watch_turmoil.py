@@ -35,6 +35,6 @@ def test_the_catalogue_ends_as_a_fresh_index(make_daemon, samples, stream):
     print(f"worked {worked - begin:.1f} s, settled {settled - worked:.1f} s")
     print(watcher.told(""))
     found = check_equal(daemon, PATIENCE)
-    assert len(found["music"]) > FILES / 100 and len(found["photo_image"]) > FILES / 1000, "there was something to compare"
+    assert len(found["music"]) > FILES / 100 and len(found["photo_image"]) > 10, "there was something to compare"
     assert not watcher.told("too many events")
     watcher.stop()

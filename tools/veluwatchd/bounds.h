@@ -32,8 +32,12 @@ inline constexpr double kRescanSecondsMax = 30.0 * 24 * 3600;
 // The two halves of a rename stand next to each other in the kernel's list, but may be read apart.
 inline constexpr std::chrono::milliseconds kMovePatience(200);
 
-// How often shares are looked for, and a queue that could not be written is tried again.
-inline constexpr std::chrono::seconds kShareCheckPause(10);
+// How often shares are looked for: a few calls that wake no disk.
+inline constexpr double kCheckSeconds = 10;
+inline constexpr double kCheckSecondsMin = 0.05;
+inline constexpr double kCheckSecondsMax = 3600;
+
+// How often a queue that could not be written is tried again.
 inline constexpr std::chrono::seconds kQueueRetryPause(5);
 
 // Some 2,000 changes of files with short names.

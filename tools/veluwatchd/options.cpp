@@ -16,6 +16,7 @@ constexpr char kHelp[] = "Usage: veluwatchd [OPTION...] [DIRECTORY...]\n"
                          "there for veluindexd. Stays in the foreground.\n"
                          "\n"
                          "      --settle SECONDS    queue a change when nothing has happened for so long (3)\n"
+                         "      --check SECONDS     look for shares that are away, so often (10)\n"
                          "      --rescan SECONDS    index anew what cannot be watched, so often (3600)\n"
                          "      --reindex-at-start  index all that is watched anew, first\n"
                          "  -h, --help              print this\n"
@@ -35,8 +36,9 @@ bool SecondsRead(const char *name, const char *text, double least, double most, 
 } // namespace
 
 OptionsResult OptionsRead(int argc, char **argv, WatchOptions *options) {
-    enum : int { settle = 1, rescan, reindex, version };
+    enum : int { settle = 1, check, rescan, reindex, version };
     constexpr option kOptions[] = {{"settle", required_argument, nullptr, settle},
+                                   {"check", required_argument, nullptr, check},
                                    {"rescan", required_argument, nullptr, rescan},
                                    {"reindex-at-start", no_argument, nullptr, reindex},
                                    {"help", no_argument, nullptr, 'h'},
@@ -46,6 +48,10 @@ OptionsResult OptionsRead(int argc, char **argv, WatchOptions *options) {
         switch (found) {
         case settle:
             if (!SecondsRead("--settle", optarg, kSettleSecondsMin, kSettleSecondsMax, &options->settle))
+                return OptionsResult::wrong;
+            break;
+        case check:
+            if (!SecondsRead("--check", optarg, kCheckSecondsMin, kCheckSecondsMax, &options->check))
                 return OptionsResult::wrong;
             break;
         case rescan:

@@ -11,6 +11,7 @@
 struct WatchOptions {
     std::vector<std::string> paths;
     double settle = kSettleSeconds;
+    double check = kCheckSeconds;
     double rescan = kRescanSeconds;
     bool reindex_at_start = false;
 };

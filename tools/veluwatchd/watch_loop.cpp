@@ -23,6 +23,7 @@ using Seconds = std::chrono::duration<double>;
 
 struct Loop {
     Seconds settle;
+    Seconds check;
     Seconds rescan;
     Watcher watcher;
     EventReader reader;
@@ -126,7 +127,7 @@ void ChangesBound(Loop *loop) {
 }
 
 int SharesLook(Loop *loop) {
-    loop->share_check = loop->now + kShareCheckPause;
+    loop->share_check = After(loop->now, loop->check);
     const bool was_blind = std::exchange(loop->blind, false);
     if (was_blind && !WatcherOpen(&loop->watcher))
         return errno;
@@ -192,7 +193,7 @@ int Begin(Loop *loop, bool reindex) {
         SharesReindex(loop->shares, &loop->watcher);
     loop->now = std::chrono::steady_clock::now();
     loop->last_event = loop->first_change = loop->now;
-    loop->share_check = loop->now + kShareCheckPause;
+    loop->share_check = After(loop->now, loop->check);
     loop->rescan_at = After(loop->now, loop->rescan);
     size_t watched = loop->watcher.tree.size();
     syslog(LOG_NOTICE, "watching %zu directories", watched);
@@ -204,6 +205,7 @@ int Begin(Loop *loop, bool reindex) {
 int WatchLoop(const WatchOptions &options, int signals) {
     Loop loop;
     loop.settle = Seconds(options.settle);
+    loop.check = Seconds(options.check);
     loop.rescan = Seconds(options.rescan);
     loop.shares = SharesMake(options.paths);
     if (const int error = Begin(&loop, options.reindex_at_start); error != 0)
