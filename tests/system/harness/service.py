@@ -50,6 +50,18 @@ def wrapper(unit, trace, uid=0):
     return ["/usr/bin/unshare", "-m", *network, "/bin/bash", "-c", "\n".join(lines)]
 
 
+def analyze(*arguments):
+    """The status and the words of systemd-analyze."""
+    done = subprocess.run(["systemd-analyze", "--no-pager", *arguments], capture_output=True, text=True, check=False)
+    return done.returncode, done.stdout + done.stderr
+
+
+def exposure(unit):
+    """How much of the system a unit is exposed to, from 0 to 10."""
+    _, text = analyze("security", "--offline=true", str(unit))
+    return float(re.search(r"Overall exposure level for \S+: ([\d.]+)", text)[1])
+
+
 def _group(name):
     """The system calls of a group, those of the groups in it included."""
     listing = subprocess.run(["systemd-analyze", "syscall-filter", "--no-pager", name], capture_output=True, text=True,
