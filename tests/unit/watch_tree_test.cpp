@@ -88,7 +88,8 @@ TEST(WatchTree, ManySiblingsAreFound) {
 TEST(PathOrder, WhatIsBelowADirectoryFollowsIt) {
     std::vector<std::string> paths = {"/a!", "/a/b", "/a", "/a-b", "/a/b/c", "/b", "/a\xFF", "/a/b!"};
     std::sort(paths.begin(), paths.end(), PathLess());
-    EXPECT_EQ(paths, (std::vector<std::string>{"/a", "/a/b", "/a/b/c", "/a/b!", "/a!", "/a-b", "/a\xFF", "/b"}));
+    EXPECT_EQ(paths,
+              (std::vector<std::string>{"/a", "/a/b", "/a/b/c", "/a/b!", "/a!", "/a-b", "/a\xFF", "/b"}));
 }
 
 TEST(PathOrder, KnowsWhatIsBelow) {

@@ -70,7 +70,8 @@ void ForgetBelow(Changes *changes, const std::string &path) {
 // are exact whatever happens meanwhile.
 bool IsLibraryRename(const Changes &changes, const Rename &move) {
     return changes.photo_library && IsPhotoPath(move.new_path.c_str()) != 0 &&
-           IsPhotoPath(move.old_path.c_str()) != 0 && RenameLineForm(move.new_path, move.old_path).refusal.empty();
+           IsPhotoPath(move.old_path.c_str()) != 0 &&
+           RenameLineForm(move.new_path, move.old_path).refusal.empty();
 }
 
 // What was about to be asked, or is asked and not done, of paths below a renamed directory, is asked of their new
@@ -102,8 +103,8 @@ bool RenamesFollow(std::vector<Rename> *renames, const Rename &move) {
         if (!IsAtOrBelow(rename->new_path, move.old_path))
             continue;
         led = led || (rename->directory && rename->new_path == move.old_path);
-        const std::string between = std::exchange(
-            rename->new_path, Exchanged(rename->new_path, move.old_path, move.new_path));
+        const std::string between =
+            std::exchange(rename->new_path, Exchanged(rename->new_path, move.old_path, move.new_path));
         for (auto later = rename + 1; later != renames->end(); ++later) {
             if (IsAtOrBelow(later->old_path, between))
                 later->old_path = Exchanged(later->old_path, between, rename->new_path);
@@ -145,7 +146,8 @@ void FileMoved(Changes *changes, const Rename &move, WatchTime now) {
     const uint8_t asked_flags = AskedAt(asked, move.old_path);
     const bool unknown = (old_flags & kFileNew) != 0 || IsInNewTree(*changes, move.old_path) ||
                          IsInAskedTree(asked, move.old_path);
-    const bool in_the_way = ((FlagsAt(*changes, move.new_path) | AskedAt(asked, move.new_path)) & kTreeGone) != 0;
+    const bool in_the_way =
+        ((FlagsAt(*changes, move.new_path) | AskedAt(asked, move.new_path)) & kTreeGone) != 0;
     if (unknown || in_the_way || asked.lost || !IsLibraryRename(*changes, move)) {
         FileGone(changes, move.old_path, now);
         FileTouched(changes, move.new_path, now);

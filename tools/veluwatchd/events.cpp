@@ -28,8 +28,8 @@ bool IsResourceFork(std::string_view name) {
     return name.starts_with("._");
 }
 
-void EntryGone(Watcher *watcher, NodeId parent, const std::string &path, const std::string &name, bool directory,
-               WatchTime now) {
+void EntryGone(Watcher *watcher, NodeId parent, const std::string &path, const std::string &name,
+               bool directory, WatchTime now) {
     const NodeId node = watcher->tree.Exists(parent) ? watcher->tree.ChildFind(parent, name) : kNoNode;
     if (node != kNoNode)
         TreeForget(watcher, node);
@@ -39,8 +39,8 @@ void EntryGone(Watcher *watcher, NodeId parent, const std::string &path, const s
         FileGone(&watcher->changes, path, now);
 }
 
-void DirectoryCame(Watcher *watcher, NodeId parent, const std::string &path, const std::string &name, bool by_link,
-                   WatchTime now) {
+void DirectoryCame(Watcher *watcher, NodeId parent, const std::string &path, const std::string &name,
+                   bool by_link, WatchTime now) {
     TreeCame(&watcher->changes, path, now);
     const NodeId known = watcher->tree.ChildFind(parent, name);
     if (known != kNoNode)
@@ -103,7 +103,8 @@ void OthersEnd(const Event &event, const std::string &path) {
     }
 }
 
-void EntryMoved(const Event &event, const EventReader::Leaving &from, NodeId parent, const std::string &path) {
+void EntryMoved(const Event &event, const EventReader::Leaving &from, NodeId parent,
+                const std::string &path) {
     Watcher *watcher = event.watcher;
     WatchTree &tree = watcher->tree;
     if (const NodeId replaced = tree.ChildFind(parent, event.name); replaced != kNoNode)
@@ -125,7 +126,8 @@ void EntryMoved(const Event &event, const EventReader::Leaving &from, NodeId par
     struct stat status;
     if (tree.Exists(from.parent) && lstat(from.path.c_str(), &status) == 0) {
         const uint32_t kind = S_ISDIR(status.st_mode) ? IN_ISDIR : 0;
-        EntryCame(watcher, from.parent, from.path, {event.reader, watcher, kind, 0, from.name, event.now}, true);
+        EntryCame(watcher, from.parent, from.path, {event.reader, watcher, kind, 0, from.name, event.now},
+                  true);
     }
 }
 
@@ -158,7 +160,8 @@ void EntryEvent(const Event &event, NodeId parent, bool alone) {
     const std::string path = directory + '/' + event.name;
     OthersEnd(event, path);
     if ((event.mask & IN_MOVED_FROM) != 0 && alone) {
-        event.reader->leaving.push_back({event.cookie, parent, path, event.name, event.directory(), event.now});
+        event.reader->leaving.push_back(
+            {event.cookie, parent, path, event.name, event.directory(), event.now});
     } else if ((event.mask & (IN_DELETE | IN_MOVED_FROM)) != 0) {
         EntryGone(watcher, parent, path, event.name, event.directory(), event.now);
     } else if ((event.mask & IN_CREATE) != 0) {
@@ -217,7 +220,8 @@ EventResult EventsRead(EventReader *reader, Watcher *watcher) {
             if ((head.mask & IN_Q_OVERFLOW) != 0)
                 return EventResult::overflow;
             const char *name = buffer + at + sizeof head;
-            const Event event = {reader, watcher, head.mask, head.cookie, {name, strnlen(name, head.len)}, now};
+            const Event event = {reader, watcher, head.mask, head.cookie, {name, strnlen(name, head.len)},
+                                 now};
             EventHandle(event, head.wd);
             at += static_cast<ssize_t>(sizeof head + head.len);
         }

@@ -11,16 +11,17 @@
 
 namespace {
 
-constexpr char kHelp[] = "Usage: veluwatchd [OPTION...] [DIRECTORY...]\n"
-                         "Watches the media shares, or the directories given, and queues what has changed\n"
-                         "there for veluindexd. Stays in the foreground.\n"
-                         "\n"
-                         "      --settle SECONDS    queue a change when nothing has happened for so long (3)\n"
-                         "      --check SECONDS     look for shares that are away, so often (10)\n"
-                         "      --rescan SECONDS    index anew what cannot be watched, so often (3600)\n"
-                         "      --reindex-at-start  index all that is watched anew, first\n"
-                         "  -h, --help              print this\n"
-                         "      --version           print the version\n";
+constexpr char kHelp[] =
+    "Usage: veluwatchd [OPTION...] [DIRECTORY...]\n"
+    "Watches the media shares, or the directories given, and queues what has changed\n"
+    "there for veluindexd. Stays in the foreground.\n"
+    "\n"
+    "      --settle SECONDS    queue a change when nothing has happened for so long (3)\n"
+    "      --check SECONDS     look for shares that are away, so often (10)\n"
+    "      --rescan SECONDS    index anew what cannot be watched, so often (3600)\n"
+    "      --reindex-at-start  index all that is watched anew, first\n"
+    "  -h, --help              print this\n"
+    "      --version           print the version\n";
 
 bool SecondsRead(const char *name, const char *text, double least, double most, double *seconds) {
     char *end = nullptr;
@@ -29,7 +30,8 @@ bool SecondsRead(const char *name, const char *text, double least, double most, 
         *seconds = value;
         return true;
     }
-    fprintf(stderr, "veluwatchd: %s: \"%s\" is no number of seconds from %g to %g\n", name, text, least, most);
+    fprintf(stderr, "veluwatchd: %s: \"%s\" is no number of seconds from %g to %g\n", name, text, least,
+            most);
     return false;
 }
 

@@ -13,5 +13,6 @@ bool PathLess::operator()(std::string_view left, std::string_view right) const {
 }
 
 bool IsBelow(std::string_view path, std::string_view directory) {
-    return !directory.empty() && path.size() > directory.size() && path.starts_with(directory) && path[directory.size()] == '/';
+    return !directory.empty() && path.size() > directory.size() && path.starts_with(directory) &&
+           path[directory.size()] == '/';
 }

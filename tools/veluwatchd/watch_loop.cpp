@@ -101,9 +101,9 @@ void AskedForget(Loop *loop) {
 void ChangesQueue(Loop *loop, bool everything) {
     Changes &changes = loop->watcher.changes;
     AskedForget(loop);
-    const PlanSettings settings = {
-        PathLook, [&](const std::string &path) { return ShareWord(loop->shares, path); }, PathRefuse, loop->settle,
-        everything};
+    const PlanSettings settings = {PathLook,
+                                   [&](const std::string &path) { return ShareWord(loop->shares, path); },
+                                   PathRefuse, loop->settle, everything};
     const std::string lines = RequestPlanMake(&changes, loop->now, settings);
     QueueOutputWrite(&loop->output, lines, loop->now);
     loop->waiting = !changes.empty();
@@ -119,7 +119,8 @@ void ChangesBound(Loop *loop) {
         ChangesQueue(loop, true);
         return;
     }
-    syslog(LOG_WARNING, "more than %zu changes wait for the queue: all shares are indexed anew instead", kChangesMax);
+    syslog(LOG_WARNING, "more than %zu changes wait for the queue: all shares are indexed anew instead",
+           kChangesMax);
     Changes &changes = loop->watcher.changes;
     changes.paths.clear();
     changes.renames.clear();

@@ -36,7 +36,9 @@ public:
     // Reached through a link, or below a directory that was.
     [[nodiscard]] bool Linked(NodeId node) const { return At(node).linked; }
     [[nodiscard]] std::string Path(NodeId node) const;
-    [[nodiscard]] bool Exists(NodeId node) const { return node < nodes_.size() && nodes_[node].name != nullptr; }
+    [[nodiscard]] bool Exists(NodeId node) const {
+        return node < nodes_.size() && nodes_[node].name != nullptr;
+    }
 
     void Move(NodeId node, NodeId parent, std::string_view name);
 

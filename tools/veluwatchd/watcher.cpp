@@ -18,8 +18,8 @@ namespace {
 
 // IN_MODIFY is not among them: a file that is written to is looked at when it is closed. IN_ATTRIB is: a file that
 // may be read from now on, and times that were set, belong to its row.
-constexpr uint32_t kEvents =
-    IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE | IN_ATTRIB | IN_ONLYDIR | IN_EXCL_UNLINK;
+constexpr uint32_t kEvents = IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE |
+                             IN_ATTRIB | IN_ONLYDIR | IN_EXCL_UNLINK;
 
 enum class Kind { directory, linked_directory, other };
 
@@ -46,7 +46,8 @@ void Unwatched(Watcher *watcher, NodeId node, const std::string &path, int error
     }
     if (!std::exchange(watcher->limit_told, true))
         syslog(LOG_WARNING,
-               "cannot watch %s and more: the limit of the kernel is reached (sysctl fs.inotify.max_user_watches), "
+               "cannot watch %s and more: the limit of the kernel is reached (sysctl "
+               "fs.inotify.max_user_watches), "
                "with %zu directories. What is not watched is indexed anew from time to time.",
                SafeText(path).c_str(), watcher->tree.size());
 }
@@ -183,8 +184,8 @@ void DoubtfulVerify(Watcher *watcher) {
         const std::string path = watcher->tree.Path(node);
         NodeVerify(watcher, node);
         // It leads nowhere still, with nothing more to come: it is gone, and an event has said so.
-        if (watcher->tree.Exists(node) && watcher->tree.Watch(node) == kNoWatch && !IsDirExist(path.c_str()) &&
-            watcher->tree.Parent(node) != kNoNode)
+        if (watcher->tree.Exists(node) && watcher->tree.Watch(node) == kNoWatch &&
+            !IsDirExist(path.c_str()) && watcher->tree.Parent(node) != kNoNode)
             TreeForget(watcher, node);
     }
 }
@@ -198,7 +199,8 @@ void UnmountedSettle(Watcher *watcher) {
         for (NodeId child = tree.FirstChild(node); child != kNoNode; child = tree.FirstChild(node))
             TreeForget(watcher, child);
         if (watcher->unmounted.insert(node).second)
-            syslog(LOG_NOTICE, "%s was unmounted: its rows are left alone", SafeText(tree.Path(node)).c_str());
+            syslog(LOG_NOTICE, "%s was unmounted: its rows are left alone",
+                   SafeText(tree.Path(node)).c_str());
     }
 }
 
