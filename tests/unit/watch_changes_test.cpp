@@ -80,7 +80,7 @@ TEST(WatchChanges, WhatHappensToOnePathIsOneRequest) {
         {{touched, touched}, kFile, "a:" + path + "\n"},
         {{created, gone}, PathKind::gone, "d:" + path + "\n"},
         {{gone, created}, kFile, "a:" + path + "\n"},
-        {{touched}, PathKind::gone, ""},
+        {{touched}, PathKind::gone, "d:" + path + "\n"},
         {{gone}, kFile, "a:" + path + "\n"},
         {{tree_came}, kDirectory, "A:" + path + "\n"},
         {{tree_came}, PathKind::gone, ""},
@@ -285,6 +285,18 @@ TEST(WatchChanges, ALibraryFollowsRenames) {
             lines.replace(at, 1, kPhoto);
         EXPECT_EQ(scene.Plan(), lines) << one.what;
     }
+}
+
+TEST(WatchChanges, ARenameThatNoLineCarriesAnyMoreIsARemovalAndAnAddition) {
+    Scene scene;
+    const std::string old_path = kPhoto + std::string(200, 'x');
+    const std::string folder = kPhoto + std::string(4000, 'n');
+    FileMoved(&scene.changes, FileFrom(old_path, kPhoto + "s/y"), kBegin);
+    TreeMoved(&scene.changes, TreeFrom(kPhoto + "s", folder), kBegin);
+    scene.Disk(folder, kDirectory);
+    scene.Disk(folder + "/y", kFile);
+    EXPECT_EQ(scene.Plan(), "N:" + folder + ":" + kPhoto + "s\na:" + folder + "/y\nd:" + old_path + "\n");
+    EXPECT_TRUE(scene.refused.empty());
 }
 
 TEST(WatchChanges, WhatIsAskedAndNotDoneIsAskedOfTheNewNames) {

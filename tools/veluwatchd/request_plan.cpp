@@ -25,14 +25,13 @@ bool InLibrary(const Plan &plan, const std::string &path) {
     return plan.changes->photo_library && IsPhotoPath(path.c_str()) != 0;
 }
 
-bool LineAdd(Plan *plan, const std::string &path, const RequestLine &formed, uint8_t asked) {
+void LineAdd(Plan *plan, const std::string &path, const RequestLine &formed, uint8_t asked) {
     if (!formed.refusal.empty()) {
         plan->settings->refuse(path, formed.refusal);
-        return false;
+        return;
     }
     plan->lines += formed.line;
     plan->asked.paths[path] |= asked;
-    return true;
 }
 
 void RequestAdd(Plan *plan, char command, const std::string &path, uint8_t asked) {
@@ -83,7 +82,7 @@ void PathPlan(Plan *plan, const std::string &path, uint8_t flags, PathKind kind)
     case PathKind::gone:
         if ((flags & kTreeGone) != 0)
             RequestAdd(plan, 'D', path, kTreeGone);
-        else if ((flags & kFileGone) != 0)
+        else if ((flags & (kFileGone | kFileTouched)) != 0) // or a link that leads nowhere took its place
             RequestAdd(plan, 'd', path, kFileGone);
         break;
     }
@@ -129,6 +128,17 @@ void PathsPlan(Plan *plan) {
     }
 }
 
+// A rename whose new name has become one that no line can carry.
+void RenameSplit(Changes *changes, const Rename &rename, WatchTime now) {
+    if (rename.directory) {
+        TreeGone(changes, rename.old_path, now);
+        TreeCame(changes, rename.new_path, now);
+    } else {
+        FileGone(changes, rename.old_path, now);
+        FileTouched(changes, rename.new_path, now);
+    }
+}
+
 // In front of all others: rows follow a rename before anything is said of their new paths.
 void RenamesPlan(Plan *plan) {
     for (const Rename &rename : std::exchange(plan->changes->renames, {})) {
@@ -138,12 +148,17 @@ void RenamesPlan(Plan *plan) {
             continue;
         }
         const RequestLine formed = RenameLineForm(rename.new_path, rename.old_path);
-        if (!LineAdd(plan, rename.new_path, formed, rename.directory ? 0 : kFileTouched))
+        if (!formed.refusal.empty()) {
+            RenameSplit(plan->changes, rename, plan->now);
             continue;
-        if (rename.directory)
+        }
+        plan->lines += formed.line;
+        if (rename.directory) {
             plan->asked.renames.push_back(rename);
-        else
-            plan->asked.paths[rename.old_path] |= kFileGone;
+            continue;
+        }
+        plan->asked.paths[rename.new_path] |= kFileTouched;
+        plan->asked.paths[rename.old_path] |= kFileGone;
     }
 }
 

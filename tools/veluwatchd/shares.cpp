@@ -50,8 +50,9 @@ void ShareCheck(const std::vector<Share> &shares, Share *share, Watcher *watcher
     }
     if (path == share->path && IsWatched(*share, *watcher, status))
         return;
-    // An empty directory in the place of a share that was there is what its volume was mounted on.
-    if (share->seen && path == share->path && IsEmptyDirectory(path)) {
+    // Another directory in the place of a share that was there, and empty, is what its volume was mounted on.
+    const bool other = share->device != status.st_dev || share->inode != status.st_ino;
+    if (share->seen && path == share->path && other && IsEmptyDirectory(path)) {
         Away(share, watcher);
         return;
     }

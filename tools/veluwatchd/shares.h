@@ -26,8 +26,8 @@ struct Share {
 std::vector<Share> SharesMake(const std::vector<std::string> &paths);
 
 // Watches shares that have come, and lets go of those that are away. What is away keeps its rows: nobody has removed
-// a file from it. When it is back it is indexed anew, as nobody knows what has happened to it. `start`: what is there
-// was there before the watcher was.
+// a file from it. When it is back it is indexed anew, as nobody knows what has happened to it; when it was not there
+// yet since the start, it is as if the start were later. `start`: what is there was there before the watcher was.
 void SharesCheck(std::vector<Share> *shares, Watcher *watcher, bool start);
 
 // Has all shares indexed anew.

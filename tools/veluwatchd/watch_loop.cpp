@@ -137,7 +137,6 @@ int SharesLook(Loop *loop) {
     return 0;
 }
 
-// What cannot be watched is not seen to change, and only shares that cannot be watched at all are none of this.
 void Rescan(Loop *loop) {
     loop->rescan_at = After(loop->now, loop->rescan);
     UnwatchedRetry(&loop->watcher);
@@ -153,9 +152,11 @@ void ChangesDue(Loop *loop) {
     // Half of a rename is no change yet.
     const bool rest = loop->now >= After(loop->last_event, loop->settle) && loop->reader.leaving.empty();
     const bool long_enough = loop->now >= After(loop->first_change, loop->settle * kHoldSettles);
-    if (!loop->output.waiting.empty() && loop->now < loop->output.retry)
+    // Changes take less room than their lines, and are merged as long as the queue cannot be written.
+    if (!loop->output.waiting.empty() &&
+        (loop->now < loop->output.retry || !QueueOutputWrite(&loop->output, {}, loop->now)))
         return;
-    if ((loop->waiting && !loop->blind && (rest || long_enough)) || !loop->output.waiting.empty())
+    if (loop->waiting && !loop->blind && (rest || long_enough))
         ChangesQueue(loop, false);
 }
 
@@ -176,9 +177,10 @@ void End(Loop *loop) {
     if (!loop->blind)
         EventsTake(loop);
     LeavingExpire(&loop->reader, &loop->watcher, loop->now, true);
-    if (loop->blind)
-        for (const Share &share : loop->shares)
+    for (const Share &share : loop->shares) {
+        if (loop->blind && share.seen)
             TreeMissed(&loop->watcher.changes, share.path);
+    }
     ChangesQueue(loop, true);
     if (!loop->output.waiting.empty())
         syslog(LOG_ERR, "changes are lost: the queue cannot be written. \"veluctl check\" finds them.");
@@ -196,8 +198,7 @@ int Begin(Loop *loop, bool reindex) {
     loop->last_event = loop->first_change = loop->now;
     loop->share_check = After(loop->now, loop->check);
     loop->rescan_at = After(loop->now, loop->rescan);
-    size_t watched = loop->watcher.tree.size();
-    syslog(LOG_NOTICE, "watching %zu directories", watched);
+    syslog(LOG_NOTICE, "watching %zu directories", loop->watcher.tree.size());
     return 0;
 }
 
