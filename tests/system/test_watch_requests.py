@@ -1,17 +1,20 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """What the watcher queues for what is done to a share. No daemon takes it away."""
 import os
+import re
 import time
 
 import pytest
 
 from harness.daemon import Daemon
-from harness.watcher import SETTLE, Watcher
+from harness.watcher import Watcher
 
 # What is tried lies in front of the store, whatever its engine.
 pytestmark = pytest.mark.sqlite
 
 MUSIC, PHOTO = "/volume1/music", "/volume1/photo"
+# Long enough that a busy machine does not come to rest in the midst of what is done.
+SETTLE = 0.6
 
 
 class Place:
@@ -39,7 +42,7 @@ class Place:
 
 def write_slowly(place):
     with open(place.host("a.mp3"), "wb") as file:
-        for _ in range(8):
+        for _ in range(4):
             file.write(b"x" * 100)
             file.flush()
             time.sleep(SETTLE / 2)
@@ -142,7 +145,7 @@ LIBRARY = {
     "a tree renamed": (lambda place: place.move("d", "e"), ["N:$/e:$/d"]),
     "a tree renamed twice": (move_twice, ["N:$/f:$/d"]),
     "a tree renamed and changed": (move_and_change, ["N:$/e:$/d", "d:$/e/in.mp3", "a:$/e/new.mp3"]),
-    "a tree made again": (make_again, ["N:$/d:$/d", "R:photo"]),
+    "a tree made again": (make_again, ["N:$/d:$/d"]),
 }
 
 CASES = [(MUSIC, name, *case) for name, case in {**ANYWHERE, **MEDIA}.items()] + [
@@ -158,7 +161,7 @@ def watched_places(binary, faketime):
         places.append(Place(box, f"{share}/case{number}"))
         for name in ("old.mp3", "other.mp3", "d/in.mp3"):
             places[-1].write(name)
-    watcher = Watcher(box)
+    watcher = Watcher(box, settle=SETTLE)
     yield box, watcher, places
     watcher.stop()
     box.check_sanitizers()
@@ -166,10 +169,16 @@ def watched_places(binary, faketime):
 
 
 def test_what_is_queued(watched):
+    """All at once, as each is in its own folder."""
     _, watcher, places = watched
-    for place, (share, name, act, lines) in zip(places, CASES):
+    for place, (_, _, act, _) in zip(places, CASES):
         act(place)
-        assert watcher.requests() == [line.replace("$", place.path) for line in lines], (share, name)
+    queued = watcher.requests()
+    for place, (share, name, _, lines) in zip(places, CASES):
+        own = [line for line in queued if re.search(f"{place.path}(?=[/:]|$)", line)]
+        assert own == [line.replace("$", place.path) for line in lines], (share, name)
+        queued = [line for line in queued if line not in own]
+    assert queued == ["R:photo"], "for the tree of the library that was made again"
     assert watcher.told(r"a\x0Ab.mp3 cannot be queued: it has a newline")
 
 
@@ -181,13 +190,13 @@ def test_moves_across_the_edge_of_the_shares(watched):
     outside.write("b.mp3")
     os.rename(outside.host("t"), inside.host("t"))
     os.rename(outside.host("b.mp3"), inside.host("b.mp3"))
-    assert watcher.requests() == [f"A:{MUSIC}/edge/t", f"a:{MUSIC}/edge/b.mp3"][::-1]
+    assert sorted(watcher.requests()) == [f"A:{MUSIC}/edge/t", f"a:{MUSIC}/edge/b.mp3"]
     inside.write("t/u/c.mp3")
     assert watcher.requests() == [f"a:{MUSIC}/edge/t/u/c.mp3"]
     os.rename(inside.host("t"), outside.host("t"))
     os.makedirs(box.box.path(f"{MUSIC}/#recycle"))
     os.rename(inside.host("b.mp3"), box.box.path(f"{MUSIC}/#recycle/b.mp3"))
-    assert watcher.requests() == [f"d:{MUSIC}/edge/b.mp3", f"D:{MUSIC}/edge/t"]
+    assert sorted(watcher.requests()) == [f"D:{MUSIC}/edge/t", f"d:{MUSIC}/edge/b.mp3"]
     outside.write("t/u/d.mp3")
     assert watcher.requests() == [], "what has left is not watched"
 

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The watcher beside random work on the shares: the catalogue ends as a fresh index of the final tree.
 
-VELU_WATCH_FILES: how many operations (6,000). VELU_WATCH_SEED: their order, which is printed.
+VELU_WATCH_FILES: how many operations (4,000). VELU_WATCH_SEED: their order, which is printed.
 """
 import os
 import random
@@ -15,7 +15,7 @@ from harness.watcher import SHARES, Watcher, check_equal
 # What is tried lies in front of the store, whatever its engine.
 pytestmark = pytest.mark.sqlite
 
-FILES = int(os.environ.get("VELU_WATCH_FILES", "6000"))
+FILES = int(os.environ.get("VELU_WATCH_FILES", "4000"))
 SEED = int(os.environ.get("VELU_WATCH_SEED", str(random.randrange(1 << 32))))
 # Far more than it takes; the 50,000 need a minute or two.
 PATIENCE = 60 + FILES // 100

@@ -52,7 +52,8 @@ class Turmoil:
     # --- operations
 
     def copy(self):
-        folder = self.folder()
+        # The photo library shrinks by what is moved out of it.
+        folder = self.folder() if self.random.random() < 0.8 else self.shares[2]
         path = folder + b"/" + self.name(self.extension(folder))
         self.write(path)
         self.files.append(path)
