@@ -227,6 +227,7 @@ TEST(WatchChanges, ALibraryFollowsRenames) {
              file(scene, "x", "f");
          },
          "a:$f\nd:$x\n"},
+        {"a file that becomes hidden", [&](Scene *scene) { file(scene, "x", ".f"); }, "a:$.f\nd:$x\n"},
         {"a tree", [&](Scene *scene) { tree(scene, "s", "d"); }, "N:$d:$s\n"},
         {"a tree twice",
          [&](Scene *scene) {
@@ -275,7 +276,7 @@ TEST(WatchChanges, ALibraryFollowsRenames) {
     };
     for (const Case &one : cases) {
         Scene scene;
-        for (const char *name : {"f", "d/f", "d/e/g"})
+        for (const char *name : {"f", ".f", "d/f", "d/e/g"})
             scene.Disk(kPhoto + name, kFile);
         for (const char *name : {"d", "d/e"})
             scene.Disk(kPhoto + name, kDirectory);

@@ -74,6 +74,11 @@ bool IsLibraryRename(const Changes &changes, const Rename &move) {
            RenameLineForm(move.new_path, move.old_path).refusal.empty();
 }
 
+// The photo library has no hidden pictures: one that becomes hidden leaves it, and the other way round.
+bool IsHidden(const std::string &path) {
+    return path[path.rfind('/') + 1] == '.';
+}
+
 // What was about to be asked, or is asked and not done, of paths below a renamed directory, is asked of their new
 // paths.
 void PathsFollow(Changes *changes, const Rename &move, WatchTime now) {
@@ -148,7 +153,8 @@ void FileMoved(Changes *changes, const Rename &move, WatchTime now) {
                          IsInAskedTree(asked, move.old_path);
     const bool in_the_way =
         ((FlagsAt(*changes, move.new_path) | AskedAt(asked, move.new_path)) & kTreeGone) != 0;
-    if (unknown || in_the_way || asked.lost || !IsLibraryRename(*changes, move)) {
+    const bool hidden = IsHidden(move.old_path) || IsHidden(move.new_path);
+    if (unknown || hidden || in_the_way || asked.lost || !IsLibraryRename(*changes, move)) {
         FileGone(changes, move.old_path, now);
         FileTouched(changes, move.new_path, now);
         return;

@@ -36,6 +36,11 @@ class Turmoil:
         number = self.random.randrange(30) if self.random.random() < 0.2 else self.number
         return f"{text}{number}{extension}".encode("latin-1" if "\xff" in text else "utf-8")
 
+    def folder_name(self, parent):
+        """A request for the whole photo library passes hidden folders by, one for a tree does not: it has none here."""
+        name = self.name("")
+        return name.lstrip(b".") if self.in_photo(parent) else name
+
     def folder(self):
         return self.random.choice(self.folders)
 
@@ -92,7 +97,7 @@ class Turmoil:
     def folder_make(self):
         path = self.folder()
         for _ in range(self.random.choice((1, 1, 1, 4))):
-            path += b"/" + self.name("")
+            path += b"/" + self.folder_name(path)
             os.mkdir(path)
             self.folders.append(path)
             self.write(path + b"/in.m3u")
@@ -106,7 +111,7 @@ class Turmoil:
             return
         if self.in_photo(parent) != self.in_photo(old) and (self.in_photo(parent) or self.random.random() < 0.9):
             return
-        new = parent + b"/" + self.name("")
+        new = parent + b"/" + self.folder_name(parent)
         os.rename(old, new)
         self.moved(old, new)
 
