@@ -19,6 +19,7 @@ from harness.media import MediaError  # noqa: E402
 from harness.sandbox import SandboxError  # noqa: E402
 
 BINARY = TREE / "build/try/bin/veluindexd"
+PAGE = TREE / "build/try/report.html"
 ROWS_SHOWN = 40
 LOG_SHOWN = 20
 QUIET = (10, 20)
@@ -114,6 +115,13 @@ def show(daemon, place):
     return count
 
 
+def write_page(daemon):
+    done = daemon.ctl("report", "-")
+    if done["status"] != 0:
+        raise TryError(f"veluctl report: {done['err']}")
+    PAGE.write_bytes(done["out"].encode("latin-1"))
+
+
 def main(folder):
     progress = Progress()
     binds = []
@@ -140,6 +148,8 @@ def main(folder):
               f"and took {took:.2f} s" + (f", {1000 * took / count:.1f} ms a file" if count else ""))
         print(f"resident memory of the daemon: {int(daemon.status_field('VmRSS')) / 1024:.1f} MB")
         print_log(daemon)
+        write_page(daemon)
+        print(f"\na page about the catalogue, for a browser: {PAGE.relative_to(TREE)}")
         daemon.stop()
         if not count:
             raise TryError("no file of a known kind was found" if folder else "nothing was catalogued")
