@@ -18,27 +18,29 @@ void LogFailure(const char *reason) {
     syslog(LOG_ERR, "%s (%d) Failed to compact the catalogue. (%s)", kLogName, __LINE__, reason);
 }
 
-int Vacuum(Catalogue catalogue) {
-    RunScope scope;
-    VELUIndexRunFlush(); // compacting takes long: the other catalogue must not stay locked for it
+int Compact(Catalogue catalogue) {
     // Not inside a transaction, which is why the batch is committed by asking for the connection.
     const StoreConnectionRef connection = RunConnection(catalogue, "vacuum");
     if (connection == nullptr)
-        return scope.Finish(-1);
+        return -1;
     if (VELUDBExecute(connection->db, "vacuum", nullptr) >= 0)
-        return scope.Finish(0);
+        return 0;
     LogFailure(VELUDBErrorGet(connection->db));
-    return scope.Finish(-1);
+    return -1;
 }
 
-// It belongs to no request that would be done again.
-int VacuumTry(Catalogue catalogue) {
+int Vacuum(Catalogue catalogue) {
+    RunScope scope;
+    // Compacting takes long: the other catalogue must not stay locked for it. What is lost here for want of memory
+    // was asked by others, who have to hear of it.
+    VELUIndexRunFlush();
+    int result = -1;
     try {
-        return Vacuum(catalogue);
+        result = Compact(catalogue);
     } catch (const std::bad_alloc &) {
-        LogFailure("out of memory");
-        return -1;
+        LogFailure("out of memory"); // it belongs to no request that would be done again
     }
+    return scope.Finish(result);
 }
 
 template <size_t N>
@@ -61,11 +63,11 @@ int TruncateMedia(const char *table) {
 } // namespace
 
 int MediaDBVacuum() {
-    return VacuumTry(Catalogue::media);
+    return Vacuum(Catalogue::media);
 }
 
 int PhotoDBVacuum() {
-    return VacuumTry(Catalogue::photo);
+    return Vacuum(Catalogue::photo);
 }
 
 int VELUTruncateTable(const char *name) {

@@ -77,6 +77,31 @@ TEST_F(RunMemory, CompactingOutlivesIt) {
     EXPECT_EQ(log.Lines(kOutOfMemory).size(), failures);
 }
 
+// What the run has written before is on disk, or its requests hear of it: by what is thrown, or by the run's end.
+TEST_F(RunMemory, CompactingKeepsTheRequestsOfTheRun) {
+    LogCatcher log;
+    int number = 0;
+    int thrown = 0;
+    for (bool failed = true; failed;) {
+        ASSERT_EQ(VELUTruncateTable("music"), 0);
+        VELUIndexRunBegin();
+        BatchOfNoCommit();
+        NewFailAt(++number);
+        bool told = false;
+        try {
+            MediaDBVacuum();
+        } catch (const std::bad_alloc &) {
+            told = true;
+        }
+        failed = NewFailed();
+        thrown += told ? 1 : 0;
+        if (VELUIndexRunEnd() == 0 && !told) {
+            EXPECT_EQ(Paths("music"), "/1|/2") << "allocation " << number;
+        }
+    }
+    EXPECT_GT(thrown, 0);
+}
+
 // Nor is a connection left open, which the sanitizer would tell.
 TEST_F(RunMemory, ADatabaseIsNotOpened) {
     LogCatcher log;
