@@ -58,9 +58,12 @@ bool QueueReader::Next(std::string_view *line) {
         end = newline();
     }
     PositionShow();
+    const size_t held = std::min(end_ - start_, kQueueLineMax);
+    // What came of a line whose rest cannot be read would be a request that nobody has made.
+    if (end == nullptr && held < kQueueLineMax && failure_ != 0)
+        return false;
     const char *begin = buffer_.data() + start_;
-    const size_t length =
-        end != nullptr ? static_cast<size_t>(end - begin) + 1 : std::min(end_ - start_, kQueueLineMax);
+    const size_t length = end != nullptr ? static_cast<size_t>(end - begin) + 1 : held;
     *line = {begin, length};
     start_ += length;
     return length > 0;

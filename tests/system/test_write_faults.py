@@ -16,6 +16,7 @@ pytestmark = [pytest.mark.tracing, pytest.mark.sqlite]
 
 SONG, SONGS = "/volume1/music/song.mp3", ["/volume1/music/a.pcm", "/volume1/music/b.pcm"]
 PICTURE = "/volume1/photo/Trip/a.jpg"
+READ_AT_ONCE, LINE = 65536, 64  # bytes of the working copy, and of a line that asks for nothing
 COVER, COVER_PNG = cover_path(SONG), cover_path(SONG, "0_1.png")
 COVERS = "/var/lib/velu/covers"
 OPENS, WRITES, RENAMES, UNLINKS = "open,openat", "write,pwrite64,writev", "rename,renameat,renameat2", "unlink,unlinkat"
@@ -124,6 +125,21 @@ def test_a_working_copy_that_cannot_be_read_is_kept_and_done_again(songs, code):
         assert songs.exists(WORKING_COPY)
     wait_for(lambda: not songs.exists(WORKING_COPY), "the copy to be done")
     finish(songs)
+
+
+def test_a_line_whose_rest_cannot_be_read_waits_for_it(songs):
+    songs.index_queue_as_it_is()
+    # What the first read has of the last line asks for the rename of another file.
+    torn = f"N:/volume1/music/new.pcm:{SONGS[0]}"
+    filler = READ_AT_ONCE - len(torn)
+    fillers = ["U:" + "x" * (LINE - 3)] * (filler // LINE - 1) + ["U:" + "x" * (LINE + filler % LINE - 3)]
+    with failing(songs, "pread64", WORKING_COPY, errno.EIO, "2+"):
+        songs.queue(*fillers, torn + ".old")
+        songs.signal()
+        wait_for(lambda: songs.logged("veluindexd.c", f"Failed to read {WORKING_COPY}. ({os.strerror(errno.EIO)})"), "the line")
+        assert songs.paths("music") == SONGS
+    finish(songs)
+    assert not songs.logged(None, "Warning! No new line here.")
 
 
 @pytest.mark.parametrize("code", [errno.EMFILE, errno.ENOMEM, errno.EIO, errno.EACCES], ids=errno.errorcode.get)
