@@ -53,6 +53,18 @@ TEST_F(PageFile, OneThatIsReplacedKeepsItsRights) {
     EXPECT_EQ(Entries(), 1);
 }
 
+TEST_F(PageFile, OneOfAnotherUserDoesNotSayWhoMayWriteIt) {
+    constexpr uid_t kSomebody = 12345;
+    std::ofstream(kPage) << "bait";
+    chmod(kPage, 0666);
+    ASSERT_EQ(chown(kPage, kSomebody, kSomebody), 0);
+    const mode_t before = umask(027);
+    EXPECT_EQ(PageFileWrite(kPage, "page"), "");
+    umask(before);
+    EXPECT_EQ(Read(), "page");
+    EXPECT_EQ(Rights(), 0640u);
+}
+
 TEST_F(PageFile, WhatIsNoOrdinaryFileIsLeftAlone) {
     for (const char *path : {"/dev/null", kFolder})
         EXPECT_NE(PageFileWrite(path, "page"), "") << path;

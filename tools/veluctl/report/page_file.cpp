@@ -14,9 +14,10 @@ namespace {
 constexpr mode_t kRights = 0777;
 constexpr mode_t kNewFile = 0666;
 
-// Those of the file that is replaced; of a new one, what the user's mask leaves.
+// Those of the file that is replaced; else what the user's mask leaves. In a folder where others write, a file of
+// theirs at this name is not to say who may write the page.
 mode_t RightsFor(const struct stat *before) {
-    if (before != nullptr)
+    if (before != nullptr && before->st_uid == geteuid())
         return before->st_mode & kRights;
     const mode_t mask = umask(0);
     umask(mask);

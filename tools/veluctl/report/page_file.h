@@ -6,6 +6,6 @@
 #include <string>
 #include <string_view>
 
-// Writes `page` to the file `path`, in whose place it comes with one step and with the rights that the file had before; a
-// new one gets those that any file of this user gets. Empty, or why it could not be done.
+// Writes `page` to the file `path`, in whose place it comes with one step and with the rights that a file of this user
+// there had before; else it gets those that any file of this user gets. Empty, or why it could not be done.
 std::string PageFileWrite(const std::string &path, std::string_view page);
