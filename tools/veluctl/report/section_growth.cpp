@@ -20,6 +20,7 @@ struct Growth {
     Month last = 0;
     int64_t undated = 0;
     int64_t dated = 0;
+    double bytes = 0; // of those that are dated
     std::map<Month, Group> months[std::size(kGrowing)] = {};
 };
 
@@ -39,6 +40,7 @@ Growth GrowthTake(Report *report) {
             growth.first = growth.dated == 0 ? *month : std::min(growth.first, *month);
             growth.last = std::max(growth.last, *month);
             growth.dated += group.files;
+            growth.bytes += group.bytes;
         }
     }
     return growth;
@@ -69,7 +71,7 @@ TimeChart SizeChart(const Report &report, const Growth &growth) {
         chart.series.push_back(std::move(series));
     }
     chart.description = "From " + MonthText(growth.first) + " to " + MonthText(growth.last) + " to " +
-                        SizeText(report.total.bytes) + ". The table below has the figures.";
+                        SizeText(growth.bytes) + ". The table below has the figures.";
     return chart;
 }
 
@@ -138,7 +140,11 @@ void GrowthWrite(Report *report) {
     if (growth.dated == 0) {
         html->Put("<p class=\"wide\">No file has a usable time.</p>\n");
     } else if (growth.first == growth.last) {
-        html->Put("<p class=\"wide\">All files are of ").Text(MonthText(growth.first)).Put(".</p>\n");
+        html->Put("<p class=\"wide\">")
+            .Put(growth.undated == 0 ? Literal("All files") : Literal("All files with a usable time"))
+            .Put(" are of ")
+            .Text(MonthText(growth.first))
+            .Put(".</p>\n");
     } else {
         LegendWrite(report);
         TimeChartWrite(html, SizeChart(*report, growth));
