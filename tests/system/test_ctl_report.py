@@ -45,8 +45,8 @@ def page_of(box, *options):
 def size_text(number):
     """A size as the page has it."""
     for unit in ("B", "kB", "MB", "GB"):
-        if number < 1000:
-            return f"{number:.0f}{NARROW_SPACE}{unit}" if unit == "B" or number >= 100 else f"{number:.1f}{NARROW_SPACE}{unit}"
+        if round(number) < 1000:
+            return f"{number:.0f}{NARROW_SPACE}{unit}" if unit == "B" or round(number, 1) >= 100 else f"{number:.1f}{NARROW_SPACE}{unit}"
         number /= 1000
     raise AssertionError("samples are not that large")
 

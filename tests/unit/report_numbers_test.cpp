@@ -27,6 +27,10 @@ TEST(ReportNumbers, SizesHaveUnits) {
     EXPECT_EQ(SizeText(0), "0" S "B");
     EXPECT_EQ(SizeText(999), "999" S "B");
     EXPECT_EQ(SizeText(12345), "12.3" S "kB");
+    EXPECT_EQ(SizeText(99949), "99.9" S "kB");
+    EXPECT_EQ(SizeText(99950), "100" S "kB");
+    EXPECT_EQ(SizeText(999499), "999" S "kB");
+    EXPECT_EQ(SizeText(999500), "1.0" S "MB") << "no thousand of a unit";
     EXPECT_EQ(SizeText(-1), "0" S "B");
     EXPECT_EQ(SizeText(NAN), "0" S "B");
     EXPECT_EQ(SizeText(INFINITY), "0" S "B");

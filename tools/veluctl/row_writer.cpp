@@ -20,11 +20,13 @@ constexpr size_t kLastColumnMin = 20; // what is left of a path on a narrow term
 std::string BytesShow(double bytes) {
     static constexpr const char *kUnits[] = {"B", "kB", "MB", "GB", "TB", "PB"};
     constexpr double kStep = 1000;
+    constexpr double kNextUnit = 999.5; // rounded, this is a whole one of the next unit
+    constexpr double kWhole = 99.95;    // rounded to tenths, this has three digits already
     size_t unit = 0;
-    for (; bytes >= kStep && unit + 1 < std::size(kUnits); ++unit)
+    for (; bytes >= kNextUnit && unit + 1 < std::size(kUnits); ++unit)
         bytes /= kStep;
     char text[32];
-    snprintf(text, sizeof text, unit == 0 || bytes >= 100 ? "%.0f %s" : "%.1f %s", bytes, kUnits[unit]);
+    snprintf(text, sizeof text, unit == 0 || bytes >= kWhole ? "%.0f %s" : "%.1f %s", bytes, kUnits[unit]);
     return text;
 }
 
