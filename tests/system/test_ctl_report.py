@@ -160,6 +160,42 @@ def test_an_empty_catalogue_has_a_friendly_page(daemon):
     assert page.root.all("svg") == [] and page.root.all("table") == []
 
 
+# Column, then what stands in the card of a heading for each value: the values are the last of a class and the first of the next.
+CLASSES = {
+    ("music", "Bit rates", "audio_bitrate"): {1: "below 64", 63999: "below 64", 64000: "64\u201395", 127999: "96\u2013127",
+                                              128000: "128\u2013159", 319999: "256\u2013319", 320000: "320\u2013499",
+                                              1999999: "1000\u20131999", 2000000: "2000 and more", 2 ** 40: "2000 and more"},
+    ("music", "Sample rates", "sample_rate"): {8000: "up to 8", 22050: "up to 22.05", 44100: "up to 44.1", 44101: "up to 48",
+                                               96000: "up to 96", 192000: "above 96"},
+    ("music", "Decades", "year"): {1979: "1970s", 1980: "1980s", 1989: "1980s", 1990: "1990s"},
+    ("video", "Resolution", "height"): {1: "below DVD", 480: "like DVD", 720: "HD (720)", 1080: "Full HD (1080)",
+                                        2160: "4K and more"},
+    ("video", "Bit rates", "video_bitrate"): {1: "below 1", 999999: "below 1", 1000000: "1\u20132", 1999999: "1\u20132",
+                                              2000000: "2\u20134", 31999999: "16\u201332", 32000000: "32 and more",
+                                              2 ** 40: "32 and more"},
+    ("photo", "Sensitivity", "iso_speed"): {100: "up to 100", 125: "up to 200", 6400: "up to 6400", 12800: "above 6400"},
+    ("photo", "Aperture", "f_number"): {"f/1.4": "f/1.4 and wider", "f/1.8": "to f/2", "5.6": "to f/5.6", "f/22.0": "narrower"},
+}
+
+
+@pytest.mark.sqlite
+def test_each_value_falls_into_its_class(daemon):
+    daemon.index("R:all")
+    connection = sqlite3.connect(daemon.box.path("/var/lib/velu/mediaserver.db"))
+    for (table, heading, column), values in CLASSES.items():
+        connection.executemany(f"insert into {table} (path, width, {column}) values (?, 1, ?)",
+                               [(f"/volume1/{table}/{heading} {value}".replace("f/", ""), value) for value in values])
+    connection.commit()
+    connection.close()
+    page = page_of(daemon, "--no-check")
+    for (table, heading, _), values in CLASSES.items():
+        section, = (section for section in page.root.all("section")
+                    if section.attributes["id"] == {"music": "music", "video": "films", "photo": "pictures"}[table])
+        card, = (card for card in section.all("article") if card.all("h3")[0].text == heading)
+        found = {row.all("bdi")[0].text: int(row.all("td")[1].text) for row in card.all("tbody")[0].all("tr")}
+        assert {name: count for name, count in found.items() if count} == collections.Counter(values.values()), (table, heading)
+
+
 @pytest.mark.sqlite
 def test_absurd_values_stay_on_the_page(library):
     connection = sqlite3.connect(library.box.path("/var/lib/velu/mediaserver.db"))
