@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <time.h>
 
-#include <unordered_map>
+#include <algorithm>
 
 #include "platform/handle.h"
 #include "platform/media_record.h"
@@ -39,32 +39,55 @@ std::string FolderOf(const std::string &path) {
     return GetCoverFolder(path.c_str(), folder, sizeof folder) != 0 ? folder : std::string();
 }
 
+struct KeptFolder {
+    std::string path;
+    const CheckedRow *row; // null: of none
+};
+
+// In the order of their paths.
+std::vector<KeptFolder> KeptFolders() {
+    std::vector<KeptFolder> folders;
+    char base[kMediaPathSize];
+    if (VELUIndexCoverDirGet(base, sizeof base) != 0)
+        return folders;
+    for (const std::string &group : NamesIn(base)) {
+        const std::string group_path = std::string(base) + '/' + group;
+        for (const std::string &hash : NamesIn(group_path))
+            folders.push_back({group_path + '/' + hash, nullptr});
+    }
+    std::sort(folders.begin(), folders.end(),
+              [](const KeptFolder &one, const KeptFolder &other) { return one.path < other.path; });
+    return folders;
+}
+
+void RowPut(std::vector<KeptFolder> *folders, const CheckedRow &row) {
+    const std::string path = FolderOf(row.path);
+    const auto found = std::lower_bound(
+        folders->begin(), folders->end(), path,
+        [](const KeptFolder &folder, const std::string &wanted) { return folder.path < wanted; });
+    if (found != folders->end() && found->path == path)
+        found->row = &row;
+}
+
 } // namespace
 
 void CoversCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findings) {
-    std::unordered_map<std::string, const CheckedRow *> by_folder;
+    // Most rows have no cover: what is remembered are the folders that are there.
+    std::vector<KeptFolder> folders = KeptFolders();
     for (const CheckedRow &row : rows) {
         if (!row.media)
             continue;
-        const std::string folder = FolderOf(row.path);
-        by_folder[folder] = &row;
+        RowPut(&folders, row);
         // A row whose file is gone goes with what covers it has.
         if (row.seen && row.cover && CoversOf(row.path).empty())
             findings->push_back({kStaleCover, row.path, RepairLine('a', row.path), {}});
     }
-    char base[kMediaPathSize];
-    if (VELUIndexCoverDirGet(base, sizeof base) != 0)
-        return;
-    for (const std::string &group : NamesIn(base)) {
-        for (const std::string &hash : NamesIn(std::string(base) + '/' + group)) {
-            const std::string folder = std::string(base) + '/' + group + '/' + hash;
-            const auto row = by_folder.find(folder);
-            if (row == by_folder.end()) {
-                if (IsOld(folder))
-                    findings->push_back({kStaleCover, folder, {}, folder});
-            } else if (row->second->seen && !row->second->cover && IsOld(folder)) {
-                findings->push_back({kStaleCover, row->second->path, RepairLine('a', row->second->path), {}});
-            }
+    for (const auto &[folder, row] : folders) {
+        if (row == nullptr) {
+            if (IsOld(folder))
+                findings->push_back({kStaleCover, folder, {}, folder});
+        } else if (row->seen && !row->cover && IsOld(folder)) {
+            findings->push_back({kStaleCover, row->path, RepairLine('a', row->path), {}});
         }
     }
 }
