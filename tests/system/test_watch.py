@@ -133,6 +133,32 @@ def test_the_limit_of_watches(box):
     watcher.stop()
 
 
+def test_events_that_are_read_late(box):
+    """What they tell of has left meanwhile, or is elsewhere. They are all there when the watcher goes on."""
+    out = f"{MUSIC}/#recycle"
+    for folder in (f"{MUSIC}/d", f"{MUSIC}/e/below", f"{out}/f", f"{MUSIC}/p"):
+        box.mkdir(folder)
+    watcher = Watcher(box)
+    watcher.signal(signal.SIGSTOP)
+    def move(old, new):
+        os.rename(box.box.path(old), box.box.path(new))
+    move(f"{MUSIC}/d", f"{out}/d")
+    box.mkdir(f"{out}/d/made")
+    move(f"{MUSIC}/e", f"{out}/e")
+    move(f"{out}/f", f"{out}/e/f")
+    box.mkdir(f"{MUSIC}/a")
+    move(f"{MUSIC}/p", f"{out}/p")
+    box.mkdir(f"{MUSIC}/z")
+    move(f"{MUSIC}/a", f"{out}/p/a")
+    move(f"{out}/p/a", f"{MUSIC}/a")
+    move(f"{out}/p", f"{MUSIC}/a/p")
+    watcher.signal(signal.SIGCONT)
+    assert watcher.requests() == [f"N:{MUSIC}/a:{MUSIC}/a", f"D:{MUSIC}/d", f"D:{MUSIC}/e", f"D:{MUSIC}/p", f"A:{MUSIC}/z"]
+    box.write(f"{MUSIC}/a/p/x.mp3")
+    assert watcher.requests() == [f"a:{MUSIC}/a/p/x.mp3"], "it is watched where it is"
+    watcher.stop()
+
+
 def test_more_events_than_the_kernel_keeps(make_daemon):
     daemon = make_daemon().start()
     for number in range(200):

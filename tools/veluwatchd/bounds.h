@@ -32,6 +32,10 @@ inline constexpr double kRescanSecondsMax = 30.0 * 24 * 3600;
 // The two halves of a rename stand next to each other in the kernel's list, but may be read apart.
 inline constexpr std::chrono::milliseconds kMovePatience(200);
 
+// First halves that wait at most. Between the two there are only events of other processes at that moment; those of
+// files that leave the shares are many, and each would be compared with all.
+inline constexpr size_t kLeavingMax = 64;
+
 // How often shares are looked for: a few calls that wake no disk.
 inline constexpr double kCheckSeconds = 10;
 inline constexpr double kCheckSecondsMin = 0.05;

@@ -15,12 +15,19 @@ namespace {
 struct Event {
     EventReader *reader;
     Watcher *watcher;
+    int watch;
     uint32_t mask;
     uint32_t cookie;
     std::string name;
     WatchTime now;
 
     [[nodiscard]] bool directory() const { return (mask & IN_ISDIR) != 0; }
+
+    // True as long as a directory is the one that the event came from: what is found out on the way may take it out of
+    // the tree, and its number may be given to another.
+    [[nodiscard]] bool IsFrom(NodeId node) const {
+        return watcher->tree.Exists(node) && watcher->tree.Watch(node) == watch;
+    }
 };
 
 // Companions of files on other systems; the daemon never indexes them.
@@ -71,8 +78,25 @@ void EntryCame(Watcher *watcher, NodeId parent, const std::string &path, const E
         FileCreated(&watcher->changes, path, event.now);
 }
 
+// The directory that an entry has left; none when that has gone as well.
+NodeId LeavingParent(const WatchTree &tree, const EventReader::Leaving &leaving) {
+    const bool same =
+        tree.Exists(leaving.parent) && tree.Path(leaving.parent) + '/' + leaving.name == leaving.path;
+    return same ? leaving.parent : kNoNode;
+}
+
 void LeavingEnd(Watcher *watcher, const EventReader::Leaving &leaving, WatchTime now) {
-    EntryGone(watcher, leaving.parent, leaving.path, leaving.name, leaving.directory, now);
+    EntryGone(watcher, LeavingParent(watcher->tree, leaving), leaving.path, leaving.name, leaving.directory,
+              now);
+}
+
+void LeavingAdd(const Event &event, NodeId parent, const std::string &path) {
+    auto &leaving = event.reader->leaving;
+    if (leaving.size() == kLeavingMax) {
+        LeavingEnd(event.watcher, leaving.front(), event.now);
+        leaving.erase(leaving.begin());
+    }
+    leaving.push_back({event.cookie, parent, path, event.name, event.directory(), event.now});
 }
 
 std::optional<EventReader::Leaving> LeavingTake(EventReader *reader, uint32_t cookie) {
@@ -87,19 +111,25 @@ std::optional<EventReader::Leaving> LeavingTake(EventReader *reader, uint32_t co
 
 // Another entry of the name tells that the one that was moved away has gone for good. A change of a directory ends the
 // wait for all: the places that they have left might not be the same afterwards.
-void OthersEnd(const Event &event, const std::string &path) {
+void OthersEnd(const Event &event) {
+    auto &leaving = event.reader->leaving;
+    if (leaving.empty())
+        return;
     if (event.directory()) {
         LeavingExpire(event.reader, event.watcher, event.now, true);
         return;
     }
-    auto &leaving = event.reader->leaving;
-    for (auto one = leaving.begin(); one != leaving.end();) {
-        if (one->path != path) {
-            ++one;
-            continue;
+    for (const NodeId parent : event.watcher->tree.WatchedAs(event.watch)) {
+        const std::string path =
+            event.IsFrom(parent) ? event.watcher->tree.Path(parent) + '/' + event.name : std::string();
+        for (auto one = leaving.begin(); one != leaving.end();) {
+            if (one->path != path) {
+                ++one;
+                continue;
+            }
+            LeavingEnd(event.watcher, *one, event.now);
+            one = leaving.erase(one);
         }
-        LeavingEnd(event.watcher, *one, event.now);
-        one = leaving.erase(one);
     }
 }
 
@@ -109,39 +139,45 @@ void EntryMoved(const Event &event, const EventReader::Leaving &from, NodeId par
     WatchTree &tree = watcher->tree;
     if (const NodeId replaced = tree.ChildFind(parent, event.name); replaced != kNoNode)
         EntryGone(watcher, parent, path, event.name, true, event.now);
-    const NodeId node = tree.Exists(from.parent) ? tree.ChildFind(from.parent, from.name) : kNoNode;
+    const NodeId left = LeavingParent(tree, from);
+    const NodeId node = left != kNoNode ? tree.ChildFind(left, from.name) : kNoNode;
     const bool plain = !IsResourceFork(event.name) && !IsResourceFork(from.name);
-    if (node != kNoNode) {
+    // A directory cannot go into itself; what was read of it has come there later.
+    if (node != kNoNode && !tree.IsWithin(parent, node)) {
         tree.Move(node, parent, event.name);
         TreeMoved(&watcher->changes, {path, from.path, true}, event.now);
         // The watch was found by a name, which may have been another directory's by then.
         NodeVerify(watcher, node);
-    } else if (event.directory() || !plain) {
-        EntryGone(watcher, from.parent, from.path, from.name, event.directory(), event.now);
-        EntryCame(watcher, parent, path, event, true);
+    } else if (node != kNoNode || event.directory() || !plain) {
+        EntryGone(watcher, left, from.path, from.name, event.directory(), event.now);
+        if (event.IsFrom(parent))
+            EntryCame(watcher, parent, path, event, true);
     } else {
         FileMoved(&watcher->changes, {path, from.path, false}, event.now);
     }
     // Two entries that were exchanged tell of both moves; the first seems to leave nothing behind.
     struct stat status;
-    if (tree.Exists(from.parent) && lstat(from.path.c_str(), &status) == 0) {
+    if (LeavingParent(tree, from) != kNoNode && lstat(from.path.c_str(), &status) == 0) {
         const uint32_t kind = S_ISDIR(status.st_mode) ? IN_ISDIR : 0;
-        EntryCame(watcher, from.parent, from.path, {event.reader, watcher, kind, 0, from.name, event.now},
-                  true);
+        EntryCame(watcher, from.parent, from.path,
+                  {event.reader, watcher, event.watch, kind, 0, from.name, event.now}, true);
     }
 }
 
-void MovedTo(const Event &event, const std::vector<NodeId> &parents) {
-    const std::optional<EventReader::Leaving> from = LeavingTake(event.reader, event.cookie);
-    const std::string path = event.watcher->tree.Path(parents.front()) + '/' + event.name;
-    OthersEnd(event, path);
-    if (from && parents.size() == 1 && !IsLeftOut(event.watcher->tree.Path(parents.front()), event.name)) {
-        EntryMoved(event, *from, parents.front(), path);
-        return;
+void MovedTo(const Event &event, const std::optional<EventReader::Leaving> &from,
+             const std::vector<NodeId> &parents) {
+    if (from && parents.size() == 1) {
+        const std::string directory = event.watcher->tree.Path(parents.front());
+        if (!IsLeftOut(directory, event.name)) {
+            EntryMoved(event, *from, parents.front(), directory + '/' + event.name);
+            return;
+        }
     }
     if (from)
         LeavingEnd(event.watcher, *from, event.now);
     for (const NodeId parent : parents) {
+        if (!event.IsFrom(parent))
+            continue;
         const std::string directory = event.watcher->tree.Path(parent);
         const std::string there = directory + '/' + event.name;
         if (IsLeftOut(directory, event.name))
@@ -158,10 +194,8 @@ void EntryEvent(const Event &event, NodeId parent, bool alone) {
     if (IsLeftOut(directory, event.name))
         return;
     const std::string path = directory + '/' + event.name;
-    OthersEnd(event, path);
     if ((event.mask & IN_MOVED_FROM) != 0 && alone) {
-        event.reader->leaving.push_back(
-            {event.cookie, parent, path, event.name, event.directory(), event.now});
+        LeavingAdd(event, parent, path);
     } else if ((event.mask & (IN_DELETE | IN_MOVED_FROM)) != 0) {
         EntryGone(watcher, parent, path, event.name, event.directory(), event.now);
     } else if ((event.mask & IN_CREATE) != 0) {
@@ -183,22 +217,27 @@ void WatchLost(Watcher *watcher, const std::vector<NodeId> &nodes, bool unmounte
     }
 }
 
-void EventHandle(const Event &event, int watch) {
-    const std::vector<NodeId> nodes = event.watcher->tree.WatchedAs(watch);
-    if (nodes.empty())
-        return; // of a directory that was taken out before the event was read
+void EventHandle(const Event &event) {
+    const WatchTree &tree = event.watcher->tree;
     if ((event.mask & (IN_IGNORED | IN_UNMOUNT)) != 0) {
-        WatchLost(event.watcher, nodes, (event.mask & IN_UNMOUNT) != 0);
+        WatchLost(event.watcher, tree.WatchedAs(event.watch), (event.mask & IN_UNMOUNT) != 0);
         return;
     }
     if (event.name.empty())
         return; // of the directory itself, which the one above tells of as well
-    if ((event.mask & IN_MOVED_TO) != 0) {
-        MovedTo(event, nodes);
+    const bool came = (event.mask & IN_MOVED_TO) != 0;
+    const auto from = came ? LeavingTake(event.reader, event.cookie) : std::nullopt;
+    OthersEnd(event);
+    // None of a directory that was taken out before the event was read, be it just now.
+    const std::vector<NodeId> nodes = tree.WatchedAs(event.watch);
+    if (came) {
+        MovedTo(event, from, nodes);
         return;
     }
-    for (const NodeId node : nodes)
-        EntryEvent(event, node, nodes.size() == 1);
+    for (const NodeId node : nodes) {
+        if (event.IsFrom(node))
+            EntryEvent(event, node, nodes.size() == 1);
+    }
 }
 
 } // namespace
@@ -220,9 +259,8 @@ EventResult EventsRead(EventReader *reader, Watcher *watcher) {
             if ((head.mask & IN_Q_OVERFLOW) != 0)
                 return EventResult::overflow;
             const char *name = buffer + at + sizeof head;
-            const Event event = {reader, watcher, head.mask, head.cookie, {name, strnlen(name, head.len)},
-                                 now};
-            EventHandle(event, head.wd);
+            EventHandle(
+                {reader, watcher, head.wd, head.mask, head.cookie, {name, strnlen(name, head.len)}, now});
             at += static_cast<ssize_t>(sizeof head + head.len);
         }
     }

@@ -162,11 +162,11 @@ void ChangesDue(Loop *loop) {
 
 int PollTimeout(const Loop &loop) {
     WatchTime due = std::min(loop.share_check, loop.rescan_at);
-    if (loop.waiting)
-        due = std::min(due, std::min(After(loop.last_event, loop.settle),
-                                     After(loop.first_change, loop.settle * kHoldSettles)));
     if (!loop.output.waiting.empty())
         due = std::min(due, loop.output.retry);
+    else if (loop.waiting && !loop.blind)
+        due = std::min(due, std::min(After(loop.last_event, loop.settle),
+                                     After(loop.first_change, loop.settle * kHoldSettles)));
     if (const auto leaving = LeavingDue(loop.reader); leaving.has_value())
         due = std::min(due, *leaving);
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - std::chrono::steady_clock::now());

@@ -88,6 +88,12 @@ std::string WatchTree::Path(NodeId node) const {
     return path;
 }
 
+bool WatchTree::IsWithin(NodeId node, NodeId top) const {
+    while (node != kNoNode && node != top)
+        node = At(node).parent;
+    return node == top;
+}
+
 void WatchTree::Move(NodeId node, NodeId parent, std::string_view name) {
     Detach(node);
     nodes_[node].name = std::make_unique<char[]>(name.size() + 1);

@@ -40,6 +40,10 @@ public:
         return node < nodes_.size() && nodes_[node].name != nullptr;
     }
 
+    // True for the directory `top` and all below it.
+    [[nodiscard]] bool IsWithin(NodeId node, NodeId top) const;
+
+    // The new parent is not within the directory.
     void Move(NodeId node, NodeId parent, std::string_view name);
 
     // The watch of a directory. Links and bind mounts lead to one directory by several paths, and the kernel has one

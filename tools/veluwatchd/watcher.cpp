@@ -89,7 +89,10 @@ bool NodeWatch(Watcher *watcher, NodeId node, const std::string &path) {
         if (other != node && !tree.ByLink(other) && follow != 0)
             watcher->doubtful.push_back(other);
     }
+    const int before = tree.Watch(node);
     tree.WatchSet(node, watch);
+    if (before != watch && before != kNoWatch && tree.WatchedAs(before).empty())
+        inotify_rm_watch(watcher->inotify.get(), before);
     return true;
 }
 
