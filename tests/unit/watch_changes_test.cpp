@@ -165,6 +165,15 @@ TEST(WatchChanges, APathWithAColonIsIndexedWithWhatIsAboveIt) {
     EXPECT_EQ(scene.refused, std::vector<std::string>{"/volume1/a:b"});
 }
 
+TEST(WatchChanges, ATreeIsIndexedAnewOnce) {
+    Scene scene;
+    for (const char *name : {"d/a", "d/b"}) { // have become files
+        TreeGone(&scene.changes, kMusic + name, kBegin);
+        scene.Disk(kMusic + name, kFile);
+    }
+    EXPECT_EQ(scene.Plan(), "N:" + kMusic + "d:" + kMusic + "d\n");
+}
+
 TEST(WatchChanges, WhatNoLineCanCarryIsRefused) {
     Scene scene;
     FileTouched(&scene.changes, kMusic + "a\nb", kBegin);
@@ -227,8 +236,18 @@ TEST(WatchChanges, ALibraryFollowsRenames) {
              file(scene, "x", "f");
          },
          "a:$f\nd:$x\n"},
+        {"a file that becomes no picture", [&](Scene *scene) { file(scene, "x.jpg", "f"); },
+         "a:$f\nd:$x.jpg\n"},
+        {"a file that becomes a picture", [&](Scene *scene) { file(scene, "x", "f.jpg"); },
+         "a:$f.jpg\nd:$x\n"},
+        {"a video that becomes another", [&](Scene *scene) { file(scene, "x.mkv", "f.avi"); },
+         "a:$f.avi\nd:$x.mkv\n"},
         {"a file that becomes hidden", [&](Scene *scene) { file(scene, "x", ".f"); }, "a:$.f\nd:$x\n"},
         {"a tree", [&](Scene *scene) { tree(scene, "s", "d"); }, "N:$d:$s\n"},
+        {"an album to where there are none", [&](Scene *scene) { tree(scene, "s", "d/e/i"); },
+         "N:$d/e/i:$s\nR:photo\n"},
+        {"a tree between two others", [&](Scene *scene) { tree(scene, "s/t/u", "d/e/i"); },
+         "N:$d/e/i:$s/t/u\n"},
         {"a tree twice",
          [&](Scene *scene) {
              tree(scene, "s", "t");
@@ -276,9 +295,9 @@ TEST(WatchChanges, ALibraryFollowsRenames) {
     };
     for (const Case &one : cases) {
         Scene scene;
-        for (const char *name : {"f", ".f", "d/f", "d/e/g"})
+        for (const char *name : {"f", ".f", "f.jpg", "f.avi", "d/f", "d/e/g"})
             scene.Disk(kPhoto + name, kFile);
-        for (const char *name : {"d", "d/e"})
+        for (const char *name : {"d", "d/e", "d/e/i"})
             scene.Disk(kPhoto + name, kDirectory);
         one.happens(&scene);
         std::string lines = one.lines;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "daemon/path_rules.h"
+#include "platform/veluindex.h"
 #include "tools/queue/request_line.h"
 
 namespace {
@@ -77,6 +78,16 @@ bool IsLibraryRename(const Changes &changes, const Rename &move) {
 // The photo library has no hidden pictures: one that becomes hidden leaves it, and the other way round.
 bool IsHidden(const std::string &path) {
     return path[path.rfind('/') + 1] == '.';
+}
+
+// What becomes a picture or a video by its new name has to be added, for its thumbnails, and what has been one leaves
+// the library.
+bool IsSameKind(const Rename &move) {
+    const char *to = VELUIndexExtGet(move.new_path.c_str());
+    const char *from = VELUIndexExtGet(move.old_path.c_str());
+    return BlVELUIndexIsPhotoOnWeb(to) == BlVELUIndexIsPhotoOnWeb(from) &&
+           BlVELUIndexIsVideoOnWeb(to) == BlVELUIndexIsVideoOnWeb(from) &&
+           BlVELUIndexIsVideo(to) == BlVELUIndexIsVideo(from);
 }
 
 // What was about to be asked, or is asked and not done, of paths below a renamed directory, is asked of their new
@@ -153,8 +164,8 @@ void FileMoved(Changes *changes, const Rename &move, WatchTime now) {
                          IsInAskedTree(asked, move.old_path);
     const bool in_the_way =
         ((FlagsAt(*changes, move.new_path) | AskedAt(asked, move.new_path)) & kTreeGone) != 0;
-    const bool hidden = IsHidden(move.old_path) || IsHidden(move.new_path);
-    if (unknown || hidden || in_the_way || asked.lost || !IsLibraryRename(*changes, move)) {
+    const bool other = IsHidden(move.old_path) || IsHidden(move.new_path) || !IsSameKind(move);
+    if (unknown || other || in_the_way || asked.lost || !IsLibraryRename(*changes, move)) {
         FileGone(changes, move.old_path, now);
         FileTouched(changes, move.new_path, now);
         return;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluwatchd/request_plan.h"
 
+#include <set>
 #include <utility>
 
 #include "daemon/path_rules.h"
+#include "photo/album_path.h"
 #include "tools/queue/request_line.h"
 #include "tools/queue/request_path.h"
 #include "tools/veluwatchd/bounds.h"
@@ -18,6 +20,7 @@ struct Plan {
     WatchTime now;
     Asked asked; // by this plan
     std::string lines;
+    std::set<std::string> trees; // that are indexed anew
     bool photo_resync = false;
 };
 
@@ -47,17 +50,22 @@ void TreeReindex(Plan *plan, std::string path) {
         plan->photo_resync = true;
     while (true) {
         const std::optional<std::string> word = plan->settings->share_word(path);
-        if (word.has_value() && !word->empty()) {
-            LineAdd(plan, path, RequestLineForm('R', *word), kTreeCame);
-            return;
-        }
-        const RequestLine formed = RenameLineForm(path, path);
+        const bool known = word.has_value() && !word->empty();
+        const RequestLine formed = known ? RequestLineForm('R', *word) : RenameLineForm(path, path);
         if (formed.refusal.empty() || word.has_value() || path == "/") {
-            LineAdd(plan, path, formed, kTreeCame);
+            if (plan->trees.insert(path).second)
+                LineAdd(plan, path, formed, kTreeCame);
             return;
         }
         path = ParentOf(path);
     }
+}
+
+// An album that is put where there are none: its row is renamed all the same, and those of its own albums stay. The
+// library's sweep takes them away.
+bool LeavesAlbumRows(const Rename &rename) {
+    return PhotoShareLevelGet(rename.new_path.c_str()) == kAlbumDeeper &&
+           PhotoShareLevelGet(rename.old_path.c_str()) != kAlbumDeeper;
 }
 
 void DirectoryPlan(Plan *plan, const std::string &path, uint8_t flags) {
@@ -155,6 +163,7 @@ void RenamesPlan(Plan *plan) {
         plan->lines += formed.line;
         if (rename.directory) {
             plan->asked.renames.push_back(rename);
+            plan->photo_resync = plan->photo_resync || LeavesAlbumRows(rename);
             continue;
         }
         plan->asked.paths[rename.new_path] |= kFileTouched;
@@ -175,7 +184,7 @@ void AskedAdd(Asked *asked, Asked *more) {
 } // namespace
 
 std::string RequestPlanMake(Changes *changes, WatchTime now, const PlanSettings &settings) {
-    Plan plan = {changes, &settings, now, {}, {}, false};
+    Plan plan = {changes, &settings, now, {}, {}, {}, false};
     RenamesPlan(&plan);
     for (const std::string &path : std::exchange(changes->reindex, {}))
         TreeReindex(&plan, path);

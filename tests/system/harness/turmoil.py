@@ -79,6 +79,8 @@ class Turmoil:
     def move(self):
         old = self.file()
         extension = os.path.splitext(old)[1].decode("latin-1").lower()
+        if extension in EVERYWHERE and self.random.random() < 0.1:
+            extension = self.random.choice((*EVERYWHERE, ""))
         folder = os.path.dirname(old) if self.random.random() < 0.5 else self.folder()
         if self.in_photo(folder) and extension in MEDIA_ONLY:
             return
@@ -146,6 +148,20 @@ class Turmoil:
             self.folders.append(folder)
             self.files += [folder + b"/" + name for name in names]
 
+    def discard(self):
+        """Into the bin, which is no part of the share, and there something goes on."""
+        old = self.folder() if self.random.random() < 0.3 else self.file()
+        if old in self.shares or sum(file.startswith(old + b"/") for file in self.files) > 200:
+            return
+        bin_folder = self.share_of(old) + b"/#recycle"
+        os.makedirs(bin_folder, exist_ok=True)
+        new = bin_folder + b"/" + self.name("")
+        os.rename(old, new)
+        self.files = [file for file in self.files if file != old and not file.startswith(old + b"/")]
+        self.folders = [folder for folder in self.folders if folder != old and not folder.startswith(old + b"/")]
+        if os.path.isdir(new):
+            os.mkdir(new + b"/more")
+
     def forget_missing(self):
         self.files = [path for path in self.files if os.path.lexists(path)]
         self.folders = [path for path in self.folders if os.path.isdir(path)]
@@ -154,7 +170,7 @@ class Turmoil:
         """Does so many operations. What others have left impossible is none."""
         kinds = {self.copy: 40, self.copy_as_programs_do: 15, self.overwrite: 5, self.move: 18, self.remove: 12,
                  self.touch: 2, self.folder_make: 3, self.folder_move: 2, self.folder_remove: 1,
-                 self.folder_copy: 1}
+                 self.folder_copy: 1, self.discard: 2}
         done = 0
         while done < operations:
             if done % 1000 == 0:
