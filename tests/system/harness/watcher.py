@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The watcher beside a daemon in its sandbox, and the comparison of what they have made with a fresh index."""
 import os
+import re
 import signal
 
 from .catalogue import MEDIA_TABLES
@@ -40,6 +41,12 @@ class Watcher:
     def words(self):
         return self.daemon.read(WORDS).decode("latin-1")
 
+    def wake_ups(self):
+        """How often it has slept and gone on."""
+        status = self.daemon.box.ask("run", arguments=["/bin/cat", f"/proc/{self.pid}/status"], environment={},
+                                     timeout=PATIENCE)["out"]
+        return int(re.search(r"^voluntary_ctxt_switches:\s*(\d+)", status, re.MULTILINE)[1])
+
     def signal(self, number):
         self.daemon.box.ask("kill", pid=self.pid, number=int(number))
 
@@ -61,12 +68,14 @@ class Watcher:
         return [line for line in lines if line != mark]
 
     def settle(self, share="/volume1/music", timeout=PATIENCE):
-        """Waits until all that has happened so far is done by the daemon: so is what happens last."""
-        self.marks += 1
-        mark = self.daemon.write(f"{share}/mark{self.marks}.m3u", "#")
-        wait_for(lambda: self.daemon.row("playlist", mark), "the last change to be catalogued", timeout, pause=0.1)
-        wait_for(lambda: not self.daemon.exists(QUEUE) and not self.daemon.exists(WORKING_COPY), "the queue's end",
-                 timeout)
+        """Waits until all that has happened so far is done by the daemon: so is what happens last. Twice, since the first
+        mark may be found by the walk of an earlier request, before its own is queued."""
+        for _ in range(2):
+            self.marks += 1
+            mark = self.daemon.write(f"{share}/mark{self.marks}.m3u", "#")
+            wait_for(lambda: self.daemon.row("playlist", mark), "the last change to be catalogued", timeout, pause=0.1)
+            wait_for(lambda: not self.daemon.exists(QUEUE) and not self.daemon.exists(WORKING_COPY), "the queue's end",
+                     timeout)
 
 
 def catalogue_rows(daemon):
