@@ -121,6 +121,17 @@ def test_what_is_unmounted_keeps_its_rows(box):
 
 
 @pytest.mark.tracing
+def test_a_failure_asks_for_all(box):
+    """What it has not heard of nobody would know."""
+    failing = ["/usr/bin/strace", "-D", "-qq", "-o", "/tmp/trace", "-e", "inject=poll,ppoll:error=ENOMEM:when=2"]
+    watcher = Watcher(box, settle=LONG, wrapper=failing)
+    box.write(f"{MUSIC}/a.mp3")
+    assert watcher.wait() == 1
+    wait_for(lambda: watcher.told("cannot watch"), "the reason")
+    assert box.lines(QUEUE) == ["R:music", f"N:{PHOTO}:{PHOTO}", "R:video", "R:photo"]
+
+
+@pytest.mark.tracing
 def test_the_limit_of_watches(box):
     """What is beyond it is told once, and indexed anew from time to time."""
     for number in range(3):

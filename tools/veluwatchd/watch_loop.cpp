@@ -173,12 +173,14 @@ int PollTimeout(const Loop &loop) {
     return static_cast<int>(std::max<long long>(left.count(), 1));
 }
 
-void End(Loop *loop) {
-    if (!loop->blind)
+// `failed`: the kernel tells no more, and the next start of the program would not know that something was missed.
+void End(Loop *loop, bool failed) {
+    const bool missed = loop->blind || failed;
+    if (!missed)
         EventsTake(loop);
     LeavingExpire(&loop->reader, &loop->watcher, loop->now, true);
     for (const Share &share : loop->shares) {
-        if (loop->blind && share.seen)
+        if (missed && share.seen && !share.told_away)
             TreeMissed(&loop->watcher.changes, share.path);
     }
     ChangesQueue(loop, true);
@@ -212,23 +214,24 @@ int WatchLoop(const WatchOptions &options, int signals) {
     loop.shares = SharesMake(options.paths);
     if (const int error = Begin(&loop, options.reindex_at_start); error != 0)
         return error;
+    int error = 0;
     while (true) {
         pollfd ready[] = {{signals, POLLIN, 0}, {loop.watcher.inotify.get(), POLLIN, 0}};
         const int count = poll(ready, std::size(ready), PollTimeout(loop));
-        if (count < 0 && errno != EINTR)
-            return errno;
+        error = count < 0 && errno != EINTR ? errno : 0;
         loop.now = std::chrono::steady_clock::now();
         if (count > 0 && ready[0].revents != 0)
             break;
-        int error = count > 0 && ready[1].revents != 0 ? EventsTake(&loop) : 0;
+        if (count > 0 && ready[1].revents != 0)
+            error = EventsTake(&loop);
         if (error == 0 && loop.now >= loop.share_check)
             error = SharesLook(&loop);
         if (error != 0)
-            return error;
+            break;
         if (loop.now >= loop.rescan_at)
             Rescan(&loop);
         ChangesDue(&loop);
     }
-    End(&loop);
-    return 0;
+    End(&loop, error != 0);
+    return error;
 }
