@@ -110,7 +110,7 @@ def test_what_is_unmounted_keeps_its_rows(box):
         assert done["status"] == 0, done
     inside(f"touch {folder}/d/a.mp3")
     assert watcher.requests() == [f"a:{folder}/d/a.mp3"]
-    inside(f"umount {folder}")
+    inside(f"touch {folder}/d/a.mp3 && umount {folder}")
     wait_for(lambda: watcher.told("was unmounted"), "the watcher to notice")
     assert watcher.requests() == []
     inside(f"mount -t tmpfs disk {folder} && touch {folder}/b.mp3")

@@ -174,6 +174,20 @@ TEST(WatchChanges, ATreeIsIndexedAnewOnce) {
     EXPECT_EQ(scene.Plan(), "N:" + kMusic + "d:" + kMusic + "d\n");
 }
 
+TEST(WatchChanges, OfATreeThatIsAwayNothingIsAsked) {
+    Scene scene;
+    FileTouched(&scene.changes, kPhoto + "usb/a.jpg", kBegin);
+    FileTouched(&scene.changes, kPhoto + "usb!", kBegin);
+    FileMoved(&scene.changes, FileFrom(kPhoto + "usb/x", kPhoto + "usb/y"), kBegin);
+    FileMoved(&scene.changes, FileFrom(kPhoto + "x", kPhoto + "usb/x"), kBegin);
+    FileMoved(&scene.changes, FileFrom(kPhoto + "v", kPhoto + "w"), kBegin);
+    TreeMissed(&scene.changes, kPhoto + "usb/d");
+    TreeAway(&scene.changes, kPhoto + "usb", kBegin);
+    scene.Disk(kPhoto + "usb", kDirectory); // what it was mounted on
+    scene.Disk(kPhoto + "usb!", kFile);
+    EXPECT_EQ(scene.Plan(), "N:" + kPhoto + "w:" + kPhoto + "v\na:" + kPhoto + "usb!\nd:" + kPhoto + "x\n");
+}
+
 TEST(WatchChanges, WhatNoLineCanCarryIsRefused) {
     Scene scene;
     FileTouched(&scene.changes, kMusic + "a\nb", kBegin);

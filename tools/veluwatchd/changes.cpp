@@ -222,3 +222,19 @@ void TreeMissed(Changes *changes, const std::string &path) {
     changes->paths.erase(path);
     changes->reindex.insert(path);
 }
+
+void TreeAway(Changes *changes, const std::string &path, WatchTime now) {
+    ForgetBelow(changes, path);
+    changes->paths.erase(path);
+    std::erase_if(changes->reindex, [&](const std::string &tree) { return IsAtOrBelow(tree, path); });
+    for (const Rename &rename : std::exchange(changes->renames, {})) {
+        if (!IsAtOrBelow(rename.new_path, path))
+            changes->renames.push_back(rename);
+        else if (IsAtOrBelow(rename.old_path, path))
+            continue;
+        else if (rename.directory)
+            TreeGone(changes, rename.old_path, now);
+        else
+            FileGone(changes, rename.old_path, now);
+    }
+}

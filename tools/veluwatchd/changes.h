@@ -74,3 +74,7 @@ void TreeMoved(Changes *changes, const Rename &move, WatchTime now);
 
 // Changes of the tree were missed: it is to be indexed anew, whatever is known of it.
 void TreeMissed(Changes *changes, const std::string &path);
+
+// The tree is not there for a time, and nothing is asked of it until it is back: what was about to be asked would find
+// nothing, and take its rows away.
+void TreeAway(Changes *changes, const std::string &path, WatchTime now);

@@ -29,8 +29,10 @@ bool IsWithinAnother(const std::vector<Share> &shares, const Share &share, const
 }
 
 void Away(Share *share, Watcher *watcher) {
-    if (share->node != kNoNode)
+    if (share->node != kNoNode) {
         TreeForget(watcher, std::exchange(share->node, kNoNode));
+        TreeAway(&watcher->changes, share->path, std::chrono::steady_clock::now());
+    }
     if (!std::exchange(share->told_away, true))
         syslog(LOG_NOTICE, "the share %s is away: its rows are left alone",
                SafeText(share->link.empty() ? share->path : share->link).c_str());

@@ -201,6 +201,7 @@ void UnmountedSettle(Watcher *watcher) {
         // Of the file system that went, the directory that was mounted stays.
         for (NodeId child = tree.FirstChild(node); child != kNoNode; child = tree.FirstChild(node))
             TreeForget(watcher, child);
+        TreeAway(&watcher->changes, tree.Path(node), std::chrono::steady_clock::now());
         if (watcher->unmounted.insert(node).second)
             syslog(LOG_NOTICE, "%s was unmounted: its rows are left alone",
                    SafeText(tree.Path(node)).c_str());
