@@ -132,13 +132,27 @@ def test_a_failure_asks_for_all(box):
 
 
 @pytest.mark.tracing
+def test_what_a_killed_watcher_has_not_asked_for_is_asked_for_by_the_next(box):
+    watcher = Watcher(box, settle=30)
+    box.write(f"{MUSIC}/a.mp3")
+    watcher.signal(signal.SIGKILL)
+    watcher.wait()
+    watcher = Watcher(box)
+    assert len(watcher.told("broken off")) == 1
+    wait_for(lambda: "R:music" in box.lines(QUEUE), "the share to be indexed")
+    watcher.stop()
+    assert not box.exists("/var/run/veluwatchd.pid")
+    Watcher(box).stop()
+    assert len(watcher.told("broken off")) == 1, "one that ends in order is not followed by an index"
+
+
 def test_the_limit_of_watches(box):
     """What is beyond it is told once, and indexed anew from time to time."""
     for number in range(3):
         box.write(f"{MUSIC}/d/{number}/a.mp3")
     refused = ["/usr/bin/strace", "-D", "-qq", "-o", "/tmp/trace", "-e",
                "inject=inotify_add_watch:error=ENOSPC:when=3..7"]
-    watcher = Watcher(box, "--rescan", "2", wrapper=refused)
+    watcher = Watcher(box, "--rescan", "4", wrapper=refused)
     assert len(watcher.told("max_user_watches")) == 1
     wait_for(lambda: [line for line in box.lines(QUEUE) if line.startswith(f"N:{MUSIC}/d/")], "a tree to be indexed")
     wait_for(lambda: len({line for line in box.lines(QUEUE) if line.startswith("N:")}) >= 3, "all trees")

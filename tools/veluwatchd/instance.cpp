@@ -6,7 +6,7 @@
 
 #include "tools/queue/queue_writer.h"
 
-FdHandle InstanceBegin() {
+FdHandle InstanceBegin(bool *broken_off) {
     constexpr mode_t kMode = 0644;
     while (true) {
         FdHandle file(open(kWatcherPidFile, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kMode));
@@ -15,7 +15,9 @@ FdHandle InstanceBegin() {
         // One that ends takes its file away, which may be the one that was opened.
         if (!IsFileAt(kWatcherPidFile, file.get()))
             continue;
-        if (ftruncate(file.get(), 0) != 0 || dprintf(file.get(), "%d\n", static_cast<int>(getpid())) < 0)
+        *broken_off = lseek(file.get(), 0, SEEK_END) > 0;
+        if (ftruncate(file.get(), 0) != 0 || lseek(file.get(), 0, SEEK_SET) != 0 ||
+            dprintf(file.get(), "%d\n", static_cast<int>(getpid())) < 0)
             return {};
         return file;
     }

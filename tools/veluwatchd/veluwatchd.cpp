@@ -42,13 +42,18 @@ ExitCode Run(int argc, char **argv) {
         return asked == OptionsResult::done ? kDone : kUsage;
     // A person at a terminal sees what the log gets.
     openlog("veluwatchd", isatty(STDERR_FILENO) != 0 ? LOG_PERROR : 0, LOG_DAEMON);
-    const FdHandle instance = InstanceBegin();
+    bool broken_off = false;
+    const FdHandle instance = InstanceBegin(&broken_off);
     if (!instance && errno == EWOULDBLOCK) {
         fputs("veluwatchd: another one runs already\n", stderr);
         return kFailed;
     }
     if (!instance)
         return Failed(kWatcherPidFile, errno);
+    if (broken_off) {
+        syslog(LOG_WARNING, "the watcher before has broken off: all shares are indexed anew");
+        options.reindex_at_start = true;
+    }
     const FdHandle signals = SignalsOpen();
     const int error = signals ? WatchLoop(options, signals.get()) : errno;
     InstanceEnd();
@@ -62,7 +67,7 @@ int main(int argc, char **argv) {
     try {
         return Run(argc, argv);
     } catch (const std::exception &problem) {
-        syslog(LOG_ERR, "ended: %s", problem.what()); // no memory; the unit starts it again
+        syslog(LOG_ERR, "ended: %s", problem.what()); // no memory; the next start indexes anew
         return kFailed;
     }
 }
