@@ -6,14 +6,13 @@
 #include "audio/mp3_file.h"
 #include "audio/mpeg_header.h"
 #include "audio/vbr_header.h"
+#include "bench/cpu_time.h"
 #include "platform/handle.h"
 
 #include <fcntl.h>
-#include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/resource.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -57,17 +56,6 @@ std::string HeadersBeforeZeros(size_t size) {
     return bytes;
 }
 
-// CPU time, the best of some rounds.
-double Seconds(const std::function<void()> &work) {
-    double best = INFINITY;
-    for (int round = 0; round < 5; ++round) {
-        const clock_t begin = clock();
-        work();
-        best = std::min(best, static_cast<double>(clock() - begin) / CLOCKS_PER_SEC);
-    }
-    return best;
-}
-
 void ReadOnce(const std::string &path) {
     static char block[kReaderWindow];
     const FdHandle file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
@@ -91,8 +79,8 @@ Mp3FileCtx *Open(const std::string &path) {
 double Report(const char *what, const std::string &path, const std::function<void()> &work,
               double share = 1) {
     const double bytes = static_cast<double>(std::filesystem::file_size(path)) * share;
-    const double seconds = Seconds(work);
-    const double baseline = Seconds([&] { ReadOnce(path); });
+    const double seconds = CpuMicros(1, work) / 1e6;
+    const double baseline = CpuMicros(1, [&] { ReadOnce(path); }) / 1e6;
     printf("%-44s %8.0f us %8.0f MB/s   %5.2f x reading it once\n", what, seconds * 1e6,
            bytes / seconds / kMega, seconds / baseline);
     return seconds;

@@ -3,15 +3,14 @@
 // What reading MP4 files costs, against opening them and reading their `moov` box at once: songs by ffmpeg
 // with the movie at the end and at the front, and sample tables that grow. Needs ffmpeg; works in a folder of
 // its own under /tmp.
+#include "bench/cpu_time.h"
 #include "compat/mp4v2/mp4.h"
 #include "platform/handle.h"
 
 #include <fcntl.h>
-#include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/resource.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,8 +22,6 @@
 #include <vector>
 
 namespace {
-
-constexpr int kRounds = 7;
 
 struct Song {
     std::string path;
@@ -95,25 +92,13 @@ uint32_t Ask(const Song &song) {
     return rate;
 }
 
-// CPU time of one call, the best of some rounds of `repeat` calls.
-double Microseconds(int repeat, const std::function<void()> &work) {
-    double best = INFINITY;
-    for (int round = 0; round < kRounds; ++round) {
-        const clock_t begin = clock();
-        for (int i = 0; i < repeat; ++i)
-            work();
-        best = std::min(best, static_cast<double>(clock() - begin) / CLOCKS_PER_SEC / repeat * 1e6);
-    }
-    return best;
-}
-
 double Report(const std::string &what, const Song &song, int repeat) {
     if (Ask(song) == 0) {
         fprintf(stderr, "mp4_bench: %s has no bit rate\n", song.path.c_str());
         exit(1);
     }
-    const double ask = Microseconds(repeat, [&] { Ask(song); });
-    const double baseline = Microseconds(repeat, [&] { Baseline(song); });
+    const double ask = CpuMicros(repeat, [&] { Ask(song); });
+    const double baseline = CpuMicros(repeat, [&] { Baseline(song); });
     printf("%-34s moov %9zu bytes %10.1f us   %5.2f x reading moov\n", what.c_str(), song.moov_size, ask,
            ask / baseline);
     return ask;

@@ -3,29 +3,25 @@
 // What reading MPEG video costs, against reading the bytes of its files in which start codes are looked for,
 // and against reading the whole of those whose audio has to be searched. Works in a folder of its own under
 // /tmp.
+#include "bench/cpu_time.h"
 #include "container/metavideo.h"
 #include "platform/handle.h"
 #include "platform/limits.h"
 #include "platform/media_record.h"
 
 #include <fcntl.h>
-#include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
 
 namespace {
 
 using namespace std::string_literals;
 
-constexpr int kRounds = 5;
 constexpr size_t kMega = 1000 * 1000;
 constexpr off_t kStreamSize = 700 * 1000 * 1000; // a disc
 
@@ -35,18 +31,6 @@ const std::string kAudio = "\0\0\1\xC0\x08\xF0\x0F"s;
 const std::string kBadHeader = "\xFF\xFD\xFF\x44"s;
 
 std::string folder;
-
-// Microseconds of CPU time, the best of some rounds of `calls` calls.
-double Micros(int calls, const std::function<void()> &work) {
-    double best = INFINITY;
-    for (int round = 0; round < kRounds; ++round) {
-        const clock_t begin = clock();
-        for (int call = 0; call < calls; ++call)
-            work();
-        best = std::min(best, static_cast<double>(clock() - begin) / CLOCKS_PER_SEC / calls * 1e6);
-    }
-    return best;
-}
 
 void ReadBytes(const std::string &path, int64_t most) {
     static char block[kReaderWindow];
@@ -70,8 +54,8 @@ void Report(const char *what, const std::string &head, off_t size, int calls, in
     }
     MediaInfo record = {};
     const int result = MpegVideoInfoGet(path.c_str(), &record);
-    const double micros = Micros(calls, [&] { MpegVideoInfoGet(path.c_str(), &record); });
-    const double baseline = Micros(calls, [&] { ReadBytes(path, baseline_bytes); });
+    const double micros = CpuMicros(calls, [&] { MpegVideoInfoGet(path.c_str(), &record); });
+    const double baseline = CpuMicros(calls, [&] { ReadBytes(path, baseline_bytes); });
     printf("%-46s %s %10.1f us   reading alone %10.1f us   %.2f x\n", what, result == 0 ? "video" : "none ",
            micros, baseline, micros / baseline);
 }
