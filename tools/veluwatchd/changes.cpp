@@ -5,12 +5,12 @@
 #include <utility>
 
 #include "daemon/path_rules.h"
+#include "platform/path.h"
 #include "platform/veluindex.h"
 #include "tools/queue/request_line.h"
 
 namespace {
 
-constexpr uint8_t kGone = kFileGone | kTreeGone;
 constexpr uint8_t kFileFlags = kFileTouched | kFileOpen | kFileNew;
 
 // The part of a map that lies below a directory, from `first` on.
@@ -45,10 +45,6 @@ bool IsInNewTree(const Changes &changes, std::string_view path) {
 
 bool IsInAskedTree(const Asked &asked, std::string_view path) {
     return AnyAbove(path, [&](std::string_view above) { return (AskedAt(asked, above) & kTreeCame) != 0; });
-}
-
-bool IsAtOrBelow(std::string_view path, std::string_view directory) {
-    return path == directory || IsBelow(path, directory);
 }
 
 // The path with the front that is `from` exchanged.
@@ -116,13 +112,13 @@ void PathsFollow(Changes *changes, const Rename &move, WatchTime now) {
 bool RenamesFollow(std::vector<Rename> *renames, const Rename &move) {
     bool led = false;
     for (auto rename = renames->begin(); rename != renames->end(); ++rename) {
-        if (!IsAtOrBelow(rename->new_path, move.old_path))
+        if (!PathIsAtOrUnder(rename->new_path, move.old_path))
             continue;
         led = led || (rename->directory && rename->new_path == move.old_path);
         const std::string between =
             std::exchange(rename->new_path, Exchanged(rename->new_path, move.old_path, move.new_path));
         for (auto later = rename + 1; later != renames->end(); ++later) {
-            if (IsAtOrBelow(later->old_path, between))
+            if (PathIsAtOrUnder(later->old_path, between))
                 later->old_path = Exchanged(later->old_path, between, rename->new_path);
         }
     }
@@ -131,7 +127,7 @@ bool RenamesFollow(std::vector<Rename> *renames, const Rename &move) {
 
 bool LeadsInto(const std::vector<Rename> &renames, const std::string &directory) {
     return std::any_of(renames.begin(), renames.end(), [&](const Rename &rename) {
-        return rename.directory && IsAtOrBelow(rename.new_path, directory);
+        return rename.directory && PathIsAtOrUnder(rename.new_path, directory);
     });
 }
 
@@ -166,8 +162,7 @@ void FileMoved(Changes *changes, const Rename &move, WatchTime now) {
         ((FlagsAt(*changes, move.new_path) | AskedAt(asked, move.new_path)) & kTreeGone) != 0;
     const bool other = IsHidden(move.old_path) || IsHidden(move.new_path) || !IsSameKind(move);
     if (unknown || other || in_the_way || asked.lost || !IsLibraryRename(*changes, move)) {
-        FileGone(changes, move.old_path, now);
-        FileTouched(changes, move.new_path, now);
+        RenameSplit(changes, move, now);
         return;
     }
     changes->paths.erase(move.old_path);
@@ -191,7 +186,7 @@ void TreeGone(Changes *changes, const std::string &path, WatchTime now) {
     // A rename to what is no directory any more takes no rows away from the directory's old name.
     std::vector<std::string> left;
     for (const Rename &rename : changes->asked.renames) {
-        if (IsAtOrBelow(rename.new_path, path))
+        if (PathIsAtOrUnder(rename.new_path, path))
             left.push_back(rename.old_path);
     }
     for (const std::string &old_path : left)
@@ -205,14 +200,23 @@ void TreeMoved(Changes *changes, const Rename &move, WatchTime now) {
     const bool unknown = (old_flags & kTreeCame) != 0 || IsInNewTree(*changes, move.old_path) ||
                          IsInAskedTree(asked, move.old_path) || LeadsInto(asked.renames, move.old_path);
     if (unknown || (new_flags & kGone) != 0 || asked.lost || !IsLibraryRename(*changes, move)) {
-        TreeGone(changes, move.old_path, now);
-        TreeCame(changes, move.new_path, now);
+        RenameSplit(changes, move, now);
         return;
     }
     PathsFollow(changes, move, now);
     changes->paths.erase(move.old_path);
     if (!RenamesFollow(&changes->renames, move))
         changes->renames.push_back(move);
+}
+
+void RenameSplit(Changes *changes, const Rename &move, WatchTime now) {
+    if (move.directory) {
+        TreeGone(changes, move.old_path, now);
+        TreeCame(changes, move.new_path, now);
+    } else {
+        FileGone(changes, move.old_path, now);
+        FileTouched(changes, move.new_path, now);
+    }
 }
 
 void TreeMissed(Changes *changes, const std::string &path) {
@@ -226,11 +230,11 @@ void TreeMissed(Changes *changes, const std::string &path) {
 void TreeAway(Changes *changes, const std::string &path, WatchTime now) {
     ForgetBelow(changes, path);
     changes->paths.erase(path);
-    std::erase_if(changes->reindex, [&](const std::string &tree) { return IsAtOrBelow(tree, path); });
+    std::erase_if(changes->reindex, [&](const std::string &tree) { return PathIsAtOrUnder(tree, path); });
     for (const Rename &rename : std::exchange(changes->renames, {})) {
-        if (!IsAtOrBelow(rename.new_path, path))
+        if (!PathIsAtOrUnder(rename.new_path, path))
             changes->renames.push_back(rename);
-        else if (IsAtOrBelow(rename.old_path, path))
+        else if (PathIsAtOrUnder(rename.old_path, path))
             continue;
         else if (rename.directory)
             TreeGone(changes, rename.old_path, now);

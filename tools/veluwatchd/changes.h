@@ -29,6 +29,8 @@ enum ChangeFlag : uint8_t {
     kTreeGone = 32    // there was a directory, of which rows may be there
 };
 
+inline constexpr uint8_t kGone = kFileGone | kTreeGone;
+
 struct Change {
     uint8_t flags = 0;
     WatchTime touched;
@@ -71,6 +73,9 @@ void FileMoved(Changes *changes, const Rename &move, WatchTime now);
 void TreeCame(Changes *changes, const std::string &path, WatchTime now);
 void TreeGone(Changes *changes, const std::string &path, WatchTime now);
 void TreeMoved(Changes *changes, const Rename &move, WatchTime now);
+
+// A rename that is told as what it comes to: the old name has gone, and the new one has come.
+void RenameSplit(Changes *changes, const Rename &move, WatchTime now);
 
 // Changes of the tree were missed: it is to be indexed anew, whatever is known of it.
 void TreeMissed(Changes *changes, const std::string &path);

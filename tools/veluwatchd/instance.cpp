@@ -15,9 +15,9 @@ FdHandle InstanceBegin(bool *broken_off) {
         // One that ends takes its file away, which may be the one that was opened.
         if (!IsFileAt(kWatcherPidFile, file.get()))
             continue;
-        *broken_off = lseek(file.get(), 0, SEEK_END) > 0;
-        if (ftruncate(file.get(), 0) != 0 || lseek(file.get(), 0, SEEK_SET) != 0 ||
-            dprintf(file.get(), "%d\n", static_cast<int>(getpid())) < 0)
+        char digit;
+        *broken_off = pread(file.get(), &digit, 1, 0) == 1;
+        if (ftruncate(file.get(), 0) != 0 || dprintf(file.get(), "%d\n", static_cast<int>(getpid())) < 0)
             return {};
         return file;
     }

@@ -11,17 +11,19 @@
 
 namespace {
 
-constexpr char kHelp[] =
-    "Usage: veluwatchd [OPTION...] [DIRECTORY...]\n"
-    "Watches the media shares, or the directories given, and queues what has changed\n"
-    "there for veluindexd. Stays in the foreground.\n"
-    "\n"
-    "      --settle SECONDS    queue a change when nothing has happened for so long (3)\n"
-    "      --check SECONDS     look for shares that are away, so often (10)\n"
-    "      --rescan SECONDS    index anew what cannot be watched, so often (3600)\n"
-    "      --reindex-at-start  index all that is watched anew, first\n"
-    "  -h, --help              print this\n"
-    "      --version           print the version\n";
+void HelpPrint() {
+    printf("Usage: veluwatchd [OPTION...] [DIRECTORY...]\n"
+           "Watches the media shares, or the directories given, and queues what has changed\n"
+           "there for veluindexd. Stays in the foreground.\n"
+           "\n"
+           "      --settle SECONDS    queue a change when nothing has happened for so long (%g)\n"
+           "      --check SECONDS     look for shares that are away, so often (%g)\n"
+           "      --rescan SECONDS    index anew what cannot be watched, so often (%g)\n"
+           "      --reindex-at-start  index all that is watched anew, first\n"
+           "  -h, --help              print this\n"
+           "      --version           print the version\n",
+           kSettleSeconds, kCheckSeconds, kRescanSeconds);
+}
 
 bool SecondsRead(const char *name, const char *text, double least, double most, double *seconds) {
     char *end = nullptr;
@@ -64,7 +66,7 @@ OptionsResult OptionsRead(int argc, char **argv, WatchOptions *options) {
             options->reindex_at_start = true;
             break;
         case 'h':
-            fputs(kHelp, stdout);
+            HelpPrint();
             return OptionsResult::done;
         case version:
             puts("veluwatchd " VELU_VERSION);

@@ -11,8 +11,3 @@ bool PathLess::operator()(std::string_view left, std::string_view right) const {
         return *at_left == '/';
     return static_cast<unsigned char>(*at_left) < static_cast<unsigned char>(*at_right);
 }
-
-bool IsBelow(std::string_view path, std::string_view directory) {
-    return !directory.empty() && path.size() > directory.size() && path.starts_with(directory) &&
-           path[directory.size()] == '/';
-}

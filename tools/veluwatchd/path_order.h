@@ -6,14 +6,18 @@
 #include <string>
 #include <string_view>
 
+#include "platform/path.h"
+
 // Bytewise, but with the slash in front of all others: "a" < "a/b" < "a!".
 struct PathLess {
     using is_transparent = void;
     bool operator()(std::string_view left, std::string_view right) const;
 };
 
-// True for what lies below the directory, at any depth.
-[[nodiscard]] bool IsBelow(std::string_view path, std::string_view directory);
+// True for what lies below the directory, at any depth; nothing lies below none.
+[[nodiscard]] inline bool IsBelow(std::string_view path, std::string_view directory) {
+    return !directory.empty() && PathIsUnder(path, directory);
+}
 
 // Calls `visit` with each directory above a path, from the innermost to the outermost, until it gives true.
 // Gives whether it did.

@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr uint8_t kGone = kFileGone | kTreeGone;
-
 struct Plan {
     Changes *changes;
     const PlanSettings *settings;
@@ -136,17 +134,6 @@ void PathsPlan(Plan *plan) {
     }
 }
 
-// A rename whose new name has become one that no line can carry.
-void RenameSplit(Changes *changes, const Rename &rename, WatchTime now) {
-    if (rename.directory) {
-        TreeGone(changes, rename.old_path, now);
-        TreeCame(changes, rename.new_path, now);
-    } else {
-        FileGone(changes, rename.old_path, now);
-        FileTouched(changes, rename.new_path, now);
-    }
-}
-
 // In front of all others: rows follow a rename before anything is said of their new paths.
 void RenamesPlan(Plan *plan) {
     for (const Rename &rename : std::exchange(plan->changes->renames, {})) {
@@ -156,7 +143,7 @@ void RenamesPlan(Plan *plan) {
             continue;
         }
         const RequestLine formed = RenameLineForm(rename.new_path, rename.old_path);
-        if (!formed.refusal.empty()) {
+        if (!formed.refusal.empty()) { // the new name has become one that no line can carry
             RenameSplit(plan->changes, rename, plan->now);
             continue;
         }

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "catalogue/shares.h"
+#include "platform/path.h"
 #include "tools/veluctl/safe_text.h"
-#include "tools/veluwatchd/path_order.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ std::string PathNow(const Share &share) {
 
 bool IsWithinAnother(const std::vector<Share> &shares, const Share &share, const std::string &path) {
     for (const Share &other : shares) {
-        if (&other != &share && other.node != kNoNode && (other.path == path || IsBelow(path, other.path)))
+        if (&other != &share && other.node != kNoNode && PathIsAtOrUnder(path, other.path))
             return true;
     }
     return false;

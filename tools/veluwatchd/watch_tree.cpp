@@ -5,6 +5,17 @@
 
 #include <functional>
 
+namespace {
+
+// Names are many: without the room and the size that a string keeps.
+std::unique_ptr<char[]> NameCopy(std::string_view name) {
+    auto copy = std::make_unique<char[]>(name.size() + 1);
+    memcpy(copy.get(), name.data(), name.size());
+    return copy;
+}
+
+} // namespace
+
 size_t WatchTree::ChildHash::operator()(const ChildKey &key) const {
     constexpr size_t kSpread = 0x9E3779B1U; // siblings' numbers are neighbours
     return std::hash<std::string_view>()(key.name) ^ (key.parent * kSpread);
@@ -23,8 +34,7 @@ NodeId WatchTree::Make(std::string_view name) {
         node = free_.back();
         free_.pop_back();
     }
-    nodes_[node].name = std::make_unique<char[]>(name.size() + 1);
-    memcpy(nodes_[node].name.get(), name.data(), name.size());
+    nodes_[node].name = NameCopy(name);
     return node;
 }
 
@@ -96,8 +106,7 @@ bool WatchTree::IsWithin(NodeId node, NodeId top) const {
 
 void WatchTree::Move(NodeId node, NodeId parent, std::string_view name) {
     Detach(node);
-    nodes_[node].name = std::make_unique<char[]>(name.size() + 1);
-    memcpy(nodes_[node].name.get(), name.data(), name.size());
+    nodes_[node].name = NameCopy(name);
     const bool was_linked = nodes_[node].linked;
     Attach(node, parent);
     if (nodes_[node].linked != was_linked)

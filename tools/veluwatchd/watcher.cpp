@@ -96,6 +96,12 @@ bool NodeWatch(Watcher *watcher, NodeId node, const std::string &path) {
     return true;
 }
 
+void ChildrenForget(Watcher *watcher, NodeId node) {
+    const WatchTree &tree = watcher->tree;
+    for (NodeId child = tree.FirstChild(node); child != kNoNode; child = tree.FirstChild(node))
+        TreeForget(watcher, child);
+}
+
 } // namespace
 
 bool WatcherOpen(Watcher *watcher) {
@@ -173,8 +179,7 @@ void NodeVerify(Watcher *watcher, NodeId node) {
     if (!NodeWatch(watcher, node, path) || tree.Watch(node) == before)
         return;
     // What was found below belongs to another directory.
-    for (NodeId child = tree.FirstChild(node); child != kNoNode; child = tree.FirstChild(node))
-        TreeForget(watcher, child);
+    ChildrenForget(watcher, node);
     TreeWatch(watcher, node);
     TreeMissed(&watcher->changes, path);
 }
@@ -199,12 +204,11 @@ void UnmountedSettle(Watcher *watcher) {
         if (!tree.Exists(node) || tree.Watch(node) != kNoWatch)
             continue;
         // Of the file system that went, the directory that was mounted stays.
-        for (NodeId child = tree.FirstChild(node); child != kNoNode; child = tree.FirstChild(node))
-            TreeForget(watcher, child);
-        TreeAway(&watcher->changes, tree.Path(node), std::chrono::steady_clock::now());
+        ChildrenForget(watcher, node);
+        const std::string path = tree.Path(node);
+        TreeAway(&watcher->changes, path, std::chrono::steady_clock::now());
         if (watcher->unmounted.insert(node).second)
-            syslog(LOG_NOTICE, "%s was unmounted: its rows are left alone",
-                   SafeText(tree.Path(node)).c_str());
+            syslog(LOG_NOTICE, "%s was unmounted: its rows are left alone", SafeText(path).c_str());
     }
 }
 
