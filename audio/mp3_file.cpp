@@ -2,7 +2,6 @@
 #include "audio/mp3_file.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <string.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -40,8 +39,8 @@ int64_t SourceNextData(void *reader, int64_t pos) {
 } // namespace
 
 bool Mp3FileOpen(const char *path, Mp3FileCtx *ctx, const char *log_name, int line) {
-    // O_NONBLOCK: a pipe that has taken the file's place fails below rather than wait for a writer.
-    FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    // A pipe that has taken the file's place fails below.
+    FdHandle file = OpenForReading(path);
     if (!file) {
         syslog(LOG_ERR, "%s (%d) Unable to open %s ", log_name, line, path);
         return false;

@@ -70,7 +70,7 @@ bool FindMarker(const Reader &reader, Position *position) {
 
 bool FlacBlocksAreBounded(const char *path) {
     // The caller has seen a regular file; what takes its place meanwhile must not hold the daemon.
-    const FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    const FdHandle file = OpenForReading(path);
     if (!file)
         return false;
     Reader reader = {file, {}, 0};

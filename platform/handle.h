@@ -57,14 +57,19 @@ private:
     int fd_ = -1;
 };
 
+// Opens for reading without ever waiting, as a pipe that has taken the file's place would for its writer. Empty, with
+// the reason in errno, on failure.
+inline FdHandle OpenForReading(const char *path) noexcept {
+    return FdHandle(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+}
+
 // Opens a regular file for reading; its size in bytes goes to `size` unless that is null. Anything else gives an
-// empty handle and is not even opened: a pipe may wait for its writer, and a device may do things. O_NONBLOCK is
-// for what takes the file's place meanwhile.
+// empty handle and is not even opened: a pipe may wait for its writer, and a device may do things.
 inline FdHandle RegularFileOpen(const char *path, uint64_t *size) noexcept {
     struct stat status;
     if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
         return {};
-    FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    FdHandle file = OpenForReading(path);
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return {};
     if (size != nullptr)

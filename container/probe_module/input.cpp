@@ -2,7 +2,6 @@
 #include "container/probe_module/input.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -36,7 +35,7 @@ int64_t InputSeek(void *opaque, int64_t offset, int whence) {
 
 MediaInput MediaInputOpen(const char *path) {
     // What is no regular file may block for ever when it is opened or read.
-    FdHandle fd(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    FdHandle fd = OpenForReading(path);
     struct stat status = {};
     if (!fd || fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return {};

@@ -7,9 +7,7 @@
 #include "platform/veluindex.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <string.h>
-#include <sys/stat.h>
 
 #include <string_view>
 
@@ -59,18 +57,6 @@ size_t ReadFile(void *context, uint64_t offset, uint8_t *out, size_t size) {
     return done;
 }
 
-// Shares hold anything that a client can make. Opening a pipe would wait for its writer and opening a device
-// may do things to it, so both are looked at before; O_NONBLOCK is for what takes the file's place meanwhile.
-FdHandle OpenRegularFile(const char *path) {
-    struct stat status;
-    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
-        return {};
-    FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return {};
-    return file;
-}
-
 } // namespace
 
 int PictureSizeRead(const ImageSource &source, int *width, int *height) {
@@ -91,7 +77,7 @@ int PictureSizeRead(const ImageSource &source, int *width, int *height) {
 int VELUIndexImgResGet(const char *path, int *width, int *height) {
     if (path == nullptr || width == nullptr || height == nullptr)
         return -1;
-    const FdHandle file = OpenRegularFile(path);
+    const FdHandle file = RegularFileOpen(path, nullptr);
     if (!file)
         return -1;
     int fd = file.get();

@@ -2,12 +2,7 @@
 #include "platform/sdk/line_reader.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <unistd.h>
-
-FdHandle OpenForReading(const char *file) {
-    return FdHandle(open(file, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-}
 
 ssize_t ReadBlock(const FdHandle &fd, char *block, size_t size) {
     ssize_t got = 0;

@@ -11,9 +11,6 @@
 #include <array>
 #include <string_view>
 
-// Opens `file` for reading; the handle is empty when that fails. Never waits for the far end of a FIFO.
-FdHandle OpenForReading(const char *file);
-
 // read(2), begun again when a signal interrupts it.
 ssize_t ReadBlock(const FdHandle &fd, char *block, size_t size);
 

@@ -2,7 +2,6 @@
 //
 // Walking the shares as the daemon does, in search of what it would index and has not.
 #include <errno.h>
-#include <fcntl.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -54,7 +53,7 @@ bool IsIndexed(const std::string &path) {
 
 // 0, or the error number of opening it or reading its first byte.
 int ReadError(const std::string &path) {
-    const FdHandle file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const FdHandle file = OpenForReading(path.c_str());
     char byte = 0;
     return !file || pread(file.get(), &byte, 1, 0) < 0 ? errno : 0;
 }
