@@ -8,8 +8,8 @@
 #include <algorithm>
 
 #include "catalogue/exif.h"
-#include "catalogue/shares.h"
 #include "catalogue/util.h"
+#include "daemon/path_rules.h"
 #include "photo/photo_record.h"
 #include "platform/velusdk.h"
 
@@ -60,7 +60,7 @@ int PhotoFileIndex(const char *path) {
     MediaInfo record = {};
     if (!IsFileExist(path, &record.file_size))
         return -1;
-    if (strstr(path, kAttributeDirectory) != nullptr)
+    if (IsAttributePath(path))
         return 0;
     snprintf(record.path, sizeof record.path, "%s", path);
     MediaTitleFromName(path, record.title);

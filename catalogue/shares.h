@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Where the media shares are reached, and what lies in them that is not media.
+// Where the media shares are reached.
 #pragma once
 
 #include <stddef.h>
@@ -10,8 +10,7 @@ inline constexpr char kMusicShareLink[] = "/var/services/music";
 inline constexpr char kVideoShareLink[] = "/var/services/video";
 inline constexpr char kPhotoShareLink[] = "/var/services/photo";
 
-// The appliance keeps thumbnails and attributes of files in directories of this name.
-inline constexpr char kAttributeDirectory[] = "@eaDir";
+inline constexpr const char *kShareLinks[] = {kMusicShareLink, kVideoShareLink, kPhotoShareLink};
 
 // The longest path of a share directory, terminator included.
 inline constexpr size_t kSharePathSize = 4096;

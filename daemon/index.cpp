@@ -5,6 +5,7 @@
 #include <syslog.h>
 
 #include "daemon/directory.h"
+#include "daemon/walk_rules.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -17,9 +18,21 @@ constexpr uint32_t kEventParseFailed = 0x11B00510;
 constexpr int kEventClass = 2;
 constexpr int kEventLevel = 3;
 
-constexpr char kResourceForkPrefix[] = "._";
+bool IsIndexedBaseName(const char *path) {
+    const char *slash = strrchr(path, '/');
+    return slash != nullptr && IsIndexedName(slash + 1);
+}
 
 } // namespace
+
+const IndexHandler *IndexHandlerOf(const char *path) {
+    const char *extension = VELUIndexExtGet(path);
+    return extension != nullptr ? IndexHandlerFind(extension) : nullptr;
+}
+
+bool IsIndexedPath(const char *path) {
+    return IndexHandlerOf(path) != nullptr && IsIndexedBaseName(path);
+}
 
 int IndexFileAdd(const char *path, int mode) {
     if (path == nullptr) {
@@ -35,17 +48,14 @@ int IndexFileAdd(const char *path, int mode) {
             DirectoryAdd(path);
         return 0;
     }
-    const char *extension = VELUIndexExtGet(path);
-    if (extension == nullptr)
+    if (VELUIndexExtGet(path) == nullptr)
         return -1;
-    const IndexHandler *handler = IndexHandlerFind(extension);
+    const IndexHandler *handler = IndexHandlerOf(path);
     if (handler == nullptr)
         return 0;
     if (mode == kIndexRemove)
         return handler->remove(path);
-
-    const char *slash = strrchr(path, '/');
-    if (slash == nullptr || strncmp(slash + 1, kResourceForkPrefix, strlen(kResourceForkPrefix)) == 0)
+    if (!IsIndexedBaseName(path))
         return -1;
     const int result = handler->add(path);
     if (result == 1) {

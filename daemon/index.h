@@ -21,6 +21,12 @@ extern const IndexHandler IndexHandlerTable[];
 // The row of an extension (compared without case), or null.
 const IndexHandler *IndexHandlerFind(const char *extension);
 
+// The row of a path's extension, or null for a file that no indexer takes.
+const IndexHandler *IndexHandlerOf(const char *path);
+
+// True for the path of a file that an add hands to an indexer.
+[[nodiscard]] bool IsIndexedPath(const char *path);
+
 // Adds (mode kIndexAdd) or removes (kIndexRemove) one entry. Returns 0 when done or when there is nothing to
 // do, -1 on failure, otherwise the indexer's result. Files whose name begins with "._" (companions that hold
 // resource forks) are never added. A file whose metadata could not be read is reported to the event log and

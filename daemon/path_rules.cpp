@@ -6,35 +6,56 @@
 
 #include <string_view>
 
+#include "daemon/walk_rules.h"
+
 namespace {
 
-// "/volume1": a volume directory of one digit under the root. A fixed place, known to every program that
-// writes the queue.
-constexpr size_t kVolumeLength = 8;
-constexpr std::string_view kPhotoShare = "photo";
-constexpr size_t kShareStart = kVolumeLength + 1;
-constexpr size_t kShareEnd = kShareStart + kPhotoShare.size();
-
-constexpr std::string_view kRecycleBin = "/#recycle";
+// The path from its slash number `count` on; the empty text when it has fewer.
+std::string_view FromSlash(const char *path, int count) {
+    for (; *path != '\0'; ++path) {
+        if (*path == '/' && --count == 0)
+            break;
+    }
+    return path;
+}
 
 } // namespace
 
 int IsPhotoPath(const char *path) {
-    if (strlen(path) <= kShareStart || path[kVolumeLength] != '/')
+    const WalkRules &rules = ActiveWalkRules();
+    const size_t start = rules.volume_length + 1;
+    if (strlen(path) <= start || path[rules.volume_length] != '/')
         return 0;
-    if (strncasecmp(path + kShareStart, kPhotoShare.data(), kPhotoShare.size()) != 0)
+    if (strncasecmp(path + start, rules.photo_share.data(), rules.photo_share.size()) != 0)
         return 0;
-    return path[kShareEnd] == '/' || path[kShareEnd] == '\0';
+    const char end = path[start + rules.photo_share.size()];
+    return end == '/' || end == '\0';
+}
+
+size_t PhotoSharePathLength() {
+    const WalkRules &rules = ActiveWalkRules();
+    return rules.volume_length + 1 + rules.photo_share.size();
 }
 
 int IsRecyclePath(const char *path) {
-    int slashes = 0;
-    for (; *path != '\0'; ++path) {
-        if (*path == '/' && ++slashes == 3)
-            break;
-    }
-    const std::string_view rest(path);
-    if (!rest.starts_with(kRecycleBin))
+    std::string_view name = FromSlash(path, kShareParts + 1);
+    if (name.empty())
         return 0;
-    return rest.size() == kRecycleBin.size() || rest[kRecycleBin.size()] == '/';
+    name.remove_prefix(1);
+    return IsListed(ActiveWalkRules().share_directories, name.substr(0, name.find('/')));
+}
+
+bool IsAttributePath(const char *path) {
+    return HasPartLeftOut(ActiveWalkRules().library, path);
+}
+
+bool IsLibraryPath(const char *path) {
+    const std::string_view text = path;
+    return !IsAttributePath(path) &&
+           !IsNameLeftOut(ActiveWalkRules().library, text.substr(text.rfind('/') + 1));
+}
+
+bool IsLibrarySize(int64_t size) {
+    const WalkRules &rules = ActiveWalkRules();
+    return size >= rules.picture_size_min && size < rules.picture_size_end;
 }

@@ -1,12 +1,31 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// What a path alone says about a file: the share it lies in, whether it is in a recycle bin.
+// What a path alone says about a file by the rules that hold: the share it lies in, whether it is in a recycle bin,
+// whether the photo library may have it.
 #pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+// The names of a share's path: its volume and its own.
+inline constexpr int kShareParts = 2;
 
 // 1 when the path is the photo share or lies in it: the volume in front ("/volume1") is taken to be eight
 // characters long, the share's name is compared without case.
 int IsPhotoPath(const char *path);
 
+// Bytes of the photo share's path, which has no slash at its end: 14, as for "/volume1/photo".
+size_t PhotoSharePathLength();
+
 // 1 when the path is the recycle bin of a share (third level: volume, share, "#recycle") or lies in it. A
 // directory of that name anywhere else is an ordinary one.
 int IsRecyclePath(const char *path);
+
+// True for a path with "@eaDir" anywhere in it: pictures there belong to other files.
+[[nodiscard]] bool IsAttributePath(const char *path);
+
+// True for a file that the photo library may have by its path: none that is hidden or in an attribute directory.
+[[nodiscard]] bool IsLibraryPath(const char *path);
+
+// True for the size in bytes of a picture that the photo library takes.
+[[nodiscard]] bool IsLibrarySize(int64_t size);

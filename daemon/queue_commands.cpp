@@ -7,7 +7,6 @@
 #include "catalogue/features.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
-#include "daemon/path_rules.h"
 #include "daemon/walker.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
@@ -28,10 +27,6 @@ constexpr int kAlbumDelete = 2;
 constexpr int kVideoDescTable = 1;
 constexpr int kVideoCommentTable = 2;
 
-bool InPhotoLibrary(const char *path) {
-    return IsPhotoPath(path) && supportphoto;
-}
-
 bool StillExists(const char *path, int line = __builtin_LINE()) {
     if (!IsDirExist(path) && !IsFileExist(path, nullptr))
         return false;
@@ -41,7 +36,7 @@ bool StillExists(const char *path, int line = __builtin_LINE()) {
 
 void TreeAdd(const char *path) {
     IndexDirWalk(path, kIndexAdd, kWalkBoth);
-    if (InPhotoLibrary(path) && IsDirExist(path)) {
+    if (IsInPhotoLibrary(path) && IsDirExist(path)) {
         PhotoShareFsCheck();
         PhotoShareTreeAdd(path);
     }
@@ -51,13 +46,13 @@ void TreeRemove(const char *path) {
     if (StillExists(path))
         return;
     IndexDirWalk(path, kIndexRemove, kWalkBoth);
-    if (InPhotoLibrary(path))
+    if (IsInPhotoLibrary(path))
         PhotoShareUpdate(path, kAlbumDelete);
 }
 
 void FileAdd(const char *path) {
     const int result = IndexFileAdd(path, kIndexAdd);
-    if (!InPhotoLibrary(path))
+    if (!IsInPhotoLibrary(path))
         return;
     if (result == 0)
         PhotoLibraryFileUpdate(path, kPhotoFileAdd);
@@ -71,7 +66,7 @@ void FileRemove(const char *path) {
     if (StillExists(path))
         return;
     IndexFileAdd(path, kIndexRemove);
-    if (InPhotoLibrary(path))
+    if (IsInPhotoLibrary(path))
         PhotoLibraryFileUpdate(path, kPhotoFileDelete);
 }
 
@@ -83,7 +78,7 @@ void VideoTablesRename(const char *new_path, const char *old_path) {
 void FileRename(const char *new_path, const char *old_path) {
     IndexFileAdd(old_path, kIndexRemove);
     IndexFileAdd(new_path, kIndexAdd);
-    if (!InPhotoLibrary(new_path))
+    if (!IsInPhotoLibrary(new_path))
         return;
     PhotoPathRename(new_path, old_path, 0);
     if (supportcinehall && BlVELUIndexIsVideoOnWebFile(new_path))
@@ -93,7 +88,7 @@ void FileRename(const char *new_path, const char *old_path) {
 void TreeRename(const char *new_path, const char *old_path) {
     IndexDirWalk(old_path, kIndexRemove, kWalkMedia);
     IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
-    if (!InPhotoLibrary(new_path))
+    if (!IsInPhotoLibrary(new_path))
         return;
     PhotoPathRename(new_path, old_path, 1);
     PhotoShareRename(new_path, old_path);

@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "catalogue/features.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
+#include "daemon/walk_rules.h"
 #include "daemon/walk_trail.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
@@ -47,7 +47,7 @@ void FileVisit(const char *path, int mode, int mask) {
     int result = 0;
     if (mask & kWalkMedia)
         result = IndexFileAdd(path, mode);
-    if ((mask & kWalkPhotoLibrary) && supportphoto && IsPhotoPath(path)) {
+    if ((mask & kWalkPhotoLibrary) && IsInPhotoLibrary(path)) {
         if (result == 0)
             PhotoLibraryFileUpdate(path, mode);
         else
@@ -111,7 +111,7 @@ EntryType EntryTypeGet(const Walk &walk, const dirent &entry, bool cut) {
 }
 
 bool IsSkippedName(const char *name) {
-    return strcmp(name, ".") == 0 || strcmp(name, "..") == 0 || strcmp(name, kAttributeDirectory) == 0;
+    return strcmp(name, ".") == 0 || strcmp(name, "..") == 0 || IsNameLeftOut(ActiveWalkRules().index, name);
 }
 
 // Visits entries of the innermost directory up to its end, where the level goes, or up to a subdirectory,
@@ -169,7 +169,7 @@ void TreeWalk(const char *path, int mode, int mask) {
 void TreeRemove(const char *path, int mask) {
     if (mask & kWalkMedia)
         MediaInfoDBDelete(kMediaTree, path);
-    if ((mask & kWalkPhotoLibrary) && IsPhotoPath(path) && supportphoto)
+    if ((mask & kWalkPhotoLibrary) && IsInPhotoLibrary(path))
         PhotoInfoDBDirDelete(path);
 }
 
@@ -182,9 +182,8 @@ int SharesReindex(int mask) {
         ShareReindex(kVideoShareLink);
         return 0;
     case kWalkMedia:
-        ShareReindex(kMusicShareLink);
-        ShareReindex(kVideoShareLink);
-        ShareReindex(kPhotoShareLink);
+        for (const char *link : kShareLinks)
+            ShareReindex(link);
         return 0;
     default:
         syslog(LOG_ERR, "%s (%d) index type must be VELUINDEX_MEDIA", kLogName, __LINE__);

@@ -1,17 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "photo/album_path.h"
 
-#include <stddef.h>
 #include <string.h>
 
-namespace {
-
-constexpr size_t kSharePrefix = sizeof "/volume1/photo/" - 1;
-
-} // namespace
+#include "daemon/path_rules.h"
 
 const char *AlbumNameOf(const char *path) {
-    return path + strnlen(path, kSharePrefix);
+    return path + strnlen(path, PhotoSharePathLength() + 1);
 }
 
 AlbumLevel PhotoShareLevelGet(const char *path) {
@@ -27,5 +22,5 @@ AlbumLevel PhotoShareLevelGet(const char *path) {
 }
 
 int IsPhotoShareRoot(const char *path) {
-    return strlen(path) == kSharePrefix - 1;
+    return strlen(path) == PhotoSharePathLength();
 }

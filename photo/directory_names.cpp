@@ -6,7 +6,7 @@
 
 #include <set>
 
-#include "catalogue/shares.h"
+#include "daemon/walk_rules.h"
 #include "platform/handle.h"
 #include "platform/velusdk.h"
 
@@ -31,7 +31,7 @@ bool DirectoryNamesGet(const char *path, const NameFilter &wanted, std::vector<s
     errno = 0;
     while (const dirent *entry = readdir(directory.get())) {
         const std::string name = entry->d_name;
-        if (name.front() == '.' || name <= after || !wanted(name, *entry))
+        if (IsNameLeftOut(ActiveWalkRules().library, name) || name <= after || !wanted(name, *entry))
             continue;
         sorted.insert(name);
         if (sorted.size() > most)
@@ -44,10 +44,10 @@ bool DirectoryNamesGet(const char *path, const NameFilter &wanted, std::vector<s
     return true;
 }
 
-bool SubDirectoriesGet(const char *path, std::vector<std::string> *names, const std::string &after,
-                       size_t most) {
-    const auto wanted = [path](const std::string &name, const dirent &entry) {
-        return name.find(kAttributeDirectory) == std::string::npos && IsDirectory(path, name, entry);
+bool SubDirectoriesGet(const char *path, const NameRules &rules, std::vector<std::string> *names,
+                       const std::string &after, size_t most) {
+    const auto wanted = [&](const std::string &name, const dirent &entry) {
+        return !IsDirectoryNameLeftOut(rules, name) && IsDirectory(path, name, entry);
     };
     return DirectoryNamesGet(path, wanted, names, after, most);
 }

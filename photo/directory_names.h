@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "daemon/walk_rules.h"
+
 // Every name that `wanted` is true for. False when the directory cannot be read (nothing is logged). `after`
 // and `most` make portions of it: only names behind `after`, the first `most` of them.
 using NameFilter = std::function<bool(const std::string &name, const dirent &entry)>;
@@ -21,7 +23,8 @@ using NameFilter = std::function<bool(const std::string &name, const dirent &ent
 // entry has to be looked at.
 extern int PhotoShareNeedsStat;
 
-// The sub-directories of a directory of the photo share, links to directories among them, without attribute
-// directories ("@eaDir"). Result and portions as above.
-[[nodiscard]] bool SubDirectoriesGet(const char *path, std::vector<std::string> *names,
-                                     const std::string &after = {}, size_t most = SIZE_MAX);
+// The sub-directories of a directory of the photo share that the rules do not leave out, links to directories among
+// them. Result and portions as above.
+[[nodiscard]] bool SubDirectoriesGet(const char *path, const NameRules &rules,
+                                     std::vector<std::string> *names, const std::string &after = {},
+                                     size_t most = SIZE_MAX);

@@ -8,13 +8,13 @@
 #include <time.h>
 
 #include "catalogue/exif.h"
-#include "catalogue/shares.h"
+#include "catalogue/features.h"
 #include "catalogue/util.h"
+#include "daemon/path_rules.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_ea.h"
 #include "photo/photo_queue.h"
 #include "photo/photo_record.h"
-#include "platform/limits.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -23,10 +23,6 @@ namespace {
 constexpr char kLogName[] = "photo_index.c";
 
 static_assert(kPhotoTextSize == kMediaTextSize, "title and album have one rule for both records");
-
-bool IsAttributePath(const char *path) {
-    return strstr(path, kAttributeDirectory) != nullptr;
-}
 
 void NamesStore(const char *path, PhotoRecord *record) {
     snprintf(record->path, sizeof record->path, "%s", path);
@@ -51,8 +47,7 @@ void DateFromTimes(time_t changed, PhotoRecord *record) {
 
 bool FileStore(const char *path, PhotoRecord *record) {
     struct stat status;
-    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size < 1 ||
-        status.st_size >= kPhotoSizeEnd)
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode) || !IsLibrarySize(status.st_size))
         return false;
     record->file_size = status.st_size;
     ExifInfoGet(record);
@@ -81,7 +76,7 @@ int BadParameter(int line) {
 int PhotoIndexAdd(const char *path, int mode) {
     if (path == nullptr)
         return BadParameter(__LINE__);
-    if (IsAttributePath(path) || *PathBaseName(path) == '.')
+    if (!IsLibraryPath(path))
         return -1;
     PhotoRecord record = {};
     NamesStore(path, &record);
@@ -106,6 +101,15 @@ int PhotoIndexDelete(const char *path) {
     if (PhotoInfoDBDelete(path) != 0)
         syslog(LOG_ERR, "%s (%d) Failed to remove %s from database.", kLogName, __LINE__, path);
     return 0;
+}
+
+bool IsInPhotoLibrary(const char *path) {
+    return supportphoto != 0 && IsPhotoPath(path) != 0;
+}
+
+bool IsLibraryPicture(const char *path, int64_t size) {
+    return IsInPhotoLibrary(path) && BlVELUIndexIsPhotoOnWebFile(path) != 0 && IsLibraryPath(path) &&
+           IsLibrarySize(size);
 }
 
 PhotoFileKind PhotoFileKindGet(const char *extension) {

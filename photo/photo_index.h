@@ -3,6 +3,8 @@
 // The photo library's row of one file.
 #pragma once
 
+#include <stdint.h>
+
 // What happened to a file: the queue's operation codes.
 enum PhotoFileMode : int { kPhotoFileAdd = 1, kPhotoFileDelete = 2, kPhotoFileUpdate = 5 };
 
@@ -18,6 +20,12 @@ int PhotoIndexDelete(const char *path);
 // Handles one file event of the photo share, with a mode of PhotoFileMode. Returns 0 when handled, -1 when the
 // file is not the photo library's or the arguments are bad.
 int PhotoLibraryFileUpdate(const char *path, int mode);
+
+// True for what is, or lies in, the photo share of a machine that has a photo library.
+[[nodiscard]] bool IsInPhotoLibrary(const char *path);
+
+// True for a regular file of so many bytes that the photo library has a row of.
+[[nodiscard]] bool IsLibraryPicture(const char *path, int64_t size);
 
 // What the photo library makes of a file, by its extension.
 enum class PhotoFileKind { none, picture, web_video, video };

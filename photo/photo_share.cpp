@@ -143,7 +143,7 @@ int PhotoShareTreeAdd(const char *path) {
     if (level == kAlbumSub)
         return result;
     std::vector<std::string> names;
-    if (!SubDirectoriesGet(path, &names)) {
+    if (!SubDirectoriesGet(path, ActiveWalkRules().library, &names)) {
         syslog(LOG_ERR, "%s (%d) Failed to open directory %s", kLogName, __LINE__, path);
         return -1;
     }

@@ -18,7 +18,6 @@ namespace {
 
 constexpr char kLogName[] = "photo_share.c";
 
-constexpr char kRecycleBin[] = "#recycle";
 constexpr size_t kMarkStatementSize = 512;
 constexpr int kOpCreate = 1;
 
@@ -30,11 +29,10 @@ bool PhotoShareTargetGet(char (&target)[kSharePathSize], int line = __builtin_LI
 }
 
 bool AlbumDirectoriesGet(const char *path, std::vector<std::string> *names) {
-    if (!SubDirectoriesGet(path, names)) {
+    if (!SubDirectoriesGet(path, ActiveWalkRules().albums, names)) {
         syslog(LOG_ERR, "%s (%d) Failed to open directory %s", kLogName, __LINE__, path);
         return false;
     }
-    std::erase(*names, kRecycleBin);
     return true;
 }
 

@@ -87,7 +87,8 @@ bool Unreadable(const std::string &path, int line = __builtin_LINE()) {
 // False when there are no more sub-directories, or they cannot be read.
 bool PortionRead(Level *level) {
     const std::string last = level->names.empty() ? std::string() : level->names.back();
-    if (!SubDirectoriesGet(level->path.c_str(), &level->names, last, level->portion))
+    if (!SubDirectoriesGet(level->path.c_str(), ActiveWalkRules().library, &level->names, last,
+                           level->portion))
         return Unreadable(level->path);
     level->next = 0;
     level->more = level->names.size() == level->portion;

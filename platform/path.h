@@ -3,6 +3,7 @@
 // How paths lie to each other, by their bytes alone: no link is followed and no "." or ".." taken out.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 // True for a path below a directory, at any depth. The directory has no slash at its end, so that the root is the
@@ -14,4 +15,15 @@
 // The same, and true for the directory itself.
 [[nodiscard]] constexpr bool PathIsAtOrUnder(std::string_view path, std::string_view directory) {
     return path == directory || PathIsUnder(path, directory);
+}
+
+// Of all paths in their bytewise order, those below a directory: from `low` on, before `high`.
+struct PathRange {
+    std::string low;
+    std::string high;
+};
+
+[[nodiscard]] inline PathRange RangeUnder(const std::string &directory) {
+    constexpr char kBehindSlash = '/' + 1;
+    return {directory + '/', directory + kBehindSlash};
 }

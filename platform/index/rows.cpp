@@ -48,11 +48,6 @@ int RemoveCoversFrom(const std::string &table, const std::string &condition, std
 
 } // namespace
 
-PathRange RangeUnder(const std::string &directory) {
-    constexpr char kBehindSlash = '/' + 1;
-    return {directory + '/', directory + kBehindSlash};
-}
-
 std::string WithoutTrailingSlashes(const std::string &path) {
     const size_t last = path.find_last_not_of('/');
     return last == std::string::npos ? std::string() : path.substr(0, last + 1);

@@ -6,14 +6,7 @@
 #include <string>
 
 #include "platform/index/schema.h"
-
-// The keys of everything that lies under a directory: from `low` on, before `high`.
-struct PathRange {
-    std::string low;
-    std::string high;
-};
-
-PathRange RangeUnder(const std::string &directory);
+#include "platform/path.h"
 
 // A directory is the same with and without slashes at its end; "/" alone becomes the empty path.
 std::string WithoutTrailingSlashes(const std::string &path);

@@ -23,3 +23,12 @@ TEST(Path, IsUnderTheRootWhenItIsAbsolute) {
     EXPECT_TRUE(PathIsUnder("/a", ""));
     EXPECT_FALSE(PathIsUnder("a", ""));
 }
+
+TEST(Path, TheRangeUnderADirectoryHasWhatIsBelowItAlone) {
+    const PathRange range = RangeUnder("/a");
+    for (const std::string path : {"/a/", "/a/b", "/a/b/c", "/a/\xff"})
+        EXPECT_TRUE(path >= range.low && path < range.high) << path;
+    for (const std::string path : {"/a", "/a!", "/a.b", "/a0", "/ab", "/b"})
+        EXPECT_FALSE(path >= range.low && path < range.high) << path;
+    EXPECT_EQ(RangeUnder("").low, "/");
+}

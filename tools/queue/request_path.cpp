@@ -6,7 +6,6 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <initializer_list>
 #include <memory>
 
 #include "catalogue/shares.h"
@@ -37,7 +36,7 @@ std::string_view NameTake(std::string_view *rest) {
 }
 
 void ShareLinkReplace(std::string *path) {
-    for (const char *link : {kMusicShareLink, kVideoShareLink, kPhotoShareLink}) {
+    for (const char *link : kShareLinks) {
         const std::string_view share = link;
         if (!PathIsAtOrUnder(*path, share))
             continue;

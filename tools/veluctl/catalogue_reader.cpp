@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "platform/path.h"
 #include "tools/veluctl/log_lines.h"
 
 namespace {
@@ -44,11 +45,10 @@ Query PortionQuery(const CatalogueTable &table, const std::vector<const char *> 
     if (!filter.key.empty())
         query.sql += " and " + key + " = " + query.Put(filter.key);
     if (!filter.directory.empty()) {
-        constexpr char kBehindSlash = '/' + 1;
-        const std::string base = filter.directory == "/" ? "" : filter.directory;
+        const PathRange below = RangeUnder(filter.directory == "/" ? "" : filter.directory);
         query.sql += " and (" + key + " = " + query.Put(filter.directory);
-        query.sql += " or (" + key + " >= " + query.Put(base + '/');
-        query.sql += " and " + key + " < " + query.Put(base + kBehindSlash) + "))";
+        query.sql += " or (" + key + " >= " + query.Put(below.low);
+        query.sql += " and " + key + " < " + query.Put(below.high) + "))";
     }
     if (!filter.text.empty()) {
         const std::string pattern = LikePattern(filter.text);

@@ -13,15 +13,12 @@
 #include "catalogue/photo.h"
 #include "catalogue/playlist.h"
 #include "daemon/index.h"
+#include "daemon/path_rules.h"
 #include "tools/queue/request_line.h"
 #include "tools/queue/request_path.h"
 #include "tools/veluctl/check.h"
 
 namespace {
-
-// A path of so few parts (/volume1/music) is a share or what holds shares: a volume that is not mounted, most
-// likely, whose rows are better kept.
-constexpr long kShareParts = 2;
 
 // What a reader has found shows in one of these.
 constexpr const char *kMediaColumns[] = {"path",          "has_cover",   "duration",
@@ -79,14 +76,9 @@ std::string OutermostMissing(std::string path) {
     return path;
 }
 
-const IndexHandler *HandlerOf(const std::string &path) {
-    const char *extension = VELUIndexExtGet(path.c_str());
-    return extension != nullptr ? IndexHandlerFind(extension) : nullptr;
-}
-
 // Only sound and film: a picture without EXIF data has nothing to be read, nor has a playlist.
 bool HasReader(const std::string &path) {
-    const IndexHandler *handler = HandlerOf(path);
+    const IndexHandler *handler = IndexHandlerOf(path.c_str());
     return handler != nullptr && handler->add != PlainAudioIndex && handler->add != PlainVideoIndex &&
            handler->add != PhotoFileIndex && handler->add != PlaylistFileIndex;
 }
@@ -129,6 +121,7 @@ void RowsCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findin
             continue;
         }
         const std::string outermost = OutermostMissing(row.path);
+        // A share or what holds shares: a volume that is not mounted, most likely, whose rows are better kept.
         if (std::count(outermost.begin(), outermost.end(), '/') > kShareParts) {
             findings->push_back({kRowWithoutFile, row.path, RepairLine('D', outermost), {}});
         } else if (outermost != away) {

@@ -6,14 +6,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "catalogue/features.h"
 #include "catalogue/shares.h"
-#include "catalogue/util.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
+#include "daemon/walk_rules.h"
 #include "daemon/walk_trail.h"
+#include "photo/photo_index.h"
 #include "platform/handle.h"
-#include "platform/limits.h"
 #include "platform/media_record.h"
 #include "platform/path.h"
 #include "tools/veluctl/check.h"
@@ -44,13 +43,6 @@ void Find(Check *check, const char *problem, const std::string &path, std::strin
     check->findings->push_back({problem, path, std::move(line), {}});
 }
 
-bool IsIndexed(const std::string &path) {
-    constexpr std::string_view kResourceForkPrefix = "._";
-    const char *extension = VELUIndexExtGet(path.c_str());
-    return extension != nullptr && IndexHandlerFind(extension) != nullptr && path.size() < kMediaPathSize &&
-           !std::string_view(PathBaseName(path.c_str())).starts_with(kResourceForkPrefix);
-}
-
 // 0, or the error number of opening it or reading its first byte.
 int ReadError(const std::string &path) {
     const FdHandle file = OpenForReading(path.c_str());
@@ -58,22 +50,16 @@ int ReadError(const std::string &path) {
     return !file || pread(file.get(), &byte, 1, 0) < 0 ? errno : 0;
 }
 
-// The photo library takes pictures of the photo share, but neither hidden, empty nor large ones.
-bool BelongsToLibrary(const std::string &path, off_t size) {
-    return supportphoto != 0 && IsPhotoPath(path.c_str()) != 0 &&
-           BlVELUIndexIsPhotoOnWebFile(path.c_str()) != 0 && *PathBaseName(path.c_str()) != '.' &&
-           size >= 1 && size < kPhotoSizeEnd;
-}
-
 void FileCheck(Check *check, const std::string &path, off_t size) {
     CheckedRow *row = CheckedRowFind(check->rows, path);
     if (row != nullptr)
         row->seen = true;
-    if (!IsIndexed(path))
+    if (path.size() >= kMediaPathSize || !IsIndexedPath(path.c_str()))
         return;
     if (ReadError(path) != 0)
         Find(check, kUnreadable, path, {});
-    const bool catalogued = row != nullptr && row->media && (row->library || !BelongsToLibrary(path, size));
+    const bool catalogued =
+        row != nullptr && row->media && (row->library || !IsLibraryPicture(path.c_str(), size));
     if (!catalogued)
         Find(check, kFileWithoutRow, path,
              IsAdded(*check, path) ? RepairLine('A', check->added) : RepairLine('a', path));
@@ -104,7 +90,7 @@ void DirectoryEnter(Check *check, const std::string &path, bool by_link) {
     Level level = {path, {}};
     while (const dirent *entry = readdir(directory.get())) {
         const std::string_view name = entry->d_name;
-        if (name == "." || name == ".." || name == kAttributeDirectory)
+        if (name == "." || name == ".." || IsNameLeftOut(ActiveWalkRules().index, name))
             continue;
         const std::string below = path + '/' + entry->d_name;
         struct stat status;
@@ -146,7 +132,7 @@ void ShareCheck(Check *check, const std::string &share) {
 } // namespace
 
 void SharesCheck(std::vector<CheckedRow> *rows, std::vector<Finding> *findings) {
-    for (const char *link : {kMusicShareLink, kVideoShareLink, kPhotoShareLink}) {
+    for (const char *link : kShareLinks) {
         char target[kSharePathSize];
         if (!ShareTargetGet(link, target))
             continue; // a machine without that share

@@ -43,7 +43,7 @@ int64_t PositionOf(pid_t pid, const char *descriptor) {
 }
 
 bool InShare(std::string_view path) {
-    for (const char *link : {kMusicShareLink, kVideoShareLink, kPhotoShareLink}) {
+    for (const char *link : kShareLinks) {
         char target[kSharePathSize];
         if (!ShareTargetGet(link, target))
             continue;

@@ -71,11 +71,6 @@ bool IsLibraryRename(const Changes &changes, const Rename &move) {
            RenameLineForm(move.new_path, move.old_path).refusal.empty();
 }
 
-// The photo library has no hidden pictures: one that becomes hidden leaves it, and the other way round.
-bool IsHidden(const std::string &path) {
-    return path[path.rfind('/') + 1] == '.';
-}
-
 // What becomes a picture or a video by its new name has to be added, for its thumbnails, and what has been one leaves
 // the library.
 bool IsSameKind(const Rename &move) {
@@ -160,7 +155,9 @@ void FileMoved(Changes *changes, const Rename &move, WatchTime now) {
                          IsInAskedTree(asked, move.old_path);
     const bool in_the_way =
         ((FlagsAt(*changes, move.new_path) | AskedAt(asked, move.new_path)) & kTreeGone) != 0;
-    const bool other = IsHidden(move.old_path) || IsHidden(move.new_path) || !IsSameKind(move);
+    // The photo library has no hidden pictures: one that becomes hidden leaves it, and the other way round.
+    const bool other =
+        !IsLibraryPath(move.old_path.c_str()) || !IsLibraryPath(move.new_path.c_str()) || !IsSameKind(move);
     if (unknown || other || in_the_way || asked.lost || !IsLibraryRename(*changes, move)) {
         RenameSplit(changes, move, now);
         return;

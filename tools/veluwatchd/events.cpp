@@ -8,6 +8,7 @@
 
 #include <algorithm>
 
+#include "daemon/walk_rules.h"
 #include "tools/veluwatchd/bounds.h"
 
 namespace {
@@ -30,11 +31,6 @@ struct Event {
     }
 };
 
-// Companions of files on other systems; the daemon never indexes them.
-bool IsResourceFork(std::string_view name) {
-    return name.starts_with("._");
-}
-
 void EntryGone(Watcher *watcher, NodeId parent, const std::string &path, const std::string &name,
                bool directory, WatchTime now) {
     const NodeId node = watcher->tree.Exists(parent) ? watcher->tree.ChildFind(parent, name) : kNoNode;
@@ -42,7 +38,7 @@ void EntryGone(Watcher *watcher, NodeId parent, const std::string &path, const s
         TreeForget(watcher, node);
     if (node != kNoNode || directory)
         TreeGone(&watcher->changes, path, now);
-    else if (!IsResourceFork(name))
+    else if (IsIndexedName(name))
         FileGone(&watcher->changes, path, now);
 }
 
@@ -69,7 +65,7 @@ void EntryCame(Watcher *watcher, NodeId parent, const std::string &path, const E
         TreeForget(watcher, known); // a link to a directory was replaced
         TreeGone(&watcher->changes, path, event.now);
     }
-    if (IsResourceFork(event.name))
+    if (!IsIndexedName(event.name))
         return;
     // Links, and further names of a file, are not open.
     if (closed || link || status.st_nlink > 1)
@@ -141,7 +137,7 @@ void EntryMoved(const Event &event, const EventReader::Leaving &from, NodeId par
         EntryGone(watcher, parent, path, event.name, true, event.now);
     const NodeId left = LeavingParent(tree, from);
     const NodeId node = left != kNoNode ? tree.ChildFind(left, from.name) : kNoNode;
-    const bool plain = !IsResourceFork(event.name) && !IsResourceFork(from.name);
+    const bool plain = IsIndexedName(event.name) && IsIndexedName(from.name);
     // A directory cannot go into itself; what was read of it has come there later.
     if (node != kNoNode && !tree.IsWithin(parent, node)) {
         tree.Move(node, parent, event.name);
@@ -204,7 +200,7 @@ void EntryEvent(const Event &event, NodeId parent, bool alone) {
         const NodeId node = watcher->tree.ChildFind(parent, event.name);
         if (node != kNoNode && watcher->unwatched.count(node) != 0)
             NodeVerify(watcher, node);
-    } else if (!IsResourceFork(event.name)) {
+    } else if (IsIndexedName(event.name)) {
         FileTouched(&watcher->changes, path, event.now);
     }
 }

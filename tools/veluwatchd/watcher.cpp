@@ -9,8 +9,8 @@
 
 #include <utility>
 
-#include "catalogue/shares.h"
 #include "daemon/path_rules.h"
+#include "daemon/walk_rules.h"
 #include "platform/velusdk.h"
 #include "tools/veluctl/safe_text.h"
 
@@ -119,7 +119,8 @@ void WatcherClose(Watcher *watcher) {
 }
 
 bool IsLeftOut(const std::string &directory, std::string_view name) {
-    return name == kAttributeDirectory || IsRecyclePath((directory + '/' + std::string(name)).c_str()) != 0;
+    return IsNameLeftOut(ActiveWalkRules().index, name) ||
+           IsRecyclePath((directory + '/' + std::string(name)).c_str()) != 0;
 }
 
 bool IsEmptyDirectory(const std::string &path) {

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The rules of what is walked and indexed, as data. Every walk asks here, the daemon's and those of the tools, so that
+// none of them knows a name by itself.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include <span>
+#include <string_view>
+
+using NameList = std::span<const std::string_view>;
+
+// What the walks of one kind leave out, with all below it. Names are compared byte by byte.
+struct NameRules {
+    NameList names = {};           // entries so named
+    NameList prefixes = {};        // entries whose names begin so
+    NameList directory_names = {}; // directories so named
+    NameList directory_parts = {}; // directories whose names have this anywhere
+};
+
+struct WalkRules {
+    NameRules index;   // walks for the media catalogue
+    NameRules library; // walks for the photo library
+    NameRules albums;  // directories of the photo share that are no albums
+
+    NameList share_directories; // directories right below a share that no walk enters
+    NameList file_prefixes;     // files whose names begin so are met by walks, and never indexed
+
+    int64_t picture_size_min; // bytes of a picture of the photo library, at least
+    int64_t picture_size_end; // and less than
+
+    // Where the photo share lies: "/", a volume's name, "/" and the share's name. The volume with its slash has this
+    // length, whatever it is called: a fixed place, known to every program that writes the queue.
+    size_t volume_length;
+    std::string_view photo_share; // without regard to case
+};
+
+// The rules that hold in this process.
+const WalkRules &ActiveWalkRules();
+
+// True when the list has the name.
+[[nodiscard]] bool IsListed(NameList names, std::string_view name);
+
+// True when a name, or any of a path's, has a part that the rules leave out.
+[[nodiscard]] bool HasPartLeftOut(const NameRules &rules, std::string_view text);
+
+// True when the rules leave an entry of this name out, be it a directory or not.
+[[nodiscard]] bool IsNameLeftOut(const NameRules &rules, std::string_view name);
+
+// The same of a directory, which is left out for what an entry is left out for, and more.
+[[nodiscard]] bool IsDirectoryNameLeftOut(const NameRules &rules, std::string_view name);
+
+// True for the name of a file that may be indexed, if its extension is known: not for the companions that hold
+// resource forks ("._").
+[[nodiscard]] bool IsIndexedName(std::string_view name);
