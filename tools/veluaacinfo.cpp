@@ -3,7 +3,7 @@
 // veluaacinfo -i FILE: prints the play time and format of a raw AAC file as the daemon reads it,
 //   AAC duration;SECONDS;samplerate;HZ;channel;COUNT;bitrate;BITS;
 // or nothing, with exit status 1, for any other file.
-#include "tools/aac_walk.h"
+#include "compat/aac/aac_walk.h"
 
 #include <inttypes.h>
 #include <stdio.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // The walk over the headers of a raw AAC file.
+#include "compat/aac/aac_walk.h"
 #include "tests/fuzz/memory_file.h"
-#include "tools/aac_walk.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const MemoryFile input(data, size);

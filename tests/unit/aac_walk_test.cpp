@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "tools/aac_walk.h"
+#include "compat/aac/aac_walk.h"
 
 #include "tests/unit/aac_bytes.h"
 #include "tests/unit/program_output.h"

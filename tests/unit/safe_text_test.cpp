@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "tools/veluctl/safe_text.h"
+#include "tools/shared/safe_text.h"
 
 #include <gtest/gtest.h>
 #include <locale.h>

@@ -4,7 +4,7 @@
 #include <errno.h>
 #include <stdlib.h>
 
-#include "tools/veluctl/safe_text.h"
+#include "tools/shared/safe_text.h"
 #include "tools/veluctl/terminal.h"
 
 namespace {

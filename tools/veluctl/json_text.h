@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/veluctl/row_writer.h"
+#include "tools/veluctl/row.h"
 
 using Json = nlohmann::ordered_json;
 

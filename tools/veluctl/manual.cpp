@@ -7,23 +7,10 @@
 
 #include <algorithm>
 
+#include "tools/shared/roff.h"
 #include "tools/veluctl/exit_code.h"
 
 namespace {
-
-// What would be a request, a hyphen of a word's end or an escape to the formatter.
-std::string Roff(const std::string &text) {
-    std::string escaped;
-    for (const char byte : text) {
-        if (byte == '\\')
-            escaped += "\\e";
-        else if (byte == '-')
-            escaped += "\\-";
-        else
-            escaped += byte;
-    }
-    return escaped.starts_with('.') || escaped.starts_with('\'') ? "\\&" + escaped : escaped;
-}
 
 // The name of the type without what the option's check adds.
 std::string TypeName(const CLI::Option &option) {
@@ -38,19 +25,15 @@ bool IsHelp(const CLI::Option &option) {
 std::string Names(const CLI::Option &option) {
     std::string names;
     const auto add = [&](const std::string &name) {
-        names += (names.empty() ? "\\fB" : ", \\fB") + Roff(name) + "\\fR";
+        names += (names.empty() ? "\\fB" : ", \\fB") + RoffText(name) + "\\fR";
     };
     for (const std::string &name : option.get_snames())
         add("-" + name);
     for (const std::string &name : option.get_lnames())
         add("--" + name);
     if (option.get_expected_max() > 0)
-        names += " \\fI" + Roff(TypeName(option)) + "\\fR";
+        names += " \\fI" + RoffText(TypeName(option)) + "\\fR";
     return names;
-}
-
-std::string Entry(const std::string &head, const std::string &text) {
-    return ".TP\n" + head + "\n" + Roff(text) + "\n";
 }
 
 std::string OptionEntry(const CLI::Option &option) {
@@ -60,7 +43,7 @@ std::string OptionEntry(const CLI::Option &option) {
         words += (words.empty() ? " One of " : ", ") + word;
     if (!words.empty())
         text += words + ".";
-    return Entry(Names(option), text);
+    return RoffEntry(Names(option), text);
 }
 
 // Headings of a manual are in capitals.
@@ -82,9 +65,9 @@ std::string CommandEntry(const CLI::App &command) {
         const bool many = option->get_expected_max() > 1;
         const std::string name = TypeName(*option) + (many ? "..." : "");
         synopsis += option->get_required() ? " " + name : " [" + name + "]";
-        arguments += Entry("\\fI" + name + "\\fR", option->get_description() + ".");
+        arguments += RoffEntry("\\fI" + name + "\\fR", option->get_description() + ".");
     }
-    return synopsis + "\"\n" + Roff(command.get_description()) + ".\n" + arguments + entries;
+    return synopsis + "\"\n" + RoffText(command.get_description()) + ".\n" + arguments + entries;
 }
 
 constexpr char kFiles[] = R"(.SH FILES
@@ -124,7 +107,7 @@ Looking needs the right to read the catalogues, which everybody has by default; 
 std::string ManualPage(const CLI::App &app) {
     std::string page =
         ".TH VELUCTL 1 \"2026-11-21\" \"veluindexd\" \"User Commands\"\n.SH NAME\nveluctl \\- " +
-        Roff(app.get_description()) + "\n.SH SYNOPSIS\n.B veluctl\n.I COMMAND\n[\\fIOPTION\\fR...]\n" +
+        RoffText(app.get_description()) + "\n.SH SYNOPSIS\n.B veluctl\n.I COMMAND\n[\\fIOPTION\\fR...]\n" +
         ".SH DESCRIPTION\nThe person's side of\n.BR veluindexd (8):\n" +
         "asks it for work through its queue and shows what it has catalogued.\n";
     std::string group;
@@ -140,7 +123,7 @@ std::string ManualPage(const CLI::App &app) {
         page += OptionEntry(*option);
     page += ".SH \"EXIT STATUS\"\n";
     for (const ExitCodeText &code : kExitCodes)
-        page += Entry("\\fB" + std::to_string(code.code) + "\\fR", code.meaning);
+        page += RoffEntry("\\fB" + std::to_string(code.code) + "\\fR", code.meaning);
     return page + kFiles + kNotes +
            ".SH \"SEE ALSO\"\n.BR veluindexd (8),\n.BR veluinfo.conf (5),\n.BR velu\\-catalogue (5)\n";
 }

@@ -3,7 +3,7 @@
 
 #include <stdio.h>
 
-#include "tools/veluctl/safe_text.h"
+#include "tools/shared/safe_text.h"
 
 ExitCode Complain(ExitCode code, const std::string &text) {
     fprintf(stderr, "veluctl: %s\n", text.c_str());

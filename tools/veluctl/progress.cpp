@@ -3,7 +3,7 @@
 
 #include <inttypes.h>
 
-#include "tools/veluctl/safe_text.h"
+#include "tools/shared/safe_text.h"
 #include "tools/veluctl/terminal.h"
 
 namespace {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/record_print.h"
 
+#include "tools/shared/safe_text.h"
 #include "tools/veluctl/json_text.h"
-#include "tools/veluctl/safe_text.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 
 #include <algorithm>
 
+#include "tools/shared/safe_text.h"
 #include "tools/veluctl/json_text.h"
-#include "tools/veluctl/safe_text.h"
 #include "tools/veluctl/terminal.h"
 
 namespace {

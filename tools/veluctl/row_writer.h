@@ -6,24 +6,13 @@
 #include <stddef.h>
 #include <stdio.h>
 
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "tools/veluctl/row.h"
+
 enum class Form { table, json, csv };
-
-// What a column's values are; the value itself is always the text that the database gave.
-enum class Type { text, integer, real, boolean, bytes, seconds };
-
-struct Column {
-    const char *name;    // for programs
-    const char *heading; // for people
-    Type type;
-};
-
-using Value = std::optional<std::string>; // nothing: NULL
-using Row = std::vector<Value>;
 
 // A value as people read it: sizes as "3.4 MB", seconds as "4:05", texts safe for a terminal.
 std::string ValueShow(const Value &value, Type type);

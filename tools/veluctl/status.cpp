@@ -12,12 +12,12 @@
 #include "daemon/queue.h"
 #include "platform/veluindex.h"
 #include "tools/queue/daemon_process.h"
+#include "tools/shared/safe_text.h"
 #include "tools/veluctl/catalogue_reader.h"
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/json_text.h"
 #include "tools/veluctl/process_start.h"
 #include "tools/veluctl/run_view.h"
-#include "tools/veluctl/safe_text.h"
 
 namespace {
 

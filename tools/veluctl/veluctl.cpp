@@ -6,10 +6,10 @@
 #include <exception>
 #include <iostream>
 
+#include "tools/shared/safe_text.h"
 #include "tools/veluctl/command_line.h"
 #include "tools/veluctl/documents.h"
 #include "tools/veluctl/message.h"
-#include "tools/veluctl/safe_text.h"
 
 namespace {
 

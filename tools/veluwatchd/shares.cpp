@@ -8,7 +8,7 @@
 
 #include "catalogue/shares.h"
 #include "platform/path.h"
-#include "tools/veluctl/safe_text.h"
+#include "tools/shared/safe_text.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 
 #include <exception>
 
-#include "tools/veluctl/safe_text.h"
+#include "tools/shared/safe_text.h"
 #include "tools/veluwatchd/instance.h"
 #include "tools/veluwatchd/watch_loop.h"
 

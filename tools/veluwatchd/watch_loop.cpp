@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "catalogue/features.h"
-#include "tools/veluctl/safe_text.h"
+#include "tools/shared/safe_text.h"
 #include "tools/veluwatchd/events.h"
 #include "tools/veluwatchd/queue_output.h"
 #include "tools/veluwatchd/request_plan.h"

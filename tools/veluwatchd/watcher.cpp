@@ -12,7 +12,7 @@
 #include "daemon/path_rules.h"
 #include "daemon/walk_rules.h"
 #include "platform/velusdk.h"
-#include "tools/veluctl/safe_text.h"
+#include "tools/shared/safe_text.h"
 
 namespace {
 

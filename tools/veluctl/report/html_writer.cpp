@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-#include "tools/veluctl/safe_text.h"
+#include "tools/shared/safe_text.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "tools/aac_bits.h"
+#include "compat/aac/aac_bits.h"
 
 #include <iterator>
 

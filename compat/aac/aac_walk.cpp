@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "tools/aac_walk.h"
+#include "compat/aac/aac_walk.h"
 
+#include "compat/aac/aac_bits.h"
 #include "platform/handle.h"
-#include "tools/aac_bits.h"
 
 #include <string.h>
 
