@@ -4,6 +4,7 @@
 #include "catalogue/util.h"
 #include "container/command_line_reader.h"
 #include "container/faad_line.h"
+#include "platform/configuration.h"
 #include "platform/handle.h"
 #include "platform/limits.h"
 #include "platform/velusdk.h"
@@ -18,20 +19,13 @@
 namespace {
 
 constexpr char kLogName[] = "aac.c";
-constexpr char kConfigFile[] = "/etc/veluinfo.conf";
-constexpr char kDecoderDefault[] = VELU_AAC_DECODER;
 constexpr size_t kDecoderSize = 1024;
 constexpr size_t kCommandSize = 4096;
-
-void DecoderGet(char (&decoder)[kDecoderSize]) {
-    if (KLIBFileGetKeyValue(kConfigFile, "aacdecoder", decoder, sizeof decoder, 0) <= 0)
-        snprintf(decoder, sizeof decoder, "%s", kDecoderDefault);
-}
 
 // False when the command does not fit: a cut one would name another file.
 bool CommandFormat(const char *quoted_path, char (&command)[kCommandSize]) {
     char decoder[kDecoderSize];
-    DecoderGet(decoder);
+    ConfigurationGet(ConfigurationKeyOf("aacdecoder"), decoder, sizeof decoder);
     const int length = snprintf(command, sizeof command, "%s -i %s 2> /dev/null", decoder, quoted_path);
     return length >= 0 && static_cast<size_t>(length) < sizeof command;
 }

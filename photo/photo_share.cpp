@@ -17,6 +17,7 @@
 #include "photo/directory_names.h"
 #include "photo/photo_ea.h"
 #include "photo/sql_text.h"
+#include "platform/configuration.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -24,8 +25,6 @@ namespace {
 
 constexpr char kLogName[] = "photo_share.c";
 
-constexpr char kConfigFile[] = "/etc/veluinfo.conf";
-constexpr char kPublicKey[] = "albumdefpublic";
 constexpr char kPublicAttribute[] = "VELUPHOTO:PUBLIC";
 
 constexpr int kOpCreate = 1;
@@ -51,7 +50,7 @@ bool IsPublic(const char *path) {
     char value[kValueSize] = "";
     if (PhotoSharePublicGet(path, value, sizeof value) == 0)
         return value[0] == '1';
-    if (KLIBFileGetKeyValue(kConfigFile, kPublicKey, value, sizeof value, 0) < 0) {
+    if (ConfigurationGetWritten(ConfigurationKeyOf("albumdefpublic"), value, sizeof value) < 0) {
         // The message names another key; log filters on the appliance know it so.
         syslog(LOG_ERR, "%s(%d) Can't get key valude. key=%s", kLogName, __LINE__, "supportcinehall");
         return false;

@@ -5,9 +5,9 @@
 // media.
 #include "platform/index/cover_place.h"
 
+#include "platform/configuration.h"
 #include "platform/handle.h"
 #include "platform/veluindex.h"
-#include "platform/velusdk.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -24,10 +24,6 @@
 #include <string_view>
 
 namespace {
-
-constexpr char kConfigFile[] = "/etc/veluinfo.conf";
-constexpr char kCoverDirKey[] = "coverdir";
-constexpr char kDefaultCoverDir[] = "/var/lib/velu/covers";
 
 // Other programs of the appliance, which run as other users, show the covers.
 constexpr mode_t kFolderMode = 0755;
@@ -59,8 +55,7 @@ KeptCoverDir &KeptFolder() {
 // Without slashes at its end; empty when the configured folder has no absolute path.
 std::string ConfiguredCoverDir() {
     char value[PATH_MAX];
-    if (KLIBFileGetKeyValue(kConfigFile, kCoverDirKey, value, sizeof value, 0) <= 0)
-        return kDefaultCoverDir;
+    ConfigurationGet(ConfigurationKeyOf("coverdir"), value, sizeof value);
     std::string_view folder = value;
     while (folder.size() > 1 && folder.ends_with('/'))
         folder.remove_suffix(1);

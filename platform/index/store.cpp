@@ -3,26 +3,15 @@
 // Connections to the catalogues and the statements prepared on them.
 #include "platform/index/store.h"
 
-#include <stdio.h>
-
 #include <algorithm>
 
-#include "platform/velusdk.h"
+#include "platform/configuration.h"
 
 namespace {
 
-constexpr char kConfigFile[] = "/etc/veluinfo.conf";
-
-struct Place {
-    const char *key;
-    const char *uri; // without the key
-};
-
 // By the numbers of Catalogue.
-constexpr Place kPlaces[kCatalogues] = {
-    {"mediadb", "sqlite:/var/lib/velu/mediaserver.db"},
-    {"photodb", "sqlite:/var/lib/velu/photo.db"},
-};
+constexpr const ConfigurationKey *kPlaces[kCatalogues] = {&ConfigurationKeyOf("mediadb"),
+                                                          &ConfigurationKeyOf("photodb")};
 
 std::vector<std::string> &Statements() {
     static std::vector<std::string> statements;
@@ -34,11 +23,7 @@ constexpr int kNotPrepared = -1;
 } // namespace
 
 int VELUIndexUriGet(Catalogue catalogue, char *out, size_t size) {
-    const Place &place = kPlaces[static_cast<size_t>(catalogue)];
-    if (KLIBFileGetKeyValue(kConfigFile, place.key, out, size, 0) > 0)
-        return 0;
-    const int length = snprintf(out, size, "%s", place.uri);
-    return length >= 0 && static_cast<size_t>(length) < size ? 0 : -1;
+    return ConfigurationGet(*kPlaces[static_cast<size_t>(catalogue)], out, size);
 }
 
 StoreConnectionRef StoreConnect(Catalogue catalogue) {

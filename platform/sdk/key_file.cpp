@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Files of key="value" lines. They are read byte by byte through a small state machine, so that neither a
-// long line nor a long value needs memory or spoils the lines after it.
+// Files of key="value" lines: the value of one key, as far as the caller has room for it.
 #include "platform/sdk/ascii.h"
 #include "platform/sdk/bounded_text.h"
+#include "platform/sdk/key_line.h"
 #include "platform/sdk/line_reader.h"
 #include "platform/velusdk.h"
 
@@ -12,22 +12,11 @@
 
 namespace {
 
-enum class KeyState {
-    kIndent,     // blanks before the key
-    kKey,        // inside the key
-    kEquals,     // behind the key, before the equals sign
-    kValueStart, // blanks before the value
-    kBare,       // a value without quotes: to the end of the line
-    kQuoted,     // a value in quotes: to the same quote again
-    kDone,       // nothing more of this line matters
-};
-
 struct KeySearch {
     std::string_view key;
     BoundedText value;
-    KeyState state = KeyState::kIndent;
+    KeyLine line = {};
     size_t matched = 0; // bytes of the key
-    char quote = '\0';
     bool found = false;
     // The value without the blanks at its end: its length in the buffer, and whether that is all of it.
     size_t solid_length = 0;
@@ -35,7 +24,7 @@ struct KeySearch {
 };
 
 void BeginLine(KeySearch *search) {
-    search->state = KeyState::kIndent;
+    search->line = {};
     search->matched = 0;
 }
 
@@ -50,54 +39,33 @@ void FeedValue(KeySearch *search, char byte) {
         KeepAllOfValue(search);
 }
 
+// Leaves the line once its key is another.
 void FeedKey(KeySearch *search, char byte) {
-    if (byte != search->key[search->matched])
-        search->state = KeyState::kDone;
-    else if (++search->matched == search->key.size())
-        search->state = KeyState::kEquals;
+    const bool whole = search->matched == search->key.size();
+    if (whole ? IsSpace(byte) : byte == search->key[search->matched])
+        search->matched += whole ? 0 : 1;
     else
-        search->state = KeyState::kKey;
+        search->line.state = KeyState::done;
 }
 
 void FeedByte(KeySearch *search, char byte) {
-    switch (search->state) {
-    case KeyState::kIndent:
-        if (byte == '#')
-            search->state = KeyState::kDone;
-        else if (!IsSpace(byte))
-            FeedKey(search, byte);
-        break;
-    case KeyState::kKey:
+    switch (KeyLineFeed(&search->line, byte)) {
+    case KeyByte::key:
         FeedKey(search, byte);
         break;
-    case KeyState::kEquals:
-        search->found = byte == '=';
-        if (search->found)
-            search->state = KeyState::kValueStart;
-        else if (!IsSpace(byte))
-            search->state = KeyState::kDone;
+    case KeyByte::equals:
+        search->found = search->matched == search->key.size();
+        if (!search->found)
+            search->line.state = KeyState::done;
         break;
-    case KeyState::kValueStart:
-        if (byte == '"' || byte == '\'') {
-            search->quote = byte;
-            search->state = KeyState::kQuoted;
-        } else if (!IsSpace(byte)) {
-            search->state = KeyState::kBare;
-            FeedValue(search, byte);
-        }
-        break;
-    case KeyState::kBare:
+    case KeyByte::value:
         FeedValue(search, byte);
         break;
-    case KeyState::kQuoted:
-        if (byte == search->quote) {
-            KeepAllOfValue(search);
-            search->state = KeyState::kDone;
-        } else {
-            FeedValue(search, byte);
-        }
+    case KeyByte::end:
+        KeepAllOfValue(search);
         break;
-    case KeyState::kDone:
+    case KeyByte::comment:
+    case KeyByte::nothing:
         break;
     }
 }
@@ -108,11 +76,11 @@ int FindKey(const char *file, KeySearch *search) {
     LinePiece piece;
     while (NextLinePiece(&reader, &piece) > 0) {
         for (const char byte : piece.text) {
-            if (search->state == KeyState::kDone)
+            if (search->line.state == KeyState::done)
                 break;
             FeedByte(search, byte);
         }
-        if (search->found && (piece.ends_line || search->state == KeyState::kDone)) {
+        if (search->found && (piece.ends_line || search->line.state == KeyState::done)) {
             Shorten(&search->value, search->solid_length);
             return 0;
         }

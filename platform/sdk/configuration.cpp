@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "platform/configuration.h"
+
+#include <stdio.h>
+
+#include "platform/velusdk.h"
+
+const char kStandardAacDecoder[] = VELU_AAC_DECODER;
+
+int ConfigurationGet(const ConfigurationKey &key, char *out, size_t size) {
+    if (ConfigurationGetWritten(key, out, size) > 0)
+        return 0;
+    const int length = snprintf(out, size, "%s", key.standard);
+    return length >= 0 && static_cast<size_t>(length) < size ? 0 : -1;
+}
+
+int ConfigurationGetWritten(const ConfigurationKey &key, char *out, size_t size) {
+    return KLIBFileGetKeyValue(key.file, key.name, out, size, 0);
+}
+
+int BlConfigurationIs(const ConfigurationKey &key, const char *value) {
+    return BlVELUFileCheckKeyValue(key.file, key.name, value);
+}
