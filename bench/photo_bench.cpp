@@ -165,7 +165,7 @@ double Import(int lines) {
     const double start = Now();
     VELUIndexRunBegin();
     for (int i = 0; i < kImports; ++i)
-        PhotoLibraryFileUpdate((folder + "/DSC" + std::to_string(i) + ".jpg").c_str(), kPhotoFileAdd);
+        PhotoLibraryFileUpdate((folder + "/DSC" + std::to_string(i) + ".jpg").c_str(), kIndexAdd);
     if (VELUIndexRunEnd() != 0)
         Fail("VELUIndexRunEnd");
     const double seconds = (Now() - start) / kImports;

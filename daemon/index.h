@@ -4,9 +4,7 @@
 // indexer being chosen by the extension.
 #pragma once
 
-// What is to be done with an entry or a tree. kIndexReindex and kIndexUpdate are for trees only: the former
-// takes whole shares anew, the latter is an add pass over the photo library.
-enum IndexMode : int { kIndexAdd = 1, kIndexRemove = 2, kIndexReindex = 3, kIndexUpdate = 5 };
+#include "platform/veluindex.h"
 
 // One extension and its indexers; each takes a path and returns 0, 1 (saved without metadata) or -1.
 struct IndexHandler {

@@ -21,12 +21,6 @@ constexpr char kLogName[] = "veluindexd.c";
 
 constexpr int kWalkBoth = kWalkMedia | kWalkPhotoLibrary;
 
-// Operations on an album, tables of the video application.
-constexpr int kAlbumCreate = 1;
-constexpr int kAlbumDelete = 2;
-constexpr int kVideoDescTable = 1;
-constexpr int kVideoCommentTable = 2;
-
 bool StillExists(const char *path, int line = __builtin_LINE()) {
     if (!IsDirExist(path) && !IsFileExist(path, nullptr))
         return false;
@@ -55,7 +49,7 @@ void FileAdd(const char *path) {
     if (!IsInPhotoLibrary(path))
         return;
     if (result == 0)
-        PhotoLibraryFileUpdate(path, kPhotoFileAdd);
+        PhotoLibraryFileUpdate(path, kIndexAdd);
     else
         FlvConverterRun(path);
     if (IsDirExist(path))
@@ -67,12 +61,12 @@ void FileRemove(const char *path) {
         return;
     IndexFileAdd(path, kIndexRemove);
     if (IsInPhotoLibrary(path))
-        PhotoLibraryFileUpdate(path, kPhotoFileDelete);
+        PhotoLibraryFileUpdate(path, kIndexRemove);
 }
 
 void VideoTablesRename(const char *new_path, const char *old_path) {
-    PhotoVideoInfoPathRename(kVideoDescTable, new_path, old_path);
-    PhotoVideoInfoPathRename(kVideoCommentTable, new_path, old_path);
+    PhotoVideoInfoPathRename(kPhotoTableVideoDesc, new_path, old_path);
+    PhotoVideoInfoPathRename(kPhotoTableVideoComment, new_path, old_path);
 }
 
 void FileRename(const char *new_path, const char *old_path) {

@@ -123,7 +123,7 @@ PhotoFileKind PhotoFileKindGet(const char *extension) {
 int PhotoLibraryFileUpdate(const char *path, int mode) {
     if (path == nullptr)
         return BadParameter(__LINE__);
-    if (mode != kPhotoFileAdd && mode != kPhotoFileDelete && mode != kPhotoFileUpdate)
+    if (mode != kIndexAdd && mode != kIndexRemove && mode != kIndexUpdate)
         return BadParameter(__LINE__);
     const char *dot = strrchr(path, '.');
     if (dot == nullptr || IsDirExist(path))
@@ -134,15 +134,15 @@ int PhotoLibraryFileUpdate(const char *path, int mode) {
     if (kind == PhotoFileKind::video)
         FlvConverterRun(path);
     switch (mode) {
-    case kPhotoFileDelete:
+    case kIndexRemove:
         PhotoIndexDelete(path);
         break;
-    case kPhotoFileAdd:
+    case kIndexAdd:
         if (kind == PhotoFileKind::picture)
             PhotoIndexAdd(path, mode);
         PhotoConvertQueueAdd(path, kConvertThumbnail | kConvertFlv);
         break;
-    case kPhotoFileUpdate:
+    case kIndexUpdate:
         if (kind == PhotoFileKind::picture)
             PhotoIndexAdd(path, mode);
         else

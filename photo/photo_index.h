@@ -5,11 +5,10 @@
 
 #include <stdint.h>
 
-// What happened to a file: the queue's operation codes.
-enum PhotoFileMode : int { kPhotoFileAdd = 1, kPhotoFileDelete = 2, kPhotoFileUpdate = 5 };
+#include "platform/veluindex.h"
 
-// Saves the row of a picture. `mode` (kPhotoFileAdd or kPhotoFileUpdate) goes to the store as it is. Returns
-// 0 when saved, else -1; hidden files, attribute directories ("@eaDir"), empty files and those of 20 MiB or
+// Saves the row of a picture. `mode` (kIndexAdd or kIndexUpdate) goes to the store as it is. Returns 0 when
+// saved, else -1; hidden files, attribute directories ("@eaDir"), empty files and those of 20 MiB or
 // more are left out.
 int PhotoIndexAdd(const char *path, int mode);
 
@@ -17,8 +16,8 @@ int PhotoIndexAdd(const char *path, int mode);
 // picture of the library.
 int PhotoIndexDelete(const char *path);
 
-// Handles one file event of the photo share, with a mode of PhotoFileMode. Returns 0 when handled, -1 when the
-// file is not the photo library's or the arguments are bad.
+// Handles one file event of the photo share, with the mode kIndexAdd, kIndexRemove or kIndexUpdate.
+// Returns 0 when handled, -1 when the file is not the photo library's or the arguments are bad.
 int PhotoLibraryFileUpdate(const char *path, int mode);
 
 // True for what is, or lies in, the photo share of a machine that has a photo library.

@@ -54,7 +54,7 @@ bool HoldsPath(const PhotoPathList *list, const char *path) {
 int UnknownPathAdd(const char *path, bool is_file, PhotoFileKind kind) {
     if (!is_file)
         return IndexDirWalk(path, kIndexAdd, kWalkMedia | kWalkPhotoLibrary);
-    return kind == PhotoFileKind::picture ? PhotoIndexAdd(path, kPhotoFileAdd) : 0;
+    return kind == PhotoFileKind::picture ? PhotoIndexAdd(path, kIndexAdd) : 0;
 }
 
 // Renames one row of a table of videos.
@@ -109,7 +109,6 @@ int PhotoVideoInfoPathRename(int table, const char *new_prefix, const char *old_
     if (IsEmpty(new_prefix) || IsEmpty(old_prefix) ||
         (table != kPhotoTableVideoDesc && table != kPhotoTableVideoComment))
         return BadParameter(__LINE__);
-    const char *table_name = table == kPhotoTableVideoDesc ? "video_desc" : "video_comment";
     SqlName old_name;
     if (!SqlNameEscape(old_prefix, &old_name, kLogName))
         return -1;
@@ -125,7 +124,7 @@ int PhotoVideoInfoPathRename(int table, const char *new_prefix, const char *old_
             continue;
         char renamed[kPathSize];
         snprintf(renamed, sizeof renamed, "%s%s", new_prefix, found + strlen(old_prefix));
-        if (VideoRowRename(VELUIndexRowsConnection(rows.get()), table_name, renamed, path) != 0)
+        if (VideoRowRename(VELUIndexRowsConnection(rows.get()), kPhotoTables[table], renamed, path) != 0)
             return -1;
     }
     return 0;

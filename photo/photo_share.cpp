@@ -27,9 +27,6 @@ constexpr char kLogName[] = "photo_share.c";
 
 constexpr char kPublicAttribute[] = "VELUPHOTO:PUBLIC";
 
-constexpr int kOpCreate = 1;
-constexpr int kOpDelete = 2;
-
 constexpr size_t kValueSize = 16; // of the attribute and of the key
 constexpr size_t kPathSize = 4096;
 constexpr size_t kStatementRoom = 512; // beside the names in a statement
@@ -117,9 +114,9 @@ void PhotoShareFsCheck() {
 }
 
 int PhotoShareUpdate(const char *path, int op) {
-    if (IsEmpty(path) || (op != kOpCreate && op != kOpDelete))
+    if (IsEmpty(path) || (op != kAlbumCreate && op != kAlbumDelete))
         return BadParameter(__LINE__);
-    if (op == kOpDelete && IsPhotoShareRoot(path))
+    if (op == kAlbumDelete && IsPhotoShareRoot(path))
         return AllAlbumsDelete();
     const AlbumLevel level = PhotoShareLevelGet(path);
     if (level == kAlbumDeeper)
@@ -129,7 +126,7 @@ int PhotoShareUpdate(const char *path, int op) {
     SqlName name;
     if (!SqlNameEscape(album, &name, kLogName))
         return -1;
-    return op == kOpCreate ? AlbumCreate(path, album, name, level) : AlbumDelete(name);
+    return op == kAlbumCreate ? AlbumCreate(path, album, name, level) : AlbumDelete(name);
 }
 
 int PhotoShareTreeAdd(const char *path) {
@@ -138,7 +135,7 @@ int PhotoShareTreeAdd(const char *path) {
     const AlbumLevel level = PhotoShareLevelGet(path);
     if (level == kAlbumDeeper)
         return 0;
-    const int result = PhotoShareUpdate(path, kOpCreate);
+    const int result = PhotoShareUpdate(path, kAlbumCreate);
     if (level == kAlbumSub)
         return result;
     std::vector<std::string> names;
@@ -147,7 +144,7 @@ int PhotoShareTreeAdd(const char *path) {
         return -1;
     }
     for (const std::string &name : names)
-        PhotoShareUpdate((std::string(path) + '/' + name).c_str(), kOpCreate);
+        PhotoShareUpdate((std::string(path) + '/' + name).c_str(), kAlbumCreate);
     return 0;
 }
 
@@ -177,7 +174,7 @@ int PhotoShareRename(const char *new_path, const char *old_path) {
         return -1;
     }
     if (old_level == kAlbumTop && new_level == kAlbumSub)
-        return PhotoShareUpdate(old_path, kOpDelete);
+        return PhotoShareUpdate(old_path, kAlbumDelete);
     if (old_level == kAlbumSub && new_level == kAlbumTop)
         return PhotoShareTreeAdd(new_path);
     return 0;

@@ -5,7 +5,10 @@
 
 #include <stddef.h>
 
-// Creates (op 1) or deletes (op 2) the album of a directory. Returns 0 or -1.
+enum AlbumOperation : int { kAlbumCreate = 1, kAlbumDelete = 2 };
+
+// Creates or deletes the album of a directory; `op` is one of AlbumOperation. A delete takes the albums below with
+// it, and with the share's own path all. Returns 0 or -1.
 int PhotoShareUpdate(const char *path, int op);
 
 // Creates the albums of a new directory and of its sub-directories. Returns 0 or -1.

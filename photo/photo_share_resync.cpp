@@ -19,7 +19,6 @@ namespace {
 constexpr char kLogName[] = "photo_share.c";
 
 constexpr size_t kMarkStatementSize = 512;
-constexpr int kOpCreate = 1;
 
 bool PhotoShareTargetGet(char (&target)[kSharePathSize], int line = __builtin_LINE()) {
     if (ShareTargetGet(kPhotoShareLink, target))
@@ -73,7 +72,7 @@ int PhotoShareMarkOne(const char *sharename) {
         return -1;
     }
     if (VELUDBRowCount(VELUIndexRowsResult(rows.get())) == 0) {
-        PhotoShareUpdate((std::string(target) + '/' + sharename).c_str(), kOpCreate);
+        PhotoShareUpdate((std::string(target) + '/' + sharename).c_str(), kAlbumCreate);
         return -1;
     }
     const std::string sql =

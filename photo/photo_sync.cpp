@@ -29,7 +29,6 @@ constexpr char kLogName[] = "photo_index.c";
 
 constexpr size_t kPathSize = 4096;
 constexpr size_t kConditionRoom = 64; // beside the paths
-constexpr int kMediaVideoTable = 1;
 
 using Paths = std::vector<std::string>;
 using PathSet = std::unordered_set<std::string>;
@@ -53,7 +52,7 @@ bool KnownPathsGet(const char *dir, PathSet *paths) {
         syslog(LOG_ERR, "%s (%d) Error occurred, failed to get records.", kLogName, __LINE__);
         return false;
     }
-    const MediaRows videos(MediaInfoDBOpen(kMediaVideoTable, "path", condition.c_str(), "path asc", 0));
+    const MediaRows videos(MediaInfoDBOpen(kMediaVideo, "path", condition.c_str(), "path asc", 0));
     PathsJoin(PathList(PhotoPathDBGet(photos.get())).get(), paths);
     PathsJoin(PathList(PhotoPathDBGet(videos.get())).get(), paths);
     return true;
@@ -61,7 +60,7 @@ bool KnownPathsGet(const char *dir, PathSet *paths) {
 
 void NewPathAdd(const char *path) {
     if (IndexFileAdd(path, kIndexAdd) == 0)
-        PhotoLibraryFileUpdate(path, kPhotoFileAdd);
+        PhotoLibraryFileUpdate(path, kIndexAdd);
     else
         FlvConverterRun(path);
 }
@@ -186,7 +185,7 @@ int PhotoDirRefresh(const char *dir, const std::vector<std::string> *entries) {
         char path[kPathSize];
         snprintf(path, sizeof path, "%s/%s", dir, entry.c_str());
         if (known.count(path) != 0)
-            PhotoLibraryFileUpdate(path, kPhotoFileUpdate);
+            PhotoLibraryFileUpdate(path, kIndexUpdate);
         else
             new_paths.emplace_back(path);
     }

@@ -9,7 +9,7 @@
 // Follows the rename of a file (is_dir 0) or directory in the photo rows. Returns 0 or -1.
 int PhotoPathRename(const char *new_path, const char *old_path, int is_dir);
 
-// Follows a rename in the path column of video_desc (table 1) or video_comment (table 2). Returns 0 or -1.
+// Follows a rename in the path column of kPhotoTableVideoDesc or kPhotoTableVideoComment. Returns 0 or -1.
 int PhotoVideoInfoPathRename(int table, const char *new_prefix, const char *old_prefix);
 
 // Brings the rows of one directory in step with its entries, the names in it that have a "." (not in front).

@@ -12,6 +12,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <iterator>
+
 #include "platform/veludb.h"
 
 struct MediaInfo;
@@ -28,6 +30,25 @@ enum MediaKind : int {
     kMediaPlaylist = 3,
     kMediaTree = 5
 };
+inline constexpr const char *kMediaTables[] = {"music", "video", "photo", "playlist"};
+static_assert(std::size(kMediaTables) == kMediaPlaylist + 1);
+inline constexpr char kDirectoryTable[] = "directory"; // beside them, with a number of its own nowhere
+
+// The tables of the photo catalogue.
+enum PhotoTable : int {
+    kPhotoTableImage = 0,
+    kPhotoTableVideoDesc = 1,
+    kPhotoTableVideoComment = 2,
+    kPhotoTableShare = 3,
+    kPhotoTableAccessRight = 4
+};
+inline constexpr const char *kPhotoTables[] = {"photo_image", "video_desc", "video_comment", "photo_share",
+                                               "photo_access_right"};
+static_assert(std::size(kPhotoTables) == kPhotoTableAccessRight + 1);
+
+// What is to be done with an entry or a tree. kIndexReindex takes whole shares anew, kIndexUpdate is an add pass
+// over the photo library.
+enum IndexMode : int { kIndexAdd = 1, kIndexRemove = 2, kIndexReindex = 3, kIndexUpdate = 5 };
 
 // --- Runs --------------------------------------------------------------------------------------------------
 // Between RunBegin and RunEnd the store keeps its connections open and writes in bounded batches: a batch is
@@ -67,10 +88,9 @@ int MediaInfoDBDelete(int kind, const char *path);
 // Records a directory with its title (last component) and times.
 int MediaInfoDBDirSave(const char *path);
 
-// Rows of a table of the media catalogue: 0 music, 1 video, 2 photo, 3 playlist. `columns` is a column list
-// or
-// "*"; `condition` (without WHERE), `order` (without ORDER BY) may be null; `limit` 0 means all. Null on
-// failure; to be freed with MediaInfoDBClose.
+// Opens rows of a table of the media catalogue (0 to 3 of MediaKind). `columns` is a column list or "*";
+// `condition` (without WHERE), `order` (without ORDER BY) may be null; `limit` 0 means all. Null on failure; to
+// be freed with MediaInfoDBClose.
 struct VELUIndexRows;
 VELUIndexRows *MediaInfoDBOpen(int table, const char *columns, const char *condition, const char *order,
                                int limit);
@@ -91,8 +111,8 @@ int BlVELUIndexIsVideoTableDirty();
 
 // --- Photo catalogue ---------------------------------------------------------------------------------------
 
-// Inserts or updates the row of record->path in photo_image and sets its `updated` mark. `mode` is the
-// queue's operation code (1 add, 5 update).
+// Inserts or updates the row of record->path in photo_image and sets its `updated` mark. `mode` is kIndexAdd or
+// kIndexUpdate.
 int PhotoInfoDBSave(const PhotoRecord *record, int mode);
 
 // Removes the row of one picture.
@@ -101,8 +121,8 @@ int PhotoInfoDBDelete(const char *path);
 // Removes every row of photo_image, video_desc and video_comment whose path is `path` or lies under it.
 int PhotoInfoDBDirDelete(const char *path);
 
-// Rows of a table of the photo catalogue: 0 photo_image, 1 video_desc, 2 video_comment, 3 photo_share,
-// 4 photo_access_right. Arguments and result as for MediaInfoDBOpen; freed with PhotoInfoDBClose.
+// Opens rows of a table of the photo catalogue (a number of PhotoTable). Arguments and result as for
+// MediaInfoDBOpen; freed with PhotoInfoDBClose.
 VELUIndexRows *PhotoInfoDBOpen(int table, const char *columns, const char *condition, const char *order,
                                int limit);
 void PhotoInfoDBClose(VELUIndexRows *rows);

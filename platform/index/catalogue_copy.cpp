@@ -31,16 +31,16 @@ struct Table {
     bool counted; // the database gives out the keys
 };
 constexpr Table kTables[] = {
-    {Catalogue::media, kMediaTables[0], "path", false},
-    {Catalogue::media, kMediaTables[1], "path", false},
-    {Catalogue::media, kMediaTables[2], "path", false},
-    {Catalogue::media, kMediaTables[3], "path", false},
+    {Catalogue::media, kMediaTables[kMediaMusic], "path", false},
+    {Catalogue::media, kMediaTables[kMediaVideo], "path", false},
+    {Catalogue::media, kMediaTables[kMediaPhoto], "path", false},
+    {Catalogue::media, kMediaTables[kMediaPlaylist], "path", false},
     {Catalogue::media, kDirectoryTable, "path", false},
-    {Catalogue::photo, kPhotoTables[0], "id", true},
-    {Catalogue::photo, kPhotoTables[1], "path", false},
-    {Catalogue::photo, kPhotoTables[2], "id", true},
-    {Catalogue::photo, kPhotoTables[3], "shareid", false},
-    {Catalogue::photo, kPhotoTables[4], nullptr, false},
+    {Catalogue::photo, kPhotoTables[kPhotoTableImage], "id", true},
+    {Catalogue::photo, kPhotoTables[kPhotoTableVideoDesc], "path", false},
+    {Catalogue::photo, kPhotoTables[kPhotoTableVideoComment], "id", true},
+    {Catalogue::photo, kPhotoTables[kPhotoTableShare], "shareid", false},
+    {Catalogue::photo, kPhotoTables[kPhotoTableAccessRight], nullptr, false},
 };
 
 int Fail(const char *about, const char *reason, int line = __builtin_LINE()) {

@@ -19,17 +19,14 @@ namespace {
 
 constexpr char kLogName[] = "photo_store.c";
 
-// The tables of photo_image, video_desc and video_comment, whose rows follow the directory tree.
-constexpr const char *kPathTables[] = {kPhotoTables[0], kPhotoTables[1], kPhotoTables[2]};
+// The tables whose rows follow the directory tree.
+constexpr const char *kPathTables[] = {kPhotoTables[kPhotoTableImage], kPhotoTables[kPhotoTableVideoDesc],
+                                       kPhotoTables[kPhotoTableVideoComment]};
 
 int BadParameter(int line) {
     syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, line);
     return -1;
 }
-
-// The queue's operation codes that save a picture.
-constexpr int kModeAdd = 1;
-constexpr int kModeUpdate = 5;
 
 template <size_t N>
 std::string Text(const char (&field)[N]) {
@@ -136,7 +133,7 @@ int PhotoInfoDBDelete(const char *path) {
     if (path == nullptr || *path == '\0')
         return BadParameter(__LINE__);
     RunScope scope;
-    return scope.Finish(RemoveRow(Catalogue::photo, kPhotoTables[0], path) < 0 ? -1 : 0);
+    return scope.Finish(RemoveRow(Catalogue::photo, kPhotoTables[kPhotoTableImage], path) < 0 ? -1 : 0);
 }
 
 int PhotoDBExec(const char *sql) {
@@ -147,7 +144,7 @@ int PhotoDBExec(const char *sql) {
 }
 
 int PhotoInfoDBSave(const PhotoRecord *record, int mode) {
-    if (record == nullptr || record->path[0] == '\0' || (mode != kModeAdd && mode != kModeUpdate))
+    if (record == nullptr || record->path[0] == '\0' || (mode != kIndexAdd && mode != kIndexUpdate))
         return BadParameter(__LINE__);
     static const int statement = StoreStatement(
         "insert into photo_image (path, name, title, description, album, make, model, exposure, fnumber, "

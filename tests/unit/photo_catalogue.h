@@ -48,7 +48,7 @@ inline std::string Albums(const std::string &columns = "sharename") {
 // Makes a picture with its row.
 inline void PictureAdd(const std::string &path) {
     FileWrite(path, exif_bytes::PlainJpeg(4, 3));
-    EXPECT_EQ(PhotoIndexAdd(path.c_str(), kPhotoFileAdd), 0);
+    EXPECT_EQ(PhotoIndexAdd(path.c_str(), kIndexAdd), 0);
 }
 
 // Makes a directory of the photo share with its album, down to one level below the top.
