@@ -91,14 +91,14 @@ void TreeRename(const char *new_path, const char *old_path) {
 }
 
 void Reindex(const char *what) {
-    if (strcmp(what, "photo") == 0) {
+    if (strcmp(what, kPhotoWord) == 0) {
         PhotoShareFsCheck();
         PhotoLibraryResync(nullptr);
         PhotoDBVacuum();
         PhotoShareResync(nullptr);
-    } else if (strcmp(what, "music") == 0) {
+    } else if (strcmp(what, kMusicWord) == 0) {
         IndexDirWalk(nullptr, kIndexReindex, kWalkMusicShare);
-    } else if (strcmp(what, "video") == 0) {
+    } else if (strcmp(what, kVideoWord) == 0) {
         IndexDirWalk(nullptr, kIndexReindex, kWalkVideoShare);
     } else {
         IndexDirWalk(nullptr, kIndexReindex, kWalkMedia);
@@ -106,7 +106,7 @@ void Reindex(const char *what) {
 }
 
 void PhotoLibraryUpdate(const char *what) {
-    if (strcmp(what, "photo") != 0)
+    if (strcmp(what, kPhotoWord) != 0)
         return;
     char target[kSharePathSize];
     if (!ShareTargetGet(kPhotoShareLink, target)) {
@@ -122,34 +122,32 @@ void PhotoLibraryUpdate(const char *what) {
 void QueueRequestExecute(const QueueRequest &request) {
     const char *argument = request.argument.c_str();
     switch (request.command) {
-    case 'A':
+    case kCommandTreeAdd:
         TreeAdd(argument);
         break;
-    case 'D':
+    case kCommandTreeRemove:
         TreeRemove(argument);
         break;
-    case 'a':
+    case kCommandFileAdd:
         FileAdd(argument);
         break;
-    case 'd':
+    case kCommandFileRemove:
         FileRemove(argument);
         break;
-    case 'N':
+    case kCommandRename:
         if (IsDirExist(argument))
             TreeRename(argument, request.old_path.c_str());
         else
             FileRename(argument, request.old_path.c_str());
         break;
-    case 'R':
+    case kCommandReindex:
         Reindex(argument);
         break;
-    case 'T':
+    case kCommandTruncate:
         VELUTruncateTable(argument);
         break;
-    case 'U':
+    case kCommandUpdate:
         PhotoLibraryUpdate(argument);
-        break;
-    default: // QueueLineParse lets no other letter through
         break;
     }
 }

@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "daemon/queue_line.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
-constexpr std::string_view kCommands = "ADadNRTU";
-constexpr char kRename = 'N';
+const QueueCommandRow *CommandFind(char letter) {
+    const auto *found = std::find_if(std::begin(kQueueCommands), std::end(kQueueCommands),
+                                     [&](const QueueCommandRow &row) { return row.command == letter; });
+    return found != std::end(kQueueCommands) ? found : nullptr;
+}
 
 // Takes the next piece between colons off the front of `rest`; empty when there is none.
 std::string_view TokenTake(std::string_view &rest) {
@@ -20,14 +26,17 @@ std::string_view TokenTake(std::string_view &rest) {
 } // namespace
 
 bool QueueLineParse(std::string_view line, QueueRequest &request) {
-    if (line.size() < 2 || line[1] != ':' || kCommands.find(line[0]) == std::string_view::npos)
+    if (line.size() < 2 || line[1] != ':')
+        return false;
+    const QueueCommandRow *row = CommandFind(line[0]);
+    if (row == nullptr)
         return false;
     // A path cannot hold a zero byte: what stands before it is not what was asked.
     if (line.find('\0') != std::string_view::npos)
         return false;
-    request.command = line[0];
+    request.command = row->command;
     std::string_view rest = line.substr(2);
-    if (request.command != kRename) {
+    if (row->argument != QueueArgument::two_paths) {
         request.argument = rest;
         request.old_path.clear();
         return true;

@@ -13,13 +13,14 @@ const std::string kLongestPath = "/" + std::string(4094, 'x');
 } // namespace
 
 TEST(RequestLine, IsALetterAColonAndThePath) {
-    EXPECT_EQ(RequestLineForm('a', "/volume1/music/a song.mp3").line, "a:/volume1/music/a song.mp3\n");
-    EXPECT_EQ(RequestLineForm('R', "all").line, "R:all\n");
+    EXPECT_EQ(RequestLineForm(kCommandFileAdd, "/volume1/music/a song.mp3").line,
+              "a:/volume1/music/a song.mp3\n");
+    EXPECT_EQ(RequestLineForm(kCommandReindex, "all").line, "R:all\n");
 }
 
 TEST(RequestLine, CarriesAnyBytesThatALineCan) {
     const std::string path = "/volume1/music/\xFF\x01:\t%s\\.mp3";
-    const RequestLine formed = RequestLineForm('A', path);
+    const RequestLine formed = RequestLineForm(kCommandTreeAdd, path);
     EXPECT_EQ(formed.line, "A:" + path + "\n");
     EXPECT_EQ(formed.refusal, "");
 }
@@ -27,14 +28,14 @@ TEST(RequestLine, CarriesAnyBytesThatALineCan) {
 TEST(RequestLine, RefusesWhatALineCannotCarry) {
     for (const std::string &path :
          {std::string(), std::string("/a\nb"), std::string("/a\0b", 4), kLongestPath + 'x'}) {
-        const RequestLine formed = RequestLineForm('a', path);
+        const RequestLine formed = RequestLineForm(kCommandFileAdd, path);
         EXPECT_EQ(formed.line, "") << path;
         EXPECT_NE(formed.refusal, "") << path;
     }
 }
 
 TEST(RequestLine, TheLongestPathIsALineThatTheDaemonReadsWhole) {
-    const std::string line = RequestLineForm('A', kLongestPath).line;
+    const std::string line = RequestLineForm(kCommandTreeAdd, kLongestPath).line;
     ASSERT_LE(line.size(), kQueueLineMax);
     QueueRequest request;
     ASSERT_TRUE(QueueLineParse(std::string_view(line).substr(0, line.size() - 1), request));

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr char kRename = 'N';
 constexpr size_t kCommandSize = 2; // the letter and its colon
 
 // A record holds its path and a terminator; a longer path would be cut and name another file.
@@ -30,7 +29,7 @@ static_assert(kCommandSize + kPathMax + 1 <= kQueueLineMax, "every single path f
 
 } // namespace
 
-RequestLine RequestLineForm(char command, std::string_view argument) {
+RequestLine RequestLineForm(QueueCommand command, std::string_view argument) {
     if (const char *refusal = Refusal(argument); refusal != nullptr)
         return {{}, refusal};
     std::string line{command, ':'};
@@ -47,7 +46,7 @@ RequestLine RenameLineForm(std::string_view new_path, std::string_view old_path)
                     "it has a colon, which separates the two paths of a rename: remove the old path and add "
                     "the new"};
     }
-    std::string line{kRename, ':'};
+    std::string line{kCommandRename, ':'};
     line.append(new_path).append(":").append(old_path).push_back('\n');
     if (line.size() > kQueueLineMax)
         return {{},

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "daemon/queue_line.h"
+
 // A line, its newline included, or why there is none. One of the two is empty.
 struct RequestLine {
     std::string line;
@@ -14,7 +16,7 @@ struct RequestLine {
 };
 
 // `command` and a colon in front of a path, a table or a share's word.
-RequestLine RequestLineForm(char command, std::string_view argument);
+RequestLine RequestLineForm(QueueCommand command, std::string_view argument);
 
 // A rename. Neither path may hold a colon: that is what separates them.
 RequestLine RenameLineForm(std::string_view new_path, std::string_view old_path);

@@ -31,7 +31,7 @@ const char *RepairWord(const Finding &finding) {
         return "remove";
     if (finding.line.empty())
         return "none";
-    return finding.line[0] == 'D' ? "forget" : "index";
+    return finding.line[0] == kCommandTreeRemove ? "forget" : "index";
 }
 
 void FindingsShow(const std::vector<Finding> &findings, const Options &options) {
@@ -81,7 +81,8 @@ ExitCode Mend(const std::vector<Finding> &findings, const Options &options) {
             lines.push_back(finding.line);
     }
     // What is forgotten comes first: a path may have been a file and be a directory now.
-    std::stable_partition(lines.begin(), lines.end(), [](const std::string &line) { return line[0] == 'D'; });
+    std::stable_partition(lines.begin(), lines.end(),
+                          [](const std::string &line) { return line[0] == kCommandTreeRemove; });
     if (!lines.empty()) {
         const ExitCode sent = RequestLinesSend(lines, options);
         if (sent != kDone)

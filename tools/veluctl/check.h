@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "daemon/queue_line.h"
 #include "tools/veluctl/catalogue_reader.h"
 
 // One disagreement. `line` is the request that mends it, `folder` the orphaned covers to remove; mostly one
@@ -45,7 +46,7 @@ struct CheckedRow {
 CheckedRow *CheckedRowFind(std::vector<CheckedRow> *rows, std::string_view path);
 
 // The request of a letter and a path; empty when a line cannot carry the path.
-std::string RepairLine(char command, const std::string &path);
+std::string RepairLine(QueueCommand command, const std::string &path);
 
 // Everything that is wrong. False, with the reason in the reader, when it cannot be told.
 [[nodiscard]] bool CatalogueCheck(CatalogueReader *reader, std::vector<Finding> *findings);

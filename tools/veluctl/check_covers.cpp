@@ -80,14 +80,14 @@ void CoversCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *find
         RowPut(&folders, row);
         // A row whose file is gone goes with what covers it has.
         if (row.seen && row.cover && CoversOf(row.path).empty())
-            findings->push_back({kStaleCover, row.path, RepairLine('a', row.path), {}});
+            findings->push_back({kStaleCover, row.path, RepairLine(kCommandFileAdd, row.path), {}});
     }
     for (const auto &[folder, row] : folders) {
         if (row == nullptr) {
             if (IsOld(folder))
                 findings->push_back({kStaleCover, folder, {}, folder});
         } else if (row->seen && !row->cover && IsOld(folder)) {
-            findings->push_back({kStaleCover, row->path, RepairLine('a', row->path), {}});
+            findings->push_back({kStaleCover, row->path, RepairLine(kCommandFileAdd, row->path), {}});
         }
     }
 }

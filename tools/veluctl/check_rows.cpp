@@ -85,7 +85,7 @@ bool HasReader(const std::string &path) {
 
 } // namespace
 
-std::string RepairLine(char command, const std::string &path) {
+std::string RepairLine(QueueCommand command, const std::string &path) {
     return RequestLineForm(command, path).line;
 }
 
@@ -123,7 +123,7 @@ void RowsCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findin
         const std::string outermost = OutermostMissing(row.path);
         // A share or what holds shares: a volume that is not mounted, most likely, whose rows are better kept.
         if (std::count(outermost.begin(), outermost.end(), '/') > kShareParts) {
-            findings->push_back({kRowWithoutFile, row.path, RepairLine('D', outermost), {}});
+            findings->push_back({kRowWithoutFile, row.path, RepairLine(kCommandTreeRemove, outermost), {}});
         } else if (outermost != away) {
             away = outermost;
             findings->push_back({kShareAway, outermost, {}, {}});

@@ -62,7 +62,8 @@ void FileCheck(Check *check, const std::string &path, off_t size) {
         row != nullptr && row->media && (row->library || !IsLibraryPicture(path.c_str(), size));
     if (!catalogued)
         Find(check, kFileWithoutRow, path,
-             IsAdded(*check, path) ? RepairLine('A', check->added) : RepairLine('a', path));
+             IsAdded(*check, path) ? RepairLine(kCommandTreeAdd, check->added)
+                                   : RepairLine(kCommandFileAdd, path));
 }
 
 void DirectoryCheck(Check *check, const std::string &path) {
@@ -73,7 +74,7 @@ void DirectoryCheck(Check *check, const std::string &path) {
         return;
     if (!IsAdded(*check, path))
         check->added = path;
-    Find(check, kFileWithoutRow, path, RepairLine('A', check->added));
+    Find(check, kFileWithoutRow, path, RepairLine(kCommandTreeAdd, check->added));
 }
 
 void DirectoryEnter(Check *check, const std::string &path, bool by_link) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/command_line.h"
 
+#include "daemon/queue_line.h"
 #include "tools/veluctl/tables.h"
 
 namespace {
@@ -30,6 +31,10 @@ void PathsOptions(CLI::App *command, Options *options, const char *what) {
         ->needs(from);
     command->add_flag("--force", options->force, "Queue it whatever is on the disk");
     RequestOptions(command, options);
+}
+
+std::vector<std::string> Words(std::span<const char *const> words) {
+    return {words.begin(), words.end()};
 }
 
 // Of those of these forms that a command has, one at a time.
@@ -75,13 +80,13 @@ void CommandLineMake(CLI::App *app, Options *options, const std::function<void(C
     reindex->add_option("share", options->what, "Which share: music, video, photo (the photo library) or all")
         ->required()
         ->type_name("SHARE")
-        ->check(CLI::IsMember({"music", "video", "photo", "all"}));
+        ->check(CLI::IsMember(Words(kShareWords)));
     RequestOptions(reindex, options);
     CLI::App *refresh = make("refresh", kRequests, "Bring the photo library up to date", RefreshCommand);
     refresh->add_option("share", options->what, "The library: photo")
         ->required()
         ->type_name("SHARE")
-        ->check(CLI::IsMember({"photo"}));
+        ->check(CLI::IsMember(Words(kLibraryWords)));
     RequestOptions(refresh, options);
 
     JsonOption(make("status", kLooking, "Show the daemon, its queue and its catalogues", StatusCommand),

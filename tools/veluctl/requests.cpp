@@ -137,7 +137,7 @@ bool Exists(const std::string &path) {
 
 constexpr char kForceHint[] = " (--force queues it all the same)";
 
-ExitCode WordSend(char command, const Options &options) {
+ExitCode WordSend(QueueCommand command, const Options &options) {
     Requests requests;
     requests.Take(options.what, RequestLineForm(command, options.what));
     return RequestsSend(requests, options);
@@ -147,7 +147,8 @@ ExitCode WordSend(char command, const Options &options) {
 
 ExitCode AddCommand(const Options &options) {
     return ForEachPath(options, [&](const std::string &path, Requests *requests) {
-        const RequestLine formed = RequestLineForm(IsDirExist(path.c_str()) != 0 ? 'A' : 'a', path);
+        const RequestLine formed =
+            RequestLineForm(IsDirExist(path.c_str()) != 0 ? kCommandTreeAdd : kCommandFileAdd, path);
         if (formed.refusal.empty() && !options.force && !Exists(path))
             requests->Refuse(path, strerror(errno) + std::string(kForceHint));
         else
@@ -158,7 +159,7 @@ ExitCode AddCommand(const Options &options) {
 ExitCode RemoveCommand(const Options &options) {
     return ForEachPath(options, [&](const std::string &path, Requests *requests) {
         // What is gone does not tell whether it was a file: the letter for trees does for both.
-        const RequestLine formed = RequestLineForm('D', path);
+        const RequestLine formed = RequestLineForm(kCommandTreeRemove, path);
         if (formed.refusal.empty() && !options.force && Exists(path))
             requests->Refuse(path, "it is still there, and the daemon removes only what is gone" +
                                        std::string(kForceHint));
@@ -182,9 +183,9 @@ ExitCode RenameCommand(const Options &options) {
 }
 
 ExitCode ReindexCommand(const Options &options) {
-    return WordSend('R', options);
+    return WordSend(kCommandReindex, options);
 }
 
 ExitCode RefreshCommand(const Options &options) {
-    return WordSend('U', options);
+    return WordSend(kCommandUpdate, options);
 }

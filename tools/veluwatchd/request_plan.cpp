@@ -35,7 +35,7 @@ void LineAdd(Plan *plan, const std::string &path, const RequestLine &formed, uin
     plan->asked.paths[path] |= asked;
 }
 
-void RequestAdd(Plan *plan, char command, const std::string &path, uint8_t asked) {
+void RequestAdd(Plan *plan, QueueCommand command, const std::string &path, uint8_t asked) {
     LineAdd(plan, path, RequestLineForm(command, path), asked);
 }
 
@@ -49,7 +49,8 @@ void TreeReindex(Plan *plan, std::string path) {
     while (true) {
         const std::optional<std::string> word = plan->settings->share_word(path);
         const bool known = word.has_value() && !word->empty();
-        const RequestLine formed = known ? RequestLineForm('R', *word) : RenameLineForm(path, path);
+        const RequestLine formed =
+            known ? RequestLineForm(kCommandReindex, *word) : RenameLineForm(path, path);
         if (formed.refusal.empty() || word.has_value() || path == "/") {
             if (plan->trees.insert(path).second)
                 LineAdd(plan, path, formed, kTreeCame);
@@ -70,7 +71,7 @@ void DirectoryPlan(Plan *plan, const std::string &path, uint8_t flags) {
     if ((flags & kGone) != 0)
         TreeReindex(plan, path);
     else if ((flags & kTreeCame) != 0)
-        RequestAdd(plan, 'A', path, kTreeCame);
+        RequestAdd(plan, kCommandTreeAdd, path, kTreeCame);
     // Else a link to a directory was touched.
 }
 
@@ -83,13 +84,13 @@ void PathPlan(Plan *plan, const std::string &path, uint8_t flags, PathKind kind)
         if ((flags & kTreeGone) != 0) // rows below a file: no request for the file's path removes them
             TreeReindex(plan, ParentOf(path));
         else
-            RequestAdd(plan, 'a', path, kFileTouched);
+            RequestAdd(plan, kCommandFileAdd, path, kFileTouched);
         break;
     case PathKind::gone:
         if ((flags & kTreeGone) != 0)
-            RequestAdd(plan, 'D', path, kTreeGone);
+            RequestAdd(plan, kCommandTreeRemove, path, kTreeGone);
         else if ((flags & (kFileGone | kFileTouched)) != 0) // or a link that leads nowhere took its place
-            RequestAdd(plan, 'd', path, kFileGone);
+            RequestAdd(plan, kCommandFileRemove, path, kFileGone);
         break;
     }
 }
@@ -177,7 +178,7 @@ std::string RequestPlanMake(Changes *changes, WatchTime now, const PlanSettings 
         TreeReindex(&plan, path);
     PathsPlan(&plan);
     if (plan.photo_resync)
-        plan.lines += RequestLineForm('R', "photo").line;
+        plan.lines += RequestLineForm(kCommandReindex, kPhotoWord).line;
     AskedAdd(&changes->asked, &plan.asked);
     return plan.lines;
 }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "catalogue/shares.h"
+#include "daemon/queue_line.h"
 #include "platform/path.h"
 #include "tools/shared/safe_text.h"
 
@@ -87,8 +88,9 @@ std::vector<Share> SharesMake(const std::vector<std::string> &paths) {
     if (!shares.empty())
         return shares;
     // "R:photo" stands for the photo library, not for the files of the share.
-    for (const auto &[link, word] : {std::pair(kMusicShareLink, "music"), std::pair(kVideoShareLink, "video"),
-                                     std::pair(kPhotoShareLink, "")}) {
+    for (const auto &[link, word] :
+         {std::pair(kMusicShareLink, kMusicWord), std::pair(kVideoShareLink, kVideoWord),
+          std::pair(kPhotoShareLink, "")}) {
         Share share;
         share.link = link;
         share.word = word;
