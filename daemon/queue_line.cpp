@@ -6,12 +6,6 @@
 
 namespace {
 
-const QueueCommandRow *CommandFind(char letter) {
-    const auto *found = std::find_if(std::begin(kQueueCommands), std::end(kQueueCommands),
-                                     [&](const QueueCommandRow &row) { return row.command == letter; });
-    return found != std::end(kQueueCommands) ? found : nullptr;
-}
-
 // Takes the next piece between colons off the front of `rest`; empty when there is none.
 std::string_view TokenTake(std::string_view &rest) {
     const size_t start = rest.find_first_not_of(':');
@@ -25,10 +19,16 @@ std::string_view TokenTake(std::string_view &rest) {
 
 } // namespace
 
+const QueueCommandRow *QueueCommandFind(char letter) {
+    const auto *found = std::find_if(std::begin(kQueueCommands), std::end(kQueueCommands),
+                                     [&](const QueueCommandRow &row) { return row.command == letter; });
+    return found != std::end(kQueueCommands) ? found : nullptr;
+}
+
 bool QueueLineParse(std::string_view line, QueueRequest &request) {
     if (line.size() < 2 || line[1] != ':')
         return false;
-    const QueueCommandRow *row = CommandFind(line[0]);
+    const QueueCommandRow *row = QueueCommandFind(line[0]);
     if (row == nullptr)
         return false;
     // A path cannot hold a zero byte: what stands before it is not what was asked.

@@ -47,6 +47,9 @@ inline constexpr QueueCommandRow kQueueCommands[] = {
     {kCommandTruncate, QueueArgument::table},   {kCommandUpdate, QueueArgument::library},
 };
 
+// The row of a letter, or null when it is none.
+const QueueCommandRow *QueueCommandFind(char letter);
+
 // One request. The argument is a path, a table or share word; of a rename it is the new path.
 struct QueueRequest {
     QueueCommand command = {};

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/command_line.h"
 
-#include "daemon/queue_line.h"
+#include "tools/veluctl/requests.h"
 #include "tools/veluctl/tables.h"
 
 namespace {
@@ -20,8 +20,8 @@ void RequestOptions(CLI::App *command, Options *options) {
         ->needs(wait);
 }
 
-void PathsOptions(CLI::App *command, Options *options, const char *what) {
-    command->add_option("path", options->paths, what)->type_name("PATH");
+void PathsOptions(CLI::App *command, const char *argument, Options *options) {
+    command->add_option("path", options->paths, argument)->type_name("PATH");
     CLI::Option *from = command->add_option(
         "--from", options->input, "Take more paths from this file, one on a line; - is standard input");
     from->type_name("FILE");
@@ -30,11 +30,40 @@ void PathsOptions(CLI::App *command, Options *options, const char *what) {
                    "The paths of --from end in zero bytes instead of newlines")
         ->needs(from);
     command->add_flag("--force", options->force, "Queue it whatever is on the disk");
-    RequestOptions(command, options);
 }
 
-std::vector<std::string> Words(std::span<const char *const> words) {
-    return {words.begin(), words.end()};
+void RenameOptions(CLI::App *command, Options *options) {
+    command->add_option("new", options->new_path, "The path that it has now")->required()->type_name("NEW");
+    command->add_option("old", options->old_path, "The path that it had")->required()->type_name("OLD");
+    command->add_flag("--force", options->force, "Queue it whatever is on the disk");
+}
+
+void WordOption(CLI::App *command, const char *argument, std::span<const char *const> words,
+                Options *options) {
+    command->add_option("share", options->what, argument)
+        ->required()
+        ->type_name("SHARE")
+        ->check(CLI::IsMember(std::vector<std::string>(words.begin(), words.end())));
+}
+
+void RequestCommandAdd(CLI::App *command, const RequestCommand &request, Options *options) {
+    switch (QueueCommandFind(request.command)->argument) {
+    case QueueArgument::path:
+        PathsOptions(command, request.argument, options);
+        break;
+    case QueueArgument::two_paths:
+        RenameOptions(command, options);
+        break;
+    case QueueArgument::share:
+        WordOption(command, request.argument, kShareWords, options);
+        break;
+    case QueueArgument::library:
+        WordOption(command, request.argument, kLibraryWords, options);
+        break;
+    case QueueArgument::table: // nobody is asked to empty one by hand
+        break;
+    }
+    RequestOptions(command, options);
 }
 
 // Of those of these forms that a command has, one at a time.
@@ -67,27 +96,8 @@ void CommandLineMake(CLI::App *app, Options *options, const std::function<void(C
     };
     app->require_subcommand(0, 1);
 
-    PathsOptions(make("add", kRequests, "Index files and trees", AddCommand), options,
-                 "Files and directories to index");
-    PathsOptions(make("remove", kRequests, "Forget files and trees that are gone", RemoveCommand), options,
-                 "Files and directories that are gone");
-    CLI::App *rename = make("rename", kRequests, "Follow the rename of a file or directory", RenameCommand);
-    rename->add_option("new", options->new_path, "The path that it has now")->required()->type_name("NEW");
-    rename->add_option("old", options->old_path, "The path that it had")->required()->type_name("OLD");
-    rename->add_flag("--force", options->force, "Queue it whatever is on the disk");
-    RequestOptions(rename, options);
-    CLI::App *reindex = make("reindex", kRequests, "Index whole shares anew", ReindexCommand);
-    reindex->add_option("share", options->what, "Which share: music, video, photo (the photo library) or all")
-        ->required()
-        ->type_name("SHARE")
-        ->check(CLI::IsMember(Words(kShareWords)));
-    RequestOptions(reindex, options);
-    CLI::App *refresh = make("refresh", kRequests, "Bring the photo library up to date", RefreshCommand);
-    refresh->add_option("share", options->what, "The library: photo")
-        ->required()
-        ->type_name("SHARE")
-        ->check(CLI::IsMember(Words(kLibraryWords)));
-    RequestOptions(refresh, options);
+    for (const RequestCommand &request : RequestCommands())
+        RequestCommandAdd(make(request.name, kRequests, request.description, request.run), request, options);
 
     JsonOption(make("status", kLooking, "Show the daemon, its queue and its catalogues", StatusCommand),
                options);

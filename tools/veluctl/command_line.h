@@ -9,5 +9,4 @@
 #include "tools/veluctl/commands.h"
 
 // Adds all commands to `app`. Parsing sets `options` and then calls `chosen` with the function of the command.
-using Command = ExitCode (*)(const Options &options);
 void CommandLineMake(CLI::App *app, Options *options, const std::function<void(Command)> &chosen);

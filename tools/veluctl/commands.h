@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // The commands, one function each. They print their answer on standard output, complaints on standard error,
-// and return what the program ends with. command_line.cpp says how they are called.
+// and return what the program ends with. command_line.cpp says how they are called. Those that ask for work stand
+// in the table of requests.h.
 #pragma once
 
 #include "tools/veluctl/exit_code.h"
 #include "tools/veluctl/options.h"
 
-ExitCode AddCommand(const Options &options);
-ExitCode RemoveCommand(const Options &options);
-ExitCode RenameCommand(const Options &options);
-ExitCode ReindexCommand(const Options &options);
-ExitCode RefreshCommand(const Options &options);
+using Command = ExitCode (*)(const Options &options);
+
 ExitCode StatusCommand(const Options &options);
 ExitCode ListCommand(const Options &options); // and find: a list with a text
 ExitCode ShowCommand(const Options &options);

@@ -143,8 +143,6 @@ ExitCode WordSend(QueueCommand command, const Options &options) {
     return RequestsSend(requests, options);
 }
 
-} // namespace
-
 ExitCode AddCommand(const Options &options) {
     return ForEachPath(options, [&](const std::string &path, Requests *requests) {
         const RequestLine formed =
@@ -188,4 +186,20 @@ ExitCode ReindexCommand(const Options &options) {
 
 ExitCode RefreshCommand(const Options &options) {
     return WordSend(kCommandUpdate, options);
+}
+
+constexpr RequestCommand kCommands[] = {
+    {"add", "Index files and trees", AddCommand, kCommandTreeAdd, "Files and directories to index"},
+    {"remove", "Forget files and trees that are gone", RemoveCommand, kCommandTreeRemove,
+     "Files and directories that are gone"},
+    {"rename", "Follow the rename of a file or directory", RenameCommand, kCommandRename, ""},
+    {"reindex", "Index whole shares anew", ReindexCommand, kCommandReindex,
+     "Which share: music, video, photo (the photo library) or all"},
+    {"refresh", "Bring the photo library up to date", RefreshCommand, kCommandUpdate, "The library: photo"},
+};
+
+} // namespace
+
+std::span<const RequestCommand> RequestCommands() {
+    return kCommands;
 }
