@@ -28,8 +28,8 @@ std::string TimeNow() {
     return text;
 }
 
-bool IdGet(const char *sharename, char (&id)[kFieldSize]) {
-    if (VELUPhotoShareGetFieldValue(sharename, "shareid", id, sizeof id) == 0)
+bool IdGet(const char *album, char (&id)[kFieldSize]) {
+    if (VELUPhotoShareGetFieldValue(album, "shareid", id, sizeof id) == 0)
         return true;
     syslog(LOG_ERR, "%s (%d) VELUPhotoShareGetFieldValue failed.", kLogName, __LINE__);
     return false;
@@ -37,9 +37,9 @@ bool IdGet(const char *sharename, char (&id)[kFieldSize]) {
 
 } // namespace
 
-int VELUPhotoShareSubDirPrivilegeAdd(const char *sub_sharename, const char *parent_sharename) {
+int VELUPhotoShareSubDirPrivilegeAdd(const char *sub_album, const char *parent_album) {
     char parent_id[kFieldSize];
-    if (!IdGet(parent_sharename, parent_id))
+    if (!IdGet(parent_album, parent_id))
         return -1;
     const PhotoRows rights(PhotoInfoDBOpen(kPhotoTableAccessRight, "*",
                                            SqlFormat(kStatementSize, "shareid = '%s'", parent_id).c_str(),
@@ -52,7 +52,7 @@ int VELUPhotoShareSubDirPrivilegeAdd(const char *sub_sharename, const char *pare
     if (VELUDBRowCount(result) == 0)
         return 0;
     char sub_id[kFieldSize];
-    if (!IdGet(sub_sharename, sub_id))
+    if (!IdGet(sub_album, sub_id))
         return -1;
     for (int row = -1; VELUDBFetchRow(result, &row) == 0;) {
         const char *user = VELUDBFetchField(result, row, "userid");
@@ -65,25 +65,25 @@ int VELUPhotoShareSubDirPrivilegeAdd(const char *sub_sharename, const char *pare
     return 0;
 }
 
-int VELUPhotoShareSubDirUpdatePrivilege(const char *sub_sharename) {
-    const char *slash = sub_sharename != nullptr ? strchr(sub_sharename, '/') : nullptr;
+int VELUPhotoShareSubDirUpdatePrivilege(const char *sub_album) {
+    const char *slash = sub_album != nullptr ? strchr(sub_album, '/') : nullptr;
     if (slash == nullptr) {
         syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
         return -1;
     }
-    const std::string parent(sub_sharename, slash);
+    const std::string parent(sub_album, slash);
     char parent_public[kFieldSize];
     if (VELUPhotoShareGetFieldValue(parent.c_str(), "public", parent_public, sizeof parent_public) != 0) {
         syslog(LOG_ERR, "%s (%d) VELUPhotoShareGetFieldValue failed.", kLogName, __LINE__);
         return -1;
     }
-    if (VELUPhotoShareSubDirUpdatePublic(sub_sharename, parent_public) != 0) {
+    if (VELUPhotoShareSubDirUpdatePublic(sub_album, parent_public) != 0) {
         syslog(LOG_ERR, "%s (%d) VELUPhotoShareSubDirUpdatePublic failed.", kLogName, __LINE__);
         return -1;
     }
     if (strcmp(parent_public, "t") == 0)
         return 0;
-    if (VELUPhotoShareSubDirPrivilegeAdd(sub_sharename, parent.c_str()) != 0) {
+    if (VELUPhotoShareSubDirPrivilegeAdd(sub_album, parent.c_str()) != 0) {
         syslog(LOG_ERR, "%s (%d) VELUPhotoShareSubDirPrivilegeAdd failed.", kLogName, __LINE__);
         return -1;
     }

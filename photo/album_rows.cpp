@@ -27,9 +27,9 @@ PhotoRows AlbumsOpen(const char *condition, const char *order, int limit, int li
 }
 
 // Moves every cover that lies in an album that was renamed, whichever album shows it.
-int CoversMove(const char *new_sharename, const SqlName &from) {
+int CoversMove(const char *new_album, const SqlName &from) {
     SqlName to;
-    if (!SqlNameEscape(new_sharename, &to, kLogName))
+    if (!SqlNameEscape(new_album, &to, kLogName))
         return -1;
     const std::string sql =
         SqlFormat(from.literal.size() + from.pattern.size() + to.literal.size() + kStatementRoom,
@@ -48,9 +48,9 @@ int AlbumExec(const std::string &sql, int line) {
     return changed;
 }
 
-int VELUPhotoShareGetFieldValue(const char *sharename, const char *field, char *out, size_t size) {
+int VELUPhotoShareGetFieldValue(const char *album, const char *field, char *out, size_t size) {
     SqlName name;
-    if (!SqlNameEscape(sharename, &name, kLogName))
+    if (!SqlNameEscape(album, &name, kLogName))
         return -1;
     const PhotoRows rows = AlbumsOpen(
         SqlFormat(name.literal.size() + kFieldConditionRoom, "sharename = '%s'", name.literal.c_str())
@@ -70,9 +70,9 @@ int PhotoShareIdNext() {
     return largest != nullptr ? atoi(largest) + 1 : 1;
 }
 
-int VELUPhotoShareSubDirUpdatePublic(const char *sharename, const char *value) {
+int VELUPhotoShareSubDirUpdatePublic(const char *album, const char *value) {
     SqlName name;
-    if (!SqlNameEscape(sharename, &name, kLogName))
+    if (!SqlNameEscape(album, &name, kLogName))
         return -1;
     const std::string sql = SqlFormat(name.literal.size() + kStatementRoom,
                                       "Update photo_share set public = '%s' where sharename = '%s';", value,
@@ -80,10 +80,10 @@ int VELUPhotoShareSubDirUpdatePublic(const char *sharename, const char *value) {
     return AlbumExec(sql) < 0 ? -1 : 0;
 }
 
-int AlbumCoverMove(const char *new_sharename, const char *old_sharename) {
+int AlbumCoverMove(const char *new_album, const char *old_album) {
     SqlName to;
     SqlName from;
-    if (!SqlNameEscape(new_sharename, &to, kLogName) || !SqlNameEscape(old_sharename, &from, kLogName))
+    if (!SqlNameEscape(new_album, &to, kLogName) || !SqlNameEscape(old_album, &from, kLogName))
         return -1;
     const std::string sql =
         SqlFormat(from.literal.size() + to.literal.size() * 2 + kStatementRoom,
@@ -95,13 +95,13 @@ int AlbumCoverMove(const char *new_sharename, const char *old_sharename) {
         syslog(LOG_ERR, "%s:%d Failed to exec [%s]", kLogName, __LINE__, sql.c_str());
     if (changed == 0)
         syslog(LOG_ERR, "%s:%d UPDATE cover failed, sharename [%s] not exists in db.", kLogName, __LINE__,
-               new_sharename);
+               new_album);
     return changed > 0 ? 0 : -1;
 }
 
-int VELUPhotoShareRenameSubDir(const char *new_sharename, const char *old_sharename) {
+int VELUPhotoShareRenameSubDir(const char *new_album, const char *old_album) {
     SqlName old_name;
-    if (!SqlNameEscape(old_sharename, &old_name, kLogName))
+    if (!SqlNameEscape(old_album, &old_name, kLogName))
         return -1;
     const PhotoRows rows = AlbumsOpen(
         SqlFormat(kRenameStatementSize, "sharename like '%s/%%'", old_name.pattern.c_str()).c_str(), nullptr,
@@ -111,7 +111,7 @@ int VELUPhotoShareRenameSubDir(const char *new_sharename, const char *old_sharen
     const VELUDBResult *result = VELUIndexRowsResult(rows.get());
     for (int row = -1; VELUDBFetchRow(result, &row) == 0;) {
         const std::string from = VELUDBFetchField(result, row, "sharename");
-        const std::string to = new_sharename + from.substr(strlen(old_sharename));
+        const std::string to = new_album + from.substr(strlen(old_album));
         SqlName from_name;
         SqlName to_name;
         if (!SqlNameEscape(from.c_str(), &from_name, kLogName) ||
@@ -123,7 +123,7 @@ int VELUPhotoShareRenameSubDir(const char *new_sharename, const char *old_sharen
         if (AlbumExec(sql) < 0)
             return -1;
     }
-    return CoversMove(new_sharename, old_name);
+    return CoversMove(new_album, old_name);
 }
 
 int PhotoShareMarkAll(const char *prefix) {
