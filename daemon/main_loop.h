@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// The daemon's waiting: signals are gathered until they have stopped for a while, then the queue is
-// processed.
+// Waits until no signal has come for a while, then has the queue processed.
 #pragma once
 
 #include <signal.h>
@@ -15,21 +14,21 @@ extern volatile sig_atomic_t signal_count; // signals since the last run
 // When the databases were last vacuumed, in seconds of the epoch.
 extern time_t last_vacuum;
 
-// Handler of SIGUSR1: work has been queued.
+// Notes that work has been queued. Handler of SIGUSR1.
 void SetDirty(int signal_number);
 
 // Compacts both databases and remembers when.
 void DatabasesVacuum();
 
-// What is to follow one wake-up.
+// What follows a wake-up.
 enum class WakeUp { wait, process };
 
-// Looks at the flags after a sleep. Vacuums that fall due are done here. `process`: the flags are cleared and
-// the queue is to be processed now. Work that a run had to leave is taken up again without a signal.
+// Looks at the flags after a sleep, and vacuums when that is due. Returns `process`, with the flags cleared, when the
+// queue is to be processed now: after a quiet sleep, or when it is time to try work again that a run had to leave.
 WakeUp WakeUpHandle(time_t now);
 
 // Processes the queue and remembers when work that is left is to be tried again.
 void QueueRun();
 
-// Sleeps and processes for ever.
+// Sleeps and processes without an end.
 [[noreturn]] void MainLoop();

@@ -120,7 +120,7 @@ int WorkingCopyKeep() {
     return 0;
 }
 
-// Nothing depends on it but what people are told, so that a failure is not worth a line.
+// Writes down when the run ended. Only people look at that, so that a failure is not worth a line.
 void EndRecord() {
     const FdHandle file(open(kLastRunFile, O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644));
     if (file)

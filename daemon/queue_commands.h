@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// The eight commands of the indexing queue.
+// Carries out the commands of the indexing queue.
 #pragma once
 
 #include "daemon/queue_line.h"

@@ -34,8 +34,8 @@ constexpr int kNiceness = 10;
     _exit(0);
 }
 
-// Holds the daemon's two signals back. Its pid can be read before its handlers stand, and a signal that came in
-// between would end it and leave the file.
+// Blocks the daemon's two signals until their handlers are installed. The pid file is there before them, and a
+// signal in between would end the daemon and leave the file.
 struct SignalsHeld {
     SignalsHeld() {
         sigset_t signals;
@@ -79,7 +79,7 @@ void HandlersInstall() {
         syslog(LOG_ERR, "%s (%d) signal(SIGTERM, Die) failed.", kLogName, __LINE__);
         exit(1);
     }
-    // A parent that ignores its children hands that on, and the children's results would be lost.
+    // A starter that ignores SIGCHLD passes that on, and the daemon could not learn how its children end.
     signal(SIGCHLD, SIG_DFL);
 }
 

@@ -9,12 +9,12 @@
 
 inline constexpr char kDaemonPidFile[] = "/var/run/veluindexd.pid";
 
-// The daemon's process id; 0 when its pid file is missing or names a process that has ended or is none of the
+// Finds the daemon's process id; 0 when its pid file is missing or names a process that has ended or is none of the
 // daemon: a crash leaves the file, and the number goes to somebody else whom SIGUSR1 would end.
 pid_t DaemonFind();
 
 // Tells the daemon that work is queued. Returns 0, or an error number: ESRCH when no daemon runs.
 [[nodiscard]] int DaemonWake();
 
-// The file of a process in /proc.
+// Gives the path of a process's file in /proc.
 [[nodiscard]] std::string ProcPath(pid_t pid, const char *name);

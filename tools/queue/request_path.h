@@ -13,5 +13,5 @@
 // errno, when that is not possible.
 std::string RequestPathMake(std::string_view path);
 
-// The directory above a path; "/" for one right below it.
+// Gives the directory above a path; "/" for one right below it.
 std::string ParentOf(const std::string &path);
