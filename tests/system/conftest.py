@@ -20,10 +20,26 @@ from harness import media  # noqa: E402
 from harness.catalogue import ON_SERVER  # noqa: E402
 from harness.daemon import Daemon  # noqa: E402
 from harness.sandbox import TREE  # noqa: E402
+from selection import select, strangers  # noqa: E402
 
 
+def pytest_configure():
+    """A name that was changed in a test and not in the lists would run where it should not, unseen."""
+    unknown = strangers(pathlib.Path(__file__).parent)
+    if unknown:
+        raise pytest.UsageError(f"tests/system/selection.py names what is no test: {unknown}")
+
+
+@pytest.hookimpl(optionalhook=True)
+def pytest_xdist_make_scheduler(config, log):
+    from harness.schedule import OneByOne  # pylint: disable=import-outside-toplevel
+    return OneByOne(config, log)
+
+
+@pytest.hookimpl(tryfirst=True)
 def pytest_collection_modifyitems(config, items):
     """Tests of one engine's own are no tests of the other."""
+    select(items)
     other = "sqlite" if ON_SERVER else "postgresql"
     foreign = [item for item in items if item.get_closest_marker(other)]
     if foreign:
