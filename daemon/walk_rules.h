@@ -18,6 +18,7 @@ struct NameRules {
     NameList prefixes = {};        // entries whose names begin so
     NameList directory_names = {}; // directories so named
     NameList directory_parts = {}; // directories whose names have this anywhere
+    const char *marker = nullptr;  // directories that have an entry of this name, if there is such a rule
 };
 
 struct WalkRules {

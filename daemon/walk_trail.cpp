@@ -33,16 +33,18 @@ bool IsLinkedAgain(WalkTrail *trail, const struct stat &status, bool by_link) {
 
 } // namespace
 
-bool WalkTrailEnter(WalkTrail *trail, int directory, bool by_link) {
+TrailStep WalkTrailEnter(WalkTrail *trail, int directory, bool by_link) {
     struct stat status;
-    if (fstat(directory, &status) != 0 || IsOwnAncestor(*trail, status))
-        return false;
+    if (fstat(directory, &status) != 0)
+        return TrailStep::failed;
+    if (IsOwnAncestor(*trail, status))
+        return TrailStep::left_out;
     const bool other_device = trail->steps.empty() || trail->steps.back().device != status.st_dev;
     if ((other_device && IsKernelTree(directory)) || IsLinkedAgain(trail, status, by_link))
-        return false;
+        return TrailStep::left_out;
     const bool linked = by_link || (!trail->steps.empty() && trail->steps.back().linked);
     trail->steps.push_back({status.st_dev, status.st_ino, linked});
-    return true;
+    return TrailStep::entered;
 }
 
 void WalkTrailLeave(WalkTrail *trail) {

@@ -20,10 +20,15 @@ struct WalkTrail {
     std::set<std::pair<dev_t, ino_t>> linked_from_links;
 };
 
-// Makes an open directory, reached `by_link` or not, the innermost one. False, with nothing changed, for one
-// that the walk must leave out: a directory that it is in already, one that was entered from below another
-// link before, and the kernel's own trees.
-[[nodiscard]] bool WalkTrailEnter(WalkTrail *trail, int directory, bool by_link);
+enum class TrailStep {
+    entered,
+    left_out, // a directory that the walk is in already, one that was entered from below another link before, or one
+              // of the kernel's own trees
+    failed, // errno tells why
+};
+
+// Makes an open directory, reached `by_link` or not, the innermost one; all but `entered` changes nothing.
+[[nodiscard]] TrailStep WalkTrailEnter(WalkTrail *trail, int directory, bool by_link);
 
 // Leaves the innermost directory.
 void WalkTrailLeave(WalkTrail *trail);

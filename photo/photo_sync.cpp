@@ -3,25 +3,21 @@
 // Brings the rows of the photo library in step with the disk.
 #include "photo/photo_sync.h"
 
-#include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/stat.h>
 #include <syslog.h>
 
 #include <unordered_set>
 
 #include "catalogue/shares.h"
 #include "daemon/index.h"
-#include "daemon/path_rules.h"
-#include "daemon/walk_trail.h"
+#include "daemon/tree_cursor.h"
+#include "daemon/walk_rules.h"
 #include "photo/directory_names.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
 #include "photo/photo_rows.h"
 #include "photo/sql_text.h"
-#include "platform/handle.h"
-#include "platform/limits.h"
 
 namespace {
 
@@ -65,90 +61,30 @@ void NewPathAdd(const char *path) {
         FlvConverterRun(path);
 }
 
-struct Level {
-    std::string path;
-    Paths names;    // a portion of the sub-directories
-    size_t next;    // of them
-    size_t portion; // how many the next one holds at most
-    bool more;      // whether there may be a next one
-};
-
-struct Resync {
-    std::vector<Level> levels;
-    WalkTrail trail; // a step for each level
-};
-
-bool Unreadable(const std::string &path, int line = __builtin_LINE()) {
-    syslog(LOG_ERR, "%s (%d) Failed to open directory %s", kLogName, line, path.c_str());
-    return false;
+// The photo library takes files by their extensions, so that a name without one needs no look.
+bool HasDot(const char *name) {
+    return strchr(name, '.') != nullptr;
 }
 
-// False when there are no more sub-directories, or they cannot be read.
-bool PortionRead(Level *level) {
-    const std::string last = level->names.empty() ? std::string() : level->names.back();
-    if (!SubDirectoriesGet(level->path.c_str(), ActiveWalkRules().library, &level->names, last,
-                           level->portion))
-        return Unreadable(level->path);
-    level->next = 0;
-    level->more = level->names.size() == level->portion;
-    level->portion *= 2;
-    return !level->names.empty();
-}
-
-bool IsLink(const std::string &path) {
-    struct stat status;
-    return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
-}
-
-bool DirectoryRefresh(const std::string &path) {
-    Paths entries;
-    const auto has_dot = [](const std::string &name, const dirent &) {
-        return name.find('.') != std::string::npos;
-    };
-    if (!DirectoryNamesGet(path.c_str(), has_dot, &entries))
-        return Unreadable(path);
-    if (!entries.empty())
-        PhotoDirRefresh(path.c_str(), &entries);
-    return true;
-}
-
-// Refreshes a directory and makes it the innermost level. False when it cannot be read.
-bool DirectoryEnter(Resync *resync, const std::string &path, bool by_link) {
-    if (IsRecyclePath(path.c_str()))
-        return true;
-    const FdHandle directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!directory)
-        return Unreadable(path);
-    if (!WalkTrailEnter(&resync->trail, directory.get(), by_link))
-        return true;
-    if (!DirectoryRefresh(path)) {
-        WalkTrailLeave(&resync->trail);
-        return false;
+int TreeResync(const char *path) {
+    TreeCursor cursor = TreeBegin(
+        path, {.rules = &ActiveWalkRules().library, .listed = HasDot, .untold = PhotoShareNeedsStat != 0});
+    bool begun = false;
+    int result = 0;
+    for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
+        if (event == TreeEvent::listed) {
+            begun = true;
+            if (!cursor.names.empty())
+                PhotoDirRefresh(cursor.path.c_str(), &cursor.names);
+        }
+        if (event != TreeEvent::left || !IsUnread(cursor.end))
+            continue;
+        if (!begun)
+            result = -1;
+        if (!begun || cursor.end != PlaceEnd::too_long)
+            syslog(LOG_ERR, "%s (%d) Failed to open directory %s", kLogName, __LINE__, cursor.path.c_str());
     }
-    resync->levels.push_back({path, {}, 0, kResyncFirstPortion, true});
-    return true;
-}
-
-// Goes on to the next sub-directory of the innermost level, or leaves it.
-void LevelAdvance(Resync *resync) {
-    Level &level = resync->levels.back();
-    if (level.next == level.names.size() && !(level.more && PortionRead(&level))) {
-        resync->levels.pop_back();
-        WalkTrailLeave(&resync->trail);
-        return;
-    }
-    const std::string path = level.path + '/' + level.names[level.next++];
-    if (path.size() < kPathSize)
-        DirectoryEnter(resync, path, IsLink(path));
-}
-
-int TreeResync(const std::string &path) {
-    Resync resync;
-    if (!DirectoryEnter(&resync, path, false))
-        return -1;
-    while (!resync.levels.empty())
-        LevelAdvance(&resync);
-    return 0;
+    return result;
 }
 
 int ShareResync() {

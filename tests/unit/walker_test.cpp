@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "daemon/walker.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -14,6 +15,7 @@
 #include "platform/handle.h"
 #include "platform/limits.h"
 #include "platform/veluindex.h"
+#include "tests/unit/failing_readdir.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/test_files.h"
 
@@ -87,6 +89,16 @@ TEST_F(WalkerTest, ASingleFileIsAddedWithoutItsDirectory) {
 TEST_F(WalkerTest, ATreeThatIsNotThereIsLogged) {
     EXPECT_EQ(IndexDirWalk("/volume1/music/none", kIndexAdd, kWalkMedia), 0);
     EXPECT_EQ(LogTakeTexts(), Texts{"index.c# Failed to open directory /volume1/music/none "});
+}
+
+TEST_F(WalkerTest, ADirectoryWhoseListingBreaksOffIsLogged) {
+    FileWrite("/volume1/music/A/a.pcm", "x");
+    FileWrite("/volume1/music/B/b.pcm", "x");
+    ReaddirFailAt("a.pcm", EIO);
+    EXPECT_EQ(IndexDirWalk("/volume1/music", kIndexAdd, kWalkMedia), 0);
+    ReaddirFailAt("", 0);
+    EXPECT_EQ(MediaPaths("music"), Texts{"/volume1/music/B/b.pcm"});
+    EXPECT_EQ(LogTakeTexts(), Texts{"index.c# Failed to open directory /volume1/music/A "});
 }
 
 TEST_F(WalkerTest, SkipsRecycleBinsOfSharesAndAttributeDirectories) {

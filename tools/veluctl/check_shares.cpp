@@ -8,9 +8,8 @@
 
 #include "catalogue/shares.h"
 #include "daemon/index.h"
-#include "daemon/path_rules.h"
+#include "daemon/tree_cursor.h"
 #include "daemon/walk_rules.h"
-#include "daemon/walk_trail.h"
 #include "photo/photo_index.h"
 #include "platform/handle.h"
 #include "platform/media_record.h"
@@ -19,18 +18,9 @@
 
 namespace {
 
-// A directory of the walk with what lies below it and is still to be walked. Names are read at once, so that
-// the depth of a tree costs no descriptors.
-struct Level {
-    std::string path;
-    std::vector<std::pair<std::string, bool>> below; // and whether a link leads there
-};
-
 struct Check {
     std::vector<CheckedRow> *rows;
     std::vector<Finding> *findings;
-    std::vector<Level> levels;
-    WalkTrail trail;
     std::string added; // the tree without a row that an earlier finding has indexed whole
 };
 
@@ -77,56 +67,25 @@ void DirectoryCheck(Check *check, const std::string &path) {
     Find(check, kFileWithoutRow, path, RepairLine(kCommandTreeAdd, check->added));
 }
 
-void DirectoryEnter(Check *check, const std::string &path, bool by_link) {
-    if (IsRecyclePath(path.c_str()) != 0)
-        return;
-    const DirHandle directory(opendir(path.c_str()));
-    if (directory == nullptr) {
-        Find(check, kUnreadable, path, {});
-        return;
-    }
-    if (!WalkTrailEnter(&check->trail, dirfd(directory.get()), by_link))
-        return;
-    DirectoryCheck(check, path);
-    Level level = {path, {}};
-    while (const dirent *entry = readdir(directory.get())) {
-        const std::string_view name = entry->d_name;
-        if (name == "." || name == ".." || IsNameLeftOut(ActiveWalkRules().index, name))
-            continue;
-        const std::string below = path + '/' + entry->d_name;
-        struct stat status;
-        if (fstatat(dirfd(directory.get()), entry->d_name, &status, 0) != 0)
-            continue; // a link that leads nowhere, or gone meanwhile
-        if (S_ISDIR(status.st_mode)) {
-            struct stat itself;
-            const bool link =
-                fstatat(dirfd(directory.get()), entry->d_name, &itself, AT_SYMLINK_NOFOLLOW) == 0 &&
-                S_ISLNK(itself.st_mode);
-            level.below.emplace_back(entry->d_name, link);
-        } else if (S_ISREG(status.st_mode)) {
-            FileCheck(check, below, status.st_size);
-        }
-    }
-    check->levels.push_back(std::move(level));
+void EntryCheck(Check *check, const std::string &path) {
+    struct stat status;
+    if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode))
+        FileCheck(check, path, status.st_size);
 }
 
-void ShareCheck(Check *check, const std::string &share) {
-    if (access(share.c_str(), F_OK) != 0) {
+void ShareCheck(Check *check, const char *share) {
+    if (access(share, F_OK) != 0) {
         Find(check, kShareAway, share, {});
         return;
     }
-    check->added.clear();
-    DirectoryEnter(check, share, false);
-    while (!check->levels.empty()) {
-        Level &level = check->levels.back();
-        if (level.below.empty()) {
-            check->levels.pop_back();
-            WalkTrailLeave(&check->trail);
-            continue;
-        }
-        const auto [name, by_link] = std::move(level.below.back());
-        level.below.pop_back();
-        DirectoryEnter(check, level.path + '/' + name, by_link);
+    TreeCursor cursor = TreeBegin(share, {.rules = &ActiveWalkRules().index});
+    for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
+        if (event == TreeEvent::entered)
+            DirectoryCheck(check, cursor.path);
+        else if (event == TreeEvent::entry && cursor.kind == EntryKind::file)
+            EntryCheck(check, cursor.path);
+        else if (event == TreeEvent::left && IsUnread(cursor.end))
+            Find(check, kUnreadable, cursor.path, {});
     }
 }
 
@@ -137,7 +96,7 @@ void SharesCheck(std::vector<CheckedRow> *rows, std::vector<Finding> *findings) 
         char target[kSharePathSize];
         if (!ShareTargetGet(link, target))
             continue; // a machine without that share
-        Check check = {rows, findings, {}, {}, {}};
+        Check check = {rows, findings, {}};
         ShareCheck(&check, target);
     }
 }

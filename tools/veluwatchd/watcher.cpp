@@ -9,6 +9,7 @@
 
 #include <utility>
 
+#include "daemon/directory_reader.h"
 #include "daemon/path_rules.h"
 #include "daemon/walk_rules.h"
 #include "platform/velusdk.h"
@@ -20,21 +21,6 @@ namespace {
 // may be read from now on, and times that were set, belong to its row.
 constexpr uint32_t kEvents = IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE |
                              IN_ATTRIB | IN_ONLYDIR | IN_EXCL_UNLINK;
-
-enum class Kind { directory, linked_directory, other };
-
-Kind EntryKind(const DirHandle &directory, const dirent &entry) {
-    if (entry.d_type == DT_DIR)
-        return Kind::directory;
-    if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN)
-        return Kind::other;
-    struct stat status;
-    const int fd = dirfd(directory.get());
-    if (fstatat(fd, entry.d_name, &status, 0) != 0 || !S_ISDIR(status.st_mode))
-        return Kind::other;
-    const bool link = fstatat(fd, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
-    return link ? Kind::linked_directory : Kind::directory;
-}
 
 void Unwatched(Watcher *watcher, NodeId node, const std::string &path, int error) {
     if (!watcher->unwatched.insert(node).second)
@@ -124,12 +110,9 @@ bool IsLeftOut(const std::string &directory, std::string_view name) {
 }
 
 bool IsEmptyDirectory(const std::string &path) {
-    const DirHandle directory(opendir(path.c_str()));
-    while (const dirent *entry = directory != nullptr ? readdir(directory.get()) : nullptr) {
-        if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0)
-            return false;
-    }
-    return true;
+    const NameRules everything;
+    DirectoryReader reader = {.rules = &everything};
+    return !DirectoryOpen(&reader, path.c_str()) || DirectoryNext(&reader) == nullptr;
 }
 
 void TreeWatch(Watcher *watcher, NodeId top) {
@@ -141,23 +124,20 @@ void TreeWatch(Watcher *watcher, NodeId top) {
         const std::string path = tree.Path(node);
         if (!NodeWatch(watcher, node, path))
             continue;
-        const DirHandle directory(opendir(path.c_str()));
-        if (directory == nullptr) {
-            if (errno == ENOENT || errno == ENOTDIR)
-                watcher->doubtful.push_back(node);
-            else
-                Unwatched(watcher, node, path, errno);
-            continue;
-        }
-        while (const dirent *entry = readdir(directory.get())) {
-            const std::string_view name = entry->d_name;
-            if (name == "." || name == ".." || IsLeftOut(path, name))
+        DirectoryReader reader = {.rules = &ActiveWalkRules().index};
+        const bool there = DirectoryOpen(&reader, path.c_str());
+        while (const dirent *entry = there ? DirectoryNext(&reader) : nullptr) {
+            const EntryKind kind = EntryKindGet(&reader, *entry);
+            const bool directory = kind == EntryKind::directory || kind == EntryKind::linked_directory;
+            if (!directory || IsLeftOut(path, entry->d_name) ||
+                tree.ChildFind(node, entry->d_name) != kNoNode)
                 continue;
-            const Kind kind = EntryKind(directory, *entry);
-            if (kind == Kind::other || tree.ChildFind(node, name) != kNoNode)
-                continue;
-            open.push_back(tree.ChildAdd(node, name, kind == Kind::linked_directory));
+            open.push_back(tree.ChildAdd(node, entry->d_name, kind == EntryKind::linked_directory));
         }
+        if (reader.error == ENOENT || reader.error == ENOTDIR)
+            watcher->doubtful.push_back(node);
+        else if (reader.error != 0)
+            Unwatched(watcher, node, path, reader.error);
     }
 }
 

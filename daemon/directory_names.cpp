@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "daemon/directory_names.h"
+
+#include <iterator>
+#include <map>
+#include <set>
+
+bool NamesRead(DirectoryReader *reader, bool (*wanted)(const char *name), std::vector<std::string> *names) {
+    std::set<std::string> sorted;
+    while (const dirent *entry = DirectoryNext(reader)) {
+        if (wanted(entry->d_name))
+            sorted.insert(entry->d_name);
+    }
+    names->assign(sorted.begin(), sorted.end());
+    return reader->error == 0;
+}
+
+bool SubDirectoriesRead(DirectoryReader *reader, const std::string &after, size_t most,
+                        std::vector<SubDirectory> *found) {
+    std::map<std::string, bool> sorted;
+    while (const dirent *entry = DirectoryNext(reader)) {
+        const std::string name = entry->d_name;
+        if (name <= after || IsDirectoryNameLeftOut(*reader->rules, name))
+            continue;
+        const EntryKind kind = EntryKindGet(reader, *entry);
+        if (kind != EntryKind::directory && kind != EntryKind::linked_directory)
+            continue;
+        sorted.emplace(name, kind == EntryKind::linked_directory);
+        if (sorted.size() > most)
+            sorted.erase(std::prev(sorted.end()));
+    }
+    found->clear();
+    for (const auto &[name, by_link] : sorted)
+        found->push_back({name, by_link});
+    return reader->error == 0;
+}

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "daemon/directory_reader.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+bool IsOwnOrParent(const char *name) {
+    return strcmp(name, ".") == 0 || strcmp(name, "..") == 0;
+}
+
+// True for the errors of what is not there, as where a link leads nowhere or round in a circle.
+bool IsNothing(int error) {
+    return error == ENOENT || error == ENOTDIR || error == ELOOP;
+}
+
+// Looks what a name in a directory leads to. `link`: it is known to be a link. `error` stays as it is when all went
+// well.
+EntryKind KindLook(int directory, const char *name, bool link, int *error) {
+    struct stat status;
+    if (fstatat(directory, name, &status, 0) != 0) {
+        *error = errno;
+        return EntryKind::other;
+    }
+    if (S_ISREG(status.st_mode))
+        return EntryKind::file;
+    if (!S_ISDIR(status.st_mode))
+        return EntryKind::other;
+    if (!link)
+        link = fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
+    return link ? EntryKind::linked_directory : EntryKind::directory;
+}
+
+} // namespace
+
+bool DirectoryOpen(DirectoryReader *reader, const char *path) {
+    reader->directory.reset(opendir(path));
+    reader->position = 0;
+    reader->error = reader->directory != nullptr ? 0 : errno;
+    return reader->directory != nullptr;
+}
+
+bool DirectoryIsMarked(const DirectoryReader &reader) {
+    const char *marker = reader.rules->marker;
+    return marker != nullptr &&
+           faccessat(dirfd(reader.directory.get()), marker, F_OK, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+const dirent *DirectoryNext(DirectoryReader *reader) {
+    while (true) {
+        errno = 0;
+        const dirent *entry = readdir(reader->directory.get());
+        if (entry == nullptr) {
+            reader->error = errno;
+            return nullptr;
+        }
+        reader->position = entry->d_off;
+        if (!IsOwnOrParent(entry->d_name) && !IsNameLeftOut(*reader->rules, entry->d_name))
+            return entry;
+    }
+}
+
+EntryKind EntryKindGet(DirectoryReader *reader, const dirent &entry) {
+    const bool link = entry.d_type == DT_LNK;
+    if (!reader->untold && !link && entry.d_type != DT_UNKNOWN) {
+        if (entry.d_type == DT_DIR)
+            return EntryKind::directory;
+        return entry.d_type == DT_REG ? EntryKind::file : EntryKind::other;
+    }
+    int error = 0;
+    const EntryKind kind = KindLook(dirfd(reader->directory.get()), entry.d_name, link, &error);
+    reader->missed = reader->missed || (error != 0 && !IsNothing(error));
+    return kind;
+}
+
+EntryKind PathKindGet(const char *path) {
+    int error = 0;
+    return KindLook(AT_FDCWD, path, false, &error);
+}

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Reads one directory, entry by entry in the order of the file system, and tells whether that came to its end.
+#pragma once
+
+#include <sys/types.h>
+
+#include "daemon/walk_rules.h"
+#include "platform/handle.h"
+
+struct DirectoryReader {
+    const NameRules *rules; // what is left out by its name
+    bool untold = false;    // the file system's listings do not tell what is a directory
+    DirHandle directory = nullptr;
+    off_t position = 0;  // behind the entry given last, to read on when the directory is opened again
+    int error = 0;       // why it could not be opened, or its listing broke off
+    bool missed = false; // an entry could not be looked at, though it is there
+};
+
+// Opens the directory from its begin on. False, with `error`, on failure.
+[[nodiscard]] bool DirectoryOpen(DirectoryReader *reader, const char *path);
+
+// True when an entry of the directory says that all of it is left out, by the rules.
+[[nodiscard]] bool DirectoryIsMarked(const DirectoryReader &reader);
+
+// The next entry that the rules do not leave out whatever it is; never "." and "..". Null behind the last: with an
+// `error` when the listing broke off. Valid until the next call.
+const dirent *DirectoryNext(DirectoryReader *reader);
+
+enum class EntryKind {
+    file,
+    directory,
+    linked_directory, // a link that leads to one
+    other,            // neither, or it could not be looked at
+};
+
+// What the entry given last is. The directory's own word is taken where it has one, which spares a look at each
+// entry; not for links, which are what they lead to.
+EntryKind EntryKindGet(DirectoryReader *reader, const dirent &entry);
+
+// What a path leads to.
+EntryKind PathKindGet(const char *path);

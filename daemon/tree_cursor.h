@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Goes through a tree, and tells of every directory whether it was read to its end. Links are followed by the rules of
+// the trail. The depth of a tree costs neither stack nor descriptors, its breadth no memory but for the names of one
+// directory.
+#pragma once
+
+#include <stddef.h>
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+#include "daemon/directory_names.h"
+#include "daemon/directory_reader.h"
+#include "daemon/walk_rules.h"
+#include "daemon/walk_trail.h"
+#include "platform/limits.h"
+
+// A path of a walk, its terminator included.
+inline constexpr size_t kWalkPathSize = 4096;
+
+struct TreeSettings {
+    const NameRules *rules;
+    // Null: entries in the order of the file system, a sub-directory at once. Else each directory gives first, at
+    // once and sorted, the names that this is true for, then its sub-directories, sorted.
+    bool (*listed)(const char *name) = nullptr;
+    bool untold = false; // as a directory's reader has it
+    // A path that does not fit is cut, and taken for what it names then. Else it is no place to go to.
+    bool cut = false;
+};
+
+enum class TreeEvent {
+    entered, // the directory `path`; what is in it follows
+    entry,   // `path`, of the kind `kind`: anything but a directory
+    listed,  // `names` of the directory `path`
+    left,    // the directory `path`, with all below it, or one that was not entered: `end`, `error`, `whole`
+    done,
+};
+
+enum class PlaceEnd {
+    read,       // to its end
+    left_out,   // by the rules, or by those of the trail: nothing in it belongs to the tree
+    gone,       // it is not there, or not any more, or another directory is in its place
+    unopened,   // it could not be opened
+    broken_off, // it could not be read on
+    too_long,   // its path does not fit
+};
+
+struct TreeCursor {
+    TreeSettings settings;
+
+    // What the last event is about.
+    std::string path;
+    EntryKind kind = EntryKind::other;
+    std::vector<std::string> names = {};
+    PlaceEnd end = PlaceEnd::read;
+    int error = 0;     // why it was gone, unopened or broken off
+    bool whole = true; // the directory and all below it was read to its end, or is left out
+
+    // Where the walk stands.
+    struct Level {
+        DirectoryReader reader;
+        size_t path_length; // of the directory in `path`
+        bool whole = true;  // so far
+        bool listed = false;
+        std::vector<SubDirectory> below = {}; // a portion
+        size_t next = 0;                      // of it
+        size_t portion = kResyncFirstPortion; // how many the next one has at most
+        bool more = true;                     // there may be a next one
+    };
+    bool begun = false;
+    std::vector<Level> levels = {}; // the innermost last
+    WalkTrail trail = {};           // a step for each level
+};
+
+// Makes a cursor that goes through the tree at `path`; slashes at its end do not count.
+TreeCursor TreeBegin(const char *path, const TreeSettings &settings);
+
+// The next event. What the cursor tells of it holds until the next call.
+TreeEvent TreeNext(TreeCursor *cursor);
+
+// True when the directory was to be read, and was not or not to its end.
+[[nodiscard]] bool IsUnread(PlaceEnd end);
