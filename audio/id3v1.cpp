@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "audio/id3v1.h"
 
-#include <errno.h>
 #include <syslog.h>
 #include <unistd.h>
+
+#include "platform/file.h"
 
 namespace {
 
@@ -33,11 +34,7 @@ int Id3v1Read(Mp3FileCtx *ctx, Id3v1Block *block) {
         syslog(LOG_ERR, "%s (%d) Failed to seek to (%lld)", kLogName, __LINE__, static_cast<long long>(text));
         return -1;
     }
-    ssize_t got = 0;
-    do {
-        got = read(ctx->file.get(), block->bytes, sizeof block->bytes);
-    } while (got < 0 && errno == EINTR);
-    if (got <= 0) {
+    if (FileReadSome(ctx->file, block->bytes, sizeof block->bytes) <= 0) {
         syslog(LOG_ERR, "%s (%d) Failed to read id3v1 data", kLogName, __LINE__);
         return -1;
     }

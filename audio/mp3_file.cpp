@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "audio/mp3_file.h"
 
-#include <errno.h>
 #include <string.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -9,16 +8,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/file.h"
+
 namespace {
 
 // Makes the window begin at `pos`, which lies below readable_end. A position that cannot be read (a bad
 // sector, a file cut short by another program) becomes the end: trying every byte behind it would take the
 // disk's time for each.
 void Refill(Mp3FileCtx *ctx, int64_t pos) {
-    ssize_t count;
-    do {
-        count = pread(ctx->file.get(), ctx->cache, sizeof ctx->cache, pos);
-    } while (count < 0 && errno == EINTR);
+    ssize_t count = FileReadSomeAt(ctx->file, static_cast<uint64_t>(pos), ctx->cache, sizeof ctx->cache);
     if (count <= 0) {
         ctx->readable_end = pos;
         count = 0;

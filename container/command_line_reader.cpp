@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "container/command_line_reader.h"
 
-#include "platform/handle.h"
+#include "platform/clock.h"
+#include "platform/file.h"
+#include "platform/sdk/program.h"
 
 #include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
 #include <string.h>
 #include <sys/wait.h>
-#include <time.h>
 
 #include <algorithm>
 
@@ -22,48 +22,16 @@ constexpr char kShell[] = "/bin/sh";
 constexpr int kFirstSleep = 1; // milliseconds
 constexpr int kLongestSleep = 50;
 
-int64_t Now() {
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
-}
-
 // Starts the shell with `output` as its standard output; it is closed here. The process id, or -1.
 pid_t ShellStart(const char *command, FdHandle output) {
-    posix_spawnattr_t attributes;
-    if (posix_spawnattr_init(&attributes) != 0)
-        return -1;
-    posix_spawn_file_actions_t actions;
-    if (posix_spawn_file_actions_init(&actions) != 0) {
-        posix_spawnattr_destroy(&attributes);
-        return -1;
-    }
-    sigset_t all_signals;
-    sigset_t no_signals;
-    sigfillset(&all_signals);
-    sigemptyset(&no_signals);
-    // The calls take the words without const for history's sake and do not write to them.
-    char *const arguments[] = {const_cast<char *>("sh"), const_cast<char *>("-c"),
-                               const_cast<char *>(command), nullptr};
-    pid_t child = -1;
-    if (posix_spawnattr_setsigdefault(&attributes, &all_signals) != 0 ||
-        posix_spawnattr_setsigmask(&attributes, &no_signals) != 0 ||
-        posix_spawnattr_setpgroup(&attributes, 0) != 0 ||
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK |
-                                                  POSIX_SPAWN_SETPGROUP) != 0 ||
-        posix_spawn_file_actions_adddup2(&actions, output.get(), STDOUT_FILENO) != 0 ||
-        posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1) != 0 ||
-        posix_spawn(&child, kShell, &actions, &attributes, arguments, environ) != 0)
-        child = -1;
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
-    return child;
+    const char *const arguments[] = {"sh", "-c", command, nullptr};
+    return ProgramStart(kShell, arguments, {.output = output.get(), .own_group = true});
 }
 
 // True when the pipe has bytes or has ended, false when the time is over.
 bool WaitForBytes(const FdHandle &pipe, int64_t deadline) {
     for (;;) {
-        const int64_t rest = deadline - Now();
+        const int64_t rest = deadline - MonotonicMilliseconds();
         if (rest <= 0)
             return false;
         pollfd wait = {.fd = pipe.get(), .events = POLLIN, .revents = 0};
@@ -80,9 +48,7 @@ CommandLine LineRead(const FdHandle &pipe, int64_t deadline, char *line, size_t 
     while (length < size - 1) {
         if (!WaitForBytes(pipe, deadline))
             return CommandLine::kTimedOut;
-        const ssize_t got = read(pipe.get(), line + length, size - 1 - length);
-        if (got < 0 && errno == EINTR)
-            continue;
+        const ssize_t got = FileReadSome(pipe, line + length, size - 1 - length);
         if (got <= 0)
             break;
         const void *newline = memchr(line + length, '\n', static_cast<size_t>(got));
@@ -103,14 +69,13 @@ void ShellEnd(pid_t child, int64_t deadline) {
         const pid_t ended = waitpid(child, nullptr, WNOHANG);
         if (ended == child || (ended < 0 && errno != EINTR))
             return;
-        if (Now() >= deadline)
+        if (MonotonicMilliseconds() >= deadline)
             break;
         poll(nullptr, 0, sleep);
         sleep = std::min(sleep * 2, kLongestSleep);
     }
     kill(-child, SIGKILL);
-    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    ProgramWait(child);
 }
 
 } // namespace
@@ -121,7 +86,7 @@ CommandLine CommandLineRead(const char *command, int time_limit, char *line, siz
     if (pipe2(ends, O_CLOEXEC) != 0)
         return CommandLine::kNotStarted;
     FdHandle output(ends[0]);
-    const int64_t deadline = Now() + time_limit;
+    const int64_t deadline = MonotonicMilliseconds() + time_limit;
     const pid_t child = ShellStart(command, FdHandle(ends[1]));
     if (child < 0)
         return CommandLine::kNotStarted;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "container/flac_blocks.h"
 
-#include "platform/handle.h"
+#include "platform/bytes.h"
+#include "platform/file.h"
 #include "platform/limits.h"
 
 #include <string.h>
-#include <unistd.h>
 
 #include <algorithm>
 
@@ -48,10 +48,7 @@ bool StepOver(Position *position, uint64_t size) {
 
 // The bytes of an ID3v2 tag, its size counted as libFLAC does (a footer is not part of it).
 uint64_t Id3TagSize(const uint8_t (&header)[kId3HeaderSize]) {
-    uint64_t size = 0;
-    for (size_t i = kId3HeaderSize - 4; i < kId3HeaderSize; i++)
-        size = size << 7 | (header[i] & 0x7F);
-    return kId3HeaderSize + size;
+    return kId3HeaderSize + uint64_t{Syncsafe32(header + kId3HeaderSize - 4)};
 }
 
 // Passes an ID3v2 tag. False when something else than the FLAC marker follows; libFLAC knows one tag only.
@@ -74,16 +71,14 @@ bool FlacBlocksAreBounded(const char *path) {
     if (!file)
         return false;
     Reader reader = {file, {}, 0};
-    reader.held = static_cast<size_t>(std::max<ssize_t>(pread(file.get(), reader.window, kWindow, 0), 0));
+    reader.held = static_cast<size_t>(std::max<ssize_t>(FileReadSomeAt(file, 0, reader.window, kWindow), 0));
     Position position = {};
     if (!FindMarker(reader, &position))
         return false;
     // A file that ends too early is libFLAC's to refuse: it costs nothing more.
     uint8_t header[kBlockHeaderSize];
     while (Read(reader, position.offset, header, sizeof header)) {
-        const uint32_t size =
-            static_cast<uint32_t>(header[1]) << 16 | static_cast<uint32_t>(header[2]) << 8 | header[3];
-        if (!StepOver(&position, kBlockHeaderSize + size))
+        if (!StepOver(&position, kBlockHeaderSize + BigEndian24(header + 1)))
             return false;
         if ((header[0] & kLastBlock) != 0)
             return true;

@@ -3,6 +3,7 @@
 
 #include "platform/handle.h"
 #include "platform/limits.h"
+#include "platform/sdk/program.h"
 
 #include <errno.h>
 #include <signal.h>
@@ -46,9 +47,7 @@ int ExitStatus(pid_t pid, int status) {
 
 void ChildKill(pid_t pid) {
     kill(pid, SIGKILL);
-    // The daemon's SIGUSR1 comes at any time.
-    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    ProgramWait(pid);
 }
 
 int ChildMemoryExceeded(pid_t pid, const char *memory_file) {

@@ -2,16 +2,16 @@
 #include "daemon/queue_reader.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 
+#include "platform/file.h"
+
 bool QueueReader::Open(const char *path) {
-    // Without O_NONBLOCK a pipe at the queue's place would hold the daemon for ever.
-    FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    FdHandle file = OpenForReading(path);
     struct stat status;
     if (!file || fstat(file.get(), &status) != 0)
         return false;
@@ -30,17 +30,13 @@ void QueueReader::Refill() {
     memmove(buffer_.data(), buffer_.data() + start_, end_ - start_);
     end_ -= start_;
     start_ = 0;
-    while (end_ < kBufferSize) {
-        const ssize_t got = pread(file_.get(), buffer_.data() + end_, kBufferSize - end_, behind_buffer_);
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got < 0)
-            failure_ = errno;
-        if (got <= 0)
-            break;
-        end_ += static_cast<size_t>(got);
-        behind_buffer_ += static_cast<off_t>(got);
-    }
+    int failure = 0;
+    const size_t got = FileReadUpTo(file_, static_cast<uint64_t>(behind_buffer_), buffer_.data() + end_,
+                                    kBufferSize - end_, &failure);
+    end_ += got;
+    behind_buffer_ += static_cast<off_t>(got);
+    if (failure != 0)
+        failure_ = failure;
 }
 
 void QueueReader::PositionShow() const {

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "photo/photo_ea.h"
 
-#include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
 #include <syslog.h>
 #include <unistd.h>
 
-#include "platform/handle.h"
+#include "platform/file.h"
 #include "platform/velusdk.h"
 
 namespace {
@@ -19,9 +18,8 @@ constexpr char kDescAttribute[] = "VELUPHOTO:DESC";
 
 constexpr size_t kAttributePathSize = 4095;
 
-// What stands at the place may be a pipe, which an ordinary open would wait for.
 FileHandle AttributeOpen(const char *path) {
-    FdHandle file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    FdHandle file = OpenForReading(path);
     FileHandle stream(file ? fdopen(file.get(), "rb") : nullptr);
     if (stream != nullptr)
         static_cast<void>(file.Release());

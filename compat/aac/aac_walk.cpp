@@ -2,7 +2,8 @@
 #include "compat/aac/aac_walk.h"
 
 #include "compat/aac/aac_bits.h"
-#include "platform/handle.h"
+#include "platform/bytes.h"
+#include "platform/file.h"
 
 #include <string.h>
 
@@ -52,9 +53,7 @@ uint64_t Id3TagPass(Window *window) {
     const auto header = BytesAt(window, 0, kId3HeaderSize);
     if (header.size() < kId3HeaderSize || memcmp(header.data(), "ID3", 3) != 0)
         return 0;
-    uint64_t size = 0;
-    for (const uint8_t byte : header.last<4>())
-        size = size << 7 | (byte & 0x7F);
+    const uint64_t size = Syncsafe32(header.last<4>().data());
     return kId3HeaderSize + size + ((header[5] & kId3Footer) != 0 ? kId3HeaderSize : 0);
 }
 

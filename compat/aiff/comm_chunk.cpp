@@ -6,6 +6,8 @@
 #include <cmath>
 #include <limits>
 
+#include "platform/bytes.h"
+
 namespace {
 
 constexpr int kBitsPerByte = 8;
@@ -21,24 +23,17 @@ constexpr CompressedFormat kCompressedFormats[] = {
     {"ulaw", 14, 2}, {"ULAW", 14, 2}, {"alaw", 13, 2}, {"ALAW", 13, 2}, {"fl32", 32, 4}, {"FL32", 32, 4},
 };
 
-uint64_t BigEndian(std::span<const uint8_t> bytes) {
-    uint64_t value = 0;
-    for (const uint8_t byte : bytes)
-        value = value << 8 | byte;
-    return value;
-}
-
 // IEEE 754 double extended: a sign bit, 15 bits of exponent, and a mantissa whose leading bit is written out,
 // so that an unnormalised one needs no care.
 double ExtendedToDouble(std::span<const uint8_t, 10> bytes) {
     constexpr int kExponentMask = 0x7FFF;
     constexpr int kExponentBias = 16383;
     constexpr int kMantissaFraction = 63;
-    const int head = static_cast<int>(BigEndian(bytes.first<2>()));
+    const int head = BigEndian16(bytes.data());
     const int exponent = head & kExponentMask;
     const double size = exponent == kExponentMask
                             ? std::numeric_limits<double>::infinity()
-                            : std::ldexp(static_cast<double>(BigEndian(bytes.last<8>())),
+                            : std::ldexp(static_cast<double>(BigEndian64(bytes.data() + 2)),
                                          exponent - kExponentBias - kMantissaFraction);
     return (head & ~kExponentMask) != 0 ? -size : size;
 }
@@ -47,9 +42,9 @@ double ExtendedToDouble(std::span<const uint8_t, 10> bytes) {
 
 CommChunk CommChunkDecode(std::span<const uint8_t, kCommCompressedSize> bytes, bool compressed) {
     CommChunk comm = {};
-    comm.channels = static_cast<int>(BigEndian(bytes.subspan<0, 2>()));
-    comm.sample_frames = BigEndian(bytes.subspan<2, 4>());
-    comm.bits = static_cast<int>(BigEndian(bytes.subspan<6, 2>()));
+    comm.channels = BigEndian16(&bytes[0]);
+    comm.sample_frames = BigEndian32(&bytes[2]);
+    comm.bits = BigEndian16(&bytes[6]);
     comm.segment_size = (comm.bits + kBitsPerByte - 1) / kBitsPerByte;
     comm.rate = ExtendedToDouble(bytes.subspan<8, 10>());
     if (!compressed)

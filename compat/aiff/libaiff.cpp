@@ -2,7 +2,8 @@
 #include "libaiff/libaiff.h"
 
 #include "compat/aiff/comm_chunk.h"
-#include "platform/handle.h"
+#include "platform/bytes.h"
+#include "platform/file.h"
 #include "platform/limits.h"
 
 #include <string.h>
@@ -28,8 +29,7 @@ struct ChunkHeader {
 ChunkHeader ChunkHeaderDecode(const uint8_t *bytes) {
     ChunkHeader header = {};
     memcpy(header.type, bytes, sizeof header.type);
-    for (size_t i = sizeof header.type; i < kChunkHeaderSize; i++)
-        header.size = header.size << 8 | bytes[i];
+    header.size = BigEndian32(bytes + sizeof header.type);
     return header;
 }
 

@@ -1,27 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "compat/mp4v2/box_file.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 
-namespace {
+#include "platform/file.h"
 
-size_t ReadAt(int fd, uint64_t offset, uint8_t *out, size_t size) {
-    size_t done = 0;
-    while (done < size) {
-        const ssize_t count = pread(fd, out + done, size - done, static_cast<off_t>(offset + done));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            break;
-        done += static_cast<size_t>(count);
-    }
-    return done;
-}
+namespace {
 
 bool IsInFile(const BoxFile &file, uint64_t offset, size_t size) {
     return offset <= file.size && size <= file.size - offset;
@@ -30,16 +14,8 @@ bool IsInFile(const BoxFile &file, uint64_t offset, size_t size) {
 } // namespace
 
 bool BoxFileOpen(BoxFile *file, const char *path) {
-    // Opening alone makes some devices act, so the kind is asked before; afterwards again, because the name
-    // may have changed hands in between.
-    struct stat status;
-    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
-        return false;
-    file->fd = FdHandle(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!file->fd || fstat(file->fd.get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return false;
-    file->size = static_cast<uint64_t>(status.st_size);
-    return true;
+    file->fd = RegularFileOpen(path, &file->size);
+    return static_cast<bool>(file->fd);
 }
 
 const uint8_t *BoxFileBytes(BoxFile *file, uint64_t offset, size_t size) {
@@ -52,7 +28,7 @@ const uint8_t *BoxFileBytes(BoxFile *file, uint64_t offset, size_t size) {
     if (!held()) {
         const auto length = static_cast<size_t>(std::min<uint64_t>(kMp4Window, file->size - offset));
         file->window_start = offset;
-        file->window_length = ReadAt(file->fd.get(), offset, file->window.data(), length);
+        file->window_length = FileReadUpTo(file->fd, offset, file->window.data(), length);
         if (!held())
             return nullptr;
     }
@@ -60,5 +36,5 @@ const uint8_t *BoxFileBytes(BoxFile *file, uint64_t offset, size_t size) {
 }
 
 bool BoxFileCopy(const BoxFile &file, uint64_t offset, uint8_t *out, size_t size) {
-    return IsInFile(file, offset, size) && ReadAt(file.fd.get(), offset, out, size) == size;
+    return IsInFile(file, offset, size) && FileReadAt(file.fd, offset, out, size);
 }

@@ -30,16 +30,3 @@ const uint8_t *BoxFileBytes(BoxFile *file, uint64_t offset, size_t size);
 
 // Copies `size` bytes at `offset`, past the window. False when the file does not hold them all.
 [[nodiscard]] bool BoxFileCopy(const BoxFile &file, uint64_t offset, uint8_t *out, size_t size);
-
-// Big-endian numbers.
-inline uint16_t BoxNumber16(const uint8_t *bytes) {
-    return static_cast<uint16_t>(bytes[0] << 8 | bytes[1]);
-}
-
-inline uint32_t BoxNumber32(const uint8_t *bytes) {
-    return uint32_t{BoxNumber16(bytes)} << 16 | BoxNumber16(bytes + 2);
-}
-
-inline uint64_t BoxNumber64(const uint8_t *bytes) {
-    return uint64_t{BoxNumber32(bytes)} << 32 | BoxNumber32(bytes + 4);
-}

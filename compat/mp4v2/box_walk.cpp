@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "platform/bytes.h"
+
 namespace {
 
 constexpr uint64_t kHeaderBytes = 8;
@@ -23,14 +25,14 @@ bool BoxNext(BoxFile *file, uint64_t *pos, uint64_t end, Box *box) {
         return false;
     const uint64_t rest = end - *pos;
     uint64_t header_bytes = kHeaderBytes;
-    uint64_t size = BoxNumber32(header);
-    box->type = BoxNumber32(header + 4);
+    uint64_t size = BigEndian32(header);
+    box->type = BigEndian32(header + 4);
     if (size == kSizeIsLarge) {
         header_bytes = kLargeHeaderBytes;
         header = rest < kLargeHeaderBytes ? nullptr : BoxFileBytes(file, *pos, kLargeHeaderBytes);
         if (header == nullptr)
             return false;
-        size = BoxNumber64(header + kHeaderBytes);
+        size = BigEndian64(header + kHeaderBytes);
     } else if (size == kSizeToFileEnd) {
         size = rest;
     }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "compat/mp4v2/item_list.h"
+#include "platform/bytes.h"
 
 namespace {
 
@@ -33,7 +34,7 @@ bool ItemValueFind(BoxFile *file, const Box &item, uint32_t index, ItemValue *va
     const uint8_t *head = data.Exists() ? BoxPayload(file, data, kValueHeadBytes) : nullptr;
     if (head == nullptr)
         return false;
-    *value = {BoxNumber32(head) & kTypeCodeMask, data.start + kValueHeadBytes,
+    *value = {BigEndian32(head) & kTypeCodeMask, data.start + kValueHeadBytes,
               data.PayloadSize() - kValueHeadBytes};
     return true;
 }

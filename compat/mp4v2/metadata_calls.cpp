@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+#include "platform/bytes.h"
+
 namespace {
 
 // `data` of a pair of numbers: 2 unused bytes, the number, the total; a track pair ends with 2 unused bytes,
@@ -49,8 +51,8 @@ bool TextGet(MP4FileHandle handle, Item item, char **text) {
 
 void PairRead(BoxFile *file, const ItemValue &value, uint16_t *number, uint16_t *total) {
     if (const uint8_t *bytes = BoxFileBytes(file, value.start, kShortPairBytes)) {
-        *number = BoxNumber16(bytes + kPairNumberAt);
-        *total = BoxNumber16(bytes + kPairTotalAt);
+        *number = BigEndian16(bytes + kPairNumberAt);
+        *total = BigEndian16(bytes + kPairTotalAt);
     }
 }
 
@@ -91,7 +93,7 @@ bool MP4GetMetadataGenreNumber(MP4FileHandle file, uint16_t *number) {
     ItemValue value;
     if (ValueFind(file, Item::kGenreNumber, 0, &value) && value.size == kGenreNumberBytes) {
         if (const uint8_t *bytes = BoxFileBytes(&MovieOf(file)->file, value.start, kGenreNumberBytes))
-            *number = BoxNumber16(bytes);
+            *number = BigEndian16(bytes);
     }
     return true;
 }

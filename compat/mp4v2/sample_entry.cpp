@@ -7,6 +7,7 @@
 #include <array>
 #include <span>
 
+#include "platform/bytes.h"
 #include "platform/limits.h"
 
 namespace {
@@ -95,7 +96,7 @@ void StreamDescriptorRead(BoxFile *file, const Box &box, Mp4Track *track) {
         rest.size() < kDecoderConfigBytes)
         return;
     track->object_type = rest[kObjectTypeAt];
-    track->average_bit_rate = BoxNumber32(rest.data() + kAverageBitRateAt);
+    track->average_bit_rate = BigEndian32(rest.data() + kAverageBitRateAt);
 }
 
 uint64_t BehindFields(const Box &entry, uint64_t fixed) {
@@ -108,17 +109,17 @@ uint64_t SoundRead(BoxFile *file, const Box &entry, bool is_quicktime, Mp4Track 
     if (bytes == nullptr)
         return entry.end;
     // Elsewhere a version 1 has nothing appended.
-    const uint16_t version = is_quicktime ? BoxNumber16(bytes + kSoundVersionAt) : uint16_t{0};
+    const uint16_t version = is_quicktime ? BigEndian16(bytes + kSoundVersionAt) : uint16_t{0};
     size_t fixed = version == 1 ? kSoundBytes1 : kSoundBytes;
-    uint32_t channels = BoxNumber16(bytes + kSoundChannelsAt);
-    uint32_t bits = BoxNumber16(bytes + kSoundBitsAt);
+    uint32_t channels = BigEndian16(bytes + kSoundChannelsAt);
+    uint32_t bits = BigEndian16(bytes + kSoundBitsAt);
     if (version == 2) {
         fixed = kSoundBytes2;
         bytes = BoxPayload(file, entry, fixed);
         if (bytes == nullptr)
             return entry.end;
-        channels = BoxNumber32(bytes + kSound2ChannelsAt);
-        bits = BoxNumber32(bytes + kSound2BitsAt);
+        channels = BigEndian32(bytes + kSound2ChannelsAt);
+        bits = BigEndian32(bytes + kSound2BitsAt);
     }
     // No layout of loudspeakers comes near the 16 bits that the field once had.
     if (channels > UINT16_MAX)
@@ -134,8 +135,8 @@ uint64_t VideoRead(BoxFile *file, const Box &entry, Mp4Track *track) {
     const uint8_t *bytes = BoxPayload(file, entry, kVideoSizeBytes);
     if (bytes == nullptr)
         return entry.end;
-    const uint16_t width = BoxNumber16(bytes + kVideoWidthAt);
-    const uint16_t height = BoxNumber16(bytes + kVideoHeightAt);
+    const uint16_t width = BigEndian16(bytes + kVideoWidthAt);
+    const uint16_t height = BigEndian16(bytes + kVideoHeightAt);
     if (width != 0 && height != 0) {
         track->width = width;
         track->height = height;

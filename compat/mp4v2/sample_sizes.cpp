@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <span>
 
+#include "platform/bytes.h"
+
 namespace {
 
 // Both tables: version and flags, then the size of all samples or of the fields, then the number of samples.
@@ -34,11 +36,11 @@ uint64_t SumOf(std::span<const uint8_t> entries, unsigned bits) {
         break;
     case 16:
         for (size_t i = 0; i < entries.size(); i += 2)
-            sum += BoxNumber16(&entries[i]);
+            sum += BigEndian16(&entries[i]);
         break;
     default:
         for (size_t i = 0; i < entries.size(); i += 4)
-            sum += BoxNumber32(&entries[i]);
+            sum += BigEndian32(&entries[i]);
         break;
     }
     return sum;
@@ -74,12 +76,12 @@ uint64_t SampleSizesSum(BoxFile *file, const Mp4Track &track) {
     const uint8_t *header = track.sizes.Exists() ? BoxPayload(file, track.sizes, kTableHeaderBytes) : nullptr;
     if (header == nullptr)
         return 0;
-    const uint32_t count = BoxNumber32(header + kCountAt);
+    const uint32_t count = BigEndian32(header + kCountAt);
     if (track.sizes.type == BoxType("stz2")) {
         const uint8_t bits = header[kFieldBitsAt];
         return bits == 4 || bits == 8 || bits == 16 ? EntriesSum(file, track.sizes, count, bits) : 0;
     }
-    const uint32_t size_of_all = BoxNumber32(header + kSizeAt);
+    const uint32_t size_of_all = BigEndian32(header + kSizeAt);
     if (size_of_all == 0)
         return EntriesSum(file, track.sizes, count, 32);
     // QuickTime counts each sample of PCM sound as 1 byte, whatever its width; newer writers give the true

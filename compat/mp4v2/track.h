@@ -6,6 +6,7 @@
 #include <stdint.h>
 
 #include "compat/mp4v2/box_walk.h"
+#include "platform/bytes.h"
 
 inline constexpr int kMp4NoChannels = -1;
 
@@ -24,5 +25,5 @@ struct Mp4Track {
 };
 
 inline bool Mp4TrackIs(const Mp4Track &track, uint32_t type) {
-    return BoxNumber32(reinterpret_cast<const uint8_t *>(track.type)) == type;
+    return BigEndian32(reinterpret_cast<const uint8_t *>(track.type)) == type;
 }

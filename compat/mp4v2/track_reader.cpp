@@ -5,6 +5,8 @@
 
 #include <string.h>
 
+#include "platform/bytes.h"
+
 namespace {
 
 // Where fields stand in the payload. Version 1 has 64-bit times; any other is read as version 0.
@@ -45,9 +47,9 @@ bool TrackHeaderRead(BoxFile *file, const Box &box, Mp4Track *track) {
     const uint8_t *bytes = BoxPayload(file, box, layout.size);
     if (bytes == nullptr)
         return false;
-    track->id = BoxNumber32(bytes + layout.id);
-    track->width = static_cast<uint16_t>(BoxNumber32(bytes + layout.width) >> kFixedPointBits);
-    track->height = static_cast<uint16_t>(BoxNumber32(bytes + layout.height) >> kFixedPointBits);
+    track->id = BigEndian32(bytes + layout.id);
+    track->width = static_cast<uint16_t>(BigEndian32(bytes + layout.width) >> kFixedPointBits);
+    track->height = static_cast<uint16_t>(BigEndian32(bytes + layout.height) >> kFixedPointBits);
     return true;
 }
 
@@ -57,8 +59,8 @@ bool MediaHeaderRead(BoxFile *file, const Box &box, Mp4Track *track) {
     const uint8_t *bytes = BoxPayload(file, box, layout.size);
     if (bytes == nullptr)
         return false;
-    track->time_scale = BoxNumber32(bytes + layout.time_scale);
-    track->duration = is_long ? BoxNumber64(bytes + layout.duration) : BoxNumber32(bytes + layout.duration);
+    track->time_scale = BigEndian32(bytes + layout.time_scale);
+    track->duration = is_long ? BigEndian64(bytes + layout.duration) : BigEndian32(bytes + layout.duration);
     return true;
 }
 

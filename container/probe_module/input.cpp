@@ -7,6 +7,8 @@
 
 #include <utility>
 
+#include "platform/file.h"
+
 namespace {
 
 // As much as libavformat reads at a time from a file of its own.
@@ -14,10 +16,7 @@ constexpr int kBufferSize = 32768;
 
 int InputRead(void *opaque, uint8_t *buffer, int size) {
     const auto *input = static_cast<const MediaInput *>(opaque);
-    ssize_t got = 0;
-    do {
-        got = read(input->fd.get(), buffer, static_cast<size_t>(size));
-    } while (got < 0 && errno == EINTR);
+    const ssize_t got = FileReadSome(input->fd, buffer, static_cast<size_t>(size));
     if (got < 0)
         return AVERROR(errno);
     return got > 0 ? static_cast<int>(got) : AVERROR_EOF;

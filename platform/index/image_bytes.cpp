@@ -24,10 +24,3 @@ const uint8_t *ImageBytes(ImageReader *reader, uint64_t offset, size_t size) {
     }
     return reader->window.data() + (offset - reader->start);
 }
-
-uint64_t ImageNumber(const uint8_t *bytes, size_t size, ByteOrder order) {
-    uint64_t number = 0;
-    for (size_t i = 0; i < size; ++i)
-        number = (number << 8) | bytes[order == ByteOrder::kBig ? i : size - 1 - i];
-    return number;
-}

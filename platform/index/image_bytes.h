@@ -28,8 +28,3 @@ struct ImageReader {
 // `size` bytes (at most kImageWindow) at `offset`, valid until the next call; null when the file does not
 // hold them all.
 const uint8_t *ImageBytes(ImageReader *reader, uint64_t offset, size_t size);
-
-enum class ByteOrder { kBig, kLittle };
-
-// An unsigned number of `size` bytes (at most 8).
-uint64_t ImageNumber(const uint8_t *bytes, size_t size, ByteOrder order);

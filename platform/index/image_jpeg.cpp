@@ -4,6 +4,7 @@
 // by their lengths, so that the frame header of a thumbnail inside one of them is never seen.
 #include "platform/index/image_formats.h"
 
+#include "platform/bytes.h"
 #include "platform/limits.h"
 
 namespace {
@@ -71,7 +72,7 @@ bool FrameSize(JpegWalk *walk, uint64_t length, PictureSize *size) {
     const size_t components = frame[7];
     if (components == 0 || length != kFrameHeader + components * kFrameComponent)
         return false;
-    *size = {ImageNumber(frame + 5, 2, ByteOrder::kBig), ImageNumber(frame + 3, 2, ByteOrder::kBig)};
+    *size = {BytesNumber(frame + 5, 2, ByteOrder::kBig), BytesNumber(frame + 3, 2, ByteOrder::kBig)};
     return true;
 }
 
@@ -88,7 +89,7 @@ bool JpegPictureSize(ImageReader *reader, PictureSize *size) {
         const uint8_t *bytes = ImageBytes(reader, walk.position, kSegmentLength);
         if (bytes == nullptr)
             return false;
-        const uint64_t length = ImageNumber(bytes, kSegmentLength, ByteOrder::kBig);
+        const uint64_t length = BytesNumber(bytes, kSegmentLength, ByteOrder::kBig);
         if (IsFrame(marker))
             return FrameSize(&walk, length, size);
         if (length < kSegmentLength)

@@ -5,13 +5,15 @@
 
 #include <string.h>
 
+#include "platform/bytes.h"
+
 namespace {
 
 uint64_t Big(const uint8_t *bytes, size_t size) {
-    return ImageNumber(bytes, size, ByteOrder::kBig);
+    return BytesNumber(bytes, size, ByteOrder::kBig);
 }
 uint64_t Little(const uint8_t *bytes, size_t size) {
-    return ImageNumber(bytes, size, ByteOrder::kLittle);
+    return BytesNumber(bytes, size, ByteOrder::kLittle);
 }
 
 // BMP: the length of the bitmap header, which follows the file header, tells its kind.

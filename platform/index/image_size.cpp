@@ -2,11 +2,10 @@
 //
 // VELUIndexImgResGet: opens a picture and lets the reader of its format, known by the first bytes and not by
 // the name, find the size.
-#include "platform/handle.h"
+#include "platform/file.h"
 #include "platform/index/image_formats.h"
 #include "platform/veluindex.h"
 
-#include <errno.h>
 #include <string.h>
 
 #include <string_view>
@@ -43,18 +42,8 @@ bool IsSide(uint64_t pixels) {
     return pixels >= 1 && pixels <= INT32_MAX;
 }
 
-size_t ReadFile(void *context, uint64_t offset, uint8_t *out, size_t size) {
-    const int fd = *static_cast<const int *>(context);
-    size_t done = 0;
-    while (done < size) {
-        const ssize_t got = pread(fd, out + done, size - done, static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            break;
-        done += static_cast<size_t>(got);
-    }
-    return done;
+size_t ReadFile(void *file, uint64_t offset, uint8_t *out, size_t size) {
+    return FileReadUpTo(*static_cast<const FdHandle *>(file), offset, out, size);
 }
 
 } // namespace
@@ -77,9 +66,8 @@ int PictureSizeRead(const ImageSource &source, int *width, int *height) {
 int VELUIndexImgResGet(const char *path, int *width, int *height) {
     if (path == nullptr || width == nullptr || height == nullptr)
         return -1;
-    const FdHandle file = RegularFileOpen(path, nullptr);
+    FdHandle file = RegularFileOpen(path, nullptr);
     if (!file)
         return -1;
-    int fd = file.get();
-    return PictureSizeRead({ReadFile, &fd}, width, height);
+    return PictureSizeRead({ReadFile, &file}, width, height);
 }

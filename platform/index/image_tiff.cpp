@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "platform/bytes.h"
 #include "platform/limits.h"
 
 namespace {
@@ -39,7 +40,7 @@ bool ReadNumber(ImageReader *reader, uint64_t offset, size_t size, ByteOrder ord
     const uint8_t *bytes = ImageBytes(reader, offset, size);
     if (bytes == nullptr)
         return false;
-    *number = ImageNumber(bytes, size, order);
+    *number = BytesNumber(bytes, size, order);
     return true;
 }
 
@@ -48,30 +49,30 @@ bool ReadLayout(ImageReader *reader, TiffLayout *layout) {
     if (header == nullptr)
         return false;
     const ByteOrder order = header[0] == 'I' ? ByteOrder::kLittle : ByteOrder::kBig;
-    const uint64_t version = ImageNumber(header + 2, 2, order);
+    const uint64_t version = BytesNumber(header + 2, 2, order);
     if (version == kClassicVersion) {
         *layout = {order, 4, 4, 2};
         return true;
     }
-    const uint64_t offset_size = ImageNumber(header + 4, 2, order);
-    const uint64_t reserved = ImageNumber(header + 6, 2, order);
+    const uint64_t offset_size = BytesNumber(header + 4, 2, order);
+    const uint64_t reserved = BytesNumber(header + 6, 2, order);
     *layout = {order, 8, 8, 8};
     return version == kBigVersion && offset_size == layout->offset_size && reserved == 0;
 }
 
 // The single number of an entry, which stands in its value field; 0, which is no size, for any other type.
 uint64_t EntryValue(const uint8_t *entry, const TiffLayout &layout) {
-    const uint64_t type = ImageNumber(entry + kTagSize, kTypeSize, layout.order);
-    const uint64_t count = ImageNumber(entry + kTagSize + kTypeSize, layout.offset_size, layout.order);
+    const uint64_t type = BytesNumber(entry + kTagSize, kTypeSize, layout.order);
+    const uint64_t count = BytesNumber(entry + kTagSize + kTypeSize, layout.offset_size, layout.order);
     const uint8_t *value = entry + kTagSize + kTypeSize + layout.offset_size;
     if (count != 1)
         return 0;
     if (type == kShort)
-        return ImageNumber(value, 2, layout.order);
+        return BytesNumber(value, 2, layout.order);
     if (type == kLong)
-        return ImageNumber(value, 4, layout.order);
+        return BytesNumber(value, 4, layout.order);
     if (type == kLong8 && layout.offset_size == 8)
-        return ImageNumber(value, 8, layout.order);
+        return BytesNumber(value, 8, layout.order);
     return 0;
 }
 
@@ -91,7 +92,7 @@ bool TiffPictureSize(ImageReader *reader, PictureSize *size) {
         const uint8_t *entry = ImageBytes(reader, position, EntrySize(layout));
         if (entry == nullptr)
             return false;
-        const uint64_t tag = ImageNumber(entry, kTagSize, layout.order);
+        const uint64_t tag = BytesNumber(entry, kTagSize, layout.order);
         if (tag == kImageWidth)
             size->width = EntryValue(entry, layout);
         else if (tag == kImageLength)

@@ -1,22 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "platform/sdk/line_reader.h"
 
-#include <errno.h>
-#include <unistd.h>
-
-ssize_t ReadBlock(const FdHandle &fd, char *block, size_t size) {
-    ssize_t got = 0;
-    do {
-        got = read(fd.get(), block, size);
-    } while (got < 0 && errno == EINTR);
-    return got;
-}
-
 int NextLinePiece(LineReader *reader, LinePiece *piece) {
     if (!reader->fd)
         return -1;
     if (reader->rest.empty()) {
-        const ssize_t got = ReadBlock(reader->fd, reader->block.data(), reader->block.size());
+        const ssize_t got = FileReadSome(reader->fd, reader->block.data(), reader->block.size());
         if (got < 0)
             return -1;
         if (got == 0) {

@@ -3,16 +3,13 @@
 // Reads the lines of a text file in fixed memory: a line comes in pieces, so that its length has no bound.
 #pragma once
 
-#include "platform/handle.h"
+#include "platform/file.h"
 
 #include <stddef.h>
 #include <sys/types.h>
 
 #include <array>
 #include <string_view>
-
-// read(2), begun again when a signal interrupts it.
-ssize_t ReadBlock(const FdHandle &fd, char *block, size_t size);
 
 // Some consecutive bytes of one line, without its newline. They stay valid until the next piece is read.
 struct LinePiece {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "platform/file.h"
 #include "platform/sdk/ascii.h"
-#include "platform/sdk/line_reader.h"
 #include "platform/velusdk.h"
 
 #include <errno.h>
@@ -42,7 +42,7 @@ pid_t KLIBReadPidFile(const char *pid_file) {
     if (!fd)
         return 0;
     std::array<char, kPidTextSize> text;
-    const ssize_t got = ReadBlock(fd, text.data(), text.size());
+    const ssize_t got = FileReadSome(fd, text.data(), text.size());
     if (got <= 0)
         return 0;
     const size_t length = static_cast<size_t>(got);

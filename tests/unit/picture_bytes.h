@@ -3,6 +3,7 @@
 // Pictures built byte by byte, and the size that the readers find in them.
 #pragma once
 
+#include "platform/bytes.h"
 #include "platform/index/image_formats.h"
 
 #include <gtest/gtest.h>

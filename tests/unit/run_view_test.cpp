@@ -84,10 +84,10 @@ TEST_F(RunLooked, CountsEachByteOnce) {
     FileWrite(kQueueFile, "a\nb\nc");
     const RequestFile requests = RequestFileOpen(kQueueFile);
     LineCounter counter;
-    EXPECT_EQ(LinesUpTo(&counter, requests.file.get(), 2), 1);
-    EXPECT_EQ(LinesUpTo(&counter, requests.file.get(), 3), 2);
-    EXPECT_EQ(LinesUpTo(&counter, requests.file.get(), 5), 3);
-    EXPECT_EQ(LinesUpTo(&counter, requests.file.get(), 100), 3);
+    EXPECT_EQ(LinesUpTo(&counter, requests.file, 2), 1);
+    EXPECT_EQ(LinesUpTo(&counter, requests.file, 3), 2);
+    EXPECT_EQ(LinesUpTo(&counter, requests.file, 5), 3);
+    EXPECT_EQ(LinesUpTo(&counter, requests.file, 100), 3);
 }
 
 TEST(ProgressText, TellsLinesFilesRateAndPlace) {

@@ -2,14 +2,13 @@
 #include "tools/queue/daemon_process.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <string_view>
 
-#include "platform/handle.h"
+#include "platform/file.h"
 #include "platform/velusdk.h"
 
 namespace {
@@ -26,9 +25,9 @@ int PidfdSignal(int process, int number) {
 }
 
 bool IsDaemon(pid_t pid) {
-    const FdHandle file(open(ProcPath(pid, "comm").c_str(), O_RDONLY | O_CLOEXEC));
+    const FdHandle file = OpenForReading(ProcPath(pid, "comm").c_str());
     char name[32];
-    const ssize_t length = file ? read(file.get(), name, sizeof name) : -1;
+    const ssize_t length = file ? FileReadSome(file, name, sizeof name) : -1;
     return length > 0 && std::string_view(name, static_cast<size_t>(length)) == kDaemonName;
 }
 

@@ -16,6 +16,8 @@
 
 #include <string>
 
+#include "platform/file.h"
+
 namespace {
 
 // The daemon takes the queue over at most once in a sleep; to meet that so many times in a row is no accident.
@@ -53,10 +55,10 @@ off_t SizeOf(int fd) {
     return fstat(fd, &status) == 0 ? status.st_size : 0;
 }
 
-bool EndsInsideLine(int fd) {
-    const off_t size = SizeOf(fd);
+bool EndsInsideLine(const FdHandle &file) {
+    const off_t size = SizeOf(file.get());
     char last = '\n';
-    return size > 0 && pread(fd, &last, 1, size - 1) == 1 && last != '\n';
+    return size > 0 && FileReadSomeAt(file, static_cast<uint64_t>(size - 1), &last, 1) == 1 && last != '\n';
 }
 
 // One write takes it all on every ordinary day. Returns 0 or an error number; the file is then as it was,
@@ -97,7 +99,7 @@ int QueueAppend(const char *queue, std::string_view lines, FdHandle *file) {
         Lock(fd.get());
         if (!IsFileAt(queue, fd.get()))
             continue;
-        const std::string text = (EndsInsideLine(fd.get()) ? "\n" : "") + std::string(lines);
+        const std::string text = (EndsInsideLine(fd) ? "\n" : "") + std::string(lines);
         if (const int error = WriteWhole(fd.get(), text); error != 0)
             return error;
         if (!IsFileAt(queue, fd.get()))

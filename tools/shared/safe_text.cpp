@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <span>
 
+#include "platform/utf8.h"
+
 namespace {
 
 bool unicode_terminal = false;
@@ -57,48 +59,11 @@ bool IsShownOnPage(char32_t character) {
            (!IsIn(kHidden, character) && (character & kNoCharacter) != kNoCharacter);
 }
 
-struct Form {
-    unsigned char mask;
-    unsigned char lead;
-    size_t following;
-    char32_t least; // a smaller character in so many bytes has a shorter form, which alone is valid
-};
-constexpr Form kForms[] = {
-    {0x80, 0x00, 0, 0}, {0xE0, 0xC0, 1, 0x80}, {0xF0, 0xE0, 2, 0x800}, {0xF8, 0xF0, 3, 0x10000}};
-constexpr char32_t kLastCharacter = 0x10FFFF;
-constexpr Range kSurrogates = {0xD800, 0xDFFF};
-
 } // namespace
 
 void SafeTextPrepare() {
     setlocale(LC_CTYPE, "");
     unicode_terminal = strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
-}
-
-bool CharacterTake(std::string_view *text, char32_t *character) {
-    if (text->empty())
-        return false;
-    const auto lead = static_cast<unsigned char>(text->front());
-    for (const Form &form : kForms) {
-        if ((lead & form.mask) != form.lead)
-            continue;
-        if (text->size() <= form.following)
-            return false;
-        char32_t value = static_cast<unsigned char>(lead & ~form.mask);
-        for (size_t at = 1; at <= form.following; ++at) {
-            const auto byte = static_cast<unsigned char>((*text)[at]);
-            if ((byte & 0xC0) != 0x80)
-                return false;
-            value = value << 6 | (byte & 0x3FU);
-        }
-        if (value < form.least || value > kLastCharacter ||
-            (value >= kSurrogates.first && value <= kSurrogates.last))
-            return false;
-        *character = value;
-        text->remove_prefix(form.following + 1);
-        return true;
-    }
-    return false;
 }
 
 namespace {
@@ -109,7 +74,7 @@ std::string WrittenOut(std::string_view bytes, bool (*is_shown)(char32_t charact
     while (!bytes.empty()) {
         const std::string_view before = bytes;
         char32_t character = 0;
-        if (!CharacterTake(&bytes, &character)) {
+        if (Utf8Take(&bytes, &character) != Utf8::kCharacter) {
             snprintf(written, sizeof written, "\\x%02X",
                      static_cast<unsigned>(static_cast<unsigned char>(bytes[0])));
             bytes.remove_prefix(1);
@@ -139,7 +104,7 @@ std::string SafePageText(std::string_view bytes) {
 
 size_t DisplayWidth(std::string_view safe) {
     size_t width = 0;
-    for (char32_t character = 0; CharacterTake(&safe, &character);)
+    for (char32_t character = 0; Utf8Take(&safe, &character) == Utf8::kCharacter;)
         width += character < kFirstUnicode
                      ? 1
                      : static_cast<size_t>(std::max(wcwidth(static_cast<wchar_t>(character)), 0));
@@ -154,7 +119,7 @@ std::string DisplayCut(std::string_view safe, size_t columns) {
     std::string_view rest = safe;
     size_t width = 0;
     size_t kept = 0;
-    for (char32_t character = 0; CharacterTake(&rest, &character);) {
+    for (char32_t character = 0; Utf8Take(&rest, &character) == Utf8::kCharacter;) {
         width += character < kFirstUnicode
                      ? 1
                      : static_cast<size_t>(std::max(wcwidth(static_cast<wchar_t>(character)), 0));

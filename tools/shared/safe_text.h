@@ -25,6 +25,3 @@ size_t DisplayWidth(std::string_view safe);
 
 // The text cut to so many columns, the last of them "…" (or "~") when something is missing.
 std::string DisplayCut(std::string_view safe, size_t columns);
-
-// Takes the first character off the front of `text` when it is valid UTF-8 (RFC 3629); else nothing, and false.
-[[nodiscard]] bool CharacterTake(std::string_view *text, char32_t *character);

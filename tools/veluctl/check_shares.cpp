@@ -11,7 +11,7 @@
 #include "daemon/tree_cursor.h"
 #include "daemon/walk_rules.h"
 #include "photo/photo_index.h"
-#include "platform/handle.h"
+#include "platform/file.h"
 #include "platform/media_record.h"
 #include "platform/path.h"
 #include "tools/veluctl/check.h"
@@ -37,7 +37,7 @@ void Find(Check *check, const char *problem, const std::string &path, std::strin
 int ReadError(const std::string &path) {
     const FdHandle file = OpenForReading(path.c_str());
     char byte = 0;
-    return !file || pread(file.get(), &byte, 1, 0) < 0 ? errno : 0;
+    return !file || FileReadSomeAt(file, 0, &byte, 1) < 0 ? errno : 0;
 }
 
 void FileCheck(Check *check, const std::string &path, off_t size) {

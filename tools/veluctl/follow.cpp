@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "platform/clock.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/veluctl/catalogue_reader.h"
 #include "tools/veluctl/message.h"
@@ -21,9 +22,7 @@ constexpr timespec kPause = {0, 100'000'000};
 constexpr double kCountShare = 0.02;
 
 double Now() {
-    timespec time = {};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+    return static_cast<double>(MonotonicMilliseconds()) / 1000;
 }
 
 // Counts the media rows now and then.

@@ -4,7 +4,7 @@
 #include <errno.h>
 #include <stdlib.h>
 
-#include "tools/shared/safe_text.h"
+#include "platform/utf8.h"
 #include "tools/veluctl/terminal.h"
 
 namespace {
@@ -44,7 +44,7 @@ void JsonTextPut(Json *object, const std::string &name, std::string_view bytes) 
     for (std::string_view rest = bytes; !rest.empty();) {
         const std::string_view before = rest;
         char32_t character = 0;
-        if (CharacterTake(&rest, &character)) {
+        if (Utf8Take(&rest, &character) == Utf8::kCharacter) {
             text += before.substr(0, before.size() - rest.size());
         } else {
             valid = false;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/run_view.h"
 
-#include <fcntl.h>
 #include <limits.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -16,6 +15,7 @@
 #include "catalogue/shares.h"
 #include "daemon/queue.h"
 #include "daemon/queue_reader.h"
+#include "platform/file.h"
 #include "platform/path.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/queue/queue_writer.h"
@@ -81,20 +81,21 @@ DaemonFiles DaemonFilesLook(pid_t pid, int requests) {
     return files;
 }
 
-std::string LineAt(int fd, int64_t position) {
+std::string LineAt(const FdHandle &file, int64_t position) {
     std::array<char, kQueueLineMax> text;
-    const ssize_t length = pread(fd, text.data(), text.size(), position);
+    const ssize_t length = FileReadSomeAt(file, static_cast<uint64_t>(position), text.data(), text.size());
     const std::string_view line(text.data(), length > 0 ? static_cast<size_t>(length) : 0);
     return std::string(line.substr(0, line.find('\n')));
 }
 
 } // namespace
 
-int64_t LinesUpTo(LineCounter *counter, int fd, int64_t end) {
+int64_t LinesUpTo(LineCounter *counter, const FdHandle &file, int64_t end) {
     std::array<char, kBlock> block;
     while (counter->counted < end) {
         const auto wanted = static_cast<size_t>(std::min<int64_t>(end - counter->counted, kBlock));
-        const ssize_t got = pread(fd, block.data(), wanted, counter->counted);
+        const ssize_t got =
+            FileReadSomeAt(file, static_cast<uint64_t>(counter->counted), block.data(), wanted);
         if (got <= 0)
             break;
         counter->counted += got;
@@ -108,7 +109,7 @@ RunView RunLook(RequestFile *requests, pid_t daemon) {
     const int fd = requests->file.get();
     struct stat status = {};
     fstat(fd, &status);
-    RunView view = {Phase::done, 0, LinesUpTo(&requests->total, fd, status.st_size), {}, {}};
+    RunView view = {Phase::done, 0, LinesUpTo(&requests->total, requests->file, status.st_size), {}, {}};
     if (status.st_nlink == 0) {
         view.lines_done = view.lines_total;
         return view;
@@ -122,13 +123,13 @@ RunView RunLook(RequestFile *requests, pid_t daemon) {
     const bool hidden = daemon != 0 && access(ProcPath(daemon, "fd").c_str(), R_OK) != 0;
     view.phase = files.position >= 0 || hidden ? Phase::running : Phase::kept;
     if (files.position >= 0) {
-        view.lines_done = LinesUpTo(&requests->done, fd, files.position);
-        view.request = LineAt(fd, files.position);
+        view.lines_done = LinesUpTo(&requests->done, requests->file, files.position);
+        view.request = LineAt(requests->file, files.position);
         view.file = files.media;
     }
     return view;
 }
 
 RequestFile RequestFileOpen(const char *path) {
-    return {FdHandle(open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)), {}, {}};
+    return {OpenForReading(path, O_NOFOLLOW), {}, {}};
 }

@@ -19,7 +19,7 @@ struct LineCounter {
 };
 
 // Lines from the beginning up to `end` (bytes). An open last line counts.
-int64_t LinesUpTo(LineCounter *counter, int fd, int64_t end);
+int64_t LinesUpTo(LineCounter *counter, const FdHandle &file, int64_t end);
 
 enum class Phase {
     queued,  // waiting in the queue

@@ -2,6 +2,7 @@
 #include "tools/veluwatchd/watcher.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <string.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>

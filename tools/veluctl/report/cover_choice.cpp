@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "platform/handle.h"
+#include "platform/file.h"
 #include "tools/veluctl/covers.h"
 
 namespace {
@@ -23,17 +23,12 @@ bool IsFront(const KeptCover &cover) {
 
 // Empty when it cannot be read whole or has grown meanwhile.
 std::string BytesOf(const std::string &path) {
-    const FdHandle file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    const FdHandle file = OpenForReading(path.c_str(), O_NOFOLLOW);
     std::string bytes(kCoverBytesMax + 1, '\0');
-    size_t got = 0;
-    while (file && got < bytes.size()) {
-        const ssize_t count = read(file.get(), bytes.data() + got, bytes.size() - got);
-        if (count < 0)
-            return {};
-        if (count == 0)
-            break;
-        got += static_cast<size_t>(count);
-    }
+    int failure = 0;
+    const size_t got = file ? FileReadUpTo(file, 0, bytes.data(), bytes.size(), &failure) : 0;
+    if (failure != 0)
+        return {};
     bytes.resize(got <= kCoverBytesMax ? got : 0);
     return bytes;
 }

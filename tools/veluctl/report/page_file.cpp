@@ -2,6 +2,7 @@
 #include "tools/veluctl/report/page_file.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Opening and reading files that anybody may have put there: nothing here waits for another program, and a signal
+// never makes a read come back early.
+#pragma once
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdint.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/handle.h"
+
+// Opens for reading without ever waiting, as a pipe that has taken the file's place would for its writer. `more_flags`
+// are further flags of open(2). Empty, with the reason in errno, on failure.
+inline FdHandle OpenForReading(const char *path, int more_flags = 0) noexcept {
+    return FdHandle(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | more_flags));
+}
+
+// Opens a regular file for reading; its size in bytes goes to `size` unless that is null. Anything else gives an
+// empty handle and is not even opened: a pipe may wait for its writer, and a device may do things.
+inline FdHandle RegularFileOpen(const char *path, uint64_t *size) noexcept {
+    struct stat status;
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
+        return {};
+    FdHandle file = OpenForReading(path);
+    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return {};
+    if (size != nullptr)
+        *size = static_cast<uint64_t>(status.st_size);
+    return file;
+}
+
+// Reads up to `size` bytes from where the descriptor stands, in one call. Returns how many there were, 0 at the end,
+// or -1 with the reason in errno.
+[[nodiscard]] inline ssize_t FileReadSome(const FdHandle &file, void *out, size_t size) noexcept {
+    ssize_t got = 0;
+    do {
+        got = read(file.get(), out, size);
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+// The same at `offset`; where the descriptor stands does not count and does not change.
+[[nodiscard]] inline ssize_t FileReadSomeAt(const FdHandle &file, uint64_t offset, void *out,
+                                            size_t size) noexcept {
+    if (offset > INT64_MAX) {
+        errno = EINVAL;
+        return -1;
+    }
+    ssize_t got = 0;
+    do {
+        got = pread(file.get(), out, size, static_cast<off_t>(offset));
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+// Reads `size` bytes at `offset`, in as many calls as it takes. Returns how many there were; fewer than asked for
+// mean the file's end (`failure`, unless null, becomes 0) or a failure (it becomes the error number).
+inline size_t FileReadUpTo(const FdHandle &file, uint64_t offset, void *out, size_t size,
+                           int *failure = nullptr) noexcept {
+    size_t done = 0;
+    ssize_t got = 1;
+    while (done < size && got > 0) {
+        got = FileReadSomeAt(file, offset + done, static_cast<uint8_t *>(out) + done, size - done);
+        if (got > 0)
+            done += static_cast<size_t>(got);
+    }
+    if (failure != nullptr)
+        *failure = got < 0 ? errno : 0;
+    return done;
+}
+
+// Reads `size` bytes at `offset`. False when the file ends before or cannot be read.
+[[nodiscard]] inline bool FileReadAt(const FdHandle &file, uint64_t offset, void *out, size_t size) noexcept {
+    return FileReadUpTo(file, offset, out, size) == size;
+}

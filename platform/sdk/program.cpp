@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "platform/sdk/program.h"
+
+#include <errno.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <memory>
+
+namespace {
+
+using SpawnAttributes = std::unique_ptr<posix_spawnattr_t, int (*)(posix_spawnattr_t *)>;
+using SpawnActions = std::unique_ptr<posix_spawn_file_actions_t, int (*)(posix_spawn_file_actions_t *)>;
+
+bool SignalsReset(posix_spawnattr_t *attributes, bool own_group) {
+    sigset_t all_signals;
+    sigset_t no_signals;
+    sigfillset(&all_signals);
+    sigemptyset(&no_signals);
+    int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+    if (own_group)
+        flags |= POSIX_SPAWN_SETPGROUP; // group 0, which the attributes begin with: the child's own
+    return posix_spawnattr_setsigdefault(attributes, &all_signals) == 0 &&
+           posix_spawnattr_setsigmask(attributes, &no_signals) == 0 &&
+           posix_spawnattr_setflags(attributes, static_cast<short>(flags)) == 0;
+}
+
+bool StreamsSet(posix_spawn_file_actions_t *actions, int output) {
+    return (output < 0 || posix_spawn_file_actions_adddup2(actions, output, STDOUT_FILENO) == 0) &&
+           posix_spawn_file_actions_addclosefrom_np(actions, STDERR_FILENO + 1) == 0;
+}
+
+} // namespace
+
+pid_t ProgramStart(const char *program, const char *const arguments[], const ProgramStreams &streams) {
+    posix_spawnattr_t attributes;
+    if (posix_spawnattr_init(&attributes) != 0)
+        return -1;
+    const SpawnAttributes attributes_owner(&attributes, posix_spawnattr_destroy);
+    posix_spawn_file_actions_t actions;
+    if (posix_spawn_file_actions_init(&actions) != 0)
+        return -1;
+    const SpawnActions actions_owner(&actions, posix_spawn_file_actions_destroy);
+    // The call takes the words without const for history's sake and does not write to them.
+    auto *const words = const_cast<char *const *>(arguments);
+    pid_t child = -1;
+    if (!SignalsReset(&attributes, streams.own_group) || !StreamsSet(&actions, streams.output) ||
+        posix_spawn(&child, program, &actions, &attributes, words, environ) != 0)
+        return -1;
+    return child;
+}
+
+int ProgramWait(pid_t child) {
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR)
+            return -1;
+    }
+    return status;
+}
