@@ -70,10 +70,9 @@ private:
 };
 
 void Execute(const std::string &uri, const std::string &sql, int wanted) {
-    VELUDB *db = VELUDBOpen(uri.c_str());
-    if (VELUDBExecute(db, sql.c_str(), nullptr) != wanted)
-        Fail(sql + ": " + VELUDBErrorGet(db));
-    VELUDBClose(db);
+    const DatabaseHandle db(VELUDBOpen(uri.c_str()));
+    if (VELUDBExecute(db.get(), sql.c_str(), nullptr) != wanted)
+        Fail(sql + ": " + VELUDBErrorGet(db.get()));
 }
 
 Places Engine::FreshOnServer(const std::string &set) {
@@ -88,14 +87,11 @@ Places Engine::FreshOnServer(const std::string &set) {
 }
 
 int Count(const std::string &uri, const std::string &from) {
-    VELUDB *db = VELUDBOpen(uri.c_str());
-    VELUDBResult *rows = nullptr;
-    if (VELUDBExecute(db, ("select count(*) as n from " + from).c_str(), &rows) < 0)
+    const DatabaseHandle db(VELUDBOpen(uri.c_str()));
+    const ResultHandle rows = VELUDBQuery(db.get(), ("select count(*) as n from " + from).c_str());
+    if (rows == nullptr)
         Fail(from);
-    const int count = atoi(VELUDBFetchField(rows, 0, "n"));
-    VELUDBFreeResult(rows);
-    VELUDBClose(db);
-    return count;
+    return atoi(VELUDBFetchField(rows.get(), 0, "n"));
 }
 
 const char *Judge(bool met) {

@@ -97,14 +97,12 @@ void Forget() {
 }
 
 int Count() {
-    VELUDB *db = VELUDBOpen(("sqlite:"s + kStore).c_str());
-    VELUDBResult *rows = nullptr;
-    if (VELUDBExecute(db, "select count(*) as n from photo_image where updated = '1'", &rows) < 0)
+    const DatabaseHandle db(VELUDBOpen(("sqlite:"s + kStore).c_str()));
+    const ResultHandle rows =
+        VELUDBQuery(db.get(), "select count(*) as n from photo_image where updated = '1'");
+    if (rows == nullptr)
         Fail("count");
-    const int count = atoi(VELUDBFetchField(rows, 0, "n"));
-    VELUDBFreeResult(rows);
-    VELUDBClose(db);
-    return count;
+    return atoi(VELUDBFetchField(rows.get(), 0, "n"));
 }
 
 // One run that brings the rows in step with the share, or with one directory of it.

@@ -79,27 +79,23 @@ double SavePlainly(const std::string &file, int rows) {
 
 // Fills the music table up to `population` rows, kRemovedRows to a directory, from inside the database.
 void Populate(const std::string &file, int population) {
-    VELUDB *db = VELUDBOpen(("sqlite:" + file).c_str());
+    const DatabaseHandle db(VELUDBOpen(("sqlite:" + file).c_str()));
     const std::string group = std::to_string(kRemovedRows);
     const std::string sql =
         "insert into music (path, title, artist, duration, file_size, has_cover) "
         "with recursive n (i) as (select 0 union all select i + 1 from n where i + 1 < " +
         std::to_string(population) + ") select '/volume1/music/Folder ' || (i / " + group +
         ") || '/' || i || '.mp3', 'Title of the song with number ' || i, 'Artist', 200.5, 4000000, 0 from n";
-    if (VELUDBExecute(db, sql.c_str(), nullptr) != population)
+    if (VELUDBExecute(db.get(), sql.c_str(), nullptr) != population)
         Fail("the population");
-    VELUDBClose(db);
 }
 
 int Count(const std::string &file) {
-    VELUDB *db = VELUDBOpen(("sqlite:" + file).c_str());
-    VELUDBResult *rows = nullptr;
-    if (VELUDBExecute(db, "select count(*) as n from music", &rows) < 0)
+    const DatabaseHandle db(VELUDBOpen(("sqlite:" + file).c_str()));
+    const ResultHandle rows = VELUDBQuery(db.get(), "select count(*) as n from music");
+    if (rows == nullptr)
         Fail("count");
-    const int count = atoi(VELUDBFetchField(rows, 0, "n"));
-    VELUDBFreeResult(rows);
-    VELUDBClose(db);
-    return count;
+    return atoi(VELUDBFetchField(rows.get(), 0, "n"));
 }
 
 void BenchSaves(const std::string &folder, int rows) {

@@ -12,15 +12,21 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <memory>
+
+#include "platform/handle.h"
+
 struct VELUDB;       // an open connection
 struct VELUDBResult; // a result set, complete in memory and independent of its connection
+struct VELUDBWords;  // what engines spell differently
 
 // Opens `sqlite:PATH` (file and its folder are made when missing) or a `postgresql://` (`postgres://`) URI.
-// Null, and one log line, when the URI is bad or the database cannot be reached.
-VELUDB *VELUDBOpen(const char *uri);
+// Null, and one log line, when the URI is bad or the database cannot be reached; the line says whose database it is
+// when `owner` ("media catalogue") does.
+VELUDB *VELUDBOpen(const char *uri, const char *owner = nullptr);
 
 // Opens only what is there: a file that is missing is not made, but fails like a database that cannot be reached.
-VELUDB *VELUDBOpenExisting(const char *uri);
+VELUDB *VELUDBOpenExisting(const char *uri, const char *owner = nullptr);
 
 // What the URI of a file begins with.
 inline constexpr char kVELUDBFileScheme[] = "sqlite:";
@@ -31,10 +37,19 @@ const char *VELUDBFileGet(const char *uri);
 // Rolls back what is not committed and closes. Null does nothing.
 void VELUDBClose(VELUDB *db);
 
+using DatabaseHandle = std::unique_ptr<VELUDB, CloseWith<VELUDBClose>>;
+
+void VELUDBFreeResult(VELUDBResult *result);
+
+using ResultHandle = std::unique_ptr<VELUDBResult, CloseWith<VELUDBFreeResult>>;
+
 // Runs one statement. `result` may be null; otherwise it receives the rows (an empty result for a statement
 // that gives none), to be freed with VELUDBFreeResult, or null on failure. Returns the number of rows
 // inserted, updated or deleted (0 for a query), or -1.
 int VELUDBExecute(VELUDB *db, const char *sql, VELUDBResult **result);
+
+// Runs one statement for its rows. Null on failure.
+ResultHandle VELUDBQuery(VELUDB *db, const char *sql);
 
 // One value of a prepared statement's parameter list. Text is not owned and need live only for the call.
 struct VELUDBValue {
@@ -56,11 +71,21 @@ int VELUDBPrepare(VELUDB *db, const char *sql);
 // Runs a prepared statement; parameters, result and return value as for VELUDBExecute.
 int VELUDBRun(VELUDB *db, int statement, const VELUDBValue *values, size_t count, VELUDBResult **result);
 
+// Runs a prepared statement for its rows. Null on failure.
+ResultHandle VELUDBRunQuery(VELUDB *db, int statement, const VELUDBValue *values, size_t count);
+
 // Transactions. Begin and Commit return 0 or -1 (a failed commit has rolled back). InTransaction is 0 once
 // the engine has given the transaction up by itself.
 int VELUDBBegin(VELUDB *db);
 int VELUDBCommit(VELUDB *db);
 void VELUDBRollback(VELUDB *db);
+
+// Begins a transaction that only reads, and sees the database as it is at one moment: it waits for no writer and
+// holds none up. Returns 0 or -1.
+int VELUDBBeginReading(VELUDB *db);
+
+// Keeps the connection from writing from now on, whatever is sent over it. Returns 0 or -1.
+int VELUDBForbidWrites(VELUDB *db);
 int VELUDBInTransaction(const VELUDB *db);
 
 // Brings everything that was committed safely to the disk. Returns 0 or -1.
@@ -70,9 +95,11 @@ int VELUDBSync(VELUDB *db);
 // may succeed later; 0 when it was the statement's own (a constraint, bad syntax).
 int BlVELUDBStoreFailed(const VELUDB *db);
 
-// "sqlite" or "postgresql": for the few statements, all of them in the schema, that engines spell
-// differently.
+// What the connection's engine is called ("sqlite", "postgresql"), for people.
 const char *VELUDBEngineName(const VELUDB *db);
+
+// How it spells what the schema needs (platform/db/words.h). Not for a null connection.
+const VELUDBWords &VELUDBWordsOf(const VELUDB *db);
 
 // The text of the connection's last failure, valid until its next call; never null.
 const char *VELUDBErrorGet(const VELUDB *db);
@@ -89,8 +116,6 @@ int VELUDBFetchRow(const VELUDBResult *result, int *row);
 
 // The field of a row by column name, owned by the result; null for NULL, an unknown column or row.
 const char *VELUDBFetchField(const VELUDBResult *result, int row, const char *column);
-
-void VELUDBFreeResult(VELUDBResult *result);
 
 // Makes `length` bytes of `in` safe between the single quotes of an SQL literal, on both engines. `out` must
 // hold 2 x length + 1 bytes. Returns the length written without the terminator, or -1 for a missing argument.

@@ -22,6 +22,11 @@ struct PhotoRecord;
 enum class Catalogue : int { media = 0, photo = 1 };
 inline constexpr size_t kCatalogues = 2;
 
+// What log lines call a catalogue.
+inline constexpr const char *CatalogueName(Catalogue catalogue) {
+    return catalogue == Catalogue::media ? "media catalogue" : "photo catalogue";
+}
+
 // Record kinds: the tables music, video, photo and playlist. kMediaTree stands for all of them in a delete.
 enum MediaKind : int {
     kMediaMusic = 0,

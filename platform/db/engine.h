@@ -10,17 +10,19 @@
 #include <string>
 
 #include "platform/db/result.h"
+#include "platform/db/words.h"
 #include "platform/veludb.h"
 
 // Raised whenever the table changes, so that a module of another build is refused and not called wrongly.
-inline constexpr int kEngineSeam = 1;
+inline constexpr int kEngineSeam = 2;
 
 // A connection is the engine's own; veludb.h says what each function promises. `rows` may be null, else it
 // comes empty and receives the columns and rows. Integers are 0 (or a number of rows) on success, -1 on
 // failure.
 struct VELUDBEngine {
-    int seam; // kEngineSeam of the build that made the table
-    const char *name;
+    int seam;         // kEngineSeam of the build that made the table
+    const char *name; // for people
+    const VELUDBWords *words;
     void *(*open)(const char *uri, std::string *error); // null on failure, with its reason in `error`
     void (*close)(void *connection);
     int (*exec)(void *connection, const char *sql, VELUDBResult *rows);
@@ -37,6 +39,10 @@ struct VELUDBEngine {
 
 // The engine behind SQLite files.
 const VELUDBEngine *SqliteEngine();
+
+// Opens `uri` through a table; `owner` and the result are VELUDBOpen's. A table that leaves out a function, or a word
+// that no engine can do without, fails like a database that cannot be reached.
+VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owner);
 
 // What a module exports, with C linkage and under this name: a function that returns its table.
 using VELUDBModuleEntry = const VELUDBEngine *(*)();

@@ -212,12 +212,26 @@ int StoreFailed(const void *handle) {
     }
 }
 
+// Beginning to write already keeps every other writer out, and a key that is the row's number needs no counter.
+constexpr VELUDBWords kWords = {
+    .path = "text",
+    .serial = "integer",
+    .real = "real",
+    .keeps_spelled_booleans = true,
+    .prepare_lock = nullptr,
+    .one_view = nullptr,
+    .count_on = nullptr,
+    .begin_reading = "begin",
+    .forbid_writes = "pragma query_only = on",
+};
+
 } // namespace
 
 const VELUDBEngine *SqliteEngine() {
     static constexpr VELUDBEngine kEngine = {
         .seam = kEngineSeam,
         .name = "sqlite",
+        .words = &kWords,
         .open = SqliteOpen,
         .close = [](void *connection) { delete Connection(connection); },
         .exec = Exec,

@@ -4,6 +4,7 @@
 #include "platform/veludb.h"
 
 #include <errno.h>
+#include <stdio.h>
 #include <string.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -26,6 +27,9 @@ namespace {
 constexpr char kLogName[] = "veludb.c";
 constexpr char kOutOfMemory[] = "out of memory";
 
+constexpr size_t kReasonSize = 4352; // a path and the system's words
+
+// What a URI begins with, and where the engine for it is.
 struct Scheme {
     std::string_view prefix;
     const char *module; // null: linked in
@@ -47,6 +51,31 @@ const VELUDBEngine *EngineOf(const char *uri, std::string *error) {
     // Only the scheme is named: the rest of a mistyped URI may hold a password.
     *error = "no database is known as \"" + std::string(text.substr(0, text.find(':'))) + "\"";
     return nullptr;
+}
+
+VELUDB *OpenFailed(const char *owner, const char *reason, int line = __builtin_LINE()) {
+    const bool owned = owner != nullptr;
+    syslog(LOG_ERR, "%s (%d) Failed to open the database%s%s. (%s)", kLogName, line, owned ? " of the " : "",
+           owned ? owner : "", reason);
+    return nullptr;
+}
+
+// A table of this build that somebody has filled in halfway must not fail later, in the middle of a run.
+bool IsWhole(const VELUDBEngine &engine, std::string *error) {
+    const VELUDBWords *words = engine.words;
+    const bool calls = engine.open != nullptr && engine.close != nullptr && engine.exec != nullptr &&
+                       engine.prepare != nullptr && engine.run != nullptr && engine.begin != nullptr &&
+                       engine.commit != nullptr && engine.rollback != nullptr &&
+                       engine.in_transaction != nullptr && engine.sync != nullptr &&
+                       engine.error != nullptr && engine.store_failed != nullptr;
+    const bool spelled = words != nullptr && words->path != nullptr && words->serial != nullptr &&
+                         words->real != nullptr && words->begin_reading != nullptr &&
+                         words->forbid_writes != nullptr;
+    if (calls && spelled && engine.name != nullptr && engine.seam == kEngineSeam)
+        return true;
+    *error =
+        std::string("the engine \"") + (engine.name != nullptr ? engine.name : "") + "\" is not complete";
+    return false;
 }
 
 // Runs `call`, whose failure for want of memory becomes the database's.
@@ -104,32 +133,43 @@ VELUDBValue VELUDBValue::Text(const char *bytes, size_t length) {
     return result;
 }
 
-VELUDB *VELUDBOpen(const char *uri) {
+VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owner) {
+    std::string error;
+    try {
+        auto db = std::make_unique<VELUDB>();
+        db->engine = &engine;
+        if (IsWhole(engine, &error))
+            db->connection = engine.open(uri, &error);
+        if (db->connection != nullptr)
+            return db.release();
+    } catch (const std::bad_alloc &) {
+        error = kOutOfMemory;
+    }
+    return OpenFailed(owner, error.c_str());
+}
+
+VELUDB *VELUDBOpen(const char *uri, const char *owner) {
     if (uri == nullptr || *uri == '\0') {
         syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
         return nullptr;
     }
     std::string error;
     try {
-        auto db = std::make_unique<VELUDB>();
-        db->engine = EngineOf(uri, &error);
-        db->connection = db->engine != nullptr ? db->engine->open(uri, &error) : nullptr;
-        if (db->connection != nullptr)
-            return db.release();
+        if (const VELUDBEngine *engine = EngineOf(uri, &error); engine != nullptr)
+            return EngineOpen(*engine, uri, owner);
     } catch (const std::bad_alloc &) {
         error = kOutOfMemory;
     }
-    syslog(LOG_ERR, "%s (%d) Failed to open the database. (%s)", kLogName, __LINE__, error.c_str());
-    return nullptr;
+    return OpenFailed(owner, error.c_str());
 }
 
-VELUDB *VELUDBOpenExisting(const char *uri) {
+VELUDB *VELUDBOpenExisting(const char *uri, const char *owner) {
     const char *file = VELUDBFileGet(uri);
     if (file == nullptr || access(file, F_OK) == 0)
-        return VELUDBOpen(uri);
-    syslog(LOG_ERR, "%s (%d) Failed to open the database. (%s: %s)", kLogName, __LINE__, file,
-           strerror(errno));
-    return nullptr;
+        return VELUDBOpen(uri, owner);
+    char reason[kReasonSize];
+    snprintf(reason, sizeof reason, "%s: %s", file, strerror(errno));
+    return OpenFailed(owner, reason);
 }
 
 const char *VELUDBFileGet(const char *uri) {
@@ -148,6 +188,10 @@ const char *VELUDBEngineName(const VELUDB *db) {
     return db == nullptr ? "" : db->engine->name;
 }
 
+const VELUDBWords &VELUDBWordsOf(const VELUDB *db) {
+    return *db->engine->words;
+}
+
 int VELUDBExecute(VELUDB *db, const char *sql, VELUDBResult **result) {
     return WithResult(db, result, [&](VELUDBResult *rows) {
         return sql == nullptr ? -1 : db->engine->exec(db->connection, sql, rows);
@@ -162,6 +206,18 @@ int VELUDBRun(VELUDB *db, int statement, const VELUDBValue *values, size_t count
     return WithResult(db, result, [&](VELUDBResult *rows) {
         return db->engine->run(db->connection, statement, values, count, rows);
     });
+}
+
+ResultHandle VELUDBQuery(VELUDB *db, const char *sql) {
+    VELUDBResult *rows = nullptr;
+    VELUDBExecute(db, sql, &rows);
+    return ResultHandle(rows);
+}
+
+ResultHandle VELUDBRunQuery(VELUDB *db, int statement, const VELUDBValue *values, size_t count) {
+    VELUDBResult *rows = nullptr;
+    VELUDBRun(db, statement, values, count, &rows);
+    return ResultHandle(rows);
 }
 
 int VELUDBBegin(VELUDB *db) {
@@ -183,6 +239,14 @@ void VELUDBRollback(VELUDB *db) {
     } catch (const std::bad_alloc &) {
         // A connection that nothing is committed on any more rolls back when it is closed.
     }
+}
+
+int VELUDBBeginReading(VELUDB *db) {
+    return db == nullptr || VELUDBExecute(db, VELUDBWordsOf(db).begin_reading, nullptr) < 0 ? -1 : 0;
+}
+
+int VELUDBForbidWrites(VELUDB *db) {
+    return db == nullptr || VELUDBExecute(db, VELUDBWordsOf(db).forbid_writes, nullptr) < 0 ? -1 : 0;
 }
 
 int VELUDBInTransaction(const VELUDB *db) {

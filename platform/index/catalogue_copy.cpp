@@ -9,18 +9,12 @@
 #include <syslog.h>
 
 #include <charconv>
-#include <memory>
 #include <string_view>
-
-#include "platform/handle.h"
 
 namespace {
 
 constexpr char kLogName[] = "catalogue_copy.c";
 constexpr int kPortionRows = 500;
-
-using Database = std::unique_ptr<VELUDB, CloseWith<VELUDBClose>>;
-using Rows = std::unique_ptr<VELUDBResult, CloseWith<VELUDBFreeResult>>;
 
 // `key` orders the rows and is different in each; the one table without any is as small as the number of albums
 // times that of users, and is read as a whole.
@@ -54,10 +48,9 @@ int Fail(const char *about, VELUDB *db, int line = __builtin_LINE()) {
 
 // The number of rows of a table, or -1, logged.
 int64_t Count(VELUDB *db, const char *table) {
-    VELUDBResult *raw = nullptr;
-    if (VELUDBExecute(db, (std::string("select count(*) as n from ") + table).c_str(), &raw) < 0)
+    const ResultHandle rows = VELUDBQuery(db, (std::string("select count(*) as n from ") + table).c_str());
+    if (rows == nullptr)
         return Fail(table, db);
-    const Rows rows(raw);
     return strtoll(VELUDBFetchField(rows.get(), 0, "n"), nullptr, 10);
 }
 
@@ -117,14 +110,13 @@ int CopyInPortions(VELUDB *from, VELUDB *to, const Table &table) {
     std::string last;
     for (bool begun = false;; begun = true) {
         const VELUDBValue key = VELUDBValue::Text(last.data(), last.size());
-        VELUDBResult *raw = nullptr;
-        if (VELUDBRun(from, begun ? next : first, &key, begun ? 1 : 0, &raw) < 0)
+        const ResultHandle rows = VELUDBRunQuery(from, begun ? next : first, &key, begun ? 1 : 0);
+        if (rows == nullptr)
             return Fail(table.name, from);
-        const Rows rows(raw);
-        const int count = VELUDBRowCount(raw);
-        if (Write(to, table, raw, &insert) != 0)
+        const int count = VELUDBRowCount(rows.get());
+        if (Write(to, table, rows.get(), &insert) != 0)
             return -1;
-        const char *field = VELUDBFetchField(raw, count - 1, table.key);
+        const char *field = VELUDBFetchField(rows.get(), count - 1, table.key);
         if (count < kPortionRows)
             return 0;
         if (field == nullptr)
@@ -134,12 +126,11 @@ int CopyInPortions(VELUDB *from, VELUDB *to, const Table &table) {
 }
 
 int CopyWhole(VELUDB *from, VELUDB *to, const Table &table) {
-    VELUDBResult *raw = nullptr;
-    if (VELUDBExecute(from, (std::string("select * from ") + table.name).c_str(), &raw) < 0)
+    const ResultHandle rows = VELUDBQuery(from, (std::string("select * from ") + table.name).c_str());
+    if (rows == nullptr)
         return Fail(table.name, from);
-    const Rows rows(raw);
     int insert = -1;
-    return Write(to, table, raw, &insert);
+    return Write(to, table, rows.get(), &insert);
 }
 
 int CopyTable(VELUDB *from, VELUDB *to, const Table &table, std::vector<TableCopied> *copied) {
@@ -160,8 +151,8 @@ int CopyTable(VELUDB *from, VELUDB *to, const Table &table, std::vector<TableCop
     return 0;
 }
 
-Database OpenSource(Catalogue catalogue, const char *uri) {
-    Database db(VELUDBOpenExisting(uri));
+DatabaseHandle OpenSource(Catalogue catalogue, const char *uri) {
+    DatabaseHandle db(VELUDBOpenExisting(uri));
     if (db == nullptr)
         return nullptr;
     if (SchemaVersion(db.get()) < 0) {
@@ -185,10 +176,10 @@ Database OpenSource(Catalogue catalogue, const char *uri) {
 int CatalogueCopy(Catalogue catalogue, const char *from, const char *to, std::vector<TableCopied> *copied) {
     if (strcmp(from, to) == 0)
         return Fail("TO", "it is the same database as FROM");
-    const Database source = OpenSource(catalogue, from);
+    const DatabaseHandle source = OpenSource(catalogue, from);
     if (source == nullptr)
         return -1;
-    const Database target(VELUDBOpen(to));
+    const DatabaseHandle target(VELUDBOpen(to));
     if (target == nullptr || SchemaApply(target.get(), catalogue) != 0)
         return -1;
     if (VELUDBBegin(target.get()) != 0)

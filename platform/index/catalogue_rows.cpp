@@ -8,13 +8,12 @@
 #include <memory>
 #include <string>
 
-#include "platform/handle.h"
 #include "platform/index/run.h"
 #include "platform/veluindex.h"
 
 struct VELUIndexRows {
     StoreConnectionRef connection;
-    std::unique_ptr<VELUDBResult, CloseWith<VELUDBFreeResult>> result;
+    ResultHandle result;
 };
 
 namespace {
@@ -42,15 +41,15 @@ VELUIndexRows *Open(Catalogue catalogue, const char *const (&tables)[N], int tab
     StoreConnectionRef connection = RunConnection(catalogue, sql.c_str());
     if (connection == nullptr)
         return nullptr;
-    VELUDBResult *result = nullptr;
-    if (VELUDBExecute(connection->db, sql.c_str(), &result) < 0) {
+    ResultHandle result = VELUDBQuery(connection->db.get(), sql.c_str());
+    if (result == nullptr) {
         syslog(LOG_ERR, "%s (%d) Failed to read [%s]. (%s)", kLogName, __LINE__, sql.c_str(),
-               VELUDBErrorGet(connection->db));
+               VELUDBErrorGet(connection->db.get()));
         return nullptr;
     }
     auto rows = std::make_unique<VELUIndexRows>();
     rows->connection = std::move(connection);
-    rows->result.reset(result);
+    rows->result = std::move(result);
     return rows.release();
 }
 
@@ -79,7 +78,7 @@ const VELUDBResult *VELUIndexRowsResult(const VELUIndexRows *rows) {
 }
 
 VELUDB *VELUIndexRowsConnection(const VELUIndexRows *rows) {
-    return rows == nullptr ? nullptr : rows->connection->db;
+    return rows == nullptr ? nullptr : rows->connection->db.get();
 }
 
 PhotoPathList *PhotoPathDBGet(const VELUIndexRows *rows) {

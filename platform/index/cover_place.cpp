@@ -7,6 +7,7 @@
 
 #include "platform/configuration.h"
 #include "platform/handle.h"
+#include "platform/index/run_state.h"
 #include "platform/veluindex.h"
 
 #include <errno.h>
@@ -19,7 +20,6 @@
 #include <unistd.h>
 
 #include <charconv>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -34,22 +34,10 @@ constexpr int kFirstCoverIndex = 1;
 constexpr size_t kHashDigits = SHA256_DIGEST_LENGTH * 2;
 constexpr size_t kGroupDigits = 2;
 
-bool covers_placed = false; // since they were last brought to the disk
-
 // Of this process alone; empty: the configured folder counts.
 std::string &OwnCoverDir() {
     static std::string folder;
     return folder;
-}
-
-struct KeptCoverDir {
-    bool wanted = false;
-    std::optional<std::string> folder;
-};
-
-KeptCoverDir &KeptFolder() {
-    static KeptCoverDir kept;
-    return kept;
 }
 
 // Without slashes at its end; empty when the configured folder has no absolute path.
@@ -66,12 +54,12 @@ std::string ConfiguredCoverDir() {
 std::string CoverDir() {
     if (!OwnCoverDir().empty())
         return OwnCoverDir();
-    KeptCoverDir &kept = KeptFolder();
-    if (!kept.wanted)
+    Run &run = run_state.run;
+    if (!run.active)
         return ConfiguredCoverDir();
-    if (!kept.folder)
-        kept.folder = ConfiguredCoverDir();
-    return *kept.folder;
+    if (!run.cover_dir)
+        run.cover_dir = ConfiguredCoverDir();
+    return *run.cover_dir;
 }
 
 // The folder of a media file's covers; empty when there is none.
@@ -210,25 +198,17 @@ int GetCoverFolder(const char *media_path, char *out, size_t size) {
     return CopyPath(CoverFolder(media_path), out, size);
 }
 
-void CoverDirKeep() {
-    KeptFolder() = {true, {}};
-}
-
-void CoverDirForget() {
-    KeptFolder() = {};
-}
-
 // One call for the file system, and not one for each cover, which would cost a disk's turn each. What others
 // have written there lately goes along.
 bool CoversSync() {
-    if (!covers_placed)
+    if (!run_state.covers_placed)
         return true;
     const FdHandle folder(open(CoverDir().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder && errno == ENOENT) // somebody has taken all covers away
         return true;
     if (!folder || syncfs(folder.get()) != 0)
         return false;
-    covers_placed = false;
+    run_state.covers_placed = false;
     return true;
 }
 
@@ -251,7 +231,7 @@ int GetCoverPath(const char *media_path, char *out, size_t size, int picture_typ
     const UmaskCleared cleared;
     if (!MakeFolders(folder))
         return 0;
-    covers_placed = true;
+    run_state.covers_placed = true;
     return CopyPath(path, out, size);
 }
 

@@ -6,9 +6,3 @@
 // Brings the covers that have got a place since the last call to the disk. False, with the reason in errno, when
 // they may not be there.
 bool CoversSync();
-
-// From now on the configured folder is looked up once; a run's files are not all asked where their covers go.
-void CoverDirKeep();
-
-// From now on it is looked up each time.
-void CoverDirForget();

@@ -14,8 +14,9 @@ namespace {
 
 constexpr char kLogName[] = "maintenance.c";
 
-void LogFailure(const char *reason) {
-    syslog(LOG_ERR, "%s (%d) Failed to compact the catalogue. (%s)", kLogName, __LINE__, reason);
+void LogFailure(Catalogue catalogue, const char *reason) {
+    syslog(LOG_ERR, "%s (%d) Failed to compact the %s. (%s)", kLogName, __LINE__, CatalogueName(catalogue),
+           reason);
 }
 
 int Compact(Catalogue catalogue) {
@@ -23,9 +24,9 @@ int Compact(Catalogue catalogue) {
     const StoreConnectionRef connection = RunConnection(catalogue, "vacuum");
     if (connection == nullptr)
         return -1;
-    if (VELUDBExecute(connection->db, "vacuum", nullptr) >= 0)
+    if (VELUDBExecute(connection->db.get(), "vacuum", nullptr) >= 0)
         return 0;
-    LogFailure(VELUDBErrorGet(connection->db));
+    LogFailure(catalogue, VELUDBErrorGet(connection->db.get()));
     return -1;
 }
 
@@ -38,7 +39,7 @@ int Vacuum(Catalogue catalogue) {
     try {
         result = Compact(catalogue);
     } catch (const std::bad_alloc &) {
-        LogFailure("out of memory"); // it belongs to no request that would be done again
+        LogFailure(catalogue, "out of memory"); // it belongs to no request that would be done again
     }
     return scope.Finish(result);
 }

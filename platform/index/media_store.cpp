@@ -9,6 +9,7 @@
 #include "platform/index/media_row.h"
 #include "platform/index/rows.h"
 #include "platform/index/run.h"
+#include "platform/index/statements.h"
 #include "platform/index/text.h"
 #include "platform/veluindex.h"
 
@@ -49,15 +50,10 @@ int RemoveMediaTree(const std::string &directory) {
 int MediaInfoDBSave(int kind, const MediaInfo *record) {
     if (kind < kMediaMusic || kind > kMediaPlaylist || record == nullptr || record->path[0] == '\0')
         return BadParameter(__LINE__);
-    static const int statements[] = {
-        StoreStatement(MediaRowStatement(kMediaTables[kMediaMusic])),
-        StoreStatement(MediaRowStatement(kMediaTables[kMediaVideo])),
-        StoreStatement(MediaRowStatement(kMediaTables[kMediaPhoto])),
-        StoreStatement(MediaRowStatement(kMediaTables[kMediaPlaylist])),
-    };
     RunScope scope;
     const MediaRow row = MediaRowOf(*record);
-    const int saved = RunWrite(Catalogue::media, statements[kind], row.values.data(), row.values.size());
+    const int saved = RunWrite(Catalogue::media, StatementOf(StoreOperation::saveRow, kMediaTables[kind]),
+                               row.values.data(), row.values.size());
     if (saved >= 0)
         MarkDirty(kMediaTables[kind]);
     return scope.Finish(saved < 0 ? -1 : 0);
@@ -78,11 +74,6 @@ int MediaInfoDBDirSave(const char *path) {
     const std::string directory = WithoutTrailingSlashes(path != nullptr ? path : "");
     if (directory.empty())
         return BadParameter(__LINE__);
-    static const int statement =
-        StoreStatement("insert into directory (path, title, create_time, modify_time) values ($1, $2, $3, "
-                       "$4) on conflict (path) "
-                       "do update set title = excluded.title, create_time = excluded.create_time, "
-                       "modify_time = excluded.modify_time");
     const std::string name = directory.substr(directory.rfind('/') + 1);
     const std::string title = CatalogueText(name.data(), name.size(), false);
     char create_time[kMediaTimeSize] = "";
@@ -92,7 +83,7 @@ int MediaInfoDBDirSave(const char *path) {
                            sizeof modify_time);
     RunScope scope;
     const int saved =
-        RunWrite(Catalogue::media, statement,
+        RunWrite(Catalogue::media, StatementOf(StoreOperation::saveRow, kDirectoryTable),
                  {TextValue(directory), TextValue(title), VELUDBValue::Text(create_time, strlen(create_time)),
                   VELUDBValue::Text(modify_time, strlen(modify_time))});
     return scope.Finish(saved < 0 ? -1 : 0);

@@ -10,6 +10,7 @@
 
 #include "platform/index/rows.h"
 #include "platform/index/run.h"
+#include "platform/index/statements.h"
 #include "platform/index/text.h"
 #include "platform/path.h"
 #include "platform/photo_record.h"
@@ -50,41 +51,25 @@ Renamed RenamedTo(const std::string &old_path, const std::string &new_path) {
 
 // Moves a row to another path, in the place of the row that may be there.
 int RenamePhoto(const Renamed &row) {
-    static const int displace = StoreStatement("delete from photo_image where path = $1 and exists "
-                                               "(select 1 from photo_image where path = $2)");
-    static const int rename =
-        StoreStatement("update photo_image set path = $1, name = $2, album = $3 where path = $4");
-    if (RunWrite(Catalogue::photo, displace, {TextValue(row.new_path), TextValue(row.old_path)}) < 0)
+    if (RunWrite(Catalogue::photo, StatementOf(StoreOperation::displacePhoto),
+                 {TextValue(row.new_path), TextValue(row.old_path)}) < 0)
         return -1;
     const int renamed = RunWrite(
-        Catalogue::photo, rename,
+        Catalogue::photo, StatementOf(StoreOperation::renamePhoto),
         {TextValue(row.new_path), TextValue(row.name), TextValue(row.album), TextValue(row.old_path)});
     return renamed < 0 ? -1 : 0;
 }
 
-// A server takes as long to answer a statement about so many rows as one about a few.
-constexpr size_t kRenamedAtOnce = 50;
-
 // Moves kRenamedAtOnce rows to paths that no row has.
 int RenamePhotos(const std::vector<Renamed> &rows) {
-    static const int statement = [] {
-        std::string values;
-        for (size_t i = 0; i < kRenamedAtOnce; ++i) {
-            values += i > 0 ? ", (" : "(";
-            for (size_t column = 1; column <= 4; ++column)
-                values += (column > 1 ? ", $" : "$") + std::to_string(4 * i + column);
-            values += ")";
-        }
-        return StoreStatement(
-            "update photo_image set path = v.column2, name = v.column3, album = v.column4 from "
-            "(values " +
-            values + ") as v where photo_image.path = v.column1");
-    }();
     std::vector<VELUDBValue> values;
     for (const Renamed &row : rows)
         for (const std::string *text : {&row.old_path, &row.new_path, &row.name, &row.album})
             values.push_back(TextValue(*text));
-    return RunWrite(Catalogue::photo, statement, values.data(), values.size()) < 0 ? -1 : 0;
+    return RunWrite(Catalogue::photo, StatementOf(StoreOperation::renamePhotos), values.data(),
+                    values.size()) < 0
+               ? -1
+               : 0;
 }
 
 int RenameEach(const std::vector<Renamed> &rows) {
@@ -104,16 +89,12 @@ bool HasManyPaths(const PhotoPathList *list) {
 
 // True when no row has to give way, or to wait for another to move, so that rows may move in any order.
 bool MayMoveTogether(const std::string &from, const std::string &to) {
-    static const int statement =
-        StoreStatement("select path from photo_image where path = $1 or (path >= $2 and path < $3) limit 1");
     if (PathIsAtOrUnder(from, to) || PathIsAtOrUnder(to, from))
         return false;
     const PathRange range = RangeUnder(to);
-    VELUDBResult *rows =
-        RunRead(Catalogue::photo, statement, {TextValue(to), TextValue(range.low), TextValue(range.high)});
-    const bool free = rows != nullptr && VELUDBRowCount(rows) == 0;
-    VELUDBFreeResult(rows);
-    return free;
+    const ResultHandle rows = RunRead(Catalogue::photo, StatementOf(StoreOperation::photoInTree),
+                                      {TextValue(to), TextValue(range.low), TextValue(range.high)});
+    return rows != nullptr && VELUDBRowCount(rows.get()) == 0;
 }
 
 } // namespace
@@ -146,19 +127,6 @@ int PhotoDBExec(const char *sql) {
 int PhotoInfoDBSave(const PhotoRecord *record, int mode) {
     if (record == nullptr || record->path[0] == '\0' || (mode != kIndexAdd && mode != kIndexUpdate))
         return BadParameter(__LINE__);
-    static const int statement = StoreStatement(
-        "insert into photo_image (path, name, title, description, album, make, model, exposure, fnumber, "
-        "date_taken, "
-        "create_time, width, height, iso, file_size, updated) values ($1, $2, $3, $4, $5, $6, $7, $8, $9, "
-        "$10, $11, "
-        "$12, $13, $14, $15, '1') on conflict (path) do update set name = excluded.name, title = "
-        "excluded.title, "
-        "description = excluded.description, album = excluded.album, make = excluded.make, model = "
-        "excluded.model, "
-        "exposure = excluded.exposure, fnumber = excluded.fnumber, date_taken = excluded.date_taken, "
-        "create_time = excluded.create_time, width = excluded.width, height = excluded.height, iso = "
-        "excluded.iso, "
-        "file_size = excluded.file_size, updated = excluded.updated");
     const std::string texts[] = {Text(record->name),       Text(record->title),   Text(record->description),
                                  Text(record->album),      Text(record->make),    Text(record->model),
                                  Text(record->exposure),   Text(record->fnumber), Text(record->date_taken),
@@ -171,7 +139,10 @@ int PhotoInfoDBSave(const PhotoRecord *record, int mode) {
          {int64_t{record->width}, int64_t{record->height}, int64_t{record->iso}, record->file_size})
         values.push_back(VELUDBValue::Integer(std::max<int64_t>(number, 0)));
     RunScope scope;
-    return scope.Finish(RunWrite(Catalogue::photo, statement, values.data(), values.size()) < 0 ? -1 : 0);
+    return scope.Finish(
+        RunWrite(Catalogue::photo, StatementOf(StoreOperation::savePhoto), values.data(), values.size()) < 0
+            ? -1
+            : 0);
 }
 
 int VELUPhotoInitAllRows() {
@@ -190,12 +161,9 @@ int VELUPhotoDeleteNoUpdateRows() {
 int VELUIndexPhotoUpdateVideoStatus(const char *path) {
     if (path == nullptr || *path == '\0')
         return BadParameter(__LINE__);
-    // What a user wrote about the video stays.
-    static const int statement =
-        StoreStatement("insert into video_desc (path, title, description, updated) values ($1, '', '', '1') "
-                       "on conflict (path) do update set updated = excluded.updated");
     RunScope scope;
-    return scope.Finish(RunWrite(Catalogue::photo, statement, {TextValue(path)}) < 0 ? -1 : 0);
+    return scope.Finish(
+        RunWrite(Catalogue::photo, StatementOf(StoreOperation::markVideo), {TextValue(path)}) < 0 ? -1 : 0);
 }
 
 int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const char *old_path) {

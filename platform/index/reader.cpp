@@ -3,30 +3,11 @@
 // Opening the catalogues for programs that only read them.
 #include "platform/veluindex.h"
 
-#include <string.h>
 #include <syslog.h>
 
 namespace {
 
 constexpr char kLogName[] = "reader.c";
-
-// How each engine is kept from writing on a connection, whatever the program sends.
-struct ReadOnly {
-    const char *engine;
-    const char *sql;
-};
-constexpr ReadOnly kReadOnly[] = {
-    {"sqlite", "pragma query_only = on"},
-    {"postgresql", "set default_transaction_read_only = on"},
-};
-
-bool WritesForbid(VELUDB *db) {
-    for (const ReadOnly &engine : kReadOnly) {
-        if (strcmp(engine.engine, VELUDBEngineName(db)) == 0)
-            return VELUDBExecute(db, engine.sql, nullptr) >= 0;
-    }
-    return false;
-}
 
 } // namespace
 
@@ -36,11 +17,11 @@ VELUDB *VELUIndexReaderOpen(Catalogue catalogue) {
         syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
         return nullptr;
     }
-    VELUDB *db = VELUDBOpenExisting(uri);
-    if (db != nullptr && !WritesForbid(db)) {
-        syslog(LOG_ERR, "%s (%d) Failed to open the database. (%s)", kLogName, __LINE__, VELUDBErrorGet(db));
-        VELUDBClose(db);
+    DatabaseHandle db(VELUDBOpenExisting(uri, CatalogueName(catalogue)));
+    if (db != nullptr && VELUDBForbidWrites(db.get()) != 0) {
+        syslog(LOG_ERR, "%s (%d) Failed to open the database of the %s. (%s)", kLogName, __LINE__,
+               CatalogueName(catalogue), VELUDBErrorGet(db.get()));
         return nullptr;
     }
-    return db;
+    return db.release();
 }

@@ -11,19 +11,15 @@
 // A directory is the same with and without slashes at its end; "/" alone becomes the empty path.
 std::string WithoutTrailingSlashes(const std::string &path);
 
-// The statement that removes a tree, with the path and the range under it as its parameters. Its cost must
-// not depend on the size of the table.
-std::string RemoveTreeStatement(const std::string &table);
-
 // Remove rows of a table. They return the number of rows removed, or -1.
-int RemoveRow(Catalogue catalogue, const std::string &table, const std::string &path);
-int RemoveTree(Catalogue catalogue, const std::string &table, const std::string &directory);
-int RemoveAll(Catalogue catalogue, const std::string &table);
+int RemoveRow(Catalogue catalogue, const char *table, const std::string &path);
+int RemoveTree(Catalogue catalogue, const char *table, const std::string &directory);
+int RemoveAll(Catalogue catalogue, const char *table);
 
 // Remove the cover pictures of such rows of a media table. They return 0 or -1.
-int RemoveRowCovers(const std::string &table, const std::string &path);
-int RemoveTreeCovers(const std::string &table, const std::string &directory);
-int RemoveAllCovers(const std::string &table);
+int RemoveRowCovers(const char *table, const std::string &path);
+int RemoveTreeCovers(const char *table, const std::string &directory);
+int RemoveAllCovers(const char *table);
 
 // Sets the dirty marker of a table, if it has one.
-void MarkDirty(const std::string &table);
+void MarkDirty(const char *table);

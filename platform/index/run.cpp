@@ -14,8 +14,8 @@
 #include <utility>
 
 #include "platform/clock.h"
-#include "platform/index/batch.h"
 #include "platform/index/cover_place.h"
+#include "platform/index/run_state.h"
 #include "platform/limits.h"
 
 namespace {
@@ -24,23 +24,7 @@ constexpr char kLogName[] = "store.c";
 
 constexpr int kPlainText = -1; // in a batch: the first value is itself the statement
 
-struct Session {
-    StoreConnectionRef connection;
-    Batch batch;
-    bool batch_open = false;
-    int64_t batch_start = 0;
-    bool away = false;
-    int64_t away_since = 0;
-};
-
-struct Run {
-    bool active = false;
-    bool away = false; // a write was lost, or may have been, because its database was not there
-    bool lost = false; // a write was lost after it had been reported as done
-    Session sessions[kCatalogues];
-};
-
-Run run;
+Run &run = run_state.run;
 
 Session &SessionOf(Catalogue catalogue) {
     return run.sessions[static_cast<size_t>(catalogue)];
@@ -52,8 +36,9 @@ void SetAway(Session *session) {
     run.away = true;
 }
 
-void LogFailure(const char *about, const char *reason) {
-    syslog(LOG_ERR, "%s (%d) The catalogue failed at [%s]. (%s)", kLogName, __LINE__, about, reason);
+void LogFailure(Catalogue catalogue, const char *about, const char *reason) {
+    syslog(LOG_ERR, "%s (%d) The %s failed at [%s]. (%s)", kLogName, __LINE__, CatalogueName(catalogue),
+           about, reason);
 }
 
 bool Connect(Catalogue catalogue, const char *about) {
@@ -61,7 +46,7 @@ bool Connect(Catalogue catalogue, const char *about) {
     if (session.connection != nullptr)
         return true;
     if (session.away && run_clock() - session.away_since < kDatabaseAwayMilliseconds) {
-        LogFailure(about, "the database was out of reach a moment ago");
+        LogFailure(catalogue, about, "the database was out of reach a moment ago");
         return false;
     }
     session.away = false;
@@ -73,7 +58,7 @@ bool Connect(Catalogue catalogue, const char *about) {
 
 int RunOne(Session *session, int statement, const VELUDBValue *values, size_t count) {
     if (statement == kPlainText)
-        return VELUDBExecute(session->connection->db, std::string(values->text, values->length).c_str(),
+        return VELUDBExecute(session->connection->db.get(), std::string(values->text, values->length).c_str(),
                              nullptr);
     return StoreRun(session->connection.get(), statement, values, count, nullptr);
 }
@@ -86,7 +71,7 @@ std::string About(const VELUDBValue *values, size_t count) {
 // A connection that has failed is not trusted any more; the next write opens another.
 void Drop(Session *session) {
     if (session->connection != nullptr)
-        VELUDBRollback(session->connection->db);
+        VELUDBRollback(session->connection->db.get());
     session->connection.reset();
     session->batch_open = false;
 }
@@ -97,7 +82,7 @@ void Replay(Catalogue catalogue) {
     const Batch batch = std::exchange(session.batch, {});
     // A server that has died may have lost batches before this one, which were committed but not yet synchronised:
     // whoever asked for the run has to ask again.
-    if (BlVELUDBStoreFailed(session.connection->db))
+    if (BlVELUDBStoreFailed(session.connection->db.get()))
         run.away = true;
     Drop(&session);
     Connect(catalogue, "a batch"); // without it each write below fails by its own name
@@ -113,8 +98,8 @@ void Replay(Catalogue catalogue) {
         if (RunOne(&session, statement, values.data(), values.size()) >= 0)
             continue;
         run.lost = true;
-        LogFailure(about.c_str(), VELUDBErrorGet(session.connection->db));
-        if (BlVELUDBStoreFailed(session.connection->db)) {
+        LogFailure(catalogue, about.c_str(), VELUDBErrorGet(session.connection->db.get()));
+        if (BlVELUDBStoreFailed(session.connection->db.get())) {
             SetAway(&session);
             Drop(&session);
         }
@@ -126,7 +111,7 @@ void Commit(Catalogue catalogue) {
     if (!session.batch_open)
         return;
     session.batch_open = false;
-    if (VELUDBCommit(session.connection->db) != 0)
+    if (VELUDBCommit(session.connection->db.get()) != 0)
         Replay(catalogue);
     session.batch.bytes.clear();
     session.batch.rows = 0;
@@ -141,29 +126,31 @@ bool BatchIsFull(const Session &session) {
 // True when the engine has given the batch up; it is then already done again.
 bool Recovered(Catalogue catalogue) {
     Session &session = SessionOf(catalogue);
-    if (!session.batch_open || VELUDBInTransaction(session.connection->db))
+    if (!session.batch_open || VELUDBInTransaction(session.connection->db.get()))
         return false;
     Replay(catalogue);
     return true;
 }
 
-int OperationFailed(Session *session, const std::string &about) {
-    VELUDB *db = session->connection->db;
-    LogFailure(about.c_str(), VELUDBErrorGet(db));
+int OperationFailed(Catalogue catalogue, const std::string &about) {
+    Session &session = SessionOf(catalogue);
+    VELUDB *db = session.connection->db.get();
+    LogFailure(catalogue, about.c_str(), VELUDBErrorGet(db));
     if (BlVELUDBStoreFailed(db)) {
-        SetAway(session);
-        if (!session->batch_open)
-            Drop(session);
+        SetAway(&session);
+        if (!session.batch_open)
+            Drop(&session);
     }
     return -1;
 }
 
 void ToDisk() {
     VELUIndexRunFlush();
-    for (const Session &session : run.sessions) {
-        if (session.connection != nullptr && VELUDBSync(session.connection->db) != 0) {
-            syslog(LOG_ERR, "%s (%d) Failed to bring the catalogue to the disk. (%s)", kLogName, __LINE__,
-                   VELUDBErrorGet(session.connection->db));
+    for (const Catalogue catalogue : {Catalogue::media, Catalogue::photo}) {
+        const Session &session = SessionOf(catalogue);
+        if (session.connection != nullptr && VELUDBSync(session.connection->db.get()) != 0) {
+            syslog(LOG_ERR, "%s (%d) Failed to bring the %s to the disk. (%s)", kLogName, __LINE__,
+                   CatalogueName(catalogue), VELUDBErrorGet(session.connection->db.get()));
             run.away = true;
         }
     }
@@ -176,6 +163,8 @@ void ToDisk() {
 }
 
 } // namespace
+
+RunState run_state;
 
 int64_t (*run_clock)() = MonotonicMilliseconds;
 
@@ -190,8 +179,8 @@ int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size
     // again: until they are freed each write stands for itself.
     const bool lent = session.connection.use_count() > 1;
     if (!session.batch_open && !lent) {
-        if (VELUDBBegin(session.connection->db) != 0)
-            return OperationFailed(&session, about);
+        if (VELUDBBegin(session.connection->db.get()) != 0)
+            return OperationFailed(catalogue, about);
         session.batch_open = true;
         session.batch_start = run_clock();
     }
@@ -202,7 +191,7 @@ int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size
         affected = RunOne(&session, statement, values, count);
     }
     if (affected < 0)
-        return OperationFailed(&session, about);
+        return OperationFailed(catalogue, about);
     if (session.batch_open)
         BatchAdd(&session.batch, statement, values, count);
     if (BatchIsFull(session))
@@ -218,7 +207,7 @@ int RunWriteText(Catalogue catalogue, const char *sql) {
     return RunWrite(catalogue, kPlainText, {TextValue(sql)});
 }
 
-VELUDBResult *RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values) {
+ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values) {
     Session &session = SessionOf(catalogue);
     const std::string about = About(values.begin(), values.size());
     VELUDBResult *rows = nullptr;
@@ -231,8 +220,8 @@ VELUDBResult *RunRead(Catalogue catalogue, int statement, std::initializer_list<
         result = StoreRun(session.connection.get(), statement, values.begin(), values.size(), &rows);
     }
     if (result < 0)
-        OperationFailed(&session, about);
-    return rows;
+        OperationFailed(catalogue, about);
+    return ResultHandle(rows);
 }
 
 StoreConnectionRef RunConnection(Catalogue catalogue, const char *about) {
@@ -245,9 +234,7 @@ void VELUIndexRunBegin() {
         return;
     run = Run();
     run.active = true;
-    // What the machine's settings say is asked for each run anew, and not for each of its files.
     tzset();
-    CoverDirKeep();
 }
 
 bool RunIsOpen() {
@@ -265,12 +252,13 @@ int VELUIndexRunEnd() {
     try {
         ToDisk();
     } catch (const std::bad_alloc &) {
-        LogFailure("the end of a run", "out of memory");
+        syslog(LOG_ERR, "%s (%d) The catalogue failed at [the end of a run]. (out of memory)", kLogName,
+               __LINE__);
         run.away = true;
     }
     for (Session &session : run.sessions)
         session = Session();
-    CoverDirForget();
+    run.cover_dir.reset();
     run.active = false;
     return run.away ? -1 : 0;
 }

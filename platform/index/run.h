@@ -23,7 +23,7 @@ int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size
 int RunWriteText(Catalogue catalogue, const char *sql);
 
 // Reads through a registered statement; sees what the batch has written. Null on failure, logged.
-VELUDBResult *RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);
+ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);
 
 // Commits the batch and lends the connection, for what must not run inside a transaction or goes on using the
 // connection. Null on failure, logged with `about`.

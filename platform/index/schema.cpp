@@ -10,31 +10,11 @@
 #include <string>
 #include <utility>
 
+#include "platform/db/words.h"
+
 namespace {
 
 constexpr char kLogName[] = "schema.c";
-
-// The words that engines spell differently: PATH, text that compares byte by byte; SERIAL, a key that the database
-// counts up by itself; REAL, a number that keeps its 15 digits. `lock` lets one program at a time prepare the
-// tables, and `one_view` gives one that reads a single moment, where its beginning does not already; `count_on` puts
-// the counter of TABLE's keys behind its largest id, where the rows themselves are not the counter.
-struct Dialect {
-    const char *engine;
-    const char *path;
-    const char *serial;
-    const char *real;
-    const char *lock;
-    const char *one_view;
-    const char *count_on;
-};
-
-// Saving a row again uses up a number of PostgreSQL's counter, so a key of 32 bits would run out one day.
-constexpr Dialect kDialects[] = {
-    {"sqlite", "text", "integer", "real", nullptr, nullptr, nullptr},
-    {"postgresql", "text collate \"C\"", "bigserial", "double precision",
-     "select pg_advisory_xact_lock(1986358645)", "set transaction isolation level repeatable read",
-     "select setval(pg_get_serial_sequence('TABLE', 'id'), max(id)) from TABLE having max(id) > 0"},
-};
 
 int NewestVersion(std::span<const SchemaStep> steps, Catalogue catalogue) {
     int newest = 0;
@@ -44,32 +24,25 @@ int NewestVersion(std::span<const SchemaStep> steps, Catalogue catalogue) {
     return newest;
 }
 
-const Dialect &DialectOf(VELUDB *db) {
-    for (const Dialect &dialect : kDialects)
-        if (strcmp(dialect.engine, VELUDBEngineName(db)) == 0)
-            return dialect;
-    return kDialects[0];
-}
-
 std::string Replaced(std::string text, const char *word, const char *meaning) {
     for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + strlen(meaning)))
         text.replace(at, strlen(word), meaning);
     return text;
 }
 
-std::string InDialect(const char *sql, const Dialect &dialect) {
-    std::string text = Replaced(sql, "PATH", dialect.path);
-    text = Replaced(std::move(text), "SERIAL", dialect.serial);
-    return Replaced(std::move(text), "REAL", dialect.real);
+std::string Spelled(const char *sql, const VELUDBWords &words) {
+    std::string text = Replaced(sql, "PATH", words.path);
+    text = Replaced(std::move(text), "SERIAL", words.serial);
+    return Replaced(std::move(text), "REAL", words.real);
 }
 
 int RunSteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps, int version) {
-    const Dialect &dialect = DialectOf(db);
+    const VELUDBWords &words = VELUDBWordsOf(db);
     for (const SchemaStep &step : steps) {
-        const bool wanted = step.engine == nullptr || strcmp(step.engine, dialect.engine) == 0;
+        const bool wanted = step.wanted == nullptr || step.wanted(words);
         if (step.catalogue != catalogue || step.version <= version || !wanted)
             continue;
-        if (VELUDBExecute(db, InDialect(step.sql, dialect).c_str(), nullptr) < 0)
+        if (VELUDBExecute(db, Spelled(step.sql, words).c_str(), nullptr) < 0)
             return -1;
     }
     const std::string newest = std::to_string(NewestVersion(steps, catalogue));
@@ -82,7 +55,7 @@ int RunSteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps,
 int Migrate(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps) {
     if (VELUDBBegin(db) != 0)
         return -1;
-    const char *lock = DialectOf(db).lock;
+    const char *lock = VELUDBWordsOf(db).prepare_lock;
     if (lock != nullptr && VELUDBExecute(db, lock, nullptr) < 0)
         return -1;
     int result = VELUDBExecute(db, "create table if not exists schema_version (version integer)", nullptr);
@@ -98,13 +71,11 @@ int Migrate(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps) 
 } // namespace
 
 int SchemaVersion(VELUDB *db) {
-    VELUDBResult *rows = nullptr;
-    if (VELUDBExecute(db, "select version from schema_version", &rows) < 0)
+    const ResultHandle rows = VELUDBQuery(db, "select version from schema_version");
+    if (rows == nullptr)
         return -1;
-    const char *field = VELUDBFetchField(rows, 0, "version");
-    const int version = field != nullptr ? static_cast<int>(strtol(field, nullptr, 10)) : 0;
-    VELUDBFreeResult(rows);
-    return version;
+    const char *field = VELUDBFetchField(rows.get(), 0, "version");
+    return field != nullptr ? static_cast<int>(strtol(field, nullptr, 10)) : 0;
 }
 
 bool SchemaColumnIsReal(const char *column) {
@@ -118,12 +89,12 @@ bool SchemaColumnIsReal(const char *column) {
 int SchemaBeginReading(VELUDB *db) {
     if (VELUDBBegin(db) != 0)
         return -1;
-    const char *one_view = DialectOf(db).one_view;
+    const char *one_view = VELUDBWordsOf(db).one_view;
     return one_view != nullptr && VELUDBExecute(db, one_view, nullptr) < 0 ? -1 : 0;
 }
 
 int SchemaCountOn(VELUDB *db, const char *table) {
-    const char *count_on = DialectOf(db).count_on;
+    const char *count_on = VELUDBWordsOf(db).count_on;
     if (count_on == nullptr)
         return 0;
     return VELUDBExecute(db, Replaced(count_on, "TABLE", table).c_str(), nullptr) < 0 ? -1 : 0;
@@ -134,8 +105,8 @@ int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep
     int version = SchemaVersion(db);
     if (version < newest) {
         if (Migrate(db, catalogue, steps) != 0) {
-            syslog(LOG_ERR, "%s (%d) Failed to prepare the tables. (%s)", kLogName, __LINE__,
-                   VELUDBErrorGet(db));
+            syslog(LOG_ERR, "%s (%d) Failed to prepare the tables of the %s. (%s)", kLogName, __LINE__,
+                   CatalogueName(catalogue), VELUDBErrorGet(db));
             VELUDBRollback(db);
             return -1;
         }
@@ -143,8 +114,9 @@ int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep
     }
     if (version > newest) {
         syslog(LOG_ERR,
-               "%s (%d) The database has tables of version %d, this program knows them up to version %d.",
-               kLogName, __LINE__, version, newest);
+               "%s (%d) The database of the %s has tables of version %d, this program knows them up to "
+               "version %d.",
+               kLogName, __LINE__, CatalogueName(catalogue), version, newest);
         return -1;
     }
     return 0;

@@ -14,11 +14,11 @@
 // of a newer program fails, untouched.
 int SchemaApply(VELUDB *db, Catalogue catalogue);
 
-// PATH, SERIAL and REAL in `sql` are spelled as the engine wants them (schema.cpp).
+// PATH, SERIAL and REAL in `sql` are spelled as the engine wants them (platform/db/words.h).
 struct SchemaStep {
     int version; // that the database has once all steps of this number have run
     Catalogue catalogue;
-    const char *engine; // the only one that needs the step, or null
+    bool (*wanted)(const VELUDBWords &engine); // tells the engines that need the step; null: all do
     const char *sql;
 };
 

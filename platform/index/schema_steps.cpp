@@ -3,6 +3,8 @@
 // The tables of the catalogues as a list of steps.
 #include "platform/index/schema.h"
 
+#include "platform/db/words.h"
+
 namespace {
 
 #define MEDIA_TABLE(name)                                                                                    \
@@ -14,7 +16,11 @@ namespace {
     "create_time text, modify_time text, has_cover integer, camera_make text, camera_model text, "           \
     "exposure_time text, f_number text, date_taken text, iso_speed integer)"
 
-// SQLite keeps a boolean as it is given, so the two spellings of the statements on albums become one.
+bool KeepsSpelledBooleans(const VELUDBWords &engine) {
+    return engine.keeps_spelled_booleans;
+}
+
+// The two spellings of the statements on albums become one.
 #define PLAIN_BOOLEAN(column)                                                                                \
     column " = case when " column " is null then null when lower(" column                                    \
            ") in ('t', 'true', '1') then 't' "                                                               \
@@ -46,8 +52,9 @@ constexpr SchemaStep kSteps[] = {
      "create table photo_share (shareid integer primary key, sharename PATH unique, title text, description "
      "text, "
      "public boolean, hits integer, cover text, allow_comment boolean, is_subdir boolean, updated text)"},
-    {1, Catalogue::photo, "sqlite", "create trigger photo_share_insert after insert " PLAIN_BOOLEANS},
-    {1, Catalogue::photo, "sqlite",
+    {1, Catalogue::photo, KeepsSpelledBooleans,
+     "create trigger photo_share_insert after insert " PLAIN_BOOLEANS},
+    {1, Catalogue::photo, KeepsSpelledBooleans,
      "create trigger photo_share_update after update of public, allow_comment, is_subdir " PLAIN_BOOLEANS},
     {1, Catalogue::photo, nullptr,
      "create table photo_access_right (userid integer, shareid integer, granted text)"},

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "platform/index/schema.h"
@@ -13,13 +12,8 @@
 
 // One connection with the statements prepared on it, by their number in the store.
 struct StoreConnection {
-    VELUDB *db = nullptr;
+    DatabaseHandle db;
     std::vector<int> prepared;
-
-    StoreConnection() = default;
-    StoreConnection(const StoreConnection &) = delete;
-    StoreConnection &operator=(const StoreConnection &) = delete;
-    ~StoreConnection() { VELUDBClose(db); }
 };
 
 using StoreConnectionRef = std::shared_ptr<StoreConnection>;
@@ -28,9 +22,6 @@ using StoreConnectionRef = std::shared_ptr<StoreConnection>;
 // log line, on failure.
 StoreConnectionRef StoreConnect(Catalogue catalogue);
 
-// The number of a statement, the same for every use of the same text.
-int StoreStatement(const std::string &sql);
-
-// Runs a registered statement, preparing it at its first use.
+// Runs a statement by its number (statements.h), preparing it at its first use. `rows` may be null, as for VELUDBRun.
 int StoreRun(StoreConnection *connection, int statement, const VELUDBValue *values, size_t count,
              VELUDBResult **rows);

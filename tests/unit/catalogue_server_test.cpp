@@ -3,7 +3,7 @@
 // The catalogues on a PostgreSQL server: lost connections, failed commits, programs that come at once.
 #include "catalogue_fixture.h"
 
-#include "platform/index/rows.h"
+#include "platform/index/statements.h"
 #include "tests/unit/child_process.h"
 
 #if VELU_POSTGRESQL
@@ -97,7 +97,8 @@ TEST_F(ServerStore, TreeDeleteSearchesTheIndex) {
     ASSERT_EQ(Save(0, "/a"), 0);
     Peer peer;
     ASSERT_EQ(peer.Exec("set enable_seqscan = off"), 0); // which small tables are worth
-    ASSERT_EQ(peer.Exec("prepare tree as " + RemoveTreeStatement("music")), 0);
+    ASSERT_EQ(peer.Exec("prepare tree as " + StatementText(StatementOf(StoreOperation::removeTree, "music"))),
+              0);
     VELUDBResult *rows = nullptr;
     ASSERT_EQ(VELUDBExecute(peer.db, "explain execute tree('/a', '/a/', '/a0')", &rows), 0)
         << VELUDBErrorGet(peer.db);

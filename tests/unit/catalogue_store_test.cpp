@@ -3,7 +3,7 @@
 // Saving, removing and reading rows of the media catalogue.
 #include "catalogue_fixture.h"
 
-#include "platform/index/rows.h"
+#include "platform/index/statements.h"
 
 namespace {
 
@@ -159,8 +159,9 @@ TEST_P(CatalogueStore, TreeDeleteMindsNoPatternOrQuote) {
 TEST_F(SqliteStore, TreeDeleteSearchesTheIndex) {
     ASSERT_EQ(Save(0, "/a"), 0);
     Peer peer;
-    const int statement =
-        VELUDBPrepare(peer.db, ("explain query plan " + RemoveTreeStatement("music")).c_str());
+    const int statement = VELUDBPrepare(
+        peer.db,
+        ("explain query plan " + StatementText(StatementOf(StoreOperation::removeTree, "music"))).c_str());
     const VELUDBValue values[] = {VELUDBValue::Text("/a", 2), VELUDBValue::Text("/a/", 3),
                                   VELUDBValue::Text("/a0", 3)};
     VELUDBResult *rows = nullptr;

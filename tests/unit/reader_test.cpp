@@ -4,15 +4,12 @@
 
 #include <filesystem>
 
-#include "platform/handle.h"
 #include "platform/media_record.h"
 #include "platform/veluindex.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/test_files.h"
 
 namespace {
-
-using Database = std::unique_ptr<VELUDB, CloseWith<VELUDBClose>>;
 
 struct IndexReader : testing::Test {
     void SetUp() override { TearDown(); }
@@ -31,7 +28,7 @@ TEST_F(IndexReader, MakesNothing) {
     EXPECT_EQ(VELUIndexReaderOpen(Catalogue::media), nullptr);
     EXPECT_FALSE(std::filesystem::exists("/tmp/reader_test"));
     EXPECT_EQ(LogTakeTexts(),
-              (std::vector<std::string>{"veludb.c# Failed to open the database. "
+              (std::vector<std::string>{"veludb.c# Failed to open the database of the media catalogue. "
                                         "(/tmp/reader_test/media.db: No such file or directory)"}));
 }
 
@@ -40,12 +37,9 @@ TEST_F(IndexReader, ReadsAndCannotWrite) {
     MediaInfo record = {};
     strcpy(record.path, "/volume1/music/a.mp3");
     ASSERT_EQ(MediaInfoDBSave(kMediaMusic, &record), 0);
-    const Database db(VELUIndexReaderOpen(Catalogue::media));
+    const DatabaseHandle db(VELUIndexReaderOpen(Catalogue::media));
     ASSERT_NE(db, nullptr);
-    VELUDBResult *rows = nullptr;
-    ASSERT_GE(VELUDBExecute(db.get(), "select path from music", &rows), 0);
-    EXPECT_EQ(VELUDBRowCount(rows), 1);
-    VELUDBFreeResult(rows);
+    EXPECT_EQ(VELUDBRowCount(VELUDBQuery(db.get(), "select path from music").get()), 1);
     EXPECT_EQ(VELUDBExecute(db.get(), "delete from music", nullptr), -1);
 }
 

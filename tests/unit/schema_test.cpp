@@ -2,6 +2,7 @@
 //
 // Databases of older versions, as programs of those versions have left them (databases/CATALOGUE_VERSION.ENGINE.sql,
 // a statement a line), and what becomes of them.
+#include "platform/db/words.h"
 #include "platform/index/schema.h"
 
 #include <fstream>
@@ -33,6 +34,14 @@ ON_ALL_ENGINES(Schema);
 const std::string kStoredPaths = "/volume1/music/A/it's.mp3|/volume1/music/A/\xff\xfe.mp3";
 const std::string kStoredTitles = "caf\xc3\xa9|\xe2\x82\xac";
 
+bool KeepsBooleans(const VELUDBWords &engine) {
+    return engine.keeps_spelled_booleans;
+}
+
+bool UnifiesBooleans(const VELUDBWords &engine) {
+    return !engine.keeps_spelled_booleans;
+}
+
 // Two versions more than the first, with a step that only one engine needs in each.
 std::vector<SchemaStep> LaterSteps() {
     const std::span<const SchemaStep> own = SchemaSteps();
@@ -40,8 +49,8 @@ std::vector<SchemaStep> LaterSteps() {
     std::erase_if(steps, [](const SchemaStep &step) { return step.version > 1; });
     steps.push_back({2, Catalogue::media, nullptr, "alter table music add column mood text default 'calm'"});
     steps.push_back({2, Catalogue::photo, nullptr, "create table not_here (path PATH)"});
-    steps.push_back({2, Catalogue::media, "sqlite", "create table on_sqlite (path PATH)"});
-    steps.push_back({2, Catalogue::media, "postgresql", "create table on_postgresql (path PATH)"});
+    steps.push_back({2, Catalogue::media, KeepsBooleans, "create table on_sqlite (path PATH)"});
+    steps.push_back({2, Catalogue::media, UnifiesBooleans, "create table on_postgresql (path PATH)"});
     steps.push_back({3, Catalogue::media, nullptr, "update music set mood = 'wild' where track = 3"});
     steps.push_back({3, Catalogue::media, nullptr, "create table last (id SERIAL primary key, weight REAL)"});
     return steps;
@@ -92,7 +101,7 @@ TEST_P(Schema, AStepThatFailsLeavesTheOldVersionWhole) {
     Peer peer;
     LogCatcher log;
     EXPECT_EQ(SchemaApplySteps(peer.db, Catalogue::media, steps), -1);
-    EXPECT_EQ(log.Lines("Failed to prepare the tables.").size(), 1u);
+    EXPECT_EQ(log.Lines("Failed to prepare the tables of the media catalogue.").size(), 1u);
     EXPECT_EQ(log.Lines("nowhere").size(), 1u);
     EXPECT_EQ(VELUDBInTransaction(peer.db), 0);
     EXPECT_EQ(Version(), "1");

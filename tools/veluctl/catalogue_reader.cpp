@@ -92,13 +92,15 @@ ResultHandle CatalogueQuery(CatalogueReader *reader, Catalogue catalogue, const 
     std::map<std::string, int> &prepared = reader->connections[static_cast<size_t>(catalogue)].prepared;
     const auto known = prepared.find(sql);
     const int statement = known != prepared.end() ? known->second : VELUDBPrepare(database, sql.c_str());
-    VELUDBResult *result = nullptr;
-    if (statement < 0 || VELUDBRun(database, statement, parameters.data(), parameters.size(), &result) < 0) {
+    ResultHandle result;
+    if (statement >= 0)
+        result = VELUDBRunQuery(database, statement, parameters.data(), parameters.size());
+    if (result == nullptr) {
         reader->failure = VELUDBErrorGet(database);
         return nullptr;
     }
     prepared[sql] = statement;
-    return ResultHandle(result);
+    return result;
 }
 
 bool CatalogueRowsRead(CatalogueReader *reader, const CatalogueTable &table,

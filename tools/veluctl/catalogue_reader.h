@@ -11,11 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/handle.h"
 #include "tools/veluctl/tables.h"
-
-using DatabaseHandle = std::unique_ptr<VELUDB, CloseWith<VELUDBClose>>;
-using ResultHandle = std::unique_ptr<VELUDBResult, CloseWith<VELUDBFreeResult>>;
 
 struct CatalogueConnection {
     DatabaseHandle database;

@@ -114,12 +114,6 @@ std::span<const CatalogueTable> CatalogueTables() {
     return kTables;
 }
 
-const CatalogueTable *CatalogueTableFind(std::string_view kind) {
-    const auto *found = std::find_if(std::begin(kTables), std::end(kTables),
-                                     [&](const CatalogueTable &table) { return kind == table.kind; });
-    return found != std::end(kTables) ? found : nullptr;
-}
-
 const Column &ColumnOf(const CatalogueTable &table, std::string_view name) {
     return *std::find_if(table.columns.begin(), table.columns.end(),
                          [&](const Column &column) { return name == column.name; });

@@ -23,8 +23,5 @@ struct CatalogueTable {
 
 std::span<const CatalogueTable> CatalogueTables();
 
-// Null when there is no such kind.
-const CatalogueTable *CatalogueTableFind(std::string_view kind);
-
 // The column of that name; it is there.
 const Column &ColumnOf(const CatalogueTable &table, std::string_view name);

@@ -195,12 +195,26 @@ int Sync(void *handle) {
     return -1;
 }
 
+// Saving a row again uses up a number of the counter, so that a key of 32 bits would run out one day.
+constexpr VELUDBWords kWords = {
+    .path = "text collate \"C\"",
+    .serial = "bigserial",
+    .real = "double precision",
+    .keeps_spelled_booleans = false,
+    .prepare_lock = "select pg_advisory_xact_lock(1986358645)",
+    .one_view = "set transaction isolation level repeatable read",
+    .count_on = "select setval(pg_get_serial_sequence('TABLE', 'id'), max(id)) from TABLE having max(id) > 0",
+    .begin_reading = "begin isolation level repeatable read read only",
+    .forbid_writes = "set default_transaction_read_only = on",
+};
+
 } // namespace
 
 extern "C" __attribute__((visibility("default"))) const VELUDBEngine *VELUDBModuleEngine() {
     static constexpr VELUDBEngine kEngine = {
         .seam = kEngineSeam,
         .name = "postgresql",
+        .words = &kWords,
         .open = PgOpen,
         .close = [](void *connection) { delete Connection(connection); },
         .exec = Exec,

@@ -3,7 +3,6 @@
 
 #include <math.h>
 #include <stdlib.h>
-#include <string.h>
 
 namespace {
 
@@ -104,9 +103,10 @@ void MomentBegin(TallyReader *tallies) {
     tallies->failed = tallies->failed || database == nullptr;
     if (tallies->failed)
         return;
-    // SQLite has no other kind.
-    const bool is_sqlite = strcmp(VELUDBEngineName(database), "sqlite") == 0;
-    Order(tallies, is_sqlite ? "begin" : "begin isolation level repeatable read read only");
+    if (VELUDBBeginReading(database) != 0) {
+        tallies->failed = true;
+        tallies->reader->failure = VELUDBErrorGet(database);
+    }
 }
 
 void MomentEnd(TallyReader *tallies) {

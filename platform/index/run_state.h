@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What the library knows between two of its calls: one object, of which run.cpp is the owner.
+#pragma once
+
+#include <stdint.h>
+
+#include <optional>
+#include <string>
+
+#include "platform/index/batch.h"
+#include "platform/index/store.h"
+
+// One catalogue's part in a run.
+struct Session {
+    StoreConnectionRef connection;
+    Batch batch;
+    bool batch_open = false;
+    int64_t batch_start = 0;
+    bool away = false;
+    int64_t away_since = 0;
+};
+
+// What one run knows, and the next does not.
+struct Run {
+    bool active =
+        false; // the machine's settings (time zone, cover folder) are then asked for once, not for each file
+    bool away = false; // a write was lost, or may have been, because its database was not there
+    bool lost = false; // a write was lost after it had been reported as done
+    Session sessions[kCatalogues];
+    std::optional<std::string> cover_dir; // as configured; filled at its first use
+};
+
+struct RunState {
+    Run run;
+    // These outlive a run: whoever carries requests out has them told, and clears them.
+    bool covers_placed = false; // since the covers were last brought to the disk
+    bool music_dirty = false;
+    bool video_dirty = false;
+};
+
+extern RunState run_state;

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The statements that the store prepares. Each has a number, the same in every run and program, by which connections
+// keep what they have prepared and batches what they would have to write again.
+#pragma once
+
+#include <stddef.h>
+
+#include <string>
+
+// With the values that each takes. Those of a tree or range are its path, and the range of the keys under it.
+enum class StoreOperation : int {
+    saveRow,       // of a media table or `directory`: its columns, the path first
+    removeRow,     // path
+    removeTree,    // path, from, before
+    coverOfRow,    // path: the path of the row, when it has a cover
+    coversInRange, // from, before: the paths of rows with covers, kCoverRows at a time
+    coversFrom,    // from: likewise
+    savePhoto,     // the columns of photo_image, the path first
+    displacePhoto, // path that is to be free, path that is to move there
+    renamePhoto,   // new path, name, album, old path
+    renamePhotos,  // old path, new path, name, album: kRenamedAtOnce of them
+    photoInTree,   // path, from, before
+    markVideo,     // path
+};
+
+// Rows with covers are looked up in portions, so that a library of any size needs the same memory.
+inline constexpr int kCoverRows = 200;
+
+// A server takes as long to answer a statement about so many rows as one about a few.
+inline constexpr size_t kRenamedAtOnce = 50;
+
+// The number of an operation on a table, which is one of the catalogues'. The operations on photos and videos have
+// their table in their name.
+int StatementOf(StoreOperation operation, const char *table);
+int StatementOf(StoreOperation operation);
+
+std::string StatementText(int statement);
