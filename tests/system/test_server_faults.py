@@ -46,7 +46,7 @@ def test_a_server_that_is_away_is_waited_for(daemon, server):
         begin(daemon, f"a:{MUSIC}/x.pcm")
         wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
         assert daemon.exists(WORKING_COPY)
-        assert any("Failed to open the database. (" in text and "Connection refused" in text
+        assert any("Failed to open the database of the media catalogue. (" in text and "Connection refused" in text
                    for text in daemon.log.texts())
     finally:
         server.start()
