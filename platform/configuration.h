@@ -18,8 +18,8 @@ enum class ConfigurationKind {
     catalogue, // sqlite:PATH with an absolute path, or a postgresql:// URI
     folder,    // an absolute path
     program,   // a command of the shell; its first word is the program
-    word,      // "yes" or "no"
-    any_case,  // the same in upper case, too
+    word,      // one of `words`
+    any_case,  // the same in whatever case
 };
 
 struct ConfigurationKey {
@@ -29,6 +29,7 @@ struct ConfigurationKey {
     ConfigurationKind kind;
     const char *read; // when: the end of "Read ..."
     const char *meaning;
+    const char *words = ""; // with a blank between them
 };
 
 // Chosen when the program is built.
@@ -51,11 +52,13 @@ inline constexpr ConfigurationKey kConfigurationKeys[] = {
      "versions do."},
     {kConfigurationFile, "albumdefpublic", "no", ConfigurationKind::any_case, "with each album",
      "yes makes new albums of the photo library public, unless a file VELUPHOTO:PUBLIC was handed over with "
-     "them. Without the key they are private, and each new album costs a log line."},
+     "them. Without the key they are private, and each new album costs a log line.",
+     "yes no"},
     {kDefaultsFile, "supportphoto", "no", ConfigurationKind::word, "when the daemon starts",
-     "yes switches the photo library on."},
+     "yes switches the photo library on.", "yes no"},
     {kDefaultsFile, "supportcinehall", "no", ConfigurationKind::word, "when the daemon starts",
-     "yes switches the video application on: the film converter's queue, and renames in its tables."},
+     "yes switches the video application on: the film converter's queue, and renames in its tables.",
+     "yes no"},
 };
 
 // The key of that name. Any other name does not compile.

@@ -7,7 +7,11 @@
 
 #include <inttypes.h>
 #include <stdio.h>
-#include <string.h>
+
+#include <string>
+
+#include "tools/shared/command_line.h"
+#include "tools/shared/help_text.h"
 
 namespace {
 
@@ -18,12 +22,27 @@ constexpr uint64_t kMicroseconds = 1'000'000;
 } // namespace
 
 int main(int argc, char **argv) {
-    if (argc != 3 || strcmp(argv[1], "-i") != 0) {
+    const HelpHead head = {"print the play time and format of a raw AAC file", "veluaacinfo", ""};
+    std::string file;
+    const CommandLine line = {{kHelpOption,
+                               {.letter = 'i',
+                                .name = nullptr,
+                                .type = "FILE",
+                                .description = "The file, which has to be named",
+                                .target = &file}},
+                              {}};
+    std::string error;
+    const CommandLineResult asked = CommandLineRead(line, argc, argv, &error);
+    if (asked == CommandLineResult::help) {
+        fputs(HelpText(head, line, {}, {}).c_str(), stdout);
+        return 0;
+    }
+    if (asked == CommandLineResult::wrong || file.empty()) {
         fputs("usage: veluaacinfo -i FILE\n", stderr);
         return kUsage;
     }
     AacInfo info;
-    if (!AacWalk(argv[2], &info))
+    if (!AacWalk(file.c_str(), &info))
         return kNotAac;
     // Whole numbers on both sides of the point: no locale can make it a comma.
     printf("AAC duration;%" PRIu64 ".%06" PRIu64 ";samplerate;%" PRIu32 ";channel;%" PRIu32

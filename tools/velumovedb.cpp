@@ -5,7 +5,6 @@
 // Exit status 1, with the reason, on failure: FROM is then as it was, and TO not to be used.
 #include <inttypes.h>
 #include <stdio.h>
-#include <string.h>
 #include <syslog.h>
 
 #include <filesystem>
@@ -13,24 +12,12 @@
 #include <vector>
 
 #include "platform/index/catalogue_copy.h"
+#include "tools/shared/program_line.h"
 
 namespace {
 
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
-
-struct Name {
-    const char *text;
-    Catalogue catalogue;
-};
-constexpr Name kNames[] = {{"media", Catalogue::media}, {"photo", Catalogue::photo}};
-
-const Name *NameOf(const char *text) {
-    for (const Name &name : kNames)
-        if (strcmp(name.text, text) == 0)
-            return &name;
-    return nullptr;
-}
 
 bool HasScheme(const std::string &place) {
     const size_t colon = place.find(':');
@@ -44,17 +31,22 @@ std::string UriOf(const std::string &place) {
 } // namespace
 
 int main(int argc, char **argv) {
-    constexpr int kArguments = 4;
-    const Name *name = argc == kArguments ? NameOf(argv[1]) : nullptr;
-    if (name == nullptr) {
-        fputs("usage: velumovedb media|photo FROM TO\n"
-              "FROM and TO: the path of an SQLite file, sqlite:PATH or postgresql://...\n",
-              stderr);
-        return kUsage;
-    }
+    std::string catalogue;
+    std::string from;
+    std::string to;
+    const CommandLine line = {
+        {kHelpOption},
+        {{"catalogue", "CATALOGUE", "Which catalogue", &catalogue, true, {"media", "photo"}},
+         {"from", "FROM", "The path of an SQLite file, sqlite:PATH or postgresql://...", &from, true},
+         {"to", "TO", "An empty database, likewise", &to, true}}};
+    const ProgramLine asked =
+        ProgramLineRead({"copy a catalogue into another database", "velumovedb", ""}, line, argc, argv);
+    if (asked != ProgramLine::run)
+        return asked == ProgramLine::done ? 0 : kUsage;
     openlog("velumovedb", LOG_PERROR, LOG_DAEMON); // the libraries tell the log what has failed
     std::vector<TableCopied> copied;
-    if (CatalogueCopy(name->catalogue, UriOf(argv[2]).c_str(), UriOf(argv[3]).c_str(), &copied) != 0) {
+    if (CatalogueCopy(catalogue == "media" ? Catalogue::media : Catalogue::photo, UriOf(from).c_str(),
+                      UriOf(to).c_str(), &copied) != 0) {
         fputs("velumovedb: failed; FROM is as it was\n", stderr);
         return kFailed;
     }

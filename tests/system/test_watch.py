@@ -3,10 +3,12 @@
 import os
 import pathlib
 import signal
+import time
 
 import pytest
 
 from harness.daemon import QUEUE, wait_for
+from harness.limits import LIMITS
 from harness.watcher import Watcher, check_equal
 
 # What is tried lies in front of the store, whatever its engine.
@@ -74,6 +76,40 @@ def test_a_queue_that_cannot_be_written_is_tried_again(box):
     wait_for(lambda: box.lines(QUEUE) == [f"a:{MUSIC}/a.mp3", f"a:{MUSIC}/b.mp3"], "the requests")
     assert watcher.wake_ups() - wake_ups < 100, "it sleeps until then"
     assert len(watcher.told("cannot write")) == 1 and watcher.told("is written again")
+    watcher.stop()
+
+
+def test_more_files_leave_at_once_than_wait_for_their_place(box):
+    names = [f"{number:03}.mp3" for number in range(LIMITS["kLeavingMax"] + 1)]
+    box.mkdir(f"{MUSIC}/#recycle")
+    for name in names:
+        box.write(f"{MUSIC}/{name}")
+    watcher = Watcher(box)
+    watcher.signal(signal.SIGSTOP)
+    for name in names:
+        os.rename(box.box.path(f"{MUSIC}/{name}"), box.box.path(f"{MUSIC}/#recycle/{name}"))
+    watcher.signal(signal.SIGCONT)
+    assert sorted(watcher.requests()) == [f"d:{MUSIC}/{name}" for name in names]
+    watcher.stop()
+
+
+def test_more_changes_are_queued_without_waiting(box):
+    limit = LIMITS["kChangesMax"]
+    box.write("/volume1/one.mp3")
+    box.mkdir(f"{MUSIC}/d")
+    watcher = Watcher(box, settle=LONG)
+    def link(number):
+        os.link(box.box.path("/volume1/one.mp3"), box.box.path(f"{MUSIC}/d/{number:05}.mp3"))
+    for number in range(limit):
+        link(number)
+        if number % 1000 == 0:
+            time.sleep(0.1)  # less than the kernel keeps of events
+    time.sleep(1)
+    assert not box.exists(QUEUE)
+    link(limit)
+    wait_for(lambda: len(box.lines(QUEUE)) > limit, "all changes to be queued")
+    assert box.lines(QUEUE) == [f"a:{MUSIC}/d/{number:05}.mp3" for number in range(limit + 1)]
+    assert not watcher.told("too many events")
     watcher.stop()
 
 

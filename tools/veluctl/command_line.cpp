@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/command_line.h"
 
+#include <initializer_list>
+#include <span>
+
 #include "tools/veluctl/requests.h"
 #include "tools/veluctl/tables.h"
 
@@ -9,131 +12,202 @@ namespace {
 constexpr char kRequests[] = "Asking for work";
 constexpr char kLooking[] = "Looking";
 
-void RequestOptions(CLI::App *command, Options *options) {
-    CLI::Option *no_signal = command->add_flag("--no-signal", options->no_signal,
-                                               "Leave the request in the queue without telling the daemon");
-    CLI::Option *wait =
-        command->add_flag("-w,--wait", options->wait, "Follow the run to its end and show how far it is");
-    wait->excludes(no_signal);
-    command->add_option("--timeout", options->timeout, "Give up waiting after so many seconds")
-        ->type_name("SECONDS")
-        ->needs(wait);
+using OptionList = std::vector<CommandOption>;
+
+OptionList Joined(std::initializer_list<OptionList> lists) {
+    OptionList all;
+    for (const OptionList &list : lists)
+        all.insert(all.end(), list.begin(), list.end());
+    return all;
 }
 
-void PathsOptions(CLI::App *command, const char *argument, Options *options) {
-    command->add_option("path", options->paths, argument)->type_name("PATH");
-    CLI::Option *from = command->add_option(
-        "--from", options->input, "Take more paths from this file, one on a line; - is standard input");
-    from->type_name("FILE");
-    command
-        ->add_flag("-0,--null", options->null_input,
-                   "The paths of --from end in zero bytes instead of newlines")
-        ->needs(from);
-    command->add_flag("--force", options->force, "Queue it whatever is on the disk");
+CommandOption Flag(const char *name, const char *description, bool *target) {
+    return {.letter = '\0', .name = name, .type = nullptr, .description = description, .target = target};
 }
 
-void RenameOptions(CLI::App *command, Options *options) {
-    command->add_option("new", options->new_path, "The path that it has now")->required()->type_name("NEW");
-    command->add_option("old", options->old_path, "The path that it had")->required()->type_name("OLD");
-    command->add_flag("--force", options->force, "Queue it whatever is on the disk");
+CommandOption Force(Options *options) {
+    return Flag("force", "Queue it whatever is on the disk", &options->force);
 }
 
-void WordOption(CLI::App *command, const char *argument, std::span<const char *const> words,
-                Options *options) {
-    command->add_option("share", options->what, argument)
-        ->required()
-        ->type_name("SHARE")
-        ->check(CLI::IsMember(std::vector<std::string>(words.begin(), words.end())));
+OptionList RequestOptions(Options *options) {
+    return {{.letter = '\0',
+             .name = "no-signal",
+             .type = nullptr,
+             .description = "Leave the request in the queue without telling the daemon",
+             .target = &options->no_signal,
+             .excludes = "wait"},
+            {.letter = 'w',
+             .name = "wait",
+             .type = nullptr,
+             .description = "Follow the run to its end and show how far it is",
+             .target = &options->wait,
+             .excludes = "no-signal"},
+            {.letter = '\0',
+             .name = "timeout",
+             .type = "SECONDS",
+             .description = "Give up waiting after so many seconds",
+             .target = &options->timeout,
+             .needs = "wait"}};
 }
 
-void RequestCommandAdd(CLI::App *command, const RequestCommand &request, Options *options) {
+OptionList ListOfPathsOptions(Options *options) {
+    return {{.letter = '\0',
+             .name = "from",
+             .type = "FILE",
+             .description = "Take more paths from this file, one on a line; - is standard input",
+             .target = &options->input},
+            {.letter = '0',
+             .name = "null",
+             .type = nullptr,
+             .description = "The paths of --from end in zero bytes instead of newlines",
+             .target = &options->null_input,
+             .needs = "from"}};
+}
+
+CommandOption Json(Options *options) {
+    return Flag("json", "Print JSON", &options->json);
+}
+
+// One of the two at a time.
+OptionList FormOptions(Options *options) {
+    CommandOption json = Json(options);
+    CommandOption csv = Flag("csv", "Print CSV (RFC 4180, lines end in a newline)", &options->csv);
+    json.excludes = csv.name;
+    csv.excludes = json.name;
+    return {json, csv};
+}
+
+OptionList ListOptions(Options *options) {
+    std::vector<const char *> kinds;
+    for (const CatalogueTable &table : CatalogueTables())
+        kinds.push_back(table.kind);
+    return Joined({{{.letter = 'k',
+                     .name = "kind",
+                     .type = "KIND",
+                     .description = "Only rows of this kind; may be given more than once",
+                     .target = &options->kinds,
+                     .words = kinds},
+                    {.letter = 'd',
+                     .name = "dir",
+                     .type = "DIR",
+                     .description = "Only what this directory holds, at any depth",
+                     .target = &options->directory},
+                    {.letter = 'n',
+                     .name = "limit",
+                     .type = "ROWS",
+                     .description = "Stop after so many rows",
+                     .target = &options->limit}},
+                   FormOptions(options)});
+}
+
+CommandArgument Needed(const char *name, const char *type, const char *description, std::string *target,
+                       std::vector<const char *> words = {}) {
+    return {name, type, description, target, true, std::move(words)};
+}
+
+CommandLine PathsLine(const char *argument, Options *options) {
+    return {Joined({ListOfPathsOptions(options), {Force(options)}}),
+            {{"path", "PATH", argument, &options->paths}}};
+}
+
+CommandLine RenameLine(Options *options) {
+    return {{Force(options)},
+            {Needed("new", "NEW", "The path that it has now", &options->new_path),
+             Needed("old", "OLD", "The path that it had", &options->old_path)}};
+}
+
+CommandLine WordLine(const char *argument, std::span<const char *const> words, Options *options) {
+    return {{}, {Needed("share", "SHARE", argument, &options->what, {words.begin(), words.end()})}};
+}
+
+// What the command takes beside the options of all requests.
+CommandLine OwnLine(const RequestCommand &request, Options *options) {
     switch (QueueCommandFind(request.command)->argument) {
     case QueueArgument::path:
-        PathsOptions(command, request.argument, options);
-        break;
+        return PathsLine(request.argument, options);
     case QueueArgument::two_paths:
-        RenameOptions(command, options);
-        break;
+        return RenameLine(options);
     case QueueArgument::share:
-        WordOption(command, request.argument, kShareWords, options);
-        break;
+        return WordLine(request.argument, kShareWords, options);
     case QueueArgument::library:
-        WordOption(command, request.argument, kLibraryWords, options);
-        break;
+        return WordLine(request.argument, kLibraryWords, options);
     case QueueArgument::table: // nobody is asked to empty one by hand
         break;
     }
-    RequestOptions(command, options);
+    return {};
 }
 
-// Of those of these forms that a command has, one at a time.
-CLI::Option *JsonOption(CLI::App *command, Options *options) {
-    return command->add_flag("--json", options->json, "Print JSON");
+ProgramCommand RequestMake(const RequestCommand &request, Options *options) {
+    CommandLine own = OwnLine(request, options);
+    return {
+        request.name,
+        kRequests,
+        request.description,
+        request.run,
+        {Joined({{kHelpOption}, std::move(own.options), RequestOptions(options)}), std::move(own.arguments)}};
 }
 
-void ListOptions(CLI::App *command, Options *options) {
-    std::vector<std::string> kinds;
-    for (const CatalogueTable &table : CatalogueTables())
-        kinds.emplace_back(table.kind);
-    command->add_option("-k,--kind", options->kinds, "Only rows of this kind; may be given more than once")
-        ->type_name("KIND")
-        ->allow_extra_args(false)
-        ->check(CLI::IsMember(kinds));
-    command->add_option("-d,--dir", options->directory, "Only what this directory holds, at any depth")
-        ->type_name("DIR");
-    command->add_option("-n,--limit", options->limit, "Stop after so many rows")->type_name("ROWS");
-    CLI::Option *json = JsonOption(command, options);
-    command->add_flag("--csv", options->csv, "Print CSV (RFC 4180, lines end in a newline)")->excludes(json);
+ProgramCommand LookMake(const char *name, const char *description, Command function,
+                        std::vector<CommandArgument> arguments, OptionList own) {
+    return {name,
+            kLooking,
+            description,
+            function,
+            {Joined({{kHelpOption}, std::move(own)}), std::move(arguments)}};
+}
+
+std::vector<ProgramCommand> LooksMake(Options *options) {
+    const CommandOption json = Json(options);
+    return {
+        LookMake("status", "Show the daemon, its queue and its catalogues", StatusCommand, {}, {json}),
+        LookMake("list", "List rows of the catalogue", ListCommand, {}, ListOptions(options)),
+        LookMake(
+            "find", "List rows that hold a text in their path, title, artist and the like", ListCommand,
+            {Needed("text", "TEXT", "The text; the case of ASCII letters does not matter", &options->text)},
+            ListOptions(options)),
+        LookMake("show", "Show all that is catalogued of one file or directory", ShowCommand,
+                 {Needed("path", "PATH", "The file or directory", &options->path)}, {json}),
+        LookMake("dump", "Show what each reader sees in a file, without touching the catalogue", DumpCommand,
+                 {Needed("file", "FILE", "The file", &options->path)},
+                 {{.letter = 'a',
+                   .name = "all",
+                   .type = nullptr,
+                   .description = "Try the readers of other kinds of files too",
+                   .target = &options->every_reader},
+                  json}),
+        LookMake("check", "Compare the catalogue with the shares and the cover pictures", CheckCommand, {},
+                 Joined({{Flag("fix", "Queue the repairs", &options->fix)},
+                         FormOptions(options),
+                         RequestOptions(options)})),
+        LookMake(
+            "config", "Show the configuration, where it comes from and what is wrong with it", ConfigCommand,
+            {{"what", "WHAT", "check: only what is wrong, for scripts", &options->what, false, {"check"}}},
+            FormOptions(options)),
+        LookMake("report", "Make a page (HTML, complete in one file) about the catalogue", ReportCommand,
+                 {Needed("file", "FILE", "The page's file, which is replaced; - is standard output",
+                         &options->path)},
+                 {Flag("no-check", "Leave out the comparison with the disk, which takes the longest",
+                       &options->no_check)}),
+    };
+}
+
+std::vector<ProgramCommand> CommandsMake(Options *options) {
+    std::vector<ProgramCommand> commands;
+    for (const RequestCommand &request : RequestCommands())
+        commands.push_back(RequestMake(request, options));
+    for (const ProgramCommand &command : LooksMake(options))
+        commands.push_back(command);
+    return commands;
 }
 
 } // namespace
 
-void CommandLineMake(CLI::App *app, Options *options, const std::function<void(Command)> &chosen) {
-    const auto make = [=](const char *name, const char *group, const char *description, Command function) {
-        CLI::App *command = app->add_subcommand(name, description)->group(group);
-        command->callback([=] { chosen(function); });
-        return command;
-    };
-    app->require_subcommand(0, 1);
-
-    for (const RequestCommand &request : RequestCommands())
-        RequestCommandAdd(make(request.name, kRequests, request.description, request.run), request, options);
-
-    JsonOption(make("status", kLooking, "Show the daemon, its queue and its catalogues", StatusCommand),
-               options);
-    ListOptions(make("list", kLooking, "List rows of the catalogue", ListCommand), options);
-    CLI::App *find =
-        make("find", kLooking, "List rows that hold a text in their path, title, artist and the like",
-             ListCommand);
-    find->add_option("text", options->text, "The text; the case of ASCII letters does not matter")
-        ->required()
-        ->type_name("TEXT");
-    ListOptions(find, options);
-    CLI::App *show =
-        make("show", kLooking, "Show all that is catalogued of one file or directory", ShowCommand);
-    show->add_option("path", options->paths, "The file or directory")
-        ->required()
-        ->expected(1)
-        ->type_name("PATH");
-    JsonOption(show, options);
-    CLI::App *dump =
-        make("dump", kLooking, "Show what each reader sees in a file, without touching the catalogue",
-             DumpCommand);
-    dump->add_option("file", options->paths, "The file")->required()->expected(1)->type_name("FILE");
-    dump->add_flag("-a,--all", options->every_reader, "Try the readers of other kinds of files too");
-    JsonOption(dump, options);
-    CLI::App *check =
-        make("check", kLooking, "Compare the catalogue with the shares and the cover pictures", CheckCommand);
-    check->add_flag("--fix", options->fix, "Queue the repairs");
-    CLI::Option *json = JsonOption(check, options);
-    check->add_flag("--csv", options->csv, "Print CSV (RFC 4180, lines end in a newline)")->excludes(json);
-    RequestOptions(check, options);
-    CLI::App *report = make("report", kLooking,
-                            "Make a page (HTML, complete in one file) about the catalogue", ReportCommand);
-    report->add_option("file", options->paths, "The page's file, which is replaced; - is standard output")
-        ->required()
-        ->expected(1)
-        ->type_name("FILE");
-    report->add_flag("--no-check", options->no_check,
-                     "Leave out the comparison with the disk, which takes the longest");
+Program ProgramMake(ProgramOptions *asked, Options *options) {
+    return {"veluctl",
+            "ask the media-indexing daemon for work and look at its catalogue",
+            {{kHelpOption, Flag("version", "Print the version", &asked->version),
+              Flag("man", "Print the manual page (man veluctl shows it)", &asked->manual),
+              Flag("completion", "Print the completion for bash", &asked->completion)},
+             {}},
+            CommandsMake(options)};
 }

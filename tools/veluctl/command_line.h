@@ -3,10 +3,32 @@
 // The command line: the one table of commands and options, from which help, manual and completion are made.
 #pragma once
 
-#include <CLI/CLI.hpp>
-#include <functional>
+#include <vector>
 
+#include "tools/shared/command_table.h"
 #include "tools/veluctl/commands.h"
 
-// Adds all commands to `app`. Parsing sets `options` and then calls `chosen` with the function of the command.
-void CommandLineMake(CLI::App *app, Options *options, const std::function<void(Command)> &chosen);
+struct ProgramCommand {
+    const char *name;
+    const char *group; // of commands, in the help
+    const char *description;
+    Command run;
+    CommandLine line;
+};
+
+struct Program {
+    const char *name;
+    const char *description;
+    CommandLine line; // in front of the command
+    std::vector<ProgramCommand> commands;
+};
+
+// What stands in front of the command.
+struct ProgramOptions {
+    bool version = false;
+    bool manual = false;
+    bool completion = false;
+};
+
+// Reading the table's lines fills `asked` and `options`, which outlive it.
+Program ProgramMake(ProgramOptions *asked, Options *options);

@@ -15,4 +15,5 @@ ExitCode ListCommand(const Options &options); // and find: a list with a text
 ExitCode ShowCommand(const Options &options);
 ExitCode DumpCommand(const Options &options);
 ExitCode CheckCommand(const Options &options);
+ExitCode ConfigCommand(const Options &options);
 ExitCode ReportCommand(const Options &options);

@@ -3,80 +3,82 @@
 // A completion for bash from the table of the command line.
 #include "tools/veluctl/documents.h"
 
+#include <string_view>
+
 namespace {
 
-std::string Joined(const std::vector<std::string> &words) {
+template <typename Words>
+std::string Joined(const Words &words, const char *between = " ") {
     std::string text;
-    for (const std::string &word : words)
-        text += (text.empty() ? "" : " ") + word;
+    for (const auto &word : words)
+        text.append(text.empty() ? "" : between).append(word);
     return text;
 }
 
-std::vector<std::string> NamesOf(const CLI::App &app) {
+std::vector<std::string> NamesOf(const CommandOption &option) {
     std::vector<std::string> names;
-    for (const CLI::Option *option : app.get_options()) {
-        for (const std::string &name : option->get_lnames())
-            names.push_back("--" + name);
-        for (const std::string &name : option->get_snames())
-            names.push_back("-" + name);
-    }
+    if (option.name != nullptr)
+        names.push_back(std::string("--") + option.name);
+    if (option.letter != '\0')
+        names.push_back(std::string("-") + option.letter);
     return names;
 }
 
+std::string NamesOf(const CommandLine &line) {
+    std::vector<std::string> names;
+    for (const CommandOption &option : line.options)
+        names.push_back(Joined(NamesOf(option)));
+    return Joined(names);
+}
+
+// What stands for an option's value in the completion.
+std::string ValueReply(const CommandOption &option) {
+    const std::string_view type = option.type;
+    if (!option.words.empty())
+        return "mapfile -t COMPREPLY < <(compgen -W '" + Joined(option.words) + "' -- \"$word\"); return";
+    if (type != "DIR" && type != "FILE")
+        return "return";
+    return std::string("compopt -o filenames; mapfile -t COMPREPLY < <(compgen -") +
+           (type == "DIR" ? "d" : "f") + " -- \"$word\"); return";
+}
+
 // The branches of a case over the word before the cursor: what an option takes.
-std::string ValueBranches(const CLI::App &command) {
+std::string ValueBranches(const CommandLine &line) {
     std::string branches;
-    for (const CLI::Option *option : command.get_options()) {
-        if (!option->nonpositional() || option->get_expected_max() == 0)
-            continue;
-        std::vector<std::string> names;
-        for (const std::string &name : option->get_lnames())
-            names.push_back("--" + name);
-        for (const std::string &name : option->get_snames())
-            names.push_back("-" + name);
-        std::string pattern;
-        for (const std::string &name : names)
-            pattern += (pattern.empty() ? "" : "|") + name;
-        const std::vector<std::string> words = OptionWords(*option);
-        const std::string type = option->get_type_name();
-        std::string reply = "return";
-        if (!words.empty())
-            reply = "mapfile -t COMPREPLY < <(compgen -W '" + Joined(words) + "' -- \"$word\"); return";
-        else if (type == "DIR" || type == "FILE")
-            reply = std::string("compopt -o filenames; mapfile -t COMPREPLY < <(compgen -") +
-                    (type == "DIR" ? "d" : "f") + " -- \"$word\"); return";
-        branches += "        " + pattern + ") " + reply + " ;;\n";
+    for (const CommandOption &option : line.options) {
+        if (option.type != nullptr)
+            branches += "        " + Joined(NamesOf(option), "|") + ") " + ValueReply(option) + " ;;\n";
     }
     return branches;
 }
 
 // Words for the arguments of a command; none: files.
-std::vector<std::string> ArgumentWords(const CLI::App &command) {
-    for (const CLI::Option *option : command.get_options()) {
-        if (!option->nonpositional() && !OptionWords(*option).empty())
-            return OptionWords(*option);
+std::string ArgumentWords(const CommandLine &line) {
+    for (const CommandArgument &argument : line.arguments) {
+        if (!argument.words.empty())
+            return Joined(argument.words);
     }
     return {};
 }
 
-std::string CommandBranch(const CLI::App &command) {
-    std::string text = "    " + command.get_name() + ")\n";
-    const std::string values = ValueBranches(command);
+std::string CommandBranch(const ProgramCommand &command) {
+    std::string text = std::string("    ") + command.name + ")\n";
+    const std::string values = ValueBranches(command.line);
     if (!values.empty())
         text += "        case $previous in\n" + values + "        esac\n";
-    text += "        options='" + Joined(NamesOf(command)) + "'\n";
-    text += "        words='" + Joined(ArgumentWords(command)) + "'\n";
+    text += "        options='" + NamesOf(command.line) + "'\n";
+    text += "        words='" + ArgumentWords(command.line) + "'\n";
     return text + "        ;;\n";
 }
 
 } // namespace
 
-std::string BashCompletion(const CLI::App &app) {
+std::string BashCompletion(const Program &program) {
     std::vector<std::string> names;
     std::string branches;
-    for (const CLI::App *command : CommandsOf(app)) {
-        names.push_back(command->get_name());
-        branches += CommandBranch(*command);
+    for (const ProgramCommand &command : program.commands) {
+        names.emplace_back(command.name);
+        branches += CommandBranch(command);
     }
     return "# bash completion for veluctl, made by veluctl --completion\n"
            "_veluctl() {\n"
@@ -85,7 +87,7 @@ std::string BashCompletion(const CLI::App &app) {
            "    COMPREPLY=()\n"
            "    if [ \"$COMP_CWORD\" = 1 ]; then\n"
            "        mapfile -t COMPREPLY < <(compgen -W '" +
-           Joined(names) + " " + Joined(NamesOf(app)) +
+           Joined(names) + " " + NamesOf(program.line) +
            "' -- \"$word\")\n"
            "        return\n"
            "    fi\n"

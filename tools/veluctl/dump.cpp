@@ -64,9 +64,9 @@ void ReaderTry(const Reader &reader, const std::string &path, std::vector<Record
 } // namespace
 
 ExitCode DumpCommand(const Options &options) {
-    const std::string path = RequestPathMake(options.paths.front());
+    const std::string path = RequestPathMake(options.path);
     if (path.empty() || !IsFileExist(path.c_str(), nullptr))
-        return Complain(kFound, Quoted(options.paths.front()) + " is no file");
+        return Complain(kFound, Quoted(options.path) + " is no file");
     if (access(path.c_str(), R_OK) != 0)
         return Complain(kNoRights, Quoted(path) + ": " + strerror(errno));
     const OwnCovers covers;

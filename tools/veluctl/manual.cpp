@@ -6,44 +6,31 @@
 #include <ctype.h>
 
 #include <algorithm>
+#include <string_view>
 
+#include "tools/shared/command_value.h"
 #include "tools/shared/roff.h"
 #include "tools/veluctl/exit_code.h"
 
 namespace {
 
-// The name of the type without what the option's check adds.
-std::string TypeName(const CLI::Option &option) {
-    const std::string type = option.get_type_name();
-    return type.substr(0, type.find(':'));
-}
-
-bool IsHelp(const CLI::Option &option) {
-    return option.check_lname("help");
-}
-
-std::string Names(const CLI::Option &option) {
+std::string Names(const CommandOption &option) {
     std::string names;
-    const auto add = [&](const std::string &name) {
-        names += (names.empty() ? "\\fB" : ", \\fB") + RoffText(name) + "\\fR";
-    };
-    for (const std::string &name : option.get_snames())
-        add("-" + name);
-    for (const std::string &name : option.get_lnames())
-        add("--" + name);
-    if (option.get_expected_max() > 0)
-        names += " \\fI" + RoffText(TypeName(option)) + "\\fR";
+    if (option.letter != '\0')
+        names += "\\fB" + RoffText(std::string("-") + option.letter) + "\\fR" +
+                 (option.name != nullptr ? ", " : "");
+    if (option.name != nullptr)
+        names += "\\fB" + RoffText(std::string("--") + option.name) + "\\fR";
+    if (option.type != nullptr)
+        names += " \\fI" + RoffText(option.type) + "\\fR";
     return names;
 }
 
-std::string OptionEntry(const CLI::Option &option) {
-    std::string text = option.get_description() + ".";
-    std::string words;
-    for (const std::string &word : OptionWords(option))
-        words += (words.empty() ? " One of " : ", ") + word;
-    if (!words.empty())
-        text += words + ".";
-    return RoffEntry(Names(option), text);
+std::string OptionEntry(const CommandOption &option) {
+    std::string text = std::string(option.description) + ".";
+    for (const char *word : option.words)
+        text.append(word == option.words.front() ? " One of " : ", ").append(word);
+    return RoffEntry(Names(option), option.words.empty() ? text : text + ".");
 }
 
 // Headings of a manual are in capitals.
@@ -53,21 +40,17 @@ std::string Heading(std::string text) {
     return text;
 }
 
-std::string CommandEntry(const CLI::App &command) {
-    std::string synopsis = ".SS \"" + command.get_name();
-    std::string arguments;
+std::string CommandEntry(const ProgramCommand &command) {
+    std::string synopsis = std::string(".SS \"") + command.name;
     std::string entries;
-    for (const CLI::Option *option : command.get_options()) {
-        if (option->nonpositional()) {
-            entries += IsHelp(*option) ? "" : OptionEntry(*option);
-            continue;
-        }
-        const bool many = option->get_expected_max() > 1;
-        const std::string name = TypeName(*option) + (many ? "..." : "");
-        synopsis += option->get_required() ? " " + name : " [" + name + "]";
-        arguments += RoffEntry("\\fI" + name + "\\fR", option->get_description() + ".");
+    for (const CommandArgument &argument : command.line.arguments) {
+        const std::string name = std::string(argument.type) + (TakesMany(argument.target) ? "..." : "");
+        synopsis += argument.required ? " " + name : " [" + name + "]";
+        entries += RoffEntry("\\fI" + name + "\\fR", std::string(argument.description) + ".");
     }
-    return synopsis + "\"\n" + RoffText(command.get_description()) + ".\n" + arguments + entries;
+    for (const CommandOption &option : command.line.options)
+        entries += option.name == kHelpOption.name ? "" : OptionEntry(option);
+    return synopsis + "\"\n" + RoffText(command.description) + ".\n" + entries;
 }
 
 constexpr char kFiles[] = R"(.SH FILES
@@ -104,23 +87,22 @@ Looking needs the right to read the catalogues, which everybody has by default; 
 
 } // namespace
 
-std::string ManualPage(const CLI::App &app) {
+std::string ManualPage(const Program &program) {
     std::string page =
         ".TH VELUCTL 1 \"2026-11-21\" \"veluindexd\" \"User Commands\"\n.SH NAME\nveluctl \\- " +
-        RoffText(app.get_description()) + "\n.SH SYNOPSIS\n.B veluctl\n.I COMMAND\n[\\fIOPTION\\fR...]\n" +
+        RoffText(program.description) + "\n.SH SYNOPSIS\n.B veluctl\n.I COMMAND\n[\\fIOPTION\\fR...]\n" +
         ".SH DESCRIPTION\nThe person's side of\n.BR veluindexd (8):\n" +
         "asks it for work through its queue and shows what it has catalogued.\n";
-    std::string group;
-    for (const CLI::App *command : CommandsOf(app)) {
-        if (command->get_group() != group) {
-            group = command->get_group();
-            page += ".SH \"" + Heading(group) + "\"\n";
-        }
-        page += CommandEntry(*command);
+    std::string_view group;
+    for (const ProgramCommand &command : program.commands) {
+        if (command.group != group)
+            page += ".SH \"" + Heading(command.group) + "\"\n";
+        group = command.group;
+        page += CommandEntry(command);
     }
     page += ".SH OPTIONS\n";
-    for (const CLI::Option *option : app.get_options())
-        page += OptionEntry(*option);
+    for (const CommandOption &option : program.line.options)
+        page += OptionEntry(option);
     page += ".SH \"EXIT STATUS\"\n";
     for (const ExitCodeText &code : kExitCodes)
         page += RoffEntry("\\fB" + std::to_string(code.code) + "\\fR", code.meaning);

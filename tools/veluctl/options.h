@@ -11,10 +11,11 @@
 #include "tools/veluctl/row_writer.h"
 
 struct Options {
-    std::vector<std::string> paths; // add, remove; one for show, dump and report
+    std::vector<std::string> paths; // add, remove
+    std::string path;               // show, dump, report
     std::string new_path;
     std::string old_path;
-    std::string what;  // reindex, refresh
+    std::string what;  // reindex, refresh, config
     std::string input; // a file of paths, or "-"
     bool null_input = false;
     bool force = false;

@@ -42,7 +42,7 @@ ExitCode ReportCommand(const Options &options) {
     if (!PageMake(&report, !options.no_check))
         return Complain(kUnreachable, reader.failure);
     const std::string &page = report.html.text();
-    const std::string &path = options.paths.front();
+    const std::string &path = options.path;
     if (path == kStandardOutput) {
         fwrite(page.data(), 1, page.size(), stdout);
         return kDone; // whether it was written shows at the end of the program

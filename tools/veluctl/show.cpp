@@ -47,7 +47,7 @@ bool RowsFind(CatalogueReader *reader, const std::string &path, std::vector<Foun
 } // namespace
 
 ExitCode ShowCommand(const Options &options) {
-    const std::string path = RequestPathMake(options.paths.front());
+    const std::string path = RequestPathMake(options.path);
     CatalogueReader reader;
     std::vector<Found> found;
     if (path.empty() || !RowsFind(&reader, path, &found))

@@ -7,8 +7,6 @@
 #include <time.h>
 #include <unistd.h>
 
-#include <string_view>
-
 #include "daemon/queue.h"
 #include "platform/veluindex.h"
 #include "tools/queue/daemon_process.h"
@@ -18,6 +16,7 @@
 #include "tools/veluctl/json_text.h"
 #include "tools/veluctl/process_start.h"
 #include "tools/veluctl/run_view.h"
+#include "tools/veluctl/uri_text.h"
 
 namespace {
 
@@ -27,22 +26,6 @@ std::string TimeText(time_t time) {
     if (localtime_r(&time, &local) != nullptr)
         strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
     return text;
-}
-
-// The password of a URI is nobody's business.
-std::string WithoutPassword(std::string uri) {
-    const size_t user = uri.find("://");
-    const size_t at = uri.rfind('@');
-    if (user != std::string::npos && at != std::string::npos) {
-        const size_t colon = uri.find(':', user + 3);
-        if (colon != std::string::npos && colon < at)
-            uri.replace(colon + 1, at - colon - 1, "***");
-    }
-    for (size_t key = uri.find("password="); key != std::string::npos; key = uri.find("password=", key + 1)) {
-        const size_t value = key + std::string_view("password=").size();
-        uri.replace(value, uri.find('&', value) - value, "***");
-    }
-    return uri;
 }
 
 int64_t FileSize(const std::string &path) {
@@ -132,7 +115,7 @@ bool DatabasesReport(Json *answer, bool json) {
     for (const Database &database : kDatabases) {
         char uri[kCatalogueUriSize] = "";
         VELUIndexUriGet(database.catalogue, uri, sizeof uri);
-        const std::string place = WithoutPassword(uri);
+        const std::string place = UriWithoutPassword(uri);
         const bool reached = CatalogueConnect(&reader, database.catalogue) != nullptr;
         all_reached = all_reached && reached;
         const int64_t size = reached ? DatabaseSize(&reader, database.catalogue, uri) : -1;

@@ -2,48 +2,60 @@
 //
 // veluctl: asks the daemon for work and shows what it has catalogued.
 #include <stdio.h>
+#include <string.h>
 
 #include <exception>
-#include <iostream>
 
+#include "tools/shared/command_line.h"
 #include "tools/shared/safe_text.h"
-#include "tools/veluctl/command_line.h"
 #include "tools/veluctl/documents.h"
 #include "tools/veluctl/message.h"
 
 namespace {
 
-// What the command line turned out to ask for.
-struct Asked {
-    Options options;
-    Command command = nullptr;
-    bool manual = false;
-    bool completion = false;
-};
+ExitCode Misused(const std::string &reason) {
+    fprintf(stderr, "%s\nRun with --help for more information.\n", SafeText(reason).c_str());
+    return kUsage;
+}
+
+ExitCode Print(const std::string &text) {
+    fputs(text.c_str(), stdout);
+    return kDone;
+}
+
+ExitCode CommandRun(const Program &program, const ProgramCommand &command, int argc, char **argv,
+                    const Options &options) {
+    std::string error;
+    const CommandLineResult result = CommandLineRead(command.line, argc, argv, &error);
+    if (result == CommandLineResult::help)
+        return Print(CommandHelp(program, command));
+    return result == CommandLineResult::wrong ? Misused(error) : command.run(options);
+}
 
 ExitCode CommandLineRun(int argc, char **argv) {
-    Asked asked;
-    CLI::App app("ask the media-indexing daemon for work and look at its catalogue", "veluctl");
-    app.set_version_flag("--version", "veluctl " VELU_VERSION, "Print the version");
-    app.add_flag("--man", asked.manual, "Print the manual page (man veluctl shows it)");
-    app.add_flag("--completion", asked.completion, "Print the completion for bash");
-    app.footer(ExitCodesHelp());
-    CommandLineMake(&app, &asked.options, [&](Command command) { asked.command = command; });
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError &error) {
-        // Help and version come here too.
-        return app.exit(error, std::cout, std::cerr) == 0 ? kDone : kUsage;
-    }
-    if (asked.manual || asked.completion) {
-        fputs((asked.manual ? ManualPage(app) : BashCompletion(app)).c_str(), stdout);
-        return kDone;
-    }
-    if (asked.command == nullptr) {
-        fputs(app.help().c_str(), stderr);
+    ProgramOptions asked;
+    Options options;
+    const Program program = ProgramMake(&asked, &options);
+    std::string error;
+    int at = 0;
+    const CommandLineResult result = CommandLineReadToCommand(program.line, argc, argv, &at, &error);
+    if (result == CommandLineResult::wrong)
+        return Misused(error);
+    if (result == CommandLineResult::help)
+        return Print(ProgramHelp(program));
+    if (asked.version)
+        return Print("veluctl " VELU_VERSION "\n");
+    if (asked.manual || asked.completion)
+        return Print(asked.manual ? ManualPage(program) : BashCompletion(program));
+    if (at == argc) {
+        fputs(ProgramHelp(program).c_str(), stderr);
         return kUsage;
     }
-    return asked.command(asked.options);
+    for (const ProgramCommand &command : program.commands) {
+        if (strcmp(command.name, argv[at]) == 0)
+            return CommandRun(program, command, argc - at, argv + at, options);
+    }
+    return Misused(NotExpected(argv[at]));
 }
 
 } // namespace

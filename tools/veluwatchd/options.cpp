@@ -2,86 +2,64 @@
 #include "tools/veluwatchd/options.h"
 
 #include <errno.h>
-#include <getopt.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 
 #include "tools/queue/request_path.h"
+#include "tools/shared/program_line.h"
 
 namespace {
 
-void HelpPrint() {
-    printf("Usage: veluwatchd [OPTION...] [DIRECTORY...]\n"
-           "Watches the media shares, or the directories given, and queues what has changed\n"
-           "there for veluindexd. Stays in the foreground.\n"
-           "\n"
-           "      --settle SECONDS    queue a change when nothing has happened for so long (%g)\n"
-           "      --check SECONDS     look for shares that are away, so often (%g)\n"
-           "      --rescan SECONDS    index anew what cannot be watched, so often (%g)\n"
-           "      --reindex-at-start  index all that is watched anew, first\n"
-           "  -h, --help              print this\n"
-           "      --version           print the version\n",
-           kSettleSeconds, kCheckSeconds, kRescanSeconds);
+constexpr char kDescription[] =
+    "watch the media shares, or the directories given, and queue what has changed there for veluindexd";
+
+CommandOption Flag(const char *name, const char *description, bool *target) {
+    return {.letter = '\0', .name = name, .type = nullptr, .description = description, .target = target};
 }
 
-bool SecondsRead(const char *name, const char *text, double least, double most, double *seconds) {
-    char *end = nullptr;
-    const double value = strtod(text, &end);
-    if (end != text && *end == '\0' && value >= least && value <= most) {
-        *seconds = value;
-        return true;
-    }
-    fprintf(stderr, "veluwatchd: %s: \"%s\" is no number of seconds from %g to %g\n", name, text, least,
-            most);
-    return false;
+CommandOption Seconds(const char *name, const std::string &description, SecondsTarget target) {
+    return {.letter = '\0',
+            .name = name,
+            .type = "SECONDS",
+            .description = description.c_str(),
+            .target = target};
+}
+
+// With the value that holds unless another is given.
+std::string Described(const char *what, double standard) {
+    char text[128];
+    snprintf(text, sizeof text, "%s (%g)", what, standard);
+    return text;
 }
 
 } // namespace
 
-OptionsResult OptionsRead(int argc, char **argv, WatchOptions *options) {
-    enum : int { settle = 1, check, rescan, reindex, version };
-    constexpr option kOptions[] = {{"settle", required_argument, nullptr, settle},
-                                   {"check", required_argument, nullptr, check},
-                                   {"rescan", required_argument, nullptr, rescan},
-                                   {"reindex-at-start", no_argument, nullptr, reindex},
-                                   {"help", no_argument, nullptr, 'h'},
-                                   {"version", no_argument, nullptr, version},
-                                   {nullptr, 0, nullptr, 0}};
-    for (int found = 0; (found = getopt_long(argc, argv, "h", kOptions, nullptr)) != -1;) {
-        switch (found) {
-        case settle:
-            if (!SecondsRead("--settle", optarg, kSettleSecondsMin, kSettleSecondsMax, &options->settle))
-                return OptionsResult::wrong;
-            break;
-        case check:
-            if (!SecondsRead("--check", optarg, kCheckSecondsMin, kCheckSecondsMax, &options->check))
-                return OptionsResult::wrong;
-            break;
-        case rescan:
-            if (!SecondsRead("--rescan", optarg, kRescanSecondsMin, kRescanSecondsMax, &options->rescan))
-                return OptionsResult::wrong;
-            break;
-        case reindex:
-            options->reindex_at_start = true;
-            break;
-        case 'h':
-            HelpPrint();
-            return OptionsResult::done;
-        case version:
-            puts("veluwatchd " VELU_VERSION);
-            return OptionsResult::done;
-        default:
-            fputs("Try \"veluwatchd --help\".\n", stderr);
-            return OptionsResult::wrong;
-        }
+ProgramLine OptionsRead(int argc, char **argv, WatchOptions *options) {
+    const std::string settle =
+        Described("Queue a change when nothing has happened for so long", options->settle);
+    const std::string check = Described("Look for shares that are away, so often", options->check);
+    const std::string rescan = Described("Index anew what cannot be watched, so often", options->rescan);
+    bool version = false;
+    const HelpHead head = {kDescription, "veluwatchd", ""};
+    const CommandLine line = {
+        {kHelpOption, Flag("version", "Print the version", &version),
+         Seconds("settle", settle, {&options->settle, kSettleSecondsMin, kSettleSecondsMax}),
+         Seconds("check", check, {&options->check, kCheckSecondsMin, kCheckSecondsMax}),
+         Seconds("rescan", rescan, {&options->rescan, kRescanSecondsMin, kRescanSecondsMax}),
+         Flag("reindex-at-start", "Index all that is watched anew, first", &options->reindex_at_start)},
+        {{"directory", "DIRECTORY", "What to watch instead of the shares", &options->paths}}};
+    const ProgramLine asked = ProgramLineRead(head, line, argc, argv);
+    if (asked != ProgramLine::run)
+        return asked;
+    if (version) {
+        puts("veluwatchd " VELU_VERSION);
+        return ProgramLine::done;
     }
-    for (; optind < argc; ++optind) {
-        options->paths.push_back(RequestPathMake(argv[optind]));
-        if (options->paths.back().empty()) {
-            fprintf(stderr, "veluwatchd: \"%s\": %s\n", argv[optind], strerror(errno));
-            return OptionsResult::wrong;
-        }
+    for (std::string &path : options->paths) {
+        const std::string made = RequestPathMake(path);
+        if (made.empty())
+            return ProgramLineWrong(head, "\"" + path + "\": " + strerror(errno));
+        path = made;
     }
-    return OptionsResult::run;
+    return ProgramLine::run;
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/shared/program_line.h"
 #include "tools/veluwatchd/bounds.h"
 
 struct WatchOptions {
@@ -16,7 +17,5 @@ struct WatchOptions {
     bool reindex_at_start = false;
 };
 
-enum class OptionsResult { run, done, wrong };
-
 // Prints the help or what is wrong, if anything.
-OptionsResult OptionsRead(int argc, char **argv, WatchOptions *options);
+ProgramLine OptionsRead(int argc, char **argv, WatchOptions *options);

@@ -37,9 +37,9 @@ ExitCode Failed(const char *what, int error) {
 
 ExitCode Run(int argc, char **argv) {
     WatchOptions options;
-    const OptionsResult asked = OptionsRead(argc, argv, &options);
-    if (asked != OptionsResult::run)
-        return asked == OptionsResult::done ? kDone : kUsage;
+    const ProgramLine asked = OptionsRead(argc, argv, &options);
+    if (asked != ProgramLine::run)
+        return asked == ProgramLine::done ? kDone : kUsage;
     // A person at a terminal sees what the log gets.
     openlog("veluwatchd", isatty(STDERR_FILENO) != 0 ? LOG_PERROR : 0, LOG_DAEMON);
     bool broken_off = false;

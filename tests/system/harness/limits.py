@@ -1,9 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The bounds of platform/limits.h, by name, so that tests follow them."""
+"""The bounds of the headers, by name, so that tests follow them."""
 import pathlib
 import re
 
-HEADER = pathlib.Path(__file__).resolve().parents[3] / "platform/limits.h"
+TREE = pathlib.Path(__file__).resolve().parents[3]
+# Of the watcher's header, which has its times as well, those that are called bounds.
+HEADERS = {"platform/limits.h": r"k\w+", "tools/veluwatchd/bounds.h": r"k\w+(Min|Max)"}
 CONSTANT = re.compile(r"^inline constexpr \w+ (k\w+) =\s*([^;]+);", re.MULTILINE)
 
 
@@ -21,4 +23,5 @@ def read_limits(text):
     return values
 
 
-LIMITS = read_limits(HEADER.read_text(encoding="utf-8"))
+LIMITS = {name: value for header, names in HEADERS.items()
+          for name, value in read_limits((TREE / header).read_text(encoding="utf-8")).items() if re.fullmatch(names, name)}

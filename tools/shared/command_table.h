@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What a program's command line, or that of one of its commands, may hold. It is read by this table, and help, manual
+// and completion are made from it.
+#pragma once
+
+#include <stdint.h>
+
+#include <string>
+#include <variant>
+#include <vector>
+
+// A number of seconds within bounds.
+struct SecondsTarget {
+    double *seconds;
+    double least;
+    double most;
+};
+
+// Where a value goes. A flag has a bool; a list takes any number of values.
+using CommandTarget =
+    std::variant<bool *, uint32_t *, std::string *, std::vector<std::string> *, SecondsTarget>;
+
+struct CommandOption {
+    char letter;      // '\0': none
+    const char *name; // without dashes; null: none
+    const char *type; // what it takes, as the help names it; null: nothing
+    const char *description;
+    CommandTarget target;
+    std::vector<const char *> words = {}; // the values that there are; none: any
+    const char *needs = nullptr;          // the name of an option that has to be there, too
+    const char *excludes = nullptr;       // of one that must not
+};
+
+struct CommandArgument {
+    const char *name;
+    const char *type; // as the help names it
+    const char *description;
+    CommandTarget target; // a string or, as the last one, a list
+    bool required = false;
+    std::vector<const char *> words = {};
+};
+
+struct CommandLine {
+    std::vector<CommandOption> options; // the help, kHelpOption, is the first
+    std::vector<CommandArgument> arguments;
+};
+
+// A flag that ends the reading.
+inline const CommandOption kHelpOption = {'h', "help", nullptr, "Print this help message and exit",
+                                          static_cast<bool *>(nullptr)};

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/shared/help_text.h"
+
+#include "tools/shared/command_value.h"
+
+namespace {
+
+constexpr size_t kMeaningColumn = 30;
+
+std::string EntryText(const std::string &name, const std::string &meaning) {
+    std::string text = "  " + name;
+    if (text.size() >= kMeaningColumn)
+        text.append("\n").append(kMeaningColumn, ' ');
+    else
+        text.append(kMeaningColumn - text.size(), ' ');
+    return text + meaning + "\n";
+}
+
+std::string ListText(const HelpList &list) {
+    if (list.entries.empty())
+        return {};
+    std::string text = "\n" + list.heading + ":\n";
+    for (const auto &[name, meaning] : list.entries)
+        text += EntryText(name, meaning);
+    return text;
+}
+
+std::string OptionHead(const CommandOption &option) {
+    std::string text;
+    if (option.letter != '\0')
+        text.append("-").append(1, option.letter).append(option.name != nullptr ? "," : "");
+    if (option.name != nullptr)
+        text.append("--").append(option.name);
+    if (option.type != nullptr)
+        text += " " + TypeText(option.type, option.words);
+    if (TakesMany(option.target))
+        text += " ...";
+    if (option.needs != nullptr)
+        text.append(" Needs: --").append(option.needs);
+    if (option.excludes != nullptr)
+        text.append(" Excludes: --").append(option.excludes);
+    return text;
+}
+
+std::string ArgumentHead(const CommandArgument &argument) {
+    return argument.name + (" " + TypeText(argument.type, argument.words)) +
+           (TakesMany(argument.target) ? " ..." : "") + (argument.required ? " REQUIRED" : "");
+}
+
+} // namespace
+
+std::string HelpText(const HelpHead &head, const CommandLine &line, const std::vector<HelpList> &more,
+                     const std::string &footer) {
+    std::string text = std::string(head.description) + "\nUsage: " + head.name + " [OPTIONS]" + head.behind;
+    HelpList arguments = {"Positionals", {}};
+    for (const CommandArgument &argument : line.arguments) {
+        const std::string name = std::string(argument.name) + (TakesMany(argument.target) ? "..." : "");
+        text += argument.required ? " " + name : " [" + name + "]";
+        arguments.entries.emplace_back(ArgumentHead(argument), argument.description);
+    }
+    HelpList options = {"Options", {}};
+    for (const CommandOption &option : line.options)
+        options.entries.emplace_back(OptionHead(option), option.description);
+    text += "\n" + ListText(arguments) + ListText(options);
+    for (const HelpList &list : more)
+        text += ListText(list);
+    return text + (footer.empty() ? "" : "\n" + footer);
+}

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/shared/help_text.h"
+#include "tools/veluctl/documents.h"
+
+namespace {
+
+std::string ExitCodesHelp() {
+    std::string text = "Exit codes:\n";
+    for (const ExitCodeText &code : kExitCodes)
+        text += "  " + std::to_string(code.code) + "  " + code.meaning + "\n";
+    return text + "\n";
+}
+
+} // namespace
+
+std::string ProgramHelp(const Program &program) {
+    std::vector<HelpList> groups;
+    for (const ProgramCommand &command : program.commands) {
+        if (groups.empty() || groups.back().heading != command.group)
+            groups.push_back({command.group, {}});
+        groups.back().entries.emplace_back(command.name, command.description);
+    }
+    return HelpText({program.description, program.name, " [SUBCOMMAND]"}, program.line, groups,
+                    ExitCodesHelp());
+}
+
+std::string CommandHelp(const Program &program, const ProgramCommand &command) {
+    return HelpText({command.description, std::string(program.name) + " " + command.name, ""}, command.line,
+                    {}, ExitCodesHelp());
+}
