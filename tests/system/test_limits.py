@@ -58,7 +58,10 @@ def test_another_writer_is_waited_for_up_to_a_bound(box, beyond):
     box.queue(f"d:{GONE}")
     box.signal()
     wait_for(lambda: box.exists(WORKING_COPY), "the run")
-    time.sleep(LIMITS["kDatabaseBusyMilliseconds"] / 1000 / SPEED * (3 if beyond else 0.4))
+    if beyond:
+        wait_for(lambda: any("database is locked" in text for text in box.log.texts()), "the bound")
+    else:
+        time.sleep(LIMITS["kDatabaseBusyMilliseconds"] / 1000 / SPEED * 0.4)
     other.execute("rollback")
     other.close()
     wait_for(lambda: not box.exists(WORKING_COPY), "the end of the run")
