@@ -7,14 +7,6 @@
 
 #include <algorithm>
 
-void ByteSourceCopy(const ByteSource &source, int64_t pos, uint8_t *out, size_t count) {
-    const std::span<const uint8_t> bytes = source.window(source.reader, pos, count);
-    const size_t held = std::min(count, bytes.size());
-    if (held > 0)
-        memcpy(out, bytes.data(), held);
-    memset(out + held, kUnreadByte, count - held);
-}
-
 bool IsAllZero(std::span<const uint8_t> bytes) {
     // Comparing the bytes with themselves one further runs at the speed of memcmp.
     return !bytes.empty() && bytes[0] == 0 && memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0;

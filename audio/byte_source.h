@@ -26,9 +26,6 @@ struct ByteSource {
     int64_t (*next_data)(void *reader, int64_t pos);
 };
 
-// Reads the `count` bytes at `pos`, with kUnreadByte for those that cannot be had.
-void ByteSourceCopy(const ByteSource &source, int64_t pos, uint8_t *out, size_t count);
-
 // True when all bytes are zero.
 bool IsAllZero(std::span<const uint8_t> bytes);
 
