@@ -3,20 +3,14 @@
 
 #include "catalogue/util.h"
 #include "platform/handle.h"
-#include "platform/velusdk.h"
 
 extern "C" { // the library's own header is for C alone
 #include <libaiff/libaiff.h>
 }
-#include <stdio.h>
-#include <syslog.h>
-
 #include <cfloat>
 #include <memory>
 
 namespace {
-
-constexpr char kLogName[] = "aiff.c";
 
 using AiffHandle = std::unique_ptr<s_AIFF_Ref, CloseWith<AIFF_CloseFile>>;
 
@@ -29,7 +23,9 @@ float ToSeconds(uint64_t sample_frames, double rate) {
     return seconds <= FLT_MAX ? static_cast<float>(seconds) : 0;
 }
 
-void AudioFormatRead(const char *path, MediaInfo *record) {
+} // namespace
+
+int AiffRead(const char *path, MediaInfo *record) {
     const AiffHandle file(AIFF_OpenFile(path, F_RDONLY));
     uint64_t sample_frames = 0;
     int channels = 0;
@@ -37,42 +33,10 @@ void AudioFormatRead(const char *path, MediaInfo *record) {
     int bits = 0;
     int segment_size = 0;
     if (!file || AIFF_GetAudioFormat(file.get(), &sample_frames, &channels, &rate, &bits, &segment_size) != 1)
-        return;
+        return 0;
     record->channels = static_cast<uint32_t>(channels);
     record->duration = ToSeconds(sample_frames, rate);
     record->audio_bitrate = MediaCountFrom(bits * rate * channels);
     record->sample_rate = MediaCountFrom(rate);
-}
-
-} // namespace
-
-int AiffInfoGet(const char *path, MediaInfo *record) {
-    if (path == nullptr || *path == '\0' || record == nullptr) {
-        syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
-        return -1;
-    }
-    uint64_t size = 0;
-    if (!IsFileExist(path, &size))
-        return -1;
-    *record = MediaInfo{};
-    snprintf(record->path, sizeof record->path, "%s", path);
-    record->file_size = size;
-    AudioFormatRead(path, record);
-    MediaRecordFinish(path, record, kLogName);
     return 0;
-}
-
-int AiffIndexAdd(const char *path) {
-    MediaInfo record;
-    if (AiffInfoGet(path, &record) < 0)
-        return -1;
-    if (MediaInfoDBSave(kMediaMusic, &record) != 0) {
-        syslog(LOG_ERR, "%s (%d) Failed to save media info to database.", kLogName, __LINE__);
-        return -1;
-    }
-    return 0;
-}
-
-int AiffIndexDelete(const char *path) {
-    return MediaFileRemove(kMediaMusic, path, kLogName);
 }

@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Indexers of the files that have no reader of their own: probed ones, whose metadata the media probe reads,
-// and plain ones (raw PCM, disc images, subtitles), of which only the file system is asked.
-//
-// Adding returns 0 when the row was saved, 1 when it was saved although the probe could not read the file, -1
-// when nothing was saved. Removing returns 0 or -1; the row of a file that still exists stays.
+// Reading the files that have no reader of their own, by the media probe, for their indexers.
 #pragma once
 
-int ProbedAudioIndex(const char *path);
-int PlainAudioIndex(const char *path);
-int ProbedVideoIndex(const char *path);
-int PlainVideoIndex(const char *path);
+struct MediaInfo;
 
-int AudioRemove(const char *path);
-int VideoRemove(const char *path);
+// IndexReaders: the probe, with the log line of either kind.
+int ProbedAudioRead(const char *path, MediaInfo *record);
+int ProbedVideoRead(const char *path, MediaInfo *record);

@@ -3,19 +3,14 @@
 
 #include <stdio.h>
 #include <string.h>
-#include <syslog.h>
 
 #include <algorithm>
 
 #include "catalogue/exif.h"
-#include "catalogue/util.h"
-#include "daemon/path_rules.h"
+#include "catalogue/media_info.h"
 #include "photo/photo_record.h"
-#include "platform/velusdk.h"
 
 namespace {
-
-constexpr char kLogName[] = "photo.c";
 
 // The media catalogue writes dates with dashes and without zeros in front; programs that read it know them
 // so.
@@ -52,41 +47,19 @@ void ExifStore(MediaInfo *record) {
 
 } // namespace
 
-int PhotoFileIndex(const char *path) {
-    if (path == nullptr || *path == '\0') {
-        syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
-        return -1;
-    }
-    MediaInfo record = {};
-    if (!IsFileExist(path, &record.file_size))
-        return -1;
-    if (IsAttributePath(path))
+int PhotoRead(const char *path, MediaInfo *record) {
+    const char *dot = strrchr(path, '.');
+    if (dot == nullptr)
         return 0;
-    snprintf(record.path, sizeof record.path, "%s", path);
-    MediaTitleFromName(path, record.title);
-    if (!MediaAlbumFromPath(path, record.album))
-        syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
-
-    if (const char *dot = strrchr(path, '.'); dot != nullptr) {
-        VELUIndexCTimeMTimeGet(path, record.create_time, sizeof record.create_time, record.modify_time,
-                               sizeof record.modify_time);
-        if (BlVELUIndexIsJpeg(dot + 1))
-            ExifStore(&record);
-        int width = 0;
-        int height = 0;
-        if (VELUIndexImgResGet(path, &width, &height) == 0) {
-            record.width = static_cast<uint32_t>(width);
-            record.height = static_cast<uint32_t>(height);
-        }
-    }
-    if (MediaInfoDBSave(kMediaPhoto, &record) != 0) {
-        // The wording is the playlist indexer's; log filters on the appliance know it.
-        syslog(LOG_ERR, "%s (%d) Failed to save playlist info.", kLogName, __LINE__);
-        return -1;
+    VELUIndexCTimeMTimeGet(path, record->create_time, sizeof record->create_time, record->modify_time,
+                           sizeof record->modify_time);
+    if (BlVELUIndexIsJpeg(dot + 1))
+        ExifStore(record);
+    int width = 0;
+    int height = 0;
+    if (VELUIndexImgResGet(path, &width, &height) == 0) {
+        record->width = static_cast<uint32_t>(width);
+        record->height = static_cast<uint32_t>(height);
     }
     return 0;
-}
-
-int PhotoFileRemove(const char *path) {
-    return MediaFileRemove(kMediaPhoto, path, kLogName);
 }

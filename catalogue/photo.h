@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Indexer of pictures as media files (the photo library's rows are photo/photo_index's).
+// Reading pictures as media files for their indexer (the photo library's rows are photo/photo_index's).
 #pragma once
 
-// Returns 0 when the row was saved or the path lies in an attribute directory ("@eaDir"), else -1.
-int PhotoFileIndex(const char *path);
+struct MediaInfo;
 
-// Returns 0 or -1; the row of a file that still exists stays.
-int PhotoFileRemove(const char *path);
+// An IndexReader: times, EXIF fields of a JPEG, size in pixels. A path without a dot is left as it is; nothing
+// that cannot be read is a failure.
+int PhotoRead(const char *path, MediaInfo *record);

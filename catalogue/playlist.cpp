@@ -3,14 +3,11 @@
 
 #include <stdio.h>
 #include <sys/stat.h>
-#include <syslog.h>
 #include <time.h>
 
-#include "catalogue/util.h"
+#include "catalogue/media_info.h"
 
 namespace {
-
-constexpr char kLogName[] = "playlist.c";
 
 // The time as ctime() writes it, newline included. A year that ctime() cannot write leaves the field empty.
 void CtimeText(time_t when, char (&field)[kMediaTimeSize]) {
@@ -22,27 +19,12 @@ void CtimeText(time_t when, char (&field)[kMediaTimeSize]) {
 
 } // namespace
 
-int PlaylistFileIndex(const char *path) {
-    if (path == nullptr || *path == '\0') {
-        syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
-        return -1;
-    }
-    MediaInfo record = {};
-    if (MediaInfoFillBasic(path, &record) != 0)
-        return -1;
+int PlaylistRead(const char *path, MediaInfo *record) {
     struct stat status;
     if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
         return -1;
-    record.file_size = static_cast<uint64_t>(status.st_size);
-    CtimeText(status.st_ctime, record.create_time);
-    CtimeText(status.st_mtime, record.modify_time);
-    if (MediaInfoDBSave(kMediaPlaylist, &record) != 0) {
-        syslog(LOG_ERR, "%s (%d) Failed to save playlist info.", kLogName, __LINE__);
-        return -1;
-    }
+    record->file_size = static_cast<uint64_t>(status.st_size);
+    CtimeText(status.st_ctime, record->create_time);
+    CtimeText(status.st_mtime, record->modify_time);
     return 0;
-}
-
-int PlaylistFileRemove(const char *path) {
-    return MediaFileRemove(kMediaPlaylist, path, kLogName);
 }

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Indexer of playlists. Their content is not read: the row says that the playlist is there.
+// What the indexer of playlists takes from one. Their content is not read: the row says that the playlist is there.
 #pragma once
 
-// Returns 0 when the row was saved, else -1. Only a regular file is indexed.
-int PlaylistFileIndex(const char *path);
+struct MediaInfo;
 
-// Returns 0 or -1; the row of a file that still exists stays.
-int PlaylistFileRemove(const char *path);
+// An IndexReader: size and times, these in the form of ctime(). Silently refuses what is no regular file.
+int PlaylistRead(const char *path, MediaInfo *record);

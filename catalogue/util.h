@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// What the indexers share: the fields that a path and the file system give, and the removal of a row.
+// The fields of a record that a path and the file system give, and its numbers.
 #pragma once
 
 #include "catalogue/media_info.h"
@@ -22,13 +22,3 @@ void MediaTitleFromName(const char *path, char (&title)[kMediaTextSize]);
 // The whole number that a count's field holds for a computed value: one above the field is the largest, one
 // that is no number above 0 is 0.
 uint32_t MediaCountFrom(double value);
-
-// Ends the filling of a record that its reader has seen: adds the file's times, makes the text valid, and gives a
-// title and an album that are still empty their defaults (name and containing directory), as the file system has
-// them. An album that does not fit is logged in the name and line of the caller.
-void MediaRecordFinish(const char *path, MediaInfo *record, const char *log_name,
-                       int line = __builtin_LINE());
-
-// Removes the row of `path` from the table of `kind`; the row of a file that is still there stays. Returns 0
-// or -1. Failures are logged in the name and line of the caller.
-int MediaFileRemove(int kind, const char *path, const char *log_name, int line = __builtin_LINE());

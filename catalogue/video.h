@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Indexer of Video CD data files (.dat), whose MPEG program stream (ISO/IEC 11172-1, 13818-1) is read by the
-// system's own parser.
+// Reading Video CD data files (.dat), whose MPEG program stream (ISO/IEC 11172-1, 13818-1) is read by the
+// system's own parser, for their indexer.
 #pragma once
 
-// Returns 0 when the row was saved, 1 when it was saved although the stream could not be read, -1 when
-// nothing was saved.
-int VcdFileIndex(const char *path);
+struct MediaInfo;
 
-// Returns 0 or -1; the row of a file that still exists stays.
-int VcdFileRemove(const char *path);
+// An IndexReader.
+int VcdRead(const char *path, MediaInfo *record);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "container/aac.h"
 
-#include "catalogue/util.h"
+#include "catalogue/media_info.h"
 #include "container/command_line_reader.h"
 #include "container/faad_line.h"
 #include "platform/configuration.h"
@@ -69,17 +69,6 @@ int AacMetadataRead(const char *path, MediaInfo *record) {
     return 0;
 }
 
-int AacFileIndex(const char *path) {
-    if (path == nullptr) {
-        syslog(LOG_ERR, "%s:%d Bad parameter.", kLogName, __LINE__);
-        return -1;
-    }
-    MediaInfo record = {};
-    if (MediaInfoFillBasic(path, &record) != 0)
-        return -1;
-    const int result = AacMetadataRead(path, &record) == 0 ? 0 : 1;
-    // A save that fails is logged and leaves the result as it is.
-    if (MediaInfoDBSave(kMediaMusic, &record) != 0)
-        syslog(LOG_ERR, "%s:%d Failed to save media info to database. [%s]", kLogName, __LINE__, path);
-    return result;
+int AacRead(const char *path, MediaInfo *record) {
+    return AacMetadataRead(path, record) == 0 ? 0 : 1;
 }

@@ -5,10 +5,8 @@
 #include "container/flac_blocks.h"
 #include "container/flac_tags.h"
 #include "platform/handle.h"
-#include "platform/velusdk.h"
 
 #include <FLAC/metadata.h>
-#include <stdio.h>
 #include <sys/stat.h>
 #include <syslog.h>
 
@@ -71,27 +69,9 @@ int FlacMetadataRead(const char *path, MediaInfo *record) {
     return 0;
 }
 
-int FlacFileIndex(const char *path) {
-    if (path == nullptr || *path == '\0') {
-        syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
-        return -1;
-    }
-    MediaInfo record = {};
-    if (!IsFileExist(path, &record.file_size))
-        return -1;
-    snprintf(record.path, sizeof record.path, "%s", path);
-    MediaTitleFromName(path, record.title);
-    if (!MediaAlbumFromPath(path, record.album))
-        syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
-    int result = 0;
-    if (FlacMetadataRead(path, &record) < 0) {
-        syslog(LOG_ERR, "%s (%d) Failed to parse music metadata.", kLogName, __LINE__);
-        result = 1;
-    }
-    VELUIndexCTimeMTimeGet(path, record.create_time, sizeof record.create_time, record.modify_time,
-                           sizeof record.modify_time);
-    // A save that fails is logged and leaves the result as it is.
-    if (MediaInfoDBSave(kMediaMusic, &record) != 0)
-        syslog(LOG_ERR, "%s (%d) Failed to save media info to database.", kLogName, __LINE__);
-    return result;
+int FlacRead(const char *path, MediaInfo *record) {
+    if (FlacMetadataRead(path, record) == 0)
+        return 0;
+    syslog(LOG_ERR, "%s (%d) Failed to parse music metadata.", kLogName, __LINE__);
+    return 1;
 }

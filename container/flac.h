@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Indexer of FLAC files (RFC 9639: STREAMINFO and Vorbis comments).
+// Reading FLAC files (RFC 9639: STREAMINFO and Vorbis comments).
 #pragma once
 
 struct MediaInfo;
@@ -9,5 +9,5 @@ struct MediaInfo;
 // record when only the tags cannot be read.
 int FlacMetadataRead(const char *path, MediaInfo *record);
 
-// Returns 0 when the file was handed to the store, 1 when that happened without its metadata, else -1.
-int FlacFileIndex(const char *path);
+// An IndexReader.
+int FlacRead(const char *path, MediaInfo *record);

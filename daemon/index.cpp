@@ -54,10 +54,10 @@ int IndexFileAdd(const char *path, int mode) {
     if (handler == nullptr)
         return 0;
     if (mode == kIndexRemove)
-        return handler->remove(path);
+        return IndexRecipeRemove(IndexRecipeOf(handler->indexer), path);
     if (!IsIndexedBaseName(path))
         return -1;
-    const int result = handler->add(path);
+    const int result = IndexRecipeAdd(IndexRecipeOf(handler->indexer), path);
     if (result == 1) {
         syslog(LOG_ERR, "%s:%d Failed to parse media metadata of file [%s].", kLogName, __LINE__, path);
         VELULogSet1(kEventClass, kEventLevel, kEventParseFailed, path, "", "", "");

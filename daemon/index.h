@@ -4,16 +4,15 @@
 // indexer being chosen by the extension.
 #pragma once
 
+#include "catalogue/indexers.h"
 #include "platform/veluindex.h"
 
-// One extension and its indexers; each takes a path and returns 0, 1 (saved without metadata) or -1.
 struct IndexHandler {
     const char *extension;
-    int (*add)(const char *path);
-    int (*remove)(const char *path);
+    Indexer indexer;
 };
 
-// All extensions that are indexed, in the order in which they are looked up, ended by a row of nulls.
+// All extensions that are indexed, in the order in which they are looked up, ended by a row without one.
 extern const IndexHandler IndexHandlerTable[];
 
 // The row of an extension (compared without case), or null.

@@ -3,8 +3,7 @@
 // The AIFF reader from the file to the record.
 #include <cmath>
 
-#include "audio/aiff.h"
-#include "catalogue/media_info.h"
+#include "catalogue/indexers.h"
 #include "tests/fuzz/memory_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {

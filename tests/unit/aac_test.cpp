@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "container/aac.h"
 
-#include "catalogue/media_info.h"
+#include "catalogue/indexers.h"
 #include "container/command_line_reader.h"
 #include "container/faad_line.h"
 #include "platform/limits.h"

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "audio/aiff.h"
+#include "catalogue/indexers.h"
 
-#include "catalogue/media_info.h"
 #include "platform/limits.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/program_output.h"

@@ -7,7 +7,7 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 
-#include "catalogue/photo.h"
+#include "catalogue/indexers.h"
 #include "exif_bytes.h"
 #include "platform/limits.h"
 #include "tests/unit/log_capture.h"
@@ -62,7 +62,7 @@ long PeakOf(const std::string &content) {
 std::map<std::string, std::string> Indexed(const std::string &path, const std::string &content) {
     SandboxReset();
     FileWrite(path, content);
-    EXPECT_EQ(PhotoFileIndex(path.c_str()), 0);
+    EXPECT_EQ(IndexRecipeAdd(IndexRecipeOf(Indexer::photo), path.c_str()), 0);
     return MediaRow("photo", path);
 }
 
@@ -241,7 +241,7 @@ TEST(PhotoMediaTest, AttributeDirectoriesHaveNoRows) {
     for (const char *path : {"/volume1/photo/@eaDir/b.jpg", "/volume1/photo/x@eaDir.jpg"}) {
         SandboxReset();
         FileWrite(path, PlainJpeg(32, 24));
-        EXPECT_EQ(PhotoFileIndex(path), 0);
+        EXPECT_EQ(IndexRecipeAdd(IndexRecipeOf(Indexer::photo), path), 0);
         EXPECT_TRUE(MediaPaths("photo").empty());
     }
 }

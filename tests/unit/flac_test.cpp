@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "container/flac.h"
 
-#include "catalogue/media_info.h"
+#include "catalogue/indexers.h"
 #include "container/flac_blocks.h"
 #include "container/flac_tags.h"
 #include "platform/limits.h"

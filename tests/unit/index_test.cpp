@@ -8,12 +8,6 @@
 #include <filesystem>
 #include <set>
 
-#include "catalogue/media.h"
-#include "catalogue/music.h"
-#include "catalogue/photo.h"
-#include "catalogue/playlist.h"
-#include "catalogue/video.h"
-#include "container/mp4.h"
 #include "daemon/directory.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/test_files.h"
@@ -36,8 +30,8 @@ TEST(IndexHandlerTable, HasSixtyEightDifferentExtensionsInLowerCase) {
     std::set<std::string> extensions;
     for (const IndexHandler *row = IndexHandlerTable; row->extension != nullptr; ++row) {
         extensions.insert(row->extension);
-        EXPECT_NE(row->add, nullptr);
-        EXPECT_NE(row->remove, nullptr);
+        EXPECT_NE(IndexRecipeOf(row->indexer).log_name, nullptr);
+        EXPECT_NE(IndexRecipeOf(row->indexer).remove_log_name, nullptr);
         for (const char *c = row->extension; *c != '\0'; ++c)
             EXPECT_FALSE(*c >= 'A' && *c <= 'Z');
     }
@@ -47,22 +41,29 @@ TEST(IndexHandlerTable, HasSixtyEightDifferentExtensionsInLowerCase) {
 TEST(IndexHandlerTable, NamesTheIndexerOfEachFamily) {
     const struct {
         const char *extension;
-        int (*add)(const char *);
-        int (*remove)(const char *);
+        Indexer indexer;
     } expected[] = {
-        {"mp3", MusicFileIndex, MusicFileRemove},  {"ogg", ProbedAudioIndex, AudioRemove},
-        {"m4a", Mp4FileIndex, Mp4FileRemove},      {"m4b", Mp4FileIndex, Mp4FileRemove},
-        {"pcm", PlainAudioIndex, AudioRemove},     {"wpl", PlaylistFileIndex, PlaylistFileRemove},
-        {"mp4", ProbedVideoIndex, VideoRemove},    {"dat", VcdFileIndex, VcdFileRemove},
-        {"srt", PlainVideoIndex, VideoRemove},     {"psb", PlainVideoIndex, VideoRemove},
-        {"dvr-ms", ProbedVideoIndex, VideoRemove}, {"tp", ProbedVideoIndex, VideoRemove},
-        {"ufo", PhotoFileIndex, PhotoFileRemove},
+        {"mp3", Indexer::music},
+        {"ogg", Indexer::probed_audio},
+        {"m4a", Indexer::mp4},
+        {"m4b", Indexer::mp4},
+        {"pcm", Indexer::plain_audio},
+        {"wpl", Indexer::playlist},
+        {"mp4", Indexer::probed_video},
+        {"dat", Indexer::vcd},
+        {"srt", Indexer::plain_video},
+        {"psb", Indexer::plain_video},
+        {"dvr-ms", Indexer::probed_video},
+        {"tp", Indexer::probed_video},
+        {"ufo", Indexer::photo},
+        {"aif", Indexer::aiff},
+        {"flac", Indexer::flac},
+        {"aac", Indexer::aac},
     };
     for (const auto &row : expected) {
         const IndexHandler *handler = IndexHandlerFind(row.extension);
         ASSERT_NE(handler, nullptr) << row.extension;
-        EXPECT_EQ(handler->add, row.add) << row.extension;
-        EXPECT_EQ(handler->remove, row.remove) << row.extension;
+        EXPECT_EQ(handler->indexer, row.indexer) << row.extension;
     }
 }
 

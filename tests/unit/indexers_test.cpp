@@ -9,13 +9,8 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "audio/aiff.h"
-#include "catalogue/media.h"
-#include "catalogue/music.h"
-#include "catalogue/photo.h"
-#include "catalogue/playlist.h"
+#include "catalogue/indexers.h"
 #include "catalogue/util.h"
-#include "catalogue/video.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/test_files.h"
 
@@ -31,44 +26,54 @@ protected:
     }
 };
 
+int Add(Indexer indexer, const char *path) {
+    return IndexRecipeAdd(IndexRecipeOf(indexer), path);
+}
+
+int Remove(Indexer indexer, const char *path) {
+    return IndexRecipeRemove(IndexRecipeOf(indexer), path);
+}
+
 struct NamedIndexer {
     const char *name;
-    int (*call)(const char *);
+    Indexer indexer;
     const char *bad_parameter;
 };
 
 constexpr NamedIndexer kIndexers[] = {
-    {"MusicFileIndex", MusicFileIndex, "music.c# Bad parameter."},
-    {"ProbedAudioIndex", ProbedAudioIndex, "media.c# Bad parameter."},
-    {"PlainAudioIndex", PlainAudioIndex, "media.c# Bad parameter."},
-    {"ProbedVideoIndex", ProbedVideoIndex, "media.c# Bad parameter."},
-    {"PlainVideoIndex", PlainVideoIndex, "media.c# Bad parameter."},
-    {"VcdFileIndex", VcdFileIndex, "video.c# Bad parameter."},
-    {"PlaylistFileIndex", PlaylistFileIndex, "playlist.c# Bad parameter."},
-    {"PhotoFileIndex", PhotoFileIndex, "photo.c# Bad parameter."},
+    {"music", Indexer::music, "music.c# Bad parameter."},
+    {"probed_audio", Indexer::probed_audio, "media.c# Bad parameter."},
+    {"plain_audio", Indexer::plain_audio, "media.c# Bad parameter."},
+    {"probed_video", Indexer::probed_video, "media.c# Bad parameter."},
+    {"plain_video", Indexer::plain_video, "media.c# Bad parameter."},
+    {"vcd", Indexer::vcd, "video.c# Bad parameter."},
+    {"playlist", Indexer::playlist, "playlist.c# Bad parameter."},
+    {"photo", Indexer::photo, "photo.c# Bad parameter."},
+    {"aiff", Indexer::aiff, "aiff.c# Bad parameter."},
+    {"mp4", Indexer::mp4, "mp4.c# Bad parameter."},
+    {"flac", Indexer::flac, "flac.c# Bad parameter."},
 };
 
 } // namespace
 
 TEST_F(IndexersTest, AMissingOrEmptyPathIsABadParameter) {
     for (const NamedIndexer &indexer : kIndexers) {
-        EXPECT_EQ(indexer.call(nullptr), -1) << indexer.name;
-        EXPECT_EQ(indexer.call(""), -1) << indexer.name;
+        EXPECT_EQ(Add(indexer.indexer, nullptr), -1) << indexer.name;
+        EXPECT_EQ(Add(indexer.indexer, ""), -1) << indexer.name;
         EXPECT_EQ(LogTakeTexts(), Texts(2, indexer.bad_parameter)) << indexer.name;
     }
-    for (auto *remove :
-         {MusicFileRemove, AudioRemove, VideoRemove, VcdFileRemove, PlaylistFileRemove, PhotoFileRemove}) {
-        EXPECT_EQ(remove(nullptr), -1);
-        EXPECT_EQ(remove(""), -1);
+    for (const NamedIndexer &indexer : kIndexers) {
+        EXPECT_EQ(Remove(indexer.indexer, nullptr), -1) << indexer.name;
+        EXPECT_EQ(Remove(indexer.indexer, ""), -1) << indexer.name;
         EXPECT_EQ(LogTake().size(), 2u);
     }
 }
 
 TEST_F(IndexersTest, APathThatIsNoFileFailsSilently) {
     for (const NamedIndexer &indexer : kIndexers) {
-        EXPECT_EQ(indexer.call("/volume1/music/none.mp3"), -1) << indexer.name;
-        EXPECT_EQ(indexer.call("/volume1/music"), -1) << indexer.name;
-        EXPECT_EQ(indexer.call("/dev/null"), -1) << indexer.name;
+        EXPECT_EQ(Add(indexer.indexer, "/volume1/music/none.mp3"), -1) << indexer.name;
+        EXPECT_EQ(Add(indexer.indexer, "/volume1/music"), -1) << indexer.name;
+        EXPECT_EQ(Add(indexer.indexer, "/dev/null"), -1) << indexer.name;
     }
     EXPECT_TRUE(LogTake().empty());
 }
@@ -142,18 +147,18 @@ TEST_F(IndexersTest, AnImpossibleAlbumIsLoggedByEachIndexer) {
     const std::string folder = "/volume1/music/" + std::string(255, 'd');
     const struct {
         const char *name;
-        int (*call)(const char *);
+        Indexer indexer;
         const char *message;
     } expected[] = {
-        {"a.mp3", MusicFileIndex, "music.c# Impossible error."},
-        {"a.pcm", PlainAudioIndex, "util.c# Impossible error."},
-        {"a.bmp", PhotoFileIndex, "photo.c# Impossible error."},
-        {"a.aif", AiffIndexAdd, "aiff.c# Impossible error."},
+        {"a.mp3", Indexer::music, "music.c# Impossible error."},
+        {"a.pcm", Indexer::plain_audio, "util.c# Impossible error."},
+        {"a.bmp", Indexer::photo, "photo.c# Impossible error."},
+        {"a.aif", Indexer::aiff, "aiff.c# Impossible error."},
     };
     for (const auto &row : expected) {
         const std::string path = folder + "/" + row.name;
         FileWrite(path, "x");
-        row.call(path.c_str());
+        Add(row.indexer, path.c_str());
         const Texts log = LogTakeTexts();
         EXPECT_NE(std::find(log.begin(), log.end(), row.message), log.end()) << row.name;
     }
@@ -162,8 +167,8 @@ TEST_F(IndexersTest, AnImpossibleAlbumIsLoggedByEachIndexer) {
 TEST_F(IndexersTest, PlainFilesAreSavedWithWhatTheFileSystemGives) {
     FileWrite("/volume1/music/Album/raw.pcm", "1234");
     FileWrite("/volume1/video/Film/disc.iso", "12");
-    EXPECT_EQ(PlainAudioIndex("/volume1/music/Album/raw.pcm"), 0);
-    EXPECT_EQ(PlainVideoIndex("/volume1/video/Film/disc.iso"), 0);
+    EXPECT_EQ(Add(Indexer::plain_audio, "/volume1/music/Album/raw.pcm"), 0);
+    EXPECT_EQ(Add(Indexer::plain_video, "/volume1/video/Film/disc.iso"), 0);
     auto row = MediaRow("music", "/volume1/music/Album/raw.pcm");
     EXPECT_EQ(row["title"], "raw");
     EXPECT_EQ(row["album"], "Album");
@@ -175,20 +180,20 @@ TEST_F(IndexersTest, PlainFilesAreSavedWithWhatTheFileSystemGives) {
 TEST_F(IndexersTest, AFileThatItsReaderCannotReadIsSavedAllTheSame) {
     const struct {
         const char *path;
-        int (*call)(const char *);
+        Indexer indexer;
         const char *table;
         const char *message;
     } expected[] = {
-        {"/volume1/music/A/x.mp3", MusicFileIndex, "music", "music.c# Failed to parse music metadata."},
-        {"/volume1/music/A/x.ogg", ProbedAudioIndex, "music",
+        {"/volume1/music/A/x.mp3", Indexer::music, "music", "music.c# Failed to parse music metadata."},
+        {"/volume1/music/A/x.ogg", Indexer::probed_audio, "music",
          "media.c# Failed to parse music metadata from file [/volume1/music/A/x.ogg]."},
-        {"/volume1/music/A/x.avi", ProbedVideoIndex, "video",
+        {"/volume1/music/A/x.avi", Indexer::probed_video, "video",
          "media.c# Failed to parse media metadata from file [/volume1/music/A/x.avi]."},
-        {"/volume1/music/A/x.dat", VcdFileIndex, "video", "video.c# Failed to parse dat metadata."},
+        {"/volume1/music/A/x.dat", Indexer::vcd, "video", "video.c# Failed to parse dat metadata."},
     };
     for (const auto &row : expected) {
         FileWrite(row.path, "neither sound nor pictures");
-        EXPECT_EQ(row.call(row.path), 1) << row.path;
+        EXPECT_EQ(Add(row.indexer, row.path), 1) << row.path;
         auto saved = MediaRow(row.table, row.path);
         EXPECT_EQ(saved["title"], "x") << row.path;
         EXPECT_EQ(saved["album"], "A") << row.path;
@@ -202,15 +207,15 @@ TEST_F(IndexersTest, AFailedSaveDoesNotHideAnEarlierReaderFailure) {
     FileWrite("/etc/veluinfo.conf", "mediadb=\"sqlite:/proc/no/such/place.db\"\n");
     FileWrite("/volume1/music/x.mp3", "no sound");
     FileWrite("/volume1/music/x.pcm", "raw");
-    EXPECT_EQ(MusicFileIndex("/volume1/music/x.mp3"), 1);
-    EXPECT_EQ(PlainAudioIndex("/volume1/music/x.pcm"), -1);
+    EXPECT_EQ(Add(Indexer::music, "/volume1/music/x.mp3"), 1);
+    EXPECT_EQ(Add(Indexer::plain_audio, "/volume1/music/x.pcm"), -1);
 }
 
 TEST_F(IndexersTest, PlaylistTimesAreThoseOfCtimeWithItsNewline) {
     FileWrite("/volume1/music/Mix/list.m3u", "a.mp3\n");
     utimbuf times = {.actime = 0, .modtime = 1'000'000'000};
     utime("/volume1/music/Mix/list.m3u", &times);
-    EXPECT_EQ(PlaylistFileIndex("/volume1/music/Mix/list.m3u"), 0);
+    EXPECT_EQ(Add(Indexer::playlist, "/volume1/music/Mix/list.m3u"), 0);
     auto row = MediaRow("playlist", "/volume1/music/Mix/list.m3u");
     EXPECT_EQ(row["title"], "list");
     EXPECT_EQ(row["album"], "Mix");
@@ -226,7 +231,7 @@ TEST_F(IndexersTest, APhotoGetsItsSizeInPixels) {
     std::string bmp("BM\x3e\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0\x03\0\0\0\x02\0\0\0\x01\0\x18\0", 30);
     bmp.resize(78);
     FileWrite("/volume1/photo/Trip/p.bmp", bmp);
-    EXPECT_EQ(PhotoFileIndex("/volume1/photo/Trip/p.bmp"), 0);
+    EXPECT_EQ(Add(Indexer::photo, "/volume1/photo/Trip/p.bmp"), 0);
     auto row = MediaRow("photo", "/volume1/photo/Trip/p.bmp");
     EXPECT_EQ(row["width"], "3");
     EXPECT_EQ(row["height"], "2");
@@ -236,18 +241,18 @@ TEST_F(IndexersTest, APhotoGetsItsSizeInPixels) {
 
 TEST_F(IndexersTest, APhotoInAnAttributeDirectoryIsNotIndexed) {
     FileWrite("/volume1/photo/@eaDir/p.bmp", "x");
-    EXPECT_EQ(PhotoFileIndex("/volume1/photo/@eaDir/p.bmp"), 0);
+    EXPECT_EQ(Add(Indexer::photo, "/volume1/photo/@eaDir/p.bmp"), 0);
     EXPECT_TRUE(MediaPaths("photo").empty());
 }
 
 TEST_F(IndexersTest, ARemovedFileLosesItsRowOnlyInItsTable) {
     FileWrite("/volume1/music/x.pcm", "raw");
-    ASSERT_EQ(PlainAudioIndex("/volume1/music/x.pcm"), 0);
-    ASSERT_EQ(PlainVideoIndex("/volume1/music/x.pcm"), 0);
-    EXPECT_EQ(AudioRemove("/volume1/music/x.pcm"), -1);
+    ASSERT_EQ(Add(Indexer::plain_audio, "/volume1/music/x.pcm"), 0);
+    ASSERT_EQ(Add(Indexer::plain_video, "/volume1/music/x.pcm"), 0);
+    EXPECT_EQ(Remove(Indexer::plain_audio, "/volume1/music/x.pcm"), -1);
     EXPECT_EQ(LogTakeTexts(), Texts{"media.c# File exists. Skip remove it from database."});
     std::filesystem::remove("/volume1/music/x.pcm");
-    EXPECT_EQ(AudioRemove("/volume1/music/x.pcm"), 0);
+    EXPECT_EQ(Remove(Indexer::plain_audio, "/volume1/music/x.pcm"), 0);
     EXPECT_TRUE(MediaPaths("music").empty());
     EXPECT_EQ(MediaPaths("video").size(), 1u);
 }

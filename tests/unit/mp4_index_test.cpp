@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // MP4 files on their way into the catalogue.
-#include "container/mp4.h"
+#include "catalogue/indexers.h"
 
 #include <gtest/gtest.h>
 

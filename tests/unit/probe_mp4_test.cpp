@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // MP4 files as their own reader and the probe see them together.
-#include "container/mp4.h"
+#include "catalogue/indexers.h"
 
 #include "tests/unit/probe_files.h"
 #include "tests/unit/test_files.h"

@@ -9,9 +9,6 @@
 #include <algorithm>
 
 #include "catalogue/features.h"
-#include "catalogue/media.h"
-#include "catalogue/photo.h"
-#include "catalogue/playlist.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
 #include "tools/queue/request_line.h"
@@ -79,8 +76,10 @@ std::string OutermostMissing(std::string path) {
 // Only sound and film: a picture without EXIF data has nothing to be read, nor has a playlist.
 bool HasReader(const std::string &path) {
     const IndexHandler *handler = IndexHandlerOf(path.c_str());
-    return handler != nullptr && handler->add != PlainAudioIndex && handler->add != PlainVideoIndex &&
-           handler->add != PhotoFileIndex && handler->add != PlaylistFileIndex;
+    if (handler == nullptr)
+        return false;
+    const IndexRecipe &recipe = IndexRecipeOf(handler->indexer);
+    return recipe.read != nullptr && (recipe.kind == kMediaMusic || recipe.kind == kMediaVideo);
 }
 
 } // namespace

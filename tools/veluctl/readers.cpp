@@ -3,11 +3,11 @@
 
 #include <stdio.h>
 
-#include "audio/aiff.h"
 #include "audio/id3_merge.h"
 #include "audio/id3_version.h"
 #include "audio/metaid3.h"
 #include "catalogue/exif.h"
+#include "catalogue/indexers.h"
 #include "container/aac.h"
 #include "container/flac.h"
 #include "container/metamedia.h"
@@ -31,7 +31,7 @@ bool MediaRead(const char *name, const char *path, RecordPart *part) {
 }
 
 // The indexer fills in what the file system says, and is content with a file that is no AIFF.
-bool AiffRead(const char *name, const char *path, RecordPart *part) {
+bool AiffRecordRead(const char *name, const char *path, RecordPart *part) {
     MediaInfo record = {};
     const bool read = AiffInfoGet(path, &record) == 0 && record.sample_rate != 0;
     *record.title = '\0';
@@ -99,7 +99,7 @@ constexpr Reader kReaders[] = {
     {"ID3v1 tag", kAudioFiles, Id3v1TagRead},
     {"MP3 (tags merged, stream measured)", kAudioFiles, MediaRead<Mp3InfoGet>},
     {"FLAC", kAudioFiles, MediaRead<FlacMetadataRead>},
-    {"AIFF", kAudioFiles, AiffRead},
+    {"AIFF", kAudioFiles, AiffRecordRead},
     {"AAC decoder", kAudioFiles, MediaRead<AacMetadataRead>},
     {"MP4", kAudioFiles | kVideoFiles, MediaRead<Mp4MetadataRead>},
     {"MPEG video stream", kVideoFiles, MediaRead<MpegVideoInfoGet>},

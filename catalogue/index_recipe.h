@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// How a media file becomes a row of the catalogue: one way for all kinds of files. What the kinds differ in is
+// data; the rows stand side by side in catalogue/indexers.cpp.
+#pragma once
+
+#include "catalogue/media_info.h"
+
+// What a record has before its reader sees it, beside path and size.
+enum class BasicFields {
+    none,
+    title,
+    title_and_album,
+    common, // all that MediaInfoFillBasic gives, which logs in its own name
+};
+
+// What is done to a record that its reader has seen.
+enum class AfterReading {
+    nothing, // as the kind keeps it, or because its reader has done it
+    times,
+    valid,                     // MediaInfoValid
+    times_valid_then_defaults, // the defaults are saved as the file system has them
+};
+
+// The shape of the lines about a bad parameter and a failed save: "music.c (12) ..." or "media.c:12 ...".
+enum class LogShape { brackets, colon };
+
+// What the line about a failed save calls the row. With the path, the shape is `colon`.
+enum class SaveWords { media_info, media_info_and_path, playlist_info };
+
+// Adds what a file holds to a record. Returns 0, 1 when the metadata could not be read (the record is saved all
+// the same), or -1 when there is nothing to save. Failures are logged, in the words of the kind.
+using IndexReader = int (*)(const char *path, MediaInfo *record);
+
+struct IndexRecipe {
+    const char *log_name = nullptr; // the module's
+    const char *remove_log_name = nullptr;
+    int kind = 0; // the table
+    LogShape shape = LogShape::brackets;
+    bool leaves_empty_path = false;     // to the filling of the common fields, which logs it
+    bool leaves_out_attributes = false; // a path with "@eaDir" gets no row and is no failure
+    BasicFields before = BasicFields::none;
+    IndexReader read = nullptr; // null: nothing is read
+    AfterReading after = AfterReading::nothing;
+    void (*second_read)(const char *path, MediaInfo *record) = nullptr; // of the finished record, if at all
+    SaveWords save_words = SaveWords::media_info;
+    bool failed_save_fails = true; // false: it is logged and leaves the result as it is
+};
+
+// Fills a record up to its second reader. Returns 0, 1 when the metadata could not be read, or -1 for a missing
+// argument (logged) or a path that is no existing file (silent).
+int IndexRecipeFill(const IndexRecipe &recipe, const char *path, MediaInfo *record);
+
+// Fills a record and saves it. Returns 0 when the row was saved, 1 when it was saved although the file's metadata
+// could not be read, -1 when nothing was saved; a reader's failure is not hidden by that of the save.
+int IndexRecipeAdd(const IndexRecipe &recipe, const char *path);
+
+// Removes the row of a file; the row of one that is still there stays. Returns 0 or, logged, -1.
+int IndexRecipeRemove(const IndexRecipe &recipe, const char *path);
