@@ -35,7 +35,7 @@ using IndexReader = int (*)(const char *path, MediaInfo *record);
 struct IndexRecipe {
     const char *log_name = nullptr; // the module's
     const char *remove_log_name = nullptr;
-    int kind = 0; // the table
+    MediaKind kind = kMediaMusic; // whose table it is
     LogShape shape = LogShape::brackets;
     bool leaves_empty_path = false;     // to the filling of the common fields, which logs it
     bool leaves_out_attributes = false; // a path with "@eaDir" gets no row and is no failure

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "container/metamedia_child.h"
 
-#include "platform/media_record.h"
+#include "platform/index/media_columns.h"
 
 #include <signal.h>
 #include <stdio.h>
@@ -41,28 +41,17 @@ SharedBlock SharedBlockMap() {
     _exit(kProbeFailed);
 }
 
-// A file may have taken the child over and written anything into the block: every text is ended here.
-template <size_t Size>
-void TextTake(const char (&found)[Size], char (&text)[Size]) {
-    memcpy(text, found, Size);
-    text[Size - 1] = '\0';
-}
-
-// Takes the fields that a probe fills; what else the block holds came from the record.
+// Takes the fields that a probe fills; what else the block holds came from the record. A file may have taken the
+// child over and written anything into the block: every text is ended here.
 void FindingsTake(const MediaInfo &block, MediaInfo *record) {
-    record->track = block.track;
-    record->year = block.year;
-    TextTake(block.title, record->title);
-    TextTake(block.album, record->album);
-    TextTake(block.artist, record->artist);
-    TextTake(block.genre, record->genre);
-    record->duration = block.duration;
-    record->audio_bitrate = block.audio_bitrate;
-    record->video_bitrate = block.video_bitrate;
-    record->sample_rate = block.sample_rate;
-    record->channels = block.channels;
-    record->width = block.width;
-    record->height = block.height;
+    for (const MediaColumn &column : kMediaRowColumns) {
+        if (column.source != ColumnSource::probe)
+            continue;
+        char *field = MediaField(record, column);
+        memcpy(field, MediaField(block, column), column.size);
+        if (column.kind == ColumnKind::tag)
+            field[column.size - 1] = '\0';
+    }
 }
 
 } // namespace

@@ -3,7 +3,12 @@
 // The tables of the catalogues as a list of steps.
 #include "platform/index/schema.h"
 
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
 #include "platform/db/words.h"
+#include "platform/index/media_columns.h"
 
 namespace {
 
@@ -63,6 +68,76 @@ constexpr SchemaStep kSteps[] = {
 #undef PLAIN_BOOLEANS
 #undef PLAIN_BOOLEAN
 #undef MEDIA_TABLE
+
+constexpr std::string_view SqlType(ColumnKind kind) {
+    switch (kind) {
+    case ColumnKind::path:
+        return "PATH";
+    case ColumnKind::tag:
+    case ColumnKind::text:
+        return "text";
+    case ColumnKind::seconds:
+        return "REAL";
+    case ColumnKind::number:
+    case ColumnKind::flag:
+    case ColumnKind::small:
+        return "integer";
+    case ColumnKind::count:
+    case ColumnKind::bytes:
+        break;
+    }
+    return "bigint";
+}
+
+// What a step declares for a table, as "name type, name type": all of it, or what an "alter" adds.
+constexpr std::string_view Declarations(std::string_view sql, std::string_view table) {
+    for (const std::string_view head :
+         {std::string_view("create table "), std::string_view("alter table ")}) {
+        if (!sql.starts_with(head) || !sql.substr(head.size()).starts_with(table))
+            continue;
+        const std::string_view rest = sql.substr(head.size() + table.size());
+        for (const std::string_view link : {std::string_view(" ("), std::string_view(" add column ")})
+            if (rest.starts_with(link))
+                return rest.substr(link.size());
+    }
+    return {};
+}
+
+// Whether one of the declarations is that of the column.
+constexpr bool Declares(std::string_view declarations, const MediaColumn &column) {
+    const std::string_view name = column.name;
+    const std::string_view type = SqlType(column.kind);
+    for (size_t at = 0; at < declarations.size();) {
+        const std::string_view one = declarations.substr(at);
+        if (one.starts_with(name) && one.substr(name.size()).starts_with(' ') &&
+            one.substr(name.size() + 1).starts_with(type))
+            return true;
+        const size_t comma = one.find(", ");
+        if (comma == std::string_view::npos)
+            break;
+        at += comma + 2;
+    }
+    return false;
+}
+
+// Whether the steps together give a table the columns of the list, and no others.
+constexpr bool StepsMakeColumnsOf(std::string_view table) {
+    size_t declared = 0;
+    size_t listed = 0;
+    for (const SchemaStep &step : kSteps) {
+        const std::string_view declarations = Declarations(step.sql, table);
+        if (step.catalogue != Catalogue::media || declarations.empty())
+            continue;
+        declared += 1 + static_cast<size_t>(std::count(declarations.begin(), declarations.end(), ','));
+        for (const MediaColumn &column : kMediaRowColumns)
+            listed += Declares(declarations, column) ? 1U : 0U;
+    }
+    return declared == std::size(kMediaRowColumns) && listed == declared;
+}
+static_assert(StepsMakeColumnsOf(kMediaTables[0]), "a column of kMediaRowColumns has no step for music");
+static_assert(StepsMakeColumnsOf(kMediaTables[1]), "a column of kMediaRowColumns has no step for video");
+static_assert(StepsMakeColumnsOf(kMediaTables[2]), "a column of kMediaRowColumns has no step for photo");
+static_assert(StepsMakeColumnsOf(kMediaTables[3]), "a column of kMediaRowColumns has no step for playlist");
 
 } // namespace
 

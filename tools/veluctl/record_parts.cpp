@@ -3,6 +3,7 @@
 
 #include <stdio.h>
 
+#include "platform/index/media_columns.h"
 #include "platform/index/text.h"
 
 namespace {
@@ -17,8 +18,11 @@ struct Filling {
     }
     // Text as the catalogue would keep it.
     template <size_t N>
-    void Text(const char *name, const char (&field)[N], int32_t utf16 = 0) {
-        const std::string text = CatalogueText(field, N, utf16 != 0);
+    void Text(const char *name, const char (&field)[N]) {
+        Text(name, field, N, false);
+    }
+    void Text(const char *name, const char *field, size_t size, bool utf16) {
+        const std::string text = CatalogueText(field, size, utf16);
         if (!text.empty())
             Put({name, name, Type::text}, text);
     }
@@ -34,27 +38,38 @@ struct Filling {
     }
 };
 
+void FieldPut(const MediaInfo &record, const MediaColumn &column, Filling *filling) {
+    switch (column.kind) {
+    case ColumnKind::path:
+    case ColumnKind::tag:
+    case ColumnKind::text:
+        filling->Text(column.name, MediaField(record, column), column.size,
+                      MediaFieldIsUtf16(record, column));
+        break;
+    case ColumnKind::seconds:
+        filling->Seconds(column.name, double{MediaFieldAs<float>(record, column)});
+        break;
+    case ColumnKind::number:
+    case ColumnKind::flag:
+        filling->Number(column.name, MediaFieldAs<int32_t>(record, column));
+        break;
+    case ColumnKind::count:
+    case ColumnKind::small:
+        filling->Number(column.name, MediaFieldAs<uint32_t>(record, column));
+        break;
+    case ColumnKind::bytes:
+        filling->Number(column.name, static_cast<int64_t>(MediaFieldAs<uint64_t>(record, column)));
+        break;
+    }
+}
+
 } // namespace
 
 RecordPart MediaPart(const char *reader, const MediaInfo &record) {
     Filling filling{{reader, {}, {}, {}}};
-    filling.Text("title", record.title, record.title_utf16);
-    filling.Text("artist", record.artist, record.artist_utf16);
-    filling.Text("album", record.album, record.album_utf16);
-    filling.Text("genre", record.genre, record.genre_utf16);
-    filling.Text("composer", record.composer, record.composer_utf16);
-    filling.Text("comment", record.comment, record.comment_utf16);
-    filling.Number("track", record.track);
-    filling.Number("disc", record.disc);
-    filling.Number("year", record.year);
-    filling.Seconds("duration", double{record.duration});
-    filling.Number("audio_bitrate", record.audio_bitrate);
-    filling.Number("video_bitrate", record.video_bitrate);
-    filling.Number("sample_rate", record.sample_rate);
-    filling.Number("channels", record.channels);
-    filling.Number("width", record.width);
-    filling.Number("height", record.height);
-    filling.Number("has_cover", record.has_cover);
+    for (const MediaColumn &column : kMediaRowColumns)
+        if (column.source != ColumnSource::file_system)
+            FieldPut(record, column, &filling);
     return filling.part;
 }
 

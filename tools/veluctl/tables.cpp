@@ -2,39 +2,60 @@
 #include "tools/veluctl/tables.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
+
+#include "platform/index/media_columns.h"
 
 namespace {
 
-constexpr Column kMedia[] = {
-    {"title", "TITLE", Type::text},
-    {"artist", "ARTIST", Type::text},
-    {"album", "ALBUM", Type::text},
-    {"genre", "GENRE", Type::text},
-    {"composer", "COMPOSER", Type::text},
-    {"comment", "COMMENT", Type::text},
-    {"track", "TRACK", Type::integer},
-    {"disc", "DISC", Type::integer},
-    {"year", "YEAR", Type::integer},
-    {"duration", "TIME", Type::seconds},
-    {"audio_bitrate", "AUDIO BIT/S", Type::integer},
-    {"video_bitrate", "VIDEO BIT/S", Type::integer},
-    {"sample_rate", "HZ", Type::integer},
-    {"channels", "CHANNELS", Type::integer},
-    {"width", "WIDTH", Type::integer},
-    {"height", "HEIGHT", Type::integer},
-    {"file_size", "SIZE", Type::bytes},
-    {"create_time", "CHANGED", Type::text},
-    {"modify_time", "WRITTEN", Type::text},
-    {"has_cover", "COVER", Type::integer},
-    {"camera_make", "MAKE", Type::text},
-    {"camera_model", "CAMERA", Type::text},
-    {"exposure_time", "EXPOSURE", Type::text},
-    {"f_number", "F", Type::text},
-    {"date_taken", "TAKEN", Type::text},
-    {"iso_speed", "ISO", Type::integer},
-    {"path", "PATH", Type::text},
-};
-constexpr const char *kMediaTexts[] = {"path", "title", "artist", "album", "genre", "composer", "comment"};
+constexpr size_t kMediaColumnCount = std::size(kMediaRowColumns);
+
+constexpr Type TypeOf(ColumnKind kind) {
+    switch (kind) {
+    case ColumnKind::path:
+    case ColumnKind::tag:
+    case ColumnKind::text:
+        return Type::text;
+    case ColumnKind::seconds:
+        return Type::seconds;
+    case ColumnKind::bytes:
+        return Type::bytes;
+    case ColumnKind::number:
+    case ColumnKind::flag:
+    case ColumnKind::count:
+    case ColumnKind::small:
+        break;
+    }
+    return Type::integer;
+}
+
+// The key, which may be long, comes last.
+constexpr std::array<Column, kMediaColumnCount> MediaColumnsShown() {
+    std::array<Column, kMediaColumnCount> shown = {};
+    for (size_t i = 0; i < kMediaColumnCount; ++i) {
+        const MediaColumn &column = kMediaRowColumns[(i + 1) % kMediaColumnCount];
+        shown[i] = {column.name, column.heading, TypeOf(column.kind)};
+    }
+    return shown;
+}
+constexpr std::array<Column, kMediaColumnCount> kMedia = MediaColumnsShown();
+
+constexpr bool IsSearched(const MediaColumn &column) {
+    return column.kind == ColumnKind::path || column.kind == ColumnKind::tag;
+}
+constexpr auto kMediaSearchedCount =
+    static_cast<size_t>(std::count_if(std::begin(kMediaRowColumns), std::end(kMediaRowColumns), IsSearched));
+constexpr std::array<const char *, kMediaSearchedCount> MediaTexts() {
+    std::array<const char *, kMediaSearchedCount> texts = {};
+    size_t count = 0;
+    for (const MediaColumn &column : kMediaRowColumns)
+        if (IsSearched(column))
+            texts[count++] = column.name;
+    return texts;
+}
+constexpr std::array<const char *, kMediaSearchedCount> kMediaTexts = MediaTexts();
+
 constexpr const char *kMediaBrief[] = {"title", "artist", "album", "duration", "file_size", "path"};
 constexpr const char *kPictureBrief[] = {"title",        "width",     "height", "date_taken",
                                          "camera_model", "file_size", "path"};
