@@ -57,8 +57,8 @@ int UnknownPathAdd(const char *path, bool is_file, PhotoFileKind kind) {
     return kind == PhotoFileKind::picture ? PhotoIndexAdd(path, kIndexAdd) : 0;
 }
 
-// Renames one row of a table of videos.
-int VideoRowRename(VELUDB *db, const char *table, const char *new_path, const char *old_path) {
+// Renames one row of a table of videos, on the connection that its rows came from.
+int VideoRowRename(const VELUIndexRows *rows, const char *table, const char *new_path, const char *old_path) {
     SqlName to;
     SqlName from;
     if (!SqlNameEscape(new_path, &to, kLogName) || !SqlNameEscape(old_path, &from, kLogName))
@@ -66,9 +66,11 @@ int VideoRowRename(VELUDB *db, const char *table, const char *new_path, const ch
     const std::string sql = SqlFormat(to.literal.size() + from.literal.size() + kStatementRoom,
                                       "Update %s set path = '%s' where path = '%s'", table,
                                       to.literal.c_str(), from.literal.c_str());
+    VELUDB *db = VELUIndexRowsConnection(rows);
     if (VELUDBExecute(db, sql.c_str(), nullptr) >= 0)
         return 0;
     syslog(LOG_ERR, "%s (%d) Failed to exec [%s] (%s)", kLogName, __LINE__, sql.c_str(), VELUDBErrorGet(db));
+    VELUIndexRowsFailed(rows);
     return -1;
 }
 
@@ -124,7 +126,7 @@ int PhotoVideoInfoPathRename(int table, const char *new_prefix, const char *old_
             continue;
         char renamed[kPathSize];
         snprintf(renamed, sizeof renamed, "%s%s", new_prefix, found + strlen(old_prefix));
-        if (VideoRowRename(VELUIndexRowsConnection(rows.get()), kPhotoTables[table], renamed, path) != 0)
+        if (VideoRowRename(rows.get(), kPhotoTables[table], renamed, path) != 0)
             return -1;
     }
     return 0;

@@ -22,8 +22,8 @@ struct VELUDBWords;  // what engines spell differently
 
 // Opens `sqlite:PATH` (file and its folder are made when missing) or a `postgresql://` (`postgres://`) URI.
 // Null, and one log line, when the URI is bad or the database cannot be reached; the line says whose database it is
-// when `owner` ("media catalogue") does.
-VELUDB *VELUDBOpen(const char *uri, const char *owner = nullptr);
+// when `owner` ("media catalogue") does. `tell` false leaves the line out, for those who have told it before.
+VELUDB *VELUDBOpen(const char *uri, const char *owner = nullptr, bool tell = true);
 
 // Opens only what is there: a file that is missing is not made, but fails like a database that cannot be reached.
 VELUDB *VELUDBOpenExisting(const char *uri, const char *owner = nullptr);
@@ -91,9 +91,13 @@ int VELUDBInTransaction(const VELUDB *db);
 // Brings everything that was committed safely to the disk. Returns 0 or -1.
 int VELUDBSync(VELUDB *db);
 
-// 1 when the last failure was the database's (unreachable, locked, full, damaged), so that the same statement
-// may succeed later; 0 when it was the statement's own (a constraint, bad syntax).
+// 1 when the last failure was the database's, so that the same statement may succeed later: it is unreachable, locked,
+// slow, full, read-only or damaged, or lacks rights, tables or memory. 0 when it was the statement's own (its row's values,
+// a constraint, bad syntax).
 int BlVELUDBStoreFailed(const VELUDB *db);
+
+// 0 once the connection has broken: a server behind it may have died, and lost what was committed since VELUDBSync.
+int BlVELUDBConnected(const VELUDB *db);
 
 // What the connection's engine is called ("sqlite", "postgresql"), for people.
 const char *VELUDBEngineName(const VELUDB *db);

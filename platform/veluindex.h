@@ -59,20 +59,46 @@ enum IndexMode : int { kIndexAdd = 1, kIndexRemove = 2, kIndexReindex = 3, kInde
 // Between RunBegin and RunEnd the store keeps its connections open and writes in bounded batches: a batch is
 // committed after a few hundred rows or one second, whichever is first. Outside a run each operation opens,
 // commits and closes by itself. A batch that cannot be committed is retried row by row, so that a bad row
-// costs only itself. The age of a batch is looked at by writes alone: before anything that may take long
-// without one, VELUIndexRunFlush lets other writers at the database.
+// costs only itself. The age of a batch is looked at by writes: before anything that may take long without one,
+// VELUIndexRunPause or VELUIndexRunFlush lets other writers at the database.
 
 void VELUIndexRunBegin();
 
+// Commits batches that are older than a second. To be called before each file; costs a look at the clock.
+void VELUIndexRunPause();
+
 // Commits what the run has written so far. To be called before any other program is started or signalled.
-// This and VELUIndexRunEnd return -1 when the run could not store something because its database was not to
-// be had (unreachable, locked, full, damaged). A row that fails by its own fault is logged by its path
-// instead.
+// This and VELUIndexRunEnd return -1 when the run could not store something because its store was away: when a
+// statement failed for another reason than its own row's values (unreachable, locked, full, read-only, damaged, without
+// rights, without tables). A row that fails by its own fault is logged by its path instead.
 int VELUIndexRunFlush();
 
 // Commits, brings the rows safely to disk and closes the connections. To be called before the request that
 // asked for the work is forgotten.
 int VELUIndexRunEnd();
+
+// What becomes of the requests of a run, each of which has a number from 1 on. From now on what the run does belongs to
+// request `number`; 0: to none.
+void VELUIndexRunRequest(uint64_t number);
+
+// True when a statement of the request failed because its store was away, perhaps long after the request. The answer is
+// there until the next run begins, and final when the run has ended.
+int BlVELUIndexRunRequestFailed(uint64_t number);
+
+// What was written to the catalogue by all requests up to this number may be lost, although nothing of it failed: a
+// connection has broken, or the disk has refused. 0: by none. Likewise final at the end.
+uint64_t VELUIndexRunDoubtful(Catalogue catalogue);
+
+// True when the catalogue was away a moment ago, and is not asked until that moment is over.
+int BlVELUIndexRunAway(Catalogue catalogue);
+
+// Makes sure that the catalogue takes writes at this moment, as far as that can be seen without one. Returns 0, or -1,
+// which is a failure of the present request.
+int VELUIndexRunReach(Catalogue catalogue);
+
+// A number that grows with every statement of the catalogue that fails, for whatever reason, reads included. Whoever
+// depends on the success of several compares it before and after; those in the open batch count once that is committed.
+uint64_t VELUIndexRunFailures(Catalogue catalogue);
 
 // --- Media catalogue ---------------------------------------------------------------------------------------
 
@@ -136,6 +162,9 @@ void PhotoInfoDBClose(VELUIndexRows *rows);
 // as the rows are). Both belong to `rows`.
 const VELUDBResult *VELUIndexRowsResult(const VELUIndexRows *rows);
 VELUDB *VELUIndexRowsConnection(const VELUIndexRows *rows);
+
+// To be called when a statement of the caller's own on that connection has failed, so that its request hears of it.
+void VELUIndexRowsFailed(const VELUIndexRows *rows);
 
 // A list of paths; each node and its path belong to the list.
 struct PhotoPathList {

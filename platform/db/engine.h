@@ -14,7 +14,7 @@
 #include "platform/veludb.h"
 
 // Raised whenever the table changes, so that a module of another build is refused and not called wrongly.
-inline constexpr int kEngineSeam = 2;
+inline constexpr int kEngineSeam = 3;
 
 // A connection is the engine's own; veludb.h says what each function promises. `rows` may be null, else it
 // comes empty and receives the columns and rows. Integers are 0 (or a number of rows) on success, -1 on
@@ -35,14 +35,15 @@ struct VELUDBEngine {
     int (*sync)(void *connection);
     const char *(*error)(const void *connection);
     int (*store_failed)(const void *connection);
+    int (*connected)(const void *connection);
 };
 
 // The engine behind SQLite files.
 const VELUDBEngine *SqliteEngine();
 
-// Opens `uri` through a table; `owner` and the result are VELUDBOpen's. A table that leaves out a function, or a word
+// Opens `uri` through a table; `owner`, `tell` and the result are VELUDBOpen's. A table that leaves out a function, or a word
 // that no engine can do without, fails like a database that cannot be reached.
-VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owner);
+VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owner, bool tell = true);
 
 // What a module exports, with C linkage and under this name: a function that returns its table.
 using VELUDBModuleEntry = const VELUDBEngine *(*)();

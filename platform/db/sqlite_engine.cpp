@@ -177,11 +177,12 @@ int Sync(void *handle) {
     int written_back = 0;
     const int result =
         sqlite3_wal_checkpoint_v2(db, nullptr, SQLITE_CHECKPOINT_PASSIVE, &in_log, &written_back);
-    if (result != SQLITE_OK && result != SQLITE_BUSY)
+    // Without room or right in the file itself, what the log has can still be brought to the disk.
+    if (result != SQLITE_OK && result != SQLITE_BUSY && result != SQLITE_FULL && result != SQLITE_READONLY)
         return Fail(connection);
     if (result == SQLITE_OK && in_log >= 0 && written_back == in_log)
         return 0;
-    // It writes nothing back, and syncs nothing, past the oldest reader: then the log is what counts.
+    // It writes nothing back, and syncs nothing, past the oldest reader: then too the log is what counts.
     sqlite3_file *log = nullptr;
     if (sqlite3_file_control(db, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK && log != nullptr &&
         log->pMethods != nullptr) {
@@ -192,20 +193,32 @@ int Sync(void *handle) {
     return 0;
 }
 
+// A table that is not there has no code of its own.
+bool LacksTable(const SqliteConnection *connection) {
+    constexpr char kWords[] = "no such table: ";
+    return connection->error.starts_with(kWords);
+}
+
 int StoreFailed(const void *handle) {
     constexpr int kPrimaryCode = 0xff; // an extended result code carries its primary code in the low byte
     switch (Connection(handle)->code & kPrimaryCode) {
+    case SQLITE_ERROR:
+        return LacksTable(Connection(handle)) ? 1 : 0;
+    case SQLITE_AUTH:
     case SQLITE_BUSY:
     case SQLITE_CANTOPEN:
     case SQLITE_CORRUPT:
     case SQLITE_FULL:
+    case SQLITE_INTERNAL:
     case SQLITE_IOERR:
     case SQLITE_LOCKED:
+    case SQLITE_NOLFS:
     case SQLITE_NOMEM:
     case SQLITE_NOTADB:
     case SQLITE_PERM:
     case SQLITE_PROTOCOL:
     case SQLITE_READONLY:
+    case SQLITE_SCHEMA:
         return 1;
     default:
         return 0;
@@ -244,6 +257,7 @@ const VELUDBEngine *SqliteEngine() {
         .sync = Sync,
         .error = [](const void *connection) { return Connection(connection)->error.c_str(); },
         .store_failed = StoreFailed,
+        .connected = [](const void *) { return 1; },
     };
     return &kEngine;
 }

@@ -53,10 +53,11 @@ const VELUDBEngine *EngineOf(const char *uri, std::string *error) {
     return nullptr;
 }
 
-VELUDB *OpenFailed(const char *owner, const char *reason, int line = __builtin_LINE()) {
+VELUDB *OpenFailed(const char *owner, bool tell, const char *reason, int line = __builtin_LINE()) {
     const bool owned = owner != nullptr;
-    syslog(LOG_ERR, "%s (%d) Failed to open the database%s%s. (%s)", kLogName, line, owned ? " of the " : "",
-           owned ? owner : "", reason);
+    if (tell)
+        syslog(LOG_ERR, "%s (%d) Failed to open the database%s%s. (%s)", kLogName, line,
+               owned ? " of the " : "", owned ? owner : "", reason);
     return nullptr;
 }
 
@@ -67,7 +68,8 @@ bool IsWhole(const VELUDBEngine &engine, std::string *error) {
                        engine.prepare != nullptr && engine.run != nullptr && engine.begin != nullptr &&
                        engine.commit != nullptr && engine.rollback != nullptr &&
                        engine.in_transaction != nullptr && engine.sync != nullptr &&
-                       engine.error != nullptr && engine.store_failed != nullptr;
+                       engine.error != nullptr && engine.store_failed != nullptr &&
+                       engine.connected != nullptr;
     const bool spelled = words != nullptr && words->path != nullptr && words->serial != nullptr &&
                          words->real != nullptr && words->begin_reading != nullptr &&
                          words->forbid_writes != nullptr;
@@ -133,7 +135,7 @@ VELUDBValue VELUDBValue::Text(const char *bytes, size_t length) {
     return result;
 }
 
-VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owner) {
+VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owner, bool tell) {
     std::string error;
     try {
         auto db = std::make_unique<VELUDB>();
@@ -145,10 +147,10 @@ VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owne
     } catch (const std::bad_alloc &) {
         error = kOutOfMemory;
     }
-    return OpenFailed(owner, error.c_str());
+    return OpenFailed(owner, tell, error.c_str());
 }
 
-VELUDB *VELUDBOpen(const char *uri, const char *owner) {
+VELUDB *VELUDBOpen(const char *uri, const char *owner, bool tell) {
     if (uri == nullptr || *uri == '\0') {
         syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
         return nullptr;
@@ -156,11 +158,11 @@ VELUDB *VELUDBOpen(const char *uri, const char *owner) {
     std::string error;
     try {
         if (const VELUDBEngine *engine = EngineOf(uri, &error); engine != nullptr)
-            return EngineOpen(*engine, uri, owner);
+            return EngineOpen(*engine, uri, owner, tell);
     } catch (const std::bad_alloc &) {
         error = kOutOfMemory;
     }
-    return OpenFailed(owner, error.c_str());
+    return OpenFailed(owner, tell, error.c_str());
 }
 
 VELUDB *VELUDBOpenExisting(const char *uri, const char *owner) {
@@ -169,7 +171,7 @@ VELUDB *VELUDBOpenExisting(const char *uri, const char *owner) {
         return VELUDBOpen(uri, owner);
     char reason[kReasonSize];
     snprintf(reason, sizeof reason, "%s: %s", file, strerror(errno));
-    return OpenFailed(owner, reason);
+    return OpenFailed(owner, true, reason);
 }
 
 const char *VELUDBFileGet(const char *uri) {
@@ -265,4 +267,8 @@ const char *VELUDBErrorGet(const VELUDB *db) {
 
 int BlVELUDBStoreFailed(const VELUDB *db) {
     return db == nullptr || db->out_of_memory || db->engine->store_failed(db->connection) != 0;
+}
+
+int BlVELUDBConnected(const VELUDB *db) {
+    return db != nullptr && db->engine->connected(db->connection) != 0;
 }

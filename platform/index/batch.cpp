@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Writes packed one behind the other: statement number, number of values, then each value's type and content.
+// Writes packed one behind the other: request, statement number, number of values, then each value's type and content.
 #include "platform/index/batch.h"
 
 #include <string.h>
@@ -20,7 +20,8 @@ T Get(const std::string &bytes, size_t *position) {
     return value;
 }
 
-void PutWrite(std::string *bytes, int statement, const VELUDBValue *values, size_t count) {
+void PutWrite(std::string *bytes, uint64_t request, int statement, const VELUDBValue *values, size_t count) {
+    Put(bytes, request);
     Put(bytes, statement);
     Put(bytes, count);
     for (size_t i = 0; i < count; ++i) {
@@ -38,10 +39,10 @@ void PutWrite(std::string *bytes, int statement, const VELUDBValue *values, size
 
 } // namespace
 
-void BatchAdd(Batch *batch, int statement, const VELUDBValue *values, size_t count) {
+void BatchAdd(Batch *batch, uint64_t request, int statement, const VELUDBValue *values, size_t count) {
     const size_t end = batch->bytes.size();
     try {
-        PutWrite(&batch->bytes, statement, values, count);
+        PutWrite(&batch->bytes, request, statement, values, count);
     } catch (...) {
         batch->bytes.resize(end); // half a write would be taken for the begin of the next one
         throw;
@@ -49,9 +50,11 @@ void BatchAdd(Batch *batch, int statement, const VELUDBValue *values, size_t cou
     ++batch->rows;
 }
 
-bool BatchNext(const Batch &batch, size_t *position, int *statement, std::vector<VELUDBValue> *values) {
+bool BatchNext(const Batch &batch, size_t *position, uint64_t *request, int *statement,
+               std::vector<VELUDBValue> *values) {
     if (*position >= batch.bytes.size())
         return false;
+    *request = Get<uint64_t>(batch.bytes, position);
     *statement = Get<int>(batch.bytes, position);
     values->assign(Get<size_t>(batch.bytes, position), VELUDBValue());
     for (VELUDBValue &value : *values) {

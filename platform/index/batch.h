@@ -5,6 +5,7 @@
 #pragma once
 
 #include <stddef.h>
+#include <stdint.h>
 
 #include <string>
 #include <vector>
@@ -16,7 +17,9 @@ struct Batch {
     size_t rows = 0;
 };
 
-void BatchAdd(Batch *batch, int statement, const VELUDBValue *values, size_t count);
+// `request` is the number of the request that asked for the write.
+void BatchAdd(Batch *batch, uint64_t request, int statement, const VELUDBValue *values, size_t count);
 
 // Reads the write at *position and steps behind it; false behind the last. The texts stay in the batch.
-bool BatchNext(const Batch &batch, size_t *position, int *statement, std::vector<VELUDBValue> *values);
+bool BatchNext(const Batch &batch, size_t *position, uint64_t *request, int *statement,
+               std::vector<VELUDBValue> *values);

@@ -12,6 +12,7 @@
 #include "platform/veluindex.h"
 
 struct VELUIndexRows {
+    Catalogue catalogue;
     StoreConnectionRef connection;
     ResultHandle result;
 };
@@ -38,16 +39,19 @@ VELUIndexRows *Open(Catalogue catalogue, const char *const (&tables)[N], int tab
     RunScope scope;
     // Callers run statements of their own on the rows' connection: those belong to no batch, and none is open
     // while the connection is lent.
-    StoreConnectionRef connection = RunConnection(catalogue, sql.c_str());
+    StoreConnectionRef connection = RunConnection(catalogue);
     if (connection == nullptr)
         return nullptr;
     ResultHandle result = VELUDBQuery(connection->db.get(), sql.c_str());
     if (result == nullptr) {
-        syslog(LOG_ERR, "%s (%d) Failed to read [%s]. (%s)", kLogName, __LINE__, sql.c_str(),
-               VELUDBErrorGet(connection->db.get()));
+        const std::string reason = VELUDBErrorGet(connection->db.get());
+        if (RunBorrowedFailed(catalogue, connection->db.get()))
+            syslog(LOG_ERR, "%s (%d) Failed to read [%s]. (%s)", kLogName, __LINE__, sql.c_str(),
+                   reason.c_str());
         return nullptr;
     }
     auto rows = std::make_unique<VELUIndexRows>();
+    rows->catalogue = catalogue;
     rows->connection = std::move(connection);
     rows->result = std::move(result);
     return rows.release();
@@ -79,6 +83,11 @@ const VELUDBResult *VELUIndexRowsResult(const VELUIndexRows *rows) {
 
 VELUDB *VELUIndexRowsConnection(const VELUIndexRows *rows) {
     return rows == nullptr ? nullptr : rows->connection->db.get();
+}
+
+void VELUIndexRowsFailed(const VELUIndexRows *rows) {
+    if (rows != nullptr)
+        RunBorrowedFailed(rows->catalogue, rows->connection->db.get());
 }
 
 PhotoPathList *PhotoPathDBGet(const VELUIndexRows *rows) {

@@ -21,7 +21,7 @@ void LogFailure(Catalogue catalogue, const char *reason) {
 
 int Compact(Catalogue catalogue) {
     // Not inside a transaction, which is why the batch is committed by asking for the connection.
-    const StoreConnectionRef connection = RunConnection(catalogue, "vacuum");
+    const StoreConnectionRef connection = RunConnection(catalogue);
     if (connection == nullptr)
         return -1;
     if (VELUDBExecute(connection->db.get(), "vacuum", nullptr) >= 0)

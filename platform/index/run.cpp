@@ -25,9 +25,23 @@ constexpr char kLogName[] = "store.c";
 constexpr int kPlainText = -1; // in a batch: the first value is itself the statement
 
 Run &run = run_state.run;
+RunAccount &account = run_state.account;
 
 Session &SessionOf(Catalogue catalogue) {
     return run.sessions[static_cast<size_t>(catalogue)];
+}
+
+RunAccount::Part &PartOf(Catalogue catalogue) {
+    return account.of[static_cast<size_t>(catalogue)];
+}
+
+void LogFailure(Catalogue catalogue, const char *about, const char *reason) {
+    syslog(LOG_ERR, "%s (%d) The %s failed at [%s]. (%s)", kLogName, __LINE__, CatalogueName(catalogue),
+           about, reason);
+}
+
+bool WasAwayJustNow(const Session &session) {
+    return session.away && run_clock() - session.away_since < kDatabaseAwayMilliseconds;
 }
 
 void SetAway(Session *session) {
@@ -36,24 +50,50 @@ void SetAway(Session *session) {
     run.away = true;
 }
 
-void LogFailure(Catalogue catalogue, const char *about, const char *reason) {
-    syslog(LOG_ERR, "%s (%d) The %s failed at [%s]. (%s)", kLogName, __LINE__, CatalogueName(catalogue),
-           about, reason);
+// What was committed may be gone: whoever has asked for anything in this run has to ask again.
+void Doubt(Catalogue catalogue) {
+    AccountDoubt(&account, catalogue);
+    run.away = true;
 }
 
-bool Connect(Catalogue catalogue, const char *about) {
+// A statement of a request has failed. One that has its own row to blame has a line of its own; of those that find no
+// store to take them, the first of a run has.
+void StatementFailed(Catalogue catalogue, uint64_t request, const char *about, const char *reason,
+                     bool store_failed) {
+    Session &session = SessionOf(catalogue);
+    ++PartOf(catalogue).failures;
+    if (!store_failed || !session.away_told)
+        LogFailure(catalogue, about, reason);
+    if (!store_failed)
+        return;
+    session.away_told = true;
+    SetAway(&session);
+    AccountLost(&account, catalogue, request, reason);
+}
+
+// False when there is no connection, which is then told.
+bool Connect(Catalogue catalogue) {
     Session &session = SessionOf(catalogue);
     if (session.connection != nullptr)
         return true;
-    if (session.away && run_clock() - session.away_since < kDatabaseAwayMilliseconds) {
-        LogFailure(catalogue, about, "the database was out of reach a moment ago");
+    if (WasAwayJustNow(session))
         return false;
-    }
     session.away = false;
-    session.connection = StoreConnect(catalogue);
-    if (session.connection == nullptr)
-        SetAway(&session);
-    return session.connection != nullptr;
+    session.connection = StoreConnect(catalogue, !session.away_told);
+    if (session.connection != nullptr)
+        return true;
+    session.away_told = true;
+    SetAway(&session);
+    return false;
+}
+
+// The same for a statement of a request, which fails without a connection.
+bool ConnectFor(Catalogue catalogue, uint64_t request) {
+    if (Connect(catalogue))
+        return true;
+    ++PartOf(catalogue).failures;
+    AccountLost(&account, catalogue, request, "the database was out of reach");
+    return false;
 }
 
 int RunOne(Session *session, int statement, const VELUDBValue *values, size_t count) {
@@ -68,41 +108,57 @@ std::string About(const VELUDBValue *values, size_t count) {
                                                                 : "";
 }
 
-// A connection that has failed is not trusted any more; the next write opens another.
-void Drop(Session *session) {
-    if (session->connection != nullptr)
-        VELUDBRollback(session->connection->db.get());
-    session->connection.reset();
-    session->batch_open = false;
+// A connection that has failed is not trusted any more; the next write opens another, which cannot bring to the disk what
+// this one has committed.
+void Drop(Catalogue catalogue) {
+    Session &session = SessionOf(catalogue);
+    if (session.connection != nullptr) {
+        VELUDB *db = session.connection->db.get();
+        VELUDBRollback(db);
+        if (BlVELUDBConnected(db) == 0 || (session.committed && VELUDBSync(db) != 0))
+            Doubt(catalogue);
+    }
+    session.committed = false;
+    session.connection.reset();
+    session.batch_open = false;
+}
+
+void BatchDoAgain(Catalogue catalogue, const Batch &batch) {
+    Session &session = SessionOf(catalogue);
+    size_t position = 0;
+    uint64_t request = 0;
+    int statement = 0;
+    std::vector<VELUDBValue> values;
+    while (BatchNext(batch, &position, &request, &statement, &values)) {
+        if (!ConnectFor(catalogue, request)) {
+            run.lost = true;
+            continue;
+        }
+        if (RunOne(&session, statement, values.data(), values.size()) >= 0) {
+            session.committed = true;
+            continue;
+        }
+        run.lost = true;
+        VELUDB *db = session.connection->db.get();
+        const bool store_failed = BlVELUDBStoreFailed(db) != 0;
+        StatementFailed(catalogue, request, About(values.data(), values.size()).c_str(), VELUDBErrorGet(db),
+                        store_failed);
+        if (store_failed)
+            Drop(catalogue);
+    }
 }
 
 // Does the writes of a batch that was given up again, each for itself.
 void Replay(Catalogue catalogue) {
-    Session &session = SessionOf(catalogue);
-    const Batch batch = std::exchange(session.batch, {});
-    // A server that has died may have lost batches before this one, which were committed but not yet synchronised:
-    // whoever asked for the run has to ask again.
-    if (BlVELUDBStoreFailed(session.connection->db.get()))
-        run.away = true;
-    Drop(&session);
-    Connect(catalogue, "a batch"); // without it each write below fails by its own name
-    size_t position = 0;
-    int statement = 0;
-    std::vector<VELUDBValue> values;
-    while (BatchNext(batch, &position, &statement, &values)) {
-        const std::string about = About(values.data(), values.size());
-        if (session.connection == nullptr && !Connect(catalogue, about.c_str())) {
-            run.lost = true;
-            continue;
-        }
-        if (RunOne(&session, statement, values.data(), values.size()) >= 0)
-            continue;
+    try {
+        const Batch batch = std::exchange(SessionOf(catalogue).batch, {});
+        Drop(catalogue);
+        BatchDoAgain(catalogue, batch);
+    } catch (const std::bad_alloc &) {
+        // It hits whoever writes now, and may have cost others their rows.
         run.lost = true;
-        LogFailure(catalogue, about.c_str(), VELUDBErrorGet(session.connection->db.get()));
-        if (BlVELUDBStoreFailed(session.connection->db.get())) {
-            SetAway(&session);
-            Drop(&session);
-        }
+        Doubt(catalogue);
+        throw;
     }
 }
 
@@ -111,16 +167,35 @@ void Commit(Catalogue catalogue) {
     if (!session.batch_open)
         return;
     session.batch_open = false;
-    if (VELUDBCommit(session.connection->db.get()) != 0)
+    if (VELUDBCommit(session.connection->db.get()) == 0)
+        session.committed = true;
+    else
         Replay(catalogue);
     session.batch.bytes.clear();
     session.batch.rows = 0;
 }
 
+bool BatchIsOld(const Session &session) {
+    return session.batch_open && run_clock() - session.batch_start >= kBatchMillisecondsMax;
+}
+
 bool BatchIsFull(const Session &session) {
-    return session.batch_open &&
-           (session.batch.rows >= kBatchRowsMax || session.batch.bytes.size() >= kBatchBytesMax ||
-            run_clock() - session.batch_start >= kBatchMillisecondsMax);
+    return session.batch_open && (session.batch.rows >= kBatchRowsMax ||
+                                  session.batch.bytes.size() >= kBatchBytesMax || BatchIsOld(session));
+}
+
+// Begins a batch, unless one goes on or the connection is lent. False when that fails.
+bool BatchBegin(Session *session) {
+    // Rows that are being read lend the connection to their reader, whose own statements on it no batch would do
+    // again: until they are freed each write stands for itself.
+    const bool lent = session->connection.use_count() > 1;
+    if (session->batch_open || lent)
+        return true;
+    if (VELUDBBegin(session->connection->db.get()) != 0)
+        return false;
+    session->batch_open = true;
+    session->batch_start = run_clock();
+    return true;
 }
 
 // True when the engine has given the batch up; it is then already done again.
@@ -132,15 +207,13 @@ bool Recovered(Catalogue catalogue) {
     return true;
 }
 
-int OperationFailed(Catalogue catalogue, const std::string &about) {
+int OperationFailed(Catalogue catalogue, const char *about) {
     Session &session = SessionOf(catalogue);
     VELUDB *db = session.connection->db.get();
-    LogFailure(catalogue, about.c_str(), VELUDBErrorGet(db));
-    if (BlVELUDBStoreFailed(db)) {
-        SetAway(&session);
-        if (!session.batch_open)
-            Drop(&session);
-    }
+    const bool store_failed = BlVELUDBStoreFailed(db) != 0;
+    StatementFailed(catalogue, account.request, about, VELUDBErrorGet(db), store_failed);
+    if (store_failed && !session.batch_open)
+        Drop(catalogue);
     return -1;
 }
 
@@ -151,14 +224,14 @@ void ToDisk() {
         if (session.connection != nullptr && VELUDBSync(session.connection->db.get()) != 0) {
             syslog(LOG_ERR, "%s (%d) Failed to bring the %s to the disk. (%s)", kLogName, __LINE__,
                    CatalogueName(catalogue), VELUDBErrorGet(session.connection->db.get()));
-            run.away = true;
+            Doubt(catalogue);
         }
     }
     // A row says that its file has a cover: both are on disk before the request is forgotten.
     if (!CoversSync()) {
         syslog(LOG_ERR, "%s (%d) Failed to bring the covers to the disk. (%s)", kLogName, __LINE__,
                strerror(errno));
-        run.away = true;
+        Doubt(Catalogue::media);
     }
 }
 
@@ -172,28 +245,23 @@ int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size
     Session &session = SessionOf(catalogue);
     if (BatchIsFull(session))
         Commit(catalogue);
-    const std::string about = About(values, count);
-    if (!Connect(catalogue, about.c_str()))
+    if (!ConnectFor(catalogue, account.request))
         return -1;
-    // Rows that are being read lend the connection to their reader, whose own statements on it no batch would do
-    // again: until they are freed each write stands for itself.
-    const bool lent = session.connection.use_count() > 1;
-    if (!session.batch_open && !lent) {
-        if (VELUDBBegin(session.connection->db.get()) != 0)
-            return OperationFailed(catalogue, about);
-        session.batch_open = true;
-        session.batch_start = run_clock();
-    }
+    const auto failed = [&] { return OperationFailed(catalogue, About(values, count).c_str()); };
+    if (!BatchBegin(&session))
+        return failed();
     int affected = RunOne(&session, statement, values, count);
     if (affected < 0 && Recovered(catalogue)) {
-        if (!Connect(catalogue, about.c_str()))
+        if (!ConnectFor(catalogue, account.request))
             return -1;
         affected = RunOne(&session, statement, values, count);
     }
     if (affected < 0)
-        return OperationFailed(catalogue, about);
+        return failed();
     if (session.batch_open)
-        BatchAdd(&session.batch, statement, values, count);
+        BatchAdd(&session.batch, account.request, statement, values, count);
+    else
+        session.committed = true;
     if (BatchIsFull(session))
         Commit(catalogue);
     return affected;
@@ -209,36 +277,85 @@ int RunWriteText(Catalogue catalogue, const char *sql) {
 
 ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values) {
     Session &session = SessionOf(catalogue);
-    const std::string about = About(values.begin(), values.size());
     VELUDBResult *rows = nullptr;
-    if (!Connect(catalogue, about.c_str()))
+    if (!ConnectFor(catalogue, account.request))
         return nullptr;
     int result = StoreRun(session.connection.get(), statement, values.begin(), values.size(), &rows);
     if (result < 0 && Recovered(catalogue)) {
-        if (!Connect(catalogue, about.c_str()))
+        if (!ConnectFor(catalogue, account.request))
             return nullptr;
         result = StoreRun(session.connection.get(), statement, values.begin(), values.size(), &rows);
     }
     if (result < 0)
-        OperationFailed(catalogue, about);
+        OperationFailed(catalogue, About(values.begin(), values.size()).c_str());
     return ResultHandle(rows);
 }
 
-StoreConnectionRef RunConnection(Catalogue catalogue, const char *about) {
+StoreConnectionRef RunConnection(Catalogue catalogue) {
     Commit(catalogue);
-    return Connect(catalogue, about) ? SessionOf(catalogue).connection : nullptr;
+    if (!ConnectFor(catalogue, account.request))
+        return nullptr;
+    SessionOf(catalogue).committed = true; // its borrower may write
+    return SessionOf(catalogue).connection;
+}
+
+bool RunBorrowedFailed(Catalogue catalogue, VELUDB *db) {
+    Session &session = SessionOf(catalogue);
+    ++PartOf(catalogue).failures;
+    if (BlVELUDBStoreFailed(db) == 0)
+        return true;
+    const bool first = !session.away_told;
+    session.away_told = true;
+    SetAway(&session);
+    AccountLost(&account, catalogue, account.request, VELUDBErrorGet(db));
+    if (session.connection != nullptr && session.connection->db.get() == db)
+        Drop(catalogue);
+    return first;
 }
 
 void VELUIndexRunBegin() {
     if (run.active)
         return;
     run = Run();
+    AccountBegin(&account);
     run.active = true;
     tzset();
 }
 
 bool RunIsOpen() {
     return run.active;
+}
+
+void VELUIndexRunRequest(uint64_t number) {
+    account.request = number;
+}
+
+void VELUIndexRunPause() {
+    for (const Catalogue catalogue : {Catalogue::media, Catalogue::photo})
+        if (BatchIsOld(SessionOf(catalogue)))
+            Commit(catalogue);
+}
+
+int BlVELUIndexRunAway(Catalogue catalogue) {
+    return WasAwayJustNow(SessionOf(catalogue));
+}
+
+int VELUIndexRunReach(Catalogue catalogue) {
+    if (!ConnectFor(catalogue, account.request))
+        return -1;
+    return BatchBegin(&SessionOf(catalogue)) ? 0 : OperationFailed(catalogue, "a request that is done again");
+}
+
+int BlVELUIndexRunRequestFailed(uint64_t number) {
+    return NumberSetHas(account.failed, number);
+}
+
+uint64_t VELUIndexRunDoubtful(Catalogue catalogue) {
+    return PartOf(catalogue).doubtful;
+}
+
+uint64_t VELUIndexRunFailures(Catalogue catalogue) {
+    return PartOf(catalogue).failures;
 }
 
 int VELUIndexRunFlush() {
@@ -254,8 +371,11 @@ int VELUIndexRunEnd() {
     } catch (const std::bad_alloc &) {
         syslog(LOG_ERR, "%s (%d) The catalogue failed at [the end of a run]. (out of memory)", kLogName,
                __LINE__);
-        run.away = true;
+        Doubt(Catalogue::media);
+        Doubt(Catalogue::photo);
     }
+    if (run.active)
+        AccountTell(account);
     for (Session &session : run.sessions)
         session = Session();
     run.cover_dir.reset();

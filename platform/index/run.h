@@ -15,19 +15,24 @@
 // Milliseconds: how old a batch is, and for how long a database has been away.
 extern int64_t (*run_clock)();
 
-// Writes through a registered statement, within the batch. Returns the number of rows changed, or -1, logged.
+// Writes through a registered statement, within the batch. Returns the number of rows changed, or -1, told: a
+// statement that failed by itself has a line, a store that is away one a run and catalogue, with the number of rows.
 int RunWrite(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);
 int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size_t count);
 
 // Writes through a statement that somebody has put together.
 int RunWriteText(Catalogue catalogue, const char *sql);
 
-// Reads through a registered statement; sees what the batch has written. Null on failure, logged.
+// Reads through a registered statement; sees what the batch has written. Null on failure, told.
 ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);
 
 // Commits the batch and lends the connection, for what must not run inside a transaction or goes on using the
-// connection. Null on failure, logged with `about`.
-StoreConnectionRef RunConnection(Catalogue catalogue, const char *about);
+// connection. Null on failure, told.
+StoreConnectionRef RunConnection(Catalogue catalogue);
+
+// A statement of the run has failed on a connection that was lent. True when that is worth a line of the borrower's:
+// not when the store is away and that has been told.
+bool RunBorrowedFailed(Catalogue catalogue, VELUDB *db);
 
 bool RunIsOpen();
 

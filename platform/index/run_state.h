@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/index/batch.h"
+#include "platform/index/run_account.h"
 #include "platform/index/store.h"
 
 // One catalogue's part in a run.
@@ -17,8 +18,10 @@ struct Session {
     Batch batch;
     bool batch_open = false;
     int64_t batch_start = 0;
+    bool committed = false; // on this connection, and not brought to the disk since
     bool away = false;
     int64_t away_since = 0;
+    bool away_told = false; // in this run
 };
 
 // What one run knows, and the next does not.
@@ -33,6 +36,7 @@ struct Run {
 
 struct RunState {
     Run run;
+    RunAccount account; // of the run, also when it is over
     // These outlive a run: whoever carries requests out has them told, and clears them.
     bool covers_placed = false; // since the covers were last brought to the disk
     bool music_dirty = false;

@@ -100,28 +100,30 @@ int SchemaCountOn(VELUDB *db, const char *table) {
     return VELUDBExecute(db, Replaced(count_on, "TABLE", table).c_str(), nullptr) < 0 ? -1 : 0;
 }
 
-int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps) {
+int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps, bool tell) {
     const int newest = NewestVersion(steps, catalogue);
     int version = SchemaVersion(db);
     if (version < newest) {
         if (Migrate(db, catalogue, steps) != 0) {
-            syslog(LOG_ERR, "%s (%d) Failed to prepare the tables of the %s. (%s)", kLogName, __LINE__,
-                   CatalogueName(catalogue), VELUDBErrorGet(db));
+            if (tell)
+                syslog(LOG_ERR, "%s (%d) Failed to prepare the tables of the %s. (%s)", kLogName, __LINE__,
+                       CatalogueName(catalogue), VELUDBErrorGet(db));
             VELUDBRollback(db);
             return -1;
         }
         version = SchemaVersion(db);
     }
     if (version > newest) {
-        syslog(LOG_ERR,
-               "%s (%d) The database of the %s has tables of version %d, this program knows them up to "
-               "version %d.",
-               kLogName, __LINE__, CatalogueName(catalogue), version, newest);
+        if (tell)
+            syslog(LOG_ERR,
+                   "%s (%d) The database of the %s has tables of version %d, this program knows them up to "
+                   "version %d.",
+                   kLogName, __LINE__, CatalogueName(catalogue), version, newest);
         return -1;
     }
     return 0;
 }
 
-int SchemaApply(VELUDB *db, Catalogue catalogue) {
-    return SchemaApplySteps(db, catalogue, SchemaSteps());
+int SchemaApply(VELUDB *db, Catalogue catalogue, bool tell) {
+    return SchemaApplySteps(db, catalogue, SchemaSteps(), tell);
 }

@@ -10,9 +10,9 @@
 #include "platform/veludb.h"
 #include "platform/veluindex.h"
 
-// Brings the tables of a fresh or older database up to date. Returns 0, or -1 with one log line; a database
-// of a newer program fails, untouched.
-int SchemaApply(VELUDB *db, Catalogue catalogue);
+// Brings the tables of a fresh or older database up to date. Returns 0, or -1 with one log line, which `tell` false
+// leaves out; a database of a newer program fails, untouched.
+int SchemaApply(VELUDB *db, Catalogue catalogue, bool tell = true);
 
 // PATH, SERIAL and REAL in `sql` are spelled as the engine wants them (platform/db/words.h).
 struct SchemaStep {
@@ -39,4 +39,4 @@ int SchemaBeginReading(VELUDB *db);
 int SchemaCountOn(VELUDB *db, const char *table);
 
 // Brings a database up to date with any list of steps. Returns what SchemaApply returns.
-int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps);
+int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps, bool tell = true);

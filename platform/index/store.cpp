@@ -20,13 +20,13 @@ int VELUIndexUriGet(Catalogue catalogue, char *out, size_t size) {
     return ConfigurationGet(*kPlaces[static_cast<size_t>(catalogue)], out, size);
 }
 
-StoreConnectionRef StoreConnect(Catalogue catalogue) {
+StoreConnectionRef StoreConnect(Catalogue catalogue, bool tell) {
     char uri[kCatalogueUriSize] = "";
     if (VELUIndexUriGet(catalogue, uri, sizeof uri) != 0)
         return nullptr;
     auto connection = std::make_shared<StoreConnection>();
-    connection->db.reset(VELUDBOpen(uri, CatalogueName(catalogue)));
-    if (connection->db == nullptr || SchemaApply(connection->db.get(), catalogue) != 0)
+    connection->db.reset(VELUDBOpen(uri, CatalogueName(catalogue), tell));
+    if (connection->db == nullptr || SchemaApply(connection->db.get(), catalogue, tell) != 0)
         return nullptr;
     return connection;
 }

@@ -19,8 +19,8 @@ struct StoreConnection {
 using StoreConnectionRef = std::shared_ptr<StoreConnection>;
 
 // Opens the database that the configuration names for a catalogue, with its tables up to date. Null, with one
-// log line, on failure.
-StoreConnectionRef StoreConnect(Catalogue catalogue);
+// log line unless `tell` is false, on failure.
+StoreConnectionRef StoreConnect(Catalogue catalogue, bool tell);
 
 // Runs a statement by its number (statements.h), preparing it at its first use. `rows` may be null, as for VELUDBRun.
 int StoreRun(StoreConnection *connection, int statement, const VELUDBValue *values, size_t count,

@@ -18,17 +18,18 @@ VELUDBValue Text(const std::string &text) {
     return VELUDBValue::Text(text.data(), text.size());
 }
 
-void Add(Batch *batch, int statement, const Values &values) {
-    BatchAdd(batch, statement, values.data(), values.size());
+void Add(Batch *batch, int statement, const Values &values, uint64_t request = 0) {
+    BatchAdd(batch, request, statement, values.data(), values.size());
 }
 
-// The next write: its statement, and its values as words.
+// The next write: its statement, and its values as words; its request if it has one.
 std::string Next(const Batch &batch, size_t *position) {
+    uint64_t request = 0;
     int statement = 0;
     Values values;
-    if (!BatchNext(batch, position, &statement, &values))
+    if (!BatchNext(batch, position, &request, &statement, &values))
         return "end";
-    std::string words = std::to_string(statement);
+    std::string words = (request != 0 ? "#" + std::to_string(request) + " " : "") + std::to_string(statement);
     for (const VELUDBValue &value : values) {
         if (value.type == VELUDBValue::Type::text)
             words += " " + std::string(value.text, value.length);
@@ -52,6 +53,15 @@ TEST(Batch, GivesItsWritesBackInOrder) {
     EXPECT_EQ("0", Next(batch, &position));
     EXPECT_EQ("end", Next(batch, &position));
     EXPECT_EQ(3U, batch.rows);
+}
+
+TEST(Batch, KnowsWhoAskedForAWrite) {
+    Batch batch;
+    Add(&batch, 1, {Text(kPath)}, 7);
+    Add(&batch, 2, {}, UINT64_MAX);
+    size_t position = 0;
+    EXPECT_EQ("#7 1 " + kPath, Next(batch, &position));
+    EXPECT_EQ("#18446744073709551615 2", Next(batch, &position));
 }
 
 TEST(Batch, AWriteThatDoesNotFitLeavesNothingBehind) {

@@ -59,6 +59,9 @@ TEST_P(VeluDb, RefusesASecondStatementAndNone) {
 TEST_P(VeluDb, GivesTheErrorOfTheEngine) {
     EXPECT_EQ(Exec("select nonsense from nowhere"), -1);
     EXPECT_NE(strstr(VELUDBErrorGet(db), "nowhere"), nullptr);
+    EXPECT_EQ(BlVELUDBStoreFailed(db), 1) << "without its tables a store is as good as away";
+    EXPECT_EQ(Exec("select nonsense"), -1);
+    EXPECT_NE(strstr(VELUDBErrorGet(db), "nonsense"), nullptr);
     EXPECT_EQ(BlVELUDBStoreFailed(db), 0);
 }
 

@@ -17,8 +17,15 @@ namespace {
 constexpr std::string_view kStoreStates[] = {
     "08",    // the connection
     "25006", // the server takes no writes: a standby
+    "25P03", // the transaction has stood still for too long
+    "25P04", // it has taken too long
+    "26",    // a prepared statement that is no longer there, on a connection that somebody else has used
+    "28",    // the password, or no right to connect
+    "3D",    // no such database
+    "3F",    // no such schema
     "40",    // given up for another transaction: serialisation, deadlock
     "42501", // no right to do it, as with a read-only file
+    "42P01", // no such table
     "53",    // disk full, out of memory, too many connections
     "55P03", // locked for longer than we wait
     "57",    // an operator's intervention: shutdown, cancel, still starting

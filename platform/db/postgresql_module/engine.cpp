@@ -227,6 +227,10 @@ extern "C" __attribute__((visibility("default"))) const VELUDBEngine *VELUDBModu
         .sync = Sync,
         .error = [](const void *connection) { return Connection(connection)->error.c_str(); },
         .store_failed = [](const void *connection) { return Connection(connection)->store_failed ? 1 : 0; },
+        .connected =
+            [](const void *connection) {
+                return PQstatus(Connection(connection)->server.get()) == CONNECTION_OK ? 1 : 0;
+            },
     };
     return &kEngine;
 }
