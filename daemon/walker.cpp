@@ -17,6 +17,7 @@ namespace {
 constexpr char kLogName[] = "index.c";
 
 void FileVisit(const char *path, int mode, int mask) {
+    VELUIndexRunPause();
     int result = 0;
     if (mask & kWalkMedia)
         result = IndexFileAdd(path, mode);

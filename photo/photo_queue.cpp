@@ -56,6 +56,7 @@ Opening QueueOpen(const char *line, const char *queue_file, FdHandle *file) {
                strerror(error));
         if (error != EACCES || ++failures > kConverterQueueRetriesMax)
             return Opening::failed;
+        VELUIndexRunFlush(); // nobody waits for a catalogue because this waits for a queue
         photo_queue_pause(kRetrySeconds);
     }
 }

@@ -54,7 +54,13 @@ bool KnownPathsGet(const char *dir, PathSet *paths) {
     return true;
 }
 
+void KnownPathUpdate(const char *path) {
+    VELUIndexRunPause();
+    PhotoLibraryFileUpdate(path, kIndexUpdate);
+}
+
 void NewPathAdd(const char *path) {
+    VELUIndexRunPause();
     if (IndexFileAdd(path, kIndexAdd) == 0)
         PhotoLibraryFileUpdate(path, kIndexAdd);
     else
@@ -121,7 +127,7 @@ int PhotoDirRefresh(const char *dir, const std::vector<std::string> *entries) {
         char path[kPathSize];
         snprintf(path, sizeof path, "%s/%s", dir, entry.c_str());
         if (known.count(path) != 0)
-            PhotoLibraryFileUpdate(path, kIndexUpdate);
+            KnownPathUpdate(path);
         else
             new_paths.emplace_back(path);
     }
