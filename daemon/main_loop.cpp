@@ -4,7 +4,12 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <limits>
+
 #include "daemon/queue.h"
+#include "platform/clock.h"
+#include "platform/limits.h"
 #include "platform/veluindex.h"
 
 volatile sig_atomic_t dirty = 0;
@@ -26,14 +31,49 @@ constexpr sig_atomic_t kSignalsForced = 9999;
 constexpr double kVacuumHours = 12.0;
 constexpr double kSecondsPerHour = 3600.0;
 
-int retry_wake_ups = 0; // until work that is left is tried again; 0 when none is
+// When work that is left is tried again, by main_loop_clock; kNever when none is. `retry_pause` has gone before that.
+constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
+int64_t retry_at = kNever;
+int64_t retry_pause = 0;
+QueueOccasion retry_occasion = QueueOccasion::again;
 
 void FlagsClear() {
     dirty = 0;
     pending = 0;
 }
 
+// A queue that had to wait is taken at once. What could not be stored is tried at longer and longer intervals, which
+// begin anew when more has come to it.
+void RetryPlan(const QueueLeft &left) {
+    if (!left.waits)
+        retry_pause = 0;
+    else if (left.waits_newly || retry_pause == 0)
+        retry_pause = kQueueRetryFirst;
+    else
+        retry_pause = std::min(retry_pause * 2, kQueueRetryLast);
+    retry_at = left.waits ? main_loop_clock() + retry_pause : kNever;
+    retry_occasion = QueueOccasion::again;
+    if (!left.queue_waits)
+        return;
+    retry_at = main_loop_clock();
+    retry_occasion = QueueOccasion::queued;
+}
+
+// The flags say when a quiet sleep has passed since the last signal.
+bool QuietSleepIsOver() {
+    if (dirty == pending) {
+        pending = 0; // if a signal came in during this sleep, wait for a quiet one
+        return false;
+    }
+    if (pending == 0)
+        return true;
+    dirty = 1;
+    return false;
+}
+
 } // namespace
+
+int64_t (*main_loop_clock)() = MonotonicMilliseconds;
 
 void SetDirty(int) {
     dirty = 1;
@@ -50,17 +90,8 @@ void DatabasesVacuum() {
 }
 
 WakeUp WakeUpHandle(time_t now) {
-    if (dirty == pending) {
-        if (pending) {
-            pending = 0; // a signal came in during this sleep: wait for a quiet one
-            return WakeUp::wait;
-        }
-        return retry_wake_ups > 0 && --retry_wake_ups == 0 ? WakeUp::process : WakeUp::wait;
-    }
-    if (pending) {
-        dirty = 1;
-        return WakeUp::wait;
-    }
+    if (!QuietSleepIsOver())
+        return main_loop_clock() >= retry_at ? WakeUp::retry : WakeUp::wait;
     signal_count = 0;
     if (static_cast<double>(now - last_vacuum) / kSecondsPerHour > kVacuumHours)
         DatabasesVacuum();
@@ -69,7 +100,11 @@ WakeUp WakeUpHandle(time_t now) {
 }
 
 void QueueRun() {
-    retry_wake_ups = IndexQueueProcess();
+    RetryPlan(IndexQueueProcess(QueueOccasion::queued));
+}
+
+void QueueRetry() {
+    RetryPlan(IndexQueueProcess(retry_occasion));
 }
 
 void MainLoop() {
@@ -81,7 +116,15 @@ void MainLoop() {
             FlagsClear();
             QueueRun();
         }
-        if (WakeUpHandle(time(nullptr)) == WakeUp::process)
+        switch (WakeUpHandle(time(nullptr))) {
+        case WakeUp::process:
             QueueRun();
+            break;
+        case WakeUp::retry:
+            QueueRetry();
+            break;
+        case WakeUp::wait:
+            break;
+        }
     }
 }

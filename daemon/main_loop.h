@@ -4,6 +4,7 @@
 #pragma once
 
 #include <signal.h>
+#include <stdint.h>
 #include <time.h>
 
 // Written by the handler of SIGUSR1 and by the loop; nothing else is shared between them.
@@ -20,15 +21,21 @@ void SetDirty(int signal_number);
 // Compacts both databases and remembers when.
 void DatabasesVacuum();
 
+// Milliseconds, by which work that is left comes to its turn.
+extern int64_t (*main_loop_clock)();
+
 // What follows a wake-up.
-enum class WakeUp { wait, process };
+enum class WakeUp { wait, process, retry };
 
 // Looks at the flags after a sleep, and vacuums when that is due. Returns `process`, with the flags cleared, when the
-// queue is to be processed now: after a quiet sleep, or when it is time to try work again that a run had to leave.
+// queue is to be processed now, after a quiet sleep; `retry` when it is time to try work again that a run had to leave.
 WakeUp WakeUpHandle(time_t now);
 
 // Processes the queue and remembers when work that is left is to be tried again.
 void QueueRun();
+
+// Tries such work again.
+void QueueRetry();
 
 // Sleeps and processes without an end.
 [[noreturn]] void MainLoop();

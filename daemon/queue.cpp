@@ -11,13 +11,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <new>
-#include <string>
-#include <string_view>
-
-#include "daemon/queue_commands.h"
-#include "daemon/queue_line.h"
+#include "daemon/queue_kept.h"
+#include "daemon/queue_pass.h"
 #include "daemon/queue_reader.h"
 #include "platform/handle.h"
 #include "platform/limits.h"
@@ -31,40 +26,14 @@ constexpr char kLogName[] = "veluindexd.c";
 constexpr char kMusicServerPidFile[] = "/var/run/mt-daapd.pid";
 constexpr char kDlnaServerPidFile[] = "/var/run/dms.pid";
 
-int kept_runs = 0; // in a row
+int64_t stuck_since =
+    -1; // by the clock of kept requests, when a copy could not be done with; -1: none is in the way
 
 void QueueTakeOver() {
-    if (BlKLIBFileExist(kQueueWorkingCopy))
-        return;
     for (int attempt = 0; attempt < kQueueTakeOversMax; ++attempt) {
         if (rename(kQueueFile, kQueueWorkingCopy) == 0)
             return;
         syslog(LOG_ERR, "%s(%d): Failed to rename %s. (%s)", kLogName, __LINE__, kQueueFile, strerror(errno));
-    }
-}
-
-void LineExecute(std::string_view given) {
-    std::string line(given);
-    if (line.back() == '\n')
-        line.pop_back();
-    else
-        syslog(LOG_ERR, "%s (%d) Warning! No new line here.", kLogName, __LINE__);
-    QueueRequest request;
-    if (!QueueLineParse(line, request)) {
-        syslog(LOG_ERR, "%s (%d) Bad format [%s].", kLogName, __LINE__, line.c_str());
-        return;
-    }
-    QueueRequestExecute(request);
-}
-
-// False when the line was not carried out to its end for want of memory.
-bool LineTry(std::string_view line) {
-    try {
-        LineExecute(line);
-        return true;
-    } catch (const std::bad_alloc &) {
-        syslog(LOG_ERR, "%s (%d) Out of memory.", kLogName, __LINE__);
-        return false;
     }
 }
 
@@ -74,50 +43,57 @@ void ServerSignal(const char *pid_file, int signal_number) {
         kill(pid, signal_number);
 }
 
-// Carries out every line and brings its rows to disk. A line that was appended meanwhile by a writer that still
-// has the file open is found by looking again after that. False when not all of them could be read and stored.
-bool LinesExecute(QueueReader &reader) {
-    std::string_view line;
-    bool stored = true;
-    bool more = reader.Next(&line);
-    do {
-        VELUIndexRunBegin();
-        for (; more; more = reader.Next(&line))
-            stored = LineTry(line) && stored;
-        stored = VELUIndexRunEnd() == 0 && stored;
-        more = reader.Next(&line);
-    } while (more);
-    if (reader.failure() == 0)
-        return stored;
-    syslog(LOG_ERR, "%s(%d): Failed to read %s. (%s)", kLogName, __LINE__, kQueueWorkingCopy,
-           strerror(reader.failure()));
-    return false;
-}
-
 void ServersTell() {
     if (BlVELUIndexIsMusicTableDirty() || BlVELUIndexIsVideoTableDirty())
         ServerSignal(kMusicServerPidFile, SIGHUP);
     ServerSignal(kDlnaServerPidFile, SIGUSR1);
 }
 
-void WorkingCopyRemove() {
-    if (unlink(kQueueWorkingCopy) != 0)
-        syslog(LOG_ERR, "%s(%d): Failed to unlink %s. (%s)", kLogName, __LINE__, kQueueWorkingCopy,
-               strerror(errno));
+// Opens the working copy. One that cannot be opened is removed.
+bool WorkingCopyOpen(QueueReader *reader) {
+    if (reader->Open(kQueueWorkingCopy))
+        return true;
+    const int reason = errno;
+    // A damaged copy must not block the queue for ever. The command is the appliance's documented way out.
+    if (system("rm -rf /var/spool/velu_indexing_queue.tmp") != 0)
+        syslog(LOG_ERR, "%s(%d): Failed to remove %s.", kLogName, __LINE__, kQueueWorkingCopy);
+    syslog(LOG_ERR, "%s(%d): Failed to open %s. (%s)", kLogName, __LINE__, kQueueWorkingCopy,
+           strerror(reason));
+    return false;
 }
 
-// Keeps the copy, or gives it up when that has been done too often. Returns when to come back.
-int WorkingCopyKeep() {
-    if (++kept_runs < kQueueKeptRunsMax) {
-        syslog(LOG_ERR, "%s(%d): Failed to store all rows. %s is kept for the next run.", kLogName, __LINE__,
-               kQueueWorkingCopy);
-        constexpr int kLargestShift = 6;
-        return std::min(1 << std::min(kept_runs - 1, kLargestShift), kQueueRetryWakeUpsMax);
+// A copy that came back after a power cut would be done again behind requests that are newer.
+bool WorkingCopyRemove() {
+    if (unlink(kQueueWorkingCopy) == 0) {
+        SpoolSync();
+        return true;
     }
-    syslog(LOG_ERR, "%s(%d): Failed to store all rows %d times. %s is given up.", kLogName, __LINE__,
-           kQueueKeptRunsMax, kQueueWorkingCopy);
-    WorkingCopyRemove();
-    return 0;
+    syslog(LOG_ERR, "%s(%d): Failed to unlink %s. (%s)", kLogName, __LINE__, kQueueWorkingCopy,
+           strerror(errno));
+    return false;
+}
+
+// True when a copy that can neither be done with nor kept elsewhere has been in the way of the queue for too long.
+bool WorkingCopyGivenUp() {
+    const int64_t now = kept_clock();
+    if (stuck_since < 0)
+        stuck_since = now;
+    if (now - stuck_since < kQueueKeptMillisecondsMax)
+        return false;
+    syslog(LOG_ERR, "%s(%d): Failed to store all rows for %d days. %s is given up.", kLogName, __LINE__,
+           kQueueKeptDaysMax, kQueueWorkingCopy);
+    return true;
+}
+
+// Does what a writer that had the copy open all the time has appended since the last look at it.
+void LateLinesDo(QueueReader *copy, QueuePassEnd *end) {
+    if (copy->Size() <= copy->offset())
+        return;
+    const bool kept = QueueLateLinesKeep(copy);
+    const QueuePassEnd late = QueuePass(kept ? nullptr : copy, false);
+    end->carried_out = end->carried_out || late.carried_out;
+    end->waits_newly = late.waits;
+    end->waits = late.waits;
 }
 
 // Writes down when the run ended. Only people look at that, so that a failure is not worth a line.
@@ -129,33 +105,28 @@ void EndRecord() {
 
 } // namespace
 
-int IndexQueueProcess() {
+QueueLeft IndexQueueProcess(QueueOccasion occasion) {
     VELUIndexMusicTableDirtySet(0);
     VELUIndexVideoTableDirtySet(0);
-    QueueTakeOver();
+    const bool left_over = BlKLIBFileExist(kQueueWorkingCopy) != 0;
+    const bool queued = occasion == QueueOccasion::queued;
+    if (queued && !left_over)
+        QueueTakeOver();
 
     QueueReader reader;
-    if (!reader.Open(kQueueWorkingCopy)) {
-        const int reason = errno;
-        // A damaged copy must not block the queue for ever. The command is the appliance's documented way out.
-        if (system("rm -rf /var/spool/velu_indexing_queue.tmp") != 0)
-            syslog(LOG_ERR, "%s(%d): Failed to remove %s.", kLogName, __LINE__, kQueueWorkingCopy);
-        syslog(LOG_ERR, "%s(%d): Failed to open %s. (%s)", kLogName, __LINE__, kQueueWorkingCopy,
-               strerror(reason));
-        return 0;
+    QueueReader *copy = (queued || left_over) && WorkingCopyOpen(&reader) ? &reader : nullptr;
+    QueuePassEnd end = QueuePass(copy, left_over);
+    const bool was_stuck = stuck_since >= 0;
+    if (copy != nullptr && !end.copy_done)
+        end.copy_done = WorkingCopyGivenUp();
+    if (end.copy_done)
+        stuck_since = -1;
+    if (copy != nullptr && end.copy_done && WorkingCopyRemove())
+        LateLinesDo(copy, &end);
+    if (copy != nullptr || end.carried_out) {
+        EndRecord();
+        ServersTell();
     }
-    int come_back = 0;
-    if (!LinesExecute(reader)) {
-        come_back = WorkingCopyKeep();
-    } else {
-        WorkingCopyRemove();
-    }
-    EndRecord();
-    ServersTell();
-    if (come_back == 0 && kept_runs > 0) {
-        kept_runs = 0;
-        // Signals for what was queued meanwhile have been used up.
-        come_back = BlKLIBFileExist(kQueueFile);
-    }
-    return come_back;
+    // Signals for what was queued while a copy was in the way have been used up.
+    return {end.waits, end.waits_newly, was_stuck && end.copy_done && BlKLIBFileExist(kQueueFile)};
 }

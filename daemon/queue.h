@@ -3,16 +3,24 @@
 // The indexing queue: takes over what other programs have written and carries it out.
 #pragma once
 
-inline constexpr char kQueueFile[] = "/var/spool/velu_indexing_queue";
-inline constexpr char kQueueWorkingCopy[] = "/var/spool/velu_indexing_queue.tmp";
+#include "daemon/queue_files.h"
 
 // Written to at the end of every run: its time is when that was.
 inline constexpr char kLastRunFile[] = "/var/run/veluindexd.last_run";
 
-// Renames the queue to its working copy (or takes a copy that an interrupted run left), carries out its lines in
-// order, brings the catalogue safely to disk, deletes the copy and tells the media servers.
+// Why requests are looked at: a signal says that some are queued, or it is time to try again what waits.
+enum class QueueOccasion { queued, again };
+
+// What there is to come back for.
+struct QueueLeft {
+    bool waits = false;       // requests that could not be stored
+    bool waits_newly = false; // some of which have just come to that
+    bool queue_waits = false; // a queue that had no turn
+};
+
+// Renames the queue to its working copy (or takes a copy that an interrupted run left) and carries out its lines in
+// order, behind the requests of the kept file. Brings the catalogue safely to disk, and into the kept file what that
+// could not take; then deletes the copy and tells the media servers. `again` leaves the queue alone.
 //
-// When the catalogue could not take the rows, or the copy could not be read to its end, the copy stays and its
-// lines are carried out again. Returns after how many wake-ups of the main loop that, or a queue that had to
-// wait for it, is to be tried; 0 when nothing waits.
-int IndexQueueProcess();
+// When the copy cannot be read to its end, or the kept file not be written, the copy stays and is done again.
+QueueLeft IndexQueueProcess(QueueOccasion occasion);

@@ -7,6 +7,7 @@
 #include "catalogue/features.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
+#include "daemon/queue_rename.h"
 #include "daemon/walker.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
@@ -64,32 +65,6 @@ void FileRemove(const char *path) {
         PhotoLibraryFileUpdate(path, kIndexRemove);
 }
 
-void VideoTablesRename(const char *new_path, const char *old_path) {
-    PhotoVideoInfoPathRename(kPhotoTableVideoDesc, new_path, old_path);
-    PhotoVideoInfoPathRename(kPhotoTableVideoComment, new_path, old_path);
-}
-
-void FileRename(const char *new_path, const char *old_path) {
-    IndexFileAdd(old_path, kIndexRemove);
-    IndexFileAdd(new_path, kIndexAdd);
-    if (!IsInPhotoLibrary(new_path))
-        return;
-    PhotoPathRename(new_path, old_path, 0);
-    if (supportcinehall && BlVELUIndexIsVideoOnWebFile(new_path))
-        VideoTablesRename(new_path, old_path);
-}
-
-void TreeRename(const char *new_path, const char *old_path) {
-    IndexDirWalk(old_path, kIndexRemove, kWalkMedia);
-    IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
-    if (!IsInPhotoLibrary(new_path))
-        return;
-    PhotoPathRename(new_path, old_path, 1);
-    PhotoShareRename(new_path, old_path);
-    if (supportcinehall)
-        VideoTablesRename(new_path, old_path);
-}
-
 void Reindex(const char *what) {
     if (strcmp(what, kPhotoWord) == 0) {
         PhotoShareFsCheck();
@@ -135,10 +110,10 @@ void QueueRequestExecute(const QueueRequest &request) {
         FileRemove(argument);
         break;
     case kCommandRename:
-        if (IsDirExist(argument))
-            TreeRename(argument, request.old_path.c_str());
+        if (request.again)
+            PathRenameAgain(argument, request.old_path.c_str());
         else
-            FileRename(argument, request.old_path.c_str());
+            PathRename(argument, request.old_path.c_str());
         break;
     case kCommandReindex:
         Reindex(argument);

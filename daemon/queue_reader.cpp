@@ -20,19 +20,25 @@ bool QueueReader::Open(const char *path) {
         return false;
     }
     file_ = std::move(file);
-    start_ = end_ = 0;
-    behind_buffer_ = 0;
     failure_ = 0;
+    Seek(0);
     return true;
+}
+
+void QueueReader::Seek(off_t begin, off_t end) {
+    start_ = end_ = 0;
+    behind_buffer_ = begin;
+    limit_ = end;
 }
 
 void QueueReader::Refill() {
     memmove(buffer_.data(), buffer_.data() + start_, end_ - start_);
     end_ -= start_;
     start_ = 0;
+    const off_t room = std::min<off_t>(static_cast<off_t>(kBufferSize - end_), limit_ - behind_buffer_);
     int failure = 0;
     const size_t got = FileReadUpTo(file_, static_cast<uint64_t>(behind_buffer_), buffer_.data() + end_,
-                                    kBufferSize - end_, &failure);
+                                    static_cast<size_t>(std::max<off_t>(room, 0)), &failure);
     end_ += got;
     behind_buffer_ += static_cast<off_t>(got);
     if (failure != 0)
@@ -40,23 +46,35 @@ void QueueReader::Refill() {
 }
 
 void QueueReader::PositionShow() const {
-    lseek(file_.get(), behind_buffer_ - static_cast<off_t>(end_ - start_), SEEK_SET);
+    if (limit_ == kNoEnd) // else it is read a second time
+        lseek(file_.get(), offset(), SEEK_SET);
+}
+
+bool QueueReader::More() {
+    if (start_ == end_)
+        Refill();
+    return start_ < end_ && failure_ == 0;
+}
+
+off_t QueueReader::Size() const {
+    struct stat status;
+    return fstat(file_.get(), &status) == 0 ? status.st_size : 0;
 }
 
 bool QueueReader::Next(std::string_view *line) {
     const auto newline = [this]() -> const char * {
-        const size_t length = std::min(end_ - start_, kQueueLineMax);
+        const size_t length = std::min(end_ - start_, line_max_);
         return static_cast<const char *>(memchr(buffer_.data() + start_, '\n', length));
     };
     const char *end = newline();
-    if (end == nullptr && end_ - start_ < kQueueLineMax) {
+    if (end == nullptr && end_ - start_ < line_max_) {
         Refill();
         end = newline();
     }
     PositionShow();
-    const size_t held = std::min(end_ - start_, kQueueLineMax);
+    const size_t held = std::min(end_ - start_, line_max_);
     // What came of a line whose rest cannot be read would be a request that nobody has made.
-    if (end == nullptr && held < kQueueLineMax && failure_ != 0)
+    if (end == nullptr && held < line_max_ && failure_ != 0)
         return false;
     const char *begin = buffer_.data() + start_;
     const size_t length = end != nullptr ? static_cast<size_t>(end - begin) + 1 : held;

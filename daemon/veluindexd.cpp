@@ -15,6 +15,7 @@
 #include "catalogue/features.h"
 #include "daemon/main_loop.h"
 #include "daemon/queue.h"
+#include "daemon/queue_files.h"
 #include "platform/handle.h"
 #include "platform/velusdk.h"
 
@@ -85,8 +86,8 @@ void HandlersInstall() {
 
 // Work that waited while no daemon ran, or that the last one could not finish.
 void LeftOversProcess() {
-    if (BlKLIBFileExist(kQueueWorkingCopy))
-        QueueRun();
+    if (BlKLIBFileExist(kQueueWorkingCopy) || BlKLIBFileExist(kKeptFile))
+        QueueRetry();
     if (BlKLIBFileExist(kQueueFile))
         QueueRun();
 }

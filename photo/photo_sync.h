@@ -12,6 +12,9 @@ int PhotoPathRename(const char *new_path, const char *old_path, int is_dir);
 // Follows a rename in the path column of kPhotoTableVideoDesc or kPhotoTableVideoComment. Returns 0 or -1.
 int PhotoVideoInfoPathRename(int table, const char *new_prefix, const char *old_prefix);
 
+// Follows a rename whose old path is there again: rows whose files are gone move, what has none is added.
+void PhotoRenameAgain(const char *new_path, const char *old_path);
+
 // Brings the rows of one directory in step with its entries, the names in it that have a "." (not in front).
 // Returns 0 or -1.
 int PhotoDirRefresh(const char *dir, const std::vector<std::string> *entries);

@@ -168,12 +168,15 @@ inline constexpr size_t kQueueLineMax = 4111;
 // Attempts to take the queue over. A writer that creates it at this very moment is met by trying again at once.
 inline constexpr int kQueueTakeOversMax = 16;
 
-// A copy that is kept is tried again after 1, 2, 4, ... wake-ups of ten seconds, at most ten minutes apart.
-inline constexpr int kQueueRetryWakeUpsMax = 60;
+// Requests that could not be stored are tried again after 10, 20, 40 seconds and so on, in milliseconds. The first is
+// the main loop's own sleep; a database that is back is noticed within the last.
+inline constexpr int64_t kQueueRetryFirst = 10'000;
+inline constexpr int64_t kQueueRetryLast = 600'000;
 
-// A catalogue that cannot be written for most of a day does not come back by itself, and its requests must not hold
-// up all others for ever.
-inline constexpr int kQueueKeptRunsMax = 100;
+// Days of the daemon's running time after which such a request is given up. A catalogue that cannot be written for a
+// week, with somebody at the machine who could mend it, does not come back by itself.
+inline constexpr int kQueueKeptDaysMax = 7;
+inline constexpr int64_t kQueueKeptMillisecondsMax = int64_t{kQueueKeptDaysMax} * 24 * 60 * 60 * 1000;
 
 // --- Queues of the converters ------------------------------------------------------------------------------
 

@@ -5,7 +5,7 @@ import time
 
 import pytest
 
-from harness.daemon import PID_FILE, QUEUE, WORKING_COPY, wait_for
+from harness.daemon import KEPT, PID_FILE, QUEUE, wait_for
 
 DONE, FOUND, USAGE, REFUSED, NO_RIGHTS, NOT_RUNNING, UNREACHABLE, NOT_FINISHED, FAILED = range(9)
 NOBODY = 65534
@@ -180,13 +180,19 @@ def test_wait_tells_that_the_daemon_has_ended(make_daemon):
     assert queued(daemon) == [f"a:{SONG}"]
 
 
-def test_a_copy_that_waits_for_its_database_is_shown_as_kept(make_daemon):
+def test_a_request_that_waits_for_its_database_is_shown_as_kept(make_daemon):
     daemon = make_daemon()
+    assert daemon.ctl_json("status")["kept"] == {"present": False, "requests": 0, "oldest_seconds": None}
     daemon.configure(mediadb="sqlite:/dev/null/media.db", photodb="sqlite:/dev/null/photo.db")
     daemon.write(SONG)
     daemon.start()
     answer = daemon.ctl("add", "--wait", "--timeout", "2", SONG)
     assert answer["status"] == NOT_FINISHED and "kept: the daemon tries again later" in answer["out"]
-    wait_for(lambda: daemon.exists(WORKING_COPY), "the copy")
-    state = daemon.ctl_json("status")["working_copy"]
-    assert state["present"] and state["lines"] == 1
+    wait_for(lambda: daemon.exists(KEPT), "the kept file")
+    state = daemon.ctl_json("status")["kept"]
+    assert state["present"] and state["requests"] == 1 and state["oldest_seconds"] >= 0
+    assert "1 could not be stored, the oldest for " in daemon.ctl("status")["out"]
+    daemon.configure()
+    answer = daemon.ctl("add", "--wait", "--timeout", "60", SONG)
+    assert answer["status"] == DONE and not daemon.exists(KEPT)
+    assert daemon.paths("music") == [SONG]

@@ -6,13 +6,13 @@ import sqlite3
 
 import pytest
 
-from harness.daemon import QUEUE, WORKING_COPY, wait_for
+from harness.daemon import KEPT, wait_for
 
 pytestmark = pytest.mark.sqlite
 
 MUSIC = "/volume1/music"
 FOLDER = "/var/lib/velu/small"
-KEPT = f"Failed to store all rows. {WORKING_COPY} is kept for the next run."
+KEPT_LINE = f"Failed to store all rows. Requests kept in {KEPT}: 1."
 
 
 def mount(daemon, *options):
@@ -33,12 +33,12 @@ def small(box):
 def run_until_kept(daemon, *lines):
     daemon.queue(*lines)
     daemon.signal()
-    wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
-    assert daemon.exists(WORKING_COPY)
+    wait_for(lambda: daemon.logged("veluindexd.c", KEPT_LINE), "the log line")
+    assert daemon.exists(KEPT)
 
 
 def wait_done(daemon):
-    wait_for(lambda: not daemon.exists(WORKING_COPY) and not daemon.exists(QUEUE), "the run to be done again")
+    wait_for(daemon.done, "the request to be done again")
 
 
 def music_rows(daemon):

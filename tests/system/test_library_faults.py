@@ -8,7 +8,7 @@ from typing import NamedTuple
 
 import pytest
 
-from harness.daemon import QUEUE, WORKING_COPY, wait_for
+from harness.daemon import wait_for
 from harness.faults import build_library, calls_seen, end_faults, set_faults
 from harness.sandbox import TREE
 
@@ -17,7 +17,6 @@ pytestmark = pytest.mark.tracing
 
 MUSIC = "/volume1/music"
 OUT_OF_MEMORY = "Out of memory."
-KEPT = f"Failed to store all rows. {WORKING_COPY} is kept for the next run."
 NOT_READ = "Failed to parse media metadata of file [%s]."
 FLAC_NOT_READ, FLAC_NO_TAGS = "Can't get Flac stream info: %s.", "Can't get Flac comment tags: %s."
 FORMAT_NOT_OPENED = "Failed to av_open_input_file() file [%s]."
@@ -146,12 +145,12 @@ def test_memory_that_is_refused_once(make):
     # The line may have ended before it had a path to name, and with it the batch that held the rows of lines before.
     given_up = [path for outcome in outcomes for path in (outcome.bad, outcome.after)
                 if path not in rows and not named(lines, path)]
-    assert not given_up or (named(lines, OUT_OF_MEMORY) and named(lines, KEPT)), (given_up, lines)
+    assert not given_up or (named(lines, OUT_OF_MEMORY) and named(lines, "Failed to store all rows. ")), (given_up, lines)
     for bad, after in ((outcome.bad, outcome.after) for outcome in outcomes):
         assert bad not in rows or rows[bad]["file_size"] == whole(rows, bad)["file_size"]
         assert after not in rows or rows[after] == whole(rows, after), after
     # All of it is done again.
-    wait_for(lambda: not daemon.exists(QUEUE) and not daemon.exists(WORKING_COPY), "the queue to be done")
+    wait_for(daemon.done, "the queue to be done")
     check_rows_in_full(daemon, [path for outcome in outcomes for path in (outcome.bad, outcome.after)])
 
 

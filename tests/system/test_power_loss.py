@@ -5,7 +5,7 @@ import random
 
 import pytest
 
-from harness.daemon import QUEUE, THUMB_DAEMON, THUMB_QUEUE, WORKING_COPY
+from harness.daemon import THUMB_DAEMON, THUMB_QUEUE
 from harness.faults import files_below
 from harness.powerloss import Disk, recorded, restore
 
@@ -85,10 +85,10 @@ def test_the_power_fails_during_a_run(box, samples, model, fresh):
         restore(box, image)
         assert songs(box) in history.explained, where
         box.start()
-        if box.exists(QUEUE) or box.exists(WORKING_COPY):
+        if not box.done():
             box.index_queue_as_it_is()
         assert outcome(box) == history.outcome, where
-        assert not box.exists(QUEUE) and not box.exists(WORKING_COPY), where
+        assert box.done(), where
         box.stop()
         cuts += 1
     assert cuts >= 15, "the run has this many states at least"

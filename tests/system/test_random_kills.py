@@ -8,7 +8,7 @@ import time
 import pytest
 
 from harness.catalogue import ON_SERVER
-from harness.daemon import QUEUE, WORKING_COPY, wait_for
+from harness.daemon import WORKING_COPY, wait_for
 
 MUSIC, VIDEO, PHOTO = "/volume1/music", "/volume1/video", "/volume1/photo"
 MOMENTS = 50
@@ -44,10 +44,6 @@ class Moments:
         assert self.interrupted >= len(MOMENTS_OF_A_PART) // 3
 
 
-def done(daemon):
-    return not daemon.exists(WORKING_COPY) and not daemon.exists(QUEUE)
-
-
 def state(daemon):
     """All rows of the catalogue, and the covers."""
     covers = daemon.box.path("/var/lib/velu/covers")
@@ -69,7 +65,7 @@ def undisturbed(daemon, samples):
     daemon.signal()
     wait_for(lambda: daemon.exists(WORKING_COPY), "the run", pause=0)
     begin = time.monotonic()
-    wait_for(lambda: done(daemon), "the end of the run", pause=0.001)
+    wait_for(daemon.done, "the end of the run", pause=0.001)
     span = time.monotonic() - begin
     expected = state(daemon)
     assert all(expected[table] for table in ("music", "video", "photo_image", "photo_share", "covers"))
@@ -87,7 +83,7 @@ def test_the_daemon_is_killed(box, samples, part):
         box.kill_in_run(moment)
         moments.tell(moment, box.exists(WORKING_COPY))
         box.start()
-        wait_for(lambda: done(box), "the run to be done again")
+        wait_for(box.done, "the run to be done again")
         assert state(box) == expected, f"VELU_SEED={SEED}: killed {moment} s into the run"
     moments.check()
 
@@ -117,6 +113,6 @@ def test_the_server_is_killed(make_daemon, server, samples, part):
         server.kill()
         moments.tell(moment, daemon.exists(WORKING_COPY))
         server.start()
-        wait_for(lambda: done(daemon), "the run to be done again")
+        wait_for(daemon.done, "the run to be done again")
         assert state(daemon) == expected, f"VELU_SEED={SEED}: killed {moment} s into the run"
     moments.check()

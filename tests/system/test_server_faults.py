@@ -3,13 +3,13 @@
 goes on by itself when the server is back."""
 import pytest
 
-from harness.daemon import QUEUE, WORKING_COPY, wait_for
+from harness.daemon import KEPT, wait_for
 from harness.server import OwnServer, SmallServer
 
 pytestmark = pytest.mark.postgresql
 
 MUSIC = "/volume1/music"
-KEPT = f"Failed to store all rows. {WORKING_COPY} is kept for the next run."
+KEPT_LINE = f"Failed to store all rows. Requests kept in {KEPT}: 1."
 
 
 @pytest.fixture(scope="module")
@@ -30,10 +30,6 @@ def fill(daemon, files):
         daemon.write(f"{MUSIC}/{number % 20}/{number}.{('pcm', 'srt', 'm3u')[number % 3]}")
 
 
-def done(daemon):
-    return not daemon.exists(WORKING_COPY) and not daemon.exists(QUEUE)
-
-
 def begin(daemon, *lines):
     daemon.queue(*lines)
     daemon.signal()
@@ -44,13 +40,13 @@ def test_a_server_that_is_away_is_waited_for(daemon, server):
     server.stop()
     try:
         begin(daemon, f"a:{MUSIC}/x.pcm")
-        wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
-        assert daemon.exists(WORKING_COPY)
+        wait_for(lambda: daemon.logged("veluindexd.c", KEPT_LINE), "the log line")
+        assert daemon.exists(KEPT)
         assert any("Failed to open the database of the media catalogue. (" in text and "Connection refused" in text
                    for text in daemon.log.texts())
     finally:
         server.start()
-    wait_for(lambda: done(daemon), "the run to be done again")
+    wait_for(daemon.done, "the requests to be done again")
     assert daemon.paths("music") == [f"{MUSIC}/x.pcm"]
 
 
@@ -70,7 +66,7 @@ def test_a_server_that_ends_in_the_middle_of_a_run(daemon, server, end, rows):
     else:
         server.stop(end)
         server.start()
-    wait_for(lambda: done(daemon), "the run to be done again")
+    wait_for(daemon.done, "the requests to be done again")
     assert daemon.snapshot() == undisturbed
 
 
@@ -88,11 +84,11 @@ def test_a_server_whose_disk_is_full(small, make_daemon):
         daemon.write(path)
     small.leave(kilobytes=2000)
     begin(daemon, f"A:{MUSIC}")
-    wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
-    assert daemon.exists(WORKING_COPY)
+    wait_for(lambda: daemon.logged("veluindexd.c", KEPT_LINE), "the log line")
+    assert daemon.exists(KEPT)
     assert any("No space left on device" in text for text in daemon.log.texts())
     small.leave(kilobytes=100000)
-    wait_for(lambda: done(daemon), "the run to be done again")
+    wait_for(daemon.done, "the requests to be done again")
     assert daemon.paths("music") == sorted(files)
 
 
@@ -105,12 +101,12 @@ def test_a_server_that_stands_still_does_not_hold_the_daemon(daemon, server):
     stopped = server.stand_still()
     assert stopped
     try:
-        wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
+        wait_for(lambda: daemon.logged("veluindexd.c", KEPT_LINE), "the log line")
         # The statement that had no answer is done again, and that on a connection that is not to be had.
         assert any("timeout expired" in text for text in daemon.log.texts())
     finally:
         server.go_on(stopped)
-    wait_for(lambda: done(daemon), "the run to be done again")
+    wait_for(daemon.done, "the requests to be done again")
     assert len(daemon.paths("music")) == 500
 
 
@@ -118,9 +114,9 @@ def test_a_password_that_is_wrong_is_told_but_not_shown(daemon):
     daemon.write(f"{MUSIC}/x.pcm")
     daemon.configure(mediadb=daemon.catalogue.keys["mediadb"].replace("secret", "mistaken"))
     begin(daemon, f"a:{MUSIC}/x.pcm")
-    wait_for(lambda: daemon.logged("veluindexd.c", KEPT), "the log line")
+    wait_for(lambda: daemon.logged("veluindexd.c", KEPT_LINE), "the log line")
     assert any("password authentication failed" in text for text in daemon.log.texts())
     assert not any("mistaken" in text for text in daemon.log.texts())
     daemon.configure()
-    wait_for(lambda: done(daemon), "the run to be done again")
+    wait_for(daemon.done, "the requests to be done again")
     assert daemon.paths("music") == [f"{MUSIC}/x.pcm"]

@@ -70,7 +70,7 @@ def test_a_cover_that_does_not_reach_the_disk_is_stored_again(song):
         song.signal()
         line = f"Failed to bring the covers to the disk. ({os.strerror(errno.EIO)})"
         wait_for(lambda: song.logged("store.c", line), "the log line")
-        wait_for(lambda: not song.exists(WORKING_COPY) and not song.exists(QUEUE), "the run to be done again")
+        wait_for(song.done, "the request to be done again")
     assert song.logged("store.c", line) == 1
     assert song.row("music", SONG)["has_cover"] == 1 and song.exists(COVER)
 
@@ -97,9 +97,9 @@ def songs(box):
 def finish(daemon):
     """Lets the daemon do what is left."""
     wait_for(daemon.idle, "the main loop")
-    if daemon.exists(QUEUE) or daemon.exists(WORKING_COPY):
+    if not daemon.done():
         daemon.signal()
-        wait_for(lambda: not daemon.exists(QUEUE) and not daemon.exists(WORKING_COPY), "the queue to be done")
+        wait_for(daemon.done, "the queue to be done")
     assert daemon.paths("music") == SONGS
 
 

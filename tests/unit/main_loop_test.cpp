@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "daemon/queue.h"
+#include "daemon/queue_kept.h"
+#include "platform/clock.h"
 #include "platform/limits.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/test_files.h"
@@ -15,6 +18,11 @@ namespace {
 constexpr time_t kHour = 3600;
 constexpr time_t kStart = 1'000'000'000;
 
+constexpr char kSong[] = "/volume1/music/a.pcm";
+constexpr char kAway[] = "mediadb=\"sqlite:/proc/no/such/place.db\"\n";
+
+int64_t loop_now = 1'000'000;
+
 class MainLoopTest : public testing::Test {
 protected:
     MainLoopTest() {
@@ -23,8 +31,10 @@ protected:
         pending = 0;
         signal_count = 0;
         last_vacuum = kStart;
+        main_loop_clock = [] { return loop_now; };
         LogTake();
     }
+    ~MainLoopTest() override { main_loop_clock = MonotonicMilliseconds; }
 };
 
 } // namespace
@@ -87,58 +97,62 @@ TEST_F(MainLoopTest, AFailedVacuumIsLoggedForEachDatabase) {
     EXPECT_NE(std::find(log.begin(), log.end(), "veluindexd.c# vaccuum photodb failed."), log.end());
 }
 
-// While the catalogue is away the request stays, it is tried again at longer and longer intervals, and what was
-// queued meanwhile follows without a signal once it is back.
+// While the catalogue is away the request stays, it is tried again at longer and longer intervals, and what is queued
+// meanwhile has its turn at its signal.
 TEST_F(MainLoopTest, WorkThatIsLeftIsTakenUpAgainWithoutASignal) {
-    FileWrite("/etc/veluinfo.conf", "mediadb=\"sqlite:/proc/no/such/place.db\"\n");
-    FileWrite("/volume1/music/a.pcm", "x");
-    FileWrite("/volume1/music/b.pcm", "x");
-    FileWrite("/var/spool/velu_indexing_queue", "a:/volume1/music/a.pcm\n");
+    FileWrite("/etc/veluinfo.conf", kAway);
+    FileWrite(kSong, "x");
+    FileWrite(kQueueFile, "a:/volume1/music/a.pcm\n");
     QueueRun();
-    EXPECT_EQ(FileRead("/var/spool/velu_indexing_queue.tmp"), "a:/volume1/music/a.pcm\n");
-    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::process);
-    QueueRun();
+    EXPECT_EQ(FileRead(kKeptFile), "0 a:/volume1/music/a.pcm\n");
+    EXPECT_FALSE(std::filesystem::exists(kQueueWorkingCopy));
     EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
-    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::process);
+    loop_now += kQueueRetryFirst;
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::retry);
 
-    FileWrite("/var/spool/velu_indexing_queue", "a:/volume1/music/b.pcm\n");
+    FileWrite(kQueueFile, "a:/volume1/music/b.pcm\n");
+    FileWrite("/volume1/music/b.pcm", "x");
     std::filesystem::remove("/etc/veluinfo.conf");
-    QueueRun();
-    EXPECT_EQ(MediaPaths("music"), std::vector<std::string>{"/volume1/music/a.pcm"});
-    EXPECT_FALSE(std::filesystem::exists("/var/spool/velu_indexing_queue.tmp"));
-    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::process);
-    QueueRun();
-    EXPECT_EQ(MediaPaths("music").size(), 2u);
+    QueueRetry();
+    EXPECT_EQ(MediaPaths("music"), std::vector<std::string>{kSong});
+    EXPECT_FALSE(std::filesystem::exists(kKeptFile));
+    EXPECT_TRUE(std::filesystem::exists(kQueueFile)) << "it waits for its signal and a quiet sleep";
+    loop_now += 10 * kQueueRetryLast;
     EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
-    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
+}
+
+TEST_F(MainLoopTest, ASignalDoesNotPutOffWhatIsTriedAgain) {
+    FileWrite("/etc/veluinfo.conf", kAway);
+    FileWrite(kSong, "x");
+    FileWrite(kQueueFile, "a:/volume1/music/a.pcm\n");
+    QueueRun();
+    loop_now += kQueueRetryFirst;
+    SetDirty(SIGUSR1);
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::retry);
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::process) << "the signal counts as ever";
+    std::filesystem::remove("/etc/veluinfo.conf");
+    QueueRetry();
 }
 
 TEST_F(MainLoopTest, TheIntervalsGrowUpToABound) {
-    FileWrite("/etc/veluinfo.conf", "mediadb=\"sqlite:/proc/no/such/place.db\"\n");
-    FileWrite("/volume1/music/a.pcm", "x");
-    FileWrite("/var/spool/velu_indexing_queue", "a:/volume1/music/a.pcm\n");
-    for (const int expected : {1, 2, 4, 8, 16, 32, kQueueRetryWakeUpsMax, kQueueRetryWakeUpsMax}) {
-        QueueRun();
-        int wake_ups = 1;
-        while (WakeUpHandle(kStart) == WakeUp::wait)
-            ++wake_ups;
-        EXPECT_EQ(wake_ups, expected);
-    }
-    std::filesystem::remove("/etc/veluinfo.conf");
+    FileWrite("/etc/veluinfo.conf", kAway);
+    FileWrite(kSong, "x");
+    FileWrite(kQueueFile, "a:/volume1/music/a.pcm\n");
     QueueRun();
-    LogTake();
-}
-
-TEST_F(MainLoopTest, ARequestThatCanNeverBeStoredIsGivenUp) {
-    FileWrite("/etc/veluinfo.conf", "mediadb=\"sqlite:/proc/no/such/place.db\"\n");
-    FileWrite("/volume1/music/a.pcm", "x");
-    FileWrite("/var/spool/velu_indexing_queue", "a:/volume1/music/a.pcm\n");
-    int runs = 0;
-    for (; runs == 0 || std::filesystem::exists("/var/spool/velu_indexing_queue.tmp"); ++runs)
-        QueueRun();
-    EXPECT_EQ(runs, kQueueKeptRunsMax);
-    const std::vector<std::string> log = LogTakeTexts();
-    EXPECT_NE(log.back().find("is given up."), std::string::npos);
+    for (const int64_t seconds : {10, 20, 40, 80, 160, 320, 600, 600}) {
+        loop_now += seconds * 1000 - 1;
+        EXPECT_EQ(WakeUpHandle(kStart), WakeUp::wait);
+        loop_now += 1;
+        EXPECT_EQ(WakeUpHandle(kStart), WakeUp::retry);
+        QueueRetry();
+    }
+    static_assert(kQueueRetryLast == 600'000);
+    FileWrite(kQueueFile, "a:/volume1/music/b.pcm\n");
+    QueueRun();
+    loop_now += kQueueRetryFirst;
+    EXPECT_EQ(WakeUpHandle(kStart), WakeUp::retry)
+        << "a request that is new there is tried as soon as the first was";
     std::filesystem::remove("/etc/veluinfo.conf");
-    QueueRun(); // counts anew
+    QueueRetry();
+    LogTake();
 }

@@ -88,3 +88,42 @@ TEST(QueueReader, OpensRegularFilesOnly) {
     ASSERT_EQ(mkfifo("/tmp/queue_fifo", 0600), 0);
     EXPECT_FALSE(reader.Open("/tmp/queue_fifo"));
 }
+
+TEST(QueueReader, KnowsWhereItStandsAndGoesBackThere) {
+    FileWrite(kPath, "a:1\nb:22\nc:3\nd:4");
+    QueueReader reader;
+    ASSERT_TRUE(reader.Open(kPath));
+    EXPECT_EQ(reader.offset(), 0);
+    std::string_view line;
+    ASSERT_TRUE(reader.Next(&line));
+    EXPECT_EQ(reader.offset(), 4);
+    while (reader.Next(&line))
+        continue;
+    EXPECT_EQ(reader.offset(), 16);
+    EXPECT_EQ(reader.Size(), 16);
+    for (int time = 0; time < 2; ++time) {
+        reader.Seek(4, 13);
+        Texts lines;
+        while (reader.Next(&line))
+            lines.emplace_back(line);
+        EXPECT_EQ(lines, (Texts{"b:22\n", "c:3\n"})) << "and nothing behind";
+    }
+    reader.Seek(13);
+    EXPECT_TRUE(reader.More());
+    ASSERT_TRUE(reader.Next(&line));
+    EXPECT_EQ(line, "d:4");
+    EXPECT_FALSE(reader.More());
+    std::ofstream(kPath, std::ios::app) << "\n";
+    EXPECT_TRUE(reader.More());
+    EXPECT_EQ(reader.offset(), 16) << "a look takes nothing";
+}
+
+TEST(QueueReader, ALongerLineMayBeAllowed) {
+    const std::string line = std::string(kQueueLineMax + 20, 'x') + "\n";
+    FileWrite(kPath, line);
+    QueueReader reader(line.size());
+    ASSERT_TRUE(reader.Open(kPath));
+    std::string_view given;
+    ASSERT_TRUE(reader.Next(&given));
+    EXPECT_EQ(given, line);
+}

@@ -62,7 +62,7 @@ FollowStart FollowBegin() {
 }
 
 ExitCode Follow(FdHandle file, const FollowStart &start, uint32_t timeout, FILE *out) {
-    RequestFile requests = {std::move(file), {}, {}};
+    RequestFile requests = {std::move(file), {}, {}, 0, false};
     RowCounter counter;
     const double begin = Now();
     Progress progress(out, start.rows);

@@ -61,6 +61,9 @@ The queue. Lines are appended to it with one write each batch; while the daemon 
 .I /var/spool/velu_indexing_queue.tmp
 Its working copy during a run, or what an interrupted run has left.
 .TP
+.I /var/spool/velu_indexing_queue.kept
+Requests that could not be stored and are tried again, each with its age in seconds.
+.TP
 .I /var/run/veluindexd.pid
 The daemon's process id; only a process of that name is signalled.
 .TP

@@ -11,9 +11,11 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <unordered_set>
 
 #include "catalogue/shares.h"
 #include "daemon/queue.h"
+#include "daemon/queue_kept.h"
 #include "daemon/queue_reader.h"
 #include "platform/file.h"
 #include "platform/path.h"
@@ -88,7 +90,44 @@ std::string LineAt(const FdHandle &file, int64_t position) {
     return std::string(line.substr(0, line.find('\n')));
 }
 
+// True when a line of the file stands in the kept file.
+bool IsKept(RequestFile *requests) {
+    struct stat status;
+    if (stat(kKeptFile, &status) != 0)
+        return false;
+    if (status.st_ino == requests->kept_looked_at)
+        return requests->kept;
+    requests->kept_looked_at = status.st_ino;
+    requests->kept = false;
+    std::unordered_set<std::string> waiting;
+    KeptReader reader;
+    KeptLine kept;
+    if (reader.Open())
+        while (reader.Next(&kept))
+            waiting.emplace(kept.line);
+    QueueReader lines;
+    // The file has lost its name.
+    if (!lines.Open(("/proc/self/fd/" + std::to_string(requests->file.get())).c_str()))
+        return false;
+    std::string_view line;
+    while (!requests->kept && lines.Next(&line))
+        requests->kept = waiting.count(std::string(line.substr(0, line.find('\n')))) != 0;
+    return requests->kept;
+}
+
 } // namespace
+
+KeptView KeptLook() {
+    KeptView view;
+    KeptReader reader;
+    KeptLine kept;
+    if (!reader.Open())
+        return view;
+    for (; reader.Next(&kept); ++view.requests)
+        view.oldest_seconds = std::max(view.oldest_seconds, kept.seconds);
+    view.readable = reader.failure() == 0;
+    return view;
+}
 
 int64_t LinesUpTo(LineCounter *counter, const FdHandle &file, int64_t end) {
     std::array<char, kBlock> block;
@@ -111,6 +150,10 @@ RunView RunLook(RequestFile *requests, pid_t daemon) {
     fstat(fd, &status);
     RunView view = {Phase::done, 0, LinesUpTo(&requests->total, requests->file, status.st_size), {}, {}};
     if (status.st_nlink == 0) {
+        if (IsKept(requests)) {
+            view.phase = Phase::kept;
+            return view;
+        }
         view.lines_done = view.lines_total;
         return view;
     }

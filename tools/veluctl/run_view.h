@@ -11,6 +11,15 @@
 
 #include "platform/handle.h"
 
+// What waits in the kept file.
+struct KeptView {
+    bool readable = false; // false also when there is none
+    int64_t requests = 0;
+    int64_t oldest_seconds = 0;
+};
+
+KeptView KeptLook();
+
 // Counts the lines of a file that only grows, each byte once.
 struct LineCounter {
     int64_t counted = 0; // bytes
@@ -24,7 +33,7 @@ int64_t LinesUpTo(LineCounter *counter, const FdHandle &file, int64_t end);
 enum class Phase {
     queued,  // waiting in the queue
     running, // taken over, and the daemon has it open
-    kept,    // taken over, but nobody works on it
+    kept,    // taken over, but nobody works on it, or a line of it waits in the kept file
     done     // carried out, and its file gone
 };
 
@@ -41,6 +50,8 @@ struct RequestFile {
     FdHandle file;
     LineCounter total;
     LineCounter done;
+    ino_t kept_looked_at = 0; // the kept file that `kept` tells of; each is a new one
+    bool kept = false;        // a line of the file stands there
 };
 
 // How far a file of requests has come with the daemon of that id (0: none runs). Place and open files of a

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "daemon/queue.h"
+#include "daemon/queue_kept.h"
 #include "platform/veluindex.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/shared/safe_text.h"
@@ -102,6 +103,39 @@ void QueueReport(pid_t daemon, Json *answer, bool json) {
     }
 }
 
+// A span of time in its largest unit.
+std::string SpanText(int64_t seconds) {
+    struct Unit {
+        int64_t seconds;
+        const char *name;
+    };
+    constexpr Unit kUnits[] = {{24 * 60 * 60, "day"}, {60 * 60, "hour"}, {60, "minute"}, {1, "second"}};
+    for (const Unit &unit : kUnits) {
+        const int64_t count = seconds / unit.seconds;
+        if (count > 0)
+            return std::to_string(count) + " " + unit.name + (count == 1 ? "" : "s");
+    }
+    return "a moment";
+}
+
+void KeptReport(Json *answer, bool json) {
+    const bool there = access(kKeptFile, F_OK) == 0;
+    const KeptView view = KeptLook();
+    if (json) {
+        Json state = Json::object();
+        state["present"] = there;
+        state["requests"] = view.readable || !there ? Json(view.requests) : Json();
+        state["oldest_seconds"] = view.readable ? Json(view.oldest_seconds) : Json();
+        (*answer)["kept"] = state;
+    } else if (there && !view.readable) {
+        Say("kept requests", kHidden);
+    } else if (view.requests > 0) {
+        Say("kept requests", std::to_string(view.requests) + " could not be stored, the oldest for " +
+                                 SpanText(view.oldest_seconds) +
+                                 "; the daemon tries again, its log says why");
+    }
+}
+
 struct Database {
     Catalogue catalogue;
     const char *name;
@@ -156,6 +190,7 @@ ExitCode StatusCommand(const Options &options) {
     const pid_t daemon = DaemonFind();
     DaemonReport(daemon, &answer, options.json);
     QueueReport(daemon, &answer, options.json);
+    KeptReport(&answer, options.json);
     const bool reached = DatabasesReport(&answer, options.json);
     if (options.json)
         JsonPrint(answer, stdout);

@@ -12,6 +12,8 @@ from .sandbox import Sandbox, SandboxError
 
 QUEUE = "/var/spool/velu_indexing_queue"
 WORKING_COPY = QUEUE + ".tmp"
+KEPT = QUEUE + ".kept"  # requests that could not be stored
+ALL_FILES = QUEUE, WORKING_COPY, KEPT
 PID_FILE = "/var/run/veluindexd.pid"
 CLOCK = "/tmp/clock"
 CONVERTER = "/usr/velu/bin/veluflvconv"
@@ -248,6 +250,10 @@ class Daemon:
         with open(self.box.path(QUEUE), "ab") as file:
             for line in lines:
                 file.write((line.encode("latin-1") if isinstance(line, str) else line) + b"\n")
+
+    def done(self):
+        """True when no request waits, in whatever file."""
+        return not any(self.exists(path) for path in ALL_FILES)
 
     def index_queue_as_it_is(self):
         """Signals for a queue that the test has written itself, and waits until the run is over."""

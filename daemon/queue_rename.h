@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Renames: the rows of both catalogues follow a file or directory to its new path.
+#pragma once
+
+// Carries out a rename that has just happened.
+void PathRename(const char *new_path, const char *old_path);
+
+// Carries it out long after it has happened, or a second time. What is at the old path now came later, and its rows stay
+// there: only those whose files are gone move, and what is at the new path and has no row is added.
+void PathRenameAgain(const char *new_path, const char *old_path);

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "photo/rows_gone.h"
+
+#include <errno.h>
+#include <sys/stat.h>
+#include <syslog.h>
+
+#include "photo/photo_rows.h"
+#include "photo/sql_text.h"
+
+namespace {
+
+constexpr char kLogName[] = "photo_index.c";
+
+constexpr size_t kConditionRoom = 32; // beside the path
+
+} // namespace
+
+bool PathIsGone(const char *path) {
+    struct stat status;
+    return stat(path, &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
+bool RowsGoneGet(Catalogue catalogue, int table, const char *directory, std::vector<std::string> *paths) {
+    SqlName name;
+    if (!SqlNameEscape(directory, &name, kLogName))
+        return false;
+    const std::string condition =
+        SqlFormat(name.pattern.size() + kConditionRoom, "path like '%s/%%'", name.pattern.c_str());
+    const auto open = catalogue == Catalogue::media ? MediaInfoDBOpen : PhotoInfoDBOpen;
+    const PhotoRows rows(open(table, "path", condition.c_str(), "path asc", 0));
+    if (rows == nullptr) {
+        syslog(LOG_ERR, "%s (%d) Error occurred, failed to get records.", kLogName, __LINE__);
+        return false;
+    }
+    const VELUDBResult *result = VELUIndexRowsResult(rows.get());
+    for (int row = -1; VELUDBFetchRow(result, &row) == 0;)
+        if (const char *path = VELUDBFetchField(result, row, "path"); path != nullptr && PathIsGone(path))
+            paths->emplace_back(path);
+    return true;
+}

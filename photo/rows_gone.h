@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Rows whose files are gone.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/veluindex.h"
+
+// True when there is certainly nothing at a path; what cannot be looked at may be there.
+[[nodiscard]] bool PathIsGone(const char *path);
+
+// The paths under a directory that rows of a table of a catalogue have, and that are gone. False when the rows cannot
+// be read.
+[[nodiscard]] bool RowsGoneGet(Catalogue catalogue, int table, const char *directory,
+                               std::vector<std::string> *paths);
