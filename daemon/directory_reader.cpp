@@ -54,6 +54,8 @@ const dirent *DirectoryNext(DirectoryReader *reader) {
     while (true) {
         errno = 0;
         const dirent *entry = readdir(reader->directory.get());
+        if (entry == nullptr && errno == EINTR)
+            continue;
         if (entry == nullptr) {
             reader->error = errno;
             return nullptr;

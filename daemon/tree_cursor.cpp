@@ -61,15 +61,17 @@ TreeEvent DirectoryEnter(TreeCursor *cursor, bool by_link) {
     return TreeEvent::entered;
 }
 
-// Opens the innermost directory again at a position. False, with the reader's error, when it is no longer there.
-bool DirectoryReopen(TreeCursor *cursor, off_t position) {
+// Opens the innermost directory again where its reading stopped. False, with the reader's error, when it is no longer there:
+// a position means nothing in another directory.
+bool DirectoryReopen(TreeCursor *cursor) {
     DirectoryReader *reader = &cursor->levels.back().reader;
     const WalkTrail::Step &step = cursor->trail.steps.back();
+    const off_t position = reader->position;
     if (!DirectoryOpen(reader, cursor->path.c_str()))
         return false;
     struct stat status;
     const int directory = dirfd(reader->directory.get());
-    if (fstat(directory, &status) != 0 || (position != 0 && lseek(directory, position, SEEK_SET) < 0))
+    if (fstat(directory, &status) != 0 || lseek(directory, position, SEEK_SET) < 0)
         reader->error = errno;
     else if (status.st_dev != step.device || status.st_ino != step.inode)
         reader->error = ENOENT;
@@ -96,7 +98,7 @@ bool PathAppend(TreeCursor *cursor, const char *name) {
 // Goes on to the next entry of the innermost directory, into it when it is a directory itself.
 TreeEvent EntryAdvance(TreeCursor *cursor) {
     TreeCursor::Level &level = cursor->levels.back();
-    if (level.reader.directory == nullptr && !DirectoryReopen(cursor, level.reader.position))
+    if (level.reader.directory == nullptr && !DirectoryReopen(cursor))
         return BreakOff(cursor);
     while (const dirent *entry = DirectoryNext(&level.reader)) {
         const bool exact = PathAppend(cursor, entry->d_name);
@@ -124,12 +126,13 @@ TreeEvent NamesList(TreeCursor *cursor) {
     return read ? TreeEvent::listed : BreakOff(cursor);
 }
 
-// Reads the next portion of the innermost directory's sub-directories, if there may be one.
+// Reads the next portion of the innermost directory's sub-directories, if there may be one. Portions go on by name: whatever
+// has the directory's place by now is read, as not every file system keeps the number of a directory that nobody holds.
 bool PortionRead(TreeCursor *cursor) {
     TreeCursor::Level &level = cursor->levels.back();
     const std::string last = level.below.empty() ? std::string() : level.below.back().name;
-    const bool read =
-        DirectoryReopen(cursor, 0) && SubDirectoriesRead(&level.reader, last, level.portion, &level.below);
+    const bool read = DirectoryOpen(&level.reader, cursor->path.c_str()) &&
+                      SubDirectoriesRead(&level.reader, last, level.portion, &level.below);
     level.reader.directory.reset();
     level.next = 0;
     level.more = level.below.size() == level.portion;

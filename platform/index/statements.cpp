@@ -12,8 +12,17 @@ namespace {
 
 // Their places here are part of the numbers.
 constexpr const char *kTables[] = {
-    kMediaTables[0], kMediaTables[1], kMediaTables[2], kMediaTables[3], kDirectoryTable,
-    kPhotoTables[0], kPhotoTables[1], kPhotoTables[2], kPhotoTables[3], kPhotoTables[4],
+    kMediaTables[0],
+    kMediaTables[1],
+    kMediaTables[2],
+    kMediaTables[3],
+    kDirectoryTable,
+    kPhotoTables[0],
+    kPhotoTables[1],
+    kPhotoTables[2],
+    kPhotoTables[3],
+    kPhotoTables[4],
+    "", // what no table is called: the engine refuses such statements
 };
 constexpr int kTableCount = static_cast<int>(std::size(kTables));
 

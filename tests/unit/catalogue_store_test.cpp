@@ -9,6 +9,15 @@ namespace {
 
 ON_ALL_ENGINES(CatalogueStore);
 
+TEST_P(CatalogueStore, AStatementAboutATableThatIsNoneIsRefused) {
+    ASSERT_EQ(MediaInfoDBDirSave("/volume1/music"), 0); // makes the tables
+    Peer peer;
+    const std::string known = StatementText(StatementOf(StoreOperation::removeRow, "music"));
+    EXPECT_GE(VELUDBPrepare(peer.db, known.c_str()), 0) << known;
+    const std::string unknown = StatementText(StatementOf(StoreOperation::removeRow, "musics"));
+    EXPECT_LT(VELUDBPrepare(peer.db, unknown.c_str()), 0) << unknown;
+}
+
 TEST_P(CatalogueStore, SaveWritesEveryColumn) {
     MediaInfo record = Record("/volume1/music/a.mp3", "Title");
     Copy(record.album, sizeof record.album, "Album");

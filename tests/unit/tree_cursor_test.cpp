@@ -269,6 +269,21 @@ TEST_F(TreeCursorTest, ASubDirectoryThatVanishesBeforeItsTurn) {
                              "out , read"}));
 }
 
+// What stands in a directory's place while its names are worked on is read, as where a disk gives its directories new
+// numbers.
+TEST_F(TreeCursorTest, ADirectoryThatIsReplacedWhileItsNamesAreWorkedOn) {
+    FileWrite("/volume1/music/a/1.x", "x");
+    FileWrite("/volume1/video/a/b/2.x", "x");
+    const Texts events = Events(TreeBegin(kTree, Sorted()), [](TreeEvent event, const std::string &path) {
+        if (event != TreeEvent::listed || path != "/a")
+            return;
+        fs::rename("/volume1/music/a", "/volume1/music/.away");
+        fs::rename("/volume1/video/a", "/volume1/music/a");
+    });
+    EXPECT_EQ(events, (Texts{"in ", "listed :", "in /a", "listed /a: 1.x", "in /a/b", "listed /a/b: 2.x",
+                             "out /a/b, whole", "out /a, whole", "out , whole"}));
+}
+
 TEST_F(TreeCursorTest, DeepTreesAreReadWhole) {
     constexpr size_t kLevels = 5 * kWalkOpenLevels;
     const size_t path_size = DeepTreeMake(kLevels).size();
