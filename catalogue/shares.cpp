@@ -14,3 +14,13 @@ bool ShareTargetGet(const char *link, char (&target)[kSharePathSize]) {
     target[length] = '\0';
     return true;
 }
+
+std::vector<std::string> ShareTargetsGet() {
+    std::vector<std::string> targets;
+    for (const char *link : kShareLinks) {
+        char target[kSharePathSize];
+        if (ShareTargetGet(link, target))
+            targets.emplace_back(target);
+    }
+    return targets;
+}

@@ -5,6 +5,9 @@
 
 #include <stddef.h>
 
+#include <string>
+#include <vector>
+
 // Symbolic links to the share directories on their volumes.
 inline constexpr char kMusicShareLink[] = "/var/services/music";
 inline constexpr char kVideoShareLink[] = "/var/services/video";
@@ -18,3 +21,6 @@ inline constexpr size_t kSharePathSize = 4096;
 // The directory that a share's link names, as the paths of rows begin: without a slash at its end. False when
 // there is no such link.
 [[nodiscard]] bool ShareTargetGet(const char *link, char (&target)[kSharePathSize]);
+
+// Those of all shares that there are.
+std::vector<std::string> ShareTargetsGet();

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <map>
 #include <set>
+#include <utility>
 
 bool NamesRead(DirectoryReader *reader, bool (*wanted)(const char *name), std::vector<std::string> *names) {
     std::set<std::string> sorted;
@@ -17,20 +18,20 @@ bool NamesRead(DirectoryReader *reader, bool (*wanted)(const char *name), std::v
 
 bool SubDirectoriesRead(DirectoryReader *reader, const std::string &after, size_t most,
                         std::vector<SubDirectory> *found) {
-    std::map<std::string, bool> sorted;
+    std::map<std::string, SubDirectory> sorted;
     while (const dirent *entry = DirectoryNext(reader)) {
         const std::string name = entry->d_name;
         if (name <= after || IsDirectoryNameLeftOut(*reader->rules, name))
             continue;
         const EntryKind kind = EntryKindGet(reader, *entry);
-        if (kind != EntryKind::directory && kind != EntryKind::linked_directory)
+        if (kind != EntryKind::directory && kind != EntryKind::linked_directory && reader->missed == 0)
             continue;
-        sorted.emplace(name, kind == EntryKind::linked_directory);
+        sorted.emplace(name, SubDirectory{name, kind == EntryKind::linked_directory, reader->missed});
         if (sorted.size() > most)
             sorted.erase(std::prev(sorted.end()));
     }
     found->clear();
-    for (const auto &[name, by_link] : sorted)
-        found->push_back({name, by_link});
+    for (auto &[name, directory] : sorted)
+        found->push_back(std::move(directory));
     return reader->error == 0;
 }

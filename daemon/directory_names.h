@@ -17,6 +17,7 @@
 struct SubDirectory {
     std::string name;
     bool by_link;
+    int error; // it could not be looked at, and may be one; 0: it is one
 };
 
 // A portion of the sub-directories that the rules do not leave out, sorted: those behind the name `after`, the first

@@ -67,6 +67,7 @@ const dirent *DirectoryNext(DirectoryReader *reader) {
 }
 
 EntryKind EntryKindGet(DirectoryReader *reader, const dirent &entry) {
+    reader->missed = 0;
     const bool link = entry.d_type == DT_LNK;
     if (!reader->untold && !link && entry.d_type != DT_UNKNOWN) {
         if (entry.d_type == DT_DIR)
@@ -75,7 +76,7 @@ EntryKind EntryKindGet(DirectoryReader *reader, const dirent &entry) {
     }
     int error = 0;
     const EntryKind kind = KindLook(dirfd(reader->directory.get()), entry.d_name, link, &error);
-    reader->missed = reader->missed || (error != 0 && !IsNothing(error));
+    reader->missed = IsNothing(error) ? 0 : error;
     return kind;
 }
 

@@ -12,9 +12,9 @@ struct DirectoryReader {
     const NameRules *rules; // what is left out by its name
     bool untold = false;    // the file system's listings do not tell what is a directory
     DirHandle directory = nullptr;
-    off_t position = 0;  // behind the entry given last, to read on when the directory is opened again
-    int error = 0;       // why it could not be opened, or its listing broke off
-    bool missed = false; // an entry could not be looked at, though it is there
+    off_t position = 0; // behind the entry given last, to read on when the directory is opened again
+    int error = 0;      // why it could not be opened, or its listing broke off
+    int missed = 0;     // why the entry that was asked for last could not be looked at, though it is there
 };
 
 // Opens the directory from its begin on. False, with `error`, on failure.

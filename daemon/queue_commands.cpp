@@ -4,13 +4,20 @@
 #include <string.h>
 #include <syslog.h>
 
+#include <string>
+#include <vector>
+
 #include "catalogue/features.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
 #include "daemon/queue_rename.h"
+#include "daemon/storage_away.h"
+#include "daemon/walk_presence.h"
+#include "daemon/walk_reindex.h"
 #include "daemon/walker.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
+#include "photo/photo_known.h"
 #include "photo/photo_share.h"
 #include "photo/photo_sync.h"
 #include "platform/veluindex.h"
@@ -22,16 +29,33 @@ constexpr char kLogName[] = "veluindexd.c";
 
 constexpr int kWalkBoth = kWalkMedia | kWalkPhotoLibrary;
 
+int CatalogueKnows(const std::string &path, bool itself) {
+    return supportphoto ? PhotoKnows(path, itself) : MediaKnows(path, itself);
+}
+
+// True for what is there, and for what may be there as far as anybody can tell now; a line says so.
 bool StillExists(const char *path, int line = __builtin_LINE()) {
-    if (!IsDirExist(path) && !IsFileExist(path, nullptr))
+    if (IsDirExist(path) || IsFileExist(path, nullptr)) {
+        syslog(LOG_ERR, "%s (%d) Dir or File exists (%s). Skip remove it from database.", kLogName, line,
+               path);
+        return true;
+    }
+    int error = 0;
+    if (MayBeThere(path, &error) && error != 0) {
+        syslog(LOG_ERR, "%s (%d) The rows at and below %s are kept. (%s)", kLogName, line, path,
+               strerror(error));
+        return true;
+    }
+    if (!StorageIsAway(path, ShareTargetsGet(), CatalogueKnows))
         return false;
-    syslog(LOG_ERR, "%s (%d) Dir or File exists (%s). Skip remove it from database.", kLogName, line, path);
+    syslog(LOG_ERR, "%s (%d) The storage of %s is away: its rows are kept.", kLogName, line, path);
     return true;
 }
 
 void TreeAdd(const char *path) {
     IndexDirWalk(path, kIndexAdd, kWalkBoth);
-    if (IsInPhotoLibrary(path) && IsDirExist(path)) {
+    if (IsInPhotoLibrary(path) && IsDirExist(path) &&
+        StorageAwayIn(path, CatalogueKnows) != std::vector<std::string>{path}) {
         PhotoShareFsCheck();
         PhotoShareTreeAdd(path);
     }

@@ -31,8 +31,7 @@ TreeEvent Left(TreeCursor *cursor, PlaceEnd end, int error, bool whole) {
 
 // Leaves the innermost directory.
 TreeEvent DirectoryLeave(TreeCursor *cursor, PlaceEnd end, int error) {
-    const TreeCursor::Level &level = cursor->levels.back();
-    const bool whole = level.whole && !level.reader.missed;
+    const bool whole = cursor->levels.back().whole;
     cursor->levels.pop_back();
     WalkTrailLeave(&cursor->trail);
     return Left(cursor, end, error, whole);
@@ -103,6 +102,8 @@ TreeEvent EntryAdvance(TreeCursor *cursor) {
     while (const dirent *entry = DirectoryNext(&level.reader)) {
         const bool exact = PathAppend(cursor, entry->d_name);
         cursor->kind = exact ? EntryKindGet(&level.reader, *entry) : PathKindGet(cursor->path.c_str());
+        cursor->error = exact ? level.reader.missed : ENAMETOOLONG;
+        level.whole = level.whole && cursor->error == 0;
         if (cursor->kind != EntryKind::directory && cursor->kind != EntryKind::linked_directory)
             return TreeEvent::entry;
         if (!IsDirectoryNameLeftOut(*cursor->settings.rules, entry->d_name)) {
@@ -151,6 +152,12 @@ TreeEvent SubDirectoryAdvance(TreeCursor *cursor) {
         return DirectoryLeave(cursor, PlaceEnd::read, 0);
     const SubDirectory &below = level.below[level.next++];
     cursor->path.append(1, '/').append(below.name);
+    if (below.error != 0) {
+        cursor->kind = EntryKind::other;
+        cursor->error = below.error;
+        level.whole = false;
+        return TreeEvent::entry;
+    }
     return DirectoryEnter(cursor, below.by_link);
 }
 
@@ -172,6 +179,10 @@ TreeEvent TreeNext(TreeCursor *cursor) {
         return TreeEvent::done;
     cursor->path.resize(cursor->levels.back().path_length);
     return cursor->settings.listed != nullptr ? SubDirectoryAdvance(cursor) : EntryAdvance(cursor);
+}
+
+void TreeLeave(TreeCursor *cursor) {
+    DirectoryLeave(cursor, PlaceEnd::unopened, 0);
 }
 
 bool IsUnread(PlaceEnd end) {

@@ -32,9 +32,10 @@ struct TreeSettings {
 
 enum class TreeEvent {
     entered, // the directory `path`; what is in it follows
-    entry,   // `path`, of the kind `kind`: anything but a directory
-    listed,  // `names` of the directory `path`
-    left,    // the directory `path`, with all below it, or one that was not entered: `end`, `error`, `whole`
+    entry, // `path`, of the kind `kind`: anything but a directory. With `error` it could not be looked at, or its path
+    // was cut. Where names are listed, there are only entries with an error
+    listed, // `names` of the directory `path`
+    left,   // the directory `path`, with all below it, or one that was not entered: `end`, `error`, `whole`
     done,
 };
 
@@ -55,7 +56,7 @@ struct TreeCursor {
     EntryKind kind = EntryKind::other;
     std::vector<std::string> names = {};
     PlaceEnd end = PlaceEnd::read;
-    int error = 0;     // why it was gone, unopened or broken off
+    int error = 0;     // why it was not read to its end, or not looked at
     bool whole = true; // the directory and all below it was read to its end, or is left out
 
     // Where the walk stands.
@@ -79,6 +80,9 @@ TreeCursor TreeBegin(const char *path, const TreeSettings &settings);
 
 // The next event. What the cursor tells of it holds until the next call.
 TreeEvent TreeNext(TreeCursor *cursor);
+
+// Leaves the directory that was entered with the last event without reading it; no event tells that.
+void TreeLeave(TreeCursor *cursor);
 
 // True when the directory was to be read, and was not or not to its end.
 [[nodiscard]] bool IsUnread(PlaceEnd end);

@@ -3,9 +3,13 @@
 
 #include <syslog.h>
 
+#include <algorithm>
+
 #include "catalogue/shares.h"
 #include "daemon/index.h"
+#include "daemon/storage_away.h"
 #include "daemon/tree_cursor.h"
+#include "daemon/walk_reindex.h"
 #include "daemon/walk_rules.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
@@ -31,13 +35,19 @@ void FileVisit(const char *path, int mode, int mask) {
 
 void TreeWalk(const char *path, int mode, int mask) {
     TreeCursor cursor = TreeBegin(path, {.rules = &ActiveWalkRules().index, .cut = true});
+    const std::vector<std::string> away =
+        IsDirExist(path) ? StorageAwayIn(cursor.path, MediaKnows) : std::vector<std::string>();
     for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
-        if (event == TreeEvent::entered && (mask & kWalkMedia) != 0)
+        if (event == TreeEvent::entered && std::ranges::find(away, cursor.path) != away.end()) {
+            AwayTell(cursor.path.c_str());
+            TreeLeave(&cursor);
+        } else if (event == TreeEvent::entered && (mask & kWalkMedia) != 0) {
             IndexFileAdd(cursor.path.c_str(), mode);
-        else if (event == TreeEvent::entry && cursor.kind == EntryKind::file)
+        } else if (event == TreeEvent::entry && cursor.kind == EntryKind::file) {
             FileVisit(cursor.path.c_str(), mode, mask);
-        else if (event == TreeEvent::left && IsUnread(cursor.end))
+        } else if (event == TreeEvent::left && IsUnread(cursor.end)) {
             syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, cursor.path.c_str());
+        }
     }
 }
 
@@ -94,6 +104,5 @@ void ShareReindex(const char *link) {
     char target[kSharePathSize];
     if (!ShareTargetGet(link, target))
         return;
-    MediaInfoDBDelete(kMediaTree, target);
-    IndexDirWalk(target, kIndexAdd, kWalkMedia);
+    TreeReindex(target);
 }

@@ -14,5 +14,5 @@ enum WalkMask : int { kWalkMedia = 1, kWalkPhotoLibrary = 2, kWalkMusicShare = 4
 // at once. Returns 0, or -1 on a bad call; failures on the way are logged and the walk goes on.
 int IndexDirWalk(const char *path, int mode, int mask);
 
-// Takes the share behind a link anew: its rows are removed, its tree is added.
+// Takes the share behind a link anew, as TreeReindex does a tree.
 void ShareReindex(const char *link);

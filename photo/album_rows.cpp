@@ -141,6 +141,17 @@ int PhotoShareMarkAll(const char *prefix) {
     return -1;
 }
 
+int AlbumTreeMark(const char *album) {
+    SqlName name;
+    if (!SqlNameEscape(album, &name, kLogName))
+        return -1;
+    const std::string sql =
+        SqlFormat(name.literal.size() + name.pattern.size() + kStatementRoom,
+                  "Update photo_share set updated = '1' where sharename = '%s' or sharename like '%s/%%'",
+                  name.literal.c_str(), name.pattern.c_str());
+    return AlbumExec(sql) < 0 ? -1 : 0;
+}
+
 int PhotoShareSweep(const char *prefix) {
     SqlName name;
     if (prefix != nullptr && !SqlNameEscape(prefix, &name, kLogName))

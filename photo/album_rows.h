@@ -30,3 +30,6 @@ int AlbumCoverMove(const char *new_album, const char *old_album);
 // Clear the marks of all albums, or remove those without one; with a prefix, of the sub-albums of that album.
 int PhotoShareMarkAll(const char *prefix);
 int PhotoShareSweep(const char *prefix);
+
+// Marks an album and its sub-albums as found, whatever the length of its name.
+int AlbumTreeMark(const char *album);

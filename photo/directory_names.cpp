@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "photo/directory_names.h"
 
+#include <errno.h>
 #include <stdint.h>
 
 #include "daemon/directory_names.h"
@@ -8,12 +9,17 @@
 
 int PhotoShareNeedsStat = 0;
 
-bool SubDirectoriesGet(const char *path, const NameRules &rules, std::vector<std::string> *names) {
+bool SubDirectoriesGet(const char *path, const NameRules &rules, std::vector<std::string> *names,
+                       std::vector<std::string> *unseen) {
     DirectoryReader reader = {.rules = &rules, .untold = PhotoShareNeedsStat != 0};
     std::vector<SubDirectory> found;
-    if (!DirectoryOpen(&reader, path) || !SubDirectoriesRead(&reader, {}, SIZE_MAX, &found))
-        return false;
-    for (SubDirectory &directory : found)
-        names->push_back(std::move(directory.name));
-    return true;
+    const bool read = DirectoryOpen(&reader, path) && SubDirectoriesRead(&reader, {}, SIZE_MAX, &found);
+    for (SubDirectory &directory : found) {
+        if (directory.error == 0)
+            names->push_back(std::move(directory.name));
+        else if (unseen != nullptr)
+            unseen->push_back(std::move(directory.name));
+    }
+    errno = reader.error;
+    return read;
 }

@@ -13,6 +13,8 @@
 extern int PhotoShareNeedsStat;
 
 // The names of the sub-directories of a directory that the rules do not leave out, links to directories among them,
-// sorted. False when the directory cannot be read (nothing is logged).
+// sorted. `unseen`, when it is given, receives the names of what could not be looked at. False, with errno, when the
+// directory cannot be read to its end (nothing is logged); what was read of it is there.
 [[nodiscard]] bool SubDirectoriesGet(const char *path, const NameRules &rules,
-                                     std::vector<std::string> *names);
+                                     std::vector<std::string> *names,
+                                     std::vector<std::string> *unseen = nullptr);

@@ -71,6 +71,11 @@ int BadParameter(int line) {
     return -1;
 }
 
+void PictureSave(const char *path, int mode, bool *missed) {
+    if (PhotoIndexAdd(path, mode) != 0 && missed != nullptr)
+        *missed = true;
+}
+
 } // namespace
 
 int PhotoIndexAdd(const char *path, int mode) {
@@ -120,7 +125,7 @@ PhotoFileKind PhotoFileKindGet(const char *extension) {
     return BlVELUIndexIsVideo(extension) ? PhotoFileKind::video : PhotoFileKind::none;
 }
 
-int PhotoLibraryFileUpdate(const char *path, int mode) {
+int PhotoLibraryFileUpdate(const char *path, int mode, bool *missed) {
     if (path == nullptr)
         return BadParameter(__LINE__);
     if (mode != kIndexAdd && mode != kIndexRemove && mode != kIndexUpdate)
@@ -139,12 +144,12 @@ int PhotoLibraryFileUpdate(const char *path, int mode) {
         break;
     case kIndexAdd:
         if (kind == PhotoFileKind::picture)
-            PhotoIndexAdd(path, mode);
+            PictureSave(path, mode, missed);
         PhotoConvertQueueAdd(path, kConvertThumbnail | kConvertFlv);
         break;
     case kIndexUpdate:
         if (kind == PhotoFileKind::picture)
-            PhotoIndexAdd(path, mode);
+            PictureSave(path, mode, missed);
         else
             VELUIndexPhotoUpdateVideoStatus(path);
         break;

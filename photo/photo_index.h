@@ -17,8 +17,9 @@ int PhotoIndexAdd(const char *path, int mode);
 int PhotoIndexDelete(const char *path);
 
 // Handles one file event of the photo share, with the mode kIndexAdd, kIndexRemove or kIndexUpdate.
-// Returns 0 when handled, -1 when the file is not the photo library's or the arguments are bad.
-int PhotoLibraryFileUpdate(const char *path, int mode);
+// Returns 0 when handled, -1 when the file is not the photo library's or the arguments are bad. `missed` is set when it is
+// a picture that was to be saved, and was not.
+int PhotoLibraryFileUpdate(const char *path, int mode, bool *missed = nullptr);
 
 // True for what is, or lies in, the photo share of a machine that has a photo library.
 [[nodiscard]] bool IsInPhotoLibrary(const char *path);

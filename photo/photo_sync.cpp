@@ -3,19 +3,26 @@
 // Brings the rows of the photo library in step with the disk.
 #include "photo/photo_sync.h"
 
+#include <errno.h>
 #include <stdio.h>
 #include <string.h>
 #include <syslog.h>
 
+#include <algorithm>
 #include <unordered_set>
 
 #include "catalogue/shares.h"
 #include "daemon/index.h"
+#include "daemon/path_rules.h"
+#include "daemon/storage_away.h"
+#include "daemon/storage_mounts.h"
 #include "daemon/tree_cursor.h"
+#include "daemon/walk_presence.h"
 #include "daemon/walk_rules.h"
 #include "photo/directory_names.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
+#include "photo/photo_known.h"
 #include "photo/photo_rows.h"
 #include "photo/sql_text.h"
 
@@ -28,6 +35,12 @@ constexpr size_t kConditionRoom = 64; // beside the paths
 
 using Paths = std::vector<std::string>;
 using PathSet = std::unordered_set<std::string>;
+
+// What follows a walk through the whole share: every row without a mark goes.
+struct Sweep {
+    bool whole = true;    // all was read
+    bool possible = true; // rows that are to be kept have their marks
+};
 
 void PathsJoin(const PhotoPathList *list, PathSet *paths) {
     for (; list != nullptr; list = list->next)
@@ -54,9 +67,9 @@ bool KnownPathsGet(const char *dir, PathSet *paths) {
     return true;
 }
 
-void KnownPathUpdate(const char *path) {
+void KnownPathUpdate(const char *path, bool *missed) {
     VELUIndexRunPause();
-    PhotoLibraryFileUpdate(path, kIndexUpdate);
+    PhotoLibraryFileUpdate(path, kIndexUpdate, missed);
 }
 
 void NewPathAdd(const char *path) {
@@ -72,25 +85,79 @@ bool HasDot(const char *name) {
     return strchr(name, '.') != nullptr;
 }
 
-int TreeResync(const char *path) {
+// Keeps the rows at and below a path, of which a walk that is to be followed by a sweep can tell nothing.
+void RowsKeep(Sweep *sweep, std::string path, const char *reason, int line = __builtin_LINE()) {
+    if (sweep == nullptr)
+        return;
+    syslog(LOG_ERR, "%s (%d) The rows at and below %s are kept. (%s)", kLogName, line, path.c_str(), reason);
+    sweep->whole = false;
+    path.resize(std::min(path.size(), kPathSize - 1)); // no row's path is longer
+    sweep->possible = VELUPhotoKeepRows(path.c_str()) == 0 && sweep->possible;
+}
+
+// The same for a known picture that could not be saved, unless that is because it is gone or not the library's any more.
+void RowKeep(Sweep *sweep, const char *path) {
+    off_t size = 0;
+    const MetFile met = MetFileLook(path, &size);
+    if (met == MetFile::unreadable || (met == MetFile::there && IsLibraryPath(path) && IsLibrarySize(size)))
+        RowsKeep(sweep, path, met == MetFile::there ? "it could not be saved" : "it could not be read");
+}
+
+int DirectoryRefresh(const char *dir, const std::vector<std::string> &entries, Sweep *sweep) {
+    PathSet known;
+    if (!KnownPathsGet(dir, &known)) {
+        RowsKeep(sweep, dir, "its rows could not be read");
+        return -1;
+    }
+    Paths new_paths;
+    for (const std::string &entry : entries) {
+        char path[kPathSize];
+        const int length = snprintf(path, sizeof path, "%s/%s", dir, entry.c_str());
+        if (length >= static_cast<int>(sizeof path))
+            RowsKeep(sweep, path, strerror(ENAMETOOLONG));
+        bool missed = false;
+        if (known.count(path) != 0)
+            KnownPathUpdate(path, &missed);
+        else
+            new_paths.emplace_back(path);
+        if (missed && sweep != nullptr)
+            RowKeep(sweep, path);
+    }
+    for (const std::string &path : new_paths)
+        NewPathAdd(path.c_str());
+    return 0;
+}
+
+int TreeResync(const char *path, Sweep *sweep, const std::vector<std::string> &away) {
     TreeCursor cursor = TreeBegin(
         path, {.rules = &ActiveWalkRules().library, .listed = HasDot, .untold = PhotoShareNeedsStat != 0});
     bool begun = false;
     int result = 0;
     for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
+        if (event == TreeEvent::entered && std::ranges::find(away, cursor.path) != away.end()) {
+            TreeLeave(&cursor);
+            continue;
+        }
         if (event == TreeEvent::listed) {
             begun = true;
             if (!cursor.names.empty())
-                PhotoDirRefresh(cursor.path.c_str(), &cursor.names);
+                DirectoryRefresh(cursor.path.c_str(), cursor.names, sweep);
         }
-        if (event != TreeEvent::left || !IsUnread(cursor.end))
-            continue;
-        if (!begun)
+        const bool unread = event == TreeEvent::left && IsUnread(cursor.end);
+        if (unread && !begun)
             result = -1;
-        if (!begun || cursor.end != PlaceEnd::too_long)
+        if (unread && (!begun || cursor.end != PlaceEnd::too_long))
             syslog(LOG_ERR, "%s (%d) Failed to open directory %s", kLogName, __LINE__, cursor.path.c_str());
+        if (unread || event == TreeEvent::entry)
+            RowsKeep(sweep, cursor.path, strerror(cursor.error));
     }
     return result;
+}
+
+int NothingSwept(const char *target, int line = __builtin_LINE()) {
+    syslog(LOG_ERR, "%s (%d) The rows below %s are kept. (the catalogue failed in between)", kLogName, line,
+           target);
+    return -1;
 }
 
 int ShareResync() {
@@ -99,16 +166,32 @@ int ShareResync() {
         syslog(LOG_ERR, "%s (%d) Failed to read link of %s", kLogName, __LINE__, kPhotoShareLink);
         return -1;
     }
+    const uint64_t losses = VELUIndexRunLosses(Catalogue::photo);
+    const std::vector<std::string> away = ShareAwayIn(target, PhotoKnows);
+    for (const std::string &place : away)
+        syslog(LOG_ERR, "%s (%d) The storage of %s is away: its pictures are kept.", kLogName, __LINE__,
+               place.c_str());
+    if (away == Paths{target})
+        return -1;
     if (VELUPhotoInitAllRows() != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to set updated to 0 for all rows.", kLogName, __LINE__);
         return -1;
     }
-    if (TreeResync(target) != 0)
+    Sweep sweep;
+    if (TreeResync(target, &sweep, away) != 0)
         return -1;
+    for (const std::string &place : away)
+        sweep.possible = VELUPhotoKeepRows(place.c_str()) == 0 && sweep.possible;
+    VELUIndexRunFlush();
+    if (!sweep.possible || VELUIndexRunLosses(Catalogue::photo) != losses)
+        return NothingSwept(target);
     if (VELUPhotoDeleteNoUpdateRows() != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to delete none updated rows.", kLogName, __LINE__);
         return -1;
     }
+    if (sweep.whole && !StorageRemember(target, away))
+        syslog(LOG_ERR, "%s (%d) Failed to write %s. (%s)", kLogName, __LINE__, storage_files.remembered,
+               strerror(errno));
     return 0;
 }
 
@@ -119,23 +202,9 @@ int PhotoDirRefresh(const char *dir, const std::vector<std::string> *entries) {
         syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
         return -1;
     }
-    PathSet known;
-    if (!KnownPathsGet(dir, &known))
-        return -1;
-    Paths new_paths;
-    for (const std::string &entry : *entries) {
-        char path[kPathSize];
-        snprintf(path, sizeof path, "%s/%s", dir, entry.c_str());
-        if (known.count(path) != 0)
-            KnownPathUpdate(path);
-        else
-            new_paths.emplace_back(path);
-    }
-    for (const std::string &path : new_paths)
-        NewPathAdd(path.c_str());
-    return 0;
+    return DirectoryRefresh(dir, *entries, nullptr);
 }
 
 int PhotoLibraryResync(const char *path) {
-    return path == nullptr ? ShareResync() : TreeResync(path);
+    return path == nullptr ? ShareResync() : TreeResync(path, nullptr, {});
 }

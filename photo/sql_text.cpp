@@ -35,5 +35,8 @@ std::string SqlFormat(size_t size, const char *format, ...) {
     const int wanted = vsnprintf(text.data(), size, format, arguments);
     va_end(arguments);
     text.resize(std::min(static_cast<size_t>(std::max(wanted, 0)), size - 1));
+    // What is left of a cut statement must not happen to be another one: it keeps a quote open.
+    if (static_cast<size_t>(wanted) >= size && std::count(text.begin(), text.end(), '\'') % 2 == 0)
+        text.back() = text.back() == '\'' ? ' ' : '\'';
     return text;
 }

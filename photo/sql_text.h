@@ -17,6 +17,6 @@ struct SqlName {
 [[nodiscard]] bool SqlNameEscape(const char *name, SqlName *out, const char *log_name,
                                  int line = __builtin_LINE());
 
-// Formats a statement or condition as if into a buffer of `size` bytes: what is longer is cut, and its
-// database refuses it then for want of the closing quote.
+// Formats a statement or condition as if into a buffer of `size` bytes: what is longer is cut, and its database refuses
+// it for want of a closing quote, so that it counts as a statement that failed.
 std::string SqlFormat(size_t size, const char *format, ...) __attribute__((format(printf, 2, 3)));

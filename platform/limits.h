@@ -154,6 +154,10 @@ inline constexpr uint64_t kProbeAddressReserve = uint64_t{1} << 30;
 // deeper, and an open directory is the surer place.
 inline constexpr size_t kWalkOpenLevels = 16;
 
+// Bytes that are read of each table of mounts. A line is mostly shorter than two hundred, and machines with more than
+// some thousand mounts are rare; what is mounted behind that counts as not mounted, and keeps its rows when it is empty.
+inline constexpr size_t kMountTableMax = 4 * 1024 * 1024;
+
 // Sub-directories that a level of the photo library's resync holds at first. Few directories have more, and a
 // tree of the greatest depth then holds some megabytes of names. A directory is read again for each further
 // portion, which is twice as large as the one before, so that any number of names takes few readings.

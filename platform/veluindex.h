@@ -100,6 +100,16 @@ int VELUIndexRunReach(Catalogue catalogue);
 // depends on the success of several compares it before and after; those in the open batch count once that is committed.
 uint64_t VELUIndexRunFailures(Catalogue catalogue);
 
+// A number that grows when something that was reported as written is lost, or may be. What the open batch holds counts
+// once that is committed: whoever is to remove what was not written anew commits, and compares before and after.
+uint64_t VELUIndexRunLosses(Catalogue catalogue);
+
+// --- Which rows there are ----------------------------------------------------------------------------------
+
+// 1 when the catalogue has a row (of a file or, the media catalogue, a directory) below `path`, and with `itself` also
+// one at it; 0 when it has none, -1 when that cannot be told.
+int VELUIndexKnows(Catalogue catalogue, const char *path, bool itself);
+
 // --- Media catalogue ---------------------------------------------------------------------------------------
 
 // Makes the text of a record valid UTF-8: text that is not UTF-8 is taken as ISO-8859-1 and converted, a
@@ -118,6 +128,26 @@ int MediaInfoDBDelete(int kind, const char *path);
 
 // Records a directory with its title (last component) and times.
 int MediaInfoDBDirSave(const char *path);
+
+// A sweep brings the media rows of a tree in step with a walk that saves what it finds, one directory after the other,
+// those in it before itself. Between SweepBegin and SweepEnd the store remembers what is saved in the directories that the
+// walk is in, by hashes of eight bytes each.
+void MediaSweepBegin();
+void MediaSweepEnd();
+
+// How much is remembered: more when something was saved in between. What it is when the walk enters a directory is what
+// MediaSweepLeave asks for.
+size_t MediaSweepCount();
+
+// Rows of the innermost directory that stay although they are not saved: those at and below `path`.
+void MediaSweepKeep(const char *path);
+
+// `path` is a directory in the innermost one: its own row and those below it are no business of that.
+void MediaSweepDirectory(const char *path);
+
+// The walk leaves `directory`. When it was read to its `end`, every row in it goes that was not saved and does not stay,
+// with its cover. Returns 0, or -1 when rows could not be read or removed.
+int MediaSweepLeave(size_t entered, const char *directory, bool end);
 
 // Opens rows of a table of the media catalogue (0 to 3 of MediaKind). `columns` is a column list or "*";
 // `condition` (without WHERE), `order` (without ORDER BY) may be null; `limit` 0 means all. Null on failure; to
@@ -184,8 +214,10 @@ int PhotoDBExec(const char *sql);
 // renamed; the others are.
 int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const char *old_path);
 
-// Clears the `updated` mark of every row of photo_image; removes the rows that are still unmarked.
+// Clears the `updated` mark of every row of photo_image; sets it at and below a path, for what cannot be looked at;
+// removes the rows that are still unmarked.
 int VELUPhotoInitAllRows();
+int VELUPhotoKeepRows(const char *path);
 int VELUPhotoDeleteNoUpdateRows();
 
 // Makes or refreshes the row of a video in video_desc and sets its `updated` mark.

@@ -9,6 +9,7 @@
 #include "platform/index/media_row.h"
 #include "platform/index/rows.h"
 #include "platform/index/run.h"
+#include "platform/index/run_state.h"
 #include "platform/index/statements.h"
 #include "platform/index/text.h"
 #include "platform/veluindex.h"
@@ -54,8 +55,10 @@ int MediaInfoDBSave(int kind, const MediaInfo *record) {
     const MediaRow row = MediaRowOf(*record);
     const int saved = RunWrite(Catalogue::media, StatementOf(StoreOperation::saveRow, kMediaTables[kind]),
                                row.values.data(), row.values.size());
-    if (saved >= 0)
+    if (saved >= 0) {
         MarkDirty(kMediaTables[kind]);
+        SavedRowAdd(&run_state.saved, kind, record->path);
+    }
     return scope.Finish(saved < 0 ? -1 : 0);
 }
 

@@ -150,6 +150,17 @@ int VELUPhotoInitAllRows() {
     return scope.Finish(RunWriteText(Catalogue::photo, "update photo_image set updated = '0'") < 0 ? -1 : 0);
 }
 
+int VELUPhotoKeepRows(const char *path) {
+    const std::string key = WithoutTrailingSlashes(path != nullptr ? path : "");
+    if (key.empty())
+        return BadParameter(__LINE__);
+    const PathRange range = RangeUnder(key);
+    RunScope scope;
+    const int kept = RunWrite(Catalogue::photo, StatementOf(StoreOperation::keepPhotos),
+                              {TextValue(key), TextValue(range.low), TextValue(range.high)});
+    return scope.Finish(kept < 0 ? -1 : 0);
+}
+
 int VELUPhotoDeleteNoUpdateRows() {
     RunScope scope;
     return scope.Finish(

@@ -59,6 +59,13 @@ int RemoveTree(Catalogue catalogue, const char *table, const std::string &direct
                     {TextValue(directory), TextValue(range.low), TextValue(range.high)});
 }
 
+int RemoveBelow(Catalogue catalogue, const char *table, const std::string &directory) {
+    const PathRange range = RangeUnder(directory);
+    // No row's path ends in a slash.
+    return RunWrite(catalogue, StatementOf(StoreOperation::removeTree, table),
+                    {TextValue(range.low), TextValue(range.low), TextValue(range.high)});
+}
+
 int RemoveAll(Catalogue catalogue, const char *table) {
     return RunWriteText(catalogue, (std::string("delete from ") + table).c_str());
 }
@@ -70,9 +77,11 @@ int RemoveRowCovers(const char *table, const std::string &path) {
 }
 
 int RemoveTreeCovers(const char *table, const std::string &directory) {
+    return RemoveRowCovers(table, directory) != 0 ? -1 : RemoveBelowCovers(table, directory);
+}
+
+int RemoveBelowCovers(const char *table, const std::string &directory) {
     const PathRange range = RangeUnder(directory);
-    if (RemoveRowCovers(table, directory) != 0)
-        return -1;
     return RemoveCoversFrom(table, range.low, &range.high);
 }
 

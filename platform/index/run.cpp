@@ -52,8 +52,15 @@ void SetAway(Session *session) {
 
 // What was committed may be gone: whoever has asked for anything in this run has to ask again.
 void Doubt(Catalogue catalogue) {
+    ++PartOf(catalogue).losses;
     AccountDoubt(&account, catalogue);
     run.away = true;
+}
+
+// What had been reported as done is not.
+void SetLost(Catalogue catalogue) {
+    run.lost = true;
+    ++PartOf(catalogue).losses;
 }
 
 // A statement of a request has failed. One that has its own row to blame has a line of its own; of those that find no
@@ -131,14 +138,14 @@ void BatchDoAgain(Catalogue catalogue, const Batch &batch) {
     std::vector<VELUDBValue> values;
     while (BatchNext(batch, &position, &request, &statement, &values)) {
         if (!ConnectFor(catalogue, request)) {
-            run.lost = true;
+            SetLost(catalogue);
             continue;
         }
         if (RunOne(&session, statement, values.data(), values.size()) >= 0) {
             session.committed = true;
             continue;
         }
-        run.lost = true;
+        SetLost(catalogue);
         VELUDB *db = session.connection->db.get();
         const bool store_failed = BlVELUDBStoreFailed(db) != 0;
         StatementFailed(catalogue, request, About(values.data(), values.size()).c_str(), VELUDBErrorGet(db),
@@ -356,6 +363,10 @@ uint64_t VELUIndexRunDoubtful(Catalogue catalogue) {
 
 uint64_t VELUIndexRunFailures(Catalogue catalogue) {
     return PartOf(catalogue).failures;
+}
+
+uint64_t VELUIndexRunLosses(Catalogue catalogue) {
+    return PartOf(catalogue).losses;
 }
 
 int VELUIndexRunFlush() {

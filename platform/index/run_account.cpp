@@ -15,8 +15,10 @@ constexpr char kLogName[] = "store.c";
 
 void AccountBegin(RunAccount *account) {
     RunAccount begun;
-    for (size_t i = 0; i < kCatalogues; ++i)
+    for (size_t i = 0; i < kCatalogues; ++i) {
         begun.of[i].failures = account->of[i].failures;
+        begun.of[i].losses = account->of[i].losses;
+    }
     *account = std::move(begun);
 }
 

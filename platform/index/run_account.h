@@ -19,11 +19,12 @@ struct RunAccount {
         uint64_t lost = 0;     // statements, each about a row, that failed because the store was away
         std::string reason;    // of the first of them
         uint64_t failures = 0; // statements, for whatever reason; also of earlier runs
+        uint64_t losses = 0;   // times that what was reported as done was lost, or may have been; likewise
     };
     Part of[kCatalogues];
 };
 
-// Forgets everything but the number of failures: a run begins.
+// Forgets everything but the numbers of failures and losses: a run begins.
 void AccountBegin(RunAccount *account);
 
 // A statement that belongs to `request` failed because its store was away, for a reason in words.

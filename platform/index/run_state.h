@@ -10,6 +10,7 @@
 
 #include "platform/index/batch.h"
 #include "platform/index/run_account.h"
+#include "platform/index/saved_rows.h"
 #include "platform/index/store.h"
 
 // One catalogue's part in a run.
@@ -41,6 +42,7 @@ struct RunState {
     bool covers_placed = false; // since the covers were last brought to the disk
     bool music_dirty = false;
     bool video_dirty = false;
+    SavedRows saved; // by the sweep that goes on
 };
 
 extern RunState run_state;

@@ -67,6 +67,19 @@ std::string CoversText(const std::string &table, const char *condition) {
            std::to_string(kCoverRows);
 }
 
+// One statement for all tables that rows of a directory may be in.
+std::string MediaInRangeText() {
+    std::string text;
+    const auto add = [&](int kind, const char *table) {
+        text += (text.empty() ? "select " : " union all select ") + std::to_string(kind) +
+                " as kind, path from " + table + " where path >= $1 and path < $2";
+    };
+    for (int kind = 0; kind < static_cast<int>(std::size(kMediaTables)); ++kind)
+        add(kind, kMediaTables[kind]);
+    add(kMediaTree, kDirectoryTable);
+    return text + " order by path limit $3";
+}
+
 } // namespace
 
 int StatementOf(StoreOperation operation, const char *table) {
@@ -96,6 +109,12 @@ std::string StatementText(int statement) {
         return CoversText(table, "path >= $1 and path < $2");
     case StoreOperation::coversFrom:
         return CoversText(table, "path >= $1");
+    case StoreOperation::pathsInRange:
+        return "select path from " + table + " where path >= $1 and path < $2 order by path limit $3";
+    case StoreOperation::mediaInRange:
+        return MediaInRangeText();
+    case StoreOperation::keepPhotos:
+        return "update photo_image set updated = '1' where path = $1 or (path >= $2 and path < $3)";
     case StoreOperation::savePhoto:
         return kSavePhoto;
     case StoreOperation::displacePhoto:

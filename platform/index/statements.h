@@ -16,6 +16,9 @@ enum class StoreOperation : int {
     coverOfRow,    // path: the path of the row, when it has a cover
     coversInRange, // from, before: the paths of rows with covers, kCoverRows at a time
     coversFrom,    // from: likewise
+    pathsInRange,  // from, before, how many: of a table of the photo catalogue
+    mediaInRange, // from, before, how many: kind (kMediaTree for `directory`) and path of media rows, in their order
+    keepPhotos,    // path, from, before
     savePhoto,     // the columns of photo_image, the path first
     displacePhoto, // path that is to be free, path that is to move there
     renamePhoto,   // new path, name, album, old path

@@ -3,9 +3,13 @@
 // The resync of the photo library with the disk.
 #include <filesystem>
 
+#include <errno.h>
+
+#include "daemon/storage_mounts.h"
 #include "photo/photo_sync.h"
 #include "photo_catalogue.h"
 #include "platform/limits.h"
+#include "tests/unit/failing_readdir.h"
 
 namespace fs = std::filesystem;
 
@@ -140,4 +144,112 @@ TEST_F(PhotoResyncTest, TheKernelsTreesAreLeftOut) {
     FileWrite("/volume1/photo/a.jpg", "x");
     EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
     EXPECT_EQ(PhotoField("path"), "/volume1/photo/a.jpg");
+}
+
+namespace {
+
+// A picture in A, one in A/B, one in C, and rows in each whose files are gone.
+void LibraryMake() {
+    for (const char *folder : {"A", "A/B", "C"}) {
+        PictureAdd(std::string("/volume1/photo/") + folder + "/there.jpg");
+        PictureAdd(std::string("/volume1/photo/") + folder + "/gone.jpg");
+        fs::remove(std::string("/volume1/photo/") + folder + "/gone.jpg");
+    }
+    LogTake();
+}
+
+} // namespace
+
+TEST_F(PhotoResyncTest, ADirectoryWhoseListingBreaksOffKeepsItsRows) {
+    LibraryMake();
+    ReaddirFailAt("B", EIO);
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    ReaddirFailAt("", 0);
+    EXPECT_EQ(PhotoField("path"),
+              "/volume1/photo/A/B/gone.jpg|/volume1/photo/A/B/there.jpg|/volume1/photo/A/gone.jpg|"
+              "/volume1/photo/A/there.jpg|/volume1/photo/C/there.jpg");
+    EXPECT_EQ(
+        LogTakeTexts(),
+        (Texts{"photo_index.c# Failed to open directory /volume1/photo/A",
+               "photo_index.c# The rows at and below /volume1/photo/A are kept. (Input/output error)"}));
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("path"),
+              "/volume1/photo/A/B/there.jpg|/volume1/photo/A/there.jpg|/volume1/photo/C/there.jpg");
+}
+
+TEST_F(PhotoResyncTest, ALinkThatCannotBeLookedAtKeepsWhatIsBelowIt) {
+    LibraryMake();
+    for (const char *name : {"far", "nowhere"})
+        PhotoDBExec(
+            ("insert into photo_image (path) values ('/volume1/photo/" + std::string(name) + "/x.jpg')")
+                .c_str());
+    fs::create_symlink(std::string(300, 'x'), "/volume1/photo/far");
+    fs::create_symlink("/none", "/volume1/photo/nowhere");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("path"),
+              "/volume1/photo/A/B/there.jpg|/volume1/photo/A/there.jpg|/volume1/photo/C/there.jpg|"
+              "/volume1/photo/far/x.jpg");
+}
+
+TEST_F(PhotoResyncTest, APictureThatCannotBeSavedKeepsItsRow) {
+    LibraryMake();
+    PhotoDBExec("create trigger refuse before update of title on photo_image when new.path like '%C/there%' "
+                "begin select "
+                "raise(abort, 'no'); end");
+    LogTake();
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("path || updated"),
+              "/volume1/photo/A/B/there.jpg1|/volume1/photo/A/there.jpg1|/volume1/photo/C/there.jpg1");
+    EXPECT_EQ(
+        LogTakeTexts().back(),
+        "photo_index.c# The rows at and below /volume1/photo/C/there.jpg are kept. (it could not be saved)");
+}
+
+TEST_F(PhotoResyncTest, APictureThatIsLeftOutNowGoes) {
+    LibraryMake();
+    FileWrite("/volume1/photo/A/there.jpg", "");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("path"), "/volume1/photo/A/B/there.jpg|/volume1/photo/C/there.jpg");
+    EXPECT_TRUE(LogTake().empty());
+}
+
+TEST_F(PhotoResyncTest, AMarkThatIsLostBehindTheWalkKeepsAllRows) {
+    LibraryMake();
+    PhotoDBExec("create table parent (x text primary key)");
+    PhotoDBExec("create table child (x text references parent (x) deferrable initially deferred)");
+    PhotoDBExec("create table strict (x text check (x <> 'there'))");
+    PhotoDBExec("create trigger copy after update of title on photo_image begin "
+                "insert into child values ('nobody'); insert into strict values (new.title); end");
+    LogTake();
+    VELUIndexRunBegin();
+    VELUIndexRows *rows = PhotoInfoDBOpen(kPhotoTableImage, "path", nullptr, nullptr, 1);
+    // On the run's first connection alone every row passes and the commit does not.
+    VELUDBExecute(VELUIndexRowsConnection(rows), "pragma foreign_keys = on", nullptr);
+    VELUDBExecute(VELUIndexRowsConnection(rows), "pragma ignore_check_constraints = on", nullptr);
+    PhotoInfoDBClose(rows);
+    EXPECT_EQ(PhotoLibraryResync(nullptr), -1);
+    VELUIndexRunEnd();
+    EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image"), "6");
+    EXPECT_EQ(LogTakeTexts().back(),
+              "photo_index.c# The rows below /volume1/photo are kept. (the catalogue failed in between)");
+}
+
+TEST_F(PhotoResyncTest, PicturesOnStorageThatIsAwayAreKept) {
+    LibraryMake();
+    FileWrite("/tmp/fstab", "/dev/sdx1 /volume1/photo/C ext4 noauto\n");
+    FileWrite("/tmp/mountinfo", "");
+    storage_files = {"/tmp/fstab", "/tmp/mountinfo", "/tmp/mounts"};
+    fs::remove("/volume1/photo/C/there.jpg");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), 0);
+    EXPECT_EQ(PhotoField("path"),
+              "/volume1/photo/A/B/there.jpg|/volume1/photo/A/there.jpg|/volume1/photo/C/gone.jpg|"
+              "/volume1/photo/C/there.jpg");
+    EXPECT_EQ(LogTakeTexts(),
+              Texts{"photo_index.c# The storage of /volume1/photo/C is away: its pictures are kept."});
+    FileWrite("/tmp/fstab", "/dev/sdx1 /volume1/photo ext4 noauto\n");
+    fs::remove_all("/volume1/photo/A");
+    fs::remove_all("/volume1/photo/C");
+    EXPECT_EQ(PhotoLibraryResync(nullptr), -1);
+    EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image"), "4");
+    storage_files = {};
 }

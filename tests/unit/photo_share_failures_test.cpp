@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // Albums in a catalogue that refuses a statement: what is logged, and that nothing else is lost.
+#include <errno.h>
+
 #include <filesystem>
 
+#include "daemon/storage_mounts.h"
 #include "photo/album_rights.h"
 #include "photo/album_rows.h"
+#include "photo/sql_text.h"
 #include "photo_catalogue.h"
+#include "tests/unit/failing_readdir.h"
 
 namespace fs = std::filesystem;
 
@@ -142,6 +147,85 @@ TEST_F(PhotoShareFailuresTest, AnAlbumWhoseNameDoesNotFitIsNotMarked) {
     LogTake();
     EXPECT_EQ(PhotoShareMarkOne(album.c_str()), -1);
     EXPECT_EQ(AlbumLines(), Texts{"photo_share.c# Error occurred, failed to get records."});
+}
+
+TEST_F(PhotoShareFailuresTest, AnAlbumThatCannotBeMarkedStays) {
+    const std::string top(255, 'a');
+    const std::string album = top + '/' + std::string(255, 'b');
+    AlbumAdd(top);
+    AlbumAdd(album);
+    AlbumAdd("B");
+    fs::remove("/volume1/photo/B");
+    LogTake();
+    EXPECT_EQ(PhotoShareResync(nullptr), 0);
+    EXPECT_EQ(Albums("sharename || updated"), top + "1|" + album + "1");
+    EXPECT_EQ(AlbumLines(), (Texts{"photo_share.c# Error occurred, failed to get records.",
+                                   "photo_share.c# The albums at and below /volume1/photo/" + album +
+                                       " are kept. (it could not be marked)"}));
+}
+
+// A cut behind a quote of a name leaves what would be a statement about another album.
+TEST_F(PhotoShareFailuresTest, WhatIsCutIsNeverAStatement) {
+    const std::string whole = SqlFormat(100, "Delete from photo_share where sharename = '%s'", "A''B");
+    EXPECT_EQ(whole, "Delete from photo_share where sharename = 'A''B'");
+    for (size_t size = 20; size <= whole.size(); ++size) {
+        const std::string cut = SqlFormat(size, "Delete from photo_share where sharename = '%s'", "A''B");
+        EXPECT_EQ(cut.size(), size - 1);
+        EXPECT_EQ(std::count(cut.begin(), cut.end(), '\'') % 2, 1) << cut;
+        EXPECT_LT(PhotoDBExec(cut.c_str()), 0) << cut;
+    }
+}
+
+TEST_F(PhotoShareFailuresTest, AlbumsOfADirectoryThatCannotBeReadStay) {
+    for (const char *album : {"A", "A/1", "A/2", "B", "B/1"})
+        AlbumAdd(album);
+    for (const char *album : {"A/2", "B/1"})
+        fs::remove(std::string("/volume1/photo/") + album);
+    fs::create_symlink(std::string(300, 'x'), "/volume1/photo/B/1");
+    LogTake();
+    ReaddirFailAt("1", EIO);
+    fs::rename("/volume1/photo/B/1", "/volume1/photo/B/far");
+    PhotoDBExec("update photo_share set sharename = 'B/far' where sharename = 'B/1'");
+    EXPECT_EQ(PhotoShareResync(nullptr), 0);
+    ReaddirFailAt("", 0);
+    EXPECT_EQ(Albums(), "A|A/1|A/2|B|B/far");
+    EXPECT_EQ(AlbumLines(),
+              (Texts{"photo_share.c# Failed to open directory /volume1/photo/A",
+                     "photo_share.c# The albums at and below /volume1/photo/A are kept. (Input/output error)",
+                     "photo_share.c# The albums at and below /volume1/photo/B/far are kept. (it could not be "
+                     "looked at)"}));
+    ReaddirFailAt("A", EIO);
+    EXPECT_EQ(PhotoShareResync(nullptr), -1);
+    ReaddirFailAt("", 0);
+    EXPECT_EQ(Albums(), "A|A/1|A/2|B|B/far");
+    EXPECT_EQ(AlbumLines().back(),
+              "photo_share.c# The albums below /volume1/photo are kept. (Input/output error)");
+    EXPECT_EQ(PhotoShareResync(nullptr), 0);
+    EXPECT_EQ(Albums(), "A|A/1|B|B/far");
+}
+
+TEST_F(PhotoShareFailuresTest, AlbumsOnStorageThatIsAwayStay) {
+    for (const char *album : {"A", "A/1", "B"})
+        AlbumAdd(album);
+    PictureAdd("/volume1/photo/A/1/x.jpg");
+    fs::remove_all("/volume1/photo/A/1");
+    fs::remove("/volume1/photo/B");
+    FileWrite("/tmp/fstab", "/dev/sdx1 /volume1/photo/A ext4 noauto\n");
+    FileWrite("/tmp/mountinfo", "");
+    storage_files = {"/tmp/fstab", "/tmp/mountinfo", "/tmp/mounts"};
+    LogTake();
+    EXPECT_EQ(PhotoShareResync(nullptr), 0);
+    EXPECT_EQ(Albums(), "A|A/1");
+    EXPECT_EQ(
+        AlbumLines(),
+        Texts{"photo_share.c# The albums at and below /volume1/photo/A are kept. (their storage is away)"});
+    FileWrite("/tmp/fstab", "/dev/sdx1 /volume1/photo ext4 noauto\n");
+    fs::remove("/volume1/photo/A");
+    EXPECT_EQ(PhotoShareResync(nullptr), -1);
+    EXPECT_EQ(Albums(), "A|A/1");
+    EXPECT_EQ(AlbumLines(),
+              Texts{"photo_share.c# The storage of /volume1/photo is away: its albums are kept."});
+    storage_files = {};
 }
 
 TEST_F(PhotoShareFailuresTest, ACatalogueOutOfReach) {

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "daemon/walk_reindex.h"
+
+#include <errno.h>
+#include <string.h>
+#include <syslog.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "daemon/index.h"
+#include "daemon/storage_away.h"
+#include "daemon/storage_mounts.h"
+#include "daemon/tree_cursor.h"
+#include "daemon/walk_presence.h"
+#include "platform/path.h"
+#include "platform/veluindex.h"
+
+namespace {
+
+constexpr char kLogName[] = "index.c";
+
+struct Reindex {
+    std::vector<std::string> away;    // places on storage that is
+    std::vector<size_t> entered = {}; // what the sweep remembered at each directory that the walk is in
+    bool well = true;                 // all else was read
+};
+
+void RowsKeep(Reindex *reindex, const std::string &path, const char *reason, int line = __builtin_LINE()) {
+    syslog(LOG_ERR, "%s (%d) The rows at and below %s are kept. (%s)", kLogName, line, path.c_str(), reason);
+    MediaSweepKeep(path.c_str());
+    reindex->well = false;
+}
+
+void DirectoryEnter(Reindex *reindex, TreeCursor *cursor) {
+    const std::string &path = cursor->path;
+    if (std::ranges::find(reindex->away, path) != reindex->away.end()) {
+        TreeLeave(cursor);
+        return;
+    }
+    MediaSweepDirectory(path.c_str());
+    reindex->entered.push_back(MediaSweepCount());
+    for (const std::string &away : reindex->away) {
+        if (away.compare(0, away.rfind('/'), path) == 0)
+            MediaSweepKeep(away.c_str());
+    }
+    IndexFileAdd(path.c_str(), kIndexAdd);
+}
+
+// A file that no indexer could save keeps its row when that is not the file's own fault.
+void FileReindex(Reindex *reindex, const std::string &path) {
+    VELUIndexRunPause();
+    const size_t saved = MediaSweepCount();
+    const uint64_t failures = VELUIndexRunFailures(Catalogue::media);
+    IndexFileAdd(path.c_str(), kIndexAdd);
+    if (MediaSweepCount() != saved || !IsIndexedPath(path.c_str()))
+        return;
+    off_t size = 0;
+    if (VELUIndexRunFailures(Catalogue::media) != failures)
+        RowsKeep(reindex, path, "it could not be saved");
+    else if (MetFileLook(path.c_str(), &size) == MetFile::unreadable)
+        RowsKeep(reindex, path, "it could not be read");
+}
+
+void EntryReindex(Reindex *reindex, const TreeCursor &cursor) {
+    if (cursor.kind == EntryKind::file)
+        FileReindex(reindex, cursor.path);
+    if (cursor.error != 0)
+        RowsKeep(reindex, cursor.path, strerror(cursor.error));
+}
+
+void DirectoryLeave(Reindex *reindex, const TreeCursor &cursor) {
+    const bool unread = IsUnread(cursor.end);
+    if (unread)
+        syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, cursor.path.c_str());
+    if (reindex->entered.size() > cursor.levels.size()) {
+        const size_t entered = reindex->entered.back();
+        reindex->entered.pop_back();
+        if (MediaSweepLeave(entered, cursor.path.c_str(), cursor.end == PlaceEnd::read) != 0)
+            RowsKeep(reindex, cursor.path, "the catalogue failed");
+    }
+    if (unread)
+        RowsKeep(reindex, cursor.path, strerror(cursor.error));
+}
+
+void TreeSweep(Reindex *reindex, const char *target) {
+    // Rows of the tree's own path are those of a file that was in its place.
+    for (int kind = kMediaMusic; kind <= kMediaPlaylist; ++kind)
+        MediaInfoDBDelete(kind, target);
+    MediaSweepBegin();
+    TreeCursor cursor = TreeBegin(target, {.rules = &ActiveWalkRules().index, .cut = true});
+    for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
+        if (event == TreeEvent::entered)
+            DirectoryEnter(reindex, &cursor);
+        else if (event == TreeEvent::entry)
+            EntryReindex(reindex, cursor);
+        else if (event == TreeEvent::left)
+            DirectoryLeave(reindex, cursor);
+    }
+    MediaSweepEnd();
+}
+
+} // namespace
+
+int MediaKnows(const std::string &path, bool itself) {
+    return VELUIndexKnows(Catalogue::media, path.c_str(), itself);
+}
+
+void AwayTell(const std::string &place, int line) {
+    syslog(LOG_ERR, "%s (%d) The storage of %s is away: its rows are kept.", kLogName, line, place.c_str());
+}
+
+void TreeReindex(const char *target) {
+    Reindex reindex = {.away = ShareAwayIn(target, MediaKnows)};
+    for (const std::string &place : reindex.away)
+        AwayTell(place);
+    if (reindex.away == std::vector<std::string>{target})
+        return;
+    TreeSweep(&reindex, target);
+    if (reindex.well && !StorageRemember(target, reindex.away))
+        syslog(LOG_ERR, "%s (%d) Failed to write %s. (%s)", kLogName, __LINE__, storage_files.remembered,
+               strerror(errno));
+}
