@@ -43,6 +43,9 @@ struct CheckedRow {
 // media catalogue cannot be read; without a photo library there is no photo catalogue.
 [[nodiscard]] bool CheckedRowsLoad(CatalogueReader *reader, std::vector<CheckedRow> *rows);
 
+// True when there is a row below a path (`itself`: or at it).
+[[nodiscard]] bool CheckedRowsKnow(const std::vector<CheckedRow> &rows, const std::string &path, bool itself);
+
 CheckedRow *CheckedRowFind(std::vector<CheckedRow> *rows, std::string_view path);
 
 // The request of a letter and a path; empty when a line cannot carry the path.

@@ -11,6 +11,7 @@
 #include "catalogue/features.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
+#include "platform/path.h"
 #include "tools/queue/request_line.h"
 #include "tools/queue/request_path.h"
 #include "tools/veluctl/check.h"
@@ -73,6 +74,13 @@ std::string OutermostMissing(std::string path) {
     return path;
 }
 
+// True at or below a place that the walk has found to be away, which has its line.
+bool IsOnStorageAway(const std::vector<Finding> &findings, const std::string &path) {
+    return std::ranges::any_of(findings, [&](const Finding &finding) {
+        return finding.problem == kShareAway && PathIsAtOrUnder(path, finding.path);
+    });
+}
+
 // Only sound and film: a picture without EXIF data has nothing to be read, nor has a playlist.
 bool HasReader(const std::string &path) {
     const IndexHandler *handler = IndexHandlerOf(path.c_str());
@@ -104,6 +112,15 @@ bool CheckedRowsLoad(CatalogueReader *reader, std::vector<CheckedRow> *rows) {
     return true;
 }
 
+bool CheckedRowsKnow(const std::vector<CheckedRow> &rows, const std::string &path, bool itself) {
+    const auto has = [&](const std::string &from, bool (*wanted)(std::string_view, std::string_view)) {
+        const auto found =
+            std::ranges::lower_bound(rows, from, {}, [](const CheckedRow &row) { return row.path; });
+        return found != rows.end() && wanted(found->path, path);
+    };
+    return has(path + '/', PathIsUnder) || (itself && has(path, PathIsAtOrUnder));
+}
+
 CheckedRow *CheckedRowFind(std::vector<CheckedRow> *rows, std::string_view path) {
     const auto found =
         std::lower_bound(rows->begin(), rows->end(), path,
@@ -121,6 +138,8 @@ void RowsCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findin
         }
         const std::string outermost = OutermostMissing(row.path);
         // A share or what holds shares: a volume that is not mounted, most likely, whose rows are better kept.
+        if (IsOnStorageAway(*findings, outermost))
+            continue;
         if (std::count(outermost.begin(), outermost.end(), '/') > kShareParts) {
             findings->push_back({kRowWithoutFile, row.path, RepairLine(kCommandTreeRemove, outermost), {}});
         } else if (outermost != away) {

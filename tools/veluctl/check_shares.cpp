@@ -6,8 +6,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "catalogue/shares.h"
 #include "daemon/index.h"
+#include "daemon/storage_away.h"
 #include "daemon/tree_cursor.h"
 #include "daemon/walk_rules.h"
 #include "photo/photo_index.h"
@@ -74,13 +77,18 @@ void EntryCheck(Check *check, const std::string &path) {
 }
 
 void ShareCheck(Check *check, const char *share) {
-    if (access(share, F_OK) != 0) {
-        Find(check, kShareAway, share, {});
+    const std::vector<std::string> away = ShareAwayIn(share, [check](const std::string &path, bool itself) {
+        return CheckedRowsKnow(*check->rows, path, itself) ? 1 : 0;
+    });
+    for (const std::string &place : away)
+        Find(check, kShareAway, place, {});
+    if (away == std::vector<std::string>{share})
         return;
-    }
     TreeCursor cursor = TreeBegin(share, {.rules = &ActiveWalkRules().index});
     for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
-        if (event == TreeEvent::entered)
+        if (event == TreeEvent::entered && std::ranges::find(away, cursor.path) != away.end())
+            TreeLeave(&cursor);
+        else if (event == TreeEvent::entered)
             DirectoryCheck(check, cursor.path);
         else if (event == TreeEvent::entry && cursor.kind == EntryKind::file)
             EntryCheck(check, cursor.path);

@@ -191,10 +191,21 @@ std::vector<ProgramCommand> LooksMake(Options *options) {
     };
 }
 
+// Not a request: the queue has no command for it.
+ProgramCommand ForgetMake(Options *options) {
+    return {"forget",
+            kRequests,
+            "Remove the rows of what cannot be looked at, at once and on purpose",
+            ForgetCommand,
+            {{kHelpOption, Flag("yes", "Do not ask", &options->yes)},
+             {Needed("path", "PATH", "What is gone or away, with all below it", &options->path)}}};
+}
+
 std::vector<ProgramCommand> CommandsMake(Options *options) {
     std::vector<ProgramCommand> commands;
     for (const RequestCommand &request : RequestCommands())
         commands.push_back(RequestMake(request, options));
+    commands.push_back(ForgetMake(options));
     for (const ProgramCommand &command : LooksMake(options))
         commands.push_back(command);
     return commands;

@@ -12,7 +12,7 @@
 
 struct Options {
     std::vector<std::string> paths; // add, remove
-    std::string path;               // show, dump, report
+    std::string path;               // show, dump, report, forget
     std::string new_path;
     std::string old_path;
     std::string what;  // reindex, refresh, config
@@ -33,6 +33,7 @@ struct Options {
     bool every_reader = false;
     bool fix = false;
     bool no_check = false;
+    bool yes = false;
 
     [[nodiscard]] Form form() const { return json ? Form::json : csv ? Form::csv : Form::table; }
 };

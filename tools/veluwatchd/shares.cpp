@@ -8,6 +8,7 @@
 
 #include "catalogue/shares.h"
 #include "daemon/queue_line.h"
+#include "daemon/storage_away.h"
 #include "platform/path.h"
 #include "tools/shared/safe_text.h"
 
@@ -53,9 +54,11 @@ void ShareCheck(const std::vector<Share> &shares, Share *share, Watcher *watcher
     }
     if (path == share->path && IsWatched(*share, *watcher, status))
         return;
-    // Another directory in the place of a share that was there, and empty, is what its volume was mounted on.
+    // Another directory in the place of a share that was there, and empty, is what its volume was mounted on. So is an
+    // empty one at the start where something is to be mounted.
     const bool other = share->device != status.st_dev || share->inode != status.st_ino;
-    if (share->seen && path == share->path && other && IsEmptyDirectory(path)) {
+    const bool was_there = share->seen && path == share->path && other;
+    if (IsEmptyDirectory(path) && (was_there || !ShareAwayIn(path, nullptr).empty())) {
         Away(share, watcher);
         return;
     }
