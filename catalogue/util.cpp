@@ -5,6 +5,10 @@
 #include <string.h>
 #include <syslog.h>
 
+#include <algorithm>
+#include <string_view>
+
+#include "platform/path.h"
 #include "platform/velusdk.h"
 
 namespace {
@@ -28,12 +32,9 @@ const char *PathBaseName(const char *path) {
 }
 
 void MediaTitleFromName(const char *path, char (&title)[kMediaTextSize]) {
-    const char *name = PathBaseName(path);
-    const char *dot = strrchr(name, '.');
-    size_t length = dot == nullptr ? strlen(name) : static_cast<size_t>(dot - name);
-    if (length > sizeof title - 1)
-        length = sizeof title - 1;
-    memcpy(title, name, length);
+    const std::string_view name = NameWithoutExtension(path);
+    const size_t length = std::min(name.size(), sizeof title - 1);
+    memcpy(title, name.data(), length);
     title[length] = '\0';
 }
 

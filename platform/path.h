@@ -6,6 +6,13 @@
 #include <string>
 #include <string_view>
 
+// The last component of a path less its extension, which begins at the last dot: the title of a file that nobody has
+// given one.
+[[nodiscard]] constexpr std::string_view NameWithoutExtension(std::string_view path) {
+    const std::string_view name = path.substr(path.rfind('/') + 1);
+    return name.substr(0, name.rfind('.'));
+}
+
 // True for a path below a directory, at any depth. The directory has no slash at its end, so that the root is the
 // empty text, and everything absolute lies under it.
 [[nodiscard]] constexpr bool PathIsUnder(std::string_view path, std::string_view directory) {

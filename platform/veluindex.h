@@ -172,8 +172,16 @@ int BlVELUIndexIsVideoTableDirty();
 
 // --- Photo catalogue ---------------------------------------------------------------------------------------
 
+// Texts of a picture that users type; a bit each.
+enum PhotoTexts : unsigned { kPhotoTitle = 1, kPhotoDescription = 2 };
+
 // Inserts or updates the row of record->path in photo_image and sets its `updated` mark. `mode` is kIndexAdd or
-// kIndexUpdate.
+// kIndexUpdate. A row that is there keeps its title and its description, but for those in `handed_over` (of
+// PhotoTexts): they become the record's.
+int PhotoInfoDBSaveHandedOver(const PhotoRecord *record, int mode, unsigned handed_over);
+
+// The same for a record of which nobody knows what was handed over: a title other than that by default, which is the
+// last component of the path less its extension, and a description that is not empty.
 int PhotoInfoDBSave(const PhotoRecord *record, int mode);
 
 // Removes the row of one picture.
@@ -210,8 +218,8 @@ void FreePhotoPathList(PhotoPathList *list);
 int PhotoDBExec(const char *sql);
 
 // Renames the rows of the paths in `list` that are `old_path` or lie under it: that part becomes `new_path`,
-// and `name` and `album` follow the path. A row that already has the new path gives way. -1 when a row could not be
-// renamed; the others are.
+// and `name` and `album` follow the path, as does a title that is the one by default. A row that already has the new path
+// gives way. -1 when a row could not be renamed; the others are.
 int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const char *old_path);
 
 // Clears the `updated` mark of every row of photo_image; sets it at and below a path, for what cannot be looked at;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/index/rows.h"
@@ -34,6 +35,16 @@ std::string Text(const char (&field)[N]) {
     return CatalogueText(field, N, false);
 }
 
+// The title of a picture that nobody has given one, as the store keeps it.
+std::string DefaultTitle(std::string_view path) {
+    const std::string title(NameWithoutExtension(path).substr(0, kPhotoTextSize - 1));
+    return CatalogueText(title.c_str(), kPhotoTextSize, false);
+}
+
+std::string_view RecordPath(const PhotoRecord &record) {
+    return {record.path, strnlen(record.path, sizeof record.path)};
+}
+
 struct Renamed {
     std::string old_path;
     std::string new_path;
@@ -54,13 +65,15 @@ int RenamePhoto(const Renamed &row) {
     if (RunWrite(Catalogue::photo, StatementOf(StoreOperation::displacePhoto),
                  {TextValue(row.new_path), TextValue(row.old_path)}) < 0)
         return -1;
-    const int renamed = RunWrite(
-        Catalogue::photo, StatementOf(StoreOperation::renamePhoto),
-        {TextValue(row.new_path), TextValue(row.name), TextValue(row.album), TextValue(row.old_path)});
+    const std::string old_title = DefaultTitle(row.old_path);
+    const std::string new_title = DefaultTitle(row.new_path);
+    const int renamed = RunWrite(Catalogue::photo, StatementOf(StoreOperation::renamePhoto),
+                                 {TextValue(row.new_path), TextValue(row.name), TextValue(row.album),
+                                  TextValue(old_title), TextValue(new_title), TextValue(row.old_path)});
     return renamed < 0 ? -1 : 0;
 }
 
-// Moves kRenamedAtOnce rows to paths that no row has.
+// Moves kRenamedAtOnce rows, which keep their names, to paths that no row has.
 int RenamePhotos(const std::vector<Renamed> &rows) {
     std::vector<VELUDBValue> values;
     for (const Renamed &row : rows)
@@ -125,19 +138,40 @@ int PhotoDBExec(const char *sql) {
 }
 
 int PhotoInfoDBSave(const PhotoRecord *record, int mode) {
+    if (record == nullptr)
+        return BadParameter(__LINE__);
+    unsigned handed_over = 0;
+    if (Text(record->title) != DefaultTitle(RecordPath(*record)))
+        handed_over |= kPhotoTitle;
+    if (!Text(record->description).empty())
+        handed_over |= kPhotoDescription;
+    return PhotoInfoDBSaveHandedOver(record, mode, handed_over);
+}
+
+int PhotoInfoDBSaveHandedOver(const PhotoRecord *record, int mode, unsigned handed_over) {
     if (record == nullptr || record->path[0] == '\0' || (mode != kIndexAdd && mode != kIndexUpdate))
         return BadParameter(__LINE__);
-    const std::string texts[] = {Text(record->name),       Text(record->title),   Text(record->description),
-                                 Text(record->album),      Text(record->make),    Text(record->model),
-                                 Text(record->exposure),   Text(record->fnumber), Text(record->date_taken),
+    const std::string title = Text(record->title);
+    const std::string description = Text(record->description);
+    const std::string texts[] = {Text(record->name),
+                                 title,
+                                 description,
+                                 Text(record->album),
+                                 Text(record->make),
+                                 Text(record->model),
+                                 Text(record->exposure),
+                                 Text(record->fnumber),
+                                 Text(record->date_taken),
                                  Text(record->create_time)};
-    std::vector<VELUDBValue> values = {
-        VELUDBValue::Text(record->path, strnlen(record->path, sizeof record->path))};
+    const std::string_view path = RecordPath(*record);
+    std::vector<VELUDBValue> values = {VELUDBValue::Text(path.data(), path.size())};
     for (const std::string &text : texts)
         values.push_back(TextValue(text));
     for (const int64_t number :
          {int64_t{record->width}, int64_t{record->height}, int64_t{record->iso}, record->file_size})
         values.push_back(VELUDBValue::Integer(std::max<int64_t>(number, 0)));
+    values.push_back((handed_over & kPhotoTitle) != 0 ? TextValue(title) : VELUDBValue());
+    values.push_back((handed_over & kPhotoDescription) != 0 ? TextValue(description) : VELUDBValue());
     RunScope scope;
     return scope.Finish(
         RunWrite(Catalogue::photo, StatementOf(StoreOperation::savePhoto), values.data(), values.size()) < 0
@@ -192,6 +226,7 @@ int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const c
         const std::string path = node->path;
         if (!PathIsAtOrUnder(path, from))
             continue;
+        together = together && path != from;
         portion.push_back(RenamedTo(path, to + path.substr(from.size())));
         if (portion.size() < kRenamedAtOnce)
             continue;

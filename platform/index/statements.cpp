@@ -31,13 +31,16 @@ constexpr char kSaveDirectory[] =
     "on conflict (path) do update set title = excluded.title, create_time = excluded.create_time, "
     "modify_time = excluded.modify_time";
 
+// A row that is there keeps what users have typed, unless they hand over something else.
 constexpr char kSavePhoto[] =
     "insert into photo_image (path, name, title, description, album, make, model, exposure, fnumber, "
     "date_taken, "
     "create_time, width, height, iso, file_size, updated) values ($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, "
     "$11, "
-    "$12, $13, $14, $15, '1') on conflict (path) do update set name = excluded.name, title = excluded.title, "
-    "description = excluded.description, album = excluded.album, make = excluded.make, model = "
+    "$12, $13, $14, $15, '1') on conflict (path) do update set name = excluded.name, "
+    "title = coalesce($16, photo_image.title, excluded.title), "
+    "description = coalesce($17, photo_image.description, excluded.description), "
+    "album = excluded.album, make = excluded.make, model = "
     "excluded.model, "
     "exposure = excluded.exposure, fnumber = excluded.fnumber, date_taken = excluded.date_taken, "
     "create_time = excluded.create_time, width = excluded.width, height = excluded.height, iso = "
@@ -121,7 +124,8 @@ std::string StatementText(int statement) {
         return "delete from photo_image where path = $1 and exists (select 1 from photo_image where path = "
                "$2)";
     case StoreOperation::renamePhoto:
-        return "update photo_image set path = $1, name = $2, album = $3 where path = $4";
+        return "update photo_image set path = $1, name = $2, album = $3, "
+               "title = case when title = $4 then $5 else title end where path = $6";
     case StoreOperation::renamePhotos:
         return RenamePhotosText();
     case StoreOperation::photoInTree:

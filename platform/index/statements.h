@@ -19,9 +19,9 @@ enum class StoreOperation : int {
     pathsInRange,  // from, before, how many: of a table of the photo catalogue
     mediaInRange, // from, before, how many: kind (kMediaTree for `directory`) and path of media rows, in their order
     keepPhotos,    // path, from, before
-    savePhoto,     // the columns of photo_image, the path first
+    savePhoto,     // the columns of photo_image, the path first; title and description handed over, else null
     displacePhoto, // path that is to be free, path that is to move there
-    renamePhoto,   // new path, name, album, old path
+    renamePhoto,   // new path, name, album, the titles by default of the old and the new name, old path
     renamePhotos,  // old path, new path, name, album: kRenamedAtOnce of them
     photoInTree,   // path, from, before
     markVideo,     // path

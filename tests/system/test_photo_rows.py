@@ -78,8 +78,11 @@ def test_a_text_is_handed_over_once(daemon):
     daemon.index(f"a:{path}")
     assert daemon.row("photo_image", path)["title"] == "Holiday"
     daemon.index(f"a:{path}")
-    assert texts(daemon.row("photo_image", path)) == {"name": "a.jpg", "title": "a", "description": "",
+    assert texts(daemon.row("photo_image", path)) == {"name": "a.jpg", "title": "Holiday", "description": "",
                                                       "album": "photo"}
+    daemon.store("update photo_image set title = 'typed since'")
+    daemon.index(f"a:{path}")
+    assert daemon.row("photo_image", path)["title"] == "typed since"
 
 
 @pytest.mark.parametrize("kind", ["directory", "pipe"])

@@ -108,6 +108,78 @@ TEST_P(PhotoStore, PhotoSaveWritesEveryColumnAndSetsTheMark) {
     EXPECT_EQ(SavePhoto(""), -1);
 }
 
+// What users read about the picture of a path.
+std::string Typed(const std::string &path) {
+    return Peer(photo_uri).Query("select title || '/' || description as x from photo_image where path = '" +
+                                 path + "'");
+}
+
+int SaveTyped(const std::string &path, const std::string &title, const std::string &description,
+              unsigned handed_over) {
+    PhotoRecord record = {};
+    Copy(record.path, sizeof record.path, path);
+    Copy(record.title, sizeof record.title, title);
+    Copy(record.description, sizeof record.description, description);
+    return PhotoInfoDBSaveHandedOver(&record, kIndexUpdate, handed_over);
+}
+
+TEST_P(PhotoStore, ARowKeepsWhatUsersTypedUntilTheyHandOverSomethingElse) {
+    const std::string path = "/p/a.b.jpg";
+    ASSERT_EQ(SaveTyped(path, "a.b", "", 0), 0);
+    EXPECT_EQ(Typed(path), "a.b/") << "a new row has the record's";
+    ASSERT_EQ(PhotoDBExec("update photo_image set title = 'Holiday', description = 'At sea'"), 1);
+    ASSERT_EQ(SaveTyped(path, "a.b", "", 0), 0);
+    EXPECT_EQ(Typed(path), "Holiday/At sea");
+    ASSERT_EQ(SaveTyped(path, "Trip", "not handed over", kPhotoTitle), 0);
+    EXPECT_EQ(Typed(path), "Trip/At sea");
+    ASSERT_EQ(SaveTyped(path, "not handed over", "", kPhotoDescription), 0);
+    EXPECT_EQ(Typed(path), "Trip/") << "an empty text is one";
+    ASSERT_EQ(SaveTyped(path, "a.b", "Ashore", kPhotoTitle | kPhotoDescription), 0);
+    EXPECT_EQ(Typed(path), "a.b/Ashore");
+    ASSERT_EQ(PhotoDBExec("update photo_image set title = '', description = null"), 1);
+    ASSERT_EQ(SaveTyped(path, "a.b", "", 0), 0);
+    EXPECT_EQ(Typed(path), "/");
+    ASSERT_EQ(PhotoDBExec("update photo_image set title = null"), 1);
+    ASSERT_EQ(SaveTyped(path, "a.b", "", 0), 0);
+    EXPECT_EQ(Typed(path), "a.b/");
+}
+
+TEST_P(PhotoStore, WithoutKnowingATextOtherThanTheDefaultIsTakenAsHandedOver) {
+    const std::string path = "/p/" + std::string(300, 'n') + ".jpg";
+    ASSERT_EQ(SavePhoto(path, "Holiday"), 0);
+    ASSERT_EQ(SavePhoto(path, std::string(254, 'n')), 0);
+    EXPECT_EQ(Typed(path), "Holiday/");
+    ASSERT_EQ(SavePhoto(path, "Trip"), 0);
+    EXPECT_EQ(Typed(path), "Trip/");
+    ASSERT_EQ(SavePhoto("/p/caf\xe9 .jpg", "Holiday"), 0);
+    ASSERT_EQ(SavePhoto("/p/caf\xe9 .jpg", "caf\xe9 "), 0);
+    EXPECT_EQ(Typed("/p/caf\xe9 .jpg"), "Holiday/");
+}
+
+// Renames a picture that has this title, and gives what it has then.
+std::string TitleBehindRename(const std::string &old_path, const std::string &title,
+                              const std::string &new_path) {
+    EXPECT_GE(PhotoDBExec("delete from photo_image"), 0);
+    EXPECT_EQ(SavePhoto(old_path, title), 0);
+    std::string path = old_path;
+    PhotoPathList list = {path.data(), nullptr};
+    EXPECT_EQ(VELUUpdatePhotoPath(&list, new_path.c_str(), old_path.c_str()), 0);
+    return Peer(photo_uri).Query("select title as x from photo_image where path = '" + new_path + "'");
+}
+
+TEST_P(PhotoStore, ARenameLeadsATitleByDefaultToThatOfTheNewName) {
+    EXPECT_EQ(TitleBehindRename("/p/a.b.jpg", "a.b", "/p/c.d.jpg"), "c.d");
+    EXPECT_EQ(TitleBehindRename("/p/a.b.jpg", "a", "/p/c.d.jpg"), "a") << "somebody has typed it";
+    EXPECT_EQ(TitleBehindRename("/p/a", "a", "/p.q/b"), "b");
+    EXPECT_EQ(TitleBehindRename("/p/ caf\xe9 .jpg", " caf\xe9 ", "/p/tea.jpg"), "tea");
+    EXPECT_EQ(TitleBehindRename("/p/tea.jpg", "tea", "/p/ caf\xe9 .jpg"), "caf\xc3\xa9");
+    const std::string long_name(253, 'n');
+    EXPECT_EQ(TitleBehindRename("/p/" + long_name + "\xc3\xa9.jpg", long_name + "\xc3", "/p/b.jpg"), "b")
+        << "the half of a character at the cut does not count";
+    EXPECT_EQ(TitleBehindRename("/p/b.jpg", "b", "/p/" + std::string(300, 'n') + ".jpg"),
+              std::string(254, 'n'));
+}
+
 TEST_P(PhotoStore, PhotoSweepTakesUnmarkedRows) {
     for (const char *path : {"/p/1", "/p/2", "/p/3"})
         ASSERT_EQ(SavePhoto(path), 0);
