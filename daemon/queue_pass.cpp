@@ -14,6 +14,7 @@
 #include "daemon/queue_kept.h"
 #include "daemon/queue_line.h"
 #include "daemon/queue_touch.h"
+#include "photo/hand_over_spool.h"
 #include "platform/limits.h"
 #include "platform/number_set.h"
 #include "platform/veluindex.h"
@@ -82,6 +83,14 @@ bool MustWait(const Pass &pass, const QueueRequest &request) {
     return asked && StoreIsAway(request);
 }
 
+// While a request is carried out again it is given the texts that were handed over to it before.
+struct TextsScope {
+    explicit TextsScope(bool again) { HandOverSpoolAgain(again); }
+    TextsScope(const TextsScope &) = delete;
+    TextsScope &operator=(const TextsScope &) = delete;
+    ~TextsScope() { HandOverSpoolAgain(false); }
+};
+
 void RequestDo(Pass *pass, const QueueRequest &request) {
     VELUIndexRunRequest(pass->number);
     if (MustWait(*pass, request)) {
@@ -91,6 +100,7 @@ void RequestDo(Pass *pass, const QueueRequest &request) {
     }
     pass->carried_out = true;
     VELUIndexRunPause();
+    const TextsScope texts(request.again);
     QueueRequestExecute(request);
     if (BlVELUIndexRunRequestFailed(pass->number))
         QueueTouchAdd(&pass->met, request);
@@ -248,6 +258,17 @@ void NotKeptTell(const QueueReader *copy, int reason) {
         syslog(LOG_ERR, "%s(%d): Failed to write %s. (%s)", kLogName, __LINE__, kKeptFile, strerror(reason));
 }
 
+// Drops what users handed over and is in its row on the disk by now: all but what a request that waits has to bring there.
+void TextsSettle(const Pass &pass) {
+    if (pass.writer.count() == 0)
+        HandOverSpoolSettle(nullptr);
+    else
+        HandOverSpoolSettle([&](const std::string &path) {
+            return pass.kept.whole.of[static_cast<size_t>(Catalogue::photo)] ||
+                   QueueTouchesPath(pass.kept, path);
+        });
+}
+
 void PassDo(Pass *pass, QueueReader *copy, bool again, QueuePassEnd *end) {
     const bool opened = OldOpen(pass);
     StretchesDo(pass, copy, again, &end->waits_newly);
@@ -255,6 +276,8 @@ void PassDo(Pass *pass, QueueReader *copy, bool again, QueuePassEnd *end) {
     const size_t kept = pass->writer.count();
     const bool read = opened && (!pass->old_there || OldCheck(*pass));
     end->waits = !read || kept > 0;
+    if (read && (copy == nullptr || copy->failure() == 0))
+        TextsSettle(*pass);
     if (copy != nullptr && copy->failure() != 0) {
         end->waits = true;
         ReadFailed(kQueueWorkingCopy, copy->failure());

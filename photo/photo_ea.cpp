@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "photo/photo_ea.h"
 
+#include <errno.h>
 #include <stdio.h>
 #include <string.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include "photo/hand_over_file.h"
+#include "photo/hand_over_spool.h"
 #include "platform/file.h"
 #include "platform/velusdk.h"
 
@@ -26,37 +29,35 @@ FileHandle AttributeOpen(const char *path) {
     return stream;
 }
 
-int TextTake(const char *path, const char *attribute, char (&field)[kPhotoTextSize]) {
+HandOver TextTake(const char *path, const char *attribute, char (&field)[kPhotoTextSize]) {
     char text[kPhotoTextSize] = "";
-    if (PhotoEaRead(path, attribute, text, sizeof text) != 0)
-        return 0;
-    memcpy(field, text, sizeof field);
-    return 1;
+    const HandOver found = HandOverTake(path, attribute, text, sizeof text);
+    if (found == HandOver::text)
+        memcpy(field, text, sizeof field);
+    return found;
 }
 
-int BadParameters(int line) {
+bool HasText(const char *value) {
+    return *value != '\0' && *value != '\n';
+}
+
+HandOver BadParameters(int line) {
     syslog(LOG_ERR, "%s:%d Bad parameters.", kLogName, line);
-    return 0;
+    return HandOver::failed;
 }
 
-} // namespace
-
-int PhotoEaRead(const char *path, const char *attribute, char *buffer, int size) {
-    if (path == nullptr || attribute == nullptr || buffer == nullptr || size < 1) {
-        syslog(LOG_ERR, "%s:%d Bad parameters.", kLogName, __LINE__);
-        return -1;
-    }
+HandOver FileTake(const char *path, const char *attribute, char *buffer, int size) {
     char file[kAttributePathSize] = "";
     if (VELUEAPath(path, attribute, file, sizeof file) != 0) {
         syslog(LOG_ERR, "%s:%d VELUEAPath() failed.", kLogName, __LINE__);
-        return -1;
+        return HandOver::failed;
     }
     if (!BlKLIBFileExist(file))
-        return -1;
+        return HandOver::absent;
     FileHandle stream = AttributeOpen(file);
     if (stream == nullptr) {
         syslog(LOG_ERR, "%s:%d failed to open file %s.", kLogName, __LINE__, file);
-        return -1;
+        return HandOver::failed;
     }
     // The stream stays open when this returns, on purpose, and the next one takes its place, so that any
     // number of attributes costs one descriptor.
@@ -65,20 +66,49 @@ int PhotoEaRead(const char *path, const char *attribute, char *buffer, int size)
     *buffer = '\0';
     if (fgets(buffer, size, last.get()) == nullptr && ferror(last.get())) {
         syslog(LOG_ERR, "%s:%d fgets() failed.", kLogName, __LINE__);
-        return -1;
+        return HandOver::failed;
     }
-    unlink(file);
-    return *buffer == '\0' || *buffer == '\n' ? -1 : 0;
+    if (HandOverSpoolAdd(path, attribute, buffer))
+        unlink(file);
+    else
+        syslog(LOG_ERR, "%s:%d failed to write %s. (%s) %s is left for the next time.", kLogName, __LINE__,
+               kHandOverSpool, strerror(errno), file);
+    return HasText(buffer) ? HandOver::text : HandOver::empty;
 }
 
-int PhotoTitleGet(const char *path, PhotoRecord *record) {
+} // namespace
+
+HandOver HandOverTake(const char *path, const char *attribute, char *buffer, int size) {
+    if (path == nullptr || attribute == nullptr || buffer == nullptr || size < 1)
+        return BadParameters(__LINE__);
+    const HandOver fresh = FileTake(path, attribute, buffer, size);
+    const std::string *spooled = IsHandedOver(fresh) ? nullptr : HandOverSpoolFind(path, attribute);
+    if (spooled == nullptr)
+        return fresh;
+    snprintf(buffer, static_cast<size_t>(size), "%s", spooled->c_str());
+    return HasText(buffer) ? HandOver::text : HandOver::empty;
+}
+
+int PhotoEaRead(const char *path, const char *attribute, char *buffer, int size) {
+    return HandOverTake(path, attribute, buffer, size) == HandOver::text ? 0 : -1;
+}
+
+HandOver PhotoTitleTake(const char *path, PhotoRecord *record) {
     if (path == nullptr || record == nullptr)
         return BadParameters(__LINE__);
     return TextTake(path, kTitleAttribute, record->title);
 }
 
-int PhotoDescGet(const char *path, PhotoRecord *record) {
+HandOver PhotoDescTake(const char *path, PhotoRecord *record) {
     if (path == nullptr || record == nullptr)
         return BadParameters(__LINE__);
     return TextTake(path, kDescAttribute, record->description);
+}
+
+int PhotoTitleGet(const char *path, PhotoRecord *record) {
+    return PhotoTitleTake(path, record) == HandOver::text;
+}
+
+int PhotoDescGet(const char *path, PhotoRecord *record) {
+    return PhotoDescTake(path, record) == HandOver::text;
 }

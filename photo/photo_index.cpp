@@ -24,14 +24,19 @@ constexpr char kLogName[] = "photo_index.c";
 
 static_assert(kPhotoTextSize == kMediaTextSize, "title and album have one rule for both records");
 
-void NamesStore(const char *path, PhotoRecord *record) {
+// Returns which texts were handed over, a bit of PhotoTexts for each.
+unsigned NamesStore(const char *path, PhotoRecord *record) {
     snprintf(record->path, sizeof record->path, "%s", path);
     snprintf(record->name, sizeof record->name, "%s", PathBaseName(path));
-    if (!PhotoTitleGet(path, record))
-        MediaTitleFromName(path, record->title);
-    PhotoDescGet(path, record);
+    MediaTitleFromName(path, record->title);
+    unsigned handed_over = 0;
+    if (IsHandedOver(PhotoTitleTake(path, record)))
+        handed_over |= kPhotoTitle;
+    if (IsHandedOver(PhotoDescTake(path, record)))
+        handed_over |= kPhotoDescription;
     if (!MediaAlbumFromPath(path, record->album))
         syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
+    return handed_over;
 }
 
 void CreateTimeStore(time_t changed, PhotoRecord *record) {
@@ -84,10 +89,10 @@ int PhotoIndexAdd(const char *path, int mode) {
     if (!IsLibraryPath(path))
         return -1;
     PhotoRecord record = {};
-    NamesStore(path, &record);
+    const unsigned handed_over = NamesStore(path, &record);
     if (!FileStore(path, &record))
         return -1;
-    if (PhotoInfoDBSave(&record, mode) != 0) {
+    if (PhotoInfoDBSaveHandedOver(&record, mode, handed_over) != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to save photo info.", kLogName, __LINE__);
         return -1;
     }

@@ -7,6 +7,7 @@
 
 #include "daemon/index.h"
 #include "daemon/walker.h"
+#include "photo/hand_over_spool.h"
 #include "photo/photo_index.h"
 #include "photo/photo_rows.h"
 #include "photo/photo_sync.h"
@@ -74,11 +75,7 @@ int VideoRowRename(const VELUIndexRows *rows, const char *table, const char *new
     return -1;
 }
 
-} // namespace
-
-int PhotoPathRename(const char *new_path, const char *old_path, int is_dir) {
-    if (IsEmpty(new_path) || IsEmpty(old_path))
-        return BadParameter(__LINE__);
+int RowsRename(const char *new_path, const char *old_path, bool is_dir) {
     const char *dot = strrchr(new_path, '.');
     const bool is_file = dot != nullptr && !IsDirExist(new_path);
     const PhotoFileKind kind = is_file ? PhotoFileKindGet(dot + 1) : PhotoFileKind::none;
@@ -105,6 +102,27 @@ int PhotoPathRename(const char *new_path, const char *old_path, int is_dir) {
         return 0;
     syslog(LOG_ERR, "%s (%d) Failed to rename to new path.", kLogName, __LINE__);
     return -1;
+}
+
+// Brings texts to their rows that were handed over before the rename, and did not arrive then.
+void TextsDeliver(const char *path) {
+    for (const std::string &picture : HandOverSpoolPaths(path)) {
+        uint64_t size = 0;
+        if (IsFileExist(picture.c_str(), &size) &&
+            IsLibraryPicture(picture.c_str(), static_cast<int64_t>(size)))
+            PhotoIndexAdd(picture.c_str(), kIndexUpdate);
+    }
+}
+
+} // namespace
+
+int PhotoPathRename(const char *new_path, const char *old_path, int is_dir) {
+    if (IsEmpty(new_path) || IsEmpty(old_path))
+        return BadParameter(__LINE__);
+    HandOverSpoolRename(new_path, old_path);
+    const int result = RowsRename(new_path, old_path, is_dir != 0);
+    TextsDeliver(new_path);
+    return result;
 }
 
 int PhotoVideoInfoPathRename(int table, const char *new_prefix, const char *old_prefix) {

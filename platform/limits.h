@@ -182,6 +182,10 @@ inline constexpr int64_t kQueueRetryLast = 600'000;
 inline constexpr int kQueueKeptDaysMax = 7;
 inline constexpr int64_t kQueueKeptMillisecondsMax = int64_t{kQueueKeptDaysMax} * 24 * 60 * 60 * 1000;
 
+// Bytes of the spool of texts that users have handed over and whose rows are not on the disk yet. It holds tens of
+// thousands of titles; what comes behind them stays in its own file.
+inline constexpr int64_t kHandOverSpoolMax = int64_t{8} << 20;
+
 // --- Queues of the converters ------------------------------------------------------------------------------
 
 // Seconds, and attempts after the first, that a queue without rights is waited for. Its readers take them away for
