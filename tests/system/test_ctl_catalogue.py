@@ -244,7 +244,7 @@ def test_an_unreachable_catalogue_is_told_with_its_reason(box):
 def test_manual_and_completion_know_every_command_and_option(box):
     manual, completion = box.ctl("--man")["out"].replace("\\-", "-"), box.ctl("--completion")["out"]
     commands = re.findall(r"^  ([a-z]+)  ", box.ctl("--help")["out"], re.MULTILINE)
-    assert len(commands) == 13
+    assert len(commands) == 14
     for command in commands:
         assert f'.SS "{command}' in manual
         for option in re.findall(r"--[a-z-]+", box.ctl(command, "--help")["out"]):
@@ -254,3 +254,17 @@ def test_manual_and_completion_know_every_command_and_option(box):
     box.write("/tmp/completion", completion)
     script = ". /tmp/completion; COMP_WORDS=(veluctl reindex v); COMP_CWORD=2; _veluctl; echo ${COMPREPLY[*]}"
     assert box.box.ask("run", arguments=["/bin/bash", "-c", script], environment={}, timeout=9)["out"] == "video\n"
+
+
+def test_forget_removes_what_is_gone_and_refuses_what_is_there(daemon, samples):
+    gone, there = "/volume1/music/Gone", "/volume1/music/There"
+    for folder in (gone, there):
+        daemon.copy(samples / "tagged.mp3", f"{folder}/tagged.mp3")
+    daemon.index("A:/volume1/music")
+    os.rename(daemon.box.path(gone), daemon.box.path("/tmp/gone"))
+    assert daemon.ctl("forget", there)["status"] == REFUSED
+    assert daemon.ctl("forget", "/volume1/music/none")["status"] == FOUND
+    assert daemon.media_paths() == [f"{gone}/tagged.mp3", f"{there}/tagged.mp3"]
+    assert daemon.ctl("forget", "--yes", gone)["out"] == "Forgotten.\n"
+    assert daemon.media_paths() == [f"{there}/tagged.mp3"]
+    assert gone not in daemon.paths("directory")
