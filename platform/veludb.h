@@ -96,6 +96,9 @@ int VELUDBSync(VELUDB *db);
 // a constraint, bad syntax).
 int BlVELUDBStoreFailed(const VELUDB *db);
 
+// 1 when it was for want of this process's memory: the database may well answer the next statement.
+int BlVELUDBOutOfMemory(const VELUDB *db);
+
 // 0 once the connection has broken: a server behind it may have died, and lost what was committed since VELUDBSync.
 int BlVELUDBConnected(const VELUDB *db);
 

@@ -6,6 +6,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <new>
 
 #include "platform/db/engine.h"
 #include "platform/db/sqlite_connection.h"
@@ -20,7 +21,12 @@ const SqliteConnection *Connection(const void *connection) {
     return static_cast<const SqliteConnection *>(connection);
 }
 
+constexpr int kPrimaryCode = 0xff; // an extended result code carries its primary code in the low byte
+
+// A want of memory is this process's affair, wherever it is met, and not the database's.
 int Fail(SqliteConnection *connection, int code, const char *words) {
+    if ((code & kPrimaryCode) == SQLITE_NOMEM)
+        throw std::bad_alloc();
     connection->code = code;
     connection->error = words;
     return -1;
@@ -200,7 +206,6 @@ bool LacksTable(const SqliteConnection *connection) {
 }
 
 int StoreFailed(const void *handle) {
-    constexpr int kPrimaryCode = 0xff; // an extended result code carries its primary code in the low byte
     switch (Connection(handle)->code & kPrimaryCode) {
     case SQLITE_ERROR:
         return LacksTable(Connection(handle)) ? 1 : 0;
@@ -213,7 +218,6 @@ int StoreFailed(const void *handle) {
     case SQLITE_IOERR:
     case SQLITE_LOCKED:
     case SQLITE_NOLFS:
-    case SQLITE_NOMEM:
     case SQLITE_NOTADB:
     case SQLITE_PERM:
     case SQLITE_PROTOCOL:

@@ -269,6 +269,10 @@ int BlVELUDBStoreFailed(const VELUDB *db) {
     return db == nullptr || db->out_of_memory || db->engine->store_failed(db->connection) != 0;
 }
 
+int BlVELUDBOutOfMemory(const VELUDB *db) {
+    return db != nullptr && db->out_of_memory;
+}
+
 int BlVELUDBConnected(const VELUDB *db) {
     return db != nullptr && db->engine->connected(db->connection) != 0;
 }

@@ -63,19 +63,28 @@ void SetLost(Catalogue catalogue) {
     ++PartOf(catalogue).losses;
 }
 
-// A statement of a request has failed. One that has its own row to blame has a line of its own; of those that find no
-// store to take them, the first of a run has.
-void StatementFailed(Catalogue catalogue, uint64_t request, const char *about, const char *reason,
-                     bool store_failed) {
-    Session &session = SessionOf(catalogue);
+// A statement of a request has failed. True when its store is to blame.
+bool StatementCount(Catalogue catalogue, uint64_t request, const VELUDB *db) {
     ++PartOf(catalogue).failures;
-    if (!store_failed || !session.away_told)
-        LogFailure(catalogue, about, reason);
-    if (!store_failed)
-        return;
-    session.away_told = true;
-    SetAway(&session);
-    AccountLost(&account, catalogue, request, reason);
+    if (BlVELUDBStoreFailed(db) == 0)
+        return false;
+    if (BlVELUDBOutOfMemory(db) != 0)
+        run.away = true; // for this statement, while the next may find memory
+    else
+        SetAway(&SessionOf(catalogue));
+    AccountLost(&account, catalogue, request, VELUDBErrorGet(db));
+    return true;
+}
+
+// The same, with a line: one that has its own row to blame has one of its own; of those that find no store to take them,
+// the first of a run has.
+bool StatementFailed(Catalogue catalogue, uint64_t request, const char *about, const VELUDB *db) {
+    const bool store_failed = StatementCount(catalogue, request, db);
+    bool &told = SessionOf(catalogue).away_told;
+    if (!store_failed || !told)
+        LogFailure(catalogue, about, VELUDBErrorGet(db));
+    told = told || store_failed;
+    return store_failed;
 }
 
 // False when there is no connection, which is then told.
@@ -146,11 +155,8 @@ void BatchDoAgain(Catalogue catalogue, const Batch &batch) {
             continue;
         }
         SetLost(catalogue);
-        VELUDB *db = session.connection->db.get();
-        const bool store_failed = BlVELUDBStoreFailed(db) != 0;
-        StatementFailed(catalogue, request, About(values.data(), values.size()).c_str(), VELUDBErrorGet(db),
-                        store_failed);
-        if (store_failed)
+        if (StatementFailed(catalogue, request, About(values.data(), values.size()).c_str(),
+                            session.connection->db.get()))
             Drop(catalogue);
     }
 }
@@ -216,10 +222,8 @@ bool Recovered(Catalogue catalogue) {
 
 int OperationFailed(Catalogue catalogue, const char *about) {
     Session &session = SessionOf(catalogue);
-    VELUDB *db = session.connection->db.get();
-    const bool store_failed = BlVELUDBStoreFailed(db) != 0;
-    StatementFailed(catalogue, account.request, about, VELUDBErrorGet(db), store_failed);
-    if (store_failed && !session.batch_open)
+    if (StatementFailed(catalogue, account.request, about, session.connection->db.get()) &&
+        !session.batch_open)
         Drop(catalogue);
     return -1;
 }
@@ -308,13 +312,10 @@ StoreConnectionRef RunConnection(Catalogue catalogue) {
 
 bool RunBorrowedFailed(Catalogue catalogue, VELUDB *db) {
     Session &session = SessionOf(catalogue);
-    ++PartOf(catalogue).failures;
-    if (BlVELUDBStoreFailed(db) == 0)
+    if (!StatementCount(catalogue, account.request, db))
         return true;
     const bool first = !session.away_told;
     session.away_told = true;
-    SetAway(&session);
-    AccountLost(&account, catalogue, account.request, VELUDBErrorGet(db));
     if (session.connection != nullptr && session.connection->db.get() == db)
         Drop(catalogue);
     return first;
