@@ -31,8 +31,12 @@ VELUDB *VELUDBOpenExisting(const char *uri, const char *owner = nullptr);
 // What the URI of a file begins with.
 inline constexpr char kVELUDBFileScheme[] = "sqlite:";
 
-// The path of the file that a URI names, within it; null for a server or a missing URI.
+// Returns the path of the file that a URI names, within it; null for a server or a missing URI.
 const char *VELUDBFileGet(const char *uri);
+
+// Returns what is behind the scheme of a server's URI, within it; null for a file, for a scheme that no engine has, and
+// for a missing URI.
+const char *VELUDBServerGet(const char *uri);
 
 // Rolls back what is not committed and closes. Null does nothing.
 void VELUDBClose(VELUDB *db);
@@ -74,8 +78,8 @@ int VELUDBRun(VELUDB *db, int statement, const VELUDBValue *values, size_t count
 // Runs a prepared statement for its rows. Null on failure.
 ResultHandle VELUDBRunQuery(VELUDB *db, int statement, const VELUDBValue *values, size_t count);
 
-// Transactions. Begin and Commit return 0 or -1 (a failed commit has rolled back). InTransaction is 0 once
-// the engine has given the transaction up by itself.
+// Begin, commit and roll back transactions. Begin and Commit return 0 or -1 (a failed commit has rolled
+// back). InTransaction is 0 once the engine has given the transaction up by itself.
 int VELUDBBegin(VELUDB *db);
 int VELUDBCommit(VELUDB *db);
 void VELUDBRollback(VELUDB *db);
@@ -91,37 +95,38 @@ int VELUDBInTransaction(const VELUDB *db);
 // Brings everything that was committed safely to the disk. Returns 0 or -1.
 int VELUDBSync(VELUDB *db);
 
-// 1 when the last failure was the database's, so that the same statement may succeed later: it is unreachable, locked,
-// slow, full, read-only or damaged, or lacks rights, tables or memory. 0 when it was the statement's own (its row's values,
-// a constraint, bad syntax).
+// Returns 1 when the last failure was the database's, so that the same statement may succeed later: it is
+// unreachable, locked, slow, full, read-only or damaged, or lacks rights, tables or memory. Returns 0 when it
+// was the statement's own (its row's values, a constraint, bad syntax).
 int BlVELUDBStoreFailed(const VELUDB *db);
 
-// 1 when it was for want of this process's memory: the database may well answer the next statement.
+// Returns 1 when it was for want of this process's memory: the database may well answer the next statement.
 int BlVELUDBOutOfMemory(const VELUDB *db);
 
-// 0 once the connection has broken: a server behind it may have died, and lost what was committed since VELUDBSync.
+// Returns 0 once the connection has broken: a server behind it may have died, and lost what was committed
+// since VELUDBSync.
 int BlVELUDBConnected(const VELUDB *db);
 
-// What the connection's engine is called ("sqlite", "postgresql"), for people.
+// Returns what the connection's engine is called ("sqlite", "postgresql"), for people.
 const char *VELUDBEngineName(const VELUDB *db);
 
-// How it spells what the schema needs (platform/db/words.h). Not for a null connection.
+// Returns how it spells what the schema needs (platform/db/words.h). Not for a null connection.
 const VELUDBWords &VELUDBWordsOf(const VELUDB *db);
 
-// The text of the connection's last failure, valid until its next call; never null.
+// Returns the text of the connection's last failure, valid until its next call; never null.
 const char *VELUDBErrorGet(const VELUDB *db);
 
-// Number of rows and columns of a result; 0 for null.
+// Return the number of rows and columns of a result; 0 for null.
 int VELUDBRowCount(const VELUDBResult *result);
 int VELUDBColumnCount(const VELUDBResult *result);
 
-// The name of a column from 0 on, owned by the result; null when there is no such column.
+// Returns the name of a column from 0 on, owned by the result; null when there is no such column.
 const char *VELUDBColumnName(const VELUDBResult *result, int column);
 
 // Steps to the next row: *row begins at -1 and is advanced. Returns 0, or -1 behind the last row.
 int VELUDBFetchRow(const VELUDBResult *result, int *row);
 
-// The field of a row by column name, owned by the result; null for NULL, an unknown column or row.
+// Returns the field of a row by column name, owned by the result; null for NULL, an unknown column or row.
 const char *VELUDBFetchField(const VELUDBResult *result, int row, const char *column);
 
 // Makes `length` bytes of `in` safe between the single quotes of an SQL literal, on both engines. `out` must

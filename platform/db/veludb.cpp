@@ -29,7 +29,7 @@ constexpr char kOutOfMemory[] = "out of memory";
 
 constexpr size_t kReasonSize = 4352; // a path and the system's words
 
-// What a URI begins with, and where the engine for it is.
+// What a URI begins with, and where the engine for it is. The one list of them.
 struct Scheme {
     std::string_view prefix;
     const char *module; // null: linked in
@@ -41,13 +41,17 @@ constexpr Scheme kSchemes[] = {
     {"postgres://", "veludb-postgresql.so"},
 };
 
+const Scheme *SchemeOf(std::string_view uri) {
+    for (const Scheme &scheme : kSchemes)
+        if (uri.starts_with(scheme.prefix))
+            return &scheme;
+    return nullptr;
+}
+
 const VELUDBEngine *EngineOf(const char *uri, std::string *error) {
     const std::string_view text(uri);
-    for (const Scheme &scheme : kSchemes) {
-        if (text.substr(0, scheme.prefix.size()) != scheme.prefix)
-            continue;
-        return scheme.module == nullptr ? SqliteEngine() : ModuleEngine(scheme.module, error);
-    }
+    if (const Scheme *scheme = SchemeOf(text); scheme != nullptr)
+        return scheme->module == nullptr ? SqliteEngine() : ModuleEngine(scheme->module, error);
     // Only the scheme is named: the rest of a mistyped URI may hold a password.
     *error = "no database is known as \"" + std::string(text.substr(0, text.find(':'))) + "\"";
     return nullptr;
@@ -177,6 +181,11 @@ VELUDB *VELUDBOpenExisting(const char *uri, const char *owner) {
 const char *VELUDBFileGet(const char *uri) {
     constexpr size_t kLength = std::string_view(kVELUDBFileScheme).size();
     return uri != nullptr && strncmp(uri, kVELUDBFileScheme, kLength) == 0 ? uri + kLength : nullptr;
+}
+
+const char *VELUDBServerGet(const char *uri) {
+    const Scheme *scheme = uri != nullptr ? SchemeOf(uri) : nullptr;
+    return scheme != nullptr && scheme->module != nullptr ? uri + scheme->prefix.size() : nullptr;
 }
 
 void VELUDBClose(VELUDB *db) {

@@ -26,7 +26,7 @@ bool IsFolder(const std::string &path) {
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// A folder is made where it is missing; not below what is none.
+// A missing folder would be made, unless what is above it is no folder.
 std::string FolderProblem(std::string path) {
     if (!path.starts_with('/'))
         return kRelative;
@@ -66,10 +66,8 @@ std::string ServerProblem(std::string_view uri) {
 std::string CatalogueProblem(const std::string &uri) {
     if (const char *file = VELUDBFileGet(uri.c_str()); file != nullptr)
         return FileProblem(file);
-    for (const std::string_view scheme : {"postgresql://", "postgres://"}) {
-        if (uri.starts_with(scheme))
-            return ServerProblem(std::string_view(uri).substr(scheme.size()));
-    }
+    if (const char *server = VELUDBServerGet(uri.c_str()); server != nullptr)
+        return ServerProblem(server);
     return "is neither sqlite:PATH nor postgresql://...";
 }
 
@@ -79,7 +77,7 @@ bool IsProgram(const std::string &path) {
 }
 
 std::string ProgramProblem(const std::string &command) {
-    // What the shell makes of more than plain words is its own affair.
+    // Only plain words are looked at: what the shell makes of anything else is not known here.
     if (command.find_first_of("\"'`$\\;&|(){}<>*?[]~") != std::string::npos)
         return {};
     const std::string name = command.substr(0, command.find_first_of(" \t"));
