@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// The columns of a media row: one list of name, kind and member, from which the binding of rows, the validity of
-// records, what is taken from the probe and the tools' tables follow. The tables themselves are made by steps that
-// never change (schema_steps.cpp), which are checked against it.
+// The columns of a media row: one list of name, kind, meaning and member, from which the binding of rows, the validity
+// of records, what is taken from the probe, the tools' tables and the manual velu-catalogue(5) follow. The tables
+// themselves are made by steps that never change (schema_steps.cpp), which are checked against it.
 #pragma once
 
 #include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 
+#include <string_view>
 #include <type_traits>
 
 #include "platform/media_record.h"
@@ -33,9 +34,13 @@ enum class ColumnSource : uint8_t {
     probe, // and the readers
 };
 
+// The meaning of a column that the manual describes together with the one in front of it.
+inline constexpr char kWithTheOneBefore[] = "";
+
 struct MediaColumn {
     const char *name;    // of column and member
     const char *heading; // for people
+    const char *meaning; // for the manual: sentences, or kWithTheOneBefore
     ColumnKind kind;
     ColumnSource source;
     size_t offset;       // in the record
@@ -65,49 +70,53 @@ constexpr bool ColumnKindFits(ColumnKind kind) {
 }
 
 template <typename Member, ColumnKind Kind>
-constexpr MediaColumn MediaColumnOf(const char *name, const char *heading, ColumnSource source, size_t offset,
-                                    size_t utf16_offset) {
+constexpr MediaColumn MediaColumnOf(const char *name, const char *heading, const char *meaning,
+                                    ColumnSource source, size_t offset, size_t utf16_offset) {
     static_assert(ColumnKindFits<Member>(Kind), "the kind of the column does not fit the type of the member");
-    return {name, heading, Kind, source, offset, sizeof(Member), utf16_offset};
+    return {name, heading, meaning, Kind, source, offset, sizeof(Member), utf16_offset};
 }
 
-#define MEDIA_COLUMN(member, kind, source, heading)                                                          \
-    MediaColumnOf<decltype(MediaInfo::member), ColumnKind::kind>(#member, heading, ColumnSource::source,     \
-                                                                 offsetof(MediaInfo, member), 0)
-#define MEDIA_TAG(member, source, heading)                                                                   \
-    MediaColumnOf<decltype(MediaInfo::member), ColumnKind::tag>(#member, heading, ColumnSource::source,      \
-                                                                offsetof(MediaInfo, member),                 \
-                                                                offsetof(MediaInfo, member##_utf16))
+#define MEDIA_COLUMN(member, kind, source, heading, meaning)                                                 \
+    MediaColumnOf<decltype(MediaInfo::member), ColumnKind::kind>(                                            \
+        #member, heading, meaning, ColumnSource::source, offsetof(MediaInfo, member), 0)
+#define MEDIA_TAG(member, source, heading, meaning)                                                          \
+    MediaColumnOf<decltype(MediaInfo::member), ColumnKind::tag>(                                             \
+        #member, heading, meaning, ColumnSource::source, offsetof(MediaInfo, member),                        \
+        offsetof(MediaInfo, member##_utf16))
 
 // The key first, the others in the order in which people see them.
 inline constexpr MediaColumn kMediaRowColumns[] = {
-    MEDIA_COLUMN(path, path, file_system, "PATH"),
-    MEDIA_TAG(title, probe, "TITLE"),
-    MEDIA_TAG(artist, probe, "ARTIST"),
-    MEDIA_TAG(album, probe, "ALBUM"),
-    MEDIA_TAG(genre, probe, "GENRE"),
-    MEDIA_TAG(composer, readers, "COMPOSER"),
-    MEDIA_TAG(comment, readers, "COMMENT"),
-    MEDIA_COLUMN(track, number, probe, "TRACK"),
-    MEDIA_COLUMN(disc, number, readers, "DISC"),
-    MEDIA_COLUMN(year, number, probe, "YEAR"),
-    MEDIA_COLUMN(duration, seconds, probe, "TIME"),
-    MEDIA_COLUMN(audio_bitrate, count, probe, "AUDIO BIT/S"),
-    MEDIA_COLUMN(video_bitrate, count, probe, "VIDEO BIT/S"),
-    MEDIA_COLUMN(sample_rate, count, probe, "HZ"),
-    MEDIA_COLUMN(channels, count, probe, "CHANNELS"),
-    MEDIA_COLUMN(width, count, probe, "WIDTH"),
-    MEDIA_COLUMN(height, count, probe, "HEIGHT"),
-    MEDIA_COLUMN(file_size, bytes, file_system, "SIZE"),
-    MEDIA_COLUMN(create_time, text, file_system, "CHANGED"),
-    MEDIA_COLUMN(modify_time, text, file_system, "WRITTEN"),
-    MEDIA_COLUMN(has_cover, flag, readers, "COVER"),
-    MEDIA_COLUMN(camera_make, text, readers, "MAKE"),
-    MEDIA_COLUMN(camera_model, text, readers, "CAMERA"),
-    MEDIA_COLUMN(exposure_time, text, readers, "EXPOSURE"),
-    MEDIA_COLUMN(f_number, text, readers, "F"),
-    MEDIA_COLUMN(date_taken, text, readers, "TAKEN"),
-    MEDIA_COLUMN(iso_speed, small, readers, "ISO"),
+    MEDIA_COLUMN(path, path, file_system, "PATH", "The file, byte by byte as the file system has it."),
+    MEDIA_TAG(title, probe, "TITLE",
+              "As tagged. Without a tag the title is the file's name less its extension and the album the "
+              "name of its directory."),
+    MEDIA_TAG(artist, probe, "ARTIST", kWithTheOneBefore),
+    MEDIA_TAG(album, probe, "ALBUM", kWithTheOneBefore),
+    MEDIA_TAG(genre, probe, "GENRE", kWithTheOneBefore),
+    MEDIA_TAG(composer, readers, "COMPOSER", kWithTheOneBefore),
+    MEDIA_TAG(comment, readers, "COMMENT", kWithTheOneBefore),
+    MEDIA_COLUMN(track, number, probe, "TRACK", "0 means unknown."),
+    MEDIA_COLUMN(disc, number, readers, "DISC", kWithTheOneBefore),
+    MEDIA_COLUMN(year, number, probe, "YEAR", kWithTheOneBefore),
+    MEDIA_COLUMN(duration, seconds, probe, "TIME", "Seconds. On a server the type is double precision."),
+    MEDIA_COLUMN(audio_bitrate, count, probe, "AUDIO BIT/S", "Bits per second."),
+    MEDIA_COLUMN(video_bitrate, count, probe, "VIDEO BIT/S", kWithTheOneBefore),
+    MEDIA_COLUMN(sample_rate, count, probe, "HZ", "Hz, and the number of channels."),
+    MEDIA_COLUMN(channels, count, probe, "CHANNELS", kWithTheOneBefore),
+    MEDIA_COLUMN(width, count, probe, "WIDTH", "Pixels."),
+    MEDIA_COLUMN(height, count, probe, "HEIGHT", kWithTheOneBefore),
+    MEDIA_COLUMN(file_size, bytes, file_system, "SIZE", "Bytes."),
+    MEDIA_COLUMN(create_time, text, file_system, "CHANGED",
+                 "The last change of the file's status and the last write, local time, YYYY-MM-DD HH:MM:SS; "
+                 "of a playlist in the form Sun Sep  9 01:46:40 2001."),
+    MEDIA_COLUMN(modify_time, text, file_system, "WRITTEN", kWithTheOneBefore),
+    MEDIA_COLUMN(has_cover, flag, readers, "COVER", "1 when a cover picture was stored."),
+    MEDIA_COLUMN(camera_make, text, readers, "MAKE", "Of a photo, from its EXIF data."),
+    MEDIA_COLUMN(camera_model, text, readers, "CAMERA", kWithTheOneBefore),
+    MEDIA_COLUMN(exposure_time, text, readers, "EXPOSURE", kWithTheOneBefore),
+    MEDIA_COLUMN(f_number, text, readers, "F", kWithTheOneBefore),
+    MEDIA_COLUMN(date_taken, text, readers, "TAKEN", kWithTheOneBefore),
+    MEDIA_COLUMN(iso_speed, small, readers, "ISO", "Of a photo, from its EXIF data."),
 };
 
 #undef MEDIA_TAG
@@ -124,7 +133,28 @@ inline constexpr size_t kMediaPaddingBytes = 2; // in front of the duration
 static_assert(MediaColumnBytes() + kMediaReservedBytes + kMediaPaddingBytes == sizeof(MediaInfo),
               "a member of the record has no column");
 
-// The member of a column.
+// Returns the column's type as the schema's steps have it (platform/index/schema.h).
+constexpr std::string_view ColumnSqlType(ColumnKind kind) {
+    switch (kind) {
+    case ColumnKind::path:
+        return "PATH";
+    case ColumnKind::tag:
+    case ColumnKind::text:
+        return "text";
+    case ColumnKind::seconds:
+        return "REAL";
+    case ColumnKind::number:
+    case ColumnKind::flag:
+    case ColumnKind::small:
+        return "integer";
+    case ColumnKind::count:
+    case ColumnKind::bytes:
+        break;
+    }
+    return "bigint";
+}
+
+// Returns the member of a column.
 inline const char *MediaField(const MediaInfo &record, const MediaColumn &column) {
     return static_cast<const char *>(static_cast<const void *>(&record)) + column.offset;
 }
@@ -138,7 +168,7 @@ Member MediaFieldAs(const MediaInfo &record, const MediaColumn &column) {
     return value;
 }
 
-// Whether a column's text is raw UTF-16.
+// Returns whether a column's text is raw UTF-16.
 inline bool MediaFieldIsUtf16(const MediaInfo &record, const MediaColumn &column) {
     int32_t flag = 0;
     if (column.kind == ColumnKind::tag)

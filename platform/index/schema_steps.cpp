@@ -25,7 +25,7 @@ bool KeepsSpelledBooleans(const VELUDBWords &engine) {
     return engine.keeps_spelled_booleans;
 }
 
-// The two spellings of the statements on albums become one.
+// Statements on albums spell a boolean in two ways; these triggers make one of them.
 #define PLAIN_BOOLEAN(column)                                                                                \
     column " = case when " column " is null then null when lower(" column                                    \
            ") in ('t', 'true', '1') then 't' "                                                               \
@@ -69,27 +69,7 @@ constexpr SchemaStep kSteps[] = {
 #undef PLAIN_BOOLEAN
 #undef MEDIA_TABLE
 
-constexpr std::string_view SqlType(ColumnKind kind) {
-    switch (kind) {
-    case ColumnKind::path:
-        return "PATH";
-    case ColumnKind::tag:
-    case ColumnKind::text:
-        return "text";
-    case ColumnKind::seconds:
-        return "REAL";
-    case ColumnKind::number:
-    case ColumnKind::flag:
-    case ColumnKind::small:
-        return "integer";
-    case ColumnKind::count:
-    case ColumnKind::bytes:
-        break;
-    }
-    return "bigint";
-}
-
-// What a step declares for a table, as "name type, name type": all of it, or what an "alter" adds.
+// Returns what a step declares for a table, as "name type, name type": all of it, or what an "alter" adds.
 constexpr std::string_view Declarations(std::string_view sql, std::string_view table) {
     for (const std::string_view head :
          {std::string_view("create table "), std::string_view("alter table ")}) {
@@ -103,10 +83,10 @@ constexpr std::string_view Declarations(std::string_view sql, std::string_view t
     return {};
 }
 
-// Whether one of the declarations is that of the column.
+// Returns whether one of the declarations is that of the column.
 constexpr bool Declares(std::string_view declarations, const MediaColumn &column) {
     const std::string_view name = column.name;
-    const std::string_view type = SqlType(column.kind);
+    const std::string_view type = ColumnSqlType(column.kind);
     for (size_t at = 0; at < declarations.size();) {
         const std::string_view one = declarations.substr(at);
         if (one.starts_with(name) && one.substr(name.size()).starts_with(' ') &&
@@ -120,7 +100,7 @@ constexpr bool Declares(std::string_view declarations, const MediaColumn &column
     return false;
 }
 
-// Whether the steps together give a table the columns of the list, and no others.
+// Returns whether the steps together give a table the columns of the list, and no others.
 constexpr bool StepsMakeColumnsOf(std::string_view table) {
     size_t declared = 0;
     size_t listed = 0;

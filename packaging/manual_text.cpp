@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Writes what people read about the keys, from the keys' own table, while the tree is built:
-//   configuration_text man TEMPLATE       veluinfo.conf(5); a line ".\" keys of FILE" becomes that file's keys
-//   configuration_text sample [KEY=VALUE...]  a sample of /etc/veluinfo.conf with these keys set
+// Writes what people read about keys and columns, from their own tables, while the tree is built:
+//   manual_text man TEMPLATE            a manual; a line ".\" keys of FILE" becomes that file's keys, a line
+//                                       ".\" columns of the media tables" the columns
+//   manual_text sample [KEY=VALUE...]   a sample of /etc/veluinfo.conf with these keys set
 #include <string.h>
 
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <string>
 #include <string_view>
 
 #include "platform/configuration.h"
+#include "platform/index/media_columns.h"
 #include "tools/shared/roff.h"
 #include "tools/shared/text_wrap.h"
 
@@ -25,19 +28,43 @@ std::string KeyEntry(const ConfigurationKey &key) {
            "Default:\n.BR " + RoffText(key.standard) + " .\n";
 }
 
+void KeysWrite(std::string_view file) {
+    for (const ConfigurationKey &key : kConfigurationKeys) {
+        if (file == key.file)
+            std::cout << KeyEntry(key);
+    }
+}
+
+// The type in the words of people.
+std::string TypeText(ColumnKind kind) {
+    if (kind == ColumnKind::path)
+        return "text, primary key";
+    return kind == ColumnKind::seconds ? "real" : std::string(ColumnSqlType(kind));
+}
+
+// Columns that are described together have one entry.
+void ColumnsWrite() {
+    const MediaColumn *column = std::begin(kMediaRowColumns);
+    while (column != std::end(kMediaRowColumns)) {
+        const MediaColumn &first = *column;
+        std::string names = std::string("\\fB") + first.name + "\\fR";
+        for (++column; column != std::end(kMediaRowColumns) && *column->meaning == '\0'; ++column)
+            names += std::string(", \\fB") + column->name + "\\fR";
+        std::cout << RoffEntry(names + ", " + TypeText(first.kind), first.meaning);
+    }
+}
+
 int ManualWrite(const char *page) {
     constexpr std::string_view kKeysOf = ".\\\" keys of ";
     std::ifstream input(page);
     std::string line;
     while (std::getline(input, line)) {
-        if (!line.starts_with(kKeysOf)) {
+        if (line.starts_with(kKeysOf))
+            KeysWrite(std::string_view(line).substr(kKeysOf.size()));
+        else if (line == ".\\\" columns of the media tables")
+            ColumnsWrite();
+        else
             std::cout << line << '\n';
-            continue;
-        }
-        for (const ConfigurationKey &key : kConfigurationKeys) {
-            if (line.substr(kKeysOf.size()) == key.file)
-                std::cout << KeyEntry(key);
-        }
     }
     return input.eof() ? 0 : kFailed;
 }
