@@ -117,16 +117,22 @@ constexpr const char *kAlbumTexts[] = {"sharename", "title", "description"};
 constexpr const char *kAlbumBrief[] = {"shareid", "title", "public", "hits", "sharename"};
 
 constexpr CatalogueTable kTables[] = {
-    {"music", "music", Catalogue::media, "path", true, true, kMedia, kMediaBrief, kMediaTexts},
-    {"video", "video", Catalogue::media, "path", true, true, kMedia, kMediaBrief, kMediaTexts},
-    {"photo", "photo", Catalogue::media, "path", true, true, kMedia, kPictureBrief, kMediaTexts},
-    {"playlist", "playlist", Catalogue::media, "path", true, true, kMedia, kMediaBrief, kMediaTexts},
-    {"directory", "directory", Catalogue::media, "path", false, true, kDirectory, kDirectoryBrief,
+    {"music", kMediaTables[kMediaMusic], Catalogue::media, "path", true, true, kMedia, kMediaBrief,
+     kMediaTexts},
+    {"video", kMediaTables[kMediaVideo], Catalogue::media, "path", true, true, kMedia, kMediaBrief,
+     kMediaTexts},
+    {"photo", kMediaTables[kMediaPhoto], Catalogue::media, "path", true, true, kMedia, kPictureBrief,
+     kMediaTexts},
+    {"playlist", kMediaTables[kMediaPlaylist], Catalogue::media, "path", true, true, kMedia, kMediaBrief,
+     kMediaTexts},
+    {"directory", kDirectoryTable, Catalogue::media, "path", false, true, kDirectory, kDirectoryBrief,
      kDirectoryTexts},
-    {"library", "photo_image", Catalogue::photo, "path", false, true, kLibrary, kLibraryBrief, kLibraryTexts},
-    {"description", "video_desc", Catalogue::photo, "path", false, true, kVideoDescription,
-     kVideoDescriptionBrief, kVideoDescriptionTexts},
-    {"album", "photo_share", Catalogue::photo, "sharename", false, false, kAlbum, kAlbumBrief, kAlbumTexts},
+    {"library", kPhotoTables[kPhotoTableImage], Catalogue::photo, "path", false, true, kLibrary,
+     kLibraryBrief, kLibraryTexts},
+    {"description", kPhotoTables[kPhotoTableVideoDesc], Catalogue::photo, "path", false, true,
+     kVideoDescription, kVideoDescriptionBrief, kVideoDescriptionTexts},
+    {"album", kPhotoTables[kPhotoTableShare], Catalogue::photo, "sharename", false, false, kAlbum,
+     kAlbumBrief, kAlbumTexts},
 };
 
 } // namespace

@@ -14,15 +14,15 @@ void Add(Group *sum, const Group &group) {
 } // namespace
 
 void FactsTake(Report *report) {
-    report->kinds = {{"music", "Music", "music"},
-                     {"video", "Films", "films"},
-                     {"photo", "Pictures", "pictures"},
-                     {"playlist", "Playlists", "playlists"}};
+    report->kinds = {{kMediaTables[kMediaMusic], "Music", "music"},
+                     {kMediaTables[kMediaVideo], "Films", "films"},
+                     {kMediaTables[kMediaPhoto], "Pictures", "pictures"},
+                     {kMediaTables[kMediaPlaylist], "Playlists", "playlists"}};
     for (KindFacts &kind : report->kinds) {
         kind.formats = FormatsTake(&report->tallies, kind.table.text);
         for (const Group &format : kind.formats.groups)
             Add(&kind.total, format);
         Add(&report->total, kind.total);
     }
-    report->directories = NumbersTake(&report->tallies, {"count(*)"}, "directory").front();
+    report->directories = NumbersTake(&report->tallies, {"count(*)"}, kDirectoryTable).front();
 }

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr char kTable[] = "video";
+constexpr const char *kTable = kMediaTables[kMediaVideo];
 
 const Histogram &Heights() {
     static const Histogram histogram = {

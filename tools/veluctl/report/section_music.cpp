@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr char kTable[] = "music";
+constexpr const char *kTable = kMediaTables[kMediaMusic];
 
 const Histogram &BitRates() {
     static const Histogram histogram = {"Bit rates",

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr char kTable[] = "photo";
+constexpr const char *kTable = kMediaTables[kMediaPhoto];
 constexpr size_t kCameras = 20;
 constexpr Month kFirstMonth = MonthOf(1826, 1); // of the oldest photograph
 
