@@ -19,7 +19,7 @@ float ToSeconds(uint64_t sample_frames, double rate) {
     if (!(rate > 0))
         return 0;
     const double seconds = static_cast<double>(sample_frames) / rate;
-    // More than the field can hold is no play time, as MediaInfoValid says of an infinite one.
+    // A play time that the field cannot hold becomes 0, as MediaInfoValid makes of an infinite one.
     return seconds <= FLT_MAX ? static_cast<float>(seconds) : 0;
 }
 

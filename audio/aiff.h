@@ -5,5 +5,6 @@
 
 struct MediaInfo;
 
-// An IndexReader: the audio format. A file in which there is none to read is no failure.
+// Adds the audio format to a record (an IndexReader, always 0). A file in which there is none to read is no
+// failure.
 int AiffRead(const char *path, MediaInfo *record);

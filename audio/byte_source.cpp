@@ -8,7 +8,7 @@
 #include <algorithm>
 
 bool IsAllZero(std::span<const uint8_t> bytes) {
-    // Comparing the bytes with themselves one further runs at the speed of memcmp.
+    // The first byte is zero, and each byte equals the one behind it: memcmp finds that faster than a loop.
     return !bytes.empty() && bytes[0] == 0 && memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0;
 }
 

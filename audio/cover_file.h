@@ -25,7 +25,7 @@ struct CoverFile {
     FdHandle file = {};
 };
 
-// Each returns true, or logs and returns false; CoverFileDiscard is then to be called.
+// Create or fill the file. They return true, or log and return false: CoverFileDiscard is then to be called.
 bool CoverFileCreate(CoverFile *cover);
 bool CoverFileWrite(CoverFile *cover, std::span<const uint8_t> bytes);
 

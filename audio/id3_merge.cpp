@@ -22,8 +22,8 @@ constexpr int kYearMax = 2200;
 
 constexpr int kMono = 3;
 
-// The number at the head of a text; one that an int cannot hold becomes the nearest that it can. *complete
-// tells whether the text ended with it: also for an empty text, which is 0.
+// Returns the number at the head of a text; one that an int cannot hold becomes the nearest that it can.
+// *complete tells whether the text ended with it: also for an empty text, which is 0.
 int NumberParse(const char *text, bool *complete) {
     char *end = nullptr;
     const long value = strtol(text, &end, 10);
@@ -98,7 +98,7 @@ void GenreMerge(MediaInfo *record, const Id3v2Tag &id3v2, const Id3v1Block &id3v
             Id3v2Copy(record->genre, &record->genre_utf16, id3v2.genre, id3v2.genre_utf16);
         return;
     }
-    // 0 is what writers leave in a tag without a genre, more often than it means blues.
+    // Writers leave 0 in a tag without a genre more often than they mean blues, whose number it is.
     const int index = static_cast<uint8_t>(id3v1.bytes[kId3v1Genre]);
     if (index > 0 && index < kId3GenreCount)
         PlainCopy(record->genre, Id3GenreNames[index]);

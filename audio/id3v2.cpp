@@ -45,7 +45,7 @@ struct FrameLayout {
 constexpr FrameLayout kLayout22 = {kId3FrameHeader22, 3, Id("PIC"), true};
 constexpr FrameLayout kLayout23 = {kId3FrameHeader23, 4, Id("APIC"), false};
 
-// The record begins with a text field, so that no flag has this offset.
+// An offset that is no flag's: the record begins with a text field.
 constexpr size_t kNoFlag = 0;
 
 // A frame and the field that it fills. A field without a flag is a number: its text is taken byte by byte, up
@@ -84,7 +84,7 @@ struct Frame {
 
 // The text of a frame as it is stored.
 struct FrameText {
-    // One more than can be copied, so that single-byte text is always terminated.
+    // One byte more than is copied, so that single-byte text is always terminated.
     char bytes[kId3TextFrameMax + 2] = {};
     bool is_utf16 = false;
 };

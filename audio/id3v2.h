@@ -29,7 +29,7 @@ struct Id3v2Tag {
     int32_t cover_count; // pictures stored: 0 or 1
 };
 
-// The position behind the tag, 0 when there is none. *version is then the tag's major version or 0.
+// Returns the position behind the tag, 0 when there is none. *version is then the tag's major version or 0.
 int64_t Id3v2HeaderRead(Mp3FileCtx *ctx, int *version);
 
 // Fill the tag record from the frames of a tag of version 2, and of version 3 or later. The first picture

@@ -36,10 +36,11 @@ bool Mp3FileOpen(const char *path, Mp3FileCtx *ctx, const char *log_name, int li
 // has beyond kReaderFileMax.
 void Mp3FileAttach(Mp3FileCtx *ctx, FdHandle file, int64_t size);
 
-// The window as a piece; see ByteSource.
+// Returns the window as one piece; see ByteSource.
 std::span<const uint8_t> Mp3Window(Mp3FileCtx *ctx, int64_t pos, size_t least);
 
-// The context as a source for the searches. It takes the size of this moment; the context must outlive it.
+// Makes the context a source for the searches. The source takes the size of this moment; the context must
+// outlive it.
 ByteSource Mp3Source(Mp3FileCtx *ctx);
 
 inline int Mp3ReadByte(Mp3FileCtx *ctx, int64_t pos) {
@@ -49,12 +50,12 @@ inline int Mp3ReadByte(Mp3FileCtx *ctx, int64_t pos) {
     return bytes.empty() ? kUnreadByte : bytes[0];
 }
 
-// Four bytes of seven bits each (id3.org 2.4.0, section 6.2). Bit 7 is not masked: it spills into the next
-// group. 17 for a negative position.
+// Returns the number in four bytes of seven bits each (id3.org 2.4.0, section 6.2). Bit 7 is not masked: it
+// spills into the next group. 17 for a negative position.
 uint32_t Mp3ReadSyncsafe(Mp3FileCtx *ctx, int64_t pos);
 
-// A big-endian 32-bit number; 17 for a negative position.
+// Returns a big-endian 32-bit number; 17 for a negative position.
 uint32_t Mp3ReadBE32(Mp3FileCtx *ctx, int64_t pos);
 
-// The first zero byte in [from, to), or `to`.
+// Returns the position of the first zero byte in [from, to), or `to`.
 int64_t Mp3FindZero(Mp3FileCtx *ctx, int64_t from, int64_t to);

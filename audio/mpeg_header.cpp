@@ -50,7 +50,7 @@ struct FrameSizes {
     int16_t bytes[16 * 128] = {};
 };
 
-// Version, version, layer, layer; bit rate (4 bits), sample rate (2), padding.
+// The bits: version (2), layer (2); bit rate (4), sample rate (2), padding (1).
 constexpr size_t FrameSizesIndex(unsigned second, unsigned third) {
     return (second & 0x1E) << 6 | third >> 1;
 }
@@ -343,7 +343,7 @@ int MpegFrameSearch(const ByteSource *source, int64_t *pos, MpegHeaderInfo *info
     };
     while (!found && at < source->size - kSearchTail) {
         if (HeadFind(&reach, &at, leads_somewhere) == nullptr) {
-            // A sync pattern at the very last place was found, and was no good.
+            // A sync pattern at the very last place was found, and its header is no good.
             const std::span<const uint8_t> last =
                 ReachTo(&reach, source->size - kSearchTail - 1, kHeaderBytes);
             if (last.size() < kHeaderBytes || !IsSync(last.data()))

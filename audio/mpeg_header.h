@@ -31,7 +31,8 @@ struct MpegHeaderInfo {
 // header turned out bad. Duration is that of a file all of this bit rate.
 int MpegHeaderFind(const ByteSource *source, int64_t *pos, MpegHeaderInfo *info);
 
-// 0 when a valid header begins exactly at `pos`, else -1. Silent. A free-format header counts as valid here.
+// Returns 0 when a valid header begins exactly at `pos`, else -1. Nothing is logged. A free-format header
+// counts as valid here.
 int MpegHeaderCheck(const ByteSource *source, int64_t pos);
 
 // What may stand between a frame and the header that confirms it.

@@ -74,7 +74,7 @@ int64_t MarkFind(Mp3FileCtx *ctx, int64_t start, const char *mark, MarksPassed *
     return -1;
 }
 
-// A file without a Xing mark is searched for the other one next: what this search passes is noted.
+// A file without a Xing mark is searched for the VBRI mark next: the one that this search passes is noted.
 int64_t XingFind(Mp3FileCtx *ctx, int64_t start) {
     ctx->passed = {start, ctx->file_size, -1};
     const int64_t xing = MarkFind(ctx, start, kXingMark, &ctx->passed);

@@ -59,7 +59,7 @@ bool BasicFieldsFill(const IndexRecipe &recipe, const char *path, MediaInfo *rec
     return true;
 }
 
-// The defaults are single bytes whatever the tag's empty field was said to be.
+// A default is single-byte text, so that the flag of the tag's empty field is cleared.
 void DefaultsFill(const IndexRecipe &recipe, const char *path, MediaInfo *record) {
     if (record->title[0] == '\0') {
         MediaTitleFromName(path, record->title);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// How a media file becomes a row of the catalogue: one way for all kinds of files. What the kinds differ in is
-// data; the rows stand side by side in catalogue/indexers.cpp.
+// How a media file becomes a row of the catalogue: one way for all kinds of files. What the kinds differ in
+// is data: the rows that stand side by side in catalogue/indexers.cpp.
 #pragma once
 
 #include "catalogue/media_info.h"
@@ -16,16 +16,16 @@ enum class BasicFields {
 
 // What is done to a record that its reader has seen.
 enum class AfterReading {
-    nothing, // as the kind keeps it, or because its reader has done it
+    nothing, // the record is saved as it is, or the reader has done the rest itself
     times,
     valid,                     // MediaInfoValid
-    times_valid_then_defaults, // the defaults are saved as the file system has them
+    times_valid_then_defaults, // defaults from names come last, as the file system has them
 };
 
 // The shape of the lines about a bad parameter and a failed save: "music.c (12) ..." or "media.c:12 ...".
 enum class LogShape { brackets, colon };
 
-// What the line about a failed save calls the row. With the path, the shape is `colon`.
+// What the line about a failed save calls the row. The words with the path have the shape `colon`.
 enum class SaveWords { media_info, media_info_and_path, playlist_info };
 
 // Adds what a file holds to a record. Returns 0, 1 when the metadata could not be read (the record is saved all
@@ -37,7 +37,7 @@ struct IndexRecipe {
     const char *remove_log_name = nullptr;
     MediaKind kind = kMediaMusic; // whose table it is
     LogShape shape = LogShape::brackets;
-    bool leaves_empty_path = false;     // to the filling of the common fields, which logs it
+    bool leaves_empty_path = false;     // MediaInfoFillBasic sees and logs an empty path, not the recipe
     bool leaves_out_attributes = false; // a path with "@eaDir" gets no row and is no failure
     BasicFields before = BasicFields::none;
     IndexReader read = nullptr; // null: nothing is read

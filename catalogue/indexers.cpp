@@ -22,7 +22,7 @@ struct Row {
     IndexRecipe recipe;
 };
 
-// What a row does not name is as in IndexRecipe.
+// A field that a row does not name has the value that IndexRecipe gives it.
 constexpr Row kRows[] = {
     {Indexer::music,
      {.log_name = "music.c",
@@ -80,7 +80,7 @@ constexpr Row kRows[] = {
       .leaves_out_attributes = true,
       .before = BasicFields::title_and_album,
       .read = PhotoRead,
-      .save_words = SaveWords::playlist_info}}, // not its own words: log filters on the appliance know these
+      .save_words = SaveWords::playlist_info}}, // log filters on the appliance know pictures by these words
     {Indexer::aiff,
      {.log_name = "aiff.c",
       .remove_log_name = "aiff.c",

@@ -22,8 +22,8 @@ enum class Indexer {
 
 const IndexRecipe &IndexRecipeOf(Indexer indexer);
 
-// The entries of some kinds under names of their own. What they return is what IndexRecipeFill, IndexRecipeAdd and
-// IndexRecipeRemove do; an AIFF or MP4 record that is only filled is zeroed first.
+// Do for one kind what its recipe says, under a name of its own. They return what IndexRecipeFill,
+// IndexRecipeAdd and IndexRecipeRemove return; an AIFF or MP4 record that is only filled is zeroed first.
 int AiffInfoGet(const char *path, MediaInfo *record);
 int AiffIndexAdd(const char *path);
 int AiffIndexDelete(const char *path);

@@ -5,6 +5,6 @@
 
 struct MediaInfo;
 
-// IndexReaders: the probe, with the log line of either kind.
+// Add what the media probe finds to a record (IndexReaders, each with the log line of its kind).
 int ProbedAudioRead(const char *path, MediaInfo *record);
 int ProbedVideoRead(const char *path, MediaInfo *record);

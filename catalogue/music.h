@@ -5,5 +5,5 @@
 
 struct MediaInfo;
 
-// An IndexReader.
+// Adds what an MP3 file holds to a record (an IndexReader).
 int MusicRead(const char *path, MediaInfo *record);

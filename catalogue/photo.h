@@ -5,6 +5,6 @@
 
 struct MediaInfo;
 
-// An IndexReader: times, EXIF fields of a JPEG, size in pixels. A path without a dot is left as it is; nothing
-// that cannot be read is a failure.
+// Adds times, EXIF fields of a JPEG and the size in pixels to a record (an IndexReader). The record of a path
+// without a dot is left as it is; what cannot be read is no failure.
 int PhotoRead(const char *path, MediaInfo *record);

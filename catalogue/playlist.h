@@ -5,5 +5,6 @@
 
 struct MediaInfo;
 
-// An IndexReader: size and times, these in the form of ctime(). Silently refuses what is no regular file.
+// Adds size and times, these in the form of ctime(), to a record (an IndexReader). Refuses what is no regular
+// file, without a log line.
 int PlaylistRead(const char *path, MediaInfo *record);

@@ -15,7 +15,7 @@ namespace {
 
 constexpr char kLogName[] = "util.c";
 
-// The place after the "/" that precedes the last one, or null when there are not two.
+// Returns the place behind the last "/" but one, or null when there are not two.
 const char *ContainingDirectory(const char *path) {
     const char *last = strrchr(path, '/');
     if (last == nullptr)

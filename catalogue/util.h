@@ -9,7 +9,7 @@
 // missing or empty argument (logged) or a path that is not an existing file (silent).
 int MediaInfoFillBasic(const char *path, MediaInfo *record);
 
-// The text after the last "/" of a path, within it; the whole path when it has none.
+// Returns the text after the last "/" of a path, within it; the whole path when it has none.
 const char *PathBaseName(const char *path);
 
 // Writes the base name up to its last "." (all of it when it has none), cut to the field.
@@ -19,6 +19,6 @@ void MediaTitleFromName(const char *path, char (&title)[kMediaTextSize]);
 // false when the field is too short for the name and its "/" (the caller logs it as impossible).
 [[nodiscard]] bool MediaAlbumFromPath(const char *path, char (&album)[kMediaTextSize]);
 
-// The whole number that a count's field holds for a computed value: one above the field is the largest, one
-// that is no number above 0 is 0.
+// Returns the whole number that a count's field holds for a computed value: the largest for one that the
+// field cannot hold, 0 for one that is no number above 0.
 uint32_t MediaCountFrom(double value);

@@ -6,5 +6,5 @@
 
 struct MediaInfo;
 
-// An IndexReader.
+// Adds what a Video CD data file holds to a record (an IndexReader).
 int VcdRead(const char *path, MediaInfo *record);

@@ -9,5 +9,5 @@ struct MediaInfo;
 // decoder said nothing, -1.
 int AacMetadataRead(const char *path, MediaInfo *record);
 
-// An IndexReader.
+// Adds what a raw AAC file holds to a record (an IndexReader).
 int AacRead(const char *path, MediaInfo *record);

@@ -93,7 +93,7 @@ CommandLine CommandLineRead(const char *command, int time_limit, char *line, siz
     const CommandLine result = LineRead(output, deadline, line, size);
     if (result == CommandLine::kTimedOut)
         line[0] = '\0';
-    // A command that has more to say meets a closed pipe, as with pclose.
+    // A command that goes on writing meets a closed pipe, as with pclose.
     output.Close();
     ShellEnd(child, deadline);
     return result;

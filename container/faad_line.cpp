@@ -39,7 +39,7 @@ bool FaadLineParse(const char *line, MediaInfo *record) {
     constexpr int kAllConversions = 5;
     std::string word(strlen(line) + 1, '\0');
     float seconds = 0;
-    // Wider than their fields: what does not fit is seen, not wrapped.
+    // Wider than the record's fields, so that a number that does not fit them is seen and not wrapped.
     long long rate = 0;
     long long channels = 0;
     long long bitrate = 0;

@@ -9,5 +9,5 @@ struct MediaInfo;
 // record when only the tags cannot be read.
 int FlacMetadataRead(const char *path, MediaInfo *record);
 
-// An IndexReader.
+// Adds what a FLAC file holds to a record (an IndexReader).
 int FlacRead(const char *path, MediaInfo *record);

@@ -75,7 +75,7 @@ bool FlacBlocksAreBounded(const char *path) {
     Position position = {};
     if (!FindMarker(reader, &position))
         return false;
-    // A file that ends too early is libFLAC's to refuse: it costs nothing more.
+    // A file that ends too early is left to libFLAC, which refuses it at once.
     uint8_t header[kBlockHeaderSize];
     while (Read(reader, position.offset, header, sizeof header)) {
         if (!StepOver(&position, kBlockHeaderSize + BigEndian24(header + 1)))

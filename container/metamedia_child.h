@@ -15,6 +15,6 @@ struct MediaInfo;
 // before it failed or was killed, is then in the record.
 int MediaProbeRun(MediaProbe probe, const char *path, MediaInfo *record, const ChildWatch &watch = {});
 
-// For the child: ties its life to its parent's, bounds its resources and lets go of the descriptors that it
+// Ties the child's life to its parent's, bounds its resources and lets go of the descriptors that it
 // inherited. Afterwards only the standard streams and a connection to the system log are open.
 void ChildConfine(pid_t parent);

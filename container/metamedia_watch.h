@@ -15,7 +15,8 @@ struct ChildWatch {
 // be killed: at the 902nd look, or when its memory exceeds the limit. The child is reaped in any case.
 int ChildProcessWatch(pid_t pid, const ChildWatch &watch = {});
 
-// 1 when the resident memory of the process exceeds half of the machine's, 0 also when that cannot be told.
+// Returns 1 when the resident memory of the process exceeds half of the machine's, 0 also when that cannot be
+// told.
 int ChildMemoryExceeded(pid_t pid, const char *memory_file = ChildWatch().memory_file);
 
 // Kills the child and reaps it.

@@ -10,8 +10,8 @@ namespace {
 
 constexpr char kLogName[] = "metavideo.c";
 
-// The catalogue's readers know both bit rates with this factor: that of the video on its value as coded, that
-// of the audio on bit/s.
+// Programs that read the catalogue know both bit rates with this factor: that of the video on its value as
+// coded, that of the audio on bit/s.
 constexpr uint32_t kBitRateFactor = 1000;
 
 void RecordFill(const MpegSequenceInfo &video, const MpegHeaderInfo &audio, MediaInfo *record) {

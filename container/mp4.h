@@ -5,7 +5,7 @@
 
 struct MediaInfo;
 
-// An IndexReader.
+// Adds what an MP4 file holds to a record (an IndexReader).
 int Mp4Read(const char *path, MediaInfo *record);
 
 // Replaces the audio values of a record by those that the media probe finds in the file.

@@ -42,7 +42,7 @@ constexpr TextTag kTextTags[] = {
     {MP4GetMetadataArtist, &MediaInfo::artist},   {MP4GetMetadataGenre, &MediaInfo::genre},
     {MP4GetMetadataComment, &MediaInfo::comment}, {MP4GetMetadataWriter, &MediaInfo::composer}};
 
-// The first sound track and the last video track are those of the record.
+// The record is filled from the first sound track and the last video track.
 struct ChosenTracks {
     MP4TrackId sound = MP4_INVALID_TRACK_ID;
     MP4TrackId video = MP4_INVALID_TRACK_ID;
@@ -96,7 +96,7 @@ void TextFill(char (&field)[kMediaTextSize], const char *text) {
     snprintf(field, sizeof field, "%s", text);
 }
 
-// A genre number stands before a genre text; one that names nothing leaves no genre.
+// A genre number goes before a genre text; a number without a name gives no genre at all.
 void GenreNumberFill(MP4FileHandle file, MediaInfo *record) {
     uint16_t number = 0; // one more than in the table
     if (!MP4GetMetadataGenreNumber(file, &number))

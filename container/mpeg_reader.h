@@ -13,13 +13,13 @@ struct MpegReader {
     int version = 1; // 2 once a sequence extension, which MPEG-1 does not have, has been met
 };
 
-// The byte at an offset; kUnreadByte (logged) for one that cannot be had.
+// Returns the byte at an offset; kUnreadByte (logged) for one that cannot be had.
 int MpegReadByte(MpegReader *reader, int64_t offset);
 
-// The offset of the first prefix 00 00 01 at or after `offset`, or -1. The last place looked at is
+// Returns the offset of the first prefix 00 00 01 at or after `offset`, or -1. The last place looked at is
 // kMpegPrefixOffsetMax, or five bytes before the end of the file.
 int64_t MpegFindPrefix(MpegReader *reader, int64_t offset);
 
-// The offset of the first prefix at or after `offset` that is followed by the byte `code`, or -1, which a
-// negative offset gives too.
+// Returns the offset of the first prefix at or after `offset` that is followed by the byte `code`, or -1,
+// which a negative offset gives too.
 int64_t MpegFindStartCode(MpegReader *reader, int64_t offset, int code);

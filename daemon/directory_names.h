@@ -10,7 +10,7 @@
 
 #include "daemon/directory_reader.h"
 
-// Every name for which `wanted` is true, sorted. False when the listing broke off.
+// Reads every name for which `wanted` is true, sorted. False when the listing broke off.
 [[nodiscard]] bool NamesRead(DirectoryReader *reader, bool (*wanted)(const char *name),
                              std::vector<std::string> *names);
 
@@ -20,7 +20,7 @@ struct SubDirectory {
     int error; // it could not be looked at, and may be one; 0: it is one
 };
 
-// A portion of the sub-directories that the rules do not leave out, sorted: those behind the name `after`, the first
-// `most` of them. False when the listing broke off.
+// Reads a portion of the sub-directories that the rules do not leave out, sorted: those behind the name
+// `after`, the first `most` of them. False when the listing broke off.
 [[nodiscard]] bool SubDirectoriesRead(DirectoryReader *reader, const std::string &after, size_t most,
                                       std::vector<SubDirectory> *found);

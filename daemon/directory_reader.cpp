@@ -13,13 +13,14 @@ bool IsOwnOrParent(const char *name) {
     return strcmp(name, ".") == 0 || strcmp(name, "..") == 0;
 }
 
-// True for the errors of what is not there, as where a link leads nowhere or round in a circle.
+// True for the errors of a place that is not there; a link that leads nowhere or round in a circle counts as
+// such.
 bool IsNothing(int error) {
     return error == ENOENT || error == ENOTDIR || error == ELOOP;
 }
 
-// Looks what a name in a directory leads to. `link`: it is known to be a link. `error` stays as it is when all went
-// well.
+// Looks what a name in a directory leads to. `link` tells that it is known to be a link. `error` changes on
+// failure only.
 EntryKind KindLook(int directory, const char *name, bool link, int *error) {
     struct stat status;
     if (fstatat(directory, name, &status, 0) != 0) {

@@ -23,8 +23,8 @@ struct DirectoryReader {
 // True when an entry of the directory says that all of it is left out, by the rules.
 [[nodiscard]] bool DirectoryIsMarked(const DirectoryReader &reader);
 
-// The next entry that the rules do not leave out whatever it is; never "." and "..". Null behind the last: with an
-// `error` when the listing broke off. Valid until the next call.
+// Returns the next entry whose name the rules do not leave out; never "." and "..". It is valid until the
+// next call. Null behind the last; `error` is then set when the listing broke off.
 const dirent *DirectoryNext(DirectoryReader *reader);
 
 enum class EntryKind {
@@ -34,9 +34,9 @@ enum class EntryKind {
     other,            // neither, or it could not be looked at
 };
 
-// What the entry given last is. The directory's own word is taken where it has one, which spares a look at each
-// entry; not for links, which are what they lead to.
+// Returns what the entry given last is. Where the directory's listing says it, the entry itself is not looked
+// at; a link is what it leads to.
 EntryKind EntryKindGet(DirectoryReader *reader, const dirent &entry);
 
-// What a path leads to.
+// Returns what a path leads to.
 EntryKind PathKindGet(const char *path);

@@ -15,10 +15,10 @@ struct IndexHandler {
 // All extensions that are indexed, in the order in which they are looked up, ended by a row without one.
 extern const IndexHandler IndexHandlerTable[];
 
-// The row of an extension (compared without case), or null.
+// Returns the row of an extension (compared without case), or null.
 const IndexHandler *IndexHandlerFind(const char *extension);
 
-// The row of a path's extension, or null for a file that no indexer takes.
+// Returns the row of a path's extension, or null for a file that no indexer takes.
 const IndexHandler *IndexHandlerOf(const char *path);
 
 // True for the path of a file that an add hands to an indexer.

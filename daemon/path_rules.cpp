@@ -10,7 +10,7 @@
 
 namespace {
 
-// The path from its slash number `count` on; the empty text when it has fewer.
+// Returns the path from its slash number `count` on; the empty text when it has fewer.
 std::string_view FromSlash(const char *path, int count) {
     for (; *path != '\0'; ++path) {
         if (*path == '/' && --count == 0)

@@ -10,15 +10,15 @@
 // The names of a share's path: its volume and its own.
 inline constexpr int kShareParts = 2;
 
-// 1 when the path is the photo share or lies in it: the volume in front ("/volume1") is taken to be eight
-// characters long, the share's name is compared without case.
+// Returns 1 when the path is the photo share or lies in it: the volume in front ("/volume1") is taken to be
+// eight characters long, the share's name is compared without case.
 int IsPhotoPath(const char *path);
 
-// Bytes of the photo share's path, which has no slash at its end: 14, as for "/volume1/photo".
+// Returns the bytes of the photo share's path, which has no slash at its end: 14, as for "/volume1/photo".
 size_t PhotoSharePathLength();
 
-// 1 when the path is the recycle bin of a share (third level: volume, share, "#recycle") or lies in it. A
-// directory of that name anywhere else is an ordinary one.
+// Returns 1 when the path is the recycle bin of a share (third level: volume, share, "#recycle") or lies in
+// it. A directory of that name anywhere else is an ordinary one.
 int IsRecyclePath(const char *path);
 
 // True for a path with "@eaDir" anywhere in it: pictures there belong to other files.

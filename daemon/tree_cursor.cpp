@@ -12,12 +12,12 @@
 
 namespace {
 
-// What an error of opening a directory means; `otherwise` when it is there.
+// Returns what an error of opening a directory means: it is gone, or, for any other error, `otherwise`.
 PlaceEnd EndOf(int error, PlaceEnd otherwise) {
     return error == ENOENT || error == ENOTDIR ? PlaceEnd::gone : otherwise;
 }
 
-// Tells that a directory is left, and the one above it what that means for it.
+// Makes the event of a directory that is left. The directory above it is not whole when this one is not.
 TreeEvent Left(TreeCursor *cursor, PlaceEnd end, int error, bool whole) {
     cursor->end = end;
     cursor->error = error;
@@ -165,7 +165,8 @@ TreeEvent SubDirectoryAdvance(TreeCursor *cursor) {
 
 TreeCursor TreeBegin(const char *path, const TreeSettings &settings) {
     TreeCursor cursor = {.settings = settings, .path = path};
-    // A slash at the end would stand doubled in every path below. One that is too long is told as it is.
+    // A slash at the end would stand doubled in every path below. A path that is too long becomes an event as
+    // it is.
     while (cursor.path.size() < kWalkPathSize && cursor.path.size() > 1 && cursor.path.back() == '/')
         cursor.path.pop_back();
     cursor.path.reserve(kWalkPathSize);

@@ -25,8 +25,9 @@ struct TreeSettings {
     // Null: entries in the order of the file system, a sub-directory at once. Else each directory gives first, at
     // once and sorted, the names that this is true for, then its sub-directories, sorted.
     bool (*listed)(const char *name) = nullptr;
-    bool untold = false; // as a directory's reader has it
-    // A path that does not fit is cut, and taken for what it names then. Else it is no place to go to.
+    bool untold = false; // see DirectoryReader
+    // True: a path that does not fit is cut, and what the cut path names is walked. False: an entry's path is
+    // given whole, and a directory with such a path is not entered, but told as `too_long`.
     bool cut = false;
 };
 
@@ -63,10 +64,10 @@ struct TreeCursor {
     struct Level {
         DirectoryReader reader;
         size_t path_length; // of the directory in `path`
-        bool whole = true;  // so far
+        bool whole = true;  // of what was walked so far
         bool listed = false;
-        std::vector<SubDirectory> below = {}; // a portion
-        size_t next = 0;                      // of it
+        std::vector<SubDirectory> below = {}; // the present portion
+        size_t next = 0;                      // index in `below`
         size_t portion = kResyncFirstPortion; // how many the next one has at most
         bool more = true;                     // there may be a next one
     };
@@ -78,7 +79,7 @@ struct TreeCursor {
 // Makes a cursor that goes through the tree at `path`; slashes at its end do not count.
 TreeCursor TreeBegin(const char *path, const TreeSettings &settings);
 
-// The next event. What the cursor tells of it holds until the next call.
+// Goes on to the next event and returns it. What the cursor tells of it holds until the next call.
 TreeEvent TreeNext(TreeCursor *cursor);
 
 // Leaves the directory that was entered with the last event without reading it; no event tells that.

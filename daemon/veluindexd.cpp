@@ -51,7 +51,7 @@ struct SignalsHeld {
 };
 
 void PidFileWrite() {
-    // The umask is 0; the file says whom to signal, so that only its owner may write it.
+    // The umask is 0, and the file says which process is signalled: only its owner may write it.
     const int fd = open(kPidFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     FileHandle file(fd < 0 ? nullptr : fdopen(fd, "w"));
     if (file == nullptr) {

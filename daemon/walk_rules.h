@@ -38,7 +38,7 @@ struct WalkRules {
     std::string_view photo_share; // without regard to case
 };
 
-// The rules that hold in this process.
+// Returns the rules that hold in this process.
 const WalkRules &ActiveWalkRules();
 
 // True when the list has the name.
@@ -50,7 +50,7 @@ const WalkRules &ActiveWalkRules();
 // True when the rules leave an entry of this name out, be it a directory or not.
 [[nodiscard]] bool IsNameLeftOut(const NameRules &rules, std::string_view name);
 
-// The same of a directory, which is left out for what an entry is left out for, and more.
+// True when the rules leave a directory of this name out: those for entries, and those for directories alone.
 [[nodiscard]] bool IsDirectoryNameLeftOut(const NameRules &rules, std::string_view name);
 
 // True for the name of a file that may be indexed, if its extension is known: not for the companions that hold

@@ -16,7 +16,7 @@ bool IsOwnAncestor(const WalkTrail &trail, const struct stat &status) {
     return false;
 }
 
-// The kernel's own trees have no media, links to everywhere and no end.
+// The kernel's own trees (/proc and the like) hold no media, but links to everywhere.
 bool IsKernelTree(int directory) {
     struct statfs system;
     return fstatfs(directory, &system) == 0 &&

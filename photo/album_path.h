@@ -12,9 +12,9 @@ enum AlbumLevel : int {
 
 AlbumLevel PhotoShareLevelGet(const char *path);
 
-// The name of the album of a directory, within its path: what follows the share's path and "/", which are
-// taken to be 15 characters ("/volume1/photo/"). Empty for a shorter path.
+// Returns the name of the album of a directory, within its path: what follows the share's path and "/", which
+// are taken to be 15 characters ("/volume1/photo/"). Empty for a shorter path.
 const char *AlbumNameOf(const char *path);
 
-// 1 for the path of the share itself, by its length alone.
+// Returns 1 for the path of the share itself. Only its length is looked at.
 int IsPhotoShareRoot(const char *path);

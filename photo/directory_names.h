@@ -12,7 +12,7 @@
 // entry has to be looked at.
 extern int PhotoShareNeedsStat;
 
-// The names of the sub-directories of a directory that the rules do not leave out, links to directories among them,
+// Gets the names of the sub-directories of a directory that the rules do not leave out, links to directories among them,
 // sorted. `unseen`, when it is given, receives the names of what could not be looked at. False, with errno, when the
 // directory cannot be read to its end (nothing is logged); what was read of it is there.
 [[nodiscard]] bool SubDirectoriesGet(const char *path, const NameRules &rules,

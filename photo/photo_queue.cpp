@@ -31,7 +31,7 @@ constexpr char kFlvPidFile[] = "/var/run/velumkflvd.pid";
 
 constexpr size_t kLineSize = 4097; // a path and its newline
 
-constexpr int kLookupFlags = 0x404; // from the line's first byte, case matters
+constexpr int kLookupFlags = 0x404; // compares from a line's first byte on, and minds case
 
 constexpr unsigned kRetrySeconds = 1;
 
@@ -71,8 +71,8 @@ int LineAppend(int file, const char *line, const char *queue_file) {
     return -1;
 }
 
-// What gets a thumbnail: a directory itself, a picture's directory. False when the path gets none. `path` is
-// cut to the answer.
+// Cuts `path` to what the thumbnail daemon is asked for: a directory itself, or the directory of a picture.
+// False when the path is neither.
 bool ThumbTargetGet(char *path, mode_t type) {
     if (S_ISDIR(type))
         return true;
@@ -83,8 +83,8 @@ bool ThumbTargetGet(char *path, mode_t type) {
     return true;
 }
 
-// Both return true when the daemon is to be woken; `pid` is what its pid file gives, if it was asked.
-
+// This and FlvQueueAdd queue what the path is eligible for. They return true when the daemon is to be woken; `pid`
+// becomes what its pid file says once that was read.
 bool ThumbQueueAdd(const char *path, mode_t type, pid_t *pid) {
     const TextHandle target(strdup(path));
     if (target == nullptr) {
@@ -144,7 +144,7 @@ void PhotoConvertQueueAdd(const char *path, int request) {
     if (!wake)
         return;
     VELUIndexRunFlush();
-    // One signal, to the daemon that was asked for last. When that one does not run, the signal goes to this
-    // process's own group instead (pid 0), where it asks for one more run.
+    // One signal goes to the daemon whose pid file was read last. When that one does not run, `pid` is 0 and
+    // the signal goes to this process's own group, where it asks for one more run.
     kill(pid, SIGUSR1);
 }

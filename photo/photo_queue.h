@@ -15,5 +15,5 @@ int WriteThumbQueue(const char *line, const char *queue_file);
 // daemon that does not run gets nothing.
 void PhotoConvertQueueAdd(const char *path, int request);
 
-// How the writer waits between two attempts; sleep() but for tests.
+// Waits between two attempts of the writer. It is sleep(); tests put a function of their own here.
 extern unsigned (*photo_queue_pause)(unsigned seconds);

@@ -20,8 +20,8 @@ constexpr char kLogName[] = "photo_index.c";
 
 constexpr size_t kPathSize = 4096;
 constexpr size_t kConditionSize = 4096;
-constexpr size_t kConditionRoom = 32; // beside the path
-constexpr size_t kStatementRoom = 64; // beside the paths
+constexpr size_t kConditionRoom = 32; // for the words around the path
+constexpr size_t kStatementRoom = 64; // for the words around the paths
 
 int BadParameter(int line) {
     syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, line);

@@ -27,9 +27,9 @@ constexpr char kLogName[] = "photo_share.c";
 
 constexpr char kPublicAttribute[] = "VELUPHOTO:PUBLIC";
 
-constexpr size_t kValueSize = 16; // of the attribute and of the key
+constexpr size_t kValueSize = 16; // room for the value of the attribute or of the key
 constexpr size_t kPathSize = 4096;
-constexpr size_t kStatementRoom = 512; // beside the names in a statement
+constexpr size_t kStatementRoom = 512; // for the words around the names in a statement
 
 // The number of a file system whose listings do not tell what is a directory.
 constexpr uint32_t kStatFileSystem = 0x25521814;

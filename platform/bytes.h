@@ -9,7 +9,7 @@
 
 enum class ByteOrder { kBig, kLittle };
 
-// A number of `size` bytes, at most 8.
+// Returns the number in `size` bytes, at most 8.
 [[nodiscard]] constexpr uint64_t BytesNumber(const uint8_t *bytes, size_t size, ByteOrder order) {
     uint64_t number = 0;
     for (size_t i = 0; i < size; ++i)
@@ -37,7 +37,8 @@ enum class ByteOrder { kBig, kLittle };
     return static_cast<uint16_t>(bytes[1] << 8 | bytes[0]);
 }
 
-// Four bytes of which the lower seven bits count, the highest first (id3.org 2.4.0, section 6.2).
+// Returns the number in four bytes of which the lower seven bits count, the highest first (id3.org 2.4.0,
+// section 6.2).
 [[nodiscard]] constexpr uint32_t Syncsafe32(const uint8_t *bytes) {
     uint32_t number = 0;
     for (size_t i = 0; i < 4; ++i)

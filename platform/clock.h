@@ -6,7 +6,7 @@
 #include <stdint.h>
 #include <time.h>
 
-// Milliseconds since some moment before the program began.
+// Returns milliseconds since some moment before the program began.
 inline int64_t MonotonicMilliseconds() {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);

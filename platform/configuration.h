@@ -25,7 +25,7 @@ enum class ConfigurationKind {
 struct ConfigurationKey {
     const char *file;
     const char *name;
-    const char *standard; // holds where the key is missing or its value is empty
+    const char *standard; // the default: it holds where the key is missing or its value is empty
     ConfigurationKind kind;
     const char *read; // when: the end of "Read ..."
     const char *meaning;
@@ -61,7 +61,7 @@ inline constexpr ConfigurationKey kConfigurationKeys[] = {
      "yes no"},
 };
 
-// The key of that name. Any other name does not compile.
+// Returns the key of that name. Any other name does not compile.
 consteval const ConfigurationKey &ConfigurationKeyOf(std::string_view name) {
     for (const ConfigurationKey &key : kConfigurationKeys) {
         if (name == key.name)
@@ -78,5 +78,5 @@ int ConfigurationGet(const ConfigurationKey &key, char *out, size_t size);
 // or key is missing.
 int ConfigurationGetWritten(const ConfigurationKey &key, char *out, size_t size);
 
-// 1 when the file holds the key with exactly `value`.
+// Returns 1 when the file holds the key with exactly `value`.
 int BlConfigurationIs(const ConfigurationKey &key, const char *value);

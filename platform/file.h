@@ -42,7 +42,8 @@ inline FdHandle RegularFileOpen(const char *path, uint64_t *size) noexcept {
     return got;
 }
 
-// The same at `offset`; where the descriptor stands does not count and does not change.
+// Reads up to `size` bytes at `offset`, in one call, and returns what FileReadSome returns. Where the
+// descriptor stands does not count and does not change.
 [[nodiscard]] inline ssize_t FileReadSomeAt(const FdHandle &file, uint64_t offset, void *out,
                                             size_t size) noexcept {
     if (offset > INT64_MAX) {

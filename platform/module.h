@@ -6,7 +6,7 @@
 
 #include <string>
 
-// The function `entry` of the module `file` (a name without folders), which is loaded by the first call and
-// stays loaded. It is looked for in ../lib/velu of the folder of the running program, then in the folder of
-// the installation. Returns null when there is none; the reason is then in `error`.
+// Returns the function `entry` of the module `file` (a name without folders), which is loaded by the first
+// call and stays loaded. It is looked for in ../lib/velu of the folder of the running program, then in the
+// folder of the installation. Returns null when there is none; the reason is then in `error`.
 void *ModuleEntry(const char *file, const char *entry, std::string *error);

@@ -19,7 +19,7 @@
     return path.starts_with(directory) && path.size() > directory.size() && path[directory.size()] == '/';
 }
 
-// The same, and true for the directory itself.
+// True for the directory itself and for a path below it.
 [[nodiscard]] constexpr bool PathIsAtOrUnder(std::string_view path, std::string_view directory) {
     return path == directory || PathIsUnder(path, directory);
 }

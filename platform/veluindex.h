@@ -22,7 +22,7 @@ struct PhotoRecord;
 enum class Catalogue : int { media = 0, photo = 1 };
 inline constexpr size_t kCatalogues = 2;
 
-// What log lines call a catalogue.
+// Returns what log lines call a catalogue.
 inline constexpr const char *CatalogueName(Catalogue catalogue) {
     return catalogue == Catalogue::media ? "media catalogue" : "photo catalogue";
 }
@@ -164,7 +164,8 @@ int PhotoDBVacuum();
 // Empties one table of either catalogue. Any other name is refused with a log line, and -1.
 int VELUTruncateTable(const char *name);
 
-// Dirty markers of the tables music and video: set by every save, delete and truncate of the table that succeeds.
+// Set and tell the dirty markers of the tables music and video. Every save, delete and truncate of the table
+// that succeeds sets its marker.
 void VELUIndexMusicTableDirtySet(int flag);
 void VELUIndexVideoTableDirtySet(int flag);
 int BlVELUIndexIsMusicTableDirty();
@@ -196,8 +197,8 @@ VELUIndexRows *PhotoInfoDBOpen(int table, const char *columns, const char *condi
                                int limit);
 void PhotoInfoDBClose(VELUIndexRows *rows);
 
-// The rows behind MediaInfoDBOpen and PhotoInfoDBOpen, and the connection that they came from (open as long
-// as the rows are). Both belong to `rows`.
+// Return the rows behind MediaInfoDBOpen and PhotoInfoDBOpen, and the connection that they came from (open as
+// long as the rows are). Both belong to `rows`.
 const VELUDBResult *VELUIndexRowsResult(const VELUIndexRows *rows);
 VELUDB *VELUIndexRowsConnection(const VELUIndexRows *rows);
 
@@ -210,7 +211,7 @@ struct PhotoPathList {
     PhotoPathList *next;
 };
 
-// The column "path" of all rows as a list, in row order; null when there are none.
+// Returns the column "path" of all rows as a list, in row order; null when there are none.
 PhotoPathList *PhotoPathDBGet(const VELUIndexRows *rows);
 void FreePhotoPathList(PhotoPathList *list);
 
@@ -236,29 +237,30 @@ int VELUIndexPhotoUpdateVideoStatus(const char *path);
 // Room for a URI: a path fits, and what a server's administrator types.
 inline constexpr size_t kCatalogueUriSize = 4096;
 
-// The URI of the database that the configuration names for a catalogue; it may hold a password. Returns 0, or
-// -1 when it does not fit.
+// Gets the URI of the database that the configuration names for a catalogue; it may hold a password. Returns
+// 0, or -1 when it does not fit.
 int VELUIndexUriGet(Catalogue catalogue, char *out, size_t size);
 
 // Opens a catalogue for reading: nothing is made, brought up to date or changed, and no right to write is
 // needed. Null, with one log line, when it cannot be reached or nobody has made it yet.
 VELUDB *VELUIndexReaderOpen(Catalogue catalogue);
 
-// The folder that holds the covers of all media files. Returns 0, or -1 when what is configured is no absolute path or
-// does not fit.
+// Gets the folder that holds the covers of all media files. Returns 0, or -1 when what is configured is no
+// absolute path or does not fit.
 int VELUIndexCoverDirGet(char *out, size_t size);
 
-// From now on this process keeps covers in `folder` (an absolute path) instead of the configured one: a program
-// that only looks at files must not change the covers of others. Null takes the configuration again.
+// Lets this process keep covers in `folder` (an absolute path) instead of the configured one from now on: a
+// program that only looks at files must not change the covers of others. Null takes the configuration again.
 void VELUIndexCoverDirSet(const char *folder);
 
 // --- Files -------------------------------------------------------------------------------------------------
 
-// The text after the last "." of the path, within it; null when there is no "." or nothing follows it.
+// Returns the text after the last "." of the path, within it; null when there is no "." or nothing follows
+// it.
 const char *VELUIndexExtGet(const char *path);
 
-// Extension classes; `extension` comes without its dot, case does not matter, null is none. The ...File forms
-// look at a path's extension.
+// Return 1 for an extension of the class, else 0; `extension` comes without its dot, case does not matter,
+// null is none. The ...File forms look at a path's extension.
 int BlVELUIndexIsJpeg(const char *extension);
 int BlVELUIndexIsPhotoOnWeb(const char *extension);
 int BlVELUIndexIsVideoOnWeb(const char *extension);
@@ -271,21 +273,21 @@ int BlVELUIndexIsVideoOnWebFile(const char *path);
 int VELUIndexCTimeMTimeGet(const char *path, char *ctime_text, size_t ctime_size, char *mtime_text,
                            size_t mtime_size);
 
-// The size in pixels of a JPEG, PNG, GIF, BMP, TIFF, PSD or ICO picture, by its content, from headers alone.
-// Returns 0, or -1 (nothing written) when the file is none of these or its header is damaged.
+// Gets the size in pixels of a JPEG, PNG, GIF, BMP, TIFF, PSD or ICO picture, by its content, from headers
+// alone. Returns 0, or -1 (nothing written) when the file is none of these or its header is damaged.
 int VELUIndexImgResGet(const char *path, int *width, int *height);
 
 // --- Covers ------------------------------------------------------------------------------------------------
 
 enum CoverFormat : int { kCoverJpeg = 1, kCoverPng = 2 };
 
-// Where the cover picture of a media file is kept: the picture type (0 to 20, id3.org 2.3.0 section 4.15), an
-// index from 1 and a format name it. The folder is made when missing. Returns 1, or 0 (`out` is then empty)
-// when an argument is bad, the path does not fit or the folder cannot be made.
+// Gets the place where the cover picture of a media file is kept: the picture type (0 to 20, id3.org 2.3.0
+// section 4.15), an index from 1 and a format name it. The folder is made when missing. Returns 1, or 0
+// (`out` is then empty) when an argument is bad, the path does not fit or the folder cannot be made.
 int GetCoverPath(const char *media_path, char *out, size_t size, int picture_type, int cover_index,
                  int format);
 
-// The folder that holds (or would hold) the covers of a media file; nothing is made. Returns 1 or 0.
+// Gets the folder that holds (or would hold) the covers of a media file; nothing is made. Returns 1 or 0.
 int GetCoverFolder(const char *media_path, char *out, size_t size);
 
 // Removes the cover pictures of one such folder, and the folder when that leaves it empty. Any other folder

@@ -13,8 +13,8 @@
 // Prints the banner of `program` (name, version, what it is, licence) on standard output.
 void KLIBCopyright(const char *program);
 
-// The process id that is the first word of a pid file (decimal text), or 0 when the file is missing, holds no
-// id of at least 1, or the process does not run.
+// Returns the process id that is the first word of a pid file (decimal text), or 0 when the file is missing,
+// holds no id of at least 1, or the process does not run.
 pid_t KLIBReadPidFile(const char *pid_file);
 
 // Runs `program` (a path, no search, no shell) with up to four arguments, the list ended by the first null,
@@ -41,25 +41,25 @@ int KLIBFileGetLine(const char *file, const char *line, char *out, size_t size, 
 // Returns the length of the value in `out`, or -1 (and the empty string) when the file or the key is missing.
 int KLIBFileGetKeyValue(const char *file, const char *key, char *out, size_t size, int flags);
 
-// 1 when the file holds `key` with exactly `value`.
+// Returns 1 when the file holds `key` with exactly `value`.
 int BlVELUFileCheckKeyValue(const char *file, const char *key, const char *value);
 
-// 1 when `path` names anything that exists (links followed).
+// Returns 1 when `path` names anything that exists (links followed).
 int BlKLIBFileExist(const char *path);
 
-// 1 when `path` is an existing regular file; its size in bytes goes to `size` unless that is null.
+// Returns 1 when `path` is an existing regular file; its size in bytes goes to `size` unless that is null.
 int IsFileExist(const char *path, uint64_t *size);
 
-// 1 when `path` is an existing directory.
+// Returns 1 when `path` is an existing directory.
 int IsDirExist(const char *path);
 
 // Takes white space off both ends of `text`, in place, and returns it.
 char *StringTrim(char *text);
 
-// Where the extended attribute `attribute` of `path` is kept: DIR/@eaDir/NAME/ATTRIBUTE, for a file as for a
-// directory. Trailing slashes of `path` do not count. Returns 0, or -1 (and the empty string) when an
-// argument is missing, the path has no directory part, or the result does not fit into `size` bytes (nothing
-// is cut).
+// Gets the place where the extended attribute `attribute` of `path` is kept: DIR/@eaDir/NAME/ATTRIBUTE, for a
+// file as for a directory. Trailing slashes of `path` do not count. Returns 0, or -1 (and the empty string)
+// when an argument is missing, the path has no directory part, or the result does not fit into `size` bytes
+// (nothing is cut).
 int VELUEAPath(const char *path, const char *attribute, char *out, size_t size);
 
 // Reports an event to the appliance's event log: one syslog line at notice priority with the event number as

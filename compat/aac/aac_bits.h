@@ -15,7 +15,7 @@ struct AacBits {
     bool overrun = false;
 };
 
-// Up to 32 bits.
+// Takes up to 32 bits.
 uint32_t AacBitsTake(AacBits *bits, int count);
 
 struct AacProgram {
@@ -23,8 +23,8 @@ struct AacProgram {
     uint32_t channels;
 };
 
-// Samples per second of a sampling_frequency_index (8.1.1.2), 0 when it is reserved.
+// Returns the samples per second of a sampling_frequency_index (8.1.1.2), 0 when it is reserved.
 uint32_t AacSampleRate(uint32_t index);
 
-// A program_config_element (8.5) up to the lists of its channels. False when the bytes end before.
+// Takes a program_config_element (8.5) up to the lists of its channels. False when the bytes end before.
 [[nodiscard]] bool AacProgramTake(AacBits *bits, AacProgram *program);

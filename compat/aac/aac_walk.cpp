@@ -65,7 +65,7 @@ struct AdtsHeader {
     uint32_t blocks;
 };
 
-// 6.2: the fixed and the variable header. False when it is none or the frame is cut.
+// Reads the fixed and the variable header (6.2). False when there is none or the frame is cut.
 bool AdtsHeaderRead(Window *window, uint64_t offset, AdtsHeader *header) {
     if (offset >= window->file_size)
         return false;
@@ -123,7 +123,7 @@ bool AdtsWalk(Window *window, uint64_t offset, AacInfo *info) {
     return true;
 }
 
-// 6.1: the time is that of the whole file at the header's bit rate.
+// Reads the ADIF header (6.1). The play time is that of the whole file at the header's bit rate.
 bool AdifRead(Window *window, uint64_t offset, AacInfo *info) {
     constexpr size_t kAdifSizeMax = 32;
     const auto bytes = BytesAt(window, offset, kAdifSizeMax + kProgramSizeMax);

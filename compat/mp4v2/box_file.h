@@ -24,8 +24,8 @@ struct BoxFile {
 // Opens a regular file; false for anything else, which is not touched.
 [[nodiscard]] bool BoxFileOpen(BoxFile *file, const char *path);
 
-// `size` bytes (at most kMp4Window) at `offset`, valid until the next call; null when the file does not hold
-// them all.
+// Returns `size` bytes (at most kMp4Window) at `offset`, valid until the next call; null when the file does
+// not hold them all.
 const uint8_t *BoxFileBytes(BoxFile *file, uint64_t offset, size_t size);
 
 // Copies `size` bytes at `offset`, past the window. False when the file does not hold them all.

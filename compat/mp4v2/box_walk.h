@@ -32,8 +32,9 @@ inline constexpr uint64_t kFullBoxBytes = 4;
 // when no box can begin there, or the file has had its share of boxes.
 [[nodiscard]] bool BoxNext(BoxFile *file, uint64_t *pos, uint64_t end, Box *box);
 
-// The index-th box of a type between `pos` and `end`; one that does not exist when there is none.
+// Finds the index-th box of a type between `pos` and `end`. Returns a box that does not exist when there is
+// none.
 [[nodiscard]] Box BoxFind(BoxFile *file, uint64_t pos, uint64_t end, uint32_t type, uint32_t index = 0);
 
-// The first `size` bytes of the payload (at most kMp4Window), or null when it is shorter.
+// Returns the first `size` bytes of the payload (at most kMp4Window), or null when it is shorter.
 const uint8_t *BoxPayload(BoxFile *file, const Box &box, size_t size);

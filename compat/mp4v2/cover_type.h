@@ -13,7 +13,7 @@
 // As many bytes as the longest signature has.
 inline constexpr size_t kCoverSignatureMax = 8;
 
-// `code`, unless it names neither format and `picture` begins like one of them.
+// Returns `code`, or the format that `picture` begins like when `code` names neither.
 inline uint32_t CoverTypeOf(uint32_t code, std::span<const uint8_t> picture) {
     constexpr uint8_t kJpeg[] = {0xFF, 0xD8, 0xFF};
     constexpr uint8_t kPng[kCoverSignatureMax] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};

@@ -42,5 +42,5 @@ struct ItemValue {
     uint64_t size;
 };
 
-// The index-th value of an item; false when there is none or it is too short for its head.
+// Finds the index-th value of an item. False when there is none or it is too short for its head.
 [[nodiscard]] bool ItemValueFind(BoxFile *file, const Box &item, uint32_t index, ItemValue *value);

@@ -26,7 +26,7 @@ bool ValueFind(MP4FileHandle handle, Item item, uint32_t index, ItemValue *value
            ItemValueFind(&MovieOf(handle)->file, ItemOf(MovieOf(handle)->items, item), index, value);
 }
 
-// A copy of `size` bytes and a terminator, to be freed with free(); null without memory or bytes.
+// Returns a copy of `size` bytes and a terminator, to be freed with free(); null without memory or bytes.
 uint8_t *BytesCopy(const BoxFile &file, uint64_t start, size_t size) {
     auto *copy = static_cast<uint8_t *>(malloc(size + 1));
     if (copy == nullptr)

@@ -15,7 +15,7 @@ struct Mp4Movie {
     ItemList items;
 };
 
-// Null for no handle.
+// Returns the movie of a handle; null for no handle.
 inline Mp4Movie *MovieOf(MP4FileHandle handle) {
     return static_cast<Mp4Movie *>(handle);
 }

@@ -8,5 +8,6 @@
 
 #include "compat/mp4v2/track.h"
 
-// The bytes of all samples; 0 when the table is missing, damaged or larger than a table can honestly be.
+// Returns the bytes of all samples; 0 when the table is missing, damaged or larger than a table can honestly
+// be.
 uint64_t SampleSizesSum(BoxFile *file, const Mp4Track &track);

@@ -19,7 +19,7 @@ struct TagsFree {
 };
 using Tags = std::unique_ptr<const MP4Tags, TagsFree>;
 
-// Null when there are none to be had.
+// Reads all tags of the file; null when it has none or memory is short.
 Tags TagsGet(MP4FileHandle file) {
     Tags tags(file == MP4_INVALID_FILE_HANDLE ? nullptr : MP4TagsAlloc());
     if (tags && !MP4TagsFetch(tags.get(), file))

@@ -41,7 +41,7 @@ constexpr int kAllowed[] = {
     // the end
     SCMP_SYS(exit), SCMP_SYS(exit_group)};
 
-// What an open() for reading has none of.
+// The flags that an open() for reading does not have.
 constexpr uint64_t kOpenForMore = O_ACCMODE | O_CREAT | O_TRUNC;
 
 bool Allow(scmp_filter_ctx filter, int call) {
@@ -54,7 +54,7 @@ bool AllowWhen(scmp_filter_ctx filter, int call, Condition... condition) {
     return seccomp_rule_add_array(filter, SCMP_ACT_ALLOW, call, sizeof...(condition), conditions) == 0;
 }
 
-// The call fails with `error`, when a condition is given only where that holds.
+// Lets the call fail with `error`; when a condition is given, only where it holds.
 bool Refuse(scmp_filter_ctx filter, int call, int error, const scmp_arg_cmp *condition = nullptr) {
     return seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(static_cast<uint32_t>(error)), call,
                                   condition != nullptr ? 1 : 0, condition) == 0;

@@ -7,7 +7,8 @@
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
 
-// Whether the kernel has system call filters: it then goes as far as looking at the filter, which is missing.
+// Returns whether the kernel has system call filters: a kernel that has them complains of the missing filter
+// (EFAULT), any other of the call.
 inline bool SyscallFilterSupported() {
     return prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, nullptr, 0, 0) != 0 && errno == EFAULT;
 }

@@ -35,5 +35,5 @@ struct MediaInput {
 // Opens a regular file; without one, the descriptor is -1.
 MediaInput MediaInputOpen(const char *path);
 
-// libavformat's view of the input, which has to outlive it. Null when memory is short.
+// Opens libavformat's view of the input, which has to outlive it. Null when memory is short.
 AvioHandle AvioOpen(MediaInput *input);

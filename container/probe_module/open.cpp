@@ -15,7 +15,7 @@ constexpr char kFormats[] =
     "asf,av1,avi,cavsvideo,dirac,dv,flv,gxf,h261,h263,h264,hevc,ipu,ivf,ivr,kux,live_flv,m4v,matroska,mov,"
     "mpeg,mpegts,mpegvideo,mxf,nsv,nut,nuv,obu,ogg,pva,rm,swf,vc1,vc1test,wtv,yuv4mpegpipe";
 
-// For a format that would open another file nevertheless.
+// Refuses to open a further file for a format that asks for one all the same.
 int OpenRefuse(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **) {
     return AVERROR(EACCES);
 }

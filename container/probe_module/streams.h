@@ -19,5 +19,6 @@ struct StreamsSeen {
 // (its parameters are then not looked at).
 bool StreamCopy(const AVStream *stream, MediaInfo *record, StreamsSeen *seen);
 
-// A libavformat count as a field of the record: negative ones are 0, larger ones the largest.
+// Returns a count of libavformat as the record holds it: 0 for a negative one, the largest for one that does
+// not fit.
 uint32_t Count(int64_t count);

@@ -9,8 +9,8 @@
 
 namespace {
 
-// The tags of the first audio stream of an Ogg file, whose container has none of its own; null otherwise. In
-// other formats a stream's tags name the stream (a language, say), not what is in the file.
+// Returns the tags of the first audio stream of an Ogg file, whose container has none of its own; null
+// otherwise. In other formats a stream's tags name the stream (a language, say), not what is in the file.
 const AVDictionary *StreamTags(const AVFormatContext *format) {
     if (strcmp(format->iformat->name, "ogg") != 0)
         return nullptr;
@@ -21,7 +21,8 @@ const AVDictionary *StreamTags(const AVFormatContext *format) {
     return nullptr;
 }
 
-// The value of the first of the keys that has one, or the empty string. Keys match whatever their case.
+// Returns the value of the first of the keys that has one, or the empty string. Keys match whatever their
+// case.
 const char *Tag(const AVFormatContext *format, std::initializer_list<const char *> keys) {
     for (const AVDictionary *tags :
          {static_cast<const AVDictionary *>(format->metadata), StreamTags(format)}) {
@@ -39,7 +40,7 @@ void TextCopy(const char *value, char (&text)[kMediaTextSize]) {
         snprintf(text, sizeof text, "%s", value);
 }
 
-// The number that the text begins with ("2004-05-01", "7/12"), or 0.
+// Returns the number that the text begins with ("2004-05-01", "7/12"), or 0.
 int32_t LeadingNumber(const char *text) {
     text += strspn(text, " ");
     int32_t number = 0;

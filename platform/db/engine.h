@@ -38,7 +38,7 @@ struct VELUDBEngine {
     int (*connected)(const void *connection);
 };
 
-// The engine behind SQLite files.
+// Returns the engine behind SQLite files.
 const VELUDBEngine *SqliteEngine();
 
 // Opens `uri` through a table; `owner`, `tell` and the result are VELUDBOpen's. A table that leaves out a function, or a word
@@ -49,6 +49,6 @@ VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owne
 using VELUDBModuleEntry = const VELUDBEngine *(*)();
 inline constexpr char kModuleEntry[] = "VELUDBModuleEngine";
 
-// The table of the module in `file` (a name inside the module folder), which then stays loaded. Null, with
-// the reason in `error`, when it is missing or belongs to another build.
+// Returns the table of the module in `file` (a name inside the module folder), which then stays loaded. Null,
+// with the reason in `error`, when it is missing or belongs to another build.
 const VELUDBEngine *ModuleEngine(const char *file, std::string *error);

@@ -19,6 +19,6 @@ struct VELUDBResult {
 };
 
 void ResultAddCell(VELUDBResult *result, const char *bytes, size_t length);
-// Engines spell reals differently; this is the one text for all.
+// Adds a real as the same text whichever engine gave it: they spell reals differently.
 void ResultAddReal(VELUDBResult *result, double value);
 void ResultAddNull(VELUDBResult *result);

@@ -34,6 +34,6 @@ void *SqliteOpen(const char *uri, std::string *error);
 // PostgreSQL's does in a database of plain bytes. Returns an SQLite result code.
 int SqliteLikeInstall(sqlite3 *db);
 
-// SQLite looks a prefix pattern up in an index only for its own LIKE. The text returned is `sql` with each
-// plain `COLUMN like 'PREFIX%'` condition narrowed by the range of that prefix, which an index serves.
+// Returns `sql` with each plain `COLUMN like 'PREFIX%'` condition narrowed by the range of that prefix, which
+// an index serves: SQLite looks a prefix pattern up in an index only for its own LIKE.
 std::string SqliteLikeNarrowed(const char *sql);

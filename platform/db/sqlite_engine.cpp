@@ -78,7 +78,7 @@ int Step(SqliteConnection *connection, sqlite3_stmt *statement, VELUDBResult *ro
             AddCell(rows, statement, i);
     if (result != SQLITE_DONE)
         return Fail(connection);
-    // The count of changes stays that of an earlier statement when this one can change no row.
+    // When this statement can change no row, SQLite's count of changes is still that of an earlier one.
     if (sqlite3_total_changes64(db) == before)
         return 0;
     return static_cast<int>(std::min<sqlite3_int64>(sqlite3_changes64(db), INT_MAX));
@@ -188,7 +188,7 @@ int Sync(void *handle) {
         return Fail(connection);
     if (result == SQLITE_OK && in_log >= 0 && written_back == in_log)
         return 0;
-    // It writes nothing back, and syncs nothing, past the oldest reader: then too the log is what counts.
+    // A checkpoint writes back and syncs nothing past the oldest reader: then too the log itself is synced.
     sqlite3_file *log = nullptr;
     if (sqlite3_file_control(db, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK && log != nullptr &&
         log->pMethods != nullptr) {

@@ -13,7 +13,8 @@ namespace {
 
 constexpr char kEscape = '\\';
 
-// The usual walk with one point of return, the last '%': enough, since a later '%' can always take over.
+// Walks both texts, and goes back to the last '%' alone when they differ: whatever an earlier '%' could
+// match, the last one can match too.
 bool Matches(std::string_view pattern, std::string_view text, char escape) {
     constexpr size_t kNone = std::string_view::npos;
     size_t p = 0;
@@ -77,8 +78,8 @@ bool IsWordByte(char c) {
     return isalnum(byte) != 0 || c == '_' || c == '$' || c == '.' || byte >= 0x80;
 }
 
-// The token of `sql` at or behind `position`; kind none at the end, and for everything that the conditions to
-// be narrowed do not contain (comments, quoted names).
+// Returns the token of `sql` at or behind `position`; kind none at the end, and for everything that the
+// conditions to be narrowed do not contain (comments, quoted names).
 Token NextToken(std::string_view sql, size_t position) {
     Token token;
     while (position < sql.size() && isspace(static_cast<unsigned char>(sql[position])) != 0)
@@ -115,7 +116,7 @@ bool IsOneOf(std::string_view sql, const Token &token, std::initializer_list<std
     return false;
 }
 
-// What every match of a pattern literal (with its quotes) begins with.
+// Returns what every match of a pattern literal (with its quotes) begins with.
 std::string PrefixOf(std::string_view literal) {
     std::string prefix;
     for (size_t i = 1; i + 1 < literal.size(); ++i) {
@@ -134,7 +135,7 @@ std::string PrefixOf(std::string_view literal) {
     return prefix;
 }
 
-// The first text behind all that begin with `prefix`; empty when there is none.
+// Returns the first text behind all that begin with `prefix`; empty when there is none.
 std::string Behind(std::string prefix) {
     while (!prefix.empty() && static_cast<unsigned char>(prefix.back()) == 0xff)
         prefix.pop_back();

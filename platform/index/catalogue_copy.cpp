@@ -59,7 +59,7 @@ VELUDBValue ValueOf(const char *field, bool real) {
         return {};
     const std::string_view text(field);
     double number = 0;
-    // Only as a number does a real come through an engine that reads its text less exactly.
+    // A real goes over as a number: an engine may read its text less exactly.
     if (real && std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc())
         return VELUDBValue::Real(number);
     return VELUDBValue::Text(text.data(), text.size());

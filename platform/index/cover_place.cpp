@@ -34,13 +34,13 @@ constexpr int kFirstCoverIndex = 1;
 constexpr size_t kHashDigits = SHA256_DIGEST_LENGTH * 2;
 constexpr size_t kGroupDigits = 2;
 
-// Of this process alone; empty: the configured folder counts.
+// The folder that this process keeps covers in; empty: the configured one.
 std::string &OwnCoverDir() {
     static std::string folder;
     return folder;
 }
 
-// Without slashes at its end; empty when the configured folder has no absolute path.
+// Returns the configured folder without slashes at its end; empty when its path is not absolute.
 std::string ConfiguredCoverDir() {
     char value[PATH_MAX];
     ConfigurationGet(ConfigurationKeyOf("coverdir"), value, sizeof value);
@@ -50,7 +50,7 @@ std::string ConfiguredCoverDir() {
     return folder.starts_with('/') ? std::string(folder) : std::string();
 }
 
-// As ConfiguredCoverDir.
+// Returns the folder of all covers, in the form of ConfiguredCoverDir.
 std::string CoverDir() {
     if (!OwnCoverDir().empty())
         return OwnCoverDir();
@@ -62,7 +62,7 @@ std::string CoverDir() {
     return *run.cover_dir;
 }
 
-// The folder of a media file's covers; empty when there is none.
+// Returns the folder of a media file's covers; empty when there is none.
 std::string CoverFolder(const char *media_path) {
     if (media_path == nullptr || *media_path == '\0')
         return {};
@@ -102,7 +102,7 @@ bool MakeFolder(const std::string &path) {
     return mkdir(path.c_str(), kFolderMode) == 0 || (errno == EEXIST && IsDirectory(path.c_str()));
 }
 
-// The innermost first: those above it are mostly there.
+// The innermost folder is tried first: those above it are mostly there.
 bool MakeFolders(const std::string &path) {
     if (MakeFolder(path))
         return true;
@@ -198,8 +198,8 @@ int GetCoverFolder(const char *media_path, char *out, size_t size) {
     return CopyPath(CoverFolder(media_path), out, size);
 }
 
-// One call for the file system, and not one for each cover, which would cost a disk's turn each. What others
-// have written there lately goes along.
+// One call syncs the file system, with whatever others have written there lately; a call for each cover would
+// wait for the disk each time.
 bool CoversSync() {
     if (!run_state.covers_placed)
         return true;

@@ -25,6 +25,6 @@ struct ImageReader {
     std::array<uint8_t, kImageWindow> window{};
 };
 
-// `size` bytes (at most kImageWindow) at `offset`, valid until the next call; null when the file does not
-// hold them all.
+// Returns `size` bytes (at most kImageWindow) at `offset`, valid until the next call; null when the file does
+// not hold them all.
 const uint8_t *ImageBytes(ImageReader *reader, uint64_t offset, size_t size);

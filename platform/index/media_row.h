@@ -9,7 +9,7 @@
 #include "platform/media_record.h"
 #include "platform/veludb.h"
 
-// The statement that inserts or replaces a row of `table`, its values in the order of MediaRow.
+// Returns the statement that inserts or replaces a row of `table`, its values in the order of MediaRow.
 std::string MediaRowStatement(const char *table);
 
 // The values of a row. The texts are kept apart, since the values only point at them.

@@ -23,15 +23,15 @@ int BadParameter(int line) {
     return -1;
 }
 
-// `removed` rows are gone from `table`, now or, when the request is carried out again after a crash, before; the
-// marker tells programs either way. Passes a failure on.
+// Sets the table's dirty marker after a delete of `removed` rows, also of none: a request that is carried out
+// again after a crash may have removed them before. Passes a failure on.
 int Removed(const char *table, int removed) {
     if (removed >= 0)
         MarkDirty(table);
     return removed < 0 ? -1 : 0;
 }
 
-// The covers go first: what is left undone between the two is found again by the same delete.
+// The covers go first: after a crash between the two, the same delete finds what is left.
 int RemoveMediaRow(const char *table, const std::string &path) {
     return RemoveRowCovers(table, path) != 0 ? -1 : Removed(table, RemoveRow(Catalogue::media, table, path));
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// MediaInfoValid: what readers took from a file as it stands becomes what the catalogue may hold.
+// MediaInfoValid: makes of what readers took from a file what the catalogue may hold.
 #include <string.h>
 
 #include <cmath>

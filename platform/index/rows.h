@@ -8,7 +8,8 @@
 #include "platform/index/schema.h"
 #include "platform/path.h"
 
-// A directory is the same with and without slashes at its end; "/" alone becomes the empty path.
+// Returns a path without slashes at its end, with which a directory is the same; "/" alone becomes the empty
+// path.
 std::string WithoutTrailingSlashes(const std::string &path);
 
 // Remove rows of a table. They return the number of rows removed, or -1.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Leading a database from the version of its tables to the newest, in one transaction.
+// Brings the tables of a database from their version to the newest, in one transaction.
 #include "platform/index/schema.h"
 
 #include <stdlib.h>
@@ -51,7 +51,7 @@ int RunSteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps,
     return VELUDBExecute(db, ("insert into schema_version values (" + newest + ")").c_str(), nullptr);
 }
 
-// Another program may have been first: the version counts that stands once the transaction is ours.
+// Another program may have been first, so that the version is read within the transaction.
 int Migrate(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps) {
     if (VELUDBBegin(db) != 0)
         return -1;

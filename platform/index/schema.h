@@ -14,7 +14,8 @@
 // leaves out; a database of a newer program fails, untouched.
 int SchemaApply(VELUDB *db, Catalogue catalogue, bool tell = true);
 
-// PATH, SERIAL and REAL in `sql` are spelled as the engine wants them (platform/db/words.h).
+// One statement on the way to the newest version. PATH, SERIAL and REAL in `sql` are spelled as the engine
+// wants them (platform/db/words.h).
 struct SchemaStep {
     int version; // that the database has once all steps of this number have run
     Catalogue catalogue;
@@ -22,11 +23,12 @@ struct SchemaStep {
     const char *sql;
 };
 
-// Those of this program, in the order in which they run. A step that was ever released stays as it is: databases
-// of its version exist.
+// Returns the steps of this program, in the order in which they run. A step that was ever released stays as
+// it is: databases of its version exist.
 std::span<const SchemaStep> SchemaSteps();
 
-// The version of the tables of a database, 0 for a version table without a row, or -1 when there is none.
+// Returns the version of the tables of a database, 0 for a version table without a row, or -1 when there is
+// none.
 int SchemaVersion(VELUDB *db);
 
 // True for a column that holds reals, in whichever table.

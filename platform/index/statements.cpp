@@ -10,7 +10,7 @@
 
 namespace {
 
-// Their places here are part of the numbers.
+// Statement numbers are made with the places of the tables in this list.
 constexpr const char *kTables[] = {
     kMediaTables[0],
     kMediaTables[1],
@@ -104,7 +104,7 @@ std::string StatementText(int statement) {
     case StoreOperation::removeRow:
         return "delete from " + table + " where path = $1";
     case StoreOperation::removeTree:
-        // Its cost must not depend on the size of the table.
+        // A range of the key, so that the cost does not grow with the table.
         return "delete from " + table + " where path = $1 or (path >= $2 and path < $3)";
     case StoreOperation::coverOfRow:
         return "select path from " + table + " where path = $1 and has_cover = 1";

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// The statements that the store prepares. Each has a number, the same in every run and program, by which connections
-// keep what they have prepared and batches what they would have to write again.
+// The statements that the store prepares. Each has a number, the same in every run and program: connections
+// keep by it what they have prepared, and batches what may have to be written again.
 #pragma once
 
 #include <stddef.h>
 
 #include <string>
 
-// With the values that each takes. Those of a tree or range are its path, and the range of the keys under it.
+// What the statements do, with the values that each takes. `from` and `before` are the range of the keys
+// under a path.
 enum class StoreOperation : int {
     saveRow,       // of a media table or `directory`: its columns, the path first
     removeRow,     // path
@@ -33,8 +34,8 @@ inline constexpr int kCoverRows = 200;
 // A server takes as long to answer a statement about so many rows as one about a few.
 inline constexpr size_t kRenamedAtOnce = 50;
 
-// The number of an operation on a table, which is one of the catalogues'. The operations on photos and videos have
-// their table in their name.
+// Returns the number of an operation on a table, which is one of the catalogues'. The operations on photos
+// and videos have their table in their name.
 int StatementOf(StoreOperation operation, const char *table);
 int StatementOf(StoreOperation operation);
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-// By the numbers of Catalogue.
+// The keys of the catalogues, by the numbers of Catalogue.
 constexpr const ConfigurationKey *kPlaces[kCatalogues] = {&ConfigurationKeyOf("mediadb"),
                                                           &ConfigurationKeyOf("photodb")};
 

@@ -39,7 +39,7 @@ void FeedValue(KeySearch *search, char byte) {
         KeepAllOfValue(search);
 }
 
-// Leaves the line once its key is another.
+// Skips the rest of the line once its key is another one.
 void FeedKey(KeySearch *search, char byte) {
     const bool whole = search->matched == search->key.size();
     if (whole ? IsSpace(byte) : byte == search->key[search->matched])

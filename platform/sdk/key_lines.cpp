@@ -40,7 +40,7 @@ void BlanksCutOff(std::string *text) {
         text->pop_back();
 }
 
-// Keeps the line if it says something, and begins the next one.
+// Keeps the line unless it is empty or a comment, and begins the next one.
 void LineEnd(LineTaken *taken, std::vector<KeyFileLine> *lines) {
     const KeyState state = taken->grammar.state;
     taken->line.open_quote = state == KeyState::quoted;

@@ -29,6 +29,6 @@ struct LineReader {
     bool in_line = false;  // the last piece did not end its line
 };
 
-// The next piece: 1 when there is one, 0 at the end of the file, -1 when the file cannot be opened or read.
-// A last line without a newline ends with a piece that may be empty.
+// Reads the next piece. Returns 1 when there is one, 0 at the end of the file, -1 when the file cannot be
+// opened or read. A last line without a newline ends with a piece that may be empty.
 int NextLinePiece(LineReader *reader, LinePiece *piece);

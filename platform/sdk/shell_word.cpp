@@ -6,19 +6,19 @@
 
 namespace {
 
-// What no shell takes for anything but itself, at any place of a word. Bytes above ASCII belong to it too.
+// The bytes that mean themselves to every shell, at any place of a word; those above ASCII are among them.
 constexpr std::string_view kPlainBytes = "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
                                          "abcdefghijklmnopqrstuvwxyz"
                                          "0123456789/._-+,:@%";
 
-// What keeps a meaning between double quotes.
+// The bytes that keep a special meaning between double quotes.
 constexpr std::string_view kSpecialInQuotes = "$`\"\\";
 
 bool IsPlain(char byte) {
     return static_cast<unsigned char>(byte) > 0x7F || kPlainBytes.find(byte) != std::string_view::npos;
 }
 
-// At most two bytes for each.
+// Each byte becomes two at most.
 void AppendEscaped(BoundedText *word, std::string_view text) {
     for (const char byte : text) {
         if (!IsPlain(byte))

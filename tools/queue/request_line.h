@@ -15,8 +15,8 @@ struct RequestLine {
     std::string refusal; // a sentence for people, without the path
 };
 
-// `command` and a colon in front of a path, a table or a share's word.
+// Forms a line: `command` and a colon in front of a path, a table or a share's word.
 RequestLine RequestLineForm(QueueCommand command, std::string_view argument);
 
-// A rename. Neither path may hold a colon: that is what separates them.
+// Forms the line of a rename. Neither path may hold a colon: that is what separates them.
 RequestLine RenameLineForm(std::string_view new_path, std::string_view old_path);

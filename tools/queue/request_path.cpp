@@ -16,7 +16,7 @@ namespace {
 
 using CString = std::unique_ptr<char, CloseWith<free>>;
 
-// The real place of a directory, without a slash at its end: "/" becomes the empty text.
+// Returns the real place of a directory, without a slash at its end: "/" becomes the empty text.
 bool Resolve(std::string *directory) {
     const CString real(realpath(directory->empty() ? "/" : directory->c_str(), nullptr));
     if (real == nullptr)

@@ -46,7 +46,8 @@ size_t OptionOf(const CommandLine &line, int code) {
     return found != line.options.end() ? static_cast<size_t>(found - line.options.begin()) : kNone;
 }
 
-// getopt_long takes the beginning of a name for the name, which tomorrow's options would make another's.
+// getopt_long takes the beginning of a name for the whole name. That is refused here: a later option may
+// begin the same.
 bool IsWhole(const char *word, const char *name) {
     const size_t length = strlen(name);
     return strncmp(word, "--", 2) == 0 && strncmp(word + 2, name, length) == 0 &&
@@ -57,7 +58,7 @@ std::string Missing(const CommandOption &one) {
     return NameOf(one) + ": 1 required " + TypeText(one.type, one.words) + " missing";
 }
 
-// What is known of a line while it is read.
+// The state of reading one command line.
 struct Reading {
     const CommandLine &line;
     std::vector<int> seen; // how often each option
@@ -68,7 +69,7 @@ std::string OptionTake(Reading *reading, size_t at, const char *value) {
     const CommandOption &one = reading->line.options[at];
     if (++reading->seen[at] > 1 && one.type != nullptr && !TakesMany(one.target))
         return NameOf(one) + ": At Most 1 required but received 2";
-    // An empty value is mostly that of a variable of the shell that is not set.
+    // An empty value mostly comes from a shell variable that is not set.
     if (one.type != nullptr && *value == '\0')
         return Missing(one);
     return ValueTake(one.target, NameOf(one), value, one.words);
@@ -84,7 +85,7 @@ std::string ArgumentTake(Reading *reading, const char *value) {
     return ValueTake(arguments[at].target, arguments[at].name, value, arguments[at].words);
 }
 
-// What all options and arguments together lack or have too much.
+// Returns what is missing or too much among all options and arguments.
 std::string Together(const Reading &reading) {
     const auto is_there = [&](const char *name) {
         for (size_t at = 0; at < reading.seen.size(); ++at) {

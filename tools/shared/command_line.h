@@ -22,8 +22,8 @@ CommandLineResult CommandLineRead(const CommandLine &line, int argc, char **argv
 CommandLineResult CommandLineReadToCommand(const CommandLine &line, int argc, char **argv, int *command,
                                            std::string *error);
 
-// The sentence about a word that the table has no place for.
+// Returns the sentence about a word that the table has no place for.
 std::string NotExpected(std::string_view word);
 
-// The option's name with its dashes: the long one, if there is one.
+// Returns the option's name with its dashes: the long one, if there is one.
 std::string NameOf(const CommandOption &option);

@@ -15,5 +15,5 @@ bool TakesMany(const CommandTarget &target);
 std::string ValueTake(const CommandTarget &target, const std::string &name, const char *value,
                       const std::vector<const char *> &words);
 
-// The type with the words that it is one of: "SHARE:{music,video}".
+// Returns the type with the words that a value is one of: "SHARE:{music,video}".
 std::string TypeText(const char *type, const std::vector<const char *> &words);

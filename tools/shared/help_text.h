@@ -21,6 +21,6 @@ struct HelpHead {
     const char *behind; // in the line of usage, behind the options
 };
 
-// `more` and `footer` stand behind the options.
+// Returns the help of a program or command. `more` and `footer` stand behind the options.
 std::string HelpText(const HelpHead &head, const CommandLine &line, const std::vector<HelpList> &more,
                      const std::string &footer);

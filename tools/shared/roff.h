@@ -6,8 +6,9 @@
 #include <string>
 #include <string_view>
 
-// The text with what would be a request, a hyphen of a word's end or an escape to the formatter written out.
+// Returns the text with everything escaped that the formatter would take for a request, a hyphenation point
+// or an escape.
 std::string RoffText(std::string_view text);
 
-// An entry of a list: what is described, in the formatter's own words, and the plain text about it.
+// Returns an entry of a list: what is described, in the formatter's own words, and the plain text about it.
 std::string RoffEntry(std::string_view head, std::string_view text);

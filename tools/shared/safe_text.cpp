@@ -23,7 +23,7 @@ struct Range {
     char32_t last;
 };
 
-// What has no glyph of its own but changes how others are shown, or whether.
+// Characters without a glyph of their own that hide or reorder others.
 constexpr Range kHidden[] = {
     {0x00, 0x1F},       // C0
     {0x7F, 0x9F},       // DEL and C1: 8-bit terminals take orders in these too
@@ -39,7 +39,7 @@ constexpr Range kHidden[] = {
     {0xE0000, 0xE0FFF}, // tags
 };
 
-// What joins or varies the characters beside it, so that they are written as their language does.
+// Characters that join or vary their neighbours, as some languages are written.
 constexpr Range kComposed[] = {{0x200C, 0x200D}, {0xFE00, 0xFE0F}};
 constexpr char32_t kNoCharacter = 0xFFFE; // the last two of every plane
 

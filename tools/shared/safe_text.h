@@ -12,16 +12,16 @@
 // Takes the terminal's character set from the environment. Without UTF-8 there, only ASCII is shown as it is.
 void SafeTextPrepare();
 
-// The text with every byte and character that is not to be seen as itself written out: control characters and
-// bytes that are no UTF-8 as \x1B, characters that reorder or hide others as \u{202E}, the backslash doubled.
+// Returns the text with every byte and character written out that a terminal must not get as it is: control
+// characters and bytes that are no UTF-8 as \x1B, characters that reorder or hide others as \u{202E}, the
+// backslash doubled.
 std::string SafeText(std::string_view bytes);
 
-// The same for a page, where every character has a place: only what a browser, too, would hide or reorder is
-// written out.
+// Returns the text for a page: only what a browser, too, would hide or reorder is written out.
 std::string SafePageText(std::string_view bytes);
 
-// The columns that such a text takes on a terminal.
+// Returns the columns that such a text takes on a terminal.
 size_t DisplayWidth(std::string_view safe);
 
-// The text cut to so many columns, the last of them "…" (or "~") when something is missing.
+// Returns the text cut to so many columns, the last of them "…" (or "~") when something is missing.
 std::string DisplayCut(std::string_view safe, size_t columns);

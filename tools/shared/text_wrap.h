@@ -9,6 +9,6 @@
 #include <string_view>
 #include <vector>
 
-// The text in lines of at most `columns` characters, broken at single blanks; a longer word has a line of its
-// own. The text is ASCII.
+// Returns the text in lines of at most `columns` characters, broken at single blanks; a longer word has a
+// line of its own. The text is ASCII.
 std::vector<std::string> TextWrap(std::string_view text, size_t columns);

@@ -24,7 +24,8 @@ struct CatalogueReader {
     std::string failure; // of the last call that failed, for people
 };
 
-// Null, with the reason in the reader, when the catalogue cannot be reached.
+// Connects to a catalogue, or returns the connection that stands. Null, with the reason in the reader, when
+// the catalogue cannot be reached.
 VELUDB *CatalogueConnect(CatalogueReader *reader, Catalogue catalogue);
 
 // Forgets a connection that has failed; the next call makes a new one.
@@ -48,5 +49,5 @@ struct RowFilter {
                                      const std::vector<const char *> &columns, const RowFilter &filter,
                                      const std::function<void(Row &)> &take);
 
-// The number of rows of a table, or -1 with the reason in the reader.
+// Returns the number of rows of a table, or -1 with the reason in the reader.
 int64_t CatalogueCount(CatalogueReader *reader, const CatalogueTable &table);

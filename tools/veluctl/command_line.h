@@ -30,5 +30,6 @@ struct ProgramOptions {
     bool completion = false;
 };
 
-// Reading the table's lines fills `asked` and `options`, which outlive it.
+// Makes the table of commands and options. Reading a command line by it fills `asked` and `options`, which
+// must outlive it.
 Program ProgramMake(ProgramOptions *asked, Options *options);

@@ -17,5 +17,5 @@ struct ConfigurationFinding {
     Value problem;       // none: nothing is wrong
 };
 
-// Every key in the order of the table, then the lines that are wrong, by file and line.
+// Returns a finding for every key in the order of the table, then the lines that are wrong, by file and line.
 std::vector<ConfigurationFinding> ConfigurationLook();

@@ -7,5 +7,6 @@
 
 #include "platform/configuration.h"
 
-// What is wrong with the value, without a password of it; empty: nothing. Looks at the disk, never at a server.
+// Returns what is wrong with the value, never with a password in it; empty when nothing is. Looks at the
+// disk, never at a server.
 std::string ConfigurationProblem(const ConfigurationKey &key, const std::string &value);

@@ -17,7 +17,7 @@ struct KeptCover {
     int height;
 };
 
-// Those of a media file, where this process looks for them.
+// Returns the covers that are kept for a media file, in the folder that this process uses.
 std::vector<KeptCover> CoversOf(const std::string &media_path);
 
 RecordPart CoverPart(const KeptCover &cover);

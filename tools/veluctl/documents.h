@@ -10,8 +10,8 @@
 std::string ProgramHelp(const Program &program);
 std::string CommandHelp(const Program &program, const ProgramCommand &command);
 
-// veluctl(1) as man(7) takes it.
+// Returns veluctl(1) as man(7) takes it.
 std::string ManualPage(const Program &program);
 
-// A completion for bash.
+// Returns a completion for bash.
 std::string BashCompletion(const Program &program);

@@ -54,7 +54,7 @@ void ReaderTry(const Reader &reader, const std::string &path, std::vector<Record
     for (const KeptCover &cover : CoversOf(path)) {
         RecordPart picture = CoverPart(cover);
         picture.name = std::string("cover picture of the ") + reader.name;
-        picture.columns.pop_back(); // where it lies for the moment
+        picture.columns.pop_back(); // its path in the folder that goes away
         picture.values.pop_back();
         parts->push_back(std::move(picture));
     }

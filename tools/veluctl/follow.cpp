@@ -15,10 +15,10 @@
 
 namespace {
 
-// Often enough for the eye, and the end is seen at once; nothing on a small machine.
+// Often enough for the eye and to see the end at once, and next to no work for a small machine.
 constexpr timespec kPause = {0, 100'000'000};
 
-// Counting the rows of a large catalogue takes its time, of which it may have this part.
+// The part of the time that may go into counting the rows of a large catalogue.
 constexpr double kCountShare = 0.02;
 
 double Now() {
@@ -40,7 +40,7 @@ struct RowCounter {
                 continue;
             const int64_t count = CatalogueCount(&reader, table);
             if (count < 0) {
-                // Nobody has made it yet, or it is away: the next look connects anew.
+                // The catalogue was not made yet, or is away: the next look connects anew.
                 CatalogueDisconnect(&reader, table.catalogue);
                 sum = -1;
                 break;

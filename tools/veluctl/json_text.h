@@ -20,8 +20,8 @@ void JsonTextPut(Json *object, const std::string &name, std::string_view bytes);
 // Adds a value of a row by its column's type: a number, a text, true or false, null.
 void JsonValuePut(Json *object, const Column &column, const Value &value);
 
-// One line of JSON, or an indented text. With `ascii` everything above ASCII is escaped: a terminal must not
-// see it raw.
+// Returns one line of JSON, or an indented text. With `ascii` everything above ASCII is escaped: a terminal
+// must not see it raw.
 std::string JsonWrite(const Json &value, bool indented, bool ascii);
 
 // Prints a whole answer.

@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
-// The texts of all lines since the last call, oldest first, without the module and line number in front.
+// Returns the texts of all lines since the last call, oldest first, without the module and line number in
+// front.
 std::vector<std::string> LogLinesTake();
 
-// The same as one text for a message; a general one when there are none.
+// Returns the same as one text for a message; a general one when there are none.
 std::string LogReasonTake();

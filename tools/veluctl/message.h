@@ -11,8 +11,8 @@
 // Prints "veluctl: " and the text, and returns the code.
 ExitCode Complain(ExitCode code, const std::string &text);
 
-// A path as it stands in a sentence.
+// Returns a path as it stands in a sentence.
 std::string Quoted(std::string_view path);
 
-// "1 file", "2 files": `many` has an s behind.
+// Returns "1 file", "2 files": the plural of `one` is made with an s.
 std::string Counted(long long count, const char *one);

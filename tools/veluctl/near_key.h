@@ -9,10 +9,10 @@
 
 #include "platform/configuration.h"
 
-// How many characters of one text have to be added, left out, changed or exchanged with their neighbour to make
-// the other of it; the case of ASCII letters does not count.
+// Returns how many characters of one text have to be added, left out, changed or exchanged with their
+// neighbour to make the other of it; the case of ASCII letters does not count.
 size_t EditDistance(std::string_view one, std::string_view other);
 
-// The key of the table that `name` is, or is so near to that it was hardly meant for another program; null when
-// there is none.
+// Returns the key of the table that has this name, or a name so near to it that the line was hardly meant for
+// another program; null when there is none.
 const ConfigurationKey *NearKey(std::string_view name);

@@ -19,13 +19,13 @@ constexpr int kFieldsFromNameToStart = 20;
 
 time_t ProcessStart(pid_t pid) {
     const FileHandle file(fopen(ProcPath(pid, "stat").c_str(), "re"));
-    char text[1024]; // fifty numbers and a name of 15 bytes
+    char text[1024]; // room for fifty numbers and a name of 15 bytes
     const size_t length = file != nullptr ? fread(text, 1, sizeof text - 1, file.get()) : 0;
     text[length] = '\0';
     const char *field = strrchr(text, ')');
     for (int at = 0; field != nullptr && at < kFieldsFromNameToStart; ++at)
         field = strchr(field + 1, ' ');
-    // Not the clock of the file system: the machine's own, whatever this process believes.
+    // The machine's start by its clocks. The times of the files in /proc do not tell when a process began.
     timespec uptime = {};
     timespec now = {};
     if (field == nullptr || clock_gettime(CLOCK_BOOTTIME, &uptime) != 0 ||

@@ -6,5 +6,5 @@
 #include <sys/types.h>
 #include <time.h>
 
-// In seconds of the epoch; 0 when it is not known.
+// Returns when a process was started, in seconds of the epoch; 0 when that is not known.
 time_t ProcessStart(pid_t pid);

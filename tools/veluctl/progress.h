@@ -14,7 +14,8 @@ class Progress {
 public:
     Progress(FILE *out, int64_t rows_before);
 
-    // `rows`: files catalogued, -1 when not known; `seconds` since the beginning.
+    // Shows a moment of the run. `rows` are the files catalogued, -1 when not known; `seconds` count from the
+    // run's beginning.
     void Show(const RunView &view, int64_t rows, double seconds);
     void End();
 
@@ -30,5 +31,5 @@ private:
     Phase last_phase_ = Phase::queued;
 };
 
-// What is shown of a moment: phase, lines, files and their rate, what is worked on.
+// Returns what is shown of a moment: phase, lines, files and their rate, what is worked on.
 std::string ProgressText(const RunView &view, int64_t rows_before, int64_t rows, double run_seconds);

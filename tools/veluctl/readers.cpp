@@ -30,7 +30,8 @@ bool MediaRead(const char *name, const char *path, RecordPart *part) {
     return read;
 }
 
-// The indexer fills in what the file system says, and is content with a file that is no AIFF.
+// The indexer adds what the file system says, and does not fail for a file that is no AIFF: both are undone
+// here.
 bool AiffRecordRead(const char *name, const char *path, RecordPart *part) {
     MediaInfo record = {};
     const bool read = AiffInfoGet(path, &record) == 0 && record.sample_rate != 0;
@@ -40,7 +41,7 @@ bool AiffRecordRead(const char *name, const char *path, RecordPart *part) {
     return read;
 }
 
-// A tag alone, merged with nothing.
+// Reads the ID3v2 tag alone, without the rest of the file.
 bool Id3v2Read(const char *name, const char *path, RecordPart *part) {
     Mp3FileCtx ctx;
     if (!Mp3FileOpen(path, &ctx, kLogName))

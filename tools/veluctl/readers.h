@@ -20,5 +20,5 @@ struct Reader {
 
 std::span<const Reader> Readers();
 
-// The kinds of files with that extension (null: none); all of them when it is not known.
+// Returns the kinds of files with that extension (null: none), or all kinds when nothing is known of it.
 unsigned ReaderKindsOf(const char *extension);

@@ -66,7 +66,7 @@ int LinesAppend(const std::vector<std::string> &lines, FdHandle *file) {
 } // namespace
 
 ExitCode RequestLinesSend(const std::vector<std::string> &lines, const Options &options) {
-    // As it is before anything changes: what counts is what this run adds.
+    // Taken before the lines are queued, so that what this run adds can be told from what was there.
     const FollowStart start = options.wait ? FollowBegin() : FollowStart();
     FdHandle file;
     if (const int error = LinesAppend(lines, &file); error != 0)
@@ -78,7 +78,7 @@ ExitCode RequestLinesSend(const std::vector<std::string> &lines, const Options &
     if (wake != 0)
         return Complain(wake == EPERM ? kNoRights : kFailed,
                         queued + ", but the daemon cannot be signalled: " + strerror(wake));
-    // An answer for a program has standard output for itself.
+    // When the answer is for a program, standard output holds nothing else.
     FILE *out = options.form() == Form::table ? stdout : stderr;
     fprintf(out, "%s.\n", queued.c_str());
     fflush(out);
@@ -156,7 +156,7 @@ ExitCode AddCommand(const Options &options) {
 
 ExitCode RemoveCommand(const Options &options) {
     return ForEachPath(options, [&](const std::string &path, Requests *requests) {
-        // What is gone does not tell whether it was a file: the letter for trees does for both.
+        // Nobody knows whether what is gone was a file; the command for trees removes either.
         const RequestLine formed = RequestLineForm(kCommandTreeRemove, path);
         if (formed.refusal.empty() && !options.force && Exists(path))
             requests->Refuse(path, "it is still there, and the daemon removes only what is gone" +

@@ -19,7 +19,7 @@ struct RequestCommand {
     const char *argument; // what is to be given, where the queue's command does not say it all
 };
 
-// All of them, in the order in which help shows them.
+// Returns the commands that ask for work, in the order in which help shows them.
 std::span<const RequestCommand> RequestCommands();
 
 // Queues whole lines, tells the daemon and follows the run, as the options say.

@@ -131,7 +131,7 @@ void RowWriter::TableFlush() {
     size_t used = 0;
     for (size_t at = 0; at + 1 < widths_.size(); ++at)
         used += widths_[at] + kGap;
-    // Nobody's script reads the table, but a pipe to a pager is not a reason to cut paths.
+    // Only a terminal has an edge to cut paths at; a pipe may lead to a pager.
     const size_t width = TerminalColumns(out_);
     widths_.back() = terminal_ ? std::max(width > used ? width - used : 0, kLastColumnMin) : SIZE_MAX;
     for (const auto &cells : waiting_)

@@ -14,7 +14,7 @@
 
 enum class Form { table, json, csv };
 
-// A value as people read it: sizes as "3.4 MB", seconds as "4:05", texts safe for a terminal.
+// Returns a value as people read it: sizes as "3.4 MB", seconds as "4:05", texts safe for a terminal.
 std::string ValueShow(const Value &value, Type type);
 
 // Rows one after the other. Columns are as wide as the first rows (kMeasuredRows) need; on a terminal the
@@ -43,5 +43,5 @@ private:
     std::vector<size_t> widths_;
 };
 
-// A field of CSV (RFC 4180): in quotes, which are doubled inside, where it has to be.
+// Returns a field of CSV (RFC 4180): in quotes, which are doubled inside, where it has to be.
 std::string CsvField(std::string_view text);

@@ -162,7 +162,7 @@ RunView RunLook(RequestFile *requests, pid_t daemon) {
         return view;
     }
     const DaemonFiles files = daemon != 0 ? DaemonFilesLook(daemon, fd) : DaemonFiles();
-    // Whoever may not look takes the daemon at its word: it works on what it has taken over.
+    // A user who may not look into the daemon's process assumes that it works on what it has taken over.
     const bool hidden = daemon != 0 && access(ProcPath(daemon, "fd").c_str(), R_OK) != 0;
     view.phase = files.position >= 0 || hidden ? Phase::running : Phase::kept;
     if (files.position >= 0) {

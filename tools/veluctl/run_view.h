@@ -27,7 +27,7 @@ struct LineCounter {
     bool open_line = false; // the last byte counted was no newline
 };
 
-// Lines from the beginning up to `end` (bytes). An open last line counts.
+// Counts the lines from the beginning up to `end` (bytes). An open last line counts.
 int64_t LinesUpTo(LineCounter *counter, const FdHandle &file, int64_t end);
 
 enum class Phase {
@@ -54,8 +54,8 @@ struct RequestFile {
     bool kept = false;        // a line of the file stands there
 };
 
-// How far a file of requests has come with the daemon of that id (0: none runs). Place and open files of a
-// process are seen by its own user and root only; others get the phase and the number of lines.
+// Tells how far a file of requests has come with the daemon of that id (0: none runs). Place and open files
+// of a process are seen by its own user and root only; others get the phase and the number of lines.
 RunView RunLook(RequestFile *requests, pid_t daemon);
 
 // Opens a file of requests to look at it; empty when there is none.

@@ -23,5 +23,5 @@ struct CatalogueTable {
 
 std::span<const CatalogueTable> CatalogueTables();
 
-// The column of that name; it is there.
+// Returns the column of that name, which the table must have.
 const Column &ColumnOf(const CatalogueTable &table, std::string_view name);

@@ -11,7 +11,8 @@ inline bool IsTerminal(FILE *out) {
     return isatty(fileno(out)) == 1;
 }
 
-// The usual number for what is no terminal or does not know.
+// Returns how many columns a terminal has; the usual number for anything else, and for a terminal that does
+// not say.
 inline size_t TerminalColumns(FILE *out) {
     constexpr size_t kUsual = 80;
     winsize size = {};

@@ -12,7 +12,7 @@ namespace {
 constexpr char kHidden[] = "***";
 constexpr std::string_view kAuthority = "://";
 
-// In small letters, with %XX as the byte that it stands for, as libpq reads the names of settings.
+// Returns the text in small letters and with %XX decoded, as libpq reads the names of settings.
 std::string Plain(std::string_view text) {
     std::string plain;
     while (!text.empty()) {

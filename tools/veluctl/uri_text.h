@@ -5,5 +5,5 @@
 
 #include <string>
 
-// The URI with three asterisks for each password in it, also where it is no good one.
+// Returns the URI with three asterisks in the place of each password, also when it is no well-formed URI.
 std::string UriWithoutPassword(std::string uri);

@@ -47,7 +47,7 @@ bool IsInAskedTree(const Asked &asked, std::string_view path) {
     return AnyAbove(path, [&](std::string_view above) { return (AskedAt(asked, above) & kTreeCame) != 0; });
 }
 
-// The path with the front that is `from` exchanged.
+// Returns the path with `from` at its front replaced.
 std::string Exchanged(const std::string &path, const std::string &from, const std::string &to) {
     return to + path.substr(from.size());
 }
@@ -81,8 +81,7 @@ bool IsSameKind(const Rename &move) {
            BlVELUIndexIsVideo(to) == BlVELUIndexIsVideo(from);
 }
 
-// What was about to be asked, or is asked and not done, of paths below a renamed directory, is asked of their new
-// paths.
+// Moves changes and requests that are not done yet from paths below a renamed directory to their new paths.
 void PathsFollow(Changes *changes, const Rename &move, WatchTime now) {
     ChangeMap moved;
     const auto first = FirstBelow(changes->paths, move.old_path);
@@ -172,7 +171,7 @@ void FileMoved(Changes *changes, const Rename &move, WatchTime now) {
 void TreeCame(Changes *changes, const std::string &path, WatchTime now) {
     if (IsInNewTree(*changes, path))
         return;
-    // A removal that is not done yet is refused when it finds the directory.
+    // The daemon refuses a removal that it has not done yet once the directory is there again.
     const uint8_t kept = changes->asked.lost ? kTreeGone : AskedAt(changes->asked, path) & kGone;
     Keep(changes, path, 0, kTreeCame | kept, now);
 }
@@ -180,7 +179,8 @@ void TreeCame(Changes *changes, const std::string &path, WatchTime now) {
 void TreeGone(Changes *changes, const std::string &path, WatchTime now) {
     ForgetBelow(changes, path);
     Keep(changes, path, kFileFlags | kTreeCame, kTreeGone, now);
-    // A rename to what is no directory any more takes no rows away from the directory's old name.
+    // The daemon takes a rename whose new name is no directory any more for that of a file, and keeps the
+    // rows below the old name.
     std::vector<std::string> left;
     for (const Rename &rename : changes->asked.renames) {
         if (PathIsAtOrUnder(rename.new_path, path))

@@ -2,9 +2,10 @@
 //
 // What has happened in the shares and is not queued yet.
 //
-// Kept for each path is what its row may have been and what happened, not the course of events. Which request that makes
-// is decided when the changes have come to rest, by what is on the disk then (request_plan): the daemon, too, looks
-// at the disk only when it carries a request out, and whatever happens later is a change of its own.
+// For each path this keeps what its row may have been and what happened, not the course of events. Which
+// request follows from that is decided when the changes have come to rest, by what is on the disk then
+// (request_plan): the daemon, too, looks at the disk only when it carries a request out, and whatever happens
+// later is a change of its own.
 #pragma once
 
 #include <stdint.h>
@@ -19,7 +20,7 @@
 
 using WatchTime = std::chrono::steady_clock::time_point;
 
-// Of a path, any of them together.
+// What is known of a path; any of these together.
 enum ChangeFlag : uint8_t {
     kFileTouched = 1, // a file has come or has changed
     kFileOpen = 2,    // it was created and has not been closed since
@@ -55,8 +56,8 @@ struct Asked {
 
 struct Changes {
     ChangeMap paths;
-    // Of the photo library, in their order: titles, comments and albums follow them. In front of all that `paths`
-    // says.
+    // Renames within the photo library, in their order: titles, comments and albums follow them. They are
+    // asked for in front of everything in `paths`.
     std::vector<Rename> renames;
     std::set<std::string> reindex; // trees of which changes were missed
     Asked asked;
@@ -74,12 +75,12 @@ void TreeCame(Changes *changes, const std::string &path, WatchTime now);
 void TreeGone(Changes *changes, const std::string &path, WatchTime now);
 void TreeMoved(Changes *changes, const Rename &move, WatchTime now);
 
-// A rename that is told as what it comes to: the old name has gone, and the new one has come.
+// Notes a rename as a removal and an addition: the old name has gone, and the new one has come.
 void RenameSplit(Changes *changes, const Rename &move, WatchTime now);
 
-// Changes of the tree were missed: it is to be indexed anew, whatever is known of it.
+// Notes that changes of the tree were missed: it is to be indexed anew, whatever is known of it.
 void TreeMissed(Changes *changes, const std::string &path);
 
-// The tree is not there for a time, and nothing is asked of it until it is back: what was about to be asked would find
-// nothing, and take its rows away.
+// Notes that the tree is away (an unmounted volume) and drops what was about to be asked of it: the daemon
+// would find nothing there and take its rows away.
 void TreeAway(Changes *changes, const std::string &path, WatchTime now);

@@ -24,8 +24,8 @@ struct Event {
 
     [[nodiscard]] bool directory() const { return (mask & IN_ISDIR) != 0; }
 
-    // True as long as a directory is the one that the event came from: what is found out on the way may take it out of
-    // the tree, and its number may be given to another.
+    // True as long as the number still means the directory that the event came from. Handling the event may
+    // take the directory out of the tree, and the number may be given to another.
     [[nodiscard]] bool IsFrom(NodeId node) const {
         return watcher->tree.Exists(node) && watcher->tree.Watch(node) == watch;
     }
@@ -52,7 +52,7 @@ void DirectoryCame(Watcher *watcher, NodeId parent, const std::string &path, con
         TreeWatch(watcher, watcher->tree.ChildAdd(parent, name, by_link));
 }
 
-// What has come may be another thing by now; then an event tells of that.
+// What has come may have been replaced by now; a later event tells of that.
 void EntryCame(Watcher *watcher, NodeId parent, const std::string &path, const Event &event, bool closed) {
     struct stat status = {};
     const bool link = !event.directory() && lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
@@ -67,14 +67,14 @@ void EntryCame(Watcher *watcher, NodeId parent, const std::string &path, const E
     }
     if (!IsIndexedName(event.name))
         return;
-    // Links, and further names of a file, are not open.
+    // Symbolic links and further names of a file come without being opened, so that no closing event follows.
     if (closed || link || status.st_nlink > 1)
         FileTouched(&watcher->changes, path, event.now);
     else
         FileCreated(&watcher->changes, path, event.now);
 }
 
-// The directory that an entry has left; none when that has gone as well.
+// Returns the directory that an entry has left; none when that has gone as well.
 NodeId LeavingParent(const WatchTree &tree, const EventReader::Leaving &leaving) {
     const bool same =
         tree.Exists(leaving.parent) && tree.Path(leaving.parent) + '/' + leaving.name == leaving.path;
@@ -224,7 +224,7 @@ void EventHandle(const Event &event) {
     const bool came = (event.mask & IN_MOVED_TO) != 0;
     const auto from = came ? LeavingTake(event.reader, event.cookie) : std::nullopt;
     OthersEnd(event);
-    // None of a directory that was taken out before the event was read, be it just now.
+    // Its directory may have been taken out of the tree before this event was read, even just now.
     const std::vector<NodeId> nodes = tree.WatchedAs(event.watch);
     if (came) {
         MovedTo(event, from, nodes);

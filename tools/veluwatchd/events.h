@@ -10,7 +10,7 @@
 #include "tools/veluwatchd/watcher.h"
 
 struct EventReader {
-    // Entries that were moved away from somewhere, and not yet to somewhere.
+    // Entries whose move away was told by the kernel and whose arrival was not, yet.
     struct Leaving {
         uint32_t cookie;
         NodeId parent;
@@ -27,8 +27,9 @@ enum class EventResult { drained, overflow, failed };
 // Reads all events that there are. After an overflow nothing that is known can be relied upon.
 EventResult EventsRead(EventReader *reader, Watcher *watcher);
 
-// Takes what was moved away and has come nowhere in time, or whatever the time, for gone.
+// Takes entries for gone that were moved away and have not arrived in time, or (`all`) all that have not
+// arrived.
 void LeavingExpire(EventReader *reader, Watcher *watcher, WatchTime now, bool all);
 
-// When that will be.
+// Returns when the next of them is due; nothing when none waits.
 std::optional<WatchTime> LeavingDue(const EventReader &reader);

@@ -12,7 +12,7 @@ FdHandle InstanceBegin(bool *broken_off) {
         FdHandle file(open(kWatcherPidFile, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kMode));
         if (!file || flock(file.get(), LOCK_EX | LOCK_NB) != 0)
             return {};
-        // One that ends takes its file away, which may be the one that was opened.
+        // A watcher that ends removes its file, which may be the one that was just opened.
         if (!IsFileAt(kWatcherPidFile, file.get()))
             continue;
         char digit;

@@ -35,7 +35,7 @@ bool QueueOutputWrite(QueueOutput *output, const std::string &lines, WatchTime n
 
 bool QueueOutputDone(const QueueOutput &output) {
     struct stat status;
-    // Queues are done in their order, so that the last one's end is the end of all.
+    // The daemon does queues in their order: when the last one is done, all are.
     return output.file && output.waiting.empty() && fstat(output.file.get(), &status) == 0 &&
            status.st_nlink == 0;
 }

@@ -16,7 +16,7 @@ struct Plan {
     Changes *changes;
     const PlanSettings *settings;
     WatchTime now;
-    Asked asked; // by this plan
+    Asked asked; // what this plan asks for
     std::string lines;
     std::set<std::string> trees; // that are indexed anew
     bool photo_resync = false;

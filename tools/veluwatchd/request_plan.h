@@ -18,7 +18,8 @@ struct PathState {
 
 struct PlanSettings {
     std::function<PathState(const std::string &)> look; // at the disk
-    // The word by which "R" knows a watched share, which may be none; nothing for any other path.
+    // Returns the word by which "R" knows the watched share at a path, empty when it has none; nothing for
+    // any other path.
     std::function<std::optional<std::string>(const std::string &)> share_word;
     std::function<void(const std::string &path, const std::string &why)> refuse;
     std::chrono::duration<double> settle;

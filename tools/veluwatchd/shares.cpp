@@ -14,7 +14,7 @@
 
 namespace {
 
-// Where the share is to be found now; the empty text when nobody knows.
+// Returns where the share is now; the empty text when that cannot be told.
 std::string PathNow(const Share &share) {
     if (share.link.empty())
         return share.path;

@@ -22,16 +22,17 @@ struct Share {
     bool told_away = false; // that it is not there
 };
 
-// The three shares of the appliance, or the directories that were given.
+// Makes the list of what is watched: the three shares of the appliance, or the directories that were given.
 std::vector<Share> SharesMake(const std::vector<std::string> &paths);
 
-// Watches shares that have come, and lets go of those that are away. What is away keeps its rows: nobody has removed
-// a file from it. When it is back it is indexed anew, as nobody knows what has happened to it; when it was not there
-// yet since the start, it is as if the start were later. `start`: what is there was there before the watcher was.
+// Watches shares that have come, and lets go of those that are away. What is away keeps its rows: nobody has
+// removed a file from it. When it is back it is indexed anew, as nobody knows what has happened to it; when
+// it was not there yet since the start, it is as if the start were later. `start` is true for the first look
+// after the program's start: what is there then is no news.
 void SharesCheck(std::vector<Share> *shares, Watcher *watcher, bool start);
 
 // Has all shares indexed anew.
 void SharesReindex(const std::vector<Share> &shares, Watcher *watcher);
 
-// The word of a share that begins at this path; nothing when none does.
+// Returns the word of the share that begins at this path; nothing when none does.
 std::optional<std::string> ShareWord(const std::vector<Share> &shares, const std::string &path);

@@ -31,11 +31,11 @@ struct Loop {
     std::vector<Share> shares;
     WatchTime now;
     WatchTime last_event;
-    WatchTime first_change; // of those that wait
+    WatchTime first_change; // when the first of the changes came that are not queued yet
     WatchTime share_check;
     WatchTime rescan_at;
-    bool waiting = false; // changes wait
-    bool blind = false;   // after an overflow, until there is a pause
+    bool waiting = false; // there are changes that are not queued yet
+    bool blind = false;   // events were lost: all watches are to be made anew at the next pause
 };
 
 WatchTime After(WatchTime time, Seconds pause) {
@@ -61,7 +61,8 @@ void PathRefuse(const std::string &path, const std::string &why) {
     syslog(LOG_WARNING, "%s cannot be queued: %s", SafeText(path).c_str(), why.c_str());
 }
 
-// All watches are made anew, in the next pause: to do it while the events pour in would be for nothing.
+// Gives all watches up. They are made anew in the next pause: while the events pour in, some would be lost
+// again.
 void Overflown(Loop *loop) {
     syslog(LOG_WARNING, "too many events at once: all shares are indexed anew");
     WatcherClose(&loop->watcher);
@@ -88,8 +89,8 @@ int EventsTake(Loop *loop) {
     return 0;
 }
 
-// Forgets what was asked when the daemon has done it. What happened before it had is among the events by now, and they
-// are read first: to them it still counts.
+// Forgets the requests that the daemon has done. Events that came before it had done them are read first,
+// because they are judged by what was asked then.
 void AskedForget(Loop *loop) {
     if (!QueueOutputDone(loop->output))
         return;
@@ -97,7 +98,7 @@ void AskedForget(Loop *loop) {
         loop->watcher.changes.asked = {};
 }
 
-// Queues what has come to rest, or everything.
+// Queues the changes that have come to rest, or (`everything`) all of them.
 void ChangesQueue(Loop *loop, bool everything) {
     Changes &changes = loop->watcher.changes;
     AskedForget(loop);
@@ -111,7 +112,8 @@ void ChangesQueue(Loop *loop, bool everything) {
     loop->last_event = loop->now;
 }
 
-// When the queue cannot be written, what was not kept of single changes is kept of whole shares.
+// Queues at once what is too much to remember. When the queue cannot be written, requests for whole shares
+// take the place of single changes.
 void ChangesBound(Loop *loop) {
     if (loop->watcher.changes.size() <= kChangesMax)
         return;

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Names are many: without the room and the size that a string keeps.
+// There are many names, so that each takes its bytes only and not a string object.
 std::unique_ptr<char[]> NameCopy(std::string_view name) {
     auto copy = std::make_unique<char[]>(name.size() + 1);
     memcpy(copy.get(), name.data(), name.size());

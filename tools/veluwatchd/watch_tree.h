@@ -26,14 +26,14 @@ public:
 
     NodeId RootAdd(const std::string &path);
 
-    // The child of that name, which must not be there yet. `by_link`: a symbolic link leads there.
+    // Adds a child of that name, which must not be there yet. `by_link`: a symbolic link leads there.
     NodeId ChildAdd(NodeId parent, std::string_view name, bool by_link);
     [[nodiscard]] NodeId ChildFind(NodeId parent, std::string_view name) const;
     [[nodiscard]] NodeId FirstChild(NodeId node) const { return At(node).first_child; }
     [[nodiscard]] NodeId Parent(NodeId node) const { return At(node).parent; }
     [[nodiscard]] bool ByLink(NodeId node) const { return At(node).by_link; }
 
-    // Reached through a link, or below a directory that was.
+    // True for a directory that was reached through a link, or lies below one that was.
     [[nodiscard]] bool Linked(NodeId node) const { return At(node).linked; }
     [[nodiscard]] std::string Path(NodeId node) const;
     [[nodiscard]] bool Exists(NodeId node) const {
@@ -43,11 +43,11 @@ public:
     // True for the directory `top` and all below it.
     [[nodiscard]] bool IsWithin(NodeId node, NodeId top) const;
 
-    // The new parent is not within the directory.
+    // Moves a directory to another parent and name. The new parent must not lie within the directory.
     void Move(NodeId node, NodeId parent, std::string_view name);
 
-    // The watch of a directory. Links and bind mounts lead to one directory by several paths, and the kernel has one
-    // watch for it: the directories of a watch are a list.
+    // Sets the watch of a directory. Links and bind mounts lead to one directory by several paths, and the
+    // kernel has one watch for it: the directories of a watch are a list.
     void WatchSet(NodeId node, int watch);
     [[nodiscard]] int Watch(NodeId node) const { return At(node).watch; }
     [[nodiscard]] std::vector<NodeId> WatchedAs(int watch) const;

@@ -160,7 +160,7 @@ void NodeVerify(Watcher *watcher, NodeId node) {
     const std::string path = tree.Path(node);
     if (!NodeWatch(watcher, node, path) || tree.Watch(node) == before)
         return;
-    // What was found below belongs to another directory.
+    // What was found below it belongs to the directory that was watched until now.
     ChildrenForget(watcher, node);
     TreeWatch(watcher, node);
     TreeMissed(&watcher->changes, path);
@@ -173,7 +173,8 @@ void DoubtfulVerify(Watcher *watcher) {
             continue;
         const std::string path = watcher->tree.Path(node);
         NodeVerify(watcher, node);
-        // It leads nowhere still, with nothing more to come: it is gone, and an event has said so.
+        // Its name still leads nowhere and no event is left to read: the directory is gone, and an event has
+        // said so.
         if (watcher->tree.Exists(node) && watcher->tree.Watch(node) == kNoWatch &&
             !IsDirExist(path.c_str()) && watcher->tree.Parent(node) != kNoNode)
             TreeForget(watcher, node);

@@ -17,8 +17,8 @@ struct Watcher {
     FdHandle inotify;
     WatchTree tree;
     Changes changes;
-    // Directories whose names led nowhere, or to something else, when their turn came: events tell of what was, and
-    // the disk has gone on. Looked at again when all events are read.
+    // Doubtful directories: when their turn came, their names led nowhere or to another directory, because
+    // the disk had changed since the event. They are looked at again when all events are read.
     std::vector<NodeId> doubtful;
     // Directories that cannot be watched, with all below them. They are indexed anew from time to time.
     std::set<NodeId> unwatched;
@@ -43,19 +43,20 @@ void TreeWatch(Watcher *watcher, NodeId top);
 // Takes a directory that is gone, with all below it, out of the tree.
 void TreeForget(Watcher *watcher, NodeId top);
 
-// Sees to it that a directory's watch is that of what its name leads to now.
+// Gives a directory the watch of what its name leads to now.
 void NodeVerify(Watcher *watcher, NodeId node);
 
-// To be called when all events are read.
+// Compares the doubtful directories with the disk. To be called when all events are read.
 void DoubtfulVerify(Watcher *watcher);
 
-// What was unmounted is no more watched, and not taken for removed. To be called when all events are read.
+// Stops watching what was unmounted, without taking it for removed. To be called when all events are read.
 void UnmountedSettle(Watcher *watcher);
 
-// Watches what has been mounted again, and has it indexed anew. An empty directory is what was under the mount.
+// Watches what has been mounted again, and has it indexed anew. An empty directory is taken for the mount
+// point of a volume that is still away.
 void UnmountedRetry(Watcher *watcher);
 
-// True as well for what is no directory that can be read.
+// True for an empty directory, and for what is no directory or cannot be read.
 [[nodiscard]] bool IsEmptyDirectory(const std::string &path);
 
 // Tries again to watch what could not be watched, and has all of it indexed anew.

@@ -20,8 +20,8 @@ extern "C" {
 // looked at, the sound data may be missing. Null for anything else. To be closed with AIFF_CloseFile.
 AIFF_Ref AIFF_OpenFile(const char *path, int flags);
 
-// What the first COMM chunk says; any pointer may be null. `nSamples` counts sample frames, that is for each
-// channel (packets in some compressed forms), and is not compared with the sound data. The rate may be
+// Gets what the first COMM chunk says; any pointer may be null. `nSamples` counts sample frames, that is for
+// each channel (packets in some compressed forms), and is not compared with the sound data. The rate may be
 // zero, negative or infinite (which is also what a NaN gives). `segmentSize` is the bytes that a decoded
 // sample takes. Returns 1, or -1 without a reference.
 int AIFF_GetAudioFormat(AIFF_Ref ref, uint64_t *nSamples, int *channels, double *samplingRate,

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// What a failure means: the words for the log, and whether the server or the statement is to blame.
+// Failures of a connection: their words for the log, and whether the server or the statement is to blame.
 #include "platform/db/postgresql_module/connection.h"
 
 #include <poll.h>

@@ -24,7 +24,8 @@ struct PgConnection {
 // Opens the database of a `postgresql://` URI; null, with the reason in `error`, on failure.
 void *PgOpen(const char *uri, std::string *error);
 
-// Note a failure and return -1: the statement's own, or what `rows` (null: no answer at all) tell.
+// Keep the words of a failure for the connection and return -1: those given, or those of `rows` (null: no
+// answer came).
 int PgFail(PgConnection *connection, const char *words);
 int PgFail(PgConnection *connection, const PGresult *rows);
 
@@ -35,5 +36,5 @@ PgRows PgAnswer(PgConnection *connection, int sent);
 // True for the result of a statement that succeeded, with rows or without.
 bool PgSucceeded(const PGresult *rows);
 
-// An error text of the client library in one line.
+// Returns an error text of the client library in one line.
 std::string PgOneLine(const char *words);

@@ -50,7 +50,8 @@ void Copy(const PGresult *from, VELUDBResult *to) {
     }
 }
 
-// How many rows a statement changed. The tag of a query counts rows too, but those that it found.
+// Returns how many rows a statement changed. The command tag of a query counts rows too, but those are the
+// ones that it found.
 int Changed(PGresult *rows) {
     constexpr const char *kChanges[] = {"INSERT ", "UPDATE ", "DELETE "};
     for (const char *change : kChanges)
@@ -97,7 +98,7 @@ int Prepare(void *handle, const char *sql) {
     return static_cast<int>(connection->statements.size()) - 1;
 }
 
-// A value's text as the server reads it, whatever the type of its parameter, with its terminator.
+// Appends a value as the text that the server reads for a parameter of any type, with its terminator.
 void Append(std::string *text, const VELUDBValue &value) {
     char digits[32]; // the longest number of either type is shorter
     std::to_chars_result end = {digits, {}};
@@ -180,8 +181,9 @@ int InTransaction(const void *handle) {
     return Status(handle) == PQTRANS_INTRANS;
 }
 
-// The one commit that waits. The server flushes its log for a transaction that has written to it, and with it all
-// that was committed before; the message costs a few bytes of log and leaves nothing behind.
+// The one commit that waits for the disk. The server flushes its log for a transaction that has written to
+// it, and with it all that was committed before; the message costs a few bytes of log and leaves nothing
+// behind.
 int Sync(void *handle) {
     PgConnection *connection = Connection(handle);
     const PgRows answer =

@@ -9,9 +9,9 @@
 
 namespace {
 
-// A server that does not answer within seconds counts as away; the run goes on without it and comes back. A peer
-// that has vanished without a word (a power cut) is noticed within a minute, not after the kernel's two hours.
-// What the URI says itself counts, since it comes later.
+// A server that does not answer within seconds counts as away; the run goes on without it and comes back. A
+// peer that has vanished without a word (a power cut) is noticed within a minute, not after the kernel's two
+// hours. A setting in the URI goes before these, since it comes later.
 struct Setting {
     const char *name;
     const char *value;
@@ -37,7 +37,7 @@ std::string WithoutUri(std::string words, const char *uri) {
     return words;
 }
 
-// The reason why libpq does not take a URI, or an empty text.
+// Returns the reason why libpq does not take a URI, or an empty text.
 std::string UriProblem(const char *uri) {
     char *words = nullptr;
     PQconninfoOption *options = PQconninfoParse(uri, &words);
@@ -57,7 +57,7 @@ PGconn *Connect(const char *uri) {
         names[i] = kDefaults[i].name;
         values[i] = kDefaults[i].value;
     }
-    names[kCount] = "dbname"; // which may be a whole URI
+    names[kCount] = "dbname"; // libpq takes a whole URI here
     values[kCount] = uri;
     names[kCount + 1] = "client_encoding";
     values[kCount + 1] = "SQL_ASCII";
@@ -65,7 +65,7 @@ PGconn *Connect(const char *uri) {
     return PQconnectdbParams(names, values, kExpandUri);
 }
 
-// What is wrong with a connection that stands, or an empty text.
+// Returns what is wrong with a connection that was made, or an empty text.
 std::string SetUp(PgConnection *connection) {
     PGconn *server = connection->server.get();
     // Any other encoding refuses the paths that are not valid in it, and compares and counts characters.

@@ -25,5 +25,6 @@ struct Bars {
     double longest = 0;    // what a whole bar stands for; 0: the largest value
 };
 
-// A card with the bars, which stand below the names where second numbers take their place; nothing when there are none.
+// Writes a card with the bars; nothing when there are none. Where there are second numbers, they take the
+// bars' place, and the bars stand below the names.
 void BarsWrite(HtmlWriter *html, const Bars &bars);

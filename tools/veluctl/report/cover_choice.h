@@ -16,7 +16,7 @@ inline constexpr size_t kCoverWallBytesMax = 3 * 1024 * 1024; // of all covers: 
 
 enum class PictureKind { none, jpeg, png };
 
-// By the first bytes.
+// Tells the kind of a picture by its first bytes.
 PictureKind PictureKindOf(std::string_view bytes);
 
 struct ChosenCover {
@@ -24,5 +24,5 @@ struct ChosenCover {
     std::string bytes = {};
 };
 
-// That of a media file, the front cover if it has one; of the kind none when there is none that is fit.
+// Chooses the cover of a media file, the front cover if it has one. Its kind is `none` when no cover is fit.
 ChosenCover CoverChoose(const std::string &media_path);

@@ -18,13 +18,13 @@ class HtmlWriter {
 public:
     HtmlWriter &Put(Literal markup);
 
-    // Any bytes as a text or inside the quotes of an attribute; what is not to be seen is written out.
+    // Writes any bytes as a text or inside the quotes of an attribute; what is not to be seen is written out.
     HtmlWriter &Text(std::string_view bytes);
 
-    // A number for a drawing, to two places.
+    // Writes a number for a drawing, to two places.
     HtmlWriter &Coordinate(double value);
 
-    // Bytes in base64 (RFC 4648, section 4), for a data: URI.
+    // Writes bytes in base64 (RFC 4648, section 4), for a data: URI.
     HtmlWriter &Base64(std::string_view bytes);
 
     [[nodiscard]] const std::string &text() const { return text_; }

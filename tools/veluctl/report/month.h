@@ -20,13 +20,13 @@ constexpr int YearOf(Month month) {
     return month / kMonthsInYear;
 }
 
-// The month at the front of "2009-03-07 ..." or "2009-3-7 ...".
+// Returns the month at the front of "2009-03-07 ..." or "2009-3-7 ...".
 std::optional<Month> MonthParse(std::string_view text);
 
-// The local month of a time.
+// Returns the local month of a time.
 Month MonthNow(time_t now);
 
-// A month from 0 on in three letters.
+// Returns the name of a month (from 0 on) in three letters.
 const char *MonthName(int month_from_0);
 
 std::string MonthText(Month month); // Mar 2009

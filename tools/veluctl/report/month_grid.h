@@ -11,5 +11,5 @@
 // Of the newest years so many have a line; the others are summed up.
 inline constexpr size_t kGridYearsMax = 40;
 
-// A card with the counts; nothing when there are none.
+// Writes a card with the counts; nothing when there are none.
 void MonthGridWrite(HtmlWriter *html, const std::map<Month, int64_t> &counts);

@@ -61,7 +61,7 @@ std::string PlayingTimeText(double seconds) {
 
 std::string ShareText(double part, double whole) {
     const double percent = part > 0 && whole > 0 ? std::min(100 * part / whole, 100.0) : 0;
-    // What is there is not shown as nothing, nor what is missing as all.
+    // A part above 0 is never shown as 0 %, and one that is not the whole never as 100 %.
     if (percent > 0 && percent < 1)
         return "<" NARROW_SPACE "1" NARROW_SPACE "%";
     const double shown = percent < 100 ? std::min(round(percent), 99.0) : 100;

@@ -14,5 +14,5 @@ std::string SizeText(double bytes);               // 3.4 GB
 std::string PlayingTimeText(double seconds);      // 12 min, 3.4 h, 1 234 h
 std::string ShareText(double part, double whole); // 12 %; nothing of nothing is 0 %
 
-// "1 track", "2 345 tracks": `many` is the word for none and for several.
+// Returns "1 track", "2 345 tracks": `many` is the word for none and for several.
 std::string CountedText(int64_t count, const char *one, const char *many);

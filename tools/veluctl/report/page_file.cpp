@@ -15,8 +15,8 @@ namespace {
 constexpr mode_t kRights = 0777;
 constexpr mode_t kNewFile = 0666;
 
-// Those of the file that is replaced; else what the user's mask leaves. In a folder where others write, a file of
-// theirs at this name is not to say who may write the page.
+// Returns the rights of the file that is replaced; for a new file, and one of another user (who must not
+// decide who may write the page), what the user's mask leaves.
 mode_t RightsFor(const struct stat *before) {
     if (before != nullptr && before->st_uid == geteuid())
         return before->st_mode & kRights;

@@ -34,7 +34,7 @@ struct Report {
     std::vector<Finding> findings = {};
 };
 
-// The numbers that several sections need.
+// Takes the numbers that several sections need.
 void FactsTake(Report *report);
 
 void HeadWrite(Report *report);
@@ -52,10 +52,10 @@ void FootWrite(Report *report);
 void SectionBegin(Report *report, Literal anchor, Literal title);
 void SectionEnd(Report *report);
 
-// The formats of a kind as bars.
+// Writes the formats of a kind as bars.
 void FormatsWrite(Report *report, Kind kind);
 
-// The names with the most files as bars.
+// Writes the names with the most files as bars.
 void FavouritesWrite(Report *report, const TallyQuery &query, Literal heading, Literal names);
 
 // Values in classes. `upper` are the classes' upper bounds, the last of them without one.
@@ -70,7 +70,7 @@ struct Histogram {
     std::vector<ValueClass> classes;
     const char *unknown; // what is said of the files without a value
 };
-// `value` gives that of a group, 0 for none.
+// Writes a histogram. `value` gives the value of a group, 0 for none.
 void HistogramWrite(Report *report, const Histogram &histogram, const Tally &tally,
                     double (*value)(const std::string &name));
 double PlainValue(const std::string &name);

@@ -35,17 +35,17 @@ struct TallyQuery {
     size_t limit = 0;           // 0: as many groups as a page can need
 };
 
-// Without playing times.
+// Sums rows up by groups, without playing times.
 Tally TallyTake(TallyReader *tallies, const TallyQuery &query);
 
-// A whole table by the extensions of its files, in small letters.
+// Sums a whole table up by the extensions of its files, in small letters.
 Tally FormatsTake(TallyReader *tallies, const std::string &table);
 
-// One row of numbers, by the names of the expressions that make them. Empty on failure.
+// Returns one row of numbers, one for each SQL expression. Empty on failure.
 std::vector<int64_t> NumbersTake(TallyReader *tallies, const std::vector<std::string> &expressions,
                                  const std::string &table);
 
-// Between these two, all that is read is of one moment, whatever the daemon writes.
+// Begin and end a time in which all that is read is of one moment, whatever the daemon writes.
 void MomentBegin(TallyReader *tallies);
 void MomentEnd(TallyReader *tallies);
 
