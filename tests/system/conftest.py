@@ -19,6 +19,7 @@ pytest.register_assert_rewrite("harness.music")
 from harness import media  # noqa: E402
 from harness.catalogue import ON_SERVER  # noqa: E402
 from harness.daemon import Daemon  # noqa: E402
+from harness.places import Places, build_places  # noqa: E402
 from harness.sandbox import TREE  # noqa: E402
 from selection import select, strangers  # noqa: E402
 
@@ -118,6 +119,26 @@ def make_daemon(binary, faketime):
         for daemon in made:
             ends.callback(daemon.close)
             ends.callback(check_end, daemon)
+
+
+# Faults come and go many times in a test. No file is probed at this speed: the watchdog's clock goes fast, too.
+FAULTS_SPEED = 500
+
+
+@pytest.fixture
+def make_placed(make_daemon, once):
+    """Makes fast daemons, not started yet, whose calls fail where `daemon.places` says so."""
+    def make(**settings):
+        daemon = make_daemon(**{"speed": FAULTS_SPEED, **settings})
+        daemon.places = Places(daemon, build_places(once))
+        return daemon
+    return make
+
+
+@pytest.fixture
+def placed(make_placed):
+    """A running one, with empty shares."""
+    return make_placed().start()
 
 
 def check_end(daemon):

@@ -35,19 +35,19 @@ def _texts(text):
     return [_bytes(found) for found in TEXT.findall(text)]
 
 
-def _is_ours(path):
-    return any(path.startswith(folder + "/") for folder in FOLDERS)
-
-
 class Parser:
-    """Turns the lines of strace into operations."""
+    """Turns the lines of strace into operations on files below some folders."""
 
-    def __init__(self):
+    def __init__(self, folders):
+        self.folders = folders
         self.operations = []
         self.synchronous = set()
 
+    def _is_ours(self, path):
+        return any(path == folder or path.startswith(folder + "/") for folder in self.folders)
+
     def _add(self, name, path, **more):
-        if _is_ours(path):
+        if self._is_ours(path):
             self.operations.append(Operation(name, path, **more))
 
     @staticmethod
@@ -74,7 +74,7 @@ class Parser:
             old, new = self._paths(arguments)
             if not call.startswith("rename"):
                 raise ValueError(f"no model for {line}")
-            if _is_ours(old) or _is_ours(new):
+            if self._is_ours(old) or self._is_ours(new):
                 self.operations.append(Operation("rename", old, data=new.encode("latin-1")))
         elif call.startswith(("unlink", "rmdir")):
             self._add("rmdir" if call == "rmdir" or "AT_REMOVEDIR" in arguments else "unlink", self._paths(arguments)[0])
@@ -94,11 +94,11 @@ class Parser:
 
 
 @contextlib.contextmanager
-def recorded(daemon, operations):
+def recorded(daemon, operations, folders=FOLDERS):
     """Appends to `operations` what the daemon does to its files."""
     with traced(daemon, "-y", "-xx", "-s", "1000000", "-e", f"trace={CALLS}"):
         yield
-    parser = Parser()
+    parser = Parser(folders)
     for line in daemon.lines(TRACE):
         parser.take(line)
     operations.extend(parser.operations)
@@ -126,17 +126,25 @@ class File:
 
 
 class Disk:
-    """The files and folders below FOLDERS. Changes of directories come to the disk in their order; what was written to
-    a file may be lost until it is synchronised."""
+    """The files and folders below some folders. Changes of directories come to the disk in their order; what was written
+    to a file may be lost until it is synchronised, and with `late` folders also what was done in those until they or all
+    are."""
 
-    def __init__(self, daemon):
+    def __init__(self, daemon, folders=FOLDERS, late=()):
         self.files, self.folders = {}, set()
-        for top in FOLDERS:
+        self.late = {folder: None for folder in late}
+        for top in folders:
             for folder, _, names in os.walk(daemon.box.path(top)):
                 inside = top + folder[len(daemon.box.path(top)):]
                 self.folders.add(inside)
                 for name in names:
                     self.files[f"{inside}/{name}"] = File(daemon.read(f"{inside}/{name}"))
+        for folder in self.late:
+            self._settle(folder)
+
+    def _settle(self, folder):
+        """What a late folder holds comes to the disk."""
+        self.late[folder] = {path: file for path, file in self.files.items() if os.path.dirname(path) == folder}
 
     def apply(self, operation):
         name, path, files = operation.name, operation.path, self.files
@@ -153,6 +161,9 @@ class Disk:
         elif name == "sync":
             for file in [files[path]] if path in files else files.values() if not path else ():
                 file.durable, file.waiting = file.content(lambda _: True), ()
+            for folder in self.late:
+                if path in ("", folder):
+                    self._settle(folder)
         elif path in files:
             file = files[path]
             file.waiting += (operation,)
@@ -161,13 +172,16 @@ class Disk:
 
     def image(self, keep):
         """What the disk holds: folders, and the bytes of each file."""
-        return (tuple(sorted(self.folders)), tuple(sorted((path, file.content(keep)) for path, file in self.files.items())))
+        files = {path: file for path, file in self.files.items() if os.path.dirname(path) not in self.late}
+        for settled in self.late.values():
+            files.update(settled)
+        return (tuple(sorted(self.folders)), tuple(sorted((path, file.content(keep)) for path, file in files.items())))
 
 
-def restore(daemon, image):
+def restore(daemon, image, tops=FOLDERS):
     """Makes the folders of a daemon that does not run what an image says."""
     folders, files = image
-    for top in FOLDERS:
+    for top in tops:
         shutil.rmtree(daemon.box.path(top))
     for folder in folders:
         daemon.mkdir(folder)
