@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The daemon in its sandbox: configuration, start, queue, signals, catalogue, log."""
+import itertools
 import json
 import os
 import re
@@ -295,10 +296,13 @@ class Daemon:
 
     def wait_run(self, before, timeout=PATIENCE):
         """Waits for the end of a run: the media server was signalled once more than `before` times."""
+        looks = itertools.count(1)
+
         def over():
             if len(self.peer_signals("dms")) > before:
                 return True
-            if not self.alive():
+            # To ask for it takes longer than the look.
+            if next(looks) % 20 == 0 and not self.alive():
                 raise AssertionError(f"the daemon has died; log: {self.log.texts()[-20:]}")
             return False
         wait_for(over, "the end of the run", timeout)

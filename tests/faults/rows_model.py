@@ -1,0 +1,252 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""What rows there must be after a line of the queue, by what is on the disk: the daemon's rules once more, in a few words.
+
+A row is there for certain, for certain not, or perhaps; its typed texts are known or not. Two courses of things are merged
+into what holds in both."""
+import os
+
+MUSIC, VIDEO, PHOTO = SHARES = ("/volume1/music", "/volume1/video", "/volume1/photo")
+YES, NO, MAYBE = "yes", "no", "maybe"
+MEDIA = {".pcm": "music", ".srt": "video", ".jpg": "photo", ".m3u": "playlist"}
+TABLES = ("music", "video", "photo", "playlist", "directory", "photo_image", "photo_share")
+UNKNOWN = None
+ABSENT = (NO, ("", ""))
+
+
+def below(path, top):
+    """Whether a path is another or lies in it."""
+    return path == top or path.startswith(f"{top}/")
+
+
+def touch(one, other):
+    return below(one, other) or below(other, one)
+
+
+def share_of(path):
+    return "/".join(path.split("/")[:3])
+
+
+def default_title(path):
+    return os.path.splitext(os.path.basename(path))[0]
+
+
+def album_of(path):
+    """The name of the album that a directory is, or None."""
+    name = path[len(PHOTO) + 1:]
+    return name if below(path, PHOTO) and name and name.count("/") < 2 else None
+
+
+class Line:
+    """A line of the queue: its letter and its paths, or the word."""
+
+    def __init__(self, text):
+        self.text = text
+        self.letter, argument = text[0], text[2:]
+        self.word = argument if self.letter in "RUT" else ""
+        self.paths = argument.split(":")[:2] if self.letter == "N" else [] if self.word else [argument]
+
+    def places(self):
+        """All that the line may be about."""
+        if self.letter == "R":
+            return {"music": [MUSIC], "video": [VIDEO], "photo": [PHOTO]}.get(self.word, list(SHARES))
+        return [PHOTO] if self.letter == "U" else list(SHARES) if self.letter == "T" else self.paths
+
+
+class Rows:
+    """`rows`: by (table, key), whether the row is there and its typed texts. `disk`: paths, each "file" or "dir".
+    `handed`: by path, the texts that lie beside a picture."""
+
+    def __init__(self, rows=None):
+        self.rows = dict(rows or {})
+
+    def copy(self):
+        return Rows(self.rows)
+
+    def get(self, table, key):
+        return self.rows.get((table, key), ABSENT)
+
+    def set(self, table, key, value):
+        self.rows[table, key] = value
+
+    def merged(self, other):
+        merged = Rows()
+        for key in {*self.rows, *other.rows}:
+            (here, text), (there, other_text) = self.rows.get(key, ABSENT), other.rows.get(key, ABSENT)
+            merged.rows[key] = (here if here == there else MAYBE,
+                                text if text == other_text or there == NO else other_text if here == NO else UNKNOWN)
+        return merged
+
+    def keys(self, table, top):
+        return [key for kind, key in self.rows if kind == table and below(key, top)]
+
+    # --- one row
+
+    def _save(self, table, key, texts=("", ""), new_texts=None):
+        there, old = self.get(table, key)
+        kept = old if there == YES else texts if there == NO or old == texts else UNKNOWN
+        self.set(table, key, (YES, new_texts or kept))
+
+    def _remove(self, table, key):
+        self.set(table, key, ABSENT)
+
+    def _add_media(self, path):
+        table = MEDIA.get(os.path.splitext(path)[1])
+        if table:
+            self._save(table, path)
+
+    def _add_photo(self, path, handed):
+        if below(path, PHOTO) and path.endswith(".jpg"):
+            self._save("photo_image", path, (default_title(path), ""), handed.get(path))
+
+    def _add_album(self, path):
+        name = album_of(path)
+        if name:
+            # Below an album that is not there its rights are not to be had.
+            certain = "/" not in name or self.get("photo_share", name.split("/")[0])[0] == YES
+            there, texts = self.get("photo_share", name)
+            self.set("photo_share", name, (YES if certain or there == YES else MAYBE, texts))
+
+    # --- lines
+
+    def apply(self, line, disk, handed):
+        letter = line.letter
+        if letter == "T":
+            for table, key in list(self.rows):
+                if table == line.word:
+                    self._remove(table, key)
+        elif letter in "RU":
+            self._whole(line, disk, handed)
+        elif letter == "N":
+            self._rename(*line.paths, disk, handed)
+        elif letter in "Aa":
+            self._add(letter, line.paths[0], disk, handed)
+        elif line.paths[0] not in disk:
+            self._gone(letter, line.paths[0])
+
+    def _add(self, letter, path, disk, handed):
+        kind = disk.get(path)
+        if kind == "file":
+            self._add_media(path)
+            self._add_photo(path, handed)
+        elif kind == "dir" and letter == "a":
+            self._save("directory", path)
+            self._add_album(path)
+        elif kind == "dir":
+            self._walk(path, disk, handed, photo=True)
+            self._add_album(path)
+            if album_of(path) and "/" not in album_of(path):
+                for other, what in disk.items():
+                    if what == "dir" and os.path.dirname(other) == path:
+                        self._add_album(other)
+
+    def _walk(self, top, disk, handed, photo):
+        for path, kind in disk.items():
+            if below(path, top):
+                if kind == "dir":
+                    self._save("directory", path)
+                    continue
+                self._add_media(path)
+                if photo:
+                    self._add_photo(path, handed)
+
+    def _gone(self, letter, path):
+        if letter == "d":
+            table = MEDIA.get(os.path.splitext(path)[1])
+            if table:
+                self._remove(table, path)
+            if below(path, PHOTO) and path.endswith(".jpg"):
+                self._remove("photo_image", path)
+            return
+        self._remove_media_tree(path)
+        if below(path, PHOTO):
+            for key in self.keys("photo_image", path):
+                self._remove("photo_image", key)
+            for key in self.keys("photo_share", path[len(PHOTO) + 1:]):
+                self._remove("photo_share", key)
+
+    def _remove_media_tree(self, path):
+        for table in (*MEDIA.values(), "directory"):
+            for key in self.keys(table, path):
+                self._remove(table, key)
+
+    def _whole(self, line, disk, handed):
+        if line.letter == "R" and line.word != "photo":
+            for share in line.places():
+                self._remove_media_tree(share)
+                self._walk(share, disk, {}, photo=False)
+            return
+        if line.letter == "U" and line.word != "photo":
+            return
+        for path, kind in disk.items():
+            if kind == "file" and below(path, PHOTO):
+                if line.letter == "R":
+                    self._add_new_media(path)
+                self._add_photo(path, handed)
+        if line.letter == "R":
+            for table, key in list(self.rows):
+                if table == "photo_image" and key not in disk:
+                    self._remove(table, key)
+                if table == "photo_share" and disk.get(f"{PHOTO}/{key}") != "dir":
+                    self._remove(table, key)
+            for path, kind in disk.items():
+                if kind == "dir" and album_of(path):
+                    self.set("photo_share", album_of(path), (YES, self.get("photo_share", album_of(path))[1]))
+
+    def _add_new_media(self, path):
+        """A resync of the library tells the media catalogue of what it does not know itself."""
+        known = self.get("photo_image", path)[0]
+        table = MEDIA.get(os.path.splitext(path)[1])
+        if table and (known == NO or table != "photo"):
+            self._add_media(path)
+        elif table and known == MAYBE and self.get(table, path)[0] != YES:
+            self.set(table, path, (MAYBE, ("", "")))
+
+    def _rename(self, new, old, disk, handed):
+        if disk.get(new) == "dir":
+            self._remove_media_tree(old)
+            self._walk(new, disk, {}, photo=False)
+        else:
+            if old not in disk and MEDIA.get(os.path.splitext(old)[1]):
+                self._remove(MEDIA[os.path.splitext(old)[1]], old)
+            if disk.get(new) == "file":
+                self._add_media(new)
+        if not below(new, PHOTO):
+            return
+        moved = self.keys("photo_image", old)
+        there = {self.get("photo_image", key)[0] for key in moved}
+        rows = {new + key[len(old):]: self.get("photo_image", key) for key in moved}
+        unchanged = self.copy()
+        for key in moved:
+            self._remove("photo_image", key)
+        for key, (presence, texts) in rows.items():
+            if presence != NO:
+                old_key = old + key[len(new):]
+                if texts is not None and texts[0] == default_title(old_key):
+                    texts = (default_title(key), texts[1])
+                self.set("photo_image", key, (presence, texts))
+        if YES not in there:
+            added = unchanged.copy()
+            if disk.get(new) == "dir":
+                added._walk(new, disk, handed, photo=True)
+            elif disk.get(new) == "file":
+                added._add_photo(new, handed)
+            self.rows = (added if MAYBE not in there else self.merged(added)).rows
+        for name in (*self.keys("photo_share", old[len(PHOTO) + 1:]), *self.keys("photo_share", new[len(PHOTO) + 1:])):
+            self.set("photo_share", name, (MAYBE, UNKNOWN))
+        for path, kind in disk.items():
+            if kind == "dir" and below(path, new) and album_of(path):
+                self.set("photo_share", album_of(path), (MAYBE, UNKNOWN))
+
+
+def compare(model, actual):
+    """What the model is certain of and the catalogue has otherwise. `actual`: by (table, key), the texts."""
+    wrong = []
+    for (table, key), (there, texts) in model.rows.items():
+        if there == YES and (table, key) not in actual:
+            wrong.append(f"{table}: {key!r} is forgotten")
+        elif there == NO and (table, key) in actual:
+            wrong.append(f"{table}: {key!r} is still there")
+        elif there == YES and texts is not UNKNOWN and table in ("photo_image", "photo_share") and actual[table, key] != texts:
+            wrong.append(f"{table}: {key!r} has {actual[table, key]!r}, not {texts!r}")
+    wrong += [f"{table}: {key!r} is made up" for table, key in actual if (table, key) not in model.rows]
+    return wrong

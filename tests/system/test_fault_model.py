@@ -1,0 +1,25 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""Random work, requests and faults for a fixed time against a model of the catalogue (tests/faults/model goes on for hours)."""
+import os
+import sys
+import time
+
+import pytest
+
+from harness.sandbox import TREE
+
+sys.path.insert(0, str(TREE / "tests/faults"))
+from storm import Storm  # noqa: E402 pylint: disable=wrong-import-position
+
+pytestmark = pytest.mark.tracing
+
+SEED = int(os.environ.get("VELU_SEED") or time.time_ns() % 1000000)
+SECONDS = 30
+
+
+@pytest.mark.parametrize("part", range(2))
+def test_the_catalogue_is_what_the_model_says(make_placed, part):
+    storm = Storm(make_placed(), SEED * 2 + part)
+    storm.go_on(SECONDS)
+    print(f"VELU_SEED={SEED}: {storm.epochs} epochs, {storm.runs} runs, {storm.kinds}")
+    assert storm.epochs > 5
