@@ -21,6 +21,7 @@ from harness.catalogue import ON_SERVER  # noqa: E402
 from harness.daemon import Daemon  # noqa: E402
 from harness.places import Places, build_places  # noqa: E402
 from harness.sandbox import TREE  # noqa: E402
+from harness.store_faults import patience_of_tests  # noqa: E402
 from selection import select, strangers  # noqa: E402
 
 
@@ -131,6 +132,7 @@ def make_placed(make_daemon, once):
     def make(**settings):
         daemon = make_daemon(**{"speed": FAULTS_SPEED, **settings})
         daemon.places = Places(daemon, build_places(once))
+        patience_of_tests(daemon)
         return daemon
     return make
 

@@ -30,6 +30,7 @@ QUICK = (
 
 # Those that take longest, which begin, so that none is waited for at the end. The first of the formats makes their files.
 LENGTHY = (
+    "test_fault_model", "test_fault_matrix", "test_kept_power_loss",
     "test_formats::test_no_file_has_a_row_in_a_second_table", "test_power_loss", "test_scale", "test_ctl_hammer",
     "test_loop::test_on_the_real_clock_it_sleeps_soundly_and_runs_10_to_20_seconds_after_a_signal", "test_watch_turmoil",
     "test_photo_resync::test_what_a_killed_resync_leaves_is_repaired_by_the_next", "test_library_faults",

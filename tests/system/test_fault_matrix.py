@@ -75,7 +75,8 @@ class Matrix:
         with self.daemon.places.failing(Rule(fault.call, place, fault.code, fault.first)):
             lines = self.daemon.index(*request.lines)
             fired = self.daemon.places.seen() >= fault.first
-        wrong = forgotten(self.world.state(), self.world.first, last)
+        # A picture whose content cannot be read keeps what does not need it.
+        wrong = forgotten(self.world.state(), self.world.first, last, ("width", "height") if fault.call == "open" else ())
         if fired and request.sweeps and fault.where != "file" and not any(
                 KEEPING.search(line) and place in line for line in lines):
             wrong.append(f"no line names {place}")

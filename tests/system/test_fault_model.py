@@ -14,7 +14,7 @@ from storm import Storm  # noqa: E402 pylint: disable=wrong-import-position
 pytestmark = pytest.mark.tracing
 
 SEED = int(os.environ.get("VELU_SEED") or time.time_ns() % 1000000)
-SECONDS = 30
+SECONDS = float(os.environ.get("VELU_MODEL_SECONDS") or 30)
 
 
 @pytest.mark.parametrize("part", range(2))

@@ -165,8 +165,8 @@ def test_the_working_copy_goes_only_when_the_kept_lines_are_on_disk(library):
     assert "b.jpg" in pictures(library)
 
 
-@pytest.mark.parametrize("call", ["open", "write", "sync", "rename"])
-@pytest.mark.parametrize("code", [errno.ENOSPC, errno.EIO], ids=errno.errorcode.get)
+@pytest.mark.parametrize("call, code", [("open", errno.EROFS), ("write", errno.ENOSPC), ("sync", errno.EIO),
+                                        ("rename", errno.EACCES)])
 def test_a_kept_file_that_cannot_be_written_leaves_the_working_copy(library, call, code):
     write(library, f"{PHOTO}/b.jpg", f"{MUSIC}/b.pcm")
     with store_fault(library, "locked", PHOTO_STORE):

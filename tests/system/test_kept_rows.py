@@ -164,25 +164,25 @@ KEPT_MUSIC = sorted(f"{MUSIC}/{name}.pcm" for name in ("top", "a/1", "a/2", "a/3
 ALL_MUSIC = sorted([*KEPT_MUSIC, f"{MUSIC}/b/gone.pcm", f"{MUSIC}/gone/6.pcm"])
 
 
-@pytest.mark.parametrize("word", ["music", "all"])
 @pytest.mark.parametrize("kind", UNREADABLE)
-def test_a_reindex_keeps_the_rows_of_a_folder_that_cannot_be_read(collection, word, kind):
-    with collection.places.failing(*fault(kind, f"{MUSIC}/a")):
-        lines = collection.index(f"R:{word}")
-    assert collection.paths("music") == KEPT_MUSIC, "what lies elsewhere and is gone goes"
-    assert {f"{MUSIC}/a", f"{MUSIC}/a/deep", f"{MUSIC}/a/deep/er"} <= set(collection.paths("directory"))
-    assert len(lines_of_keeping(lines, f"{MUSIC}/a")) == 1
+def test_a_reindex_keeps_the_rows_of_a_folder_that_cannot_be_read(collection, kind):
+    for word in ("music", "all"):
+        with collection.places.failing(*fault(kind, f"{MUSIC}/a")):
+            lines = collection.index(f"R:{word}")
+        assert collection.paths("music") == KEPT_MUSIC, "what lies elsewhere and is gone goes"
+        assert {f"{MUSIC}/a", f"{MUSIC}/a/deep", f"{MUSIC}/a/deep/er"} <= set(collection.paths("directory"))
+        assert len(lines_of_keeping(lines, f"{MUSIC}/a")) == 1
     take_away(collection, f"{MUSIC}/a/deep")
-    collection.index(f"R:{word}")
+    collection.index("R:music")
     assert collection.paths("music") == [path for path in KEPT_MUSIC if "deep" not in path]
     assert collection.paths("directory") == [MUSIC, f"{MUSIC}/a", f"{MUSIC}/b"]
 
 
-@pytest.mark.parametrize("kind", UNREADABLE)
-def test_a_reindex_keeps_all_rows_when_the_share_itself_cannot_be_read(collection, kind):
-    with collection.places.failing(*fault(kind, MUSIC)):
-        collection.index("R:music")
-    assert set(KEPT_MUSIC) <= set(collection.paths("music"))
+def test_a_reindex_keeps_all_rows_when_the_share_itself_cannot_be_read(collection):
+    for kind in UNREADABLE:
+        with collection.places.failing(*fault(kind, MUSIC)):
+            collection.index("R:music")
+        assert set(KEPT_MUSIC) <= set(collection.paths("music")), kind
 
 
 def test_a_reindex_marks_the_tables_as_ever(collection):
@@ -194,13 +194,13 @@ def test_a_reindex_marks_the_tables_as_ever(collection):
 # --- paths that cannot be looked at
 
 
-@pytest.mark.parametrize("code", [errno.EACCES, errno.EIO, errno.ESTALE], ids=errno.errorcode.get)
 @pytest.mark.parametrize("line", ["D:{}/a", "d:{}/a/1.pcm", "D:{}/a/1.pcm"])
-def test_a_removal_of_what_cannot_be_looked_at_keeps_the_rows(collection, line, code):
-    with collection.places.failing(Rule("stat", f"{MUSIC}/a*", code), Rule("opendir", f"{MUSIC}/a*", code)):
-        lines = collection.index(line.format(MUSIC))
-    assert set(KEPT_MUSIC) <= set(collection.paths("music"))
-    assert any(f"{MUSIC}/a" in text for text in lines)
+def test_a_removal_of_what_cannot_be_looked_at_keeps_the_rows(collection, line):
+    for code in (errno.EACCES, errno.EIO, errno.ESTALE):
+        with collection.places.failing(Rule("stat", f"{MUSIC}/a*", code), Rule("opendir", f"{MUSIC}/a*", code)):
+            lines = collection.index(line.format(MUSIC))
+        assert set(KEPT_MUSIC) <= set(collection.paths("music")), errno.errorcode[code]
+        assert len(lines_of_keeping(lines, f"{MUSIC}/a")) == 1
 
 
 @pytest.mark.parametrize("code", [errno.EACCES, errno.EIO], ids=errno.errorcode.get)

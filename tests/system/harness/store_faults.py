@@ -15,8 +15,12 @@ KINDS = (*AWAY, "row")
 # What a row has in its path that the catalogue refuses for its own sake.
 REFUSED = "refused"
 TABLES = {MEDIA: ("music", "video", "photo", "playlist"), PHOTO: ("photo_image",)}
-# So that a lock is waited for in a test's time and not in the server's.
-SHORT_LOCK = "options=-c%20lock_timeout%3D30"
+
+
+def patience_of_tests(daemon):
+    """A server's locks are waited for in a test's time and not in the server's, and the server on a clock that goes fast."""
+    daemon.configure(**{key: uri.replace("connect_timeout=600", "connect_timeout=6000&options=-c%20lock_timeout%3D30")
+                        for key, uri in daemon.catalogue.keys.items()})
 
 
 def store_fault(daemon, kind, key, moment=2):

@@ -212,8 +212,9 @@ def differences(now, wanted):
     return told
 
 
-def forgotten(now, first, last):
-    """What is in both states and not in this one, and what is in neither and is here."""
+def forgotten(now, first, last, unread=()):
+    """What is in both states and not in this one, and what is in neither and is here. `unread`: columns that come from the
+    content of a file, which could not be read."""
     told = []
     for table, rows in first.items():
         for key, row in rows.items():
@@ -223,6 +224,6 @@ def forgotten(now, first, last):
                 told.append(f"{table}: {key!r} is forgotten")
                 continue
             told += [f"{table}: {key!r} has {name} {value!r}, not {row[name]!r}" for name, value in now[table][key].items()
-                     if value not in (row[name], last[table][key][name])]
+                     if name not in unread and value not in (row[name], last[table][key][name])]
         told += [f"{table}: {key!r} is made up" for key in now[table] if key not in rows and key not in last[table]]
     return told
