@@ -188,6 +188,8 @@ class Rows:
                     self._remove(table, key)
                 if table == "photo_share" and disk.get(f"{PHOTO}/{key}") != "dir":
                     self._remove(table, key)
+                elif table == "photo_share" and not album_of(f"{PHOTO}/{key}"):
+                    self.set(table, key, (MAYBE, UNKNOWN))  # renamed to where no album is made
             for path, kind in disk.items():
                 if kind == "dir" and album_of(path):
                     self.set("photo_share", album_of(path), (YES, self.get("photo_share", album_of(path))[1]))
@@ -231,7 +233,11 @@ class Rows:
             elif disk.get(new) == "file":
                 added._add_photo(new, handed)
             self.rows = (added if MAYBE not in there else self.merged(added)).rows
-        for name in (*self.keys("photo_share", old[len(PHOTO) + 1:]), *self.keys("photo_share", new[len(PHOTO) + 1:])):
+        old_name, new_name = old[len(PHOTO) + 1:], new[len(PHOTO) + 1:]
+        for name in self.keys("photo_share", old_name):
+            self.set("photo_share", name, (MAYBE, UNKNOWN))
+            self.set("photo_share", new_name + name[len(old_name):], (MAYBE, UNKNOWN))
+        for name in self.keys("photo_share", new_name):
             self.set("photo_share", name, (MAYBE, UNKNOWN))
         for path, kind in disk.items():
             if kind == "dir" and below(path, new) and album_of(path):

@@ -216,9 +216,8 @@ class Storm:
 
     def type_in(self):
         """Somebody types texts about pictures and albums, when all is at rest."""
-        for table, key in self.random.sample(sorted(key for key, (there, _) in self.model.rows.items() if there == YES), 0) or \
-                sorted(key for key, (there, _) in self.model.rows.items()
-                       if there == YES and key[0] in ("photo_image", "photo_share")):
+        for table, key in sorted(key for key, (there, _) in self.model.rows.items()
+                                 if there == YES and key[0] in ("photo_image", "photo_share")):
             if self.random.random() < 0.2:
                 self.number += 1
                 texts = (f"typed {self.number}", self.random.choice(["", f"more {self.number}"]))
@@ -286,45 +285,62 @@ class Storm:
         context, places, name = fault(self.disk())
         self.kinds[fault.__name__] = self.kinds.get(fault.__name__, 0) + 1
         self.tell(f"--- {self.epochs}: {name}")
-        before = self.model.copy()
-        at_once, all_lines, killed = before.copy(), [], False
+        # `at_once` has each line done in its turn. Where one may be done again, `possible` has all that may come of it.
+        at_once, possible, again = self.model.copy(), self.model.copy(), places is None
+        all_lines, disks = [], []
         handed = dict(self.handed)
         with context:
             for _ in range(self.random.choice((1, 1, 1, 2, 4))):
                 lines = self.work()
                 handed.update(self.handed)
                 disk = self.disk()
+                disks.append(set(disk))
                 for line in map(Line, lines):
-                    all_lines.append(line)
+                    all_lines.append((line, len(disks) - 1))
                     not_done = at_once.copy()
                     at_once.apply(line, disk, handed)
                     if places and any(touch(place, other) for place in places for other in line.places()):
                         at_once = at_once.merged(not_done)
-                killed = self.run(lines) or killed
-                if places is None or killed:
-                    during = before.merged(at_once)
-                    before = during
-                else:
-                    during = at_once
+                again = self.run(lines) or again
+                possible = possible.merged(at_once).merged(
+                    self.done_again(possible, [line for line, _ in all_lines], handed))
                 if places is not None or not (ON_SERVER and " stopped" in name):
-                    self.check(during, f"during {name}")
+                    self.check(possible if again else at_once, f"during {name}")
                 if self.random.random() < 0.1:
                     getattr(self.daemon, self.random.choice(("kill", "stop")))()
                     self.daemon.start()
                     self.tell("restarted")
         self.recover()
         after = at_once
-        if places is None or killed:
-            at_end, disk = before.copy(), self.disk()
-            for line in all_lines:
-                at_end.apply(line, disk, handed)
-            after = at_once.merged(at_end)
+        if again:
+            after = self.settled(at_once, possible, all_lines, disks, handed)
         self.settle_handed(after, handed)
         self.model = after
         self.check(after, f"after {name}")
         self.learn()
         if self.daemon.exists(TEXTS) and self.daemon.read(TEXTS):
             raise Wrong("the spool has a text when all is done")
+
+    def done_again(self, rows, lines, handed):
+        """What comes of lines that are done with the disk as it is now."""
+        rows, disk = rows.copy(), self.disk()
+        for line in lines:
+            rows.apply(line, disk, handed)
+        return rows
+
+    def settled(self, at_once, possible, lines, disks, handed):
+        """What all lines have come to, whether they were done at once, again at the end or in between, which is all the same
+        where nothing came or went after them. `lines`: each with the number of the disk that it was asked for with."""
+        after = at_once.merged(self.done_again(possible, [line for line, _ in lines], handed))
+        disks.append(set(self.disk()))
+        for line, at in lines:
+            unsteady = set.union(*disks[at:]) - set.intersection(*disks[at:])
+            for path in unsteady:
+                if any(touch(path, place) for place in line.places()):
+                    for table, key in list(after.rows):
+                        if key == (path[len(PHOTO) + 1:] if table == "photo_share" else path):
+                            after.rows[table, key] = (MAYBE, UNKNOWN)
+        return after
 
     def settle_handed(self, after, handed):
         """A text whose file is gone has arrived; one whose picture was renamed meanwhile is nobody's to foretell."""

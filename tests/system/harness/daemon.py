@@ -292,6 +292,8 @@ class Daemon:
         self.queue(*lines)
         self.signal()
         self.wait_run(before, timeout)
+        # It may have been one for what was kept, before that of the queue.
+        wait_for(lambda: not self.exists(QUEUE) and (not self.exists(WORKING_COPY) or self.idle()), "the queue's run", timeout)
         return self.log.texts()[first:]
 
     def wait_run(self, before, timeout=PATIENCE):

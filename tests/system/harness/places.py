@@ -50,23 +50,27 @@ class Places:
         daemon.copy(library, "/tmp/places.so")
         daemon.write(TABLE, bytes(RECORD * (RULES + 1)))
         daemon.library += " /tmp/places.so"
+        self.rules = ()
         with open(daemon.box.path(TABLE), "r+b") as file:
             self.table = mmap.mmap(file.fileno(), 0)
 
     def set(self, *rules):
         """From now on these rules hold and no others."""
         self.clear()
+        self.rules = rules
         for number, rule in enumerate(rules):
             self.table[(number + 1) * RECORD:(number + 2) * RECORD] = rule.packed()
         self.table[:4] = struct.pack("=I", len(rules))
 
     def clear(self):
         """No rule holds any more, and a call that is held goes on."""
+        self.rules = ()
         self.table[:4] = bytes(4)
         self.release()
 
     def forget(self):
         """As `clear`, when the process that was held is no more."""
+        self.rules = ()
         self.table[:RECORD] = bytes(RECORD)
 
     @contextlib.contextmanager
@@ -140,21 +144,23 @@ def write_inside(daemon, path, content=b""):
 
 
 def kill_at(daemon, step, *lines):
-    """Has lines worked through by a daemon that ends itself at so manyeth of its calls, and starts it again. False when it
-    was done before."""
-    daemon.places.set(Rule("step", "*", KILL, first=step))
+    """Has lines worked through by a daemon that ends itself at so manyeth of its calls, and starts it again; what fails
+    otherwise goes on to fail. False when it was done before."""
+    others = daemon.places.rules
+    daemon.places.set(Rule("step", "*", KILL, first=step), *others)
     daemon.queue(*lines)
     daemon.signal()
     wait_for(lambda: not daemon.alive() or not any(map(daemon.exists, (QUEUE, WORKING_COPY))), "the daemon's end")
     killed = not daemon.alive()
     if not killed:
-        daemon.places.clear()
+        daemon.places.set(*others)
         wait_for(lambda: not daemon.alive() or daemon.idle(), "the end of the run")
         killed = not daemon.alive()
     if killed:
         daemon.wait_gone()
         daemon.pid = 0
         daemon.places.forget()
+        daemon.places.set(*others)
         daemon.start()
     return killed
 
