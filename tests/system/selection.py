@@ -9,18 +9,22 @@ ANY_ENGINE = (
     "test_configuration", "test_covers", "test_ctl_requests", "test_library_faults", "test_music_aiff", "test_music_covers",
     "test_music_id3_edges", "test_music_id3v1", "test_music_id3v2", "test_music_mp3",
     "test_photo_converters", "test_photo_exif", "test_service", "test_start",
-    "test_walk", "test_watch_service",
+    "test_kept_requests", "test_kept_rows", "test_kept_texts", "test_walk", "test_watch_service",
     "test_loop::test_on_the_real_clock_it_sleeps_soundly_and_runs_10_to_20_seconds_after_a_signal",
 )
 
 # Under the sanitizers: what repeats the same few requests to find a bad moment (their code is run once by others), and what
 # looks at a machine, a browser or the sample of a file.
 ANY_MEMORY = (
-    "test_configuration", "test_ctl_hammer", "test_random_kills", "test_readers", "test_service", "test_survival",
+    "test_configuration", "test_ctl_hammer", "test_kept_requests", "test_kept_rows", "test_kept_texts", "test_random_kills",
+    "test_readers", "test_service", "test_survival",
     "test_watch_service", "test_watch_turmoil",
     "test_ctl_report::test_a_browser_shows_it_on_a_phone_and_on_a_desk",
     "test_scale::test_two_hundred_thousand_entries_in_one_directory",
 )
+
+# What searches for faults that nobody has named: by name and in `./test long`.
+SEARCH = ("test_fault_matrix", "test_fault_model", "test_kept_power_loss")
 
 # The cross-section for `./test quick`: every format, command and line of the queue, and a start of each tool.
 QUICK = (
@@ -37,7 +41,7 @@ LENGTHY = (
     "test_random_kills", "test_server_faults", "test_music_aiff::test_ffmpeg", "test_queue::test_ten_thousand_lines_in_one_run",
 )
 
-MARKS = {"any_engine": ANY_ENGINE, "any_memory": ANY_MEMORY, "quick": QUICK}
+MARKS = {"search": SEARCH, "any_engine": ANY_ENGINE, "any_memory": ANY_MEMORY, "quick": QUICK}
 
 
 def names(item):

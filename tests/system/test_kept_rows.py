@@ -175,7 +175,8 @@ def test_a_reindex_keeps_the_rows_of_a_folder_that_cannot_be_read(collection, ki
     take_away(collection, f"{MUSIC}/a/deep")
     collection.index("R:music")
     assert collection.paths("music") == [path for path in KEPT_MUSIC if "deep" not in path]
-    assert collection.paths("directory") == [MUSIC, f"{MUSIC}/a", f"{MUSIC}/b"]
+    directories = [path for path in collection.paths("directory") if path.startswith(MUSIC)]
+    assert directories == [MUSIC, f"{MUSIC}/a", f"{MUSIC}/b"]
 
 
 def test_a_reindex_keeps_all_rows_when_the_share_itself_cannot_be_read(collection):
