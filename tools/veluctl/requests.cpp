@@ -42,7 +42,8 @@ struct Requests {
 };
 
 ExitCode QueueFailed(int error) {
-    const std::string what = std::string(kQueueFile) + ": " + strerror(error);
+    std::string what = kQueueFile;
+    what.append(": ").append(strerror(error));
     if (error == EACCES || error == EPERM || error == EROFS)
         return Complain(kNoRights, what + ". Only root may write the queue: run this with sudo.");
     return Complain(kFailed, what);
