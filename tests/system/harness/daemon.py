@@ -289,11 +289,13 @@ class Daemon:
         """Queues lines, signals, and waits until the run is over. Gives the log lines of the run."""
         first = len(self.log.lines)
         before = self.wakes("dms")
+        kept = self.exists(KEPT)
         self.queue(*lines)
         self.signal()
         self.wait_run(before, timeout)
-        # It may have been one for what was kept, before that of the queue.
-        wait_for(lambda: not self.exists(QUEUE) and (not self.exists(WORKING_COPY) or self.idle()), "the queue's run", timeout)
+        if kept:  # it may have been a run for what was kept, before that of the queue
+            wait_for(lambda: not self.exists(QUEUE) and (not self.exists(WORKING_COPY) or self.idle()), "the queue's run",
+                     timeout)
         return self.log.texts()[first:]
 
     def wait_run(self, before, timeout=PATIENCE):
