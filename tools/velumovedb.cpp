@@ -12,7 +12,8 @@
 #include <vector>
 
 #include "platform/index/catalogue_copy.h"
-#include "tools/shared/program_line.h"
+#include "tools/shared/command_line.h"
+#include "tools/shared/help_text.h"
 
 namespace {
 
@@ -39,10 +40,20 @@ int main(int argc, char **argv) {
         {{"catalogue", "CATALOGUE", "Which catalogue", &catalogue, true, {"media", "photo"}},
          {"from", "FROM", "The path of an SQLite file, sqlite:PATH or postgresql://...", &from, true},
          {"to", "TO", "An empty database, likewise", &to, true}}};
-    const ProgramLine asked =
-        ProgramLineRead({"copy a catalogue into another database", "velumovedb", ""}, line, argc, argv);
-    if (asked != ProgramLine::run)
-        return asked == ProgramLine::done ? 0 : kUsage;
+    std::string error;
+    switch (CommandLineRead(line, argc, argv, &error)) {
+    case CommandLineResult::help:
+        fputs(HelpText({"copy a catalogue into another database", "velumovedb", ""}, line, {}, {}).c_str(),
+              stdout);
+        return 0;
+    case CommandLineResult::wrong:
+        fputs("usage: velumovedb media|photo FROM TO\n"
+              "FROM and TO: the path of an SQLite file, sqlite:PATH or postgresql://...\n",
+              stderr);
+        return kUsage;
+    case CommandLineResult::done:
+        break;
+    }
     openlog("velumovedb", LOG_PERROR, LOG_DAEMON); // the libraries tell the log what has failed
     std::vector<TableCopied> copied;
     if (CatalogueCopy(catalogue == "media" ? Catalogue::media : Catalogue::photo, UriOf(from).c_str(),
