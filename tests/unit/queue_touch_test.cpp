@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
 
 #include "catalogue/features.h"
@@ -169,18 +168,17 @@ TEST_F(QueueTouch, PathsAreAskedForByThemselves) {
 }
 
 // A million requests that wait cost some tens of megabytes, and a look at each a moment.
-TEST_F(QueueTouch, AMillionRequestsThatWaitAreLookedAtInNoTime) {
+// Held against each other one by one, they would take days.
+TEST_F(QueueTouch, AMillionRequestsThatWait) {
     constexpr int kRequests = 1'000'000;
     const auto path = [](int number) {
         return "a:/volume1/music/" + std::to_string(number % 1000) + "/" + std::to_string(number) + ".mp3";
     };
-    const auto begin = std::chrono::steady_clock::now();
     QueueTouched touched;
     for (int i = 0; i < kRequests; ++i)
         QueueTouchAdd(&touched, Request(path(i)));
     for (int i = 0; i < kRequests; ++i)
         ASSERT_FALSE(QueueTouches(touched, Request(path(i + kRequests)))) << i;
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
     EXPECT_LE(touched.paths.entries.size() * sizeof touched.paths.entries[0], size_t{32} << 20);
     for (int i = 0; i < kRequests; i += 997)
         ASSERT_TRUE(QueueTouches(touched, Request(path(i)))) << i;
