@@ -149,16 +149,20 @@ void QueueTouchAdd(QueueTouched *touched, const QueueRequest &request) {
     Catalogue catalogue = Catalogue::media;
     if (WholeCatalogueOf(request, &catalogue))
         touched->whole.of[static_cast<size_t>(catalogue)] = true;
+    const QueueCatalogues written = QueueCataloguesOf(request);
+    for (size_t i = 0; i < kCatalogues; ++i)
+        touched->any.of[i] = touched->any.of[i] || written.of[i];
     for (const std::string &path : PathsOf(request))
         PathAdd(&touched->paths, path);
 }
 
 bool QueueTouches(const QueueTouched &touched, const QueueRequest &request) {
-    if (touched.paths.used == 0 && !touched.whole.of[0] && !touched.whole.of[1])
+    if (!touched.any.of[0] && !touched.any.of[1] && touched.paths.used == 0)
         return false; // as on every good day
     const QueueCatalogues written = QueueCataloguesOf(request);
+    const QueueCatalogues &waits_for = request.command == kCommandTruncate ? touched.any : touched.whole;
     for (size_t i = 0; i < kCatalogues; ++i)
-        if (touched.whole.of[i] && written.of[i])
+        if (waits_for.of[i] && written.of[i])
             return true;
     for (const std::string &path : PathsOf(request))
         if (QueueTouchesPath(touched, path))

@@ -25,13 +25,15 @@ struct QueueCatalogues {
 struct QueueTouched {
     QueueHashTable paths;
     QueueCatalogues whole = {}; // requests about a whole catalogue are among them
+    QueueCatalogues any = {};   // requests that may write to a catalogue are among them
 };
 
 void QueueTouchAdd(QueueTouched *touched, const QueueRequest &request);
 
 // True when a path of the request is a path of one that waits, contains it or lies under it. Two slashes count as one,
 // those at the end do not count. A table, a share that is indexed anew and the photo library touch every request about
-// their catalogue that comes behind them; a share has the path that its link leads to.
+// their catalogue that comes behind them; a share has the path that its link leads to. A table also waits for every
+// request about its catalogue: rows that came back into it later would be those that it was to lose.
 [[nodiscard]] bool QueueTouches(const QueueTouched &touched, const QueueRequest &request);
 
 // The same for one path.

@@ -79,8 +79,7 @@ bool IsWhole(const VELUDBEngine &engine, std::string *error) {
                          words->forbid_writes != nullptr;
     if (calls && spelled && engine.name != nullptr && engine.seam == kEngineSeam)
         return true;
-    *error =
-        std::string("the engine \"") + (engine.name != nullptr ? engine.name : "") + "\" is not complete";
+    *error = std::string("the engine \"") + (engine.name != nullptr ? engine.name : "") + "\" lacks a part";
     return false;
 }
 

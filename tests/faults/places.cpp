@@ -54,7 +54,7 @@ static_assert(sizeof(Rule) == 512);
 struct Table {
     uint32_t count;   // of rules
     uint32_t release; // another number lets a held call go on
-    uint32_t held;    // 1 while a call is held
+    uint32_t held;    // goes up when a call is held and when it goes on: odd while one is held
     char unused[500];
     Rule rules[kRulesMax];
 };
@@ -124,12 +124,12 @@ bool Matches(const Rule &rule, const char *call, Place place, char (&path)[PATH_
 
 void Hold() {
     const uint32_t release = table->release;
-    table->held = 1;
+    table->held = table->held + 1;
     while (table->release == release) {
         const timespec pause = {0, 200000};
         syscall(SYS_nanosleep, &pause, nullptr);
     }
-    table->held = 0;
+    table->held = table->held + 1;
 }
 
 // True when the call is to fail; errno tells why then. `other` gets the path of another file to be opened.

@@ -37,10 +37,6 @@ def run_until_kept(daemon, *lines):
     assert daemon.exists(KEPT)
 
 
-def wait_done(daemon):
-    wait_for(daemon.done, "the request to be done again")
-
-
 def music_rows(daemon):
     """The rows of the small file system, which only the sandbox can read."""
     copied = daemon.box.ask("run", arguments=["/bin/cp", "-a", f"{FOLDER}/.", "/var/lib/velu"], environment={},
@@ -56,7 +52,7 @@ def test_a_disk_that_is_full(small):
     run_until_kept(small, f"A:{MUSIC}")
     assert any("database or disk is full" in text for text in small.log.texts())
     mount(small, "-o", "remount,size=64m", FOLDER)
-    wait_done(small)
+    small.wait_done()
     assert music_rows(small) == sorted(files)
 
 
@@ -68,7 +64,7 @@ def test_a_file_system_that_is_read_only(small):
     run_until_kept(small, f"a:{MUSIC}/second.pcm")
     assert any("readonly database" in text or "unable to open database file" in text for text in small.log.texts())
     mount(small, "-o", "remount,rw", FOLDER)
-    wait_done(small)
+    small.wait_done()
     assert music_rows(small) == [f"{MUSIC}/first.pcm", f"{MUSIC}/second.pcm"]
 
 
@@ -82,7 +78,7 @@ def test_a_file_that_another_writer_holds(daemon):
     assert any("database is locked" in text for text in daemon.log.texts())
     other.execute("rollback")
     other.close()
-    wait_done(daemon)
+    daemon.wait_done()
     assert daemon.paths("music") == [f"{MUSIC}/first.pcm", f"{MUSIC}/second.pcm"]
 
 
@@ -103,5 +99,5 @@ def test_a_file_that_is_damaged_is_left_alone_until_somebody_takes_it_away(daemo
     with open(name, "rb") as file:
         assert file.read() == damaged
     os.unlink(name)
-    wait_done(daemon)
+    daemon.wait_done()
     assert daemon.paths("music") == [f"{MUSIC}/first.pcm"]

@@ -48,10 +48,6 @@ def done(daemon):
     return not any(map(daemon.exists, (QUEUE, WORKING_COPY, KEPT)))
 
 
-def wait_done(daemon):
-    wait_for(lambda: done(daemon), "all requests to be done")
-
-
 @pytest.fixture
 def library(placed):
     """A running daemon with two files, whose catalogues are there."""
@@ -75,7 +71,7 @@ def test_a_photo_catalogue_that_is_away_does_not_hold_up_music(library, kind):
         library.index(f"a:{MUSIC}/c.pcm")
         assert library.paths("music") == [SONG, f"{MUSIC}/b.pcm", f"{MUSIC}/c.pcm"]
         assert kept(library) == [f"a:{PHOTO}/Trip/b.jpg"]
-    wait_done(library)
+    library.wait_done()
     assert pictures(library) == ["Trip/a.jpg", "Trip/b.jpg"]
 
 
@@ -86,7 +82,7 @@ def test_a_media_catalogue_that_is_away_does_not_hold_up_the_photo_library(libra
         library.index("U:photo", f"a:{SONG}")
         assert kept(library) == [f"a:{SONG}"]
         assert library.row("photo_image", PICTURE)["width"] == 3
-    wait_done(library)
+    library.wait_done()
 
 
 def test_a_row_that_is_refused_for_its_own_values_is_not_kept(library):
@@ -105,7 +101,7 @@ def test_whatever_breaks_everything_is_done_in_the_end(library, kind):
     for key in (MEDIA, PHOTO_STORE):
         with store_fault(library, kind, key, moment=7):
             library.index(f"A:{MUSIC}", *(f"a:{PHOTO}/Trip/{name}.jpg" for name in ("a", *names)))
-        wait_done(library)
+        library.wait_done()
         assert library.paths("music") == sorted([*(f"{MUSIC}/{name}.pcm" for name in names), SONG])
         assert pictures(library) == sorted([*(f"Trip/{name}.jpg" for name in names), "Trip/a.jpg"])
         library.index("T:music", "T:photo_image")
@@ -123,7 +119,7 @@ def test_kept_lines_stay_in_their_order_and_equal_ones_once(library):
         library.index(*(f"a:{PHOTO}/{name}.jpg" for name in "xca"), f"a:{PHOTO}/none.jpg")
         assert kept(library)[:4] == [f"a:{PHOTO}/{name}.jpg" for name in "dbca"]
         assert all(re.fullmatch(r"\d+ a:/volume1/photo/.*", line) for line in library.lines(KEPT))
-    wait_done(library)
+    library.wait_done()
     assert pictures(library) == ["Trip/a.jpg", "a.jpg", "b.jpg", "c.jpg", "d.jpg"]
 
 
@@ -147,7 +143,7 @@ def test_names_of_any_bytes_are_kept_as_they_are(library):
         assert [line.encode("latin-1") for line in kept(library)] == lines
         library.kill()
         library.start()
-    wait_done(library)
+    library.wait_done()
     assert len(pictures(library)) == len(names) + 1
 
 
@@ -161,7 +157,7 @@ def test_the_working_copy_goes_only_when_the_kept_lines_are_on_disk(library):
         assert kept(library) == [f"a:{PHOTO}/b.jpg"]
         kill_when_held(library)
     library.start()
-    wait_done(library)
+    library.wait_done()
     assert "b.jpg" in pictures(library)
 
 
@@ -176,7 +172,7 @@ def test_a_kept_file_that_cannot_be_written_leaves_the_working_copy(library, cal
         assert sum(KEPT in line for line in lines) == 1
         assert f"{MUSIC}/b.pcm" in library.paths("music")
     library.places.clear()
-    wait_done(library)
+    library.wait_done()
     assert "b.jpg" in pictures(library)
 
 
@@ -185,7 +181,7 @@ def test_a_kept_file_that_was_torn_or_damaged_costs_the_damaged_lines_alone(libr
     library.stop()
     library.write(KEPT, f"0 a:{PHOTO}/b.jpg\nnonsense\n\n12 \n99999999999999999999999 a:{PHOTO}/c.jpg\n-1 a:{PHOTO}/x.jpg\n3 a:{PHOTO}/d.jpg\n")
     library.start()
-    wait_done(library)
+    library.wait_done()
     assert {"b.jpg", "d.jpg"} <= set(pictures(library))
 
 
@@ -196,7 +192,7 @@ def test_kept_lines_are_done_again_by_the_clock(library):
     write(library, f"{PHOTO}/b.jpg")
     with store_fault(library, "stopped", PHOTO_STORE):
         library.index(f"a:{PHOTO}/b.jpg")
-    wait_done(library)
+    library.wait_done()
     assert "b.jpg" in pictures(library), "nobody has signalled"
 
 
@@ -222,7 +218,7 @@ def test_kept_lines_survive_the_daemons_end(library, end):
         before = ages(library)
         library.start()
         assert kept(library) == [f"a:{PHOTO}/b.jpg"] and before[0] <= ages(library)[0]
-    wait_done(library)
+    library.wait_done()
     assert "b.jpg" in pictures(library)
 
 
@@ -234,7 +230,7 @@ def test_a_hundred_runs_do_not_make_the_daemon_forget(library):
             library.index(f"a:{MUSIC}/b.pcm")
         assert kept(library) == [f"a:{PHOTO}/b.jpg"]
     assert not any("given up" in text for text in library.log.texts())
-    wait_done(library)
+    library.wait_done()
     assert "b.jpg" in pictures(library)
 
 
@@ -247,7 +243,7 @@ def test_after_seven_days_of_running_time_a_line_is_given_up_and_told(library):
         wait_for(lambda: kept(library) == [f"a:{PHOTO}/c.jpg"], "the old line to be given up")
         assert sum(f"a:{PHOTO}/b.jpg" in text and "given up" in text for text in library.log.texts()) == 1
         assert not any(f"a:{PHOTO}/c.jpg" in text and "given up" in text for text in library.log.texts())
-    wait_done(library)
+    library.wait_done()
     assert pictures(library) == ["Trip/a.jpg", "c.jpg"]
 
 
@@ -259,7 +255,7 @@ def test_time_while_the_daemon_does_not_run_does_not_count(library):
     with store_fault(library, "stopped", PHOTO_STORE):
         library.start()
         assert kept(library) == [f"a:{PHOTO}/b.jpg"]
-    wait_done(library)
+    library.wait_done()
     assert "b.jpg" in pictures(library)
 
 
@@ -291,7 +287,7 @@ def test_later_lines_that_touch_a_kept_one_are_kept_untried(library, first, late
         library.index(later)
         assert kept(library) == [first, later]
         assert PICTURE in library.paths("photo"), "untried"
-    wait_done(library)
+    library.wait_done()
     assert library.row("photo", PICTURE) is None and "Trip/a.jpg" not in pictures(library)
 
 
@@ -303,7 +299,7 @@ def test_behind_a_line_for_a_whole_catalogue_all_of_it_waits_and_nothing_of_the_
         library.index(first, f"a:{MUSIC}/b.pcm", "U:photo")
         assert kept(library) == [first, f"a:{MUSIC}/b.pcm"]
         assert library.row("photo_image", PICTURE)["width"] == 3
-    wait_done(library)
+    library.wait_done()
     assert f"{MUSIC}/b.pcm" in library.paths("music")
 
 
@@ -313,7 +309,7 @@ def test_a_table_that_is_emptied_between_two_lines_is_emptied_between_them(libra
         library.index(f"a:{PHOTO}/b.jpg", "T:photo_image", f"a:{PHOTO}/c.jpg")
         library.index(f"a:{PICTURE}")
         assert kept(library) == [f"a:{PHOTO}/b.jpg", "T:photo_image", f"a:{PHOTO}/c.jpg", f"a:{PICTURE}"]
-    wait_done(library)
+    library.wait_done()
     assert pictures(library) == ["Trip/a.jpg", "c.jpg"]
 
 
@@ -338,7 +334,7 @@ def test_a_chain_of_renames_is_done_again_in_its_order(library):
             move(library, old, f"{PHOTO}/Trip/{name}.jpg")
             library.index(f"N:{PHOTO}/Trip/{name}.jpg:{old}")
             old = f"{PHOTO}/Trip/{name}.jpg"
-    wait_done(library)
+    library.wait_done()
     assert pictures(library) == ["Trip/d.jpg"] and typed_picture(library, old) == (number, "typed")
     assert library.paths("photo") == [old]
 
@@ -352,7 +348,7 @@ def test_a_name_that_is_made_anew_while_its_rename_is_kept_has_its_own_row(libra
         write(library, PICTURE)
         library.index(f"a:{PICTURE}")
         assert kept(library) == [f"N:{new}:{PICTURE}", f"a:{PICTURE}"]
-    wait_done(library)
+    library.wait_done()
     assert pictures(library) == ["Trip/a.jpg", "Trip/b.jpg"]
     assert library.paths("photo") == [PICTURE, new]
     assert typed_picture(library, PICTURE)[1] == "typed", "the row of a file that is there stays where it is"
@@ -369,7 +365,7 @@ def test_a_folder_that_is_made_anew_while_its_rename_is_kept(library):
         library.index(f"N:{PHOTO}/New:{PHOTO}/Trip")
         write(library, PICTURE, f"{PHOTO}/Trip/n.jpg")
         library.index(f"A:{PHOTO}/Trip")
-    wait_done(library)
+    library.wait_done()
     assert pictures(library) == ["New/a.jpg", "New/z.jpg", "Trip/a.jpg", "Trip/n.jpg"]
     assert library.paths("photo") == library.paths("photo_image")
     assert typed_picture(library, f"{PHOTO}/New/z.jpg")[1] == "typed z"
@@ -390,7 +386,7 @@ def test_a_rename_done_again_after_a_kill_loses_nothing(library):
     write(library, PICTURE)
     library.queue(f"a:{PICTURE}")
     library.start()
-    wait_done(library)
+    library.wait_done()
     assert pictures(library) == ["Trip/a.jpg", "Trip/b.jpg"]
     assert library.paths("photo") == [PICTURE, new]
     assert typed_picture(library, new)[1] == "typed"
@@ -408,7 +404,7 @@ def test_a_rename_of_a_videos_texts_is_accounted_for(make_placed):
     with store_fault(library, "locked", PHOTO_STORE) if not ON_SERVER else locked_texts(library):
         library.index(f"N:{new}:{old}")
         assert kept(library) == [f"N:{new}:{old}"]
-    wait_done(library)
+    library.wait_done()
     assert library.paths("video_desc") == [new] and library.paths("video_comment") == [new]
 
 
@@ -434,7 +430,7 @@ def test_a_line_that_comes_after_the_last_look_is_done(library):
         writer.write(f"a:{MUSIC}/late.pcm\n".encode())
         library.places.clear()
         wait_for(lambda: f"{MUSIC}/late.pcm" in library.paths("music"), "the late line to be done", timeout=5)
-    wait_done(library)
+    library.wait_done()
 
 
 def test_late_lines_are_kept_before_they_are_done(library):
@@ -451,7 +447,7 @@ def test_late_lines_are_kept_before_they_are_done(library):
         assert library.lines(KEPT) == [f"0 a:{MUSIC}/late.pcm"] and not library.exists(WORKING_COPY)
         kill_when_held(library)
     library.start()
-    wait_done(library)
+    library.wait_done()
     assert f"{MUSIC}/late.pcm" in library.paths("music")
 
 
@@ -469,4 +465,4 @@ def test_a_store_that_is_away_costs_one_line_a_run(library, kind):
     assert sum("Failed to save photo info." in line for line in lines) == 38, "the indexers' lines stay, one a file"
     assert [line for line in lines if re.search(r"\b(38|39|4\d)\b", line) and line.startswith("store.c")], \
         "how many rows it stands for"
-    wait_done(library)
+    library.wait_done()

@@ -7,7 +7,7 @@ import os
 import pytest
 
 from harness import photo
-from harness.daemon import QUEUE, WORKING_COPY, wait_for
+from harness.daemon import QUEUE, WORKING_COPY
 from harness.photo import attribute_file
 from harness.places import COUNT, HOLD, Rule, kill_at, kill_when_held
 from harness.store_faults import AWAY, PHOTO as PHOTO_STORE, store_fault
@@ -44,10 +44,6 @@ def hand_over(daemon, title=None, description=None, path=A):
 def handed_over(daemon, path=A):
     """The hand-over files that are still there."""
     return [name for name in ("TITLE", "DESC") if daemon.exists(attribute_file(path, name))]
-
-
-def wait_done(daemon):
-    wait_for(lambda: not any(map(daemon.exists, (QUEUE, WORKING_COPY, KEPT))), "all requests to be done")
 
 
 def run_until_kept(daemon, *lines):
@@ -178,7 +174,7 @@ def test_a_text_arrives_though_the_store_was_away(library, kind):
         hand_over(library, f"Journey {line}", "the sea")
         with store_fault(library, kind, PHOTO_STORE):
             library.index(line)
-        wait_done(library)
+        library.wait_done()
         assert typed(library) == (f"Journey {line}", "the sea") and handed_over(library) == []
         library.index(line)
         assert typed(library) == (f"Journey {line}", "the sea")
@@ -192,7 +188,7 @@ def test_a_file_that_is_handed_over_is_gone_once_it_is_read(library):
         run_until_kept(library, f"a:{A}")
         assert handed_over(library) == [] and os.path.getsize(library.box.path(TEXTS)) > 0
         assert os.stat(library.box.path(TEXTS)).st_mode & 0o077 == 0
-    wait_done(library)
+    library.wait_done()
     assert not library.exists(TEXTS) or not library.read(TEXTS)
 
 
@@ -203,7 +199,7 @@ def test_a_text_arrives_after_a_restart(library, restart):
         run_until_kept(library, f"a:{A}")
         getattr(library, restart)()
         library.start()
-    wait_done(library)
+    library.wait_done()
     assert typed(library) == ("Journey", "the sea")
 
 
@@ -212,7 +208,7 @@ def test_an_empty_text_arrives_too(library):
     hand_over(library, "\n", "")
     with store_fault(library, "stopped", PHOTO_STORE):
         run_until_kept(library, f"a:{A}")
-    wait_done(library)
+    library.wait_done()
     assert typed(library) == ("a", "")
 
 
@@ -222,7 +218,7 @@ def test_the_newer_of_two_texts_arrives(library):
         run_until_kept(library, f"a:{A}")
         hand_over(library, title="Voyage")
     library.index(f"a:{A}")
-    wait_done(library)
+    library.wait_done()
     assert typed(library) == ("Voyage", "the sea")
 
 
@@ -231,11 +227,11 @@ def test_a_text_that_was_delivered_is_not_delivered_again(library):
     hand_over(library, "Journey")
     with store_fault(library, "stopped", PHOTO_STORE):
         run_until_kept(library, f"a:{A}")
-    wait_done(library)
+    library.wait_done()
     type_in(library, "Holiday", "")
     with store_fault(library, "stopped", PHOTO_STORE):
         run_until_kept(library, f"a:{A}")
-    wait_done(library)
+    library.wait_done()
     assert typed(library) == ("Holiday", "")
 
 
@@ -244,7 +240,7 @@ def test_a_text_in_the_spool_is_for_its_own_picture_and_attribute(library):
     hand_over(library, title="Journey", path=B)
     with store_fault(library, "stopped", PHOTO_STORE):
         run_until_kept(library, f"a:{B}", f"a:{A}")
-    wait_done(library)
+    library.wait_done()
     assert typed(library, B) == ("Journey", "the lake") and typed(library) == ("a", "")
 
 
@@ -257,7 +253,7 @@ def test_a_text_follows_a_rename(library, what):
         run_until_kept(library, f"a:{A}")
         move(library, old, new)
         library.index(f"N:{new}:{old}")
-    wait_done(library)
+    library.wait_done()
     assert typed(library, path) == ("Journey", "the sea")
 
 
@@ -269,7 +265,7 @@ def test_a_text_of_a_first_line_arrives_for_a_new_picture(placed):
     hand_over(placed, "Voyage")
     with store_fault(placed, "locked", PHOTO_STORE):
         run_until_kept(placed, f"A:{PHOTO}/Trip")
-    wait_done(placed)
+    placed.wait_done()
     assert typed(placed) == ("Voyage", "")
 
 
@@ -288,7 +284,7 @@ def test_texts_of_any_bytes_arrive(library):
         write_bytes(library, attribute_file(path, "TITLE"), text)
         with store_fault(library, "stopped", PHOTO_STORE):
             run_until_kept(library, f"a:{path}")
-        wait_done(library)
+        library.wait_done()
         assert typed(library, path) == expected and expected[0] != name
 
 
@@ -306,7 +302,7 @@ def test_a_spool_that_cannot_be_written_leaves_the_file_where_it_is(library):
             hand_over(library, f"Journey {code} {call}")
             with store_fault(library, "locked", PHOTO_STORE), library.places.failing(Rule(call, f"{TEXTS}*", code)):
                 library.index(f"a:{A}")
-            wait_done(library)
+            library.wait_done()
             library.index(f"a:{A}")
             assert typed(library)[0] == f"Journey {code} {call}"
 
@@ -322,7 +318,7 @@ def test_killed_at_every_step_of_a_hand_over(library):
         hand_over(library, f"step {step}")
         kill_at(library, step, f"a:{A}")
         library.index(f"a:{A}")
-        wait_done(library)
+        library.wait_done()
         assert typed(library) == (f"step {step}", ""), f"killed at step {step} of {steps}"
 
 
@@ -335,7 +331,7 @@ def test_killed_when_a_text_is_taken_away(library):
         library.places.wait_held()
         kill_when_held(library)
         library.start()
-        wait_done(library)
+        library.wait_done()
         assert typed(library) == (f"Journey {attribute}", f"the sea {attribute}")
 
 
@@ -346,7 +342,7 @@ def test_a_spool_that_is_damaged_costs_the_damaged_text_alone(library):
         run_until_kept(library, f"a:{A}", f"a:{B}")
         spool = library.read(TEXTS)
         library.write(TEXTS, spool + spool[:len(spool) // 4])
-    wait_done(library)
+    library.wait_done()
     assert typed(library) == ("first", "") and typed(library, B) == ("second", "")
     hand_over(library, "third", path=A)
     hand_over(library, "fourth", path=B)
@@ -355,5 +351,5 @@ def test_a_spool_that_is_damaged_costs_the_damaged_text_alone(library):
         spool = bytearray(library.read(TEXTS))
         spool[spool.index(b"third")] ^= 0xFF
         library.write(TEXTS, bytes(spool))
-    wait_done(library)
+    library.wait_done()
     assert typed(library, B) == ("fourth", "")

@@ -151,7 +151,7 @@ def test_memory_that_is_refused_once(make):
         assert after not in rows or rows[after] == whole(rows, after), after
     # What could not be stored is done again. What was stored without its metadata, for want of memory to read them, is
     # read when it is asked for again.
-    wait_for(daemon.done, "the queue to be done")
+    daemon.wait_done()
     assert all(path in contents(daemon) for outcome in outcomes for path in (outcome.bad, outcome.after))
     check_rows_in_full(daemon, [outcome.after for outcome in outcomes])
     index(daemon, [outcome.bad for outcome in outcomes])

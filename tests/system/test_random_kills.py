@@ -83,7 +83,7 @@ def test_the_daemon_is_killed(box, samples, part):
         box.kill_in_run(moment)
         moments.tell(moment, box.exists(WORKING_COPY))
         box.start()
-        wait_for(box.done, "the run to be done again")
+        box.wait_done()
         assert state(box) == expected, f"VELU_SEED={SEED}: killed {moment} s into the run"
     moments.check()
 
@@ -113,6 +113,6 @@ def test_the_server_is_killed(make_daemon, server, samples, part):
         server.kill()
         moments.tell(moment, daemon.exists(WORKING_COPY))
         server.start()
-        wait_for(daemon.done, "the run to be done again")
+        daemon.wait_done()
         assert state(daemon) == expected, f"VELU_SEED={SEED}: killed {moment} s into the run"
     moments.check()

@@ -46,7 +46,7 @@ def test_a_server_that_is_away_is_waited_for(daemon, server):
                    for text in daemon.log.texts())
     finally:
         server.start()
-    wait_for(daemon.done, "the requests to be done again")
+    daemon.wait_done()
     assert daemon.paths("music") == [f"{MUSIC}/x.pcm"]
 
 
@@ -66,7 +66,7 @@ def test_a_server_that_ends_in_the_middle_of_a_run(daemon, server, end, rows):
     else:
         server.stop(end)
         server.start()
-    wait_for(daemon.done, "the requests to be done again")
+    daemon.wait_done()
     assert daemon.snapshot() == undisturbed
 
 
@@ -88,7 +88,7 @@ def test_a_server_whose_disk_is_full(small, make_daemon):
     assert daemon.exists(KEPT)
     assert any("No space left on device" in text for text in daemon.log.texts())
     small.leave(kilobytes=100000)
-    wait_for(daemon.done, "the requests to be done again")
+    daemon.wait_done()
     assert daemon.paths("music") == sorted(files)
 
 
@@ -106,7 +106,7 @@ def test_a_server_that_stands_still_does_not_hold_the_daemon(daemon, server):
         assert any("timeout expired" in text for text in daemon.log.texts())
     finally:
         server.go_on(stopped)
-    wait_for(daemon.done, "the requests to be done again")
+    daemon.wait_done()
     assert len(daemon.paths("music")) == 500
 
 
@@ -118,5 +118,5 @@ def test_a_password_that_is_wrong_is_told_but_not_shown(daemon):
     assert any("password authentication failed" in text for text in daemon.log.texts())
     assert not any("mistaken" in text for text in daemon.log.texts())
     daemon.configure()
-    wait_for(daemon.done, "the requests to be done again")
+    daemon.wait_done()
     assert daemon.paths("music") == [f"{MUSIC}/x.pcm"]

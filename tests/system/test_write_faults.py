@@ -70,7 +70,7 @@ def test_a_cover_that_does_not_reach_the_disk_is_stored_again(song):
         song.signal()
         line = f"Failed to bring the covers to the disk. ({os.strerror(errno.EIO)})"
         wait_for(lambda: song.logged("store.c", line), "the log line")
-        wait_for(song.done, "the request to be done again")
+        song.wait_done()
     assert song.logged("store.c", line) == 1
     assert song.row("music", SONG)["has_cover"] == 1 and song.exists(COVER)
 
@@ -99,7 +99,7 @@ def finish(daemon):
     wait_for(daemon.idle, "the main loop")
     if not daemon.done():
         daemon.signal()
-        wait_for(daemon.done, "the queue to be done")
+        daemon.wait_done()
     assert daemon.paths("music") == SONGS
 
 

@@ -12,7 +12,7 @@
 namespace {
 
 void *NeverOpened(const char *, std::string *) {
-    ADD_FAILURE() << "an engine that is not complete was asked to open a database";
+    ADD_FAILURE() << "an engine that lacks a part was asked to open a database";
     return nullptr;
 }
 
@@ -30,7 +30,7 @@ void ExpectRefused(const VELUDBEngine &engine, const char *name) {
     EXPECT_EQ(EngineOpen(engine, "unheard-of:place", nullptr), nullptr);
     EXPECT_EQ(log.Lines().size(), 1u);
     EXPECT_EQ(
-        log.Lines(std::string("Failed to open the database. (the engine \"") + name + "\" is not complete)")
+        log.Lines(std::string("Failed to open the database. (the engine \"") + name + "\" lacks a part)")
             .size(),
         1u);
 }

@@ -256,6 +256,10 @@ class Daemon:
         """True when no request waits, in whatever file."""
         return not any(self.exists(path) for path in ALL_FILES)
 
+    def wait_done(self):
+        """Waits until every request is done, and the run that did it is over: it wakes the media servers at its end."""
+        wait_for(lambda: self.done() and self.idle(), "all requests to be done")
+
     def index_queue_as_it_is(self):
         """Signals for a queue that the test has written itself, and waits until the run is over."""
         before = self.wakes("dms")
