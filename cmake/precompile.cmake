@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 # Most of the time to compile a file of ours goes to the standard library's headers. With VELU_PRECOMPILE the libraries
-# share them compiled once. The build of the packages does without, so that a file which includes too little is found.
+# share them compiled once. `./test long` builds without, so that a file which includes too little is found.
 
 # velu_precompile(FOLDER) sets it for the static libraries of a folder and of those below it.
 function(velu_precompile folder)

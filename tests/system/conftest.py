@@ -6,8 +6,10 @@ have their catalogues on the server that tests/postgres has started around the r
 """
 import contextlib
 import fcntl
+import hashlib
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 
@@ -23,6 +25,8 @@ from harness.places import Places, build_places  # noqa: E402
 from harness.sandbox import TREE  # noqa: E402
 from harness.store_faults import patience_of_tests  # noqa: E402
 from selection import select, strangers  # noqa: E402
+
+HARNESS = pathlib.Path(media.__file__).parent
 
 
 def pytest_configure():
@@ -78,22 +82,37 @@ def once(tmp_path_factory):
     base = tmp_path_factory.getbasetemp()
     session = base.parent if "PYTEST_XDIST_WORKER" in os.environ else base
 
-    def find(name, make):
-        folder = session / name
-        folder.mkdir(exist_ok=True)
-        with open(folder / "lock", "w", encoding="ascii") as lock:
-            fcntl.flock(lock, fcntl.LOCK_EX)
-            if not (folder / "done").exists():
-                make(folder)
-                (folder / "done").touch()
-        return folder
+    return lambda name, make: filled(session / name, make)
+
+
+def filled(folder, make):
+    """A folder that `make` fills for the first who asks; others wait meanwhile."""
+    folder.parent.mkdir(parents=True, exist_ok=True)
+    with open(f"{folder}.lock", "w", encoding="ascii") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        if not folder.exists():
+            made = folder.with_name(f"{folder.name}.new")
+            shutil.rmtree(made, ignore_errors=True)  # of a session that was broken off
+            made.mkdir()
+            make(made)
+            made.rename(folder)
+    return folder
+
+
+@pytest.fixture(scope="session")
+def encoded():
+    """A folder of what encoders make, the same for all sessions of this tree, which would only make it again: until one of
+    the scripts changes that describe it."""
+    def find(name, make, *scripts):
+        digest = hashlib.sha256(b"".join(script.read_bytes() for script in (HARNESS / "media.py", *scripts)))
+        return filled(TREE / "build/encoded" / f"{name}-{digest.hexdigest()[:16]}", make)
     return find
 
 
 @pytest.fixture(scope="session")
-def samples(once):
+def samples(encoded):
     """A folder of small real media files."""
-    return once("samples", lambda folder: media.make_samples(str(folder)))
+    return encoded("samples", lambda folder: media.make_samples(str(folder)))
 
 
 @pytest.fixture

@@ -4,11 +4,13 @@ import collections
 import concurrent.futures
 import json
 import os
+import pathlib
 import re
 import shutil
 
 import pytest
 
+import formats
 from formats.case import FOLDER
 from formats.tables import CASES, EXTENSIONS, TABLES
 from harness.daemon import Daemon
@@ -28,11 +30,12 @@ def make_all(folder):
             pass
 
 
-def index_all(binary, faketime):
-    """One run over all files. Gives the rows by table, and the error lines and notices of the run."""
+def index_all(binary, faketime, files):
+    """One run over all files, of which the folder holds the originals. Gives the rows by table, and the error lines and notices of the run."""
     daemon = Daemon(binary, faketime)
     try:
-        make_all(daemon.box.path(daemon.mkdir(FOLDER)))
+        for _, case in CASES:
+            daemon.copy(files / case.name, case.path)
         daemon.configure(aacdecoder=binary.with_name("veluaacinfo"))
         daemon.start()
         daemon.index(f"A:{FOLDER}", timeout=300)
@@ -46,10 +49,11 @@ def index_all(binary, faketime):
 
 
 @pytest.fixture(scope="session")
-def run(binary, faketime, once):
+def run(binary, faketime, once, encoded):
     """The outcome of the one run."""
     def make(folder):
-        (folder / "outcome.json").write_text(json.dumps(index_all(binary, faketime)))
+        files = encoded("formats", make_all, *sorted(pathlib.Path(formats.__file__).parent.glob("*.py")))
+        (folder / "outcome.json").write_text(json.dumps(index_all(binary, faketime, files)))
     return json.loads((once("formats", make) / "outcome.json").read_text())
 
 

@@ -100,11 +100,15 @@ class OwnServer(Server):
         self._control("-m", mode, "stop")
 
     def crash(self):
-        """Kills what serves a client as it stands: the server then ends all others and recovers from its log."""
+        """Kills what serves a client as it stands: the server then ends all others and recovers from its log. False when
+        there is none, or none any more."""
         found = self.query(f"{self.uri}/postgres", "select pid from pg_stat_activity where "
                                                    "application_name = 'veluindexd' limit 1")
-        if found:
-            os.kill(found[0]["pid"], signal.SIGKILL)
+        try:
+            for backend in found:
+                os.kill(backend["pid"], signal.SIGKILL)
+        except ProcessLookupError:
+            return False
         return bool(found)
 
     def stand_still(self):
