@@ -89,10 +89,10 @@ void FileRemove(const char *path) {
         PhotoLibraryFileUpdate(path, kIndexRemove);
 }
 
-void Reindex(const char *what) {
+void Reindex(const char *what, bool again) {
     if (strcmp(what, kPhotoWord) == 0) {
         PhotoShareFsCheck();
-        PhotoLibraryResync(nullptr);
+        PhotoLibraryResync(nullptr, again);
         PhotoDBVacuum();
         PhotoShareResync(nullptr);
     } else if (strcmp(what, kMusicWord) == 0) {
@@ -140,7 +140,7 @@ void QueueRequestExecute(const QueueRequest &request) {
             PathRename(argument, request.old_path.c_str());
         break;
     case kCommandReindex:
-        Reindex(argument);
+        Reindex(argument, request.again);
         break;
     case kCommandTruncate:
         VELUTruncateTable(argument);

@@ -42,13 +42,20 @@ struct Sweep {
     bool possible = true; // rows that are to be kept have their marks
 };
 
+// The rows directly in a directory.
+struct Known {
+    PathSet paths; // of pictures and of videos
+    PathSet media; // of pictures, in the media catalogue
+    bool media_told = false;
+};
+
 void PathsJoin(const PhotoPathList *list, PathSet *paths) {
     for (; list != nullptr; list = list->next)
         paths->insert(list->path);
 }
 
-// The paths of all rows directly in a directory, of pictures and of videos.
-bool KnownPathsGet(const char *dir, PathSet *paths) {
+// With `again` also what the media catalogue has of pictures: the one may have lost what the other has.
+bool KnownGet(const char *dir, bool again, Known *known) {
     SqlName name;
     if (!SqlNameEscape(dir, &name, kLogName))
         return false;
@@ -61,14 +68,29 @@ bool KnownPathsGet(const char *dir, PathSet *paths) {
         syslog(LOG_ERR, "%s (%d) Error occurred, failed to get records.", kLogName, __LINE__);
         return false;
     }
-    const MediaRows videos(MediaInfoDBOpen(kMediaVideo, "path", condition.c_str(), "path asc", 0));
-    PathsJoin(PathList(PhotoPathDBGet(photos.get())).get(), paths);
-    PathsJoin(PathList(PhotoPathDBGet(videos.get())).get(), paths);
+    const auto media = [&](int table) {
+        return MediaRows(MediaInfoDBOpen(table, "path", condition.c_str(), "path asc", 0));
+    };
+    const MediaRows videos = media(kMediaVideo);
+    PathsJoin(PathList(PhotoPathDBGet(photos.get())).get(), &known->paths);
+    PathsJoin(PathList(PhotoPathDBGet(videos.get())).get(), &known->paths);
+    if (!again)
+        return true;
+    const MediaRows pictures = media(kMediaPhoto);
+    PathsJoin(PathList(PhotoPathDBGet(pictures.get())).get(), &known->media);
+    known->media_told = pictures != nullptr;
     return true;
 }
 
-void KnownPathUpdate(const char *path, bool *missed) {
+// True for a known picture that the media catalogue has lost.
+bool LacksMedia(const Known &known, const char *path) {
+    return known.media_told && known.media.count(path) == 0 && BlVELUIndexIsPhotoOnWebFile(path) != 0;
+}
+
+void KnownPathUpdate(const Known &known, const char *path, bool *missed) {
     VELUIndexRunPause();
+    if (LacksMedia(known, path))
+        IndexFileAdd(path, kIndexAdd);
     PhotoLibraryFileUpdate(path, kIndexUpdate, missed);
 }
 
@@ -103,9 +125,9 @@ void RowKeep(Sweep *sweep, const char *path) {
         RowsKeep(sweep, path, met == MetFile::there ? "it could not be saved" : "it could not be read");
 }
 
-int DirectoryRefresh(const char *dir, const std::vector<std::string> &entries, Sweep *sweep) {
-    PathSet known;
-    if (!KnownPathsGet(dir, &known)) {
+int DirectoryRefresh(const char *dir, const std::vector<std::string> &entries, bool again, Sweep *sweep) {
+    Known known;
+    if (!KnownGet(dir, again, &known)) {
         RowsKeep(sweep, dir, "its rows could not be read");
         return -1;
     }
@@ -116,8 +138,8 @@ int DirectoryRefresh(const char *dir, const std::vector<std::string> &entries, S
         if (length >= static_cast<int>(sizeof path))
             RowsKeep(sweep, path, strerror(ENAMETOOLONG));
         bool missed = false;
-        if (known.count(path) != 0)
-            KnownPathUpdate(path, &missed);
+        if (known.paths.count(path) != 0)
+            KnownPathUpdate(known, path, &missed);
         else
             new_paths.emplace_back(path);
         if (missed && sweep != nullptr)
@@ -128,7 +150,7 @@ int DirectoryRefresh(const char *dir, const std::vector<std::string> &entries, S
     return 0;
 }
 
-int TreeResync(const char *path, Sweep *sweep, const std::vector<std::string> &away) {
+int TreeResync(const char *path, bool again, Sweep *sweep, const std::vector<std::string> &away) {
     TreeCursor cursor = TreeBegin(
         path, {.rules = &ActiveWalkRules().library, .listed = HasDot, .untold = PhotoShareNeedsStat != 0});
     bool begun = false;
@@ -141,7 +163,7 @@ int TreeResync(const char *path, Sweep *sweep, const std::vector<std::string> &a
         if (event == TreeEvent::listed) {
             begun = true;
             if (!cursor.names.empty())
-                DirectoryRefresh(cursor.path.c_str(), cursor.names, sweep);
+                DirectoryRefresh(cursor.path.c_str(), cursor.names, again, sweep);
         }
         const bool unread = event == TreeEvent::left && IsUnread(cursor.end);
         if (unread && !begun)
@@ -160,7 +182,7 @@ int NothingSwept(const char *target, int line = __builtin_LINE()) {
     return -1;
 }
 
-int ShareResync() {
+int ShareResync(bool again) {
     char target[kSharePathSize];
     if (!ShareTargetGet(kPhotoShareLink, target)) {
         syslog(LOG_ERR, "%s (%d) Failed to read link of %s", kLogName, __LINE__, kPhotoShareLink);
@@ -178,7 +200,7 @@ int ShareResync() {
         return -1;
     }
     Sweep sweep;
-    if (TreeResync(target, &sweep, away) != 0)
+    if (TreeResync(target, again, &sweep, away) != 0)
         return -1;
     for (const std::string &place : away)
         sweep.possible = VELUPhotoKeepRows(place.c_str()) == 0 && sweep.possible;
@@ -197,14 +219,14 @@ int ShareResync() {
 
 } // namespace
 
-int PhotoDirRefresh(const char *dir, const std::vector<std::string> *entries) {
+int PhotoDirRefresh(const char *dir, const std::vector<std::string> *entries, bool again) {
     if (dir == nullptr || *dir == '\0' || entries == nullptr || entries->empty()) {
         syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
         return -1;
     }
-    return DirectoryRefresh(dir, *entries, nullptr);
+    return DirectoryRefresh(dir, *entries, again, nullptr);
 }
 
-int PhotoLibraryResync(const char *path) {
-    return path == nullptr ? ShareResync() : TreeResync(path, nullptr, {});
+int PhotoLibraryResync(const char *path, bool again) {
+    return path == nullptr ? ShareResync(again) : TreeResync(path, again, nullptr, {});
 }

@@ -12,13 +12,14 @@ int PhotoPathRename(const char *new_path, const char *old_path, int is_dir);
 // Follows a rename in the path column of kPhotoTableVideoDesc or kPhotoTableVideoComment. Returns 0 or -1.
 int PhotoVideoInfoPathRename(int table, const char *new_prefix, const char *old_prefix);
 
-// Follows a rename whose old path is there again: rows whose files are gone move, what has none is added.
+// Follows a rename long after it has happened: rows whose files are gone move, what has none is added.
 void PhotoRenameAgain(const char *new_path, const char *old_path);
 
 // Brings the rows of one directory in step with its entries, the names in it that have a "." (not in front).
-// Returns 0 or -1.
-int PhotoDirRefresh(const char *dir, const std::vector<std::string> *entries);
+// With `again`, for a request that may have been carried out in part, a picture that has lost its row in the
+// media catalogue gets one. Returns 0 or -1.
+int PhotoDirRefresh(const char *dir, const std::vector<std::string> *entries, bool again = false);
 
-// Brings the rows in step with the tree at `path`, or with the whole photo share when it is null. Returns 0
-// or -1.
-int PhotoLibraryResync(const char *path);
+// Brings the rows in step with the tree at `path`, or with the whole photo share when it is null. `again` as
+// above. Returns 0 or -1.
+int PhotoLibraryResync(const char *path, bool again = false);

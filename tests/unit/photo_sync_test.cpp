@@ -154,6 +154,19 @@ TEST_F(PhotoSyncTest, ARefreshUpdatesWhatHasRowsAndAddsTheRest) {
     EXPECT_EQ(MediaPaths("photo"), Texts{"/volume1/photo/D/b.jpg"}); // only the new one
 }
 
+// A picture has its rows in both catalogues, one of which may have been away.
+TEST_F(PhotoSyncTest, ARefreshThatIsDoneAgainBringsBackWhatOneCatalogueHasLost) {
+    PictureAdd("/volume1/photo/D/a.jpg");
+    PictureAdd("/volume1/photo/D/b.jpg");
+    PhotoDBExec("update photo_image set title = 'typed', updated = '0'");
+    const std::vector<std::string> entries = {"a.jpg"};
+    EXPECT_EQ(PhotoDirRefresh("/volume1/photo/D", &entries), 0);
+    EXPECT_EQ(MediaPaths("photo"), Texts{});
+    EXPECT_EQ(PhotoDirRefresh("/volume1/photo/D", &entries, true), 0);
+    EXPECT_EQ(MediaPaths("photo"), Texts{"/volume1/photo/D/a.jpg"});
+    EXPECT_EQ(PhotoField("title || updated"), "typed1|typed0");
+}
+
 TEST_F(PhotoSyncTest, ARefreshOfAVideoThatHasARowUpdatesItsStatus) {
     FileWrite("/volume1/photo/D/a.mp4", "x");
     FileWrite("/volume1/photo/D/b.mp4", "x");
