@@ -62,13 +62,15 @@ int AlbumCreate(const char *path, const char *album, const SqlName &name, AlbumL
                   "Insert into photo_share values(%d, '%s', '', '', '%s', 0, '', 'true', '%s', '1');",
                   PhotoShareIdNext(), name.literal.c_str(), is_public ? "true" : "false",
                   level == kAlbumSub ? "true" : "false");
+    // An album that is there gets no rights any more, so that it is not there without them.
+    VELUIndexTogether together(Catalogue::photo);
     if (AlbumExec(sql) < 0)
-        return -1;
+        return together.Finish(-1);
     if (level == kAlbumSub && VELUPhotoShareSubDirUpdatePrivilege(album) != 0) {
         syslog(LOG_ERR, "%s (%d) VELUPhotoShareSubDirUpdatePrivilege Failed.", kLogName, __LINE__);
-        return -1;
+        return together.Finish(-1);
     }
-    return 0;
+    return together.Finish(0);
 }
 
 int AlbumDelete(const SqlName &name) {
@@ -96,6 +98,23 @@ int AlbumRowRename(const char *new_album, const char *old_album) {
         SqlFormat(to.literal.size() + from.literal.size() + kStatementRoom,
                   "Update photo_share set sharename = '%s', is_subdir = '%s' where sharename = '%s'",
                   to.literal.c_str(), strchr(new_album, '/') != nullptr ? "t" : "f", from.literal.c_str()));
+}
+
+// Has covers and sub-albums follow an album whose row has its new name.
+int AlbumFollow(const char *new_path, const char *old_path, AlbumLevel new_level, AlbumLevel old_level) {
+    const char *new_album = AlbumNameOf(new_path);
+    const char *old_album = AlbumNameOf(old_path);
+    if (AlbumCoverMove(new_album, old_album) != 0)
+        return -1;
+    if (old_level == kAlbumTop && new_level == kAlbumTop) {
+        if (VELUPhotoShareRenameSubDir(new_album, old_album) == 0)
+            return 0;
+        syslog(LOG_ERR, "%s (%d) VELUPhotoShareRenameSubDir failed.", kLogName, __LINE__);
+        return -1;
+    }
+    if (old_level == kAlbumTop && new_level == kAlbumSub)
+        return PhotoShareUpdate(old_path, kAlbumDelete);
+    return 0;
 }
 
 } // namespace
@@ -155,26 +174,19 @@ int PhotoShareRename(const char *new_path, const char *old_path) {
     const AlbumLevel new_level = PhotoShareLevelGet(new_path);
     if (old_level == kAlbumDeeper && new_level == kAlbumDeeper)
         return -1;
-    const char *new_album = AlbumNameOf(new_path);
-    const char *old_album = AlbumNameOf(old_path);
-    const int changed = AlbumRowRename(new_album, old_album);
+    // Done again, a rename finds nothing of the old album: no sub-album may be left behind by then.
+    VELUIndexTogether together(Catalogue::photo);
+    const int changed = AlbumRowRename(AlbumNameOf(new_path), AlbumNameOf(old_path));
     if (changed < 0)
-        return -1;
+        return together.Finish(-1);
     if (changed == 0 && IsDirExist(new_path)) {
+        static_cast<void>(together.Finish(0));
         PhotoShareFsCheck();
         PhotoShareTreeAdd(new_path);
         return -1;
     }
-    if (AlbumCoverMove(new_album, old_album) != 0)
+    if (together.Finish(AlbumFollow(new_path, old_path, new_level, old_level)) != 0)
         return -1;
-    if (old_level == kAlbumTop && new_level == kAlbumTop) {
-        if (VELUPhotoShareRenameSubDir(new_album, old_album) == 0)
-            return 0;
-        syslog(LOG_ERR, "%s (%d) VELUPhotoShareRenameSubDir failed.", kLogName, __LINE__);
-        return -1;
-    }
-    if (old_level == kAlbumTop && new_level == kAlbumSub)
-        return PhotoShareUpdate(old_path, kAlbumDelete);
     if (old_level == kAlbumSub && new_level == kAlbumTop)
         return PhotoShareTreeAdd(new_path);
     return 0;

@@ -104,6 +104,22 @@ uint64_t VELUIndexRunFailures(Catalogue catalogue);
 // once that is committed: whoever is to remove what was not written anew commits, and compares before and after.
 uint64_t VELUIndexRunLosses(Catalogue catalogue);
 
+// Writes of one operation that come to the disk together: when the store fails in between, or this process ends, none of them
+// does, so that its request, done again, finds all as it was. A statement that fails by its own fault costs itself only.
+// Reads see what was written. The operation goes on to write only as long as all goes well, and no more than a batch holds.
+struct VELUIndexTogether {
+    explicit VELUIndexTogether(Catalogue catalogue);
+    VELUIndexTogether(const VELUIndexTogether &) = delete;
+    VELUIndexTogether &operator=(const VELUIndexTogether &) = delete;
+    ~VELUIndexTogether();
+
+    // Commits. `result` when all is written, else -1.
+    [[nodiscard]] int Finish(int result);
+
+    Catalogue catalogue;
+    bool own; // a run around it
+};
+
 // --- Which rows there are ----------------------------------------------------------------------------------
 
 // 1 when the catalogue has a row (of a file or, the media catalogue, a directory) below `path`, and with `itself` also

@@ -175,15 +175,38 @@ void Replay(Catalogue catalogue) {
     }
 }
 
+// True when what failed a moment ago takes writes that belong together back with it. One that failed by itself does not.
+bool TakesBack(const Session &session) {
+    return session.together && BlVELUDBStoreFailed(session.connection->db.get()) != 0;
+}
+
+// Nothing of the writes that belong together is done: their request does all of them again.
+void TakeBack(Catalogue catalogue) {
+    Session &session = SessionOf(catalogue);
+    const size_t writes = std::exchange(session.batch, {}).rows;
+    const std::string reason = VELUDBErrorGet(session.connection->db.get());
+    session.together = false;
+    Drop(catalogue);
+    for (size_t i = 0; i < writes; ++i)
+        AccountLost(&account, catalogue, account.request, reason.c_str());
+    if (writes > 0)
+        SetLost(catalogue);
+}
+
 void Commit(Catalogue catalogue) {
     Session &session = SessionOf(catalogue);
     if (!session.batch_open)
         return;
     session.batch_open = false;
-    if (VELUDBCommit(session.connection->db.get()) == 0)
+    if (VELUDBCommit(session.connection->db.get()) == 0) {
         session.committed = true;
-    else
+    } else if (TakesBack(session)) {
+        StatementFailed(catalogue, account.request, "writes that belong together",
+                        session.connection->db.get());
+        TakeBack(catalogue);
+    } else {
         Replay(catalogue);
+    }
     session.batch.bytes.clear();
     session.batch.rows = 0;
 }
@@ -193,15 +216,16 @@ bool BatchIsOld(const Session &session) {
 }
 
 bool BatchIsFull(const Session &session) {
-    return session.batch_open && (session.batch.rows >= kBatchRowsMax ||
-                                  session.batch.bytes.size() >= kBatchBytesMax || BatchIsOld(session));
+    if (!session.batch_open || session.batch.bytes.size() >= kBatchBytesMax)
+        return session.batch_open;
+    return !session.together && (session.batch.rows >= kBatchRowsMax || BatchIsOld(session));
 }
 
 // Begins a batch, unless one goes on or the connection is lent. False when that fails.
 bool BatchBegin(Session *session) {
     // Rows that are being read lend the connection to their reader, whose own statements on it no batch would do
     // again: until they are freed each write stands for itself.
-    const bool lent = session->connection.use_count() > 1;
+    const bool lent = session->connection.use_count() > 1 && !session->together;
     if (session->batch_open || lent)
         return true;
     if (VELUDBBegin(session->connection->db.get()) != 0)
@@ -214,7 +238,7 @@ bool BatchBegin(Session *session) {
 // True when the engine has given the batch up; it is then already done again.
 bool Recovered(Catalogue catalogue) {
     Session &session = SessionOf(catalogue);
-    if (!session.batch_open || VELUDBInTransaction(session.connection->db.get()))
+    if (!session.batch_open || VELUDBInTransaction(session.connection->db.get()) || TakesBack(session))
         return false;
     Replay(catalogue);
     return true;
@@ -222,8 +246,11 @@ bool Recovered(Catalogue catalogue) {
 
 int OperationFailed(Catalogue catalogue, const char *about) {
     Session &session = SessionOf(catalogue);
-    if (StatementFailed(catalogue, account.request, about, session.connection->db.get()) &&
-        !session.batch_open)
+    if (!StatementFailed(catalogue, account.request, about, session.connection->db.get()))
+        return -1;
+    if (session.together)
+        TakeBack(catalogue);
+    else if (!session.batch_open)
         Drop(catalogue);
     return -1;
 }
@@ -303,7 +330,10 @@ ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<V
 }
 
 StoreConnectionRef RunConnection(Catalogue catalogue) {
-    Commit(catalogue);
+    if (SessionOf(catalogue).together)
+        Recovered(catalogue); // its rows are to be those of the batch, too
+    else
+        Commit(catalogue);
     if (!ConnectFor(catalogue, account.request))
         return nullptr;
     SessionOf(catalogue).committed = true; // its borrower may write
@@ -316,7 +346,11 @@ bool RunBorrowedFailed(Catalogue catalogue, VELUDB *db) {
         return true;
     const bool first = !session.away_told;
     session.away_told = true;
-    if (session.connection != nullptr && session.connection->db.get() == db)
+    if (session.connection == nullptr || session.connection->db.get() != db)
+        return first;
+    if (session.together)
+        TakeBack(catalogue);
+    else
         Drop(catalogue);
     return first;
 }
@@ -393,6 +427,32 @@ int VELUIndexRunEnd() {
     run.cover_dir.reset();
     run.active = false;
     return run.away ? -1 : 0;
+}
+
+VELUIndexTogether::VELUIndexTogether(Catalogue of) : catalogue(of), own(!run.active) {
+    VELUIndexRunBegin();
+    Commit(catalogue);
+    SessionOf(catalogue).together = true;
+}
+
+VELUIndexTogether::~VELUIndexTogether() {
+    Session &session = SessionOf(catalogue);
+    if (session.together) { // whoever asked is broken off, and asks again
+        session.together = false;
+        session.batch = {};
+        Drop(catalogue);
+    }
+    if (own && run.active)
+        VELUIndexRunEnd();
+}
+
+int VELUIndexTogether::Finish(int result) {
+    Session &session = SessionOf(catalogue);
+    if (session.together)
+        Commit(catalogue);
+    const bool whole = std::exchange(session.together, false);
+    const bool stored = !own || (VELUIndexRunEnd() == 0 && !run.lost);
+    return whole && stored ? result : -1;
 }
 
 RunScope::RunScope() : own(!run.active) {

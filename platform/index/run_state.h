@@ -18,6 +18,7 @@ struct Session {
     StoreConnectionRef connection;
     Batch batch;
     bool batch_open = false;
+    bool together = false; // its writes come to the disk together or not at all
     int64_t batch_start = 0;
     bool committed = false; // on this connection, and not brought to the disk since
     bool away = false;
