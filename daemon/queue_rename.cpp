@@ -5,7 +5,10 @@
 #include <vector>
 
 #include "catalogue/features.h"
+#include "catalogue/shares.h"
 #include "daemon/index.h"
+#include "daemon/storage_away.h"
+#include "daemon/walk_reindex.h"
 #include "daemon/walker.h"
 #include "photo/photo_index.h"
 #include "photo/photo_share.h"
@@ -63,13 +66,18 @@ void PathRename(const char *new_path, const char *old_path) {
 }
 
 void PathRenameAgain(const char *new_path, const char *old_path) {
-    if (PathIsGone(old_path)) {
+    if (!PathIsGone(old_path)) {
+        GoneRowsRemove(old_path);
+        if (!PathIsGone(new_path))
+            IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
+    } else {
         PathRename(new_path, old_path);
-        return;
+        if (IsFileExist(new_path, nullptr))
+            return;
+        // A directory that has moved on since left no more than its name here.
+        if (PathIsGone(new_path) && !StorageIsAway(old_path, ShareTargetsGet(), MediaKnows))
+            IndexDirWalk(old_path, kIndexRemove, kWalkMedia);
     }
-    GoneRowsRemove(old_path);
-    if (!PathIsGone(new_path))
-        IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
     if (IsInPhotoLibrary(new_path))
         PhotoRenameAgain(new_path, old_path);
 }

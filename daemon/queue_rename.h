@@ -7,5 +7,6 @@
 void PathRename(const char *new_path, const char *old_path);
 
 // Carries it out long after it has happened, or a second time. What is at the old path now came later, and its rows stay
-// there: only those whose files are gone move, and what is at the new path and has no row is added.
+// there: only those whose files are gone move, and what is at the new path and has no row is added. Of what has moved on
+// from the new path since, pictures and albums have their rows there, for the rename that follows.
 void PathRenameAgain(const char *new_path, const char *old_path);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// A rename in the photo catalogue whose old path is there again: rows of files that are there stay.
+// A rename in the photo catalogue after which other things may have happened: rows of files that are there stay.
 #include <string.h>
 
 #include <string>
@@ -9,6 +9,8 @@
 #include "daemon/walker.h"
 #include "photo/album_path.h"
 #include "photo/album_rows.h"
+#include "photo/hand_over_spool.h"
+#include "photo/photo_index.h"
 #include "photo/photo_rows.h"
 #include "photo/photo_share.h"
 #include "photo/photo_sync.h"
@@ -64,7 +66,8 @@ std::vector<std::string> SubAlbumsGone(const char *directory) {
     std::vector<std::string> paths;
     const std::string album = AlbumNameOf(directory);
     SqlName name;
-    if (PhotoShareLevelGet(directory) != kAlbumTop || !SqlNameEscape(album.c_str(), &name, kLogName))
+    if (!IsInPhotoLibrary(directory) || PhotoShareLevelGet(directory) != kAlbumTop ||
+        !SqlNameEscape(album.c_str(), &name, kLogName))
         return paths;
     const PhotoRows rows(PhotoInfoDBOpen(
         kPhotoTableShare, "sharename",
@@ -81,14 +84,20 @@ std::vector<std::string> SubAlbumsGone(const char *directory) {
     return paths;
 }
 
+bool HasAlbum(const char *path) {
+    char id[kAlbumIdSize];
+    return IsInPhotoLibrary(path) &&
+           VELUPhotoShareGetFieldValue(AlbumNameOf(path), "shareid", id, sizeof id) == 0;
+}
+
 void AlbumsMove(const char *new_path, const char *old_path) {
     for (const std::string &path : SubAlbumsGone(old_path)) {
         const std::string to = Moved(path, new_path, old_path);
-        char id[kAlbumIdSize];
-        if (IsDirExist(to.c_str()) &&
-            VELUPhotoShareGetFieldValue(AlbumNameOf(to.c_str()), "shareid", id, sizeof id) != 0)
+        if (IsDirExist(to.c_str()) && !HasAlbum(to.c_str()))
             PhotoShareRename(to.c_str(), path.c_str());
     }
+    if (PathIsGone(old_path) && PathIsGone(new_path) && HasAlbum(old_path))
+        PhotoShareRename(new_path, old_path);
     if (!IsDirExist(new_path) || PhotoShareLevelGet(new_path) == kAlbumDeeper)
         return;
     PhotoShareMarkOne(AlbumNameOf(new_path)); // which makes one that is missing
@@ -98,6 +107,7 @@ void AlbumsMove(const char *new_path, const char *old_path) {
 } // namespace
 
 void PhotoRenameAgain(const char *new_path, const char *old_path) {
+    HandOverSpoolRename(new_path, old_path);
     PicturesMove(new_path, old_path);
     for (const int table : {kPhotoTableVideoDesc, kPhotoTableVideoComment})
         VideosMove(table, new_path, old_path);

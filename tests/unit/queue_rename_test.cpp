@@ -4,6 +4,7 @@
 #include "daemon/queue_rename.h"
 
 #include "catalogue/features.h"
+#include "photo/hand_over_spool.h"
 #include "tests/unit/catalogue_fixture.h"
 #include "tests/unit/test_files.h"
 
@@ -94,6 +95,74 @@ TEST_P(QueueRename, PicturesFilmsAndAlbumsLikewise) {
     EXPECT_EQ(peer.Query("select hits as x from photo_share order by sharename"), "0|4|3");
     EXPECT_EQ(PhotoPaths("photo_image"), "/volume1/photo/new/1.jpg|/volume1/photo/new/3.jpg|"
                                          "/volume1/photo/new/sub/2.jpg|/volume1/photo/old/1.jpg");
+}
+
+// Where both directories have gone on, what belongs to them goes on too. A name with a dot is a directory's here.
+TEST_P(QueueRename, AChainOfDirectoriesThatIsDoneAgain) {
+    ASSERT_EQ(PhotoInfoDBDirDelete("/none"), 0); // makes the tables
+    for (const char *name : {"Trip/1.jpg", "Trip/sub/2.jpg"}) {
+        Photo("insert into photo_image (path, name, title) values ('" + kPhoto + name + "', 'x', 'typed')");
+        ASSERT_EQ(Save(2, kPhoto + name), 0);
+    }
+    ASSERT_EQ(MediaInfoDBDirSave((kPhoto + "Trip/sub").c_str()), 0);
+    Photo("insert into video_desc (path, title) values ('" + kPhoto + "Trip/1.avi', 'typed')");
+    Photo("insert into photo_share values (7, 'Trip', 'typed', '', 'true', 3, '', 'true', 'false', '1')");
+    Photo("insert into photo_share values (8, 'Trip/sub', 'typed', '', 'true', 4, '', 'true', 'true', '1')");
+    for (const char *name : {"End/1.jpg", "End/sub/2.jpg", "End/1.avi"})
+        FileWrite(kPhoto + name, "x");
+    PathRenameAgain((kPhoto + "2009.05").c_str(), (kPhoto + "Trip").c_str());
+    PathRenameAgain((kPhoto + "End").c_str(), (kPhoto + "2009.05").c_str());
+    EXPECT_EQ(PhotoPaths("photo_image"), "/volume1/photo/End/1.jpg|/volume1/photo/End/sub/2.jpg");
+    Peer peer(photo_uri);
+    EXPECT_EQ(peer.Query("select title as x from photo_image"), "typed|typed");
+    EXPECT_EQ(peer.Query("select path as x from video_desc where title = 'typed'"),
+              "/volume1/photo/End/1.avi");
+    EXPECT_EQ(peer.Query("select sharename as x from photo_share where title = 'typed' order by shareid"),
+              "End|End/sub");
+    EXPECT_EQ(peer.Query("select shareid as x from photo_share order by shareid"), "7|8");
+    EXPECT_EQ(Paths("photo"), "/volume1/photo/End/1.jpg|/volume1/photo/End/sub/2.jpg");
+    EXPECT_EQ(Paths("directory"), "/volume1/photo/End|/volume1/photo/End/sub");
+}
+
+// A file that was told under the old name found nothing there, when its turn came.
+TEST_P(QueueRename, WhatCameBeforeARenameThatIsDoneAgainIsAdded) {
+    ASSERT_EQ(PhotoInfoDBDirDelete("/none"), 0); // makes the tables
+    Photo("insert into photo_image (path, name, title) values ('" + kPhoto + "old/1.jpg', 'x', 'typed')");
+    Photo("insert into photo_share values (7, 'old', 'typed', '', 'true', 3, '', 'true', 'false', '1')");
+    for (const char *name : {"new/1.jpg", "new/2.jpg", "new/sub/3.jpg"})
+        FileWrite(kPhoto + name, "x");
+    PathRenameAgain((kPhoto + "new").c_str(), (kPhoto + "old").c_str());
+    EXPECT_EQ(PhotoPaths("photo_image"),
+              "/volume1/photo/new/1.jpg|/volume1/photo/new/2.jpg|/volume1/photo/new/sub/3.jpg");
+    Peer peer(photo_uri);
+    EXPECT_EQ(peer.Query("select title as x from photo_image order by path"), "typed|2|3");
+    EXPECT_EQ(peer.Query("select sharename as x from photo_share order by shareid"), "new|new/sub");
+}
+
+// A directory of another share has no albums, whatever its name.
+TEST_P(QueueRename, AlbumsOfTheSameNameAsADirectoryElsewhereStay) {
+    ASSERT_EQ(PhotoInfoDBDirDelete("/none"), 0); // makes the tables
+    Photo("insert into photo_share values (7, 'x', 'typed', '', 'true', 3, '', 'true', 'false', '1')");
+    Photo("insert into photo_share values (8, 'x/sub', 'typed', '', 'true', 3, '', 'true', 'true', '1')");
+    for (const char *name : {"x/sub/1.jpg", "new/sub/2.jpg"})
+        FileWrite(kPhoto + name, "x");
+    FileWrite(kMusic + "x/1.pcm", "x");
+    PathRenameAgain((kPhoto + "new").c_str(), (kMusic + "x").c_str());
+    EXPECT_EQ(Peer(photo_uri).Query(
+                  "select sharename as x from photo_share where title = 'typed' order by shareid"),
+              "x|x/sub");
+}
+
+TEST_P(QueueRename, ATextFollowsItsPictureThoughTheDirectoryIsThereAgain) {
+    ASSERT_EQ(PhotoInfoDBDirDelete("/none"), 0); // makes the tables
+    for (const char *name : {"new/1.jpg", "old/2.jpg"})
+        FileWrite(kPhoto + name, "x");
+    ASSERT_TRUE(HandOverSpoolAdd((kPhoto + "old/1.jpg").c_str(), "VELUPHOTO:TITLE", "handed over"));
+    HandOverSpoolAgain(true);
+    PathRenameAgain((kPhoto + "new").c_str(), (kPhoto + "old").c_str());
+    HandOverSpoolAgain(false);
+    HandOverSpoolSettle(nullptr);
+    EXPECT_EQ(Peer(photo_uri).Query("select title as x from photo_image"), "handed over");
 }
 
 } // namespace
