@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "photo/photo_index.h"
 
+#include <errno.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -24,18 +25,21 @@ constexpr char kLogName[] = "photo_index.c";
 
 static_assert(kPhotoTextSize == kMediaTextSize, "title and album have one rule for both records");
 
-// Returns which texts were handed over, a bit of PhotoTexts for each.
-unsigned NamesStore(const char *path, PhotoRecord *record) {
+void NamesStore(const char *path, PhotoRecord *record) {
     snprintf(record->path, sizeof record->path, "%s", path);
     snprintf(record->name, sizeof record->name, "%s", PathBaseName(path));
     MediaTitleFromName(path, record->title);
+    if (!MediaAlbumFromPath(path, record->album))
+        syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
+}
+
+// Returns which texts were handed over, a bit of PhotoTexts for each.
+unsigned TextsTake(const char *path, PhotoRecord *record) {
     unsigned handed_over = 0;
     if (IsHandedOver(PhotoTitleTake(path, record)))
         handed_over |= kPhotoTitle;
     if (IsHandedOver(PhotoDescTake(path, record)))
         handed_over |= kPhotoDescription;
-    if (!MediaAlbumFromPath(path, record->album))
-        syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
     return handed_over;
 }
 
@@ -50,14 +54,24 @@ void DateFromTimes(time_t changed, PhotoRecord *record) {
         strftime(record->date_taken, sizeof record->date_taken, "%F %T", &local);
 }
 
-bool FileStore(const char *path, PhotoRecord *record) {
+// What comes of a file: a row, none, or none at this moment.
+enum class Met { stored, left_out, unreadable };
+
+Met MetWithout() {
+    const bool gone = errno == ENOENT || errno == ENOTDIR || errno == ELOOP || errno == ENAMETOOLONG;
+    return gone ? Met::left_out : Met::unreadable;
+}
+
+Met FileStore(const char *path, PhotoRecord *record) {
     struct stat status;
-    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode) || !IsLibrarySize(status.st_size))
-        return false;
+    if (stat(path, &status) != 0)
+        return MetWithout();
+    if (!S_ISREG(status.st_mode) || !IsLibrarySize(status.st_size))
+        return Met::left_out;
     record->file_size = status.st_size;
     ExifInfoGet(record);
     if (stat(path, &status) != 0)
-        return false;
+        return MetWithout();
     CreateTimeStore(status.st_ctime, record);
     int width = 0;
     int height = 0;
@@ -68,7 +82,7 @@ bool FileStore(const char *path, PhotoRecord *record) {
     PhotoRecordSanitize(record);
     if (record->date_taken[0] == '\0')
         DateFromTimes(status.st_ctime, record);
-    return true;
+    return Met::stored;
 }
 
 int BadParameter(int line) {
@@ -89,8 +103,12 @@ int PhotoIndexAdd(const char *path, int mode) {
     if (!IsLibraryPath(path))
         return -1;
     PhotoRecord record = {};
-    const unsigned handed_over = NamesStore(path, &record);
-    if (!FileStore(path, &record))
+    NamesStore(path, &record);
+    const Met met = FileStore(path, &record);
+    if (met == Met::unreadable) // what was handed over to it waits for it
+        return -1;
+    const unsigned handed_over = TextsTake(path, &record);
+    if (met == Met::left_out)
         return -1;
     if (PhotoInfoDBSaveHandedOver(&record, mode, handed_over) != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to save photo info.", kLogName, __LINE__);

@@ -181,6 +181,16 @@ def test_a_text_arrives_though_the_store_was_away(library, kind):
         assert not library.exists(TEXTS) or not library.read(TEXTS), "nothing is left in the spool"
 
 
+def test_a_text_for_a_picture_that_cannot_be_looked_at_waits_for_it(library):
+    """Nothing keeps its request: the disk is at fault, and no store."""
+    for call, first in (("stat", 1), ("stat", 2), ("stat", 3)):
+        hand_over(library, f"Journey {first}")
+        with library.places.failing(Rule(call, A, errno.EIO, first)):
+            library.index("U:photo")
+        library.index("U:photo")
+        assert typed(library)[0] == f"Journey {first}"
+
+
 def test_a_file_that_is_handed_over_is_gone_once_it_is_read(library):
     """As it always was; the spool has its text then."""
     hand_over(library, "Journey\n", "the sea\n")
