@@ -108,16 +108,17 @@ class Rows:
 
     # --- lines
 
-    def apply(self, line, disk, handed):
+    def apply(self, line, disk, handed, again=False):
+        """Carries a line out, or carries it out once more when other things have happened since."""
         letter = line.letter
         if letter == "T":
             for table, key in list(self.rows):
                 if table == line.word:
                     self._remove(table, key)
         elif letter in "RU":
-            self._whole(line, disk, handed)
+            self._whole(line, disk, handed, again)
         elif letter == "N":
-            self._rename(*line.paths, disk, handed)
+            self._rename(*line.paths, disk, handed, again)
         elif letter in "Aa":
             self._add(letter, line.paths[0], disk, handed)
         elif line.paths[0] not in disk:
@@ -169,7 +170,7 @@ class Rows:
             for key in self.keys(table, path):
                 self._remove(table, key)
 
-    def _whole(self, line, disk, handed):
+    def _whole(self, line, disk, handed, again):
         if line.letter == "R" and line.word != "photo":
             for share in line.places():
                 self._remove_media_tree(share)
@@ -178,9 +179,11 @@ class Rows:
         if line.letter == "U" and line.word != "photo":
             return
         for path, kind in disk.items():
+            if kind == "dir" and below(path, PHOTO) and line.letter == "R" and "." in os.path.basename(path):
+                self._save("directory", path)  # it passes for a file until it is looked at
             if kind == "file" and below(path, PHOTO):
                 if line.letter == "R":
-                    self._add_new_media(path)
+                    self._add_new_media(path, again)
                 self._add_photo(path, handed)
         if line.letter == "R":
             for table, key in list(self.rows):
@@ -194,17 +197,18 @@ class Rows:
                 if kind == "dir" and album_of(path):
                     self.set("photo_share", album_of(path), (YES, self.get("photo_share", album_of(path))[1]))
 
-    def _add_new_media(self, path):
-        """A resync of the library tells the media catalogue of what it does not know itself."""
+    def _add_new_media(self, path, again):
+        """A resync of the library tells the media catalogue of what it does not know itself; done again, of all it lacks."""
         known = self.get("photo_image", path)[0]
         table = MEDIA.get(os.path.splitext(path)[1])
-        if table and (known == NO or table != "photo"):
+        if table and (again or known == NO or table != "photo"):
             self._add_media(path)
         elif table and known == MAYBE and self.get(table, path)[0] != YES:
             self.set(table, path, (MAYBE, ("", "")))
 
-    def _rename(self, new, old, disk, handed):
-        if disk.get(new) == "dir":
+    def _rename(self, new, old, disk, handed, again):
+        moved_on = again and new not in disk and old not in disk
+        if disk.get(new) == "dir" or moved_on:
             self._remove_media_tree(old)
             self._walk(new, disk, {}, photo=False)
         else:
@@ -212,9 +216,16 @@ class Rows:
                 self._remove(MEDIA[os.path.splitext(old)[1]], old)
             if disk.get(new) == "file":
                 self._add_media(new)
-        if not below(new, PHOTO):
-            return
+        if below(new, PHOTO):
+            self._rename_pictures(new, old, disk, handed, again)
+            self._rename_albums(new, old, disk, again)
+
+    def _rename_pictures(self, new, old, disk, handed, again):
         moved = self.keys("photo_image", old)
+        if disk.get(new) != "dir" and "." in new and not new.endswith(".jpg") and not again:
+            if moved and old not in disk:  # what is no directory any more passes for a file of another kind
+                self._remove("photo_image", old)
+            return
         there = {self.get("photo_image", key)[0] for key in moved}
         rows = {new + key[len(old):]: self.get("photo_image", key) for key in moved}
         unchanged = self.copy()
@@ -226,15 +237,28 @@ class Rows:
                 if texts is not None and texts[0] == default_title(old_key):
                     texts = (default_title(key), texts[1])
                 self.set("photo_image", key, (presence, texts))
-        if YES not in there:
-            added = unchanged.copy()
-            if disk.get(new) == "dir":
-                added._walk(new, disk, handed, photo=True)
-            elif disk.get(new) == "file":
-                added._add_photo(new, handed)
-            self.rows = (added if MAYBE not in there else self.merged(added)).rows
+        if again and (disk.get(new) == "dir" or old in disk):
+            self._add_pictures(new, disk, handed)
+        elif YES not in there:
+            unchanged._add_pictures(new, disk, handed)
+            self.rows = (unchanged if MAYBE not in there else self.merged(unchanged)).rows
+
+    def _add_pictures(self, new, disk, handed):
+        if disk.get(new) == "dir":
+            self._walk(new, disk, handed, photo=True)
+        elif disk.get(new) == "file":
+            self._add_photo(new, handed)
+
+    def _rename_albums(self, new, old, disk, again):
         old_name, new_name = old[len(PHOTO) + 1:], new[len(PHOTO) + 1:]
-        for name in self.keys("photo_share", old_name):
+        known = self.keys("photo_share", old_name)
+        in_the_way = any(self.get("photo_share", name)[0] != NO for name in self.keys("photo_share", new_name))
+        if below(old, PHOTO) and old not in disk and not in_the_way and self._moves_whole(new_name, old_name, new, disk, again):
+            for name in known:
+                self.set("photo_share", new_name + name[len(old_name):], self.get("photo_share", name))
+                self._remove("photo_share", name)
+            return
+        for name in known:
             self.set("photo_share", name, (MAYBE, UNKNOWN))
             self.set("photo_share", new_name + name[len(old_name):], (MAYBE, UNKNOWN))
         for name in self.keys("photo_share", new_name):
@@ -242,6 +266,20 @@ class Rows:
         for path, kind in disk.items():
             if kind == "dir" and below(path, new) and album_of(path):
                 self.set("photo_share", album_of(path), (MAYBE, UNKNOWN))
+
+    def _moves_whole(self, new_name, old_name, new, disk, again):
+        """Whether an album certainly takes all that is its own along: to a name of the same level, where all that comes with
+        it has an album too."""
+        level = old_name.count("/")
+        if level > 1 or new_name.count("/") != level or self.get("photo_share", old_name)[0] != YES:
+            return False
+        if level == 1 and any(name != old_name and self.get("photo_share", name)[0] != NO
+                              for name in self.keys("photo_share", old_name)):
+            return False
+        if disk.get(new) != "dir":
+            return again and new not in disk
+        albums = [album_of(path) for path, kind in disk.items() if kind == "dir" and below(path, new) and album_of(path)]
+        return all(self.get("photo_share", old_name + name[len(new_name):])[0] == YES for name in albums)
 
 
 def compare(model, actual):

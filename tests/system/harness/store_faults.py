@@ -11,6 +11,7 @@ MEDIA, PHOTO = "mediadb", "photodb"
 # All but the last keep a request, since no row of it has a chance.
 AWAY = ("locked", "read-only", "full", "stopped", "broken")
 KINDS = (*AWAY, "row")
+COMMIT = "commit"  # away when what was written is to stay
 
 # What a row has in its path that the catalogue refuses for its own sake.
 REFUSED = "refused"
@@ -30,7 +31,7 @@ def store_fault(daemon, kind, key, moment=2):
     if kind == "broken":
         return faults.broken(moment)
     return {"locked": faults.locked, "read-only": faults.read_only, "full": faults.full, "stopped": faults.stopped,
-            "row": faults.row}[kind]()
+            "row": faults.row, COMMIT: faults.commit}[kind]()
 
 
 class _FileFaults:
@@ -67,6 +68,10 @@ class _FileFaults:
 
     def full(self):
         return self.daemon.places.failing(Rule("write", f"*/{self.name}*", errno.ENOSPC))
+
+    def commit(self):
+        """A batch is written when it is committed."""
+        return self.daemon.places.failing(Rule("write", f"*/{self.name}-wal", errno.ENOSPC))
 
     def stopped(self):
         return self.daemon.places.failing(Rule("open", f"*/{self.name}*", errno.EIO))
@@ -138,13 +143,13 @@ class _ServerFaults:
             self._end_connections()
         return self._until(begin, lambda: self._outside(f"alter database {self.database} allow_connections true"))
 
-    def _trigger(self, condition, action):
+    def _trigger(self, condition, action, kind="trigger fault before", rest=""):
         def begin():
             self._do("create sequence if not exists fault_calls",
                      "create or replace function fault() returns trigger language plpgsql as $$ begin "
                      f"if {condition} then {action}; end if; return coalesce(new, old); end $$")
             for table in self.tables:
-                self._do(f"create trigger fault before insert or update on {table} for each row execute function fault()")
+                self._do(f"create {kind} insert or update on {table} {rest} for each row execute function fault()")
 
         def end():
             for table in self.tables:
@@ -154,6 +159,10 @@ class _ServerFaults:
 
     def full(self):
         return self._trigger("true", "raise exception 'no space' using errcode = '53100'")
+
+    def commit(self):
+        return self._trigger("true", "raise exception 'no space' using errcode = '53100'", "constraint trigger fault after",
+                             "deferrable initially deferred")
 
     def broken(self, moment):
         """A row ends the connection, once."""
