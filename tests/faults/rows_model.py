@@ -162,7 +162,7 @@ class Rows:
         if below(path, PHOTO):
             for key in self.keys("photo_image", path):
                 self._remove("photo_image", key)
-            for key in self.keys("photo_share", path[len(PHOTO) + 1:]):
+            for key in self.keys("photo_share", path[len(PHOTO) + 1:]) if album_of(path) else ():
                 self._remove("photo_share", key)
 
     def _remove_media_tree(self, path):
@@ -208,7 +208,10 @@ class Rows:
 
     def _rename(self, new, old, disk, handed, again):
         moved_on = again and new not in disk and old not in disk
-        if disk.get(new) == "dir" or moved_on:
+        if again and old in disk:
+            self._remove_gone(old, disk)
+            self._walk(new, disk, {}, photo=False)
+        elif disk.get(new) == "dir" or moved_on:
             self._remove_media_tree(old)
             self._walk(new, disk, {}, photo=False)
         else:
@@ -220,8 +223,17 @@ class Rows:
             self._rename_pictures(new, old, disk, handed, again)
             self._rename_albums(new, old, disk, again)
 
+    def _remove_gone(self, top, disk):
+        for table in MEDIA.values():
+            for key in self.keys(table, top):
+                if key not in disk:
+                    self._remove(table, key)
+        for key in self.keys("directory", top):
+            if key not in disk:
+                self.set("directory", key, (MAYBE, UNKNOWN))
+
     def _rename_pictures(self, new, old, disk, handed, again):
-        moved = self.keys("photo_image", old)
+        moved = [key for key in self.keys("photo_image", old) if not again or key not in disk]
         if disk.get(new) != "dir" and "." in new and not new.endswith(".jpg") and not again:
             if moved and old not in disk:  # what is no directory any more passes for a file of another kind
                 self._remove("photo_image", old)
