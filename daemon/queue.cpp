@@ -14,6 +14,7 @@
 #include "daemon/queue_kept.h"
 #include "daemon/queue_pass.h"
 #include "daemon/queue_reader.h"
+#include "platform/file.h"
 #include "platform/handle.h"
 #include "platform/limits.h"
 #include "platform/veluindex.h"
@@ -65,7 +66,7 @@ bool WorkingCopyOpen(QueueReader *reader) {
 // A copy that came back after a power cut would be done again behind requests that are newer.
 bool WorkingCopyRemove() {
     if (unlink(kQueueWorkingCopy) == 0) {
-        SpoolSync();
+        static_cast<void>(FolderSync(kSpoolFolder)); // best effort: the copy is done with
         return true;
     }
     syslog(LOG_ERR, "%s(%d): Failed to unlink %s. (%s)", kLogName, __LINE__, kQueueWorkingCopy,

@@ -3,6 +3,9 @@
 // The files of the indexing queue.
 #pragma once
 
+// The folder of them all.
+inline constexpr char kSpoolFolder[] = "/var/spool";
+
 // Written by any program.
 inline constexpr char kQueueFile[] = "/var/spool/velu_indexing_queue";
 

@@ -11,12 +11,12 @@
 
 #include "daemon/queue_line.h"
 #include "platform/clock.h"
+#include "platform/file.h"
 
 int64_t (*kept_clock)() = MonotonicMilliseconds;
 
 namespace {
 
-constexpr char kSpool[] = "/var/spool";
 constexpr mode_t kMode = 0644; // as the queue's own
 
 constexpr size_t kBufferSize = 64 * 1024;
@@ -68,6 +68,16 @@ void KeptReader::Rewind() {
 
 KeptWriter::KeptWriter() : elapsed_((kept_clock() - ages_from) / kMillisecondsOfSecond) {}
 
+KeptWriter::~KeptWriter() {
+    Discard();
+}
+
+void KeptWriter::Discard() {
+    if (file_)
+        unlink(kKeptFileNew);
+    file_.Close();
+}
+
 void KeptWriter::Fail() {
     error_ = errno;
     buffer_.clear();
@@ -81,17 +91,9 @@ void KeptWriter::Open() {
 }
 
 void KeptWriter::Flush() {
-    size_t done = 0;
-    while (error_ == 0 && done < buffer_.size()) {
-        const ssize_t put = write(file_.get(), buffer_.data() + done, buffer_.size() - done);
-        if (put >= 0) {
-            done += static_cast<size_t>(put);
-        } else if (errno != EINTR) {
-            Fail();
-            return;
-        }
-    }
-    written_ += done;
+    if (error_ == 0 && !FileWriteAt(file_, written_, buffer_))
+        Fail();
+    written_ += buffer_.size();
     buffer_.clear();
 }
 
@@ -99,18 +101,13 @@ void KeptWriter::Flush() {
 bool KeptWriter::IsAt(uint64_t offset, std::string_view line) {
     Flush();
     std::string found(line.size() + 1, '\0');
-    size_t done = 0;
-    while (error_ == 0 && done < found.size()) {
-        const ssize_t got =
-            pread(file_.get(), found.data() + done, found.size() - done, static_cast<off_t>(offset + done));
-        if (got == 0)
-            break;
-        if (got > 0)
-            done += static_cast<size_t>(got);
-        else if (errno != EINTR)
-            Fail();
+    int failure = 0;
+    const size_t got = FileReadUpTo(file_, offset, found.data(), found.size(), &failure);
+    if (failure != 0) {
+        errno = failure;
+        Fail();
     }
-    return done == found.size() && found.back() == '\n' && found.compare(0, line.size(), line) == 0;
+    return got == found.size() && found.back() == '\n' && found.compare(0, line.size(), line) == 0;
 }
 
 bool KeptWriter::IsRepeated(std::string_view line, uint64_t hash) {
@@ -146,18 +143,14 @@ bool KeptWriter::Commit() {
         Fail();
     if (error_ == 0 && count_ == 0 && unlink(kKeptFile) != 0 && errno != ENOENT)
         Fail();
-    if (error_ == 0 && SpoolSync()) {
+    if (error_ == 0 && FolderSync(kSpoolFolder)) {
         ages_from += elapsed_ * kMillisecondsOfSecond; // the rest of a second counts the next time
+        file_.Close();
         return true;
     }
     if (error_ == 0)
         Fail();
-    unlink(kKeptFileNew);
+    Discard();
     errno = error_;
     return false;
-}
-
-bool SpoolSync() {
-    const FdHandle folder(open(kSpool, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return folder && fsync(folder.get()) == 0;
 }

@@ -17,7 +17,7 @@
 #include "daemon/queue_reader.h"
 #include "platform/handle.h"
 
-// Milliseconds of the daemon's running time, by which the lines grow old.
+// The clock by which the lines grow old: the daemon's running time in milliseconds.
 extern int64_t (*kept_clock)();
 
 struct KeptLine {
@@ -27,7 +27,7 @@ struct KeptLine {
 
 class KeptReader {
 public:
-    // False with errno set when the file cannot be opened; ENOENT when nothing is kept.
+    // Opens the file. False with errno set when that is not possible; ENOENT when nothing is kept.
     [[nodiscard]] bool Open();
 
     // Gives the next line. False behind the last one.
@@ -36,10 +36,10 @@ public:
     // Goes back to the first line.
     void Rewind();
 
-    // Lines that are none, which have been stepped over since the first one.
+    // Returns how many lines were no requests, and stepped over, since the first one.
     [[nodiscard]] size_t damaged() const { return damaged_; }
 
-    // The error number of a read that failed, which ends the file early; 0 when none did.
+    // Returns the error number of a read that failed, which ends the file early; 0 when none did.
     [[nodiscard]] int failure() const { return reader_.failure(); }
 
 private:
@@ -49,12 +49,16 @@ private:
     size_t damaged_ = 0;
 };
 
-// Writes the kept file anew, beside the old one. Failures are remembered up to the end.
+// Writes the kept file anew, beside the old one, which stays until Commit. A failure is remembered until then, and without
+// a Commit nothing is left.
 class KeptWriter {
 public:
     KeptWriter();
+    KeptWriter(const KeptWriter &) = delete;
+    KeptWriter &operator=(const KeptWriter &) = delete;
+    ~KeptWriter();
 
-    // Whole seconds by which the lines of the old file have become older since that was written.
+    // Returns by how many whole seconds the lines of the old file have aged since it was written.
     [[nodiscard]] int64_t elapsed() const { return elapsed_; }
 
     // Adds a line at the end. Of equal lines the first stays, unless a rename stands between them, behind which the same
@@ -66,13 +70,14 @@ public:
     // or an Add before it, has failed: then the lines are not safe, and the old file may still be there.
     [[nodiscard]] bool Commit();
 
-    // Lines so far, also those that could not be written.
+    // Returns how many lines were added, those included that could not be written.
     [[nodiscard]] size_t count() const { return count_; }
 
 private:
     void Open();
     void Flush();
     void Fail();
+    void Discard();
     bool IsAt(uint64_t offset, std::string_view line);
     bool IsRepeated(std::string_view line, uint64_t hash);
 
@@ -85,6 +90,3 @@ private:
     QueueHashTable places_; // of the lines, behind the last that sets apart; offsets from 1
     std::string last_;
 };
-
-// Brings what has happened to the names in the spool folder to the disk. False with errno set on failure.
-bool SpoolSync();

@@ -34,35 +34,26 @@ FdHandle SpoolOpen(int more_flags, off_t *size) {
     return file;
 }
 
-// More than the longest line has, which is escaped throughout.
-constexpr off_t kLineMax = 16 * 1024;
+constexpr off_t kBlockSize = 16 * 1024; // holds most last lines whole
 
-// The size of a file of this size without a last line that was not written to its end; -1 when it cannot be read.
+// The size of a file of this size without what stands behind its last newline, which was not written to its end; -1 when it
+// cannot be read. A disk may leave any number of zeros there.
 off_t WholeSize(const FdHandle &file, off_t size) {
-    char tail[kLineMax];
-    const off_t begin = size - std::min(size, kLineMax);
-    const auto count = static_cast<size_t>(size - begin);
-    if (!FileReadAt(file, static_cast<uint64_t>(begin), tail, count))
-        return -1;
-    const void *newline = memrchr(tail, '\n', count);
-    return newline != nullptr ? begin + (static_cast<const char *>(newline) - tail) + 1 : begin;
-}
-
-bool FolderSync() {
-    const FdHandle folder(open(kFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return folder && fsync(folder.get()) == 0;
-}
-
-bool WriteAt(const FdHandle &file, off_t offset, const std::string &bytes) {
-    for (size_t done = 0; done < bytes.size();) {
-        const ssize_t put =
-            pwrite(file.get(), bytes.data() + done, bytes.size() - done, offset + static_cast<off_t>(done));
-        if (put > 0)
-            done += static_cast<size_t>(put);
-        else if (put == 0 || errno != EINTR)
-            return false;
+    char block[kBlockSize];
+    for (off_t begin = size; begin > 0;) {
+        const off_t end = begin;
+        begin -= std::min(begin, kBlockSize);
+        const auto count = static_cast<size_t>(end - begin);
+        if (!FileReadAt(file, static_cast<uint64_t>(begin), block, count))
+            return -1;
+        if (const void *newline = memrchr(block, '\n', count); newline != nullptr)
+            return begin + (static_cast<const char *>(newline) - block) + 1;
     }
-    return true;
+    return 0;
+}
+
+bool WriteAt(const FdHandle &file, off_t offset, std::string_view bytes) {
+    return FileWriteAt(file, static_cast<uint64_t>(offset), bytes);
 }
 
 } // namespace
@@ -77,7 +68,7 @@ bool HandOverFileAppend(const std::string &lines, off_t *begin) {
     const FdHandle file = SpoolOpen(O_CREAT, &size);
     if (!file)
         return false;
-    *begin = WholeSize(file, size);
+    *begin = WholeSize(file, std::min<off_t>(size, kHandOverSpoolMax)); // behind that nothing is read
     if (*begin < 0)
         return false;
     if (*begin + static_cast<off_t>(lines.size()) > kHandOverSpoolMax) {
@@ -85,7 +76,7 @@ bool HandOverFileAppend(const std::string &lines, off_t *begin) {
         return false;
     }
     if ((*begin == size || ftruncate(file.get(), *begin) == 0) && WriteAt(file, *begin, lines) &&
-        fdatasync(file.get()) == 0 && (*begin > 0 || FolderSync()))
+        fdatasync(file.get()) == 0 && (*begin > 0 || FolderSync(kFolder)))
         return true;
     const int reason = errno;
     static_cast<void>(!ftruncate(file.get(), *begin)); // what cannot be taken back is read like any torn line
@@ -123,9 +114,12 @@ bool HandOverFileDone(const std::vector<off_t> &begins, off_t end) {
     if (!file)
         return false;
     for (const off_t begin : begins)
-        if (begin < end && !WriteAt(file, begin, {kHandOverDone}))
+        if (begin < end && !WriteAt(file, begin, {&kHandOverDone, 1}))
             return false;
-    return (end >= size || ftruncate(file.get(), end) == 0) && fdatasync(file.get()) == 0;
+    // A text whose newer one was taken away before it is marked would count again after a power cut.
+    if (end < size && (fdatasync(file.get()) != 0 || ftruncate(file.get(), end) != 0))
+        return false;
+    return fdatasync(file.get()) == 0;
 }
 
 bool HandOverFileRemove() {

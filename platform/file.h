@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // Opening and reading files that anybody may have put there: nothing here waits for another program, and a signal
-// never makes a read come back early.
+// never makes a read come back early. Writing and synchronising the daemon's own.
 #pragma once
 
 #include <errno.h>
@@ -9,6 +9,8 @@
 #include <stdint.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <string_view>
 
 #include "platform/handle.h"
 
@@ -76,4 +78,28 @@ inline size_t FileReadUpTo(const FdHandle &file, uint64_t offset, void *out, siz
 // Reads `size` bytes at `offset`. False when the file ends before or cannot be read.
 [[nodiscard]] inline bool FileReadAt(const FdHandle &file, uint64_t offset, void *out, size_t size) noexcept {
     return FileReadUpTo(file, offset, out, size) == size;
+}
+
+// Writes all of the bytes at `offset`. False, with the reason in errno, when not all of them could be written.
+[[nodiscard]] inline bool FileWriteAt(const FdHandle &file, uint64_t offset,
+                                      std::string_view bytes) noexcept {
+    while (!bytes.empty()) {
+        const ssize_t put = pwrite(file.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        if (put > 0) {
+            offset += static_cast<uint64_t>(put);
+            bytes.remove_prefix(static_cast<size_t>(put));
+        } else if (put == 0) {
+            errno = ENOSPC; // nothing was taken, for no reason that is told
+            return false;
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Brings what has happened to the names in a folder to the disk. False, with the reason in errno, on failure.
+[[nodiscard]] inline bool FolderSync(const char *path) noexcept {
+    const FdHandle folder = OpenForReading(path, O_DIRECTORY);
+    return folder && fsync(folder.get()) == 0;
 }

@@ -155,6 +155,8 @@ TEST_F(HandOverSpool, ADamagedLineCostsItselfOnly) {
         EXPECT_EQ(Found("/p/a"), "(none)");
         HandOverSpoolSettle([](const std::string &) { return true; });
         ASSERT_TRUE(Add("/p/a", "a"));
+        EXPECT_EQ(FoundOnDisk("/p/a"), "a") << "behind " << garbage.size() << " bytes of " << garbage[0];
+        HandOverSpoolSettle([](const std::string &) { return true; });
     }
 }
 

@@ -79,6 +79,17 @@ TEST_F(QueueKept, WithoutLinesThereIsNoFile) {
     EXPECT_EQ(errno, ENOENT);
 }
 
+TEST_F(QueueKept, WhatIsNotPutInItsPlaceLeavesNothing) {
+    Write({"a:/old"});
+    {
+        KeptWriter writer;
+        writer.Add(0, "a:/new");
+        EXPECT_TRUE(std::filesystem::exists(kKeptFileNew));
+    }
+    EXPECT_FALSE(std::filesystem::exists(kKeptFileNew));
+    EXPECT_EQ(Read(), Texts{"0 a:/old"});
+}
+
 TEST_F(QueueKept, TheLongestLineIsWhole) {
     const std::string line = "a:/" + std::string(kQueueLineMax - 1 - 3, 'x');
     KeptWriter writer;
