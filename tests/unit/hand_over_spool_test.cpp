@@ -286,6 +286,21 @@ TEST_F(HandOverSpool, ARenameCarriedOutAgainBringsTheTextsToTheNewName) {
     EXPECT_EQ(PhotoField("path"), "") << "what is no picture any more has no row to bring a text to";
 }
 
+TEST_F(HandOverSpool, OfADirectoryThatIsThereAgainWhatIsGoneBringsItsTextsToItsNewName) {
+    for (const char *name : {"Trips/a.jpg", "Trips/b.jpg"})
+        FileWrite(std::string("/volume1/photo/") + name, "x");
+    EXPECT_EQ(PhotoIndexAdd(kPicture.c_str(), 1), 0);
+    ASSERT_TRUE(Add(kPicture, "Holiday"));
+    fs::rename("/volume1/photo/Trips", "/volume1/photo/New");
+    FileWrite("/volume1/photo/Trips/b.jpg", "x");
+    ASSERT_TRUE(Add("/volume1/photo/Trips/b.jpg", "its own"));
+    HandOverSpoolAgain(true);
+    PhotoRenameAgain("/volume1/photo/New", "/volume1/photo/Trips");
+    EXPECT_EQ(PhotoField("path || '=' || title"),
+              "/volume1/photo/New/a.jpg=Holiday|/volume1/photo/New/b.jpg=b");
+    EXPECT_EQ(Found("/volume1/photo/Trips/b.jpg"), "its own");
+}
+
 TEST_F(HandOverSpool, TheFlagOfAnAlbumIsSpooledToo) {
     fs::create_directories("/volume1/photo/Trips");
     FileWrite("/volume1/photo/@eaDir/Trips/VELUPHOTO:PUBLIC", "1\n");
