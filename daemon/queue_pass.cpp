@@ -36,9 +36,10 @@ struct Pass {
     QueueTouched kept; // by requests that have to wait, of the stretches that are over
     QueueTouched met;  // by those of the stretch that goes on, as far as it is known at once
 
-    uint64_t number = 0;  // of the last request of the stretch
-    NumberSet untried;    // requests of the stretch that had to wait
-    NumberSet broken_off; // those that lacked memory
+    uint64_t number = 0;    // of the last request of the stretch
+    uint64_t old_count = 0; // requests of the kept file among them
+    NumberSet untried;      // requests of the stretch that had to wait
+    NumberSet broken_off;   // those that lacked memory
 
     bool carried_out = false;
 };
@@ -144,6 +145,7 @@ void OldLinesDo(Pass *pass) {
             RequestDo(pass, request);
         });
     }
+    pass->old_count = pass->number;
 }
 
 // Carries out lines up to the end of the copy, or up to one that a writer has not written to its end: what comes to the
@@ -199,6 +201,7 @@ void StretchSettle(Pass *pass, bool with_old, QueueReader *copy, off_t begin, bo
             LineSettle(pass, ++number, kept.seconds + pass->writer.elapsed(), kept.line);
     if (copy == nullptr)
         return;
+    number = pass->old_count; // also when the kept file could be read only in part this time
     const size_t before = pass->writer.count();
     const off_t end = copy->offset();
     std::string_view line;
@@ -214,7 +217,7 @@ bool HasFailures(const Pass &pass, int run_end) {
 
 void StretchForget(Pass *pass) {
     pass->met = {};
-    pass->number = 0;
+    pass->number = pass->old_count = 0;
     pass->untried = {};
     pass->broken_off = {};
 }

@@ -185,6 +185,22 @@ def test_a_kept_file_that_was_torn_or_damaged_costs_the_damaged_lines_alone(libr
     assert {"b.jpg", "d.jpg"} <= set(pictures(library))
 
 
+def test_a_kept_file_that_breaks_off_when_it_is_read_once_more_costs_no_other_line(library):
+    """It is read a second time when the run is over and tells what has failed."""
+    write(library, f"{MUSIC}/b.pcm")
+    library.stop()
+    library.write(KEPT, "0 U:photo\n")
+    library.write(WORKING_COPY, f"a:{MUSIC}/b.pcm\n")
+    with store_fault(library, "stopped", MEDIA):
+        library.places.set(*library.places.rules, Rule("read", KEPT, errno.EIO, first=4))
+        library.start()
+        wait_for(lambda: any(f"Failed to read {KEPT}" in text for text in library.log.texts()) and library.idle(),
+                 "the kept file to break off")
+    library.places.clear()
+    library.wait_done()
+    assert f"{MUSIC}/b.pcm" in library.paths("music")
+
+
 # --- when they are done again
 
 
