@@ -32,8 +32,11 @@ int64_t stuck_since =
 
 void QueueTakeOver() {
     for (int attempt = 0; attempt < kQueueTakeOversMax; ++attempt) {
-        if (rename(kQueueFile, kQueueWorkingCopy) == 0)
+        if (rename(kQueueFile, kQueueWorkingCopy) == 0) {
+            // A queue that came back after a power cut would pass for one that nobody has worked on.
+            static_cast<void>(FolderSync(kSpoolFolder));
             return;
+        }
         syslog(LOG_ERR, "%s(%d): Failed to rename %s. (%s)", kLogName, __LINE__, kQueueFile, strerror(errno));
     }
 }

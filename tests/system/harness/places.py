@@ -57,6 +57,10 @@ class Places:
     def set(self, *rules):
         """From now on these rules hold and no others."""
         self.clear()
+        self.change(*rules)
+
+    def change(self, *rules):
+        """The same, but a call that is held stays so."""
         self.rules = rules
         for number, rule in enumerate(rules):
             self.table[(number + 1) * RECORD:(number + 2) * RECORD] = rule.packed()
