@@ -20,6 +20,7 @@
 #include "photo/photo_known.h"
 #include "photo/photo_share.h"
 #include "photo/photo_sync.h"
+#include "platform/path.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -31,6 +32,11 @@ constexpr int kWalkBoth = kWalkMedia | kWalkPhotoLibrary;
 
 int CatalogueKnows(const std::string &path, bool itself) {
     return supportphoto ? PhotoKnows(path, itself) : MediaKnows(path, itself);
+}
+
+// The path as rows and the targets of shares are written.
+std::string RowPathOf(const char *path) {
+    return std::string(PathWithoutEndSlashes(path));
 }
 
 // True for what is there, and for what may be there as far as anybody can tell now; a line says so.
@@ -46,7 +52,7 @@ bool StillExists(const char *path, int line = __builtin_LINE()) {
                strerror(error));
         return true;
     }
-    if (!StorageIsAway(path, ShareTargetsGet(), CatalogueKnows))
+    if (!StorageIsAway(RowPathOf(path), ShareTargetsGet(), CatalogueKnows))
         return false;
     syslog(LOG_ERR, "%s (%d) The storage of %s is away: its rows are kept.", kLogName, line, path);
     return true;
@@ -54,8 +60,9 @@ bool StillExists(const char *path, int line = __builtin_LINE()) {
 
 void TreeAdd(const char *path) {
     IndexDirWalk(path, kIndexAdd, kWalkBoth);
+    const std::string tree = RowPathOf(path);
     if (IsInPhotoLibrary(path) && IsDirExist(path) &&
-        StorageAwayIn(path, CatalogueKnows) != std::vector<std::string>{path}) {
+        StorageAwayIn(tree, CatalogueKnows) != std::vector<std::string>{tree}) {
         PhotoShareFsCheck();
         PhotoShareTreeAdd(path);
     }

@@ -19,17 +19,11 @@ constexpr uint64_t kAbove = 2; // a request is about a path below this one
 // A photo path begins with a volume of so many characters; what contains photo paths is not longer.
 constexpr size_t kVolumeLength = 8;
 
-std::string_view WithoutEndSlashes(std::string_view path) {
-    while (!path.empty() && path.back() == '/')
-        path.remove_suffix(1);
-    return path;
-}
-
 // Calls `visit(hash, whole)` for each directory above a path, from the root on, and for the path itself with `whole`
 // true, until one call returns true. Returns whether one did.
 template <typename Visit>
 bool PathVisit(std::string_view given, Visit visit) {
-    const std::string_view path = WithoutEndSlashes(given);
+    const std::string_view path = PathWithoutEndSlashes(given);
     uint64_t hash = kQueueHashStart;
     for (size_t i = 0; i < path.size(); ++i) {
         const bool slash = path[i] == '/';
@@ -60,7 +54,7 @@ bool IsMediaTable(const std::string &name) {
 
 // True for a path at, under or above which photo paths lie.
 bool HasPhotoPaths(const std::string &path) {
-    return IsPhotoPath(path.c_str()) || WithoutEndSlashes(path).size() <= kVolumeLength;
+    return IsPhotoPath(path.c_str()) || PathWithoutEndSlashes(path).size() <= kVolumeLength;
 }
 
 bool IsAboutPhotoLibrary(const QueueRequest &request) {

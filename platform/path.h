@@ -13,6 +13,13 @@
     return name.substr(0, name.rfind('.'));
 }
 
+// The path less the slashes at its end, so that the root is the empty text.
+[[nodiscard]] constexpr std::string_view PathWithoutEndSlashes(std::string_view path) {
+    while (path.ends_with('/'))
+        path.remove_suffix(1);
+    return path;
+}
+
 // True for a path below a directory, at any depth. The directory has no slash at its end, so that the root is the
 // empty text, and everything absolute lies under it.
 [[nodiscard]] constexpr bool PathIsUnder(std::string_view path, std::string_view directory) {

@@ -122,6 +122,17 @@ TEST_F(QueuePasses, ALockIsWaitedForOnceAndTheRequestsAreKept) {
     EXPECT_EQ(PhotoPaths("photo_image"), "") << "emptied after the row came";
 }
 
+TEST_F(QueuePasses, AShareThatIsRemovedLosesItsRowsHoweverItIsWritten) {
+    for (const char *line : {"D:/volume1/music\n", "D:/volume1/music/\n", "D:/volume1/music//\n"}) {
+        FileWrite("/volume1/music/1.pcm", "x");
+        Run("a:/volume1/music/1.pcm\n");
+        EXPECT_EQ(Paths("music"), "/volume1/music/1.pcm");
+        std::filesystem::remove_all("/volume1/music");
+        Run(line);
+        EXPECT_EQ(Paths("music"), "") << line;
+    }
+}
+
 TEST_F(QueuePasses, EqualRequestsAreKeptOnce) {
     Configure(kMediaAway);
     Run("a:/volume1/music/1.pcm\na:/volume1/music/2.pcm\na:/volume1/music/1.pcm\n");
