@@ -2,7 +2,6 @@
 #include "daemon/queue_pass.h"
 
 #include <errno.h>
-#include <string.h>
 #include <syslog.h>
 
 #include <new>
@@ -13,6 +12,7 @@
 #include "daemon/queue_files.h"
 #include "daemon/queue_kept.h"
 #include "daemon/queue_line.h"
+#include "daemon/queue_tell.h"
 #include "daemon/queue_touch.h"
 #include "photo/hand_over_spool.h"
 #include "platform/limits.h"
@@ -44,21 +44,21 @@ struct Pass {
     bool carried_out = false;
 };
 
-bool ReadFailed(const char *file, int reason, int line = __builtin_LINE()) {
-    syslog(LOG_ERR, "%s(%d): Failed to read %s. (%s)", kLogName, line, file, strerror(reason));
-    return false;
-}
-
 // Opens the kept file if there is one. False when there is one that cannot be opened.
 bool OldOpen(Pass *pass) {
     pass->old_there = pass->old.Open();
-    return pass->old_there || errno == ENOENT || ReadFailed(kKeptFile, errno);
+    if (pass->old_there || errno == ENOENT)
+        return true;
+    ReadFailedTell(kKeptFile, errno);
+    return false;
 }
 
 // False when the kept file could not be read to its end. What it holds that is no request is lost, with a line.
 bool OldCheck(const Pass &pass) {
-    if (pass.old.failure() != 0)
-        return ReadFailed(kKeptFile, pass.old.failure());
+    if (pass.old.failure() != 0) {
+        ReadFailedTell(kKeptFile, pass.old.failure());
+        return false;
+    }
     if (pass.old.damaged() > 0)
         syslog(LOG_ERR, "%s(%d): %s is damaged: %zu of its lines are lost.", kLogName, __LINE__, kKeptFile,
                pass.old.damaged());
@@ -242,25 +242,6 @@ void StretchesDo(Pass *pass, QueueReader *copy, bool again, bool *fresh) {
     } while (copy != nullptr && copy->More());
 }
 
-void KeptTell(const Pass &pass) {
-    if (pass.writer.count() > 0)
-        syslog(LOG_ERR, "%s(%d): Failed to store all rows. Requests kept in %s: %zu.", kLogName, __LINE__,
-               kKeptFile, pass.writer.count());
-}
-
-void CopyStaysTell() {
-    syslog(LOG_ERR, "%s(%d): Failed to store all rows. %s is kept for the next run.", kLogName, __LINE__,
-           kQueueWorkingCopy);
-}
-
-void NotKeptTell(const QueueReader *copy, int reason) {
-    if (copy != nullptr)
-        syslog(LOG_ERR, "%s(%d): Failed to write %s. (%s) %s is kept for the next run.", kLogName, __LINE__,
-               kKeptFile, strerror(reason), kQueueWorkingCopy);
-    else
-        syslog(LOG_ERR, "%s(%d): Failed to write %s. (%s)", kLogName, __LINE__, kKeptFile, strerror(reason));
-}
-
 // Drops what users handed over and is in its row on the disk by now: all but what a request that waits has to bring there.
 void TextsSettle(const Pass &pass) {
     if (pass.writer.count() == 0)
@@ -283,8 +264,8 @@ void PassDo(Pass *pass, QueueReader *copy, bool again, QueuePassEnd *end) {
         TextsSettle(*pass);
     if (copy != nullptr && copy->failure() != 0) {
         end->waits = true;
-        ReadFailed(kQueueWorkingCopy, copy->failure());
-        CopyStaysTell();
+        ReadFailedTell(kQueueWorkingCopy, copy->failure());
+        CopyStaysTell(*copy);
     } else if (kept > 0 && !read) {
         NotKeptTell(copy, EIO); // written anew, the kept file would lose what could not be read of it
     } else if (read && (pass->old_there || kept > 0) && !pass->writer.Commit()) {
@@ -292,7 +273,8 @@ void PassDo(Pass *pass, QueueReader *copy, bool again, QueuePassEnd *end) {
         NotKeptTell(copy, errno);
     } else {
         end->copy_done = true;
-        KeptTell(*pass);
+        if (kept > 0)
+            KeptTell(kept);
     }
 }
 
@@ -330,7 +312,7 @@ QueuePassEnd QueuePass(QueueReader *copy, bool again) {
     }
     VELUIndexRunEnd();
     if (copy != nullptr)
-        CopyStaysTell();
+        CopyStaysTell(*copy);
     end.copy_done = false;
     end.waits = true;
     return end;

@@ -61,6 +61,11 @@ off_t QueueReader::Size() const {
     return fstat(file_.get(), &status) == 0 ? status.st_size : 0;
 }
 
+bool QueueReader::IsNamed() const {
+    struct stat status;
+    return fstat(file_.get(), &status) == 0 && status.st_nlink > 0;
+}
+
 bool QueueReader::Next(std::string_view *line) {
     const auto newline = [this]() -> const char * {
         const size_t length = std::min(end_ - start_, line_max_);

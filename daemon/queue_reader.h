@@ -38,6 +38,9 @@ public:
     // The size of the file at this moment, in bytes.
     [[nodiscard]] off_t Size() const;
 
+    // Tells whether the file still has a name, by which another run would find it.
+    [[nodiscard]] bool IsNamed() const;
+
     // The error number of a read that failed, which ends the file early; 0 when none did.
     [[nodiscard]] int failure() const { return failure_; }
 

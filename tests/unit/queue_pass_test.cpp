@@ -256,6 +256,24 @@ TEST_F(QueuePasses, LinesThatCameBehindTheLastLookAreKeptBeforeTheyAreDone) {
     EXPECT_FALSE(reader.Next(&line));
 }
 
+TEST_F(QueuePasses, LinesThatCameLateAndCanNeitherBeStoredNorKeptAreToldAsLost) {
+    FileWrite(kQueueWorkingCopy, "a:/volume1/music/1.pcm\n");
+    QueueReader reader;
+    ASSERT_TRUE(reader.Open(kQueueWorkingCopy));
+    std::filesystem::remove(kQueueWorkingCopy);
+    Configure(kMediaAway);
+    std::filesystem::create_directories(std::string(kKeptFileNew) + "/in the way");
+    LogCatcher log;
+    EXPECT_FALSE(QueueLateLinesKeep(&reader));
+    EXPECT_FALSE(QueuePass(&reader, false).copy_done);
+    EXPECT_TRUE(log.Lines("is kept for the next run.").empty());
+    EXPECT_EQ(
+        log.Lines("The last requests of " + std::string(kQueueWorkingCopy) + ", which came late, are lost.")
+            .size(),
+        1U);
+    std::filesystem::remove_all(kKeptFileNew);
+}
+
 // Requests that are not tried cost a look at the catalogue's state, and no memory but for what waits.
 TEST_F(QueuePasses, ManyRequestsWhoseCatalogueIsAwayAreKeptInNoTime) {
     constexpr int kRequests = 200'000;
