@@ -31,7 +31,8 @@ constexpr sig_atomic_t kSignalsForced = 9999;
 constexpr double kVacuumHours = 12.0;
 constexpr double kSecondsPerHour = 3600.0;
 
-// When work that is left is tried again, by main_loop_clock; kNever when none is. `retry_pause` has gone before that.
+// When requests that had to wait are tried again, by main_loop_clock; kNever when there are none. `retry_pause` is how long
+// they wait this time.
 constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
 int64_t retry_at = kNever;
 int64_t retry_pause = 0;

@@ -21,20 +21,20 @@ void SetDirty(int signal_number);
 // Compacts both databases and remembers when.
 void DatabasesVacuum();
 
-// Milliseconds, by which work that is left comes to its turn.
+// The clock by which requests that had to wait are tried again, in milliseconds.
 extern int64_t (*main_loop_clock)();
 
 // What follows a wake-up.
 enum class WakeUp { wait, process, retry };
 
-// Looks at the flags after a sleep, and vacuums when that is due. Returns `process`, with the flags cleared, when the
-// queue is to be processed now, after a quiet sleep; `retry` when it is time to try work again that a run had to leave.
+// Looks at the flags after a sleep, and vacuums when that is due. Returns `process`, with the flags cleared, after a quiet
+// sleep: the queue is to be processed now; `retry` when it is time to try again what the last run had to leave.
 WakeUp WakeUpHandle(time_t now);
 
-// Processes the queue and remembers when work that is left is to be tried again.
+// Processes the queue, and notes when what had to wait is to be tried again.
 void QueueRun();
 
-// Tries such work again.
+// Tries again what had to wait, and notes when the next time is.
 void QueueRetry();
 
 // Sleeps and processes without an end.

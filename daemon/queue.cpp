@@ -27,8 +27,8 @@ constexpr char kLogName[] = "veluindexd.c";
 constexpr char kMusicServerPidFile[] = "/var/run/mt-daapd.pid";
 constexpr char kDlnaServerPidFile[] = "/var/run/dms.pid";
 
-int64_t stuck_since =
-    -1; // by the clock of kept requests, when a copy could not be done with; -1: none is in the way
+// When a copy could not be done with, by the clock of kept requests; -1: none is in the way.
+int64_t stuck_since = -1;
 
 void QueueTakeOver() {
     for (int attempt = 0; attempt < kQueueTakeOversMax; ++attempt) {

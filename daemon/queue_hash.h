@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// A table from 64-bit hashes to numbers, for what a million requests are to be remembered by: sixteen bytes each at
-// some load, and no allocation of its own for any. Two texts of one hash share an entry; users can bear that.
+// A table from 64-bit hashes of texts to numbers. A million requests are remembered in it, at some 32 bytes each and without
+// an allocation for any. Two texts of one hash share an entry, so that whoever uses it must be able to bear that.
 #pragma once
 
 #include <stddef.h>
@@ -9,7 +9,7 @@
 
 #include <vector>
 
-// FNV-1a, a byte at a time, so that the hash of every beginning of a text is met on the way.
+// Hash by FNV-1a, a byte at a time: on the way through a path come the hashes of all directories above it.
 inline constexpr uint64_t kQueueHashStart = 0xcbf29ce484222325;
 
 constexpr uint64_t QueueHashByte(uint64_t hash, char byte) {
@@ -26,8 +26,8 @@ struct QueueHashTable {
     size_t used = 0;
 };
 
-// The value of a hash, or 0.
+// Returns the value of a hash, or 0.
 uint64_t QueueHashGet(const QueueHashTable &table, uint64_t hash);
 
-// Sets it; `value` is not 0.
+// Sets the value of a hash, which is not 0.
 void QueueHashSet(QueueHashTable *table, uint64_t hash, uint64_t value);

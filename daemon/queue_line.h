@@ -55,8 +55,8 @@ struct QueueRequest {
     QueueCommand command = {};
     std::string argument;
     std::string old_path; // of two paths
-    bool again =
-        false; // it may have been carried out before, wholly or in part, and the disk may have changed since
+    // It may have been carried out before, wholly or in part, and the disk may have changed since.
+    bool again = false;
 };
 
 // Reads a line without its newline. False when it is not well-formed: no colon in the second place, an

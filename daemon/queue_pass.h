@@ -13,7 +13,8 @@ struct QueuePassEnd {
     bool carried_out = false; // a request was, or was begun
 };
 
-// `copy` is the working copy from its reader's place to its end, or null; `again` when it may have been worked on before.
+// Carries out the requests. `copy` is the working copy, from its reader's place to its end, or null; `again` when it may
+// have been worked on before.
 QueuePassEnd QueuePass(QueueReader *copy, bool again);
 
 // Puts the lines from the reader's place up to the file's present end into the kept file, which the next pass begins with.

@@ -28,13 +28,14 @@ struct QueueTouched {
     QueueCatalogues any = {};   // requests that may write to a catalogue are among them
 };
 
+// Adds a request that waits.
 void QueueTouchAdd(QueueTouched *touched, const QueueRequest &request);
 
-// True when a path of the request is a path of one that waits, contains it or lies under it. Two slashes count as one,
-// those at the end do not count. A table, a share that is indexed anew and the photo library touch every request about
-// their catalogue that comes behind them; a share has the path that its link leads to. A table also waits for every
-// request about its catalogue: rows that came back into it later would be those that it was to lose.
+// Tells whether a request has to wait behind those: when a path of it is a path of theirs, contains one or lies under one
+// (two slashes count as one, those at the end do not count); when one of theirs is about its catalogue as a whole (a table,
+// a share that is indexed anew, the photo library). A share has the path that its link leads to. A table that is to be
+// emptied waits behind every request about its catalogue: their rows, coming later, would be in it again.
 [[nodiscard]] bool QueueTouches(const QueueTouched &touched, const QueueRequest &request);
 
-// The same for one path.
+// Tells the same of one path.
 [[nodiscard]] bool QueueTouchesPath(const QueueTouched &touched, std::string_view path);

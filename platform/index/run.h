@@ -12,28 +12,29 @@
 #include "platform/index/store.h"
 #include "platform/veluindex.h"
 
-// Milliseconds: how old a batch is, and for how long a database has been away.
+// The clock for the age of a batch and for how long a database has been away, in milliseconds.
 extern int64_t (*run_clock)();
 
-// Writes through a registered statement, within the batch. Returns the number of rows changed, or -1, told: a
-// statement that failed by itself has a line, a store that is away one a run and catalogue, with the number of rows.
+// Writes through a registered statement, within the batch. Returns the number of rows changed, or -1, logged: a statement
+// that failed by itself has a line of its own, a store that is away has one a run and catalogue, with the number of rows.
 int RunWrite(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);
 int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size_t count);
 
 // Writes through a statement that somebody has put together.
 int RunWriteText(Catalogue catalogue, const char *sql);
 
-// Reads through a registered statement; sees what the batch has written. Null on failure, told.
+// Reads through a registered statement; sees what the batch has written. Null on failure, logged likewise.
 ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);
 
 // Commits the batch and lends the connection, for what must not run inside a transaction or goes on using the
-// connection. Null on failure, told.
+// connection. Null on failure, logged likewise.
 StoreConnectionRef RunConnection(Catalogue catalogue);
 
-// A statement of the run has failed on a connection that was lent. True when that is worth a line of the borrower's:
-// not when the store is away and that has been told.
+// Notes that a statement of the run has failed on a connection that was lent. True when the borrower is to log it: a store
+// that is away has its one line.
 bool RunBorrowedFailed(Catalogue catalogue, VELUDB *db);
 
+// Tells whether a run is going on.
 bool RunIsOpen();
 
 // A run of its own around a single operation, unless one is open.
@@ -43,7 +44,7 @@ struct RunScope {
     RunScope &operator=(const RunScope &) = delete;
     ~RunScope();
 
-    // Ends that run. `result` when all is stored, else -1.
+    // Ends that run. Returns `result` when all is stored, else -1.
     [[nodiscard]] int Finish(int result);
 
     bool own;

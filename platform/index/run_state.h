@@ -20,7 +20,7 @@ struct Session {
     bool batch_open = false;
     bool together = false; // its writes come to the disk together or not at all
     int64_t batch_start = 0;
-    bool committed = false; // on this connection, and not brought to the disk since
+    bool committed = false; // something on this connection, which is not brought to the disk yet
     bool away = false;
     int64_t away_since = 0;
     bool away_told = false; // in this run
@@ -28,8 +28,8 @@ struct Session {
 
 // What one run knows, and the next does not.
 struct Run {
-    bool active =
-        false; // the machine's settings (time zone, cover folder) are then asked for once, not for each file
+    // Settings of the machine (time zone, cover folder) are then asked for once, not for each file.
+    bool active = false;
     bool away = false; // a write was lost, or may have been, because its database was not there
     bool lost = false; // a write was lost after it had been reported as done
     Session sessions[kCatalogues];
@@ -39,9 +39,9 @@ struct Run {
 struct RunState {
     Run run;
     RunAccount account; // of the run, also when it is over
-    // These outlive a run: whoever carries requests out has them told, and clears them.
+    // What outlives a run.
     bool covers_placed = false; // since the covers were last brought to the disk
-    bool music_dirty = false;
+    bool music_dirty = false;   // the table was written to since its marker was cleared
     bool video_dirty = false;
     SavedRows saved; // by the sweep that goes on
 };
