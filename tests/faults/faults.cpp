@@ -7,7 +7,6 @@
 // /tmp/faults holds a rule a line, read when the program starts: the call (read, fread, alloc in the daemon itself or
 // child-alloc in the probe's child), what the file's path contains, the error's number, and which of the calls fails,
 // from 1; 0 only counts them. The calls seen so far stand in /tmp/faults.seen, a word for each rule.
-#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <malloc.h>
@@ -20,6 +19,8 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "tests/faults/real_calls.h"
 
 // What the C library calls its allocator whoever takes its usual names.
 extern "C" void *__libc_malloc(size_t size);
@@ -93,11 +94,6 @@ void FileOpened(const char *path, int fd) {
         current_fd = -1; // closed since, and its number given to another file
 }
 
-template <typename Function>
-Function Next(Function, const char *name) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-}
-
 __attribute__((constructor)) void RulesRead() {
     const int file = open(kSeenFile, O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (file < 0 || ftruncate(file, kSeenSize) != 0)
@@ -124,11 +120,6 @@ int Open(const char *path, int flags, mode_t mode) {
     const int fd = next(path, flags, mode);
     FileOpened(path, fd);
     return fd;
-}
-
-// The mode is there only when the file may be made.
-mode_t ModeOf(int flags, va_list arguments) {
-    return (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
 }
 
 FILE *StreamOpen(const char *path, const char *mode) {

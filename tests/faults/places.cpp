@@ -9,7 +9,6 @@
 // which that happens; the calls seen so far stand in it. Only the daemon itself and the tools beside it go by the rules,
 // not what they start. Without the file nothing is done.
 #include <dirent.h>
-#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <fnmatch.h>
@@ -28,6 +27,8 @@
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
+
+#include "tests/faults/real_calls.h"
 
 namespace {
 
@@ -62,11 +63,6 @@ static_assert(sizeof(Table) == 512 * (kRulesMax + 1));
 
 volatile Table *table;
 int forks; // that this process comes from
-
-template <typename Function>
-Function Next(Function, const char *name) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-}
 
 __attribute__((constructor)) void TableMap() {
     const bool daemon = strcmp(program_invocation_short_name, "veluindexd") == 0;
@@ -173,11 +169,6 @@ int OpenAt(int dir, const char *path, int flags, mode_t mode) {
     if (Fails(OpenKind(flags), {path, dir}, other))
         return -1;
     return next(dir, other[0] != '\0' ? other : path, flags, mode);
-}
-
-// The mode is there only when the file may be made.
-mode_t ModeOf(int flags, va_list arguments) {
-    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE ? va_arg(arguments, mode_t) : 0;
 }
 
 FILE *StreamOpen(const char *path, const char *mode) {

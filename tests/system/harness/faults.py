@@ -10,6 +10,7 @@ import struct
 import subprocess
 
 from .daemon import wait_for
+from .sandbox import TREE
 
 TRACE = "/tmp/trace"
 
@@ -53,7 +54,7 @@ def files_below(daemon, folder):
 
 def build_library(source, library):
     """Compiles a shared library of the tests' own."""
-    subprocess.run(["g++", "-std=c++20", "-shared", "-fPIC", "-Wall", "-Werror", source, "-o", library], check=True)
+    subprocess.run(["g++", "-std=c++20", "-shared", "-fPIC", "-Wall", "-Werror", "-I", TREE, source, "-o", library], check=True)
 
 
 def set_faults(daemon, library, rules):
