@@ -9,11 +9,9 @@
 #include <initializer_list>
 #include <string>
 
+#include "platform/index/run_state.h"
 #include "platform/index/store.h"
 #include "platform/veluindex.h"
-
-// The clock for the age of a batch and for how long a database has been away, in milliseconds.
-extern int64_t (*run_clock)();
 
 // Writes through a registered statement, within the batch. Returns the number of rows changed, or -1, logged: a statement
 // that failed by itself has a line of its own, a store that is away has one a run and catalogue, with the number of rows.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// What the library knows between two of its calls: one object, of which run.cpp is the owner.
+// What the library knows between two of its calls: one object, of which run_session.cpp is the owner.
 #pragma once
 
 #include <stdint.h>
@@ -47,3 +47,6 @@ struct RunState {
 };
 
 extern RunState run_state;
+
+// The clock for the age of a batch and for how long a database has been away, in milliseconds.
+extern int64_t (*run_clock)();
