@@ -108,15 +108,16 @@ class Rows:
 
     # --- lines
 
-    def apply(self, line, disk, handed, again=False):
-        """Carries a line out, or carries it out once more when other things have happened since."""
+    def apply(self, line, disk, handed, again=False, sweeps=True):
+        """Carries a line out, or carries it out once more when other things have happened since. A resync that the store
+        fails in sweeps nothing."""
         letter = line.letter
         if letter == "T":
             for table, key in list(self.rows):
                 if table == line.word:
                     self._remove(table, key)
         elif letter in "RU":
-            self._whole(line, disk, handed, again)
+            self._whole(line, disk, handed, again, sweeps)
         elif letter == "N":
             self._rename(*line.paths, disk, handed, again)
         elif letter in "Aa":
@@ -170,10 +171,11 @@ class Rows:
             for key in self.keys(table, path):
                 self._remove(table, key)
 
-    def _whole(self, line, disk, handed, again):
+    def _whole(self, line, disk, handed, again, sweeps):
         if line.letter == "R" and line.word != "photo":
             for share in line.places():
-                self._remove_media_tree(share)
+                if sweeps:
+                    self._remove_media_tree(share)
                 self._walk(share, disk, {}, photo=False)
             return
         if line.letter == "U" and line.word != "photo":
@@ -186,7 +188,7 @@ class Rows:
                     self._add_new_media(path, again)
                 self._add_photo(path, handed)
         if line.letter == "R":
-            for table, key in list(self.rows):
+            for table, key in list(self.rows) if sweeps else ():
                 if table == "photo_image" and key not in disk:
                     self._remove(table, key)
                 if table == "photo_share" and disk.get(f"{PHOTO}/{key}") != "dir":

@@ -97,7 +97,7 @@ class Storm:
         self.kinds[kind] = self.kinds.get(kind, 0) + 1
         self.tell(f"--- {self.epochs}: {name}")
         # `at_once` has each line done in its turn. Where one may be done again, `possible` has all that may come of it.
-        at_once, possible, again = self.model.copy(), self.model.copy(), places is None
+        at_once, unswept, possible, again = self.model.copy(), self.model.copy(), self.model.copy(), places is None
         all_lines, disks = [], []
         all_handed = set(self.work.handed)
         with context:
@@ -113,7 +113,8 @@ class Storm:
                     at_once.apply(line, disk, handed)
                     if places and any(touch(place, other) for place in places for other in line.places()):
                         at_once = at_once.merged(not_done)
-                    possible = possible.merged(at_once)
+                    unswept.apply(line, disk, handed, sweeps=False)
+                    possible = possible.merged(at_once).merged(unswept)
                 again = self.run(lines) or again
                 self.work.forget_taken()
                 for done in self.done_again(possible, all_lines):
