@@ -2,7 +2,6 @@
 //
 // Start-up of the media-indexing daemon.
 #include <errno.h>
-#include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -14,6 +13,7 @@
 
 #include "catalogue/features.h"
 #include "daemon/main_loop.h"
+#include "daemon/pid_file.h"
 #include "daemon/queue.h"
 #include "daemon/queue_files.h"
 #include "platform/handle.h"
@@ -23,7 +23,6 @@ namespace {
 
 constexpr char kLogName[] = "veluindexd.c";
 constexpr char kProgram[] = "veluindexd";
-constexpr char kPidFile[] = "/var/run/veluindexd.pid";
 
 // Media servers and file sharing come first on a small machine.
 constexpr int kNiceness = 10;
@@ -35,40 +34,28 @@ constexpr int kNiceness = 10;
     _exit(0);
 }
 
-// Blocks the daemon's two signals until their handlers are installed. The pid file is there before them, and a
-// signal in between would end the daemon and leave the file.
-struct SignalsHeld {
-    SignalsHeld() {
-        sigset_t signals;
-        sigemptyset(&signals);
-        sigaddset(&signals, SIGUSR1);
-        sigaddset(&signals, SIGTERM);
-        sigprocmask(SIG_BLOCK, &signals, &before);
-    }
-    void Release() const { sigprocmask(SIG_SETMASK, &before, nullptr); }
-
-    sigset_t before;
-};
-
-void PidFileWrite() {
-    // The umask is 0, and the file says which process is signalled: only its owner may write it.
-    const int fd = open(kPidFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    FileHandle file(fd < 0 ? nullptr : fdopen(fd, "w"));
-    if (file == nullptr) {
-        syslog(LOG_ERR, "%s(%d): Failed to create %s. (%s)", kLogName, __LINE__, kPidFile, strerror(errno));
-        exit(0);
-    }
-    if (fprintf(file.get(), "%d", static_cast<int>(getpid())) < 0 || fflush(file.get()) != 0)
-        syslog(LOG_ERR, "%s(%d): fprintf pid failed. (%s)", kLogName, __LINE__, strerror(errno));
+// Holds up the daemon's two signals until their handlers are installed, or lets them come: a starter that blocks them
+// passes that on. The pid file is there before the handlers, and a signal in between would end the daemon and leave it.
+void SignalsHold(int how) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGUSR1);
+    sigaddset(&signals, SIGTERM);
+    sigprocmask(how, &signals, nullptr);
 }
 
-void BecomeDaemon() {
+// Gives the pid file, which stays locked for as long as it is open.
+FdHandle BecomeDaemon() {
     if (daemon(0, 0) != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to become a daemon.(%s)", kLogName, __LINE__, strerror(errno));
         exit(1);
     }
-    PidFileWrite();
+    FdHandle pid_file;
+    const int status = PidFileTake(&pid_file);
+    if (status >= 0)
+        exit(status);
     setpriority(PRIO_PROCESS, 0, kNiceness);
+    return pid_file;
 }
 
 void HandlersInstall() {
@@ -82,6 +69,8 @@ void HandlersInstall() {
     }
     // A starter that ignores SIGCHLD passes that on, and the daemon could not learn how its children end.
     signal(SIGCHLD, SIG_DFL);
+    // A file that would become larger than the starter allows is a failed write, not the daemon's end.
+    signal(SIGXFSZ, SIG_IGN);
 }
 
 // Work that waited while no daemon ran, or that the last one could not finish.
@@ -105,10 +94,10 @@ int main(int argc, char **argv) {
         return 1;
     }
     openlog(kProgram, LOG_PID, LOG_DAEMON);
-    const SignalsHeld held;
-    BecomeDaemon();
+    SignalsHold(SIG_BLOCK);
+    const FdHandle pid_file = BecomeDaemon();
     HandlersInstall();
-    held.Release();
+    SignalsHold(SIG_UNBLOCK);
     DatabasesVacuum();
     FeatureSwitchesRead();
     LeftOversProcess();

@@ -8,7 +8,7 @@ import stat
 
 import pytest
 
-from harness.daemon import PID_FILE, QUEUE, WORKING_COPY, wait_for
+from harness.daemon import KEPT, PID_FILE, QUEUE, WORKING_COPY, wait_for
 
 NO_DATABASE = {"mediadb": "sqlite:/dev/null/media.db", "photodb": "sqlite:/dev/null/photo.db"}
 
@@ -152,3 +152,58 @@ def test_a_log_that_nobody_reads_does_not_stop_the_daemon(box):
     box.start()
     box.wait_run(0)
     assert box.paths("music") == ["/volume1/music/a.pcm"]
+
+
+# --- what a starter hands on
+
+
+def test_signals_that_the_starter_blocks_arrive(box):
+    box.write("/volume1/music/a.pcm")
+    box.start(wrapper=["/usr/bin/python3", "-c", "import os, signal, sys\n"
+                       "signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGUSR1, signal.SIGTERM})\n"
+                       "os.execv(sys.argv[1], sys.argv[1:])"])
+    box.index("a:/volume1/music/a.pcm")
+    assert box.paths("music") == ["/volume1/music/a.pcm"]
+    box.stop()
+    assert not box.exists(PID_FILE)
+
+
+@pytest.mark.sqlite
+def test_a_limit_of_the_size_of_files_is_a_failed_write(box):
+    """Of the SQLite file here. When the limit goes, what was kept is done."""
+    files = [f"/volume1/music/{'x' * 200}{number}.pcm" for number in range(1000)]
+    for path in files:
+        box.write(path)
+    box.start(wrapper=["/usr/bin/prlimit", "--fsize=100000:"])
+    box.index("A:/volume1/music")
+    assert box.exists(KEPT) and box.alive()
+    box.box.ask("run", arguments=["/usr/bin/prlimit", f"--pid={box.pid}", "--fsize=unlimited:"], environment={}, timeout=30)
+    box.wait_done()
+    assert box.paths("music") == sorted(files)
+
+
+# --- several starts
+
+
+def processes(box):
+    found = box.box.ask("run", arguments=["/usr/bin/pgrep", "-x", "veluindexd"], environment={}, timeout=30)
+    return [int(pid) for pid in found["out"].split()]
+
+
+def test_of_several_starts_at_once_one_daemon_stays(box):
+    for _ in range(20):
+        box.box.ask("run", arguments=["/bin/sh", "-c", "for i in 1 2 3 4 5 6; do \"$1\" & done; wait", "sh", box.binary],
+                    environment=box.environment(), timeout=60)
+        wait_for(lambda: len(processes(box)) == 1, "one daemon to stay")
+        box.pid = wait_for(box.pid_in_file, "the pid file")
+        assert processes(box) == [box.pid]
+        wait_for(box.handles_signals, "the signal handlers")
+        box.stop()
+        assert processes(box) == []
+
+
+def test_a_killed_daemon_leaves_a_pid_file_that_does_not_block_the_next(box):
+    for _ in range(5):
+        box.start()
+        box.kill()
+        assert box.exists(PID_FILE)

@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "daemon/queue_reader.h"
+#include "platform/file.h"
+#include "tests/unit/child_process.h"
+#include "tests/unit/test_files.h"
 #include "tools/queue/queue_writer.h"
 
 #include <errno.h>
@@ -13,10 +17,6 @@
 #include <atomic>
 #include <filesystem>
 #include <set>
-
-#include "daemon/queue_reader.h"
-#include "tests/unit/child_process.h"
-#include "tests/unit/test_files.h"
 
 namespace {
 

@@ -84,13 +84,6 @@ int WriteWhole(int fd, std::string_view text) {
 
 } // namespace
 
-bool IsFileAt(const char *path, int fd) {
-    struct stat named;
-    struct stat opened;
-    return lstat(path, &named) == 0 && fstat(fd, &opened) == 0 && named.st_dev == opened.st_dev &&
-           named.st_ino == opened.st_ino;
-}
-
 int QueueAppend(const char *queue, std::string_view lines, FdHandle *file) {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         FdHandle fd = QueueOpen(queue);

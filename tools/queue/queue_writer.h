@@ -16,6 +16,3 @@
 // its end (a full disk) is taken back. `file`, unless null, receives the file that took the lines. Returns 0
 // or an error number.
 [[nodiscard]] int QueueAppend(const char *queue, std::string_view lines, FdHandle *file);
-
-// True when `path` names the file that is open.
-[[nodiscard]] bool IsFileAt(const char *path, int fd);

@@ -4,7 +4,7 @@
 #include <stdio.h>
 #include <sys/file.h>
 
-#include "tools/queue/queue_writer.h"
+#include "platform/file.h"
 
 FdHandle InstanceBegin(bool *broken_off) {
     constexpr mode_t kMode = 0644;
