@@ -25,7 +25,8 @@ void TakeStreamInfo(const FLAC__StreamMetadata_StreamInfo &stream, uint64_t file
     record->audio_bitrate = 0;
     if (stream.sample_rate == 0)
         return;
-    record->duration = static_cast<float>(stream.total_samples / stream.sample_rate);
+    const uint64_t whole_seconds = stream.total_samples / stream.sample_rate;
+    record->duration = static_cast<float>(whole_seconds);
     if (stream.total_samples == 0)
         return;
     const float seconds = static_cast<float>(stream.total_samples) / static_cast<float>(stream.sample_rate);

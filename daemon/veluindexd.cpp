@@ -44,18 +44,16 @@ void SignalsHold(int how) {
     sigprocmask(how, &signals, nullptr);
 }
 
-// Gives the pid file, which stays locked for as long as it is open.
-FdHandle BecomeDaemon() {
+// `pid_file` stays locked for as long as it is open.
+void BecomeDaemon(FdHandle *pid_file) {
     if (daemon(0, 0) != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to become a daemon.(%s)", kLogName, __LINE__, strerror(errno));
         exit(1);
     }
-    FdHandle pid_file;
-    const int status = PidFileTake(&pid_file);
+    const int status = PidFileTake(pid_file);
     if (status >= 0)
         exit(status);
     setpriority(PRIO_PROCESS, 0, kNiceness);
-    return pid_file;
 }
 
 void HandlersInstall() {
@@ -95,7 +93,8 @@ int main(int argc, char **argv) {
     }
     openlog(kProgram, LOG_PID, LOG_DAEMON);
     SignalsHold(SIG_BLOCK);
-    const FdHandle pid_file = BecomeDaemon();
+    FdHandle pid_file;
+    BecomeDaemon(&pid_file);
     HandlersInstall();
     SignalsHold(SIG_UNBLOCK);
     DatabasesVacuum();

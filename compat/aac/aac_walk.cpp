@@ -5,6 +5,7 @@
 #include "platform/bytes.h"
 #include "platform/file.h"
 
+#include <math.h>
 #include <string.h>
 
 #include <algorithm>
@@ -119,7 +120,7 @@ bool AdtsWalk(Window *window, uint64_t offset, AacInfo *info) {
     if (frames == 1 && offset < window->file_size)
         return false;
     info->bitrate = static_cast<uint32_t>(
-        static_cast<double>(bytes) * 8 * info->sample_rate / static_cast<double>(info->samples) + 0.5);
+        llround(static_cast<double>(bytes) * 8 * info->sample_rate / static_cast<double>(info->samples)));
     return true;
 }
 

@@ -17,7 +17,8 @@ void ContainerCopy(const AVFormatContext *format, MediaInfo *record) {
     record->video_bitrate = Count(format->bit_rate);
     // AV_NOPTS_VALUE, a duration that is not known, is negative.
     const int64_t duration = format->duration > 0 ? format->duration : 0;
-    record->duration = static_cast<float>(duration / AV_TIME_BASE);
+    const int64_t whole_seconds = duration / AV_TIME_BASE;
+    record->duration = static_cast<float>(whole_seconds);
     TagsCopy(format, record);
 }
 
