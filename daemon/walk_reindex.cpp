@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "daemon/directory.h"
 #include "daemon/index.h"
 #include "daemon/storage_away.h"
 #include "daemon/storage_mounts.h"
@@ -16,15 +17,28 @@
 #include "daemon/walk_presence.h"
 #include "platform/path.h"
 #include "platform/veluindex.h"
+#include "platform/velusdk.h"
 
 namespace {
 
 constexpr char kLogName[] = "index.c";
 
+struct Entered {
+    size_t saved; // what the sweep remembered at the directory
+    bool kept;    // a line has said so
+};
+
 struct Reindex {
-    std::vector<std::string> away;    // places on storage that is
-    std::vector<size_t> entered = {}; // what the sweep remembered at each directory that the walk is in
-    bool well = true;                 // all else was read
+    std::vector<std::string> away;     // places on storage that is
+    std::vector<Entered> entered = {}; // the directories that the walk is in
+    bool well = true;                  // all else was read
+};
+
+struct SweepScope {
+    SweepScope() { MediaSweepBegin(); }
+    ~SweepScope() { MediaSweepEnd(); } // also when memory runs out
+    SweepScope(const SweepScope &) = delete;
+    SweepScope &operator=(const SweepScope &) = delete;
 };
 
 void RowsKeep(Reindex *reindex, const std::string &path, const char *reason, int line = __builtin_LINE()) {
@@ -40,12 +54,14 @@ void DirectoryEnter(Reindex *reindex, TreeCursor *cursor) {
         return;
     }
     MediaSweepDirectory(path.c_str());
-    reindex->entered.push_back(MediaSweepCount());
+    const bool saved = DirectoryAdd(path.c_str()) == 0;
+    if (!saved || !IsDirExist(path.c_str()))
+        RowsKeep(reindex, path, saved ? "it could not be looked at" : "its own row could not be saved");
+    reindex->entered.push_back({MediaSweepCount(), !saved});
     for (const std::string &away : reindex->away) {
         if (away.compare(0, away.rfind('/'), path) == 0)
             MediaSweepKeep(away.c_str());
     }
-    IndexFileAdd(path.c_str(), kIndexAdd);
 }
 
 // A file that no indexer could save keeps its row when that is not the file's own fault.
@@ -74,21 +90,23 @@ void DirectoryLeave(Reindex *reindex, const TreeCursor &cursor) {
     const bool unread = IsUnread(cursor.end);
     if (unread)
         syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, cursor.path.c_str());
+    bool swept = true;
+    bool kept = false;
     if (reindex->entered.size() > cursor.levels.size()) {
-        const size_t entered = reindex->entered.back();
+        const Entered entered = reindex->entered.back();
         reindex->entered.pop_back();
-        if (MediaSweepLeave(entered, cursor.path.c_str(), cursor.end == PlaceEnd::read) != 0)
-            RowsKeep(reindex, cursor.path, "the catalogue failed");
+        kept = entered.kept;
+        swept = MediaSweepLeave(entered.saved, cursor.path.c_str(), cursor.end == PlaceEnd::read) == 0;
     }
-    if (unread)
-        RowsKeep(reindex, cursor.path, strerror(cursor.error));
+    if (!kept && (unread || !swept))
+        RowsKeep(reindex, cursor.path, unread ? strerror(cursor.error) : "the catalogue failed");
 }
 
 void TreeSweep(Reindex *reindex, const char *target) {
     // Rows of the tree's own path are those of a file that was in its place.
     for (int kind = kMediaMusic; kind <= kMediaPlaylist; ++kind)
         MediaInfoDBDelete(kind, target);
-    MediaSweepBegin();
+    const SweepScope scope;
     TreeCursor cursor = TreeBegin(target, {.rules = &ActiveWalkRules().index, .cut = true});
     for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
         if (event == TreeEvent::entered)
@@ -98,7 +116,16 @@ void TreeSweep(Reindex *reindex, const char *target) {
         else if (event == TreeEvent::left)
             DirectoryLeave(reindex, cursor);
     }
-    MediaSweepEnd();
+}
+
+// False when all of it is on storage that is away.
+bool PresentReindex(Reindex *reindex, const char *tree) {
+    for (const std::string &place : reindex->away)
+        AwayTell(place);
+    if (reindex->away == std::vector<std::string>{tree})
+        return false;
+    TreeSweep(reindex, tree);
+    return true;
 }
 
 } // namespace
@@ -113,12 +140,7 @@ void AwayTell(const std::string &place, int line) {
 
 void TreeReindex(const char *target) {
     Reindex reindex = {.away = ShareAwayIn(target, MediaKnows)};
-    for (const std::string &place : reindex.away)
-        AwayTell(place);
-    if (reindex.away == std::vector<std::string>{target})
-        return;
-    TreeSweep(&reindex, target);
-    if (reindex.well && !StorageRemember(target, reindex.away))
+    if (PresentReindex(&reindex, target) && reindex.well && !StorageRemember(target, reindex.away))
         syslog(LOG_ERR, "%s (%d) Failed to write %s. (%s)", kLogName, __LINE__, storage_files.remembered,
                strerror(errno));
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // Saving and removing rows of the media catalogue.
+#include <errno.h>
 #include <string.h>
 #include <syslog.h>
 
@@ -21,6 +22,11 @@ constexpr char kLogName[] = "media_store.c";
 int BadParameter(int line) {
     syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, line);
     return -1;
+}
+
+// True for an error of looking at something that may be there.
+bool IsOutOfSight(int error) {
+    return error == EACCES || error == EIO || error == ESTALE || error == ETIMEDOUT;
 }
 
 // Sets the table's dirty marker after a delete of `removed` rows, also of none: a request that is carried out
@@ -81,9 +87,13 @@ int MediaInfoDBDirSave(const char *path) {
     const std::string title = CatalogueText(name.data(), name.size(), false);
     char create_time[kMediaTimeSize] = "";
     char modify_time[kMediaTimeSize] = "";
-    // A directory that is already gone again is recorded all the same, with empty times.
-    VELUIndexCTimeMTimeGet(directory.c_str(), create_time, sizeof create_time, modify_time,
-                           sizeof modify_time);
+    // A directory that is already gone again is recorded all the same, with empty times. One that cannot be looked at keeps
+    // those that it has.
+    errno = 0;
+    if (VELUIndexCTimeMTimeGet(directory.c_str(), create_time, sizeof create_time, modify_time,
+                               sizeof modify_time) != 0 &&
+        IsOutOfSight(errno))
+        return -1;
     RunScope scope;
     const int saved =
         RunWrite(Catalogue::media, StatementOf(StoreOperation::saveRow, kDirectoryTable),

@@ -179,6 +179,19 @@ def test_a_reindex_keeps_the_rows_of_a_folder_that_cannot_be_read(collection, ki
     assert directories == [MUSIC, f"{MUSIC}/a", f"{MUSIC}/b"]
 
 
+@pytest.mark.parametrize("code", [errno.EACCES, errno.EIO], ids=errno.errorcode.get)
+def test_a_folder_that_cannot_be_looked_at_keeps_its_own_row_and_is_named(collection, code):
+    """What is in it can be read all the same."""
+    before = collection.row("directory", f"{MUSIC}/a")
+    write(collection, f"{MUSIC}/a/new.pcm")
+    for first in (1, 2):
+        with collection.places.failing(Rule("stat", f"{MUSIC}/a", code, first)):
+            lines = collection.index("R:music")
+        assert collection.row("directory", f"{MUSIC}/a") == before, first
+        assert len(lines_of_keeping(lines, f"{MUSIC}/a")) == 1
+        assert f"{MUSIC}/a/new.pcm" in collection.paths("music")
+
+
 def test_a_reindex_keeps_all_rows_when_the_share_itself_cannot_be_read(collection):
     for kind in UNREADABLE:
         with collection.places.failing(*fault(kind, MUSIC)):

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "daemon/storage_mounts.h"
@@ -216,4 +217,19 @@ TEST_F(WalkReindexTest, AMountInsideThatIsAwayKeepsItsRowsAndNoOthers) {
     TreeReindex(kMusic);
     EXPECT_EQ(MediaPaths("music"), Texts{"/volume1/music/A/1.pcm"})
         << "a disk that is mounted and empty is empty";
+}
+
+TEST_F(WalkReindexTest, ADirectoryWhoseOwnRowCannotBeSavedIsNamed) {
+    fs::remove("/volume1/music/A/1.pcm");
+    for (const char *event : {"insert", "update"})
+        MediaExec(("create trigger refuse_" + std::string(event) + " before " + event +
+                   " on directory when new.path = '/volume1/music/A' begin select raise(abort, 'no'); end")
+                      .c_str());
+    TreeReindex(kMusic);
+    EXPECT_EQ(MediaPaths("directory"), kDirectories);
+    EXPECT_EQ(MediaPaths("music"), Texts{"/volume1/music/top.pcm"}) << "what is gone in it goes";
+    const Texts lines = LogTakeTexts();
+    EXPECT_EQ(std::ranges::count(lines, "index.c# The rows at and below /volume1/music/A are kept. "
+                                        "(its own row could not be saved)"),
+              1);
 }
