@@ -2,6 +2,7 @@
 #include "daemon/queue_rename.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "catalogue/features.h"
@@ -34,9 +35,20 @@ void FileRename(const char *new_path, const char *old_path) {
         VideoTablesRename(new_path, old_path);
 }
 
+bool IsOneTree(std::string_view one, std::string_view other) {
+    constexpr char kSlash[] = "/";
+    return one.substr(0, one.find_last_not_of(kSlash) + 1) ==
+           other.substr(0, other.find_last_not_of(kSlash) + 1);
+}
+
 void TreeRename(const char *new_path, const char *old_path) {
-    IndexDirWalk(old_path, kIndexRemove, kWalkMedia);
-    IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
+    // A tree that is renamed to itself is indexed anew: what of it cannot be read now is not forgotten.
+    if (IsOneTree(new_path, old_path)) {
+        SubTreeReindex(new_path);
+    } else {
+        IndexDirWalk(old_path, kIndexRemove, kWalkMedia);
+        IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
+    }
     if (!IsInPhotoLibrary(new_path))
         return;
     PhotoPathRename(new_path, old_path, 1);
@@ -66,6 +78,10 @@ void PathRename(const char *new_path, const char *old_path) {
 }
 
 void PathRenameAgain(const char *new_path, const char *old_path) {
+    if (IsOneTree(new_path, old_path)) {
+        PathRename(new_path, old_path);
+        return;
+    }
     if (!PathIsGone(old_path)) {
         GoneRowsRemove(old_path);
         if (!PathIsGone(new_path))

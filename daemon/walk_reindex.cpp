@@ -100,6 +100,8 @@ void DirectoryLeave(Reindex *reindex, const TreeCursor &cursor) {
     }
     if (!kept && (unread || !swept))
         RowsKeep(reindex, cursor.path, unread ? strerror(cursor.error) : "the catalogue failed");
+    if (cursor.levels.empty() && cursor.end == PlaceEnd::left_out)
+        MediaInfoDBDelete(kMediaTree, cursor.path.c_str());
 }
 
 void TreeSweep(Reindex *reindex, const char *target) {
@@ -143,4 +145,12 @@ void TreeReindex(const char *target) {
     if (PresentReindex(&reindex, target) && reindex.well && !StorageRemember(target, reindex.away))
         syslog(LOG_ERR, "%s (%d) Failed to write %s. (%s)", kLogName, __LINE__, storage_files.remembered,
                strerror(errno));
+}
+
+void SubTreeReindex(const char *path) {
+    std::string tree = path;
+    while (tree.size() > 1 && tree.back() == '/')
+        tree.pop_back();
+    Reindex reindex = {.away = StorageAwayIn(tree, MediaKnows)};
+    PresentReindex(&reindex, tree.c_str());
 }

@@ -5,8 +5,14 @@
 #include <sys/stat.h>
 #include <syslog.h>
 
+#include <algorithm>
+
+#include "daemon/storage_away.h"
+#include "daemon/walk_reindex.h"
+#include "photo/photo_known.h"
 #include "photo/photo_rows.h"
 #include "photo/sql_text.h"
+#include "platform/path.h"
 
 namespace {
 
@@ -28,6 +34,12 @@ bool RowsGoneGet(Catalogue catalogue, int table, const char *directory, std::vec
     const std::string condition =
         SqlFormat(name.pattern.size() + kConditionRoom, "path like '%s/%%'", name.pattern.c_str());
     const auto open = catalogue == Catalogue::media ? MediaInfoDBOpen : PhotoInfoDBOpen;
+    const std::vector<std::string> away =
+        StorageAwayIn(directory, catalogue == Catalogue::media ? MediaKnows : PhotoKnows);
+    const auto is_away = [&](const std::string &path) {
+        return std::ranges::any_of(away,
+                                   [&](const std::string &place) { return PathIsAtOrUnder(path, place); });
+    };
     const PhotoRows rows(open(table, "path", condition.c_str(), "path asc", 0));
     if (rows == nullptr) {
         syslog(LOG_ERR, "%s (%d) Error occurred, failed to get records.", kLogName, __LINE__);
@@ -35,7 +47,8 @@ bool RowsGoneGet(Catalogue catalogue, int table, const char *directory, std::vec
     }
     const VELUDBResult *result = VELUIndexRowsResult(rows.get());
     for (int row = -1; VELUDBFetchRow(result, &row) == 0;)
-        if (const char *path = VELUDBFetchField(result, row, "path"); path != nullptr && PathIsGone(path))
+        if (const char *path = VELUDBFetchField(result, row, "path");
+            path != nullptr && PathIsGone(path) && !is_away(path))
             paths->emplace_back(path);
     return true;
 }

@@ -11,7 +11,7 @@
 // True when there is certainly nothing at a path; what cannot be looked at may be there.
 [[nodiscard]] bool PathIsGone(const char *path);
 
-// The paths under a directory that rows of a table of a catalogue have, and that are gone. False when the rows cannot
-// be read.
+// The paths under a directory that rows of a table of a catalogue have, and that are gone: what lies on storage that is away
+// is not. False when the rows cannot be read.
 [[nodiscard]] bool RowsGoneGet(Catalogue catalogue, int table, const char *directory,
                                std::vector<std::string> *paths);

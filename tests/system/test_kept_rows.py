@@ -321,6 +321,23 @@ def test_a_stray_file_where_nothing_is_mounted_does_not_make_it_a_share(stick):
     assert stick.paths("music") == before, "neither emptied nor indexed anew"
 
 
+def test_a_tree_that_is_renamed_to_itself_keeps_what_is_away(placed):
+    """That is how the watcher has a tree indexed anew."""
+    write(placed, f"{MUSIC}/d/top.pcm", f"{MUSIC}/d/gone.pcm", f"{MUSIC}/d/shut/1.pcm")
+    mount(placed, placed.mkdir(f"{MUSIC}/d/usb"))
+    write_inside(placed, f"{MUSIC}/d/usb/2.pcm")
+    placed.index("R:music")
+    unmount(placed, f"{MUSIC}/d/usb")
+    placed.remove(f"{MUSIC}/d/gone.pcm")
+    kept = [f"{MUSIC}/d/shut/1.pcm", f"{MUSIC}/d/top.pcm", f"{MUSIC}/d/usb/2.pcm"]
+    for path in (f"{MUSIC}/d", f"{MUSIC}/d/usb", f"{MUSIC}/d/shut"):
+        with placed.places.failing(Rule("opendir", f"{MUSIC}/d/shut", errno.EIO)):
+            lines = placed.index(f"N:{path}:{path}")
+        assert placed.paths("music") == kept
+        for place in (f"{MUSIC}/d/usb", f"{MUSIC}/d/shut"):
+            assert len(lines_of_keeping(lines, place)) == (1 if place.startswith(path) else 0)
+
+
 def test_a_disk_that_is_mounted_and_empty_is_empty(stick):
     unmount(stick, MUSIC)
     mount(stick, MUSIC)

@@ -4,6 +4,7 @@
 #include "daemon/queue_rename.h"
 
 #include "catalogue/features.h"
+#include "daemon/storage_mounts.h"
 #include "photo/hand_over_spool.h"
 #include "tests/unit/catalogue_fixture.h"
 #include "tests/unit/test_files.h"
@@ -163,6 +164,55 @@ TEST_P(QueueRename, ATextFollowsItsPictureThoughTheDirectoryIsThereAgain) {
     HandOverSpoolAgain(false);
     HandOverSpoolSettle(nullptr);
     EXPECT_EQ(Peer(photo_uri).Query("select title as x from photo_image"), "handed over");
+}
+
+// Where nothing is mounted, nothing is gone.
+class QueueRenameOfStorage : public QueueRename {
+protected:
+    void SetUp() override {
+        QueueRename::SetUp();
+        FileWrite("/tmp/fstab",
+                  "/dev/sdx /volume1/music/old/disk ext4\n/dev/sdy /volume1/photo/old/disk ext4\n");
+        FileWrite("/tmp/mountinfo", "");
+        storage_files = {"/tmp/fstab", "/tmp/mountinfo", "/tmp/mounts"};
+    }
+    void TearDown() override {
+        storage_files = {};
+        QueueRename::TearDown();
+    }
+};
+ON_ALL_ENGINES(QueueRenameOfStorage);
+
+TEST_P(QueueRenameOfStorage, ATreeThatIsRenamedToItselfKeepsWhatIsAway) {
+    for (const char *name : {"old/disk/1.pcm", "old/2.pcm", "old/gone.pcm", "older.pcm"})
+        ASSERT_EQ(Save(0, kMusic + name), 0);
+    FileWrite(kMusic + "old/2.pcm", "x");
+    FileWrite(kMusic + "old/3.pcm", "x");
+    std::filesystem::create_directories(kMusic + "old/disk");
+    const std::string kept = "/volume1/music/old/2.pcm|/volume1/music/old/3.pcm|"
+                             "/volume1/music/old/disk/1.pcm|/volume1/music/older.pcm";
+    PathRename((kMusic + "old/").c_str(), (kMusic + "old").c_str());
+    EXPECT_EQ(Paths("music"), kept);
+    PathRename((kMusic + "old/disk").c_str(), (kMusic + "old/disk").c_str());
+    EXPECT_EQ(Paths("music"), kept);
+    PathRenameAgain((kMusic + "old").c_str(), (kMusic + "old").c_str());
+    EXPECT_EQ(Paths("music"), kept);
+}
+
+TEST_P(QueueRenameOfStorage, WhatIsAwayDoesNotMoveAsIfItWereGone) {
+    ASSERT_EQ(PhotoInfoDBDirDelete("/none"), 0); // makes the tables
+    for (const char *name : {"old/disk/1.pcm", "old/2.pcm"})
+        ASSERT_EQ(Save(0, kMusic + name), 0);
+    for (const char *name : {"old/disk/1.jpg", "old/2.jpg"})
+        Photo("insert into photo_image (path, name, title) values ('" + kPhoto + name + "', 'x', 'typed')");
+    for (const std::string &share : {kMusic, kPhoto}) {
+        std::filesystem::create_directories(share + "old/disk");
+        std::filesystem::create_directories(share + "new");
+    }
+    PathRenameAgain((kMusic + "new").c_str(), (kMusic + "old").c_str());
+    PathRenameAgain((kPhoto + "new").c_str(), (kPhoto + "old").c_str());
+    EXPECT_EQ(Paths("music"), "/volume1/music/old/disk/1.pcm");
+    EXPECT_EQ(PhotoPaths("photo_image"), "/volume1/photo/new/2.jpg|/volume1/photo/old/disk/1.jpg");
 }
 
 } // namespace

@@ -233,3 +233,27 @@ TEST_F(WalkReindexTest, ADirectoryWhoseOwnRowCannotBeSavedIsNamed) {
                                         "(its own row could not be saved)"),
               1);
 }
+
+TEST_F(WalkReindexTest, ATreeOfItsOwnIsTakenAnewAndNothingIsRememberedOfIt) {
+    FileWrite("/tmp/mountinfo", "1 0 0:1 / /volume1/music/A rw - ext4 /dev/sdx rw\n");
+    StrayRowsAdd("/volume1/music/A/gone.pcm");
+    StrayRowsAdd("/volume1/music/gone.pcm");
+    SubTreeReindex("/volume1/music/A/");
+    EXPECT_EQ(MediaPaths("music"),
+              (Texts{"/volume1/music/A/1.pcm", "/volume1/music/gone.pcm", "/volume1/music/top.pcm"}));
+    EXPECT_FALSE(fs::exists("/tmp/mounts"));
+    FileWrite("/tmp/mountinfo", "");
+    FileWrite("/tmp/fstab", "/dev/sdx /volume1/music/A ext4\n");
+    fs::remove_all("/volume1/music/A");
+    fs::create_directory("/volume1/music/A");
+    SubTreeReindex("/volume1/music/A");
+    EXPECT_EQ(MediaPaths("music").size(), 3U);
+    EXPECT_EQ(LogTakeTexts(), Texts{"index.c# The storage of /volume1/music/A is away: its rows are kept."});
+}
+
+TEST_F(WalkReindexTest, OfATreeThatIsLeftOutNoRowStays) {
+    FileWrite("/volume1/music/#recycle/1.pcm", "x");
+    StrayRowsAdd("/volume1/music/#recycle/1.pcm");
+    SubTreeReindex("/volume1/music/#recycle");
+    EXPECT_EQ(MediaPaths("music"), (Texts{"/volume1/music/A/1.pcm", "/volume1/music/top.pcm"}));
+}
