@@ -16,9 +16,9 @@ bool IsDirectory(const std::string &path) {
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool IsMounted(const std::string &mount) {
-    const StorageMounts now = StorageMountsRead();
-    return std::ranges::find(now.mounted, mount) != now.mounted.end();
+bool IsWanted(const std::string &mount, const std::string &place) {
+    const std::vector<std::string> above = StorageAbove(StorageMountsRead(), place);
+    return std::ranges::find(above, mount) != above.end();
 }
 
 // True when a directory has something that the catalogue has too; without a catalogue, when it has anything.
@@ -42,7 +42,7 @@ bool IsAway(const std::string &place, const std::string &mount, const StorageKno
     if (!IsDirectory(place))
         return true;
     // Looking into a directory makes an automounter mount what belongs there.
-    return !HoldsKnown(place, knows) && !IsMounted(mount);
+    return !HoldsKnown(place, knows) && IsWanted(mount, place);
 }
 
 // The outermost directory between a tree and a place in it that is not there; the place when all are.
@@ -65,12 +65,19 @@ std::vector<std::string> AwayIn(const StorageMounts &mounts, const std::string &
     }
     const std::string real = StoragePathOf(tree);
     std::vector<std::string> away;
-    for (const std::string &mount : mounts.wanted) {
-        if (!PathIsUnder(mount, real))
-            continue;
-        const std::string place = OutermostGone(tree, tree + mount.substr(real.size()));
+    const auto add = [&](const std::string &place, const std::string &mount) {
         if (std::ranges::find(away, place) == away.end() && IsAway(place, mount, knows))
             away.push_back(place);
+    };
+    for (const std::string &mount : mounts.wanted) {
+        if (PathIsUnder(mount, real))
+            add(OutermostGone(tree, tree + mount.substr(real.size())), mount);
+    }
+    for (const StorageMounts::Linked &linked : mounts.linked) {
+        // A link that is gone itself was removed.
+        const std::string place = OutermostGone(tree, linked.place);
+        if (struct stat status; linked.tree == tree && lstat(place.c_str(), &status) == 0)
+            add(place, linked.mount);
     }
     return away;
 }
@@ -78,6 +85,21 @@ std::vector<std::string> AwayIn(const StorageMounts &mounts, const std::string &
 std::vector<std::string> ShareAwayIn(const StorageMounts &mounts, const std::string &target,
                                      const StorageKnows &knows) {
     return IsDirectory(target) ? AwayIn(mounts, target, knows) : std::vector<std::string>{target};
+}
+
+// True when one of the places that are away in the shares that a path lies in is such as `is` says.
+template <typename Is>
+bool HasAway(const StorageMounts &mounts, const std::string &path, const std::vector<std::string> &shares,
+             const StorageKnows &knows, Is is) {
+    return std::ranges::any_of(shares, [&](const std::string &share) {
+        return PathIsUnder(path, share) && std::ranges::any_of(ShareAwayIn(mounts, share, knows), is);
+    });
+}
+
+bool IsBelowAway(const StorageMounts &mounts, const std::string &path, const StorageKnows &knows) {
+    return !mounts.wanted.empty() &&
+           std::ranges::any_of(StorageAbove(mounts, path),
+                               [&](const std::string &mount) { return IsAway(mount, mount, knows); });
 }
 
 } // namespace
@@ -92,15 +114,7 @@ bool StorageIsAway(const std::string &path, const std::vector<std::string> &shar
     const auto meets = [&](const std::string &place) {
         return PathIsAtOrUnder(path, place) || PathIsUnder(place, path);
     };
-    for (const std::string &share : shares) {
-        if (PathIsUnder(path, share) && std::ranges::any_of(ShareAwayIn(mounts, share, knows), meets))
-            return true;
-    }
-    if (mounts.wanted.empty())
-        return false;
-    const std::vector<std::string> above = StorageAbove(mounts, path);
-    return std::ranges::any_of(above,
-                               [&](const std::string &place) { return IsAway(place, place, knows); }) ||
+    return HasAway(mounts, path, shares, knows, meets) || IsBelowAway(mounts, path, knows) ||
            !AwayIn(mounts, path, knows).empty();
 }
 

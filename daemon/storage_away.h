@@ -22,5 +22,5 @@ std::vector<std::string> StorageAwayIn(const std::string &tree, const StorageKno
 [[nodiscard]] bool StorageIsAway(const std::string &path, const std::vector<std::string> &shares,
                                  const StorageKnows &knows);
 
-// The same of a share, which is also away when its target is no directory.
+// The same as StorageAwayIn of a share, which is also away when its target is no directory.
 std::vector<std::string> ShareAwayIn(const std::string &target, const StorageKnows &knows);

@@ -24,6 +24,8 @@ constexpr mode_t kRememberedMode = 0644;
 struct Remembered {
     std::string mount;
     std::string tree;
+    // In the tree, which led to the mount. None: the mount itself is in line with the tree.
+    std::string link = {};
     auto operator<=>(const Remembered &) const = default;
 };
 
@@ -125,8 +127,8 @@ void NowRead(StorageMounts *mounts) {
 std::vector<Remembered> RememberedRead() {
     std::vector<Remembered> all;
     LinesRead(storage_files.remembered, [&](const std::vector<std::string> &words) {
-        if (words.size() == 2)
-            all.push_back({words[0], words[1]});
+        if (words.size() == 2 || words.size() == 3)
+            all.push_back({words[0], words[1], words.size() == 3 ? words[2] : std::string()});
     });
     return all;
 }
@@ -148,7 +150,8 @@ bool RememberedWrite(const std::vector<Remembered> &all) {
     const std::string made = path + ".new";
     std::string text;
     for (const Remembered &one : all)
-        text += Escaped(one.mount) + ' ' + Escaped(one.tree) + '\n';
+        text += Escaped(one.mount) + ' ' + Escaped(one.tree) +
+                (one.link.empty() ? "" : ' ' + Escaped(one.link)) + '\n';
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     const FdHandle file(
@@ -169,6 +172,21 @@ bool AreInLine(const std::string &one, const std::string &other) {
     return PathIsAtOrUnder(one, other) || PathIsUnder(other, one);
 }
 
+// True when what is remembered is in line with a path.
+bool IsAbout(const Remembered &one, const std::string &path) {
+    return one.link.empty() ? AreInLine(one.mount, StoragePathOf(path)) : AreInLine(one.link, path);
+}
+
+// The innermost mount that a path lies in; empty for that of the root.
+std::string MountOf(const StorageMounts &mounts, const std::string &path) {
+    std::string found;
+    for (const std::string &mounted : mounts.mounted) {
+        if (mounted.size() > std::max<size_t>(found.size(), 1) && PathIsAtOrUnder(path, mounted))
+            found = mounted;
+    }
+    return found;
+}
+
 } // namespace
 
 StorageFiles storage_files;
@@ -187,13 +205,18 @@ StorageMounts StorageMountsRead() {
     StorageMounts mounts;
     NowRead(&mounts);
     TableRead(&mounts);
-    for (const Remembered &one : RememberedRead())
+    const std::vector<Remembered> remembered = RememberedRead();
+    for (const Remembered &one : remembered)
         WantedAdd(&mounts, one.mount);
     std::erase_if(mounts.wanted, [&](const std::string &wanted) {
         return std::ranges::find(mounts.mounted, wanted) != mounts.mounted.end();
     });
     std::sort(mounts.wanted.begin(), mounts.wanted.end());
     mounts.wanted.erase(std::unique(mounts.wanted.begin(), mounts.wanted.end()), mounts.wanted.end());
+    for (const Remembered &one : remembered) {
+        if (!one.link.empty() && std::ranges::binary_search(mounts.wanted, one.mount))
+            mounts.linked.push_back({one.mount, one.tree, one.link});
+    }
     return mounts;
 }
 
@@ -210,20 +233,27 @@ std::vector<std::string> StorageAbove(const StorageMounts &mounts, const std::st
     return above;
 }
 
-bool StorageRemember(const std::string &tree, const std::vector<std::string> &kept) {
+bool StorageRemember(const std::string &tree, const std::vector<std::string> &kept,
+                     const std::vector<std::string> &links) {
     const std::vector<Remembered> before = RememberedRead();
     const std::string place = StoragePathOf(tree);
     std::vector<Remembered> all;
     for (const Remembered &one : before) {
         const bool stays = one.tree != tree || std::ranges::any_of(kept, [&](const std::string &path) {
-                               return AreInLine(one.mount, StoragePathOf(path));
+                               return IsAbout(one, path);
                            });
         if (stays)
             all.push_back(one);
     }
-    for (const std::string &mounted : StorageMountsRead().mounted) {
+    const StorageMounts now = StorageMountsRead();
+    for (const std::string &mounted : now.mounted) {
         if (mounted.size() > 1 && AreInLine(mounted, place))
             all.push_back({mounted, tree});
+    }
+    for (const std::string &link : links) {
+        if (const std::string mount = MountOf(now, StoragePathOf(link));
+            !mount.empty() && !PathIsAtOrUnder(place, mount))
+            all.push_back({mount, tree, link});
     }
     return RememberedChange(before, std::move(all));
 }
@@ -232,7 +262,8 @@ bool StorageForget(const std::string &path) {
     const std::vector<Remembered> before = RememberedRead();
     std::vector<Remembered> all;
     for (const Remembered &one : before) {
-        if (!PathIsAtOrUnder(one.mount, StoragePathOf(path)))
+        const bool at_mount = PathIsAtOrUnder(one.mount, StoragePathOf(path));
+        if (!at_mount && (one.link.empty() || !PathIsAtOrUnder(one.link, path)))
             all.push_back(one);
     }
     return RememberedChange(before, std::move(all));

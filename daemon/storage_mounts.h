@@ -17,8 +17,15 @@ extern StorageFiles storage_files;
 
 // Mount points without slashes at their ends and without links in them; "/" is none.
 struct StorageMounts {
+    // A directory of a tree that a link leads to, which is written as the tree's paths are.
+    struct Linked {
+        std::string mount;
+        std::string tree;
+        std::string place;
+    };
     std::vector<std::string> wanted; // without what is mounted
     std::vector<std::string> mounted;
+    std::vector<Linked> linked; // on what is wanted
 };
 
 // Reads all that can be read.
@@ -31,9 +38,11 @@ std::string StoragePathOf(const std::string &path);
 std::vector<std::string> StorageAbove(const StorageMounts &mounts, const std::string &path);
 
 // Remembers what is mounted at, above and inside a tree, of which a walk ended well: a line each in `remembered`, the mount
-// point, a blank and the tree, with blanks, tabs, newlines and backslashes as in fstab. What was remembered of places in
-// `kept` stays. The file is replaced as a whole when something has changed. False, with errno, when that failed.
-[[nodiscard]] bool StorageRemember(const std::string &tree, const std::vector<std::string> &kept);
+// point, a blank and the tree, with blanks, tabs, newlines and backslashes as in fstab; and what is mounted where `links` of
+// the tree lead, with another blank and the link. What was remembered of places in `kept` stays. The file is replaced as a
+// whole when something has changed. False, with errno, when that failed.
+[[nodiscard]] bool StorageRemember(const std::string &tree, const std::vector<std::string> &kept,
+                                   const std::vector<std::string> &links = {});
 
 // Forgets what was remembered at and below a path.
 [[nodiscard]] bool StorageForget(const std::string &path);

@@ -186,6 +186,11 @@ void TreeLeave(TreeCursor *cursor) {
     DirectoryLeave(cursor, PlaceEnd::unopened, 0);
 }
 
+bool IsLinkToOtherDevice(const TreeCursor &cursor) {
+    const std::vector<WalkTrail::Step> &steps = cursor.trail.steps;
+    return steps.size() > 1 && steps.back().linked && steps.back().device != steps[steps.size() - 2].device;
+}
+
 bool IsUnread(PlaceEnd end) {
     return end != PlaceEnd::read && end != PlaceEnd::left_out;
 }

@@ -85,5 +85,9 @@ TreeEvent TreeNext(TreeCursor *cursor);
 // Leaves the directory that was entered with the last event without reading it; no event tells that.
 void TreeLeave(TreeCursor *cursor);
 
+// True when the directory entered last was reached through a link, or lies below one, and is on another device than the
+// directory above it.
+[[nodiscard]] bool IsLinkToOtherDevice(const TreeCursor &cursor);
+
 // True when the directory was to be read, and was not or not to its end.
 [[nodiscard]] bool IsUnread(PlaceEnd end);

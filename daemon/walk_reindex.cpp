@@ -29,9 +29,10 @@ struct Entered {
 };
 
 struct Reindex {
-    std::vector<std::string> away;     // places on storage that is
-    std::vector<Entered> entered = {}; // the directories that the walk is in
-    bool well = true;                  // all else was read
+    std::vector<std::string> away;       // places on storage that is
+    std::vector<Entered> entered = {};   // the directories that the walk is in
+    std::vector<std::string> links = {}; // links to directories of other file systems
+    bool well = true;                    // all else was read
 };
 
 struct SweepScope {
@@ -53,6 +54,8 @@ void DirectoryEnter(Reindex *reindex, TreeCursor *cursor) {
         TreeLeave(cursor);
         return;
     }
+    if (IsLinkToOtherDevice(*cursor))
+        reindex->links.push_back(path);
     MediaSweepDirectory(path.c_str());
     const bool saved = DirectoryAdd(path.c_str()) == 0;
     if (!saved || !IsDirExist(path.c_str()))
@@ -142,7 +145,8 @@ void AwayTell(const std::string &place, int line) {
 
 void TreeReindex(const char *target) {
     Reindex reindex = {.away = ShareAwayIn(target, MediaKnows)};
-    if (PresentReindex(&reindex, target) && reindex.well && !StorageRemember(target, reindex.away))
+    if (PresentReindex(&reindex, target) && reindex.well &&
+        !StorageRemember(target, reindex.away, reindex.links))
         syslog(LOG_ERR, "%s (%d) Failed to write %s. (%s)", kLogName, __LINE__, storage_files.remembered,
                strerror(errno));
 }

@@ -40,6 +40,7 @@ using PathSet = std::unordered_set<std::string>;
 struct Sweep {
     bool whole = true;    // all was read
     bool possible = true; // rows that are to be kept have their marks
+    Paths links = {};     // links to directories of other file systems
 };
 
 // The rows directly in a directory.
@@ -160,6 +161,8 @@ int TreeResync(const char *path, bool again, Sweep *sweep, const std::vector<std
             TreeLeave(&cursor);
             continue;
         }
+        if (event == TreeEvent::entered && sweep != nullptr && IsLinkToOtherDevice(cursor))
+            sweep->links.push_back(cursor.path);
         if (event == TreeEvent::listed) {
             begun = true;
             if (!cursor.names.empty())
@@ -211,7 +214,7 @@ int ShareResync(bool again) {
         syslog(LOG_ERR, "%s (%d) Failed to delete none updated rows.", kLogName, __LINE__);
         return -1;
     }
-    if (sweep.whole && !StorageRemember(target, away))
+    if (sweep.whole && !StorageRemember(target, away, sweep.links))
         syslog(LOG_ERR, "%s (%d) Failed to write %s. (%s)", kLogName, __LINE__, storage_files.remembered,
                strerror(errno));
     return 0;

@@ -338,6 +338,38 @@ def test_a_tree_that_is_renamed_to_itself_keeps_what_is_away(placed):
             assert len(lines_of_keeping(lines, place)) == (1 if place.startswith(path) else 0)
 
 
+@pytest.mark.parametrize("below", ["", "/music"])
+def test_storage_that_a_link_in_a_share_leads_to(placed, below):
+    """Without it the link leads to an empty folder, or nowhere."""
+    disk = placed.mkdir("/volume1/disk")
+    mount(placed, disk)
+    write_inside(placed, f"{disk}{below}/d/1.pcm")
+    write_inside(placed, f"{disk}{below}/d/1.jpg", photo.jpeg(3, 2))
+    for share in (MUSIC, PHOTO):
+        write(placed, f"{share}/a/2.jpg", f"{share}/a/2.pcm")
+        os.symlink(f"{disk}{below}", placed.box.path(f"{share}/link"))
+    placed.index("R:all", "R:photo")
+    placed.store("update photo_share set title = 'typed'")
+    before = placed.snapshot()
+    assert len(before["music"]) == len(before["photo"]) == 4 and len(before["photo_share"]) == 3
+    unmount(placed, disk)
+    for line, keeping in (("R:music", 1), ("R:photo", 2), ("R:all", 2), (f"D:{MUSIC}/link/d", 1), (f"d:{MUSIC}/link/d/1.pcm", 1),
+                          (f"D:{PHOTO}/link/d", 1), (f"D:{MUSIC}/link", below != "")):
+        lines = placed.index(line)
+        assert placed.snapshot() == before, line
+        assert len(lines_of_keeping(lines, "/link")) == keeping, (line, lines)
+    assert placed.ctl("check", "--fix")["status"] != DONE
+    wait_for(lambda: done(placed), "what was queued")
+    assert placed.snapshot() == before
+    os.unlink(placed.box.path(f"{MUSIC}/link"))
+    placed.index("R:music")
+    assert placed.paths("music") == [path for path in (row["path"] for row in before["music"])
+                                     if not path.startswith(f"{MUSIC}/link")], "a link that was removed is gone"
+    mount(placed, disk)
+    placed.index("R:all", "R:photo")
+    assert not [path for path in placed.paths("photo") if "/link/" in path], "an empty disk is empty"
+
+
 def test_a_disk_that_is_mounted_and_empty_is_empty(stick):
     unmount(stick, MUSIC)
     mount(stick, MUSIC)

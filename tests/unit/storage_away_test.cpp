@@ -135,6 +135,47 @@ TEST_F(StorageAwayTest, AShareWhoseTargetIsNoDirectory) {
     EXPECT_FALSE(StorageIsAway("/volume1/music/b.mp3", {kTree, "/volume1/none"}, one));
 }
 
+// The one mount is there only once the other has been looked into.
+TEST_F(StorageAwayTest, AnEmptyDiskThatAnAutomounterMountsIsEmpty) {
+    FileWrite("/tmp/mountinfo", MountLine("/volume1", "autofs"));
+    EXPECT_EQ(StorageAwayIn(kTree, one), Texts{kTree});
+    const StorageKnows looking = [&](const std::string &path, bool itself) {
+        FileWrite("/tmp/mountinfo", MountLine("/volume1", "autofs") + MountLine(kTree));
+        return one(path, itself);
+    };
+    EXPECT_EQ(StorageAwayIn(kTree, looking), Texts{});
+}
+
+TEST_F(StorageAwayTest, LinksOfATreeToOtherStorage) {
+    const std::string link = "/volume1/music/a link";
+    const std::string line = "/volume1/stick /volume1/music /volume1/music/a\\040link\n";
+    const StorageKnows known = Knows({link + "/1.mp3", "/volume1/music/x.mp3"});
+    fs::create_directories("/volume1/stick/in");
+    fs::create_directory_symlink("/volume1/stick/in", link);
+    FileWrite("/tmp/mountinfo", MountLine("/volume1/stick") + MountLine("/"));
+    EXPECT_TRUE(StorageRemember(kTree, {}, {link, "/volume1/music/a link/none"}));
+    EXPECT_EQ(FileRead("/tmp/velu/mounts"), line + line.substr(0, line.size() - 1) + "/none\n");
+    EXPECT_TRUE(StorageRemember(kTree, {}, {link}));
+    EXPECT_EQ(FileRead("/tmp/velu/mounts"), line);
+    EXPECT_EQ(StorageAwayIn(kTree, known), Texts{});
+    FileWrite("/tmp/mountinfo", "");
+    EXPECT_EQ(StorageAwayIn(kTree, known), Texts{link}) << "an empty directory";
+    fs::remove("/volume1/stick/in");
+    EXPECT_EQ(StorageAwayIn(kTree, known), Texts{link}) << "nothing there";
+    EXPECT_TRUE(StorageIsAway(link + "/1.mp3", {kTree}, known));
+    EXPECT_FALSE(StorageIsAway("/volume1/music/x.mp3", {kTree}, known));
+    EXPECT_EQ(StorageAwayIn("/volume1/video", known), Texts{});
+    EXPECT_TRUE(StorageRemember(kTree, {link}));
+    EXPECT_EQ(FileRead("/tmp/velu/mounts"), line) << "what is away stays remembered";
+    fs::remove(link);
+    EXPECT_EQ(StorageAwayIn(kTree, known), Texts{}) << "the link was removed";
+    fs::create_directories("/volume1/elsewhere");
+    fs::create_directory_symlink("/volume1/elsewhere", link);
+    EXPECT_EQ(StorageAwayIn(kTree, known), Texts{}) << "the link leads elsewhere";
+    EXPECT_TRUE(StorageForget(link));
+    EXPECT_EQ(FileRead("/tmp/velu/mounts"), "");
+}
+
 TEST_F(StorageAwayTest, TheLastGoodWalkIsRemembered) {
     EXPECT_TRUE(StorageRemember(kTree, {}));
     EXPECT_FALSE(fs::exists("/tmp/velu/mounts")) << "nothing to remember";
