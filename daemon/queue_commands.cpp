@@ -20,6 +20,7 @@
 #include "photo/photo_known.h"
 #include "photo/photo_share.h"
 #include "photo/photo_sync.h"
+#include "platform/clock.h"
 #include "platform/path.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
@@ -29,6 +30,9 @@ namespace {
 constexpr char kLogName[] = "veluindexd.c";
 
 constexpr int kWalkBoth = kWalkMedia | kWalkPhotoLibrary;
+
+// How long it counts what was told of the storage of a directory. To ask costs as much as a small file.
+constexpr int64_t kStorageToldMilliseconds = 1000;
 
 int CatalogueKnows(const std::string &path, bool itself) {
     return supportphoto ? PhotoKnows(path, itself) : MediaKnows(path, itself);
@@ -58,7 +62,30 @@ bool StillExists(const char *path, int line = __builtin_LINE()) {
     return true;
 }
 
+// True for what lies in the place of storage that is away: it is not indexed, and a line says so. Lines in a row are about
+// one directory mostly, which is asked for once a second.
+bool IsInPlaceOfStorage(const std::string &path, int line = __builtin_LINE()) {
+    static struct {
+        std::string directory;
+        int64_t since = 0;
+        bool away = false;
+    } told;
+    const std::string directory = path.substr(0, path.rfind('/') + 1);
+    const int64_t now = MonotonicMilliseconds();
+    if (directory != told.directory || now - told.since >= kStorageToldMilliseconds) {
+        told.away = StorageIsBelowAway(directory + '.', ShareTargetsGet(), CatalogueKnows);
+        told.directory = directory;
+        told.since = now;
+    }
+    if (!told.away || (!IsDirExist(path.c_str()) && !IsFileExist(path.c_str(), nullptr)))
+        return false;
+    syslog(LOG_ERR, "%s (%d) The storage of %s is away: it is not indexed.", kLogName, line, path.c_str());
+    return true;
+}
+
 void TreeAdd(const char *path) {
+    if (IsInPlaceOfStorage(path))
+        return;
     IndexDirWalk(path, kIndexAdd, kWalkBoth);
     const std::string tree = RowPathOf(path);
     if (IsInPhotoLibrary(path) && IsDirExist(path) &&
@@ -77,6 +104,8 @@ void TreeRemove(const char *path) {
 }
 
 void FileAdd(const char *path) {
+    if (IsInPlaceOfStorage(path))
+        return;
     const int result = IndexFileAdd(path, kIndexAdd);
     if (!IsInPhotoLibrary(path))
         return;

@@ -118,6 +118,14 @@ bool StorageIsAway(const std::string &path, const std::vector<std::string> &shar
            !AwayIn(mounts, path, knows).empty();
 }
 
+bool StorageIsBelowAway(const std::string &path, const std::vector<std::string> &shares,
+                        const StorageKnows &knows) {
+    const StorageMounts mounts = StorageMountsRead();
+    return HasAway(mounts, path, shares, knows,
+                   [&](const std::string &place) { return PathIsAtOrUnder(path, place); }) ||
+           IsBelowAway(mounts, path, knows);
+}
+
 std::vector<std::string> ShareAwayIn(const std::string &target, const StorageKnows &knows) {
     return ShareAwayIn(StorageMountsRead(), target, knows);
 }

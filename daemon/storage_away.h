@@ -22,5 +22,10 @@ std::vector<std::string> StorageAwayIn(const std::string &tree, const StorageKno
 [[nodiscard]] bool StorageIsAway(const std::string &path, const std::vector<std::string> &shares,
                                  const StorageKnows &knows);
 
+// True when what is at a path lies in the place of storage that is away. Once such a file had a row, the storage would count
+// as there.
+[[nodiscard]] bool StorageIsBelowAway(const std::string &path, const std::vector<std::string> &shares,
+                                      const StorageKnows &knows);
+
 // The same as StorageAwayIn of a share, which is also away when its target is no directory.
 std::vector<std::string> ShareAwayIn(const std::string &target, const StorageKnows &knows);

@@ -321,6 +321,18 @@ def test_a_stray_file_where_nothing_is_mounted_does_not_make_it_a_share(stick):
     assert stick.paths("music") == before, "neither emptied nor indexed anew"
 
 
+@pytest.mark.parametrize("line", [f"a:{MUSIC}/stray.pcm", f"A:{MUSIC}/stray.pcm", f"A:{MUSIC}/new"])
+def test_what_is_written_where_a_disk_was_does_not_cost_the_disk_its_rows(stick, line):
+    """It would be something that the catalogue has, and the disk would count as there."""
+    before = stick.paths("music")
+    unmount(stick, MUSIC)
+    write(stick, f"{MUSIC}/stray.pcm", f"{MUSIC}/new/stray.pcm")
+    lines = stick.index(line)
+    assert [text for text in lines if "is away: it is not indexed" in text]
+    stick.index("R:music")
+    assert stick.paths("music") == before
+
+
 def test_a_tree_that_is_renamed_to_itself_keeps_what_is_away(placed):
     """That is how the watcher has a tree indexed anew."""
     write(placed, f"{MUSIC}/d/top.pcm", f"{MUSIC}/d/gone.pcm", f"{MUSIC}/d/shut/1.pcm")

@@ -146,6 +146,21 @@ TEST_F(StorageAwayTest, AnEmptyDiskThatAnAutomounterMountsIsEmpty) {
     EXPECT_EQ(StorageAwayIn(kTree, looking), Texts{});
 }
 
+TEST_F(StorageAwayTest, WhatLiesInThePlaceOfStorage) {
+    const auto below = [&](const char *path) { return StorageIsBelowAway(path, {kTree}, one); };
+    FileWrite("/volume1/music/stray.mp3", "x");
+    EXPECT_FALSE(below("/volume1/music/stray.mp3"));
+    for (const char *place : {kTree, "/volume1"}) {
+        FileWrite("/tmp/fstab", "/dev/sdx1 " + std::string(place) + " ext4\n");
+        EXPECT_TRUE(below("/volume1/music/stray.mp3"));
+        EXPECT_TRUE(below("/volume1/music/b/c/stray.mp3"));
+    }
+    EXPECT_FALSE(below("/volume2/other.mp3"));
+    EXPECT_FALSE(below("/volume1")) << "above it";
+    FileWrite("/tmp/mountinfo", MountLine("/volume1"));
+    EXPECT_FALSE(below("/volume1/music/stray.mp3"));
+}
+
 TEST_F(StorageAwayTest, LinksOfATreeToOtherStorage) {
     const std::string link = "/volume1/music/a link";
     const std::string line = "/volume1/stick /volume1/music /volume1/music/a\\040link\n";
