@@ -220,6 +220,11 @@ StorageMounts StorageMountsRead() {
     return mounts;
 }
 
+bool StorageIsMounted(const std::string &path) {
+    const std::vector<std::string> mounted = StorageMountsRead().mounted;
+    return std::ranges::find(mounted, StoragePathOf(path)) != mounted.end();
+}
+
 std::vector<std::string> StorageAbove(const StorageMounts &mounts, const std::string &path) {
     const std::string place = StoragePathOf(path);
     std::vector<std::string> above;

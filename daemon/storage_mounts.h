@@ -31,6 +31,9 @@ struct StorageMounts {
 // Reads all that can be read.
 StorageMounts StorageMountsRead();
 
+// True when something is mounted at a path: what it shows is no mount point that waits.
+[[nodiscard]] bool StorageIsMounted(const std::string &path);
+
 // The path without links, as far as there is something.
 std::string StoragePathOf(const std::string &path);
 

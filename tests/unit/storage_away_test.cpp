@@ -159,6 +159,9 @@ TEST_F(StorageAwayTest, WhatLiesInThePlaceOfStorage) {
     EXPECT_FALSE(below("/volume1")) << "above it";
     FileWrite("/tmp/mountinfo", MountLine("/volume1"));
     EXPECT_FALSE(below("/volume1/music/stray.mp3"));
+    EXPECT_TRUE(StorageIsMounted("/volume1"));
+    EXPECT_TRUE(StorageIsMounted("/volume1/music/.."));
+    EXPECT_FALSE(StorageIsMounted(kTree));
 }
 
 TEST_F(StorageAwayTest, LinksOfATreeToOtherStorage) {

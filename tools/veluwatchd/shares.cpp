@@ -9,6 +9,7 @@
 #include "catalogue/shares.h"
 #include "daemon/queue_line.h"
 #include "daemon/storage_away.h"
+#include "daemon/storage_mounts.h"
 #include "platform/path.h"
 #include "tools/shared/safe_text.h"
 
@@ -49,16 +50,19 @@ void ShareCheck(const std::vector<Share> &shares, Share *share, Watcher *watcher
     const std::string path = PathNow(*share);
     struct stat status = {};
     if (path.empty() || stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        share->missed = share->missed || (start && !path.empty());
         Away(share, watcher);
         return;
     }
     if (path == share->path && IsWatched(*share, *watcher, status))
         return;
     // Another directory in the place of a share that was there, and empty, is what its volume was mounted on. So is an
-    // empty one at the start where something is to be mounted.
+    // empty one at the start where something is to be mounted. A volume may be empty itself.
     const bool other = share->device != status.st_dev || share->inode != status.st_ino;
     const bool was_there = share->seen && path == share->path && other;
-    if (IsEmptyDirectory(path) && (was_there || !ShareAwayIn(path, nullptr).empty())) {
+    const std::vector<std::string> away = ShareAwayIn(path, nullptr);
+    if (IsEmptyDirectory(path) && (was_there || !away.empty()) && !StorageIsMounted(path)) {
+        share->missed = share->missed || start;
         Away(share, watcher);
         return;
     }
@@ -72,10 +76,13 @@ void ShareCheck(const std::vector<Share> &shares, Share *share, Watcher *watcher
     share->inode = status.st_ino;
     share->node = watcher->tree.RootAdd(path);
     TreeWatch(watcher, share->node);
+    for (const std::string &place : away)
+        TreeUnmounted(watcher, share->node, place);
     if (share->told_away || elsewhere)
         syslog(LOG_NOTICE, "the share %s is watched", SafeText(path).c_str());
     share->told_away = false;
-    if (std::exchange(share->seen, true) && !start)
+    const bool known = std::exchange(share->seen, true);
+    if ((std::exchange(share->missed, false) || known) && !start)
         TreeMissed(&watcher->changes, path);
 }
 

@@ -19,6 +19,7 @@ struct Share {
     dev_t device = 0;
     ino_t inode = 0;
     bool seen = false;      // it has been watched before
+    bool missed = false;    // it was away at the start
     bool told_away = false; // that it is not there
 };
 
@@ -26,9 +27,9 @@ struct Share {
 std::vector<Share> SharesMake(const std::vector<std::string> &paths);
 
 // Watches shares that have come, and lets go of those that are away. What is away keeps its rows: nobody has
-// removed a file from it. When it is back it is indexed anew, as nobody knows what has happened to it; when
-// it was not there yet since the start, it is as if the start were later. `start` is true for the first look
-// after the program's start: what is there then is no news.
+// removed a file from it. When it is back it is indexed anew, as nobody knows what has happened to it, also when it was
+// away at the start; a share whose link was not made yet is as if the start were later. `start` is true for the first
+// look after the program's start: what is there then is no news.
 void SharesCheck(std::vector<Share> *shares, Watcher *watcher, bool start);
 
 // Has all shares indexed anew.

@@ -8,10 +8,12 @@
 #include <sys/stat.h>
 #include <syslog.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "daemon/directory_reader.h"
 #include "daemon/path_rules.h"
+#include "daemon/storage_mounts.h"
 #include "daemon/walk_rules.h"
 #include "platform/velusdk.h"
 #include "tools/shared/safe_text.h"
@@ -195,12 +197,25 @@ void UnmountedSettle(Watcher *watcher) {
     }
 }
 
+void TreeUnmounted(Watcher *watcher, NodeId root, const std::string &path) {
+    const std::string top = watcher->tree.Path(root);
+    NodeId node = root;
+    for (size_t at = top.size() + 1; node != kNoNode && at < path.size();) {
+        const size_t slash = std::min(path.find('/', at), path.size());
+        node = watcher->tree.ChildFind(node, std::string_view(path).substr(at, slash - at));
+        at = slash + 1;
+    }
+    if (node == kNoNode || node == root || !watcher->unmounted.insert(node).second)
+        return;
+    syslog(LOG_NOTICE, "the storage of %s is away: its rows are left alone", SafeText(path).c_str());
+}
+
 void UnmountedRetry(Watcher *watcher) {
     for (const NodeId node : std::set<NodeId>(watcher->unmounted)) {
         if (!watcher->tree.Exists(node))
             continue;
         const std::string path = watcher->tree.Path(node);
-        if (IsEmptyDirectory(path))
+        if (IsEmptyDirectory(path) && !StorageIsMounted(path))
             continue;
         watcher->unmounted.erase(node);
         TreeWatch(watcher, node);

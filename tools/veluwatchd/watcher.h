@@ -52,8 +52,11 @@ void DoubtfulVerify(Watcher *watcher);
 // Stops watching what was unmounted, without taking it for removed. To be called when all events are read.
 void UnmountedSettle(Watcher *watcher);
 
-// Watches what has been mounted again, and has it indexed anew. An empty directory is taken for the mount
-// point of a volume that is still away.
+// Waits for the volume of a directory in the tree of `root`, which is away since before the directory was watched.
+void TreeUnmounted(Watcher *watcher, NodeId root, const std::string &path);
+
+// Watches what has been mounted again, and has it indexed anew. An empty directory on which nothing is mounted is taken for
+// the mount point of a volume that is still away.
 void UnmountedRetry(Watcher *watcher);
 
 // True for an empty directory, and for what is no directory or cannot be read.

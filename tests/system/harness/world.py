@@ -190,7 +190,7 @@ class _ServerCopy:
         self.catalogue = daemon.catalogue
         self.tables = {"mediadb": MEDIA_CATALOGUE, "photodb": PHOTO_CATALOGUE}
         for key, tables in self.tables.items():
-            self._do(key, "create schema first", *(f"create table first.{table} as table public.{table}" for table in tables))
+            self._do(key, "drop schema if exists first cascade", "create schema first", *(f"create table first.{table} as table public.{table}" for table in tables))
 
     def _do(self, key, *statements):
         self.catalogue.server.query(self.catalogue.keys[key], "; ".join(statements))
