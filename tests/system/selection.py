@@ -23,8 +23,11 @@ ANY_MEMORY = (
     "test_scale::test_two_hundred_thousand_entries_in_one_directory",
 )
 
-# What searches for faults that nobody has named: by name and in `./test long`.
+# What searches for faults that nobody has named: once on SQLite, and by name. `./test long` does more of it.
 SEARCH = ("test_fault_matrix", "test_fault_model", "test_kept_power_loss")
+
+# Of that, what a server may answer otherwise.
+PAIRS = ("test_fault_matrix",)
 
 # The cross-section for `./test quick`: every format, command and line of the queue, and a start of each tool.
 QUICK = (
@@ -41,7 +44,7 @@ LENGTHY = (
     "test_random_kills", "test_server_faults", "test_music_aiff::test_ffmpeg", "test_queue::test_ten_thousand_lines_in_one_run",
 )
 
-MARKS = {"search": SEARCH, "any_engine": ANY_ENGINE, "any_memory": ANY_MEMORY, "quick": QUICK}
+MARKS = {"search": SEARCH, "pairs": PAIRS, "any_engine": ANY_ENGINE, "any_memory": ANY_MEMORY, "quick": QUICK}
 
 
 def names(item):
