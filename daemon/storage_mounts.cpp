@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "daemon/storage_mounts.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/stat.h>
@@ -133,16 +132,6 @@ std::vector<Remembered> RememberedRead() {
     return all;
 }
 
-bool AllWritten(const FdHandle &file, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = write(file.get(), text.data(), text.size());
-        if (written < 0 && errno != EINTR)
-            return false;
-        text.remove_prefix(static_cast<size_t>(std::max<ssize_t>(written, 0)));
-    }
-    return fsync(file.get()) == 0;
-}
-
 // Puts the lines in the place of the file, whole or not at all.
 bool RememberedWrite(const std::vector<Remembered> &all) {
     const std::string path = storage_files.remembered;
@@ -157,8 +146,8 @@ bool RememberedWrite(const std::vector<Remembered> &all) {
     const FdHandle file(
         open(made.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, kRememberedMode));
     const FdHandle directory = OpenForReading(folder.c_str(), O_DIRECTORY);
-    return file && directory && AllWritten(file, text) && rename(made.c_str(), path.c_str()) == 0 &&
-           fsync(directory.get()) == 0;
+    return file && directory && FileWriteAt(file, 0, text) && fsync(file.get()) == 0 &&
+           rename(made.c_str(), path.c_str()) == 0 && fsync(directory.get()) == 0;
 }
 
 // Replaces the file when `all` is another than what it has.

@@ -2,6 +2,7 @@
 //
 // Start-up of the media-indexing daemon.
 #include <errno.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -13,7 +14,6 @@
 
 #include "catalogue/features.h"
 #include "daemon/main_loop.h"
-#include "daemon/pid_file.h"
 #include "daemon/queue.h"
 #include "daemon/queue_files.h"
 #include "platform/handle.h"
@@ -23,6 +23,7 @@ namespace {
 
 constexpr char kLogName[] = "veluindexd.c";
 constexpr char kProgram[] = "veluindexd";
+constexpr char kPidFile[] = "/var/run/veluindexd.pid";
 
 // Media servers and file sharing come first on a small machine.
 constexpr int kNiceness = 10;
@@ -44,15 +45,24 @@ void SignalsHold(int how) {
     sigprocmask(how, &signals, nullptr);
 }
 
-// `pid_file` stays locked for as long as it is open.
-void BecomeDaemon(FdHandle *pid_file) {
+void PidFileWrite() {
+    // The umask is 0, and the file says which process is signalled: only its owner may write it.
+    const int fd = open(kPidFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    FileHandle file(fd < 0 ? nullptr : fdopen(fd, "w"));
+    if (file == nullptr) {
+        syslog(LOG_ERR, "%s(%d): Failed to create %s. (%s)", kLogName, __LINE__, kPidFile, strerror(errno));
+        exit(0);
+    }
+    if (fprintf(file.get(), "%d", static_cast<int>(getpid())) < 0 || fflush(file.get()) != 0)
+        syslog(LOG_ERR, "%s(%d): fprintf pid failed. (%s)", kLogName, __LINE__, strerror(errno));
+}
+
+void BecomeDaemon() {
     if (daemon(0, 0) != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to become a daemon.(%s)", kLogName, __LINE__, strerror(errno));
         exit(1);
     }
-    const int status = PidFileTake(pid_file);
-    if (status >= 0)
-        exit(status);
+    PidFileWrite();
     setpriority(PRIO_PROCESS, 0, kNiceness);
 }
 
@@ -93,8 +103,7 @@ int main(int argc, char **argv) {
     }
     openlog(kProgram, LOG_PID, LOG_DAEMON);
     SignalsHold(SIG_BLOCK);
-    FdHandle pid_file;
-    BecomeDaemon(&pid_file);
+    BecomeDaemon();
     HandlersInstall();
     SignalsHold(SIG_UNBLOCK);
     DatabasesVacuum();

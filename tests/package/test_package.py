@@ -113,16 +113,6 @@ def test_what_is_queued_while_it_is_stopped_is_done_at_its_start(machine):
     assert {"/srv/music/renamed.mp3", "/srv/music/tone.aac"} == {path for path in rows(machine) if path.startswith("/srv")}
 
 
-def test_a_pid_file_that_a_power_cut_has_left_does_not_keep_it_from_starting(machine):
-    machine.run("systemctl", "stop", "veluindexd")
-    machine.run("sh", "-c", "echo 1 >/run/veluindexd.pid")  # a process that lives
-    machine.run("systemctl", "start", "veluindexd")
-    assert is_active(machine) == "active"
-    assert machine.run("cat", "/run/veluindexd.pid").stdout == str(main_pid(machine))
-    machine.run("systemctl", "start", "veluindexd")
-    assert machine.run("flock", "--nonblock", "/run/veluindexd.pid", "true", check=False).returncode == 1, "locked"
-
-
 def test_it_comes_back_after_a_reboot(machine):
     kept = rows(machine)
     machine.run("sh", "-c", f"echo A:/srv/music >>{QUEUE}")
