@@ -15,6 +15,7 @@
 #include "photo/photo_share.h"
 #include "photo/photo_sync.h"
 #include "photo/rows_gone.h"
+#include "platform/path.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -36,9 +37,7 @@ void FileRename(const char *new_path, const char *old_path) {
 }
 
 bool IsOneTree(std::string_view one, std::string_view other) {
-    constexpr char kSlash[] = "/";
-    return one.substr(0, one.find_last_not_of(kSlash) + 1) ==
-           other.substr(0, other.find_last_not_of(kSlash) + 1);
+    return PathWithoutEndSlashes(one) == PathWithoutEndSlashes(other);
 }
 
 void TreeRename(const char *new_path, const char *old_path) {

@@ -151,7 +151,7 @@ void QueueTouchAdd(QueueTouched *touched, const QueueRequest &request) {
 }
 
 bool QueueTouches(const QueueTouched &touched, const QueueRequest &request) {
-    if (!touched.any.of[0] && !touched.any.of[1] && touched.paths.used == 0)
+    if (!touched.any.of[0] && !touched.any.of[1])
         return false; // as on every good day
     const QueueCatalogues written = QueueCataloguesOf(request);
     const QueueCatalogues &waits_for = request.command == kCommandTruncate ? touched.any : touched.whole;

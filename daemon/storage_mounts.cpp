@@ -185,9 +185,7 @@ std::string StoragePathOf(const std::string &path) {
     std::string found = std::filesystem::weakly_canonical(path, error).native();
     if (error)
         found = path;
-    while (found.size() > 1 && found.back() == '/')
-        found.pop_back();
-    return found;
+    return std::string(PathOfDirectory(found));
 }
 
 StorageMounts StorageMountsRead() {
@@ -210,8 +208,9 @@ StorageMounts StorageMountsRead() {
 }
 
 bool StorageIsMounted(const std::string &path) {
-    const std::vector<std::string> mounted = StorageMountsRead().mounted;
-    return std::ranges::find(mounted, StoragePathOf(path)) != mounted.end();
+    StorageMounts mounts;
+    NowRead(&mounts);
+    return std::ranges::find(mounts.mounted, StoragePathOf(path)) != mounts.mounted.end();
 }
 
 std::vector<std::string> StorageAbove(const StorageMounts &mounts, const std::string &path) {

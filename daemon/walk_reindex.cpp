@@ -152,9 +152,7 @@ void TreeReindex(const char *target) {
 }
 
 void SubTreeReindex(const char *path) {
-    std::string tree = path;
-    while (tree.size() > 1 && tree.back() == '/')
-        tree.pop_back();
+    const std::string tree(PathOfDirectory(path));
     Reindex reindex = {.away = StorageAwayIn(tree, MediaKnows)};
     PresentReindex(&reindex, tree.c_str());
 }

@@ -20,6 +20,12 @@
     return path;
 }
 
+// The path less the slashes at its end, but the root keeps one.
+[[nodiscard]] constexpr std::string_view PathOfDirectory(std::string_view path) {
+    const std::string_view cut = PathWithoutEndSlashes(path);
+    return cut.empty() ? path.substr(0, 1) : cut;
+}
+
 // True for a path below a directory, at any depth. The directory has no slash at its end, so that the root is the
 // empty text, and everything absolute lies under it.
 [[nodiscard]] constexpr bool PathIsUnder(std::string_view path, std::string_view directory) {

@@ -11,22 +11,17 @@ import pytest
 from harness import photo
 from harness.catalogue import ON_SERVER
 from harness.daemon import QUEUE, WORKING_COPY, wait_for
+from harness.keeping import MUSIC, PHOTO, write
 from harness.photo import albums, pictures
 from harness.places import HOLD, Rule, kill_when_held
 from harness.store_faults import AWAY, MEDIA, PHOTO as PHOTO_STORE, REFUSED, store_fault
 
 pytestmark = pytest.mark.tracing
 
-MUSIC, PHOTO = "/volume1/music", "/volume1/photo"
 KEPT = f"{QUEUE}.kept"
 PICTURE, SONG = f"{PHOTO}/Trip/a.jpg", f"{MUSIC}/a.pcm"
 LINE = re.compile(r"(\d+) (.+)")
 WEEK = 7 * 24 * 3600
-
-
-def write(daemon, *paths):
-    for path in paths:
-        daemon.write(path, photo.jpeg(3, 2) if path.endswith(".jpg") else b"")
 
 
 def move(daemon, old, new):

@@ -5,7 +5,8 @@ import os
 
 import pytest
 
-from harness.daemon import QUEUE, WORKING_COPY, wait_for
+from harness.daemon import wait_for
+from harness.keeping import FSTAB, MUSIC, PHOTO, REMEMBERED, USB, queue_is_done
 from harness.photo import jpeg
 from harness.places import mount, unmount, write_inside
 from harness.watcher import Watcher
@@ -13,11 +14,8 @@ from harness.watcher import Watcher
 # What is tried lies in front of the store, whatever its engine. The library of failing calls does not go with a sanitizer.
 pytestmark = [pytest.mark.sqlite, pytest.mark.tracing]
 
-MUSIC, PHOTO = "/volume1/music", "/volume1/photo"
-USB = f"{MUSIC}/usb"
 NAMES = ("1.pcm", "d/2.pcm", "1.jpg", "d/2.jpg")
 OFTEN = ("--check", "0.3")
-FSTAB, REMEMBERED = "/etc/fstab", "/var/lib/velu/mounts"
 
 
 def put(daemon, place, name):
@@ -52,7 +50,7 @@ def rows(daemon):
 def settle(daemon, watcher):
     """By a mark in a share that is always there."""
     watcher.settle("/volume1/video")
-    wait_for(lambda: not any(map(daemon.exists, (QUEUE, WORKING_COPY))), "the queue's end")
+    wait_for(lambda: queue_is_done(daemon), "the queue's end")
 
 
 def check_back(daemon, watcher, before):
