@@ -2,7 +2,6 @@
 //
 // Start-up of the media-indexing daemon.
 #include <errno.h>
-#include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -14,6 +13,7 @@
 
 #include "catalogue/features.h"
 #include "daemon/main_loop.h"
+#include "daemon/pid_file.h"
 #include "daemon/queue.h"
 #include "daemon/queue_files.h"
 #include "platform/handle.h"
@@ -23,7 +23,6 @@ namespace {
 
 constexpr char kLogName[] = "veluindexd.c";
 constexpr char kProgram[] = "veluindexd";
-constexpr char kPidFile[] = "/var/run/veluindexd.pid";
 
 // Media servers and file sharing come first on a small machine.
 constexpr int kNiceness = 10;
@@ -45,25 +44,18 @@ void SignalsHold(int how) {
     sigprocmask(how, &signals, nullptr);
 }
 
-void PidFileWrite() {
-    // The umask is 0, and the file says which process is signalled: only its owner may write it.
-    const int fd = open(kPidFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    FileHandle file(fd < 0 ? nullptr : fdopen(fd, "w"));
-    if (file == nullptr) {
-        syslog(LOG_ERR, "%s(%d): Failed to create %s. (%s)", kLogName, __LINE__, kPidFile, strerror(errno));
-        exit(0);
-    }
-    if (fprintf(file.get(), "%d", static_cast<int>(getpid())) < 0 || fflush(file.get()) != 0)
-        syslog(LOG_ERR, "%s(%d): fprintf pid failed. (%s)", kLogName, __LINE__, strerror(errno));
-}
-
-void BecomeDaemon() {
+// Gives the pid file, which is locked for as long as it stays open.
+FdHandle BecomeDaemon() {
     if (daemon(0, 0) != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to become a daemon.(%s)", kLogName, __LINE__, strerror(errno));
         exit(1);
     }
-    PidFileWrite();
+    FdHandle pid_file;
+    const PidFileEnd end = PidFileTake(&pid_file);
+    if (end != PidFileEnd::taken)
+        exit(end == PidFileEnd::others ? 1 : 0);
     setpriority(PRIO_PROCESS, 0, kNiceness);
+    return pid_file;
 }
 
 void HandlersInstall() {
@@ -103,7 +95,7 @@ int main(int argc, char **argv) {
     }
     openlog(kProgram, LOG_PID, LOG_DAEMON);
     SignalsHold(SIG_BLOCK);
-    BecomeDaemon();
+    const FdHandle pid_file = BecomeDaemon();
     HandlersInstall();
     SignalsHold(SIG_UNBLOCK);
     DatabasesVacuum();

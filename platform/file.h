@@ -104,10 +104,10 @@ inline size_t FileReadUpTo(const FdHandle &file, uint64_t offset, void *out, siz
     return folder && fsync(folder.get()) == 0;
 }
 
-// True when `path` names the file that is open.
-[[nodiscard]] inline bool IsFileAt(const char *path, int fd) noexcept {
+// True when `path` names the file that is open; with `flags` 0 also through a link.
+[[nodiscard]] inline bool IsFileAt(const char *path, int fd, int flags = AT_SYMLINK_NOFOLLOW) noexcept {
     struct stat named;
     struct stat opened;
-    return lstat(path, &named) == 0 && fstat(fd, &opened) == 0 && named.st_dev == opened.st_dev &&
-           named.st_ino == opened.st_ino;
+    return fstatat(AT_FDCWD, path, &named, flags) == 0 && fstat(fd, &opened) == 0 &&
+           named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }

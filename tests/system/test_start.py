@@ -180,3 +180,30 @@ def test_a_limit_of_the_size_of_files_is_a_failed_write(box):
     box.box.ask("run", arguments=["/usr/bin/prlimit", f"--pid={box.pid}", "--fsize=unlimited:"], environment={}, timeout=30)
     box.wait_done()
     assert box.paths("music") == sorted(files)
+
+
+# --- several starts
+
+
+def processes(box):
+    found = box.box.ask("run", arguments=["/usr/bin/pgrep", "-x", "veluindexd"], environment={}, timeout=30)
+    return [int(pid) for pid in found["out"].split()]
+
+
+def test_of_several_starts_at_once_one_daemon_stays(box):
+    starts = 'for start in 1 2 3 4 5 6; do "$0" & done; wait'
+    for _ in range(20):
+        box.box.ask("run", arguments=["/bin/sh", "-c", starts, box.binary], environment=box.environment(), timeout=60)
+        box.pid = wait_for(box.pid_in_file, "the pid file")
+        wait_for(lambda: len(processes(box)) == 1, "one daemon to stay", timeout=10)
+        assert processes(box) == [box.pid]
+        wait_for(box.handles_signals, "the signal handlers")
+        box.stop()
+        assert processes(box) == [] and not box.exists(PID_FILE)
+
+
+def test_a_killed_daemon_leaves_a_pid_file_that_does_not_block_the_next(box):
+    for _ in range(5):
+        box.start()
+        box.kill()
+        assert box.exists(PID_FILE)
