@@ -24,7 +24,7 @@ def installed(tmp_path, binary):
 
 
 def test_the_unit_is_a_valid_one(installed):
-    assert service.analyze("verify", "--man=no", str(installed)) == (0, "")
+    assert service.verify(installed) == (0, [])
 
 
 def test_the_exposure_is_low(installed):

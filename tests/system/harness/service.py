@@ -56,6 +56,12 @@ def analyze(*arguments):
     return done.returncode, done.stdout + done.stderr
 
 
+def verify(unit):
+    """The status and the words of systemd-analyze about a unit; not about others of this machine, which it reads, too."""
+    status, words = analyze("verify", "--man=no", str(unit))
+    return status, [line for line in words.splitlines() if not re.match(r"/lib/systemd/system/(?!velu)", line)]
+
+
 def exposure(unit):
     """How much of the system a unit is exposed to, from 0 to 10."""
     _, text = analyze("security", "--offline=true", str(unit))
