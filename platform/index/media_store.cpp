@@ -83,8 +83,7 @@ int MediaInfoDBDirSave(const char *path) {
     const std::string directory = WithoutTrailingSlashes(path != nullptr ? path : "");
     if (directory.empty())
         return BadParameter(__LINE__);
-    const std::string name = directory.substr(directory.rfind('/') + 1);
-    const std::string title = CatalogueText(name.data(), name.size(), false);
+    const std::string title = CatalogueText(directory.substr(directory.rfind('/') + 1));
     char create_time[kMediaTimeSize] = "";
     char modify_time[kMediaTimeSize] = "";
     // A directory that is already gone again is recorded all the same, with empty times. One that cannot be looked at keeps

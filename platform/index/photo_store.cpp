@@ -56,8 +56,7 @@ Renamed RenamedTo(const std::string &old_path, const std::string &new_path) {
     const std::string folder = WithoutTrailingSlashes(new_path.substr(0, new_path.rfind('/') + 1));
     const std::string last = new_path.substr(new_path.rfind('/') + 1);
     const std::string above = folder.substr(folder.rfind('/') + 1);
-    return {old_path, new_path, CatalogueText(last.data(), last.size(), false),
-            CatalogueText(above.data(), above.size(), false)};
+    return {old_path, new_path, CatalogueText(last), CatalogueText(above)};
 }
 
 // Moves a row to another path, in the place of the row that may be there.

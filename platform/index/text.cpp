@@ -35,21 +35,23 @@ void TrimBlanks(std::string *text) {
     text->erase(0, text->find_first_not_of(' '));
 }
 
-// False when the bytes are not UTF-8. In a `full` field a cut character at the end is left out.
+// False when the bytes are not UTF-8. A cut character at the end is left out in a `full` field, and behind a whole one of
+// several bytes: such text is UTF-8 that a shorter field has cut on its way here (30 bytes of an ID3v1 tag, say), while
+// a single high byte at the end of ASCII is a letter of ISO-8859-1.
 bool AppendUtf8(std::string *text, std::string_view bytes, bool full) {
+    bool is_utf8 = false;
     while (!bytes.empty()) {
         char32_t character = 0;
         const Utf8 taken = Utf8Take(&bytes, &character);
         if (taken != Utf8::kCharacter)
-            return taken == Utf8::kCut && full;
+            return taken == Utf8::kCut && (full || is_utf8);
+        is_utf8 = is_utf8 || character >= 0x80;
         AppendCharacter(text, character);
     }
     return true;
 }
 
-std::string SingleByteText(const char *field, size_t size) {
-    const std::string_view bytes(field, strnlen(field, size));
-    const bool full = size - bytes.size() <= 1;
+std::string SingleByteText(std::string_view bytes, bool full) {
     std::string text;
     if (!AppendUtf8(&text, bytes, full)) {
         text.clear();
@@ -99,8 +101,15 @@ std::string Utf16Text(const uint8_t *bytes, size_t size) {
 std::string CatalogueText(const char *field, size_t size, bool utf16) {
     if (field == nullptr)
         return {};
-    std::string text =
-        utf16 ? Utf16Text(reinterpret_cast<const uint8_t *>(field), size) : SingleByteText(field, size);
+    const size_t length = strnlen(field, size);
+    std::string text = utf16 ? Utf16Text(reinterpret_cast<const uint8_t *>(field), size)
+                             : SingleByteText({field, length}, size - length <= 1);
+    TrimBlanks(&text);
+    return text;
+}
+
+std::string CatalogueText(std::string_view bytes) {
+    std::string text = SingleByteText(bytes, false);
     TrimBlanks(&text);
     return text;
 }

@@ -7,12 +7,16 @@
 #include <stddef.h>
 
 #include <string>
+#include <string_view>
 
 // Returns the text of a field of `size` bytes, which ends at its first NUL or, without one, with the field.
-// Single-byte text that is UTF-8 stays, less a last character that a full field cut in half; any other is
-// ISO-8859-1. With `utf16` the field holds raw UTF-16: a byte-order mark (without one the result is empty),
+// Single-byte text that is UTF-8 stays, less a last character that this field, being full, or a shorter one before
+// has cut in half; any other is ISO-8859-1. With `utf16` the field holds raw UTF-16: a byte-order mark (without one the result is empty),
 // then units up to a zero unit or the end of the field; what is no character becomes U+FFFD.
 std::string CatalogueText(const char *field, size_t size, bool utf16);
+
+// The same of single-byte text that stands in no field, such as a name in a path.
+std::string CatalogueText(std::string_view bytes);
 
 // Makes single-byte text valid in its place: what no longer fits after the conversion is cut between two
 // characters, and the rest of the field is zeroed.

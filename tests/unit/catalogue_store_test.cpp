@@ -192,6 +192,10 @@ TEST_P(CatalogueStore, DirSaveKeepsTheLastComponentAndTheTimes) {
               "19,19");
     ASSERT_EQ(MediaInfoDBDirSave("/gone/D\xe9j\xe0"), 0);
     EXPECT_EQ(peer.Query("select title as x from directory where path like '/gone/%'"), "D\xc3\xa9j\xc3\xa0");
+    ASSERT_EQ(MediaInfoDBDirSave("/cut/caf\xe9"), 0);
+    ASSERT_EQ(MediaInfoDBDirSave("/cut/caf\xc3\xa9\xc3"), 0);
+    EXPECT_EQ(peer.Query("select title as x from directory where path like '/cut/%' order by path"),
+              "caf\xc3\xa9|caf\xc3\xa9");
 }
 
 TEST_P(CatalogueStore, RemovedRowsTakeTheirCoversAlong) {

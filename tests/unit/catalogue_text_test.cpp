@@ -107,6 +107,36 @@ TEST(CatalogueText, CharacterCutInAFieldWithRoomIsLatin1) {
     EXPECT_EQ(Single("ab\xE2\x82", 6), "ab\u00E2");
 }
 
+TEST(CatalogueText, CharacterCutBehindAWholeOneGoes) {
+    EXPECT_EQ(Single("a\u00E9\u00E9\xC3"), "a\u00E9\u00E9");
+    EXPECT_EQ(Single("\u20ACab\xE2\x82"), "\u20ACab");
+    EXPECT_EQ(Single("\u00E9\xF0\x9F\x8E"), "\u00E9");
+    EXPECT_EQ(Single("\u00E9\xE0\x80"), "\u00C3\u00A9\u00E0") << "no character begins so";
+    EXPECT_EQ(Single("a\u00E9 \xC3"), "a\u00E9") << "a blank before the cut goes as well";
+}
+
+TEST(CatalogueText, Utf8CutByAShorterFieldKeepsItsWholeCharacters) {
+    for (const size_t field : {size_t{30}, size_t{127}}) {
+        std::string title = field % 2 == 0 ? "x" : "xx";
+        while (title.size() < field)
+            title += "\u00E9";
+        const std::string whole = title.substr(0, field - 1); // the limit is within the last character
+        EXPECT_EQ(Single(title.substr(0, field), kMediaTextSize), whole);
+        const auto record = std::make_unique<MediaInfo>();
+        Fill(record->title, title.substr(0, field));
+        MediaInfoValid(record.get());
+        EXPECT_EQ(std::string(record->title), whole);
+    }
+}
+
+TEST(CatalogueText, ANameIsInNoField) {
+    EXPECT_EQ(CatalogueText("caf\xE9"), "caf\u00E9");
+    EXPECT_EQ(CatalogueText("caf\u00E9"), "caf\u00E9");
+    EXPECT_EQ(CatalogueText("a\u00E9\u00E9\xC3"), "a\u00E9\u00E9");
+    EXPECT_EQ(CatalogueText(" a\tb "), "a b");
+    EXPECT_EQ(CatalogueText(""), "");
+}
+
 TEST(CatalogueText, ImpossibleStartAtTheEndOfAFullFieldIsLatin1) {
     EXPECT_EQ(Single("ab\xE0\x80", 5), "ab\u00E0");
     EXPECT_EQ(Single("ab\xED\xA0", 5), "ab\u00ED\u00A0");

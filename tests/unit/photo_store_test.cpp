@@ -216,6 +216,13 @@ TEST_P(PhotoStore, RenamesRowsUnderTheOldPathOnly) {
     PhotoPathList file = {paths[2], nullptr};
     ASSERT_EQ(VELUUpdatePhotoPath(&file, "/p/new.jpg", "/p/ab/3.jpg"), 0);
     EXPECT_EQ(peer.Paths("photo_image"), "/p/n/1.jpg|/p/n/b/2.jpg|/p/new.jpg|/q/p/a/4.jpg");
+    PhotoPathList latin = {paths[0], nullptr};
+    strcpy(paths[0], "/p/new.jpg");
+    ASSERT_EQ(VELUUpdatePhotoPath(&latin, "/r/caf\xe9/caf\xe9", "/p/new.jpg"), 0);
+    EXPECT_EQ(peer.Query("select name || ',' || album as x from photo_image where path like '/r/%'"),
+              "caf\xc3\xa9,caf\xc3\xa9");
+    strcpy(paths[0], "/r/caf\xe9/caf\xe9");
+    ASSERT_EQ(VELUUpdatePhotoPath(&latin, "/p/new.jpg", paths[0]), 0);
     PhotoPathList same = {paths[3], nullptr};
     ASSERT_EQ(VELUUpdatePhotoPath(&same, "/q/p/a/", "/q/p/a"), 0);
     EXPECT_EQ(peer.Count("photo_image"), 4) << "a rename to itself removes nothing";
