@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "container/metamedia_watch.h"
 
+#include "platform/clock.h"
 #include "platform/handle.h"
 #include "platform/limits.h"
 #include "platform/sdk/program.h"
@@ -79,9 +80,11 @@ int ChildProcessWatch(pid_t pid, const ChildWatch &watch) {
     }
     timespec interval = {};
     interval.tv_nsec = watch.interval_nsec;
+    const int64_t least_end =
+        MonotonicMilliseconds() + watch.interval_nsec * int64_t{kProbeLooksMax} / 1000000;
     unsigned count = 0;
     for (;;) {
-        // A signal may cut the sleep short: the look then comes early.
+        // A signal may cut the sleep short: the look then comes early, so that many signals make many looks of little time.
         nanosleep(&interval, nullptr);
         int status = 0;
         const pid_t ended = waitpid(pid, &status, WNOHANG);
@@ -90,7 +93,7 @@ int ChildProcessWatch(pid_t pid, const ChildWatch &watch) {
         // Reaped elsewhere (a parent that ignores SIGCHLD): the id may be another process's by now.
         if (ended < 0 && errno == ECHILD)
             return -1;
-        if (count > kProbeLooksMax) {
+        if (count > kProbeLooksMax && MonotonicMilliseconds() >= least_end) {
             ChildKill(pid);
             syslog(LOG_ERR, "%s:%d Process %d exceeded max loop count: %d, sec: %d, nsec: %d.", kLogName,
                    __LINE__, pid, static_cast<int>(count), static_cast<int>(interval.tv_sec),

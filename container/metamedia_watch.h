@@ -12,7 +12,8 @@ struct ChildWatch {
 };
 
 // Waits for the child to end. Returns its exit status, or -1 (logged) when it was ended by a signal or had to
-// be killed: at the 902nd look, or when its memory exceeds the limit. The child is reaped in any case.
+// be killed: at the 902nd look, but not before 900 intervals have passed, or when its memory exceeds the limit. The
+// child is reaped in any case.
 int ChildProcessWatch(pid_t pid, const ChildWatch &watch = {});
 
 // Returns 1 when the resident memory of the process exceeds half of the machine's, 0 also when that cannot be

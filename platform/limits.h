@@ -129,7 +129,8 @@ inline constexpr int64_t kMpegPrefixOffsetMax = 99'999;
 // --- Media probe -------------------------------------------------------------------------------------------
 
 // The probe runs in a child process, which is looked at ten times a second: it has about 90 seconds. The count is
-// tested before it is raised, so that the look after the 901st is the last.
+// tested before it is raised, so that the look after the 901st is the last. Signals to the daemon make looks come
+// early; the 90 seconds pass all the same.
 inline constexpr unsigned kProbeLooksMax = 900;
 
 // The share of the machine's memory that the child may take. The daemon and the databases beside it need the

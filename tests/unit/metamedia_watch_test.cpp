@@ -99,21 +99,51 @@ TEST_F(MetamediaWatch, AChildSeenAsStoppedIsNeitherLoggedNorLeftBehind) {
 }
 #endif
 
-TEST_F(MetamediaWatch, ASignalCutsTheSleepShortAndCountsAsALook) {
-    struct sigaction handler = {};
+// Signals that come ten times as often as a child is looked at.
+struct SignalFlood {
+    SignalFlood() {
+        struct sigaction handler = {};
+        handler.sa_handler = [](int) {};
+        sigaction(SIGALRM, &handler, &before);
+        const itimerval tick = {{0, kTick}, {0, kTick}};
+        setitimer(ITIMER_REAL, &tick, nullptr);
+    }
+    ~SignalFlood() {
+        const itimerval none = {};
+        setitimer(ITIMER_REAL, &none, nullptr);
+        sigaction(SIGALRM, &before, nullptr);
+    }
+    static constexpr int kTick = 200; // microseconds
+    static constexpr ChildWatch kWatch = {10 * kTick * 1000, "/proc/meminfo"};
     struct sigaction before = {};
-    handler.sa_handler = [](int) {};
-    sigaction(SIGALRM, &handler, &before);
-    const itimerval tick = {{0, 1000}, {0, 1000}};
-    const itimerval none = {};
+};
+
+TEST_F(MetamediaWatch, AFloodOfSignalsDoesNotEndAHealthyChild) {
+    const pid_t child = ChildStart([] {
+        usleep(1000000); // time for some thousand looks, and half of what the watch allows
+        return 0;
+    });
+    const SignalFlood flood;
+    EXPECT_EQ(0, ChildProcessWatch(child, SignalFlood::kWatch));
+    EXPECT_EQ(Texts{}, LogTakeTexts());
+}
+
+TEST_F(MetamediaWatch, UnderAFloodOfSignalsAChildHasItsTimeAndNoMore) {
     const pid_t child = ChildIdle();
     const auto start = Clock::now();
-    setitimer(ITIMER_REAL, &tick, nullptr);
-    EXPECT_EQ(-1, ChildProcessWatch(child));
-    setitimer(ITIMER_REAL, &none, nullptr);
-    sigaction(SIGALRM, &before, nullptr);
-    EXPECT_LT(SecondsSince(start), 30);
-    EXPECT_EQ(Texts{Line(child, " exceeded max loop count: 901, sec: 0, nsec: 100000000.")}, LogTakeTexts());
+    {
+        const SignalFlood flood;
+        EXPECT_EQ(-1, ChildProcessWatch(child, SignalFlood::kWatch));
+    }
+    const double allowed = kProbeLooksMax * (static_cast<double>(SignalFlood::kWatch.interval_nsec) / 1e9);
+    EXPECT_GE(SecondsSince(start), allowed - 0.002); // the watch counts whole milliseconds
+    EXPECT_LT(SecondsSince(start), kSoonSeconds);
+    const Texts lines = LogTakeTexts();
+    ASSERT_EQ(lines.size(), 1U);
+    unsigned looks = 0;
+    const std::string form = Line(child, " exceeded max loop count: %u, sec: 0, nsec: 2000000.");
+    ASSERT_EQ(sscanf(lines[0].c_str(), form.c_str(), &looks), 1) << lines[0];
+    EXPECT_GT(looks, kProbeLooksMax) << "each look counts, also one that comes early";
 }
 
 TEST_F(MetamediaWatch, KillReapsAlsoWhenSignalsInterruptIt) {
