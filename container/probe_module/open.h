@@ -5,6 +5,6 @@
 
 #include "container/probe_module/input.h"
 
-// Opens the input as one of the formats that are media by themselves. `path` only helps to tell formats apart
-// by the extension. Null when the input is none of them.
+// Opens the input as whatever format it has, unless that only names other content. `path` only helps to tell formats apart
+// by the extension. Null when the input is of no format that is let in.
 FormatHandle FormatOpen(const char *path, AVIOContext *avio);

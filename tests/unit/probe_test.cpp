@@ -238,8 +238,11 @@ TEST_F(ProbeTest, AFileThatNamesOthersOpensNone) {
         "profiles=\"urn:mpeg:dash:profile:isoff-main:2011\"><Period><AdaptationSet mimeType=\"audio/wav\">"
         "<Representation "
         "id=\"1\"><BaseURL>other.wav</BaseURL></Representation></AdaptationSet></Period></MPD>",
-        "WEBVTT\n\n00:00.000 --> 00:01.000\nHello\n",
-        ";FFMETADATA1\ntitle=x\n",
+        "# VobSub index file, v7 (do not modify this line!)\nid: en, index: 0\n"
+        "timestamp: 00:00:00:000, filepos: 000000000\n",
+        "<?xml version=\"1.0\"?><svg xmlns=\"http://www.w3.org/2000/svg\" "
+        "xmlns:xlink=\"http://www.w3.org/1999/xlink\" width=\"64\" height=\"48\">"
+        "<image xlink:href=\"other.wav\" width=\"9\" height=\"9\"/></svg>",
         "RTSPtext\nrtsp://127.0.0.1/x\n",
     };
     for (const char *extension : {"avi", "ram", "mkv"}) {
@@ -257,10 +260,39 @@ TEST_F(ProbeTest, AFileThatNamesOthersOpensNone) {
     close(watch);
 }
 
-TEST_F(ProbeTest, APictureIsNoMediaFile) {
-    const std::string path = Make("a.jpg", "-f lavfi -i testsrc=s=64x64:d=1 -frames:v 1");
-    EXPECT_EQ(1, Get(path));
+TEST_F(ProbeTest, SubtitlesAndMetadataAloneFailWithoutALineOfTheirOwn) {
+    for (const char *content :
+         {"1\n00:00:00,000 --> 00:00:01,000\nHello\n\n", "WEBVTT\n\n00:00.000 --> 00:01.000\nHello\n",
+          "[Script Info]\nScriptType: v4.00+\n\n[Events]\n"
+          "Format: Layer, Start, End, Style, Name, MarginL, MarginR, MarginV, Effect, Text\n"
+          "Dialogue: 0,0:00:00.00,0:00:01.00,Default,,0,0,0,,Hello\n",
+          "{0}{25}Hello\n{25}{50}World\n{50}{75}!\n", ";FFMETADATA1\ntitle=x\n"}) {
+        for (const char *name : {"a.avi", "a.mkv", "a.wma"}) {
+            const std::string path = Write(name, content);
+            EXPECT_EQ(1, Get(path)) << content;
+            EXPECT_EQ(ProbeFailure("", path), LogTakeTexts()) << content;
+            EXPECT_STREQ("default album", record->album);
+        }
+    }
 }
+
+// A picture, whatever its name says, has its size.
+struct ProbePicture : ProbeTest, testing::WithParamInterface<const char *> {};
+
+TEST_P(ProbePicture, HasItsSize) {
+    const std::string path =
+        Make("a.avi", std::string("-f lavfi -i testsrc=s=64x48:d=1 -frames:v 1 ") + GetParam());
+    EXPECT_EQ(0, Get(path));
+    EXPECT_EQ(64U, record->width);
+    EXPECT_EQ(48U, record->height);
+    EXPECT_EQ(0U, record->channels);
+    EXPECT_EQ(Texts{}, LogTakeTexts());
+}
+
+INSTANTIATE_TEST_SUITE_P(Pictures, ProbePicture,
+                         testing::Values("-f gif", "-c:v png -f image2pipe", "-c:v mjpeg -f image2pipe",
+                                         "-c:v bmp -f image2pipe", "-c:v tiff -f image2pipe",
+                                         "-c:v libwebp -f image2pipe", "-c:v libopenjpeg -f image2pipe"));
 
 TEST_F(ProbeTest, APathOfAnyBytes) {
     Make("a.wav", kTone);
