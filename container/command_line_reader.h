@@ -13,7 +13,7 @@ enum class CommandLine {
     kNotStarted, // no pipe or no process could be had
 };
 
-// Runs `command` with the shell in a process group of its own, with default signals, and reads one line of at
-// most `size` - 1 bytes. Waits for the command to end. After `time_limit` milliseconds the whole group is killed; a
-// line read before is still good.
+// Runs `command` with the shell, with default signals, and reads one line of at most `size` - 1 bytes. Waits for the shell
+// to end, at most `time_limit` milliseconds from the start on; a line read before is still good. Then all that the command
+// has started and that is still there is killed, as it is when the daemon ends, however that ends.
 CommandLine CommandLineRead(const char *command, int time_limit, char *line, size_t size);

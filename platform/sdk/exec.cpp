@@ -8,7 +8,7 @@ int KLIBExec(const char *program, const char *arg1, const char *arg2, const char
     if (program == nullptr)
         return -1;
     const char *const arguments[] = {program, arg1, arg2, arg3, arg4, nullptr};
-    const pid_t child = ProgramStart(program, arguments, {});
+    const pid_t child = ProgramStart(program, arguments);
     if (child < 0)
         return -1;
     const int status = ProgramWait(child);

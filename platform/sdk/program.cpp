@@ -14,27 +14,19 @@ namespace {
 using SpawnAttributes = std::unique_ptr<posix_spawnattr_t, int (*)(posix_spawnattr_t *)>;
 using SpawnActions = std::unique_ptr<posix_spawn_file_actions_t, int (*)(posix_spawn_file_actions_t *)>;
 
-bool SignalsReset(posix_spawnattr_t *attributes, bool own_group) {
+bool SignalsReset(posix_spawnattr_t *attributes) {
     sigset_t all_signals;
     sigset_t no_signals;
     sigfillset(&all_signals);
     sigemptyset(&no_signals);
-    int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
-    if (own_group)
-        flags |= POSIX_SPAWN_SETPGROUP; // group 0, which the attributes begin with: the child's own
     return posix_spawnattr_setsigdefault(attributes, &all_signals) == 0 &&
            posix_spawnattr_setsigmask(attributes, &no_signals) == 0 &&
-           posix_spawnattr_setflags(attributes, static_cast<short>(flags)) == 0;
-}
-
-bool StreamsSet(posix_spawn_file_actions_t *actions, int output) {
-    return (output < 0 || posix_spawn_file_actions_adddup2(actions, output, STDOUT_FILENO) == 0) &&
-           posix_spawn_file_actions_addclosefrom_np(actions, STDERR_FILENO + 1) == 0;
+           posix_spawnattr_setflags(attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK) == 0;
 }
 
 } // namespace
 
-pid_t ProgramStart(const char *program, const char *const arguments[], const ProgramStreams &streams) {
+pid_t ProgramStart(const char *program, const char *const arguments[]) {
     posix_spawnattr_t attributes;
     if (posix_spawnattr_init(&attributes) != 0)
         return -1;
@@ -46,7 +38,8 @@ pid_t ProgramStart(const char *program, const char *const arguments[], const Pro
     // The call takes the words without const for history's sake and does not write to them.
     auto *const words = const_cast<char *const *>(arguments);
     pid_t child = -1;
-    if (!SignalsReset(&attributes, streams.own_group) || !StreamsSet(&actions, streams.output) ||
+    if (!SignalsReset(&attributes) ||
+        posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1) != 0 ||
         posix_spawn(&child, program, &actions, &attributes, words, environ) != 0)
         return -1;
     return child;

@@ -5,15 +5,10 @@
 
 #include <sys/types.h>
 
-struct ProgramStreams {
-    int output = -1;        // a descriptor that becomes the program's standard output; -1: ours
-    bool own_group = false; // it leads a process group, so that it can be killed with all that it starts
-};
-
 // Starts `program` (a path, no search) with `arguments`, a list that ends with null and begins with the program's
-// name. It has default signal dispositions, an empty signal mask and only the standard streams open. Returns its
-// process id, or -1.
-pid_t ProgramStart(const char *program, const char *const arguments[], const ProgramStreams &streams);
+// name. It has default signal dispositions, an empty signal mask and only the standard streams open, which are ours.
+// Returns its process id, or -1.
+pid_t ProgramStart(const char *program, const char *const arguments[]);
 
 // Waits for the end of a child. Returns what waitpid says of it, or -1 when there is no such child.
 int ProgramWait(pid_t child);

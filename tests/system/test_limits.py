@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Bounds that only the whole daemon meets."""
 import os
+import signal
 import sqlite3
 import time
 
@@ -45,6 +46,21 @@ def test_a_decoder_that_is_too_slow_is_killed_and_the_song_keeps_its_names(song)
     command = f"{DECODER} -i {SONG} 2> /dev/null"
     assert song.logged("aac.c", f"Killed after {LIMITS['kDecoderTimeMax']} ms without a result. [{command}]") == 1
     assert song.children() == []
+
+
+@pytest.mark.parametrize("number", [signal.SIGKILL, signal.SIGTERM])
+def test_a_decoder_does_not_outlive_the_daemon(song, number):
+    song.write(DECODER, "#!/bin/sh\nsetsid sleep 36000 &\necho $! > /tmp/half\nmv /tmp/half /tmp/decoding\nwait\n")
+    os.chmod(song.box.path(DECODER), 0o755)
+    song.queue(f"a:{SONG}")
+    song.signal()
+    wait_for(lambda: song.exists("/tmp/decoding"), "the decoder")
+    decoding = [int(song.read("/tmp/decoding")), *song.children()]
+    song.signal(number)
+    song.wait_gone()
+    for process in decoding:
+        song.wait_gone(process)
+    song.pid = 0
 
 
 @pytest.mark.sqlite

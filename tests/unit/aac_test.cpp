@@ -2,17 +2,14 @@
 #include "container/aac.h"
 
 #include "catalogue/indexers.h"
-#include "container/command_line_reader.h"
 #include "container/faad_line.h"
 #include "platform/limits.h"
 #include "tests/unit/comma_locale.h"
 #include "tests/unit/log_capture.h"
-#include "tests/unit/program_output.h"
 #include "tests/unit/test_files.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <time.h>
 #include <unistd.h>
 
 namespace {
@@ -43,12 +40,6 @@ protected:
         LogTake();
     }
 };
-
-double Seconds() {
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
 
 } // namespace
 
@@ -115,43 +106,6 @@ TEST(FaadLine, ALongFirstWordFits) {
     MediaInfo record;
     EXPECT_TRUE(Parse(std::string(5000, 'x') + " duration;1;samplerate;2;channel;3;bitrate;4;", &record));
     EXPECT_EQ(record.channels, 3u);
-}
-
-TEST(CommandLineReader, GivesTheFirstLineOnly) {
-    char line[16];
-    EXPECT_EQ(CommandLineRead("echo one; echo two", 10'000, line, sizeof line), CommandLine::kRead);
-    EXPECT_STREQ(line, "one\n");
-    EXPECT_EQ(CommandLineRead("printf end", 10'000, line, sizeof line), CommandLine::kRead);
-    EXPECT_STREQ(line, "end");
-    EXPECT_EQ(CommandLineRead("true", 10'000, line, sizeof line), CommandLine::kNone);
-    EXPECT_STREQ(line, "");
-    EXPECT_EQ(CommandLineRead("echo 12345678901234567890", 10'000, line, sizeof line), CommandLine::kRead);
-    EXPECT_STREQ(line, "123456789012345");
-    EXPECT_EQ(CommandLineRead("printf a; sleep 0.1; echo b", 10'000, line, sizeof line), CommandLine::kRead);
-    EXPECT_STREQ(line, "ab\n");
-}
-
-TEST(CommandLineReader, OutputWithoutEndEndsWithItsReader) {
-    char line[16];
-    EXPECT_EQ(CommandLineRead("yes", 60'000, line, sizeof line), CommandLine::kRead);
-    EXPECT_STREQ(line, "y\n");
-}
-
-TEST(CommandLineReader, ACommandThatHangsIsKilledWithAllItStarted) {
-    char line[16];
-    const double start = Seconds();
-    EXPECT_EQ(CommandLineRead("sleep 60 & echo $! > /tmp/sleeper; sleep 60", 200, line, sizeof line),
-              CommandLine::kTimedOut);
-    EXPECT_EQ(CommandLineRead("echo one; exec >&-; sleep 60", 200, line, sizeof line), CommandLine::kRead);
-    EXPECT_STREQ(line, "one\n");
-    EXPECT_LT(Seconds() - start, 20);
-    // Its group goes at once or is waiting for its new parent; it does not run any more.
-    const std::string state =
-        ProgramRun(
-            "sed -n 's/^State:[^A-Z]*\\([A-Z]\\).*/\\1/p' /proc/$(cat /tmp/sleeper)/status 2>/dev/null")
-            .text;
-    EXPECT_TRUE(state.empty() || state == "Z\n") << state;
-    unlink("/tmp/sleeper");
 }
 
 TEST_F(AacTest, TheDecodersValuesAreTaken) {

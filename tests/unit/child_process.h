@@ -75,3 +75,19 @@ inline long ProcessStatus(pid_t pid, const char *field) {
     fclose(file);
     return value;
 }
+
+// True when the process is gone before long, or waits for its parent to reap it.
+inline bool ProcessEnds(pid_t process) {
+    const std::string path = "/proc/" + std::to_string(process) + "/stat";
+    for (int i = 0; i < 10000; ++i) {
+        FILE *file = fopen(path.c_str(), "re");
+        char state = 'Z';
+        const bool runs = file != nullptr && fscanf(file, "%*d (%*[^)]) %c", &state) == 1 && state != 'Z';
+        if (file != nullptr)
+            fclose(file);
+        if (!runs)
+            return true;
+        usleep(1000);
+    }
+    return false;
+}
