@@ -45,13 +45,15 @@ std::string RowPathOf(const char *path) {
 
 // True for what is there, and for what may be there as far as anybody can tell now; a line says so.
 bool StillExists(const char *path, int line = __builtin_LINE()) {
-    if (IsDirExist(path) || IsFileExist(path, nullptr)) {
+    // With a slash behind it nothing but a directory would be found.
+    const std::string place(PathOfDirectory(path));
+    if (IsDirExist(place.c_str()) || IsFileExist(place.c_str(), nullptr)) {
         syslog(LOG_ERR, "%s (%d) Dir or File exists (%s). Skip remove it from database.", kLogName, line,
                path);
         return true;
     }
     int error = 0;
-    if (MayBeThere(path, &error) && error != 0) {
+    if (MayBeThere(place.c_str(), &error) && error != 0) {
         syslog(LOG_ERR, "%s (%d) The rows at and below %s are kept. (%s)", kLogName, line, path,
                strerror(error));
         return true;

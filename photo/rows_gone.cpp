@@ -23,8 +23,10 @@ constexpr size_t kConditionRoom = 32; // beside the path
 } // namespace
 
 bool PathIsGone(const char *path) {
+    // With a slash behind it nothing but a directory would be found.
+    const std::string place(PathOfDirectory(path));
     struct stat status;
-    return stat(path, &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
+    return stat(place.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 bool RowsGoneGet(Catalogue catalogue, int table, const char *directory, std::vector<std::string> *paths) {

@@ -133,6 +133,22 @@ TEST_F(QueuePasses, AShareThatIsRemovedLosesItsRowsHoweverItIsWritten) {
     }
 }
 
+TEST_F(QueuePasses, AFileThatExistsKeepsItsRowsHoweverItIsWritten) {
+    Run("a:/volume1/music/1.pcm\na:/volume1/photo/1.jpg\n");
+    for (const std::string path : {"/volume1/music/1.pcm", "/volume1/photo/1.jpg"}) {
+        for (const std::string command : {"D:", "d:"}) {
+            for (const std::string end : {"", "/", "//"}) {
+                LogCatcher log;
+                Run(command + path + end + "\n");
+                EXPECT_EQ(log.Lines("Dir or File exists (" + path + end + ")").size(), 1U) << command << end;
+            }
+        }
+    }
+    EXPECT_EQ(Paths("music"), "/volume1/music/1.pcm");
+    EXPECT_EQ(Paths("photo"), "/volume1/photo/1.jpg");
+    EXPECT_EQ(PhotoPaths("photo_image"), "/volume1/photo/1.jpg");
+}
+
 TEST_F(QueuePasses, EqualRequestsAreKeptOnce) {
     Configure(kMediaAway);
     Run("a:/volume1/music/1.pcm\na:/volume1/music/2.pcm\na:/volume1/music/1.pcm\n");
