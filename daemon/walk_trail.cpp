@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <sys/vfs.h>
 
+#include "platform/limits.h"
+
 namespace {
 
 // True for a link back to an ancestor.
@@ -23,12 +25,17 @@ bool IsKernelTree(int directory) {
            (system.f_type == PROC_SUPER_MAGIC || system.f_type == SYSFS_MAGIC);
 }
 
-// True when the directory has been entered from below another link before: directories full of links to one
-// another would otherwise be walked in every order there is.
-bool IsLinkedAgain(WalkTrail *trail, const struct stat &status, bool by_link) {
+// True when the directory has been entered from below another link before, and such visits are used up: directories full
+// of links to one another would otherwise be walked in every order there is.
+bool IsLinkedTooOften(WalkTrail *trail, const struct stat &status, bool by_link) {
     if (!by_link || trail->steps.empty() || !trail->steps.back().linked)
         return false;
-    return !trail->linked_from_links.insert({status.st_dev, status.st_ino}).second;
+    if (trail->linked_from_links.insert({status.st_dev, status.st_ino}).second)
+        return false;
+    if (trail->entered_again == kWalkEnteredAgainMax)
+        return true;
+    ++trail->entered_again;
+    return false;
 }
 
 } // namespace
@@ -40,7 +47,7 @@ TrailStep WalkTrailEnter(WalkTrail *trail, int directory, bool by_link) {
     if (IsOwnAncestor(*trail, status))
         return TrailStep::left_out;
     const bool other_device = trail->steps.empty() || trail->steps.back().device != status.st_dev;
-    if ((other_device && IsKernelTree(directory)) || IsLinkedAgain(trail, status, by_link))
+    if ((other_device && IsKernelTree(directory)) || IsLinkedTooOften(trail, status, by_link))
         return TrailStep::left_out;
     const bool linked = by_link || (!trail->steps.empty() && trail->steps.back().linked);
     trail->steps.push_back({status.st_dev, status.st_ino, linked});

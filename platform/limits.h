@@ -155,6 +155,11 @@ inline constexpr uint64_t kProbeAddressReserve = uint64_t{1} << 30;
 // deeper, and an open directory is the surer place.
 inline constexpr size_t kWalkOpenLevels = 16;
 
+// How often a walk enters a directory anew that a link below another link has led into before. People link the same
+// album from several collections, and it has rows at each place; directories full of links to one another could be
+// walked in more orders than there is time. Beyond it each such directory is still entered once.
+inline constexpr size_t kWalkEnteredAgainMax = 1000;
+
 // Bytes that are read of each table of mounts. A line is mostly shorter than two hundred, and machines with more than
 // some thousand mounts are rare; what is mounted behind that counts as not mounted, and keeps its rows when it is empty.
 inline constexpr size_t kMountTableMax = 4 * 1024 * 1024;

@@ -137,8 +137,45 @@ TEST_F(WalkerTest, LinksThatPointAtEachOtherEnd) {
                                               "/volume1/music/y", "/volume1/music/y/to_x"}));
 }
 
+TEST_F(WalkerTest, ADirectoryThatLinksReachAtSeveralPlacesHasRowsAtEach) {
+    FileWrite("/volume1/video/common/a.pcm", "x");
+    for (const char *name : {"x", "y"}) {
+        fs::create_directories(std::string("/volume1/video/") + name);
+        fs::create_directory_symlink("/volume1/video/common",
+                                     std::string("/volume1/video/") + name + "/common");
+        fs::create_directory_symlink(std::string("/volume1/video/") + name,
+                                     std::string("/volume1/music/") + name);
+    }
+    IndexDirWalk("/volume1/music", kIndexAdd, kWalkMedia);
+    const Texts both = {"/volume1/music/x/common/a.pcm", "/volume1/music/y/common/a.pcm"};
+    EXPECT_EQ(MediaPaths("music"), both);
+    EXPECT_EQ(IndexDirWalk(nullptr, kIndexReindex, kWalkMusicShare), 0);
+    EXPECT_EQ(MediaPaths("music"), both);
+    EXPECT_TRUE(LogTake().empty());
+}
+
+TEST_F(WalkerTest, VisitsOfADirectoryThatALinkHasLedIntoBeforeAreCounted) {
+    FileWrite("/volume1/video/common/a.pcm", "x");
+    fs::create_directories("/volume1/video/collection");
+    fs::create_directory_symlink("/volume1/video/collection", "/volume1/music/collection");
+    size_t links = 0;
+    for (; links < 1 + kWalkEnteredAgainMax; ++links)
+        fs::create_directory_symlink("/volume1/video/common",
+                                     "/volume1/video/collection/" + std::to_string(links));
+    const auto found = [] {
+        VELUIndexRunBegin();
+        IndexDirWalk("/volume1/music", kIndexAdd, kWalkMedia);
+        VELUIndexRunEnd();
+        return MediaPaths("music").size();
+    };
+    EXPECT_EQ(found(), links);
+    fs::create_directory_symlink("/volume1/video/common", "/volume1/video/collection/more");
+    IndexDirWalk("/volume1/music", kIndexRemove, kWalkMedia);
+    EXPECT_EQ(found(), links) << "one place more is one too many";
+}
+
 // In every order there is, eight directories would be more than a hundred thousand.
-TEST_F(WalkerTest, DirectoriesFullOfLinksToOneAnotherAreWalkedOnce) {
+TEST_F(WalkerTest, DirectoriesFullOfLinksToOneAnotherEnd) {
     constexpr int kDirectories = 8;
     const auto name = [](int i) { return "/volume1/music/d" + std::to_string(i); };
     for (int i = 0; i < kDirectories; ++i)
@@ -152,8 +189,9 @@ TEST_F(WalkerTest, DirectoriesFullOfLinksToOneAnotherAreWalkedOnce) {
     VELUIndexRunBegin();
     IndexDirWalk("/volume1/music", kIndexAdd, kWalkMedia);
     VELUIndexRunEnd();
-    // The share, its directories, what each links to, and each of them once from below a link.
-    constexpr size_t kMost = 1 + kDirectories + kDirectories * (kDirectories - 1) + kDirectories;
+    // The share, its directories, what each links to, each of them once from below a link, and such visits again.
+    constexpr size_t kMost =
+        1 + kDirectories + kDirectories * (kDirectories - 1) + kDirectories + kWalkEnteredAgainMax;
     EXPECT_LE(MediaPaths("directory").size(), kMost);
     EXPECT_GE(MediaPaths("directory").size(), kMost - kDirectories);
 }
