@@ -34,6 +34,11 @@ bool MayBeThere(const char *path, int *error) {
     return !IsNothing(*error);
 }
 
+bool IsSeen(const char *path) {
+    struct stat status;
+    return lstat(path, &status) == 0;
+}
+
 MetFile MetFileLook(const char *path, off_t *size) {
     struct stat status;
     // A name that was read a moment ago, and is not there: that may be a file system that fails.

@@ -9,6 +9,10 @@
 // 0). A link is what it leads to.
 [[nodiscard]] bool MayBeThere(const char *path, int *error);
 
+// True when the entry itself can be looked at, wherever it leads. One that cannot be, when its turn in a walk comes, is no
+// file.
+[[nodiscard]] bool IsSeen(const char *path);
+
 // What has become of a file whose name a walk has just read, and which was not saved.
 enum class MetFile {
     there,

@@ -9,6 +9,7 @@
 #include "daemon/index.h"
 #include "daemon/storage_away.h"
 #include "daemon/tree_cursor.h"
+#include "daemon/walk_presence.h"
 #include "daemon/walk_reindex.h"
 #include "daemon/walk_rules.h"
 #include "photo/flv_converter.h"
@@ -43,7 +44,8 @@ void TreeWalk(const char *path, int mode, int mask) {
             TreeLeave(&cursor);
         } else if (event == TreeEvent::entered && (mask & kWalkMedia) != 0) {
             IndexFileAdd(cursor.path.c_str(), mode);
-        } else if (event == TreeEvent::entry && cursor.kind == EntryKind::file) {
+        } else if (event == TreeEvent::entry && cursor.kind == EntryKind::file &&
+                   IsSeen(cursor.path.c_str())) {
             FileVisit(cursor.path.c_str(), mode, mask);
         } else if (event == TreeEvent::left && IsUnread(cursor.end)) {
             syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, cursor.path.c_str());

@@ -89,6 +89,10 @@ bool LacksMedia(const Known &known, const char *path) {
 }
 
 void KnownPathUpdate(const Known &known, const char *path, bool *missed) {
+    if (!IsSeen(path)) {
+        *missed = BlVELUIndexIsPhotoOnWebFile(path) != 0;
+        return;
+    }
     VELUIndexRunPause();
     if (LacksMedia(known, path))
         IndexFileAdd(path, kIndexAdd);
@@ -96,6 +100,8 @@ void KnownPathUpdate(const Known &known, const char *path, bool *missed) {
 }
 
 void NewPathAdd(const char *path) {
+    if (!IsSeen(path))
+        return;
     VELUIndexRunPause();
     if (IndexFileAdd(path, kIndexAdd) == 0)
         PhotoLibraryFileUpdate(path, kIndexAdd);

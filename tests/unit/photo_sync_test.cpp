@@ -186,3 +186,24 @@ TEST_F(PhotoSyncTest, ANewFileThatIsNotIndexedGoesToTheConverter) {
     EXPECT_EQ(PhotoDirRefresh("/volume1/photo/D", &entries), 0);
     EXPECT_EQ(FileRead("/tmp/converted"), "-f /volume1/photo/D/a.\n");
 }
+
+// The converter of the first takes all of them away.
+TEST_F(PhotoSyncTest, WhatIsGoneAtItsTurnStartsNoConverter) {
+    FileWrite("/usr/velu/bin/veluflvconv",
+              "#!/bin/sh\necho \"$@\" >>/tmp/converted\nrm -f /volume1/photo/D/*\n");
+    const std::vector<std::string> entries = {"a.mkv", "b.mkv"};
+    const auto refresh = [&entries] {
+        fs::remove("/tmp/converted");
+        for (const std::string &entry : entries)
+            FileWrite("/volume1/photo/D/" + entry, "x");
+        EXPECT_EQ(PhotoDirRefresh("/volume1/photo/D", &entries), 0);
+        return FileRead("/tmp/converted");
+    };
+    EXPECT_EQ(refresh(), "-f /volume1/photo/D/a.mkv\n") << "new files";
+    for (const std::string &entry : entries) {
+        MediaInfo video = {};
+        snprintf(video.path, sizeof video.path, "/volume1/photo/D/%s", entry.c_str());
+        ASSERT_EQ(MediaInfoDBSave(kMediaVideo, &video), 0);
+    }
+    EXPECT_EQ(refresh(), "-f /volume1/photo/D/a.mkv\n") << "known ones";
+}

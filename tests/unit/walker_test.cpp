@@ -314,6 +314,24 @@ TEST_F(WalkerTest, AFileOfThePhotoShareThatFailedGoesToTheConverter) {
     EXPECT_EQ(FileRead("/tmp/converted"), "-f /volume1/photo/clip.mp4\n");
 }
 
+// Which of them comes first is the file system's affair: its converter takes all away, which the listing has told of.
+TEST_F(WalkerTest, AFileThatIsGoneAtItsTurnStartsNoConverter) {
+    supportphoto = 1;
+    FileWrite("/usr/velu/bin/veluflvconv",
+              "#!/bin/sh\necho \"$@\" >> /tmp/converted\nrm -f /volume1/photo/*.mkv\n");
+    fs::permissions("/usr/velu/bin/veluflvconv", fs::perms::owner_all);
+    const auto converted_by = [](int mode, int mask) {
+        fs::remove("/tmp/converted");
+        for (const char *name : {"a", "b", "c"})
+            FileWrite(std::string("/volume1/photo/") + name + ".mkv", "no video");
+        IndexDirWalk("/volume1/photo", mode, mask);
+        const std::string converted = FileRead("/tmp/converted");
+        return std::count(converted.begin(), converted.end(), '\n');
+    };
+    EXPECT_EQ(converted_by(kIndexAdd, kWalkMedia | kWalkPhotoLibrary), 1);
+    EXPECT_EQ(converted_by(kIndexUpdate, kWalkPhotoLibrary), 1);
+}
+
 TEST_F(WalkerTest, AShareIsTakenAnew) {
     FileWrite("/volume1/music/a.pcm", "x");
     FileWrite("/volume1/music/gone.pcm", "x");
