@@ -231,3 +231,15 @@ def test_links_are_followed_as_the_walk_does(watched):
     assert watcher.requests() == [f"D:{MUSIC}/links/l"]
     outside.write("t/b.mp3")
     assert watcher.requests() == [f"a:{MUSIC}/links/again/t/b.mp3"]
+
+
+def test_what_links_below_two_links_lead_to_is_watched_at_both_places(watched):
+    box, watcher = watched
+    inside, common = Place(box, f"{MUSIC}/collections"), Place(box, "/tmp/common")
+    for name in ("x", "y"):
+        collection = Place(box, f"/tmp/collection-{name}")
+        os.symlink("/tmp/common", collection.host("common"))
+        os.symlink(f"/tmp/collection-{name}", inside.host(name))
+    watcher.requests()
+    common.write("b.mp3")
+    assert watcher.requests() == [f"a:{MUSIC}/collections/{name}/common/b.mp3" for name in ("x", "y")]

@@ -15,6 +15,7 @@
 #include "daemon/path_rules.h"
 #include "daemon/storage_mounts.h"
 #include "daemon/walk_rules.h"
+#include "platform/limits.h"
 #include "platform/velusdk.h"
 #include "tools/shared/safe_text.h"
 
@@ -41,18 +42,23 @@ void Unwatched(Watcher *watcher, NodeId node, const std::string &path, int error
                SafeText(path).c_str(), watcher->tree.size());
 }
 
-// The walk of the daemon follows links, but into no directory that it is in, and by a link below another link only
-// once into each.
-bool EndsHere(const Watcher &watcher, NodeId node, int watch) {
-    const WatchTree &tree = watcher.tree;
+// The walk of the daemon follows links, but into no directory that it is in, and only so often by a link below another
+// link into one that such a link has led to before.
+bool EndsHere(Watcher *watcher, NodeId node, int watch) {
+    const WatchTree &tree = watcher->tree;
     if (tree.IsWatchOfAncestor(node, watch))
         return true;
-    if (!tree.ByLink(node) || tree.Parent(node) == kNoNode || !tree.Linked(tree.Parent(node)))
+    const auto is_link_below_link = [&tree](NodeId at) {
+        return tree.ByLink(at) && tree.Parent(at) != kNoNode && tree.Linked(tree.Parent(at));
+    };
+    const std::vector<NodeId> others = tree.WatchedAs(watch);
+    if (!is_link_below_link(node) || std::ranges::none_of(others, [&](NodeId other) {
+            return other != node && is_link_below_link(other);
+        }))
         return false;
-    for (const NodeId other : tree.WatchedAs(watch)) {
-        if (other != node && tree.ByLink(other) && tree.Linked(tree.Parent(other)))
-            return true;
-    }
+    if (watcher->entered_again.size() == kWalkEnteredAgainMax)
+        return watcher->entered_again.count(node) == 0;
+    watcher->entered_again.insert(node);
     return false;
 }
 
@@ -69,7 +75,7 @@ bool NodeWatch(Watcher *watcher, NodeId node, const std::string &path) {
         return false;
     }
     watcher->unwatched.erase(node);
-    if (EndsHere(*watcher, node, watch)) {
+    if (EndsHere(watcher, node, watch)) {
         TreeForget(watcher, node);
         return false;
     }
@@ -105,6 +111,7 @@ void WatcherClose(Watcher *watcher) {
     watcher->unwatched.clear();
     watcher->unmounting.clear();
     watcher->unmounted.clear();
+    watcher->entered_again.clear();
 }
 
 bool IsLeftOut(const std::string &directory, std::string_view name) {
@@ -151,6 +158,7 @@ void TreeForget(Watcher *watcher, NodeId top) {
     for (const NodeId node : removed.nodes) {
         watcher->unwatched.erase(node);
         watcher->unmounted.erase(node);
+        watcher->entered_again.erase(node);
     }
     // Before their numbers are used again.
     std::erase_if(watcher->doubtful, [&](NodeId node) { return !watcher->tree.Exists(node); });

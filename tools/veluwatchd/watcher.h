@@ -25,6 +25,8 @@ struct Watcher {
     // Directories whose file system was unmounted: just now, and those that are to come back.
     std::vector<NodeId> unmounting;
     std::set<NodeId> unmounted;
+    // Directories below one link that another link leads to a second time.
+    std::set<NodeId> entered_again;
     bool limit_told = false;
 };
 
