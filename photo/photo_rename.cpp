@@ -67,10 +67,10 @@ int VideoRowRename(const VELUIndexRows *rows, const char *table, const char *new
     const std::string sql = SqlFormat(to.literal.size() + from.literal.size() + kStatementRoom,
                                       "Update %s set path = '%s' where path = '%s'", table,
                                       to.literal.c_str(), from.literal.c_str());
-    VELUDB *db = VELUIndexRowsConnection(rows);
-    if (VELUDBExecute(db, sql.c_str(), nullptr) >= 0)
+    if (VELUIndexRowsExecute(rows, sql.c_str()) >= 0)
         return 0;
-    syslog(LOG_ERR, "%s (%d) Failed to exec [%s] (%s)", kLogName, __LINE__, sql.c_str(), VELUDBErrorGet(db));
+    syslog(LOG_ERR, "%s (%d) Failed to exec [%s] (%s)", kLogName, __LINE__, sql.c_str(),
+           VELUDBErrorGet(VELUIndexRowsConnection(rows)));
     VELUIndexRowsFailed(rows);
     return -1;
 }

@@ -84,6 +84,9 @@ int VELUDBBegin(VELUDB *db);
 int VELUDBCommit(VELUDB *db);
 void VELUDBRollback(VELUDB *db);
 
+// Begins a transaction whose reads all see the same moment. Returns 0 or -1.
+int VELUDBBeginOneView(VELUDB *db);
+
 // Begins a transaction that only reads, and sees the database as it is at one moment: it waits for no writer and
 // holds none up. Returns 0 or -1.
 int VELUDBBeginReading(VELUDB *db);

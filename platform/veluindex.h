@@ -218,6 +218,9 @@ void PhotoInfoDBClose(VELUIndexRows *rows);
 const VELUDBResult *VELUIndexRowsResult(const VELUIndexRows *rows);
 VELUDB *VELUIndexRowsConnection(const VELUIndexRows *rows);
 
+// Runs one statement of the caller's own on that connection. Returns the number of rows changed, or -1.
+int VELUIndexRowsExecute(const VELUIndexRows *rows, const char *sql);
+
 // To be called when a statement of the caller's own on that connection has failed, so that its request hears of it.
 void VELUIndexRowsFailed(const VELUIndexRows *rows);
 

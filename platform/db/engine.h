@@ -14,7 +14,14 @@
 #include "platform/veludb.h"
 
 // Raised whenever the table changes, so that a module of another build is refused and not called wrongly.
-inline constexpr int kEngineSeam = 3;
+inline constexpr int kEngineSeam = 4;
+
+// What a transaction is begun for.
+enum class EngineBegin {
+    writing,
+    oneView, // the same, and all its reads see the same moment
+    reading, // as VELUDBBeginReading promises
+};
 
 // A connection is the engine's own; veludb.h says what each function promises. `rows` may be null, else it
 // comes empty and receives the columns and rows. Integers are 0 (or a number of rows) on success, -1 on
@@ -28,7 +35,7 @@ struct VELUDBEngine {
     int (*exec)(void *connection, const char *sql, VELUDBResult *rows);
     int (*prepare)(void *connection, const char *sql);
     int (*run)(void *connection, int statement, const VELUDBValue *values, size_t count, VELUDBResult *rows);
-    int (*begin)(void *connection);
+    int (*begin)(void *connection, EngineBegin what);
     int (*commit)(void *connection);
     void (*rollback)(void *connection);
     int (*in_transaction)(const void *connection);
@@ -36,6 +43,7 @@ struct VELUDBEngine {
     const char *(*error)(const void *connection);
     int (*store_failed)(const void *connection);
     int (*connected)(const void *connection);
+    int (*forbid_writes)(void *connection); // see VELUDBForbidWrites
 };
 
 // Returns the engine behind SQLite files.

@@ -154,8 +154,8 @@ int Run(void *handle, int number, const VELUDBValue *values, size_t count, VELUD
 }
 
 // The write lock is taken at once: a transaction that begins as a reader cannot wait for it later.
-int Begin(void *handle) {
-    return Exec(handle, "begin immediate", nullptr);
+int Begin(void *handle, EngineBegin what) {
+    return Exec(handle, what == EngineBegin::reading ? "begin" : "begin immediate", nullptr);
 }
 
 void Rollback(void *handle) {
@@ -235,11 +235,10 @@ constexpr VELUDBWords kWords = {
     .serial = "integer",
     .real = "real",
     .keeps_spelled_booleans = true,
+    .pooled = false,
     .prepare_lock = nullptr,
-    .one_view = nullptr,
     .count_on = nullptr,
-    .begin_reading = "begin",
-    .forbid_writes = "pragma query_only = on",
+    .compact = "vacuum",
 };
 
 } // namespace
@@ -262,6 +261,7 @@ const VELUDBEngine *SqliteEngine() {
         .error = [](const void *connection) { return Connection(connection)->error.c_str(); },
         .store_failed = StoreFailed,
         .connected = [](const void *) { return 1; },
+        .forbid_writes = [](void *handle) { return Exec(handle, "pragma query_only = on", nullptr); },
     };
     return &kEngine;
 }

@@ -73,10 +73,9 @@ bool IsWhole(const VELUDBEngine &engine, std::string *error) {
                        engine.commit != nullptr && engine.rollback != nullptr &&
                        engine.in_transaction != nullptr && engine.sync != nullptr &&
                        engine.error != nullptr && engine.store_failed != nullptr &&
-                       engine.connected != nullptr;
+                       engine.connected != nullptr && engine.forbid_writes != nullptr;
     const bool spelled = words != nullptr && words->path != nullptr && words->serial != nullptr &&
-                         words->real != nullptr && words->begin_reading != nullptr &&
-                         words->forbid_writes != nullptr;
+                         words->real != nullptr && words->compact != nullptr;
     if (calls && spelled && engine.name != nullptr && engine.seam == kEngineSeam)
         return true;
     *error = std::string("the engine \"") + (engine.name != nullptr ? engine.name : "") + "\" lacks a part";
@@ -96,6 +95,10 @@ int Guarded(VELUDB *db, Call call) {
         db->out_of_memory = true;
         return -1;
     }
+}
+
+int Begin(VELUDB *db, EngineBegin what) {
+    return Guarded(db, [&] { return db->engine->begin(db->connection, what) < 0 ? -1 : 0; });
 }
 
 // Runs `call` with a fresh result set, which reaches the caller only on success.
@@ -231,7 +234,11 @@ ResultHandle VELUDBRunQuery(VELUDB *db, int statement, const VELUDBValue *values
 }
 
 int VELUDBBegin(VELUDB *db) {
-    return Guarded(db, [&] { return db->engine->begin(db->connection); });
+    return Begin(db, EngineBegin::writing);
+}
+
+int VELUDBBeginOneView(VELUDB *db) {
+    return Begin(db, EngineBegin::oneView);
 }
 
 int VELUDBCommit(VELUDB *db) {
@@ -252,11 +259,11 @@ void VELUDBRollback(VELUDB *db) {
 }
 
 int VELUDBBeginReading(VELUDB *db) {
-    return db == nullptr || VELUDBExecute(db, VELUDBWordsOf(db).begin_reading, nullptr) < 0 ? -1 : 0;
+    return Begin(db, EngineBegin::reading);
 }
 
 int VELUDBForbidWrites(VELUDB *db) {
-    return db == nullptr || VELUDBExecute(db, VELUDBWordsOf(db).forbid_writes, nullptr) < 0 ? -1 : 0;
+    return Guarded(db, [&] { return db->engine->forbid_writes(db->connection) < 0 ? -1 : 0; });
 }
 
 int VELUDBInTransaction(const VELUDB *db) {

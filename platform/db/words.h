@@ -11,13 +11,14 @@ struct VELUDBWords {
     // A boolean is kept as it was spelled, so that the schema has to make the spellings one.
     bool keeps_spelled_booleans;
 
+    // Between two transactions the session may serve another program, and a read may be answered by a copy that lags
+    // behind unless its transaction has written: nothing that counts stands outside of one.
+    bool pooled;
+
     // Statements. The first, within a transaction, lets one program at a time prepare the tables; null where beginning
     // it does so already.
     const char *prepare_lock;
-    // As the first of a transaction, lets all its reads see the same moment; null where they do already.
-    const char *one_view;
     // Puts the counter of TABLE's keys behind its largest id; null where the rows themselves are the counter.
     const char *count_on;
-    const char *begin_reading; // see VELUDBBeginReading
-    const char *forbid_writes; // see VELUDBForbidWrites
+    const char *compact; // gives back what removed rows have held
 };

@@ -11,6 +11,8 @@
 #include <charconv>
 #include <string_view>
 
+#include "platform/index/store.h"
+
 namespace {
 
 constexpr char kLogName[] = "catalogue_copy.c";
@@ -161,7 +163,7 @@ DatabaseHandle OpenSource(Catalogue catalogue, const char *uri) {
     }
     if (SchemaApply(db.get(), catalogue) != 0)
         return nullptr;
-    if (SchemaBeginReading(db.get()) != 0) {
+    if (StoreBegin(db.get(), catalogue, true) != 0) {
         Fail("FROM", db.get());
         return nullptr;
     }
@@ -182,7 +184,7 @@ int CatalogueCopy(Catalogue catalogue, const char *from, const char *to, std::ve
     const DatabaseHandle target(VELUDBOpen(to));
     if (target == nullptr || SchemaApply(target.get(), catalogue) != 0)
         return -1;
-    if (VELUDBBegin(target.get()) != 0)
+    if (StoreBegin(target.get(), catalogue) != 0)
         return Fail("TO", target.get());
     for (const Table &table : kTables)
         if (table.catalogue == catalogue && CopyTable(source.get(), target.get(), table, copied) != 0)

@@ -42,7 +42,7 @@ VELUIndexRows *Open(Catalogue catalogue, const char *const (&tables)[N], int tab
     StoreConnectionRef connection = RunConnection(catalogue);
     if (connection == nullptr)
         return nullptr;
-    ResultHandle result = VELUDBQuery(connection->db.get(), sql.c_str());
+    ResultHandle result = RunQuery(catalogue, sql.c_str());
     if (result == nullptr) {
         const std::string reason = VELUDBErrorGet(connection->db.get());
         if (RunBorrowedFailed(catalogue, connection->db.get()))
@@ -83,6 +83,13 @@ const VELUDBResult *VELUIndexRowsResult(const VELUIndexRows *rows) {
 
 VELUDB *VELUIndexRowsConnection(const VELUIndexRows *rows) {
     return rows == nullptr ? nullptr : rows->connection->db.get();
+}
+
+int VELUIndexRowsExecute(const VELUIndexRows *rows, const char *sql) {
+    VELUDB *db = VELUIndexRowsConnection(rows);
+    if (db == nullptr)
+        return -1;
+    return StoreAlone(db, rows->catalogue, [&] { return VELUDBExecute(db, sql, nullptr); });
 }
 
 void VELUIndexRowsFailed(const VELUIndexRows *rows) {

@@ -6,6 +6,7 @@
 
 #include <new>
 
+#include "platform/db/words.h"
 #include "platform/index/rows.h"
 #include "platform/index/run.h"
 #include "platform/veluindex.h"
@@ -24,9 +25,10 @@ int Compact(Catalogue catalogue) {
     const StoreConnectionRef connection = RunConnection(catalogue);
     if (connection == nullptr)
         return -1;
-    if (VELUDBExecute(connection->db.get(), "vacuum", nullptr) >= 0)
+    VELUDB *db = connection->db.get();
+    if (VELUDBExecute(db, VELUDBWordsOf(db).compact, nullptr) >= 0)
         return 0;
-    LogFailure(catalogue, VELUDBErrorGet(connection->db.get()));
+    LogFailure(catalogue, VELUDBErrorGet(db));
     return -1;
 }
 

@@ -39,6 +39,18 @@ void ToDisk() {
     }
 }
 
+// Reads what `call` gives, in the batch or as StoreAlone does.
+template <typename Call>
+ResultHandle ReadOf(Session *session, Call call) {
+    if (!SessionReadBegin(session))
+        return nullptr;
+    VELUDBResult *rows = nullptr;
+    const StoreConnection &connection = *session->connection;
+    const int result = StoreAlone(connection.db.get(), connection.catalogue, [&] { return call(&rows); });
+    ResultHandle read(rows);
+    return result < 0 ? nullptr : std::move(read);
+}
+
 } // namespace
 
 int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size_t count) {
@@ -77,18 +89,29 @@ int RunWriteText(Catalogue catalogue, const char *sql) {
 
 ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values) {
     Session &session = SessionOf(catalogue);
-    VELUDBResult *rows = nullptr;
     if (!SessionConnect(catalogue, account.request))
         return nullptr;
-    int result = StoreRun(session.connection.get(), statement, values.begin(), values.size(), &rows);
-    if (result < 0 && SessionRecovered(catalogue)) {
+    const auto read = [&] {
+        return ReadOf(&session, [&](VELUDBResult **rows) {
+            return StoreRun(session.connection.get(), statement, values.begin(), values.size(), rows);
+        });
+    };
+    ResultHandle rows = read();
+    if (rows == nullptr && SessionRecovered(catalogue)) {
         if (!SessionConnect(catalogue, account.request))
             return nullptr;
-        result = StoreRun(session.connection.get(), statement, values.begin(), values.size(), &rows);
+        rows = read();
     }
-    if (result < 0)
+    if (rows == nullptr)
         SessionFailed(catalogue, SessionAbout(values.begin(), values.size()).c_str());
-    return ResultHandle(rows);
+    return rows;
+}
+
+ResultHandle RunQuery(Catalogue catalogue, const char *sql) {
+    Session &session = SessionOf(catalogue);
+    return ReadOf(&session, [&](VELUDBResult **rows) {
+        return VELUDBExecute(session.connection->db.get(), sql, rows);
+    });
 }
 
 StoreConnectionRef RunConnection(Catalogue catalogue) {

@@ -28,6 +28,10 @@ ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<V
 // connection. Null on failure, logged likewise.
 StoreConnectionRef RunConnection(Catalogue catalogue);
 
+// Reads through a statement that somebody has put together, on the connection that was lent last. Null on failure, which
+// RunBorrowedFailed is to be told.
+ResultHandle RunQuery(Catalogue catalogue, const char *sql);
+
 // Notes that a statement of the run has failed on a connection that was lent. True when the borrower is to log it: a store
 // that is away has its one line.
 bool RunBorrowedFailed(Catalogue catalogue, VELUDB *db);

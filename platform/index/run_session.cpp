@@ -138,10 +138,13 @@ bool SessionConnect(Catalogue catalogue, uint64_t request) {
 }
 
 int SessionRun(Session *session, int statement, const VELUDBValue *values, size_t count) {
-    if (statement == kPlainText)
-        return VELUDBExecute(session->connection->db.get(), std::string(values->text, values->length).c_str(),
-                             nullptr);
-    return StoreRun(session->connection.get(), statement, values, count, nullptr);
+    StoreConnection *connection = session->connection.get();
+    VELUDB *db = connection->db.get();
+    return StoreAlone(db, connection->catalogue, [&] {
+        if (statement == kPlainText)
+            return VELUDBExecute(db, std::string(values->text, values->length).c_str(), nullptr);
+        return StoreRun(connection, statement, values, count, nullptr);
+    });
 }
 
 std::string SessionAbout(const VELUDBValue *values, size_t count) {
@@ -202,13 +205,17 @@ bool SessionBatchIsFull(const Session &session) {
     return !session.together && (session.batch.rows >= kBatchRowsMax || SessionBatchIsOld(session));
 }
 
+bool SessionReadBegin(Session *session) {
+    return !VELUDBWordsOf(session->connection->db.get()).pooled || SessionBatchBegin(session);
+}
+
 bool SessionBatchBegin(Session *session) {
     // Rows that are being read lend the connection to their reader, whose own statements on it no batch would do
     // again: until they are freed each write stands for itself.
     const bool lent = session->connection.use_count() > 1 && !session->together;
     if (session->batch_open || lent)
         return true;
-    if (VELUDBBegin(session->connection->db.get()) != 0)
+    if (StoreBegin(session->connection->db.get(), session->connection->catalogue) != 0)
         return false;
     session->batch_open = true;
     session->batch_start = run_clock();

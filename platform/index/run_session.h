@@ -41,6 +41,9 @@ std::string SessionAbout(const VELUDBValue *values, size_t count);
 // Begins a batch, unless one goes on or the connection is lent. False when that fails.
 [[nodiscard]] bool SessionBatchBegin(Session *session);
 
+// The same for a read, where the engine wants what is read and what follows from it in one transaction.
+[[nodiscard]] bool SessionReadBegin(Session *session);
+
 [[nodiscard]] bool SessionBatchIsOld(const Session &session);
 [[nodiscard]] bool SessionBatchIsFull(const Session &session);
 

@@ -7,6 +7,7 @@
 #include <string.h>
 #include <syslog.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -36,6 +37,14 @@ std::string Spelled(const char *sql, const VELUDBWords &words) {
     return Replaced(std::move(text), "REAL", words.real);
 }
 
+int VersionRead(VELUDB *db) {
+    const ResultHandle rows = VELUDBQuery(db, "select version from schema_version");
+    if (rows == nullptr)
+        return -1;
+    const char *field = VELUDBFetchField(rows.get(), 0, "version");
+    return field != nullptr ? static_cast<int>(strtol(field, nullptr, 10)) : 0;
+}
+
 int RunSteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps, int version) {
     const VELUDBWords &words = VELUDBWordsOf(db);
     for (const SchemaStep &step : steps) {
@@ -51,31 +60,35 @@ int RunSteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps,
     return VELUDBExecute(db, ("insert into schema_version values (" + newest + ")").c_str(), nullptr);
 }
 
-// Another program may have been first, so that the version is read within the transaction.
+// Another program may have been first, so that the version is read within the transaction. Returns the one that the tables
+// have at its end, or -1.
 int Migrate(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps) {
     if (VELUDBBegin(db) != 0)
         return -1;
     const char *lock = VELUDBWordsOf(db).prepare_lock;
     if (lock != nullptr && VELUDBExecute(db, lock, nullptr) < 0)
         return -1;
-    int result = VELUDBExecute(db, "create table if not exists schema_version (version integer)", nullptr);
-    if (result >= 0) {
-        const int version = SchemaVersion(db);
-        if (version < 0) // the table is there: what cannot be read now may be of any version
-            return -1;
-        result = version >= NewestVersion(steps, catalogue) ? 0 : RunSteps(db, catalogue, steps, version);
-    }
-    return result < 0 ? -1 : VELUDBCommit(db);
+    if (VELUDBExecute(db, "create table if not exists schema_version (version integer)", nullptr) < 0)
+        return -1;
+    const int version = VersionRead(db);
+    if (version < 0) // the table is there: what cannot be read now may be of any version
+        return -1;
+    const int newest = NewestVersion(steps, catalogue);
+    if (version < newest && RunSteps(db, catalogue, steps, version) < 0)
+        return -1;
+    return VELUDBCommit(db) == 0 ? std::max(version, newest) : -1;
 }
 
 } // namespace
 
 int SchemaVersion(VELUDB *db) {
-    const ResultHandle rows = VELUDBQuery(db, "select version from schema_version");
-    if (rows == nullptr)
+    if (!VELUDBWordsOf(db).pooled || VELUDBInTransaction(db) != 0)
+        return VersionRead(db);
+    if (VELUDBBegin(db) != 0)
         return -1;
-    const char *field = VELUDBFetchField(rows.get(), 0, "version");
-    return field != nullptr ? static_cast<int>(strtol(field, nullptr, 10)) : 0;
+    const int version = VersionRead(db);
+    VELUDBRollback(db);
+    return version;
 }
 
 bool SchemaColumnIsReal(const char *column) {
@@ -84,13 +97,6 @@ bool SchemaColumnIsReal(const char *column) {
         if (strstr(step.sql, declared.c_str()) != nullptr)
             return true;
     return false;
-}
-
-int SchemaBeginReading(VELUDB *db) {
-    if (VELUDBBegin(db) != 0)
-        return -1;
-    const char *one_view = VELUDBWordsOf(db).one_view;
-    return one_view != nullptr && VELUDBExecute(db, one_view, nullptr) < 0 ? -1 : 0;
 }
 
 int SchemaCountOn(VELUDB *db, const char *table) {
@@ -104,14 +110,14 @@ int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep
     const int newest = NewestVersion(steps, catalogue);
     int version = SchemaVersion(db);
     if (version < newest) {
-        if (Migrate(db, catalogue, steps) != 0) {
+        version = Migrate(db, catalogue, steps);
+        if (version < 0) {
             if (tell)
                 syslog(LOG_ERR, "%s (%d) Failed to prepare the tables of the %s. (%s)", kLogName, __LINE__,
                        CatalogueName(catalogue), VELUDBErrorGet(db));
             VELUDBRollback(db);
             return -1;
         }
-        version = SchemaVersion(db);
     }
     if (version > newest) {
         if (tell)

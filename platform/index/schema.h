@@ -34,9 +34,6 @@ int SchemaVersion(VELUDB *db);
 // True for a column that holds reals, in whichever table.
 bool SchemaColumnIsReal(const char *column);
 
-// Begins a transaction whose reads all see the same moment of the database. Returns 0 or -1.
-int SchemaBeginReading(VELUDB *db);
-
 // Lets the keys that a database counts up go on behind the largest that its rows have. Returns 0 or -1.
 int SchemaCountOn(VELUDB *db, const char *table);
 

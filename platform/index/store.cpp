@@ -14,6 +14,11 @@ constexpr const ConfigurationKey *kPlaces[kCatalogues] = {&ConfigurationKeyOf("m
 
 constexpr int kNotPrepared = -1;
 
+// A write without rows, on a table that few others lock: it costs nothing, needs no right that the daemon could do without,
+// and keeps whoever deals out statements from asking a copy for the rest of the transaction.
+constexpr const char *kFirstWrites[kCatalogues] = {"delete from directory where false",
+                                                   "delete from video_comment where false"};
+
 } // namespace
 
 int VELUIndexUriGet(Catalogue catalogue, char *out, size_t size) {
@@ -25,6 +30,7 @@ StoreConnectionRef StoreConnect(Catalogue catalogue, bool tell) {
     if (VELUIndexUriGet(catalogue, uri, sizeof uri) != 0)
         return nullptr;
     auto connection = std::make_shared<StoreConnection>();
+    connection->catalogue = catalogue;
     connection->db.reset(VELUDBOpen(uri, CatalogueName(catalogue), tell));
     if (connection->db == nullptr || SchemaApply(connection->db.get(), catalogue, tell) != 0)
         return nullptr;
@@ -45,4 +51,14 @@ int StoreRun(StoreConnection *connection, int statement, const VELUDBValue *valu
         }
     }
     return VELUDBRun(connection->db.get(), prepared, values, count, rows);
+}
+
+int StoreBegin(VELUDB *db, Catalogue catalogue, bool one_view) {
+    if ((one_view ? VELUDBBeginOneView(db) : VELUDBBegin(db)) != 0)
+        return -1;
+    const char *first = kFirstWrites[static_cast<size_t>(catalogue)];
+    if (!VELUDBWordsOf(db).pooled || VELUDBExecute(db, first, nullptr) >= 0)
+        return 0;
+    VELUDBRollback(db);
+    return -1;
 }

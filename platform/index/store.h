@@ -7,11 +7,13 @@
 #include <memory>
 #include <vector>
 
+#include "platform/db/words.h"
 #include "platform/index/schema.h"
 #include "platform/veludb.h"
 
 // One connection with the statements prepared on it, by their number in the store.
 struct StoreConnection {
+    Catalogue catalogue;
     DatabaseHandle db;
     std::vector<int> prepared;
 };
@@ -25,3 +27,22 @@ StoreConnectionRef StoreConnect(Catalogue catalogue, bool tell);
 // Runs a statement by its number (statements.h), preparing it at its first use. `rows` may be null, as for VELUDBRun.
 int StoreRun(StoreConnection *connection, int statement, const VELUDBValue *values, size_t count,
              VELUDBResult **rows);
+
+// Begins a transaction on a catalogue's database (`one_view`: whose reads all see the same moment) that decides by what it
+// reads: what answers is the database itself, which takes writes, and no copy that lags behind. Returns 0 or -1.
+int StoreBegin(VELUDB *db, Catalogue catalogue, bool one_view = false);
+
+// Runs `call`, which returns at least 0 when all is well, in such a transaction of its own where the engine must not run
+// anything outside of one. Returns its result, or -1.
+template <typename Call>
+int StoreAlone(VELUDB *db, Catalogue catalogue, Call call) {
+    if (!VELUDBWordsOf(db).pooled || VELUDBInTransaction(db) != 0)
+        return call();
+    if (StoreBegin(db, catalogue) != 0)
+        return -1;
+    const int result = call();
+    if (result >= 0)
+        return VELUDBCommit(db) == 0 ? result : -1;
+    VELUDBRollback(db);
+    return -1;
+}

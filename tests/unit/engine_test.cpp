@@ -39,8 +39,8 @@ TEST(Engine, WithoutItsOwnWordsIsRefusedWithOneLine) {
     ExpectRefused(Unknown(nullptr), "unheard-of");
     const VELUDBWords none = {};
     ExpectRefused(Unknown(&none), "unheard-of");
-    for (const auto word : {&VELUDBWords::path, &VELUDBWords::serial, &VELUDBWords::real,
-                            &VELUDBWords::begin_reading, &VELUDBWords::forbid_writes}) {
+    for (const auto word :
+         {&VELUDBWords::path, &VELUDBWords::serial, &VELUDBWords::real, &VELUDBWords::compact}) {
         VELUDBWords words = *SqliteEngine()->words;
         words.*word = nullptr;
         ExpectRefused(Unknown(&words), "unheard-of");
@@ -50,6 +50,12 @@ TEST(Engine, WithoutItsOwnWordsIsRefusedWithOneLine) {
 TEST(Engine, WithoutACallANameOrItsBuildIsRefusedWithOneLine) {
     VELUDBEngine engine = Unknown(SqliteEngine()->words);
     engine.store_failed = nullptr;
+    ExpectRefused(engine, "unheard-of");
+    engine = Unknown(SqliteEngine()->words);
+    engine.begin = nullptr;
+    ExpectRefused(engine, "unheard-of");
+    engine = Unknown(SqliteEngine()->words);
+    engine.forbid_writes = nullptr;
     ExpectRefused(engine, "unheard-of");
     engine = Unknown(SqliteEngine()->words);
     engine.name = nullptr;

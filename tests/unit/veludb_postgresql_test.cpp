@@ -108,6 +108,70 @@ TEST_F(ServerDb, AServerThatSaysNothingIsGivenUp) {
     close(listener);
 }
 
+// A pooler may give the session to another program after each transaction.
+TEST_F(ServerDb, NothingIsLeftInTheSession) {
+    const auto left = [&] {
+        return Query("select name as x from pg_prepared_statements union all "
+                     "select name || '=' || setting from pg_settings where source = 'session'");
+    };
+    EXPECT_EQ(left(), "");
+    ASSERT_EQ(Exec("create table t (x text)"), 0);
+    const int insert = VELUDBPrepare(db, "insert into t values ($1)");
+    const VELUDBValue value = VELUDBValue::Text("a", 1);
+    ASSERT_EQ(VELUDBBegin(db), 0);
+    for (int i = 0; i < 8; ++i)
+        EXPECT_EQ(VELUDBRun(db, insert, &value, 1, nullptr), 1);
+    EXPECT_EQ(Query("select count(*) as x from pg_prepared_statements"), "0");
+    ASSERT_EQ(VELUDBCommit(db), 0);
+    EXPECT_EQ(left(), "");
+    for (const auto begin : {VELUDBBegin, VELUDBBeginOneView, VELUDBBeginReading}) {
+        ASSERT_EQ(begin(db), 0);
+        ASSERT_EQ(VELUDBCommit(db), 0);
+    }
+    ASSERT_EQ(VELUDBSync(db), 0);
+    EXPECT_EQ(left(), "");
+    ASSERT_EQ(VELUDBForbidWrites(db), 0);
+    EXPECT_EQ(Query("select current_setting('default_transaction_read_only') as x"), "off");
+}
+
+// Each of them takes the place of the one before in the session.
+TEST_F(ServerDb, PreparedStatementsMayTakeTurns) {
+    ASSERT_EQ(Exec("create table t (x text)"), 0);
+    const int insert = VELUDBPrepare(db, "insert into t values ($1)");
+    const int twice = VELUDBPrepare(db, "insert into t values ($1 || $2), ($2)");
+    const VELUDBValue values[] = {VELUDBValue::Text("a", 1), VELUDBValue::Text("b", 1)};
+    for (const bool within : {false, true}) {
+        if (within) {
+            ASSERT_EQ(VELUDBBegin(db), 0);
+        }
+        EXPECT_EQ(VELUDBRun(db, insert, values, 1, nullptr), 1);
+        EXPECT_EQ(VELUDBRun(db, insert, values, 1, nullptr), 1);
+        EXPECT_EQ(Query("select count(*) as x from t where x = 'a'"), within ? "5" : "2");
+        EXPECT_EQ(VELUDBRun(db, insert, values, 1, nullptr), 1);
+        EXPECT_EQ(VELUDBRun(db, twice, values, 2, nullptr), 2);
+        EXPECT_EQ(VELUDBRun(db, twice, values, 2, nullptr), 2);
+        EXPECT_EQ(VELUDBRun(db, insert, values, 2, nullptr), -1);
+    }
+    ASSERT_EQ(VELUDBCommit(db), 0);
+    EXPECT_EQ(Query("select x || ':' || count(*) as x from t group by t.x order by t.x"), "a:6|ab:4|b:4");
+}
+
+TEST_F(ServerDb, AConnectionThatOnlyReadsWritesNeitherAloneNorInATransaction) {
+    ASSERT_EQ(Exec("create table t (x text)"), 0);
+    const int insert = VELUDBPrepare(db, "insert into t values ('a')");
+    ASSERT_EQ(VELUDBForbidWrites(db), 0);
+    EXPECT_EQ(Exec("insert into t values ('a')"), -1);
+    EXPECT_EQ(VELUDBRun(db, insert, nullptr, 0, nullptr), -1);
+    for (const auto begin : {VELUDBBegin, VELUDBBeginOneView, VELUDBBeginReading}) {
+        ASSERT_EQ(begin(db), 0);
+        EXPECT_EQ(Query("select x from t"), "");
+        EXPECT_EQ(VELUDBRun(db, insert, nullptr, 0, nullptr), -1);
+        VELUDBRollback(db);
+    }
+    EXPECT_EQ(VELUDBInTransaction(db), 0);
+    EXPECT_EQ(Query("select x from t"), "");
+}
+
 // The server would refuse every statement that follows until the rollback.
 TEST_F(ServerDb, AFailedStatementEndsTheTransaction) {
     ASSERT_EQ(Exec("create table t (x text primary key)"), 0);
@@ -144,8 +208,8 @@ TEST_F(ServerDb, ALostConnectionIsTheStoresFaultAndEndsTheTransaction) {
 
 TEST_F(ServerDb, ALockIsWaitedForAndThenTheStoresFault) {
     ASSERT_EQ(Exec("create table t (x text)"), 0);
-    ASSERT_EQ(Query("select current_setting('lock_timeout') as x"), "10s");
     ASSERT_EQ(VELUDBBegin(db), 0);
+    ASSERT_EQ(Query("select current_setting('lock_timeout') as x"), "10s");
     ASSERT_EQ(Exec("lock table t"), 0);
     VELUDB *other = VELUDBOpen(UriWith("options=-c%20lock_timeout%3D100").c_str());
     ASSERT_NE(other, nullptr);
@@ -175,13 +239,17 @@ TEST_F(ServerDb, WhatIsTheServersFaultAndWhatTheStatements) {
 
 // What is not waited for row by row is waited for once: the log is on disk as far as it is written.
 TEST_F(ServerDb, SyncFlushesWhatWasCommitted) {
+    ASSERT_EQ(VELUDBBegin(db), 0);
     ASSERT_EQ(Query("select current_setting('synchronous_commit') as x"), "off");
     ASSERT_EQ(Exec("create table t (x text)"), 0);
     ASSERT_EQ(Exec("insert into t values ('a')"), 1);
+    ASSERT_EQ(VELUDBCommit(db), 0);
     const std::string written = Query("select pg_current_wal_insert_lsn() as x");
     ASSERT_EQ(VELUDBSync(db), 0) << VELUDBErrorGet(db);
     EXPECT_EQ(Query("select pg_current_wal_flush_lsn() >= '" + written + "' as x"), "t");
+    ASSERT_EQ(VELUDBBegin(db), 0);
     EXPECT_EQ(Query("select current_setting('synchronous_commit') as x"), "off") << "for that commit alone";
+    EXPECT_EQ(VELUDBCommit(db), 0);
     EXPECT_EQ(VELUDBInTransaction(db), 0);
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <libpq-fe.h>
+#include <stdint.h>
 
 #include <memory>
 #include <string>
@@ -14,9 +15,21 @@
 using PgHandle = std::unique_ptr<PGconn, CloseWith<PQfinish>>;
 using PgRows = std::unique_ptr<PGresult, CloseWith<PQclear>>;
 
+struct PgStatement {
+    std::string sql;
+    size_t parameters = 0;
+};
+
+inline constexpr size_t kNoStatement = SIZE_MAX;
+
+// A pooler may give each transaction another session, and that session to another program afterwards. So statements have
+// no names there, and settings end with their transaction.
 struct PgConnection {
     PgHandle server;
-    std::vector<size_t> statements; // the number of parameters of each prepared statement
+    std::vector<PgStatement> statements;
+    size_t parsed = kNoStatement; // which of them the session has without a name, while a transaction is open
+    std::string settings;         // the statement that makes them, for the transaction that it stands in
+    bool only_reads = false;
     std::string error;
     bool store_failed = false; // the last failure was the server's, not the statement's own
 };

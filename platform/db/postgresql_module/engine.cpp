@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <string_view>
 
 #include "platform/db/postgresql_module/connection.h"
 
@@ -70,31 +71,96 @@ int Finish(PgConnection *connection, const PgRows &answer, VELUDBResult *rows) {
     return Changed(answer.get());
 }
 
+PGTransactionStatusType Status(const PgConnection *connection) {
+    return PQtransactionStatus(connection->server.get());
+}
+
 // The protocol of prepared statements: unlike PQexec it refuses a second statement in the text.
-int Exec(void *handle, const char *sql, VELUDBResult *rows) {
-    PgConnection *connection = Connection(handle);
+int Send(PgConnection *connection, const char *sql, VELUDBResult *rows) {
     constexpr int kTextResult = 0;
+    connection->parsed = kNoStatement;
     const PgRows answer = PgAnswer(connection, PQsendQueryParams(connection->server.get(), sql, 0, nullptr,
                                                                  nullptr, nullptr, nullptr, kTextResult));
     return Finish(connection, answer, rows);
 }
 
-std::string StatementName(size_t number) {
-    return "velu" + std::to_string(number);
+// The last failure keeps its words.
+void Rollback(PgConnection *connection) {
+    connection->parsed = kNoStatement;
+    const PGTransactionStatusType status = Status(connection);
+    if (status == PQTRANS_INTRANS || status == PQTRANS_INERROR)
+        PgAnswer(connection, PQsendQuery(connection->server.get(), "rollback"));
 }
 
+// A transaction with a failed statement in it would answer a commit with a rollback, and success.
+int Commit(PgConnection *connection) {
+    if (Status(connection) == PQTRANS_IDLE)
+        return PgFail(connection, "no transaction is open");
+    if (Status(connection) == PQTRANS_INTRANS && Send(connection, "commit", nullptr) >= 0)
+        return 0;
+    Rollback(connection);
+    return -1;
+}
+
+// PostgreSQL only warns of a transaction within another.
+int Begin(PgConnection *connection, EngineBegin what) {
+    if (Status(connection) == PQTRANS_INTRANS)
+        return PgFail(connection, "a transaction is open");
+    std::string sql = "begin";
+    if (what != EngineBegin::writing)
+        sql += " isolation level repeatable read";
+    if (what == EngineBegin::reading || connection->only_reads)
+        sql += " read only";
+    if (Send(connection, sql.c_str(), nullptr) < 0)
+        return -1;
+    if (Send(connection, connection->settings.c_str(), nullptr) >= 0)
+        return 0;
+    Rollback(connection);
+    return -1;
+}
+
+// Runs `call`, in a transaction that keeps it from writing when that is forbidden.
+template <typename Call>
+int Guarded(PgConnection *connection, Call call) {
+    if (!connection->only_reads || Status(connection) != PQTRANS_IDLE)
+        return call();
+    if (Begin(connection, EngineBegin::writing) != 0)
+        return -1;
+    const int result = call();
+    if (result >= 0 && Commit(connection) == 0)
+        return result;
+    Rollback(connection);
+    return -1;
+}
+
+int Exec(void *handle, const char *sql, VELUDBResult *rows) {
+    PgConnection *connection = Connection(handle);
+    return Guarded(connection, [&] { return Send(connection, sql, rows); });
+}
+
+// The largest number of the parameters in a statement, none of which is named in a literal.
+size_t ParameterCount(std::string_view sql) {
+    size_t most = 0;
+    for (size_t at = sql.find('$'); at != std::string_view::npos; at = sql.find('$', at + 1)) {
+        size_t number = 0;
+        std::from_chars(sql.data() + at + 1, sql.data() + sql.size(), number);
+        most = std::max(most, number);
+    }
+    return most;
+}
+
+// The statement goes to the server now, for its errors, and each time that another one has come in between: it has no name,
+// which would be there for whoever has the session next, or be there already.
 int Prepare(void *handle, const char *sql) {
     PgConnection *connection = Connection(handle);
-    const std::string name = StatementName(connection->statements.size());
+    connection->parsed = kNoStatement;
     const PgRows prepared =
-        PgAnswer(connection, PQsendPrepare(connection->server.get(), name.c_str(), sql, 0, nullptr));
+        PgAnswer(connection, PQsendPrepare(connection->server.get(), "", sql, 0, nullptr));
     if (!PgSucceeded(prepared.get()))
         return PgFail(connection, prepared.get());
-    const PgRows described =
-        PgAnswer(connection, PQsendDescribePrepared(connection->server.get(), name.c_str()));
-    if (!PgSucceeded(described.get()))
-        return PgFail(connection, described.get());
-    connection->statements.push_back(static_cast<size_t>(PQnparams(described.get())));
+    connection->statements.push_back({sql, ParameterCount(sql)});
+    if (Status(connection) == PQTRANS_INTRANS)
+        connection->parsed = connection->statements.size() - 1;
     return static_cast<int>(connection->statements.size()) - 1;
 }
 
@@ -126,74 +192,69 @@ bool IsNull(const VELUDBValue &value) {
            (value.type == VELUDBValue::Type::real && isnan(value.real));
 }
 
+// The values of a statement as texts, one behind the other.
+struct Texts {
+    std::string bytes;
+    std::vector<const char *> each; // null for NULL
+};
+
+Texts TextsOf(const VELUDBValue *values, size_t count) {
+    Texts texts;
+    std::vector<size_t> offsets;
+    for (size_t i = 0; i < count; ++i) {
+        offsets.push_back(texts.bytes.size());
+        Append(&texts.bytes, values[i]);
+    }
+    for (size_t i = 0; i < count; ++i)
+        texts.each.push_back(IsNull(values[i]) ? nullptr : texts.bytes.data() + offsets[i]);
+    return texts;
+}
+
+int SendStatement(PgConnection *connection, size_t number, const VELUDBValue *values, size_t count,
+                  VELUDBResult *rows) {
+    constexpr int kTextResult = 0;
+    PGconn *server = connection->server.get();
+    const Texts texts = TextsOf(values, count);
+    const int parameters = static_cast<int>(count);
+    const bool again = Status(connection) == PQTRANS_INTRANS && connection->parsed == number;
+    connection->parsed = kNoStatement;
+    const PgRows answer = PgAnswer(
+        connection,
+        again ? PQsendQueryPrepared(server, "", parameters, texts.each.data(), nullptr, nullptr, kTextResult)
+              : PQsendQueryParams(server, connection->statements[number].sql.c_str(), parameters, nullptr,
+                                  texts.each.data(), nullptr, nullptr, kTextResult));
+    if (Status(connection) == PQTRANS_INTRANS)
+        connection->parsed = number;
+    return Finish(connection, answer, rows);
+}
+
 int Run(void *handle, int number, const VELUDBValue *values, size_t count, VELUDBResult *rows) {
     PgConnection *connection = Connection(handle);
     if (number < 0 || static_cast<size_t>(number) >= connection->statements.size())
         return PgFail(connection, "no such statement");
     const auto statement = static_cast<size_t>(number);
-    if (count != connection->statements[statement])
+    if (count != connection->statements[statement].parameters)
         return PgFail(connection, "wrong number of values");
-    std::string text;
-    std::vector<size_t> offsets;
-    for (size_t i = 0; i < count; ++i) {
-        offsets.push_back(text.size());
-        Append(&text, values[i]);
-    }
-    std::vector<const char *> parameters;
-    for (size_t i = 0; i < count; ++i)
-        parameters.push_back(IsNull(values[i]) ? nullptr : text.data() + offsets[i]);
-    constexpr int kTextResult = 0;
-    const PgRows answer =
-        PgAnswer(connection, PQsendQueryPrepared(connection->server.get(), StatementName(statement).c_str(),
-                                                 static_cast<int>(count), parameters.data(), nullptr, nullptr,
-                                                 kTextResult));
-    return Finish(connection, answer, rows);
-}
-
-PGTransactionStatusType Status(const void *handle) {
-    return PQtransactionStatus(Connection(handle)->server.get());
-}
-
-// PostgreSQL only warns of a transaction within another.
-int Begin(void *handle) {
-    return Status(handle) == PQTRANS_INTRANS ? PgFail(Connection(handle), "a transaction is open")
-                                             : Exec(handle, "begin", nullptr);
-}
-
-void Rollback(void *handle) {
-    const PGTransactionStatusType status = Status(handle);
-    if (status == PQTRANS_INTRANS || status == PQTRANS_INERROR)
-        PgAnswer(Connection(handle), PQsendQuery(Connection(handle)->server.get(), "rollback"));
-}
-
-// A transaction with a failed statement in it would answer a commit with a rollback, and success.
-int Commit(void *handle) {
-    if (Status(handle) == PQTRANS_IDLE)
-        return PgFail(Connection(handle), "no transaction is open");
-    if (Status(handle) == PQTRANS_INTRANS && Exec(handle, "commit", nullptr) >= 0)
-        return 0;
-    Rollback(handle);
-    return -1;
+    return Guarded(connection, [&] { return SendStatement(connection, statement, values, count, rows); });
 }
 
 // A failed statement ends the transaction here: the server takes nothing more until it is rolled back.
 int InTransaction(const void *handle) {
-    return Status(handle) == PQTRANS_INTRANS;
+    return Status(Connection(handle)) == PQTRANS_INTRANS;
 }
 
-// The one commit that waits for the disk. The server flushes its log for a transaction that has written to
-// it, and with it all that was committed before; the message costs a few bytes of log and leaves nothing
-// behind.
+// The one commit that waits for the disk. The server flushes its log for a transaction that has written to it, and with it
+// all that was committed before; the message costs a few bytes of log and leaves nothing behind.
 int Sync(void *handle) {
+    constexpr char kMessage[] =
+        "select set_config('synchronous_commit', case current_setting('synchronous_commit') when 'off' then "
+        "'on' "
+        "else current_setting('synchronous_commit') end, true), pg_logical_emit_message(true, 'velu', '')";
     PgConnection *connection = Connection(handle);
-    const PgRows answer =
-        PgAnswer(connection, PQsendQuery(connection->server.get(),
-                                         "begin; set local synchronous_commit = on; "
-                                         "select pg_logical_emit_message(true, 'velu', ''); commit"));
-    if (PgSucceeded(answer.get()))
+    if (Send(connection, "begin", nullptr) >= 0 && Send(connection, kMessage, nullptr) >= 0 &&
+        Commit(connection) == 0)
         return 0;
-    PgFail(connection, answer.get());
-    Rollback(handle);
+    Rollback(connection);
     return -1;
 }
 
@@ -203,11 +264,10 @@ constexpr VELUDBWords kWords = {
     .serial = "bigserial",
     .real = "double precision",
     .keeps_spelled_booleans = false,
+    .pooled = true,
     .prepare_lock = "select pg_advisory_xact_lock(1986358645)",
-    .one_view = "set transaction isolation level repeatable read",
     .count_on = "select setval(pg_get_serial_sequence('TABLE', 'id'), max(id)) from TABLE having max(id) > 0",
-    .begin_reading = "begin isolation level repeatable read read only",
-    .forbid_writes = "set default_transaction_read_only = on",
+    .compact = "vacuum (skip_locked)", // outside a transaction no time limit of ours holds
 };
 
 } // namespace
@@ -222,9 +282,9 @@ extern "C" __attribute__((visibility("default"))) const VELUDBEngine *VELUDBModu
         .exec = Exec,
         .prepare = Prepare,
         .run = Run,
-        .begin = Begin,
-        .commit = Commit,
-        .rollback = Rollback,
+        .begin = [](void *handle, EngineBegin what) { return Begin(Connection(handle), what); },
+        .commit = [](void *handle) { return Commit(Connection(handle)); },
+        .rollback = [](void *handle) { Rollback(Connection(handle)); },
         .in_transaction = InTransaction,
         .sync = Sync,
         .error = [](const void *connection) { return Connection(connection)->error.c_str(); },
@@ -232,6 +292,11 @@ extern "C" __attribute__((visibility("default"))) const VELUDBEngine *VELUDBModu
         .connected =
             [](const void *connection) {
                 return PQstatus(Connection(connection)->server.get()) == CONNECTION_OK ? 1 : 0;
+            },
+        .forbid_writes =
+            [](void *connection) {
+                Connection(connection)->only_reads = true;
+                return 0;
             },
     };
     return &kEngine;

@@ -21,12 +21,21 @@ constexpr Setting kDefaults[] = {
     {"keepalives_count", "3"}, {"tcp_user_timeout", "60000"}, {"fallback_application_name", "veluindexd"},
 };
 
-// Bytes go through unchanged, and nothing in a literal but the quote is special. Commits do not wait for the disk:
-// VELUDBSync does, once for all of them. A lock is waited for as long as SQLite's, unless somebody has set that.
-constexpr char kSessionSettings[] = "set standard_conforming_strings = on; set synchronous_commit = off; "
-                                    "set extra_float_digits = 1; "
-                                    "select set_config('lock_timeout', '10000', false) "
-                                    "where current_setting('lock_timeout') = '0'";
+// What a transaction needs, for its own time. Nothing in a literal but the quote is special. A lock is waited for as long
+// as SQLite's, unless somebody has set that. Commits do not wait for the disk: VELUDBSync does, once for all of them, and a
+// server that has lost some has broken the connection by then. A pooler's connection does not break when a server behind
+// it does; it has made up the process that it names, so that there each commit waits.
+std::string SettingsOf(const PGconn *server) {
+    const std::string ours = std::to_string(PQbackendPID(server));
+    return "select set_config('standard_conforming_strings', 'on', true), "
+           "set_config('extra_float_digits', '1', true), "
+           "set_config('lock_timeout', case current_setting('lock_timeout') when '0' then '10000' "
+           "else current_setting('lock_timeout') end, true), "
+           "set_config('synchronous_commit', case when pg_backend_pid() = " +
+           ours +
+           " then 'off' when current_setting('synchronous_commit') = 'off' then 'on' "
+           "else current_setting('synchronous_commit') end, true)";
+}
 
 void NoticeIgnore(void *, const PGresult *) {}
 
@@ -66,17 +75,13 @@ PGconn *Connect(const char *uri) {
 }
 
 // Returns what is wrong with a connection that was made, or an empty text.
-std::string SetUp(PgConnection *connection) {
-    PGconn *server = connection->server.get();
+std::string EncodingProblem(const PGconn *server) {
     // Any other encoding refuses the paths that are not valid in it, and compares and counts characters.
     const char *encoding = PQparameterStatus(server, "server_encoding");
     if (encoding == nullptr || strcmp(encoding, "SQL_ASCII") != 0)
         return std::string("the database has encoding ") + (encoding != nullptr ? encoding : "(unknown)") +
                ", but paths are bytes: it must be created with encoding SQL_ASCII";
-    const PgRows rows = PgAnswer(connection, PQsendQuery(server, kSessionSettings));
-    if (!PgSucceeded(rows.get()))
-        PgFail(connection, rows.get());
-    return connection->error;
+    return {};
 }
 
 } // namespace
@@ -93,6 +98,7 @@ void *PgOpen(const char *uri, std::string *error) {
         return nullptr;
     }
     PQsetNoticeReceiver(server, NoticeIgnore, nullptr);
-    *error = SetUp(connection.get());
+    connection->settings = SettingsOf(server);
+    *error = EncodingProblem(server);
     return error->empty() ? connection.release() : nullptr;
 }
