@@ -42,26 +42,28 @@ def unpacked(packages, tmp_path_factory):
     return folder
 
 
-def next_version(package, folder):
-    """The same package as of one version later."""
+def next_version(package, folder, mark):
+    """The same package as of a version later."""
     name, version = field(package, "Package"), field(package, "Version")
     tree = folder / name
     subprocess.run(["dpkg-deb", "-R", package, tree], check=True)
     control = tree / "DEBIAN/control"
-    control.write_text(control.read_text(encoding="utf-8").replace(version, version + "+1"), encoding="utf-8")
+    control.write_text(control.read_text(encoding="utf-8").replace(version, version + mark), encoding="utf-8")
     subprocess.run(["dpkg-deb", "-Znone", "-b", tree, folder / f"{name}.deb"], check=True, capture_output=True)
     shutil.rmtree(tree)
 
 
 @pytest.fixture(scope="session")
 def shared(packages, tmp_path_factory):
-    """What the machine sees in /mnt: the packages in new/ and, of a later version, in newer/; media files in media/."""
+    """What the machine sees in /mnt: the packages in new/ and, of later versions, in newer/ and newest/; media files in
+    media/."""
     folder = tmp_path_factory.mktemp("shared")
-    for name in ("new", "newer", "media"):
+    for name in ("new", "newer", "newest", "media"):
         (folder / name).mkdir()
     for name, package in packages.items():
         shutil.copy(package, folder / "new" / f"{name}.deb")
-        next_version(package, folder / "newer")
+        next_version(package, folder / "newer", "+1")
+        next_version(package, folder / "newest", "+2")
     wav = f"{folder}/tone.wav"
     media.tone(wav)
     media.mp3(f"{folder}/media/song.mp3", wav, title="First Song", artist="The Players", album="Early Works")

@@ -9,8 +9,9 @@ import subprocess
 import time
 
 SUITE = "bookworm"
-# Beside apt and what a package of ours depends on: an init to start services, and man to read the manuals.
-PACKAGES = ("systemd-sysv", "man-db")
+# Beside apt and what a package of ours depends on: an init to start services, man to read the manuals, and acl, which the
+# daemon as a user of its own needs.
+PACKAGES = ("systemd-sysv", "man-db", "acl")
 # Of other packages, nobody reads these here. The folders stay: a package that is removed must not be the last in them.
 EXCLUDED = ("/usr/share/locale/*/*", "/usr/share/doc/*/*", "/usr/share/man/man*/*")
 SETTINGS = ("env", "-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", "HOME=/root", "LC_ALL=C.UTF-8", "DEBIAN_FRONTEND=noninteractive")

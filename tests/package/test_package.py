@@ -11,12 +11,16 @@ import pytest
 QUEUE = "/var/spool/velu_indexing_queue"
 SONG = "/srv/music/song.mp3"
 PATIENCE = 300  # seconds; beside other tests, the machine has what processor time they leave
+PID_FILE = "/run/veluindexd.pid"
+LAST_RUN = "/run/veluindexd.last_run"
+DROP_IN = "/etc/systemd/system/veluindexd.service.d"
 SERVER = 'mediadb="postgresql:///velu?host=/run/none"\n'
 
-# What dpkg, apt, man and systemd keep of any package that was there.
+# What dpkg, apt, man, systemd and the tools of the user database keep of any package that was there.
 TRACES_OF_OTHERS = re.compile(r"""
     /var/lib/dpkg/status-old | /var/lib/apt/lists/auxfiles | /var/lib/apt/extended_states
   | /var/cache/apt/(src)?pkgcache\.bin | /var/cache/man/(index\.db | cat\d(/[\w.-]+\.gz)? | (\w+/)?CACHEDIR\.TAG)
+  | /etc/(passwd|group|shadow|gshadow)-
   | /var/log/(dpkg\.log | wtmp | apt/(eipp\.log\.xz | history\.log | term\.log) | journal/\w+/[\w@-]+\.journal)
 """, re.VERBOSE)
 
@@ -48,6 +52,11 @@ def rows(machine):
     with contextlib.closing(sqlite3.connect(file, uri=True, timeout=10)) as catalogue:
         catalogue.row_factory = sqlite3.Row
         return {row["path"]: dict(row) for row in catalogue.execute("select * from music")}
+
+
+def is_locked_by_it(machine):
+    return machine.run("cat", PID_FILE).stdout == str(main_pid(machine)) and \
+        machine.run("flock", "--nonblock", PID_FILE, "true", check=False).returncode == 1
 
 
 def wait_for_queue(machine):
@@ -113,6 +122,27 @@ def test_what_is_queued_while_it_is_stopped_is_done_at_its_start(machine):
     assert {"/srv/music/renamed.mp3", "/srv/music/tone.aac"} == {path for path in rows(machine) if path.startswith("/srv")}
 
 
+def test_a_pid_file_that_a_power_cut_has_left_does_not_keep_it_from_starting(machine):
+    machine.run("systemctl", "stop", "veluindexd")
+    machine.run("sh", "-c", f"echo 1 >{PID_FILE}")  # a process that lives
+    machine.run("systemctl", "start", "veluindexd")
+    assert is_active(machine) == "active" and is_locked_by_it(machine)
+
+
+def test_one_that_runs_without_the_unit_keeps_its_pid_file(machine):
+    machine.run("systemctl", "stop", "veluindexd")
+    machine.run("veluindexd")
+    pid = machine.run("timeout", str(PATIENCE), "sh", "-c", f"until cat {PID_FILE}; do sleep 0.1; done 2>&-").stdout
+    assert machine.run("systemctl", "start", "veluindexd", check=False).returncode != 0
+    machine.run("systemctl", "stop", "veluindexd")
+    machine.run("systemctl", "reset-failed", "veluindexd")  # it has been tried too often
+    assert machine.run("cat", PID_FILE).stdout == pid
+    machine.run("sh", "-c", f"kill {pid}")
+    machine.run("timeout", str(PATIENCE), "sh", "-c", f"while [ -e /proc/{pid} ]; do sleep 0.1; done")
+    machine.run("systemctl", "start", "veluindexd")
+    assert is_active(machine) == "active" and is_locked_by_it(machine)
+
+
 def test_it_comes_back_after_a_reboot(machine):
     kept = rows(machine)
     machine.run("sh", "-c", f"echo A:/srv/music >>{QUEUE}")
@@ -134,6 +164,80 @@ def test_an_upgrade_keeps_the_catalogue_and_loses_no_request(machine):
     assert is_active(machine) == "active" and main_pid(machine) != pid
     wait_for_queue(machine)
     assert rows(machine).keys() == kept.keys() - {"/srv/music/renamed.mp3"} | {SONG}
+
+
+def ask_for(machine, name):
+    """Makes a file and queues it for the next start, which has it indexed at once."""
+    machine.run("sh", "-c", f"cp /mnt/media/song.mp3 /srv/music/{name} && echo a:/srv/music/{name} >>{QUEUE}")
+
+
+def is_done_by_its_user(machine, name):
+    """The file that waited has a row, by the daemon of the user `velu`, who has the daemon's files in /run."""
+    wait_for_queue(machine)
+    assert f"/srv/music/{name}" in rows(machine)
+    assert is_active(machine) == "active" and is_locked_by_it(machine)
+    pid = main_pid(machine)
+    owners = machine.run("stat", "-c", "%U %a", f"/proc/{pid}/comm", PID_FILE, LAST_RUN).stdout.split("\n")
+    assert owners == ["velu 644", "velu 644", "velu 644", ""]
+    assert not re.search("denied|not permitted|Failed to", machine.run("journalctl", "-b", "-u", "veluindexd", f"_PID={pid}").stdout)
+    return True
+
+
+def last_run(machine):
+    return float(machine.run("stat", "-c", "%.9Y", LAST_RUN).stdout)
+
+
+def test_a_user_of_its_own_can_run_it(machine):
+    before, kept = last_run(machine), rows(machine).keys()
+    machine.run("mkdir", "-p", DROP_IN)
+    machine.run("cp", "/usr/share/doc/veluindexd/examples/veluindexd.user.conf", f"{DROP_IN}/user.conf")
+    machine.run("systemctl", "daemon-reload")
+    machine.run("systemctl", "restart", "veluindexd")
+    assert last_run(machine) == before
+    ask_for(machine, "1.mp3")
+    machine.run("systemctl", "restart", "veluindexd")
+    assert is_done_by_its_user(machine, "1.mp3") and last_run(machine) > before
+    assert rows(machine).keys() == kept | {"/srv/music/1.mp3"}
+    assert "Failed" not in machine.run("journalctl", "-b", "-u", "veluindexd").stdout
+
+
+def test_its_user_runs_it_after_restarts_and_kills(machine):
+    ask_for(machine, "2.mp3")
+    machine.run("systemctl", "restart", "veluindexd")
+    assert is_done_by_its_user(machine, "2.mp3")
+    machine.run("systemctl", "stop", "veluindexd")
+    assert "velu" not in machine.run("getfacl", "--omit-header", "/var/spool").stdout
+    ask_for(machine, "3.mp3")
+    machine.run("systemctl", "start", "veluindexd")
+    assert is_done_by_its_user(machine, "3.mp3")
+    ask_for(machine, "4.mp3")
+    machine.run("sh", "-c", f"kill -KILL {main_pid(machine)}")
+    assert is_done_by_its_user(machine, "4.mp3")
+
+
+def test_its_user_runs_it_after_a_reboot(machine):
+    ask_for(machine, "5.mp3")
+    machine.halt()
+    machine.boot()
+    assert is_done_by_its_user(machine, "5.mp3")
+
+
+def test_its_user_runs_it_after_an_upgrade(machine):
+    pid = main_pid(machine)
+    ask_for(machine, "6.mp3")
+    machine.run("apt-get", "install", "-y", "/mnt/newest/veluindexd.deb", "/mnt/newest/veluindexd-postgresql.deb")
+    assert is_done_by_its_user(machine, "6.mp3") and main_pid(machine) != pid
+
+
+def test_root_runs_it_again(machine):
+    machine.run("systemctl", "stop", "veluindexd")
+    machine.run("rm", "-r", DROP_IN)
+    machine.run("systemctl", "daemon-reload")
+    machine.run("sh", "-c", f"rm /srv/music/[1-6].mp3; for name in 1 2 3 4 5 6; do echo D:/srv/music/$name.mp3; done >>{QUEUE}")
+    machine.run("systemctl", "start", "veluindexd")
+    wait_for_queue(machine)
+    assert {path for path in rows(machine) if path.startswith("/srv")} == {SONG, "/srv/music/tone.aac"}
+    assert machine.run("stat", "-c", "%U", f"/proc/{main_pid(machine)}").stdout == "root\n" and is_locked_by_it(machine)
 
 
 def test_removing_it_stops_it_and_keeps_the_data(machine):

@@ -67,9 +67,10 @@ def prepare(box, binary, samples, uid):
     os.chown(box.box.path(box.write(TRACE)), uid, uid)
     if uid:
         os.chown(box.box.path("/var/lib/velu"), uid, uid)
-        # tmpfiles.d does it with an access list, which not every file system of a build machine has.
+        # The drop-in has root do it with an access list, which not every file system of a build machine has.
         os.chmod(box.box.path("/var/spool"), 0o777)
-        os.chown(box.box.path(box.write("/var/run/veluindexd.pid")), uid, uid)
+        for name in ("pid", "last_run"):
+            os.chown(box.box.path(box.write(f"/var/run/veluindexd.{name}")), uid, uid)
 
 
 @pytest.mark.sqlite
