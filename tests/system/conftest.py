@@ -115,6 +115,13 @@ def samples(encoded):
     return encoded("samples", lambda folder: media.make_samples(str(folder)))
 
 
+@pytest.fixture(scope="session")
+def template(encoded):
+    """The files of a server that each server of a test's own begins with a copy of."""
+    from harness import clusters  # pylint: disable=import-outside-toplevel
+    return encoded("server", clusters.make_template, pathlib.Path(clusters.__file__))
+
+
 @pytest.fixture
 def stream(samples):
     """A second of MP3 without a tag, at 128 kbit/s."""

@@ -114,7 +114,7 @@ class ServerCatalogues:
 
     def forget(self):
         for uri in self.keys.values():
-            self.server.query(uri, "drop schema public cascade; create schema public")
+            self.server.clear(uri)
 
     def close(self):
         for uri in self.keys.values():

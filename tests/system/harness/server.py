@@ -16,6 +16,26 @@ import psycopg2.extras
 from .sandbox import TREE
 
 
+def program_of_server(name):
+    return sorted(glob.glob(f"/usr/lib/postgresql/*/bin/{name}"), key=lambda path: int(path.split("/")[4]))[-1]
+
+
+def run_as_server(*command):
+    """Runs a program of the server's, which refuses to be root."""
+    drop = ["setpriv", "--reuid=postgres", "--regid=postgres", "--clear-groups"] if os.getuid() == 0 else []
+    subprocess.run([*drop, *command], check=True, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                   stderr=subprocess.DEVNULL, cwd="/")
+
+
+def runs(pid):
+    """False for what has ended, though its parent may not have asked for it yet."""
+    try:
+        with open(f"/proc/{pid}/stat", encoding="ascii") as file:
+            return file.read().rpartition(")")[2].split()[0] != "Z"
+    except (FileNotFoundError, ProcessLookupError):
+        return False
+
+
 class Server:
     """`uri` names the server without a database, `folder` holds its `data` and its `socket`; `place` says where new
     databases go."""
@@ -35,7 +55,8 @@ class Server:
         return cls(os.environ["VELU_POSTGRESQL"], os.environ["VELU_POSTGRESQL_FOLDER"])
 
     def query(self, uri, sql, values=None):
-        """Runs statements for themselves, with `values` in the places of "%s"; gives the rows of the last as dictionaries, bytes as latin-1 text."""
+        """Runs statements for themselves, with `values` in the places of "%s"; gives the rows of the last as
+        dictionaries, bytes as latin-1 text."""
         kept = self.connections.get(uri)
         try:
             return self._query(kept or self._connect(uri), sql, values)
@@ -70,30 +91,27 @@ class Server:
         """Empties a database for the next borrower, which takes a tenth of the time of making one."""
         self.query(uri, "select pg_terminate_backend(pid) from pg_stat_activity "
                         "where datname = current_database() and pid <> pg_backend_pid()")
-        self.query(uri, "drop schema public cascade; create schema public; grant usage on schema public to public")
+        self.clear(uri)
         self.empty.append(uri)
 
+    def clear(self, uri):
+        """Takes everything out of a database."""
+        self.query(uri, "drop schema public cascade; create schema public; grant usage on schema public to public")
 
-class OwnServer(Server):
+
+class ServerOfATest(Server):
     """A server that the test may stop, kill and start again."""
 
-    def __init__(self, wrapper=()):
-        # The shell tells what tests/postgres gives to a command, then waits for the end of its input.
-        self.process = subprocess.Popen(
-            [*wrapper, TREE / "tests/postgres", "sh", "-c", 'echo "$VELU_POSTGRESQL"; echo "$VELU_POSTGRESQL_FOLDER"; cat'],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        uri, folder = (self.process.stdout.readline().strip() for _ in range(2))
-        assert folder, "tests/postgres has failed"
+    def __init__(self, uri, folder):
         super().__init__(uri, folder)
+        self.data = f"{folder}/data"
+        self.log = f"{self.data}/log"
 
     def _control(self, *arguments):
-        program = sorted(glob.glob("/usr/lib/postgresql/*/bin/pg_ctl"))[-1]
-        drop = ["setpriv", "--reuid=postgres", "--regid=postgres", "--clear-groups"] if os.getuid() == 0 else []
-        subprocess.run([*drop, program, "-D", f"{self.folder}/data", "-w", *arguments], check=True,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd="/")
+        run_as_server(program_of_server("pg_ctl"), "-D", self.data, "-w", *arguments)
 
     def start(self):
-        self._control("-l", f"{self.folder}/data/log", "start")
+        self._control("-l", self.log, "start")
 
     def stop(self, mode="fast"):
         """Modes: `fast` ends the connections, `immediate` is as good as a kill."""
@@ -127,7 +145,7 @@ class OwnServer(Server):
 
     def _processes(self):
         """The server's first process, then those that it has started."""
-        with open(f"{self.folder}/data/postmaster.pid", encoding="ascii") as file:
+        with open(f"{self.data}/postmaster.pid", encoding="ascii") as file:
             first = int(file.readline())
         with open(f"/proc/{first}/task/{first}/children", encoding="ascii") as file:
             return [first, *map(int, file.read().split())]
@@ -139,24 +157,36 @@ class OwnServer(Server):
             with contextlib.suppress(ProcessLookupError):
                 os.kill(pid, signal.SIGKILL)
         for pid in processes:
-            while self._runs(pid):
+            while runs(pid):
                 time.sleep(0.001)
         # Where init is slow to ask for them, their numbers are still taken.
-        for lock in (f"{self.folder}/data/postmaster.pid", *glob.glob(f"{self.folder}/socket/.s.*.lock")):
+        for lock in (f"{self.data}/postmaster.pid", *glob.glob(f"{self.folder}/socket/.s.*.lock")):
             os.unlink(lock)
 
-    @staticmethod
-    def _runs(pid):
-        """False for what has ended, though its parent may not have asked for it yet."""
-        try:
-            with open(f"/proc/{pid}/stat", encoding="ascii") as file:
-                return file.read().rpartition(")")[2].split()[0] != "Z"
-        except (FileNotFoundError, ProcessLookupError):
-            return False
-
-    def close(self):
+    def forget_connections(self):
+        """Asks on new ones from now on."""
         for connection in self.connections.values():
             connection.close()
+        self.connections.clear()
+
+    def close(self):
+        self.forget_connections()
+
+
+class OwnServer(ServerOfATest):
+    """One that tests/postgres makes."""
+
+    def __init__(self, wrapper=()):
+        # The shell tells what tests/postgres gives to a command, then waits for the end of its input.
+        self.process = subprocess.Popen(
+            [*wrapper, TREE / "tests/postgres", "sh", "-c", 'echo "$VELU_POSTGRESQL"; echo "$VELU_POSTGRESQL_FOLDER"; cat'],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        uri, folder = (self.process.stdout.readline().strip() for _ in range(2))
+        assert folder, "tests/postgres has failed"
+        super().__init__(uri, folder)
+
+    def close(self):
+        super().close()
         self.process.stdin.close()
         self.process.wait()
         self.process.stdout.close()
