@@ -5,6 +5,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <atomic>
+
 #include "child_process.h"
 #include "log_catcher.h"
 #include "platform/file.h"
@@ -72,34 +74,31 @@ TEST_F(PidFileTest, IsLockedAndHoldsTheId) {
     EXPECT_TRUE(log_.Quiet());
 }
 
-// One that looks all the time must find either no file or the whole number.
+// One that looks all the time finds either no file or the whole number.
 TEST_F(PidFileTest, IsNeverFoundEmpty) {
-    int *rounds = SharedMake<int>();
-    const pid_t maker = ChildStart([rounds] {
-        for (; *rounds < 300; ++*rounds) {
+    constexpr int kFinds = 100;
+    const pid_t maker = ChildStart([] {
+        for (;;) {
             FdHandle file;
             if (PidFileTake(&file) != PidFileEnd::taken)
                 return 1;
             unlink(kPidFile);
         }
-        return 0;
     });
     const std::string id = std::to_string(maker);
-    int found = 0;
-    while (const_cast<volatile int &>(*rounds) < 300 && kill(maker, 0) == 0) {
+    int whole = 0;
+    for (int found = 0; found < kFinds && waitpid(maker, nullptr, WNOHANG) == 0;) {
         const FdHandle file = OpenForReading(kPidFile);
-        if (!file)
-            continue;
         char text[32];
-        const ssize_t length = FileReadSome(file, text, sizeof text);
-        ASSERT_EQ(std::string(text, static_cast<size_t>(std::max<ssize_t>(length, 0))), id);
+        const ssize_t length = file ? FileReadSome(file, text, sizeof text) : -1;
+        if (length < 0)
+            continue;
         ++found;
-        if (waitpid(maker, nullptr, WNOHANG) == maker)
-            break;
+        whole += std::string_view(text, static_cast<size_t>(length)) == id;
     }
-    EXPECT_GT(found, 0);
-    waitpid(maker, nullptr, WNOHANG);
-    EXPECT_EQ(*rounds, 300);
+    kill(maker, SIGKILL);
+    ChildStatus(maker);
+    EXPECT_EQ(whole, kFinds);
 }
 
 TEST_F(PidFileTest, LeftOverGivesWay) {
@@ -158,29 +157,40 @@ TEST_F(PidFileTest, LockThatGoesSoonIsWaitedFor) {
 }
 
 TEST_F(PidFileTest, OfManyAtOnceOneTakesIt) {
-    for (const char *before : {"", "no number"}) {
-        int *taken = SharedMake<int>();
-        bool *go = SharedMake<bool>();
+    constexpr int kStarts = 8;
+    struct Case {
+        bool left_over;
+        uid_t user; // who, unless root, cannot make it anew
+    };
+    for (const Case &now : {Case{false, 0}, Case{true, 0}, Case{true, kNobody}}) {
+        std::atomic<bool> *go = SharedMake<std::atomic<bool>>();
+        std::atomic<int> *taken = SharedMake<std::atomic<int>>();
+        std::atomic<int> *others = SharedMake<std::atomic<int>>();
+        if (now.left_over)
+            FileWrite(kPidFile, "no number");
+        ASSERT_TRUE(!now.left_over || chown(kPidFile, now.user, now.user) == 0);
         std::vector<pid_t> starts;
-        if (*before != '\0')
-            FileWrite(kPidFile, before);
-        for (int start = 0; start < 8; ++start)
-            starts.push_back(ChildStart([taken, go] {
+        for (int start = 0; start < kStarts; ++start)
+            starts.push_back(ChildStart([=] {
                 FdHandle file;
-                while (!const_cast<volatile bool &>(*go))
+                if (setuid(now.user) != 0)
+                    return 1;
+                while (!*go)
                     sched_yield();
-                if (PidFileTake(&file) == PidFileEnd::taken)
-                    __atomic_fetch_add(taken, 1, __ATOMIC_SEQ_CST);
+                ++*(PidFileTake(&file) == PidFileEnd::taken ? taken : others);
                 pause(); // it has the lock until it ends
                 return 0;
             }));
         *go = true;
-        usleep(300'000);
-        EXPECT_EQ(*taken, 1);
+        for (int look = 0; look < 1000 && *taken + *others < kStarts; ++look)
+            usleep(10'000);
+        EXPECT_EQ(*taken, 1) << now.left_over << now.user;
+        EXPECT_EQ(*others, kStarts - 1) << now.left_over << now.user;
         for (const pid_t start : starts) {
             kill(start, SIGKILL);
             ChildStatus(start);
         }
+        unlink(kPidFile);
     }
 }
 
