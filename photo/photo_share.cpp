@@ -55,15 +55,27 @@ bool IsPublic(const char *path) {
     return strcasecmp(value, "yes") == 0;
 }
 
+// Returns an id that is free for the album to be made: this one, or one above it when another program has been faster.
+int IdReserve(int id) {
+    while (VELUPhotoShareIdReserve(id) == 0) {
+        const int next = PhotoShareIdNext();
+        if (next <= id) // the catalogue does not answer, and the album will hear of it
+            break;
+        id = next;
+    }
+    return id;
+}
+
 int AlbumCreate(const char *path, const char *album, const SqlName &name, AlbumLevel level) {
     const bool is_public = IsPublic(path);
-    const std::string sql =
-        SqlFormat(name.literal.size() + kStatementRoom,
-                  "Insert into photo_share values(%d, '%s', '', '', '%s', 0, '', 'true', '%s', '1');",
-                  PhotoShareIdNext(), name.literal.c_str(), is_public ? "true" : "false",
-                  level == kAlbumSub ? "true" : "false");
+    int id = PhotoShareIdNext();
     // An album that is there gets no rights any more, so that it is not there without them.
     VELUIndexTogether together(Catalogue::photo);
+    id = IdReserve(id);
+    const std::string sql =
+        SqlFormat(name.literal.size() + kStatementRoom,
+                  "Insert into photo_share values(%d, '%s', '', '', '%s', 0, '', 'true', '%s', '1');", id,
+                  name.literal.c_str(), is_public ? "true" : "false", level == kAlbumSub ? "true" : "false");
     if (AlbumExec(sql) < 0)
         return together.Finish(-1);
     if (level == kAlbumSub && VELUPhotoShareSubDirUpdatePrivilege(album) != 0) {

@@ -234,6 +234,10 @@ struct PhotoPathList {
 PhotoPathList *PhotoPathDBGet(const VELUIndexRows *rows);
 void FreePhotoPathList(PhotoPathList *list);
 
+// Sees to it that no other program gives an album the id that this one is about to give, before the writes that belong
+// together end. Returns 1, or 0 when an album has it; -1 on failure.
+int VELUPhotoShareIdReserve(int id);
+
 // Runs one statement on the photo catalogue. The number of rows affected, or -1.
 int PhotoDBExec(const char *sql);
 

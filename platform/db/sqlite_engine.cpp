@@ -235,6 +235,7 @@ constexpr VELUDBWords kWords = {
     .serial = "integer",
     .real = "real",
     .keeps_spelled_booleans = true,
+    .fails_whole = false,
     .pooled = false,
     .prepare_lock = nullptr,
     .count_on = nullptr,

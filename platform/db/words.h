@@ -11,6 +11,9 @@ struct VELUDBWords {
     // A boolean is kept as it was spelled, so that the schema has to make the spellings one.
     bool keeps_spelled_booleans;
 
+    // A statement that fails by its own fault takes its transaction with it, unless that can go back to a savepoint.
+    bool fails_whole;
+
     // Between two transactions the session may serve another program, and a read may be answered by a copy that lags
     // behind unless its transaction has written: nothing that counts stands outside of one.
     bool pooled;

@@ -17,6 +17,16 @@ struct Batch {
     size_t rows = 0;
 };
 
+// Where an open batch can be rolled back to, for an engine that takes nothing more after a statement that failed. Without
+// failures no marks are set. After one they come behind 1, 2, 4 ... writes, so that it costs what is behind the last mark
+// to be written again, and all failures together no more than the rows that are good.
+struct BatchMark {
+    bool set = false; // else the batch's begin
+    size_t bytes = 0; // of the batch, in front of the mark
+    size_t rows = 0;
+    size_t next = SIZE_MAX; // writes until another is due
+};
+
 // `request` is the number of the request that asked for the write.
 void BatchAdd(Batch *batch, uint64_t request, int statement, const VELUDBValue *values, size_t count);
 

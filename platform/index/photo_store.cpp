@@ -136,6 +136,21 @@ int PhotoDBExec(const char *sql) {
     return scope.Finish(RunWriteText(Catalogue::photo, sql));
 }
 
+// Who would write a row with the same id waits for the end of the transaction that has written one, also when it has removed
+// it again. Where one transaction at a time writes, the id is safe with whoever has begun to write.
+int VELUPhotoShareIdReserve(int id) {
+    RunScope scope;
+    if (!RunIsShared(Catalogue::photo))
+        return scope.Finish(1);
+    const auto run = [&](StoreOperation operation) {
+        return RunWrite(Catalogue::photo, StatementOf(operation), {VELUDBValue::Integer(id)});
+    };
+    const int reserved = run(StoreOperation::reserveAlbum);
+    if (reserved <= 0)
+        return scope.Finish(reserved);
+    return scope.Finish(run(StoreOperation::releaseAlbum) < 0 ? -1 : 1);
+}
+
 int PhotoInfoDBSave(const PhotoRecord *record, int mode) {
     if (record == nullptr)
         return BadParameter(__LINE__);

@@ -62,7 +62,9 @@ int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size
     const auto failed = [&] { return SessionFailed(catalogue, SessionAbout(values, count).c_str()); };
     if (!SessionBatchBegin(&session))
         return failed();
-    int affected = SessionRun(&session, statement, values, count);
+    int affected = SessionMark(&session) ? SessionRun(&session, statement, values, count) : -1;
+    if (affected < 0 && SessionRewound(catalogue))
+        return failed();
     if (affected < 0 && SessionRecovered(catalogue)) {
         if (!SessionConnect(catalogue, account.request))
             return -1;
@@ -97,7 +99,7 @@ ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<V
         });
     };
     ResultHandle rows = read();
-    if (rows == nullptr && SessionRecovered(catalogue)) {
+    if (rows == nullptr && !SessionRewound(catalogue) && SessionRecovered(catalogue)) {
         if (!SessionConnect(catalogue, account.request))
             return nullptr;
         rows = read();
@@ -109,9 +111,12 @@ ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<V
 
 ResultHandle RunQuery(Catalogue catalogue, const char *sql) {
     Session &session = SessionOf(catalogue);
-    return ReadOf(&session, [&](VELUDBResult **rows) {
+    ResultHandle read = ReadOf(&session, [&](VELUDBResult **rows) {
         return VELUDBExecute(session.connection->db.get(), sql, rows);
     });
+    if (read == nullptr)
+        SessionRewound(catalogue);
+    return read;
 }
 
 StoreConnectionRef RunConnection(Catalogue catalogue) {
@@ -147,6 +152,10 @@ void VELUIndexRunBegin() {
     AccountBegin(&account);
     run.active = true;
     tzset();
+}
+
+bool RunIsShared(Catalogue catalogue) {
+    return SessionOpen(catalogue) && VELUDBWordsOf(SessionOf(catalogue).connection->db.get()).pooled;
 }
 
 bool RunIsOpen() {

@@ -36,6 +36,9 @@ ResultHandle RunQuery(Catalogue catalogue, const char *sql);
 // that is away has its one line.
 bool RunBorrowedFailed(Catalogue catalogue, VELUDB *db);
 
+// Tells whether several programs may write to the catalogue at the same time; not when it is away.
+bool RunIsShared(Catalogue catalogue);
+
 // Tells whether a run is going on.
 bool RunIsOpen();
 

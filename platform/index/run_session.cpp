@@ -48,22 +48,6 @@ bool StatementFailed(Catalogue catalogue, uint64_t request, const char *about, c
     return store_failed;
 }
 
-// False when there is no connection, which is then told.
-bool Connect(Catalogue catalogue) {
-    Session &session = SessionOf(catalogue);
-    if (session.connection != nullptr)
-        return true;
-    if (SessionWasAway(session))
-        return false;
-    session.away = false;
-    session.connection = StoreConnect(catalogue, !session.away_told);
-    if (session.connection != nullptr)
-        return true;
-    session.away_told = true;
-    SetAway(&session);
-    return false;
-}
-
 void BatchDoAgain(Catalogue catalogue, const Batch &batch) {
     Session &session = SessionOf(catalogue);
     size_t position = 0;
@@ -100,6 +84,35 @@ void Replay(Catalogue catalogue) {
     }
 }
 
+// Of an open batch, for an engine that takes nothing more after a statement that failed.
+constexpr char kMarkSet[] = "savepoint velu";
+constexpr char kMarkDrop[] = "release savepoint velu";
+constexpr char kMarkReturn[] = "rollback to savepoint velu";
+
+bool Executed(const Session &session, const char *sql) {
+    return VELUDBExecute(session.connection->db.get(), sql, nullptr) >= 0;
+}
+
+bool MarkReturn(const Session &session) {
+    if (session.mark.set)
+        return Executed(session, kMarkReturn);
+    VELUDB *db = session.connection->db.get();
+    VELUDBRollback(db);
+    return StoreBegin(db, session.connection->catalogue) == 0;
+}
+
+// Gives the transaction what the batch has behind its mark.
+bool Rewrite(Session *session) {
+    size_t position = session->mark.bytes;
+    uint64_t request = 0;
+    int statement = 0;
+    std::vector<VELUDBValue> values;
+    while (BatchNext(session->batch, &position, &request, &statement, &values))
+        if (SessionRun(session, statement, values.data(), values.size()) < 0)
+            return false;
+    return true;
+}
+
 // True when what failed a moment ago takes writes that belong together back with it. One that failed by itself does not.
 bool TakesBack(const Session &session) {
     return session.together && BlVELUDBStoreFailed(session.connection->db.get()) != 0;
@@ -129,8 +142,23 @@ bool SessionCountFailure(Catalogue catalogue, uint64_t request, const VELUDB *db
     return true;
 }
 
+bool SessionOpen(Catalogue catalogue) {
+    Session &session = SessionOf(catalogue);
+    if (session.connection != nullptr)
+        return true;
+    if (SessionWasAway(session))
+        return false;
+    session.away = false;
+    session.connection = StoreConnect(catalogue, !session.away_told);
+    if (session.connection != nullptr)
+        return true;
+    session.away_told = true;
+    SetAway(&session);
+    return false;
+}
+
 bool SessionConnect(Catalogue catalogue, uint64_t request) {
-    if (Connect(catalogue))
+    if (SessionOpen(catalogue))
         return true;
     ++AccountOf(catalogue).failures;
     AccountLost(&account, catalogue, request, "the database was out of reach");
@@ -195,6 +223,37 @@ void SessionCommit(Catalogue catalogue) {
     session.batch.rows = 0;
 }
 
+bool SessionMark(Session *session) {
+    BatchMark &mark = session->mark;
+    if (!session->batch_open || session->batch.rows - mark.rows < mark.next)
+        return true;
+    if (mark.set && !Executed(*session, kMarkDrop))
+        return false;
+    if (!Executed(*session, kMarkSet))
+        return false;
+    mark = {true, session->batch.bytes.size(), session->batch.rows, mark.next * 2};
+    return true;
+}
+
+bool SessionRewound(Catalogue catalogue) {
+    Session &session = SessionOf(catalogue);
+    if (!session.batch_open)
+        return false;
+    VELUDB *db = session.connection->db.get();
+    if (!VELUDBWordsOf(db).fails_whole || VELUDBInTransaction(db) != 0 || BlVELUDBStoreFailed(db) != 0)
+        return false;
+    session.mark.next = 1;
+    try {
+        if (MarkReturn(session) && Rewrite(&session))
+            return true;
+    } catch (const std::bad_alloc &) {
+        VELUDBRollback(db);
+        throw;
+    }
+    VELUDBRollback(db); // what is written again in part must not be committed
+    return false;
+}
+
 bool SessionBatchIsOld(const Session &session) {
     return session.batch_open && run_clock() - session.batch_start >= kBatchMillisecondsMax;
 }
@@ -206,7 +265,8 @@ bool SessionBatchIsFull(const Session &session) {
 }
 
 bool SessionReadBegin(Session *session) {
-    return !VELUDBWordsOf(session->connection->db.get()).pooled || SessionBatchBegin(session);
+    const bool pooled = VELUDBWordsOf(session->connection->db.get()).pooled;
+    return !(pooled && session->together) || SessionBatchBegin(session);
 }
 
 bool SessionBatchBegin(Session *session) {
@@ -218,6 +278,7 @@ bool SessionBatchBegin(Session *session) {
     if (StoreBegin(session->connection->db.get(), session->connection->catalogue) != 0)
         return false;
     session->batch_open = true;
+    session->mark = {.next = session->mark.next};
     session->batch_start = run_clock();
     return true;
 }

@@ -25,6 +25,9 @@ inline RunAccount::Part &AccountOf(Catalogue catalogue) {
     return run_state.account.of[static_cast<size_t>(catalogue)];
 }
 
+// Makes sure that there is a connection. False, told once a run, when there is none.
+[[nodiscard]] bool SessionOpen(Catalogue catalogue);
+
 // Makes sure that there is a connection for a statement of a request. False, told and on the request's account, when there
 // is none.
 [[nodiscard]] bool SessionConnect(Catalogue catalogue, uint64_t request);
@@ -41,11 +44,19 @@ std::string SessionAbout(const VELUDBValue *values, size_t count);
 // Begins a batch, unless one goes on or the connection is lent. False when that fails.
 [[nodiscard]] bool SessionBatchBegin(Session *session);
 
-// The same for a read, where the engine wants what is read and what follows from it in one transaction.
+// The same for a read among writes that belong together, where the engine runs nothing outside of a transaction. Any other
+// read would leave one open for nothing, as long as a walk may take.
 [[nodiscard]] bool SessionReadBegin(Session *session);
 
 [[nodiscard]] bool SessionBatchIsOld(const Session &session);
 [[nodiscard]] bool SessionBatchIsFull(const Session &session);
+
+// Marks the place in the batch where its next write stands, when that is due. False when that fails.
+[[nodiscard]] bool SessionMark(Session *session);
+
+// True when a statement has failed by its own fault and taken the batch's transaction with it: all the batch has is then
+// written again in another, without that statement.
+bool SessionRewound(Catalogue catalogue);
 
 // Commits the batch, if one is open, or does what becomes of one that cannot be committed.
 void SessionCommit(Catalogue catalogue);

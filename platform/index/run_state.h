@@ -18,6 +18,7 @@ struct Session {
     StoreConnectionRef connection;
     Batch batch;
     bool batch_open = false;
+    BatchMark mark;        // where the batch can be rolled back to
     bool together = false; // its writes come to the disk together or not at all
     int64_t batch_start = 0;
     bool committed = false; // something on this connection, which is not brought to the disk yet

@@ -132,6 +132,10 @@ std::string StatementText(int statement) {
         return "select path from photo_image where path = $1 or (path >= $2 and path < $3) limit 1";
     case StoreOperation::markVideo:
         return kMarkVideo;
+    case StoreOperation::reserveAlbum:
+        return "insert into photo_share (shareid) values ($1) on conflict (shareid) do nothing";
+    case StoreOperation::releaseAlbum:
+        return "delete from photo_share where shareid = $1";
     }
     return {};
 }

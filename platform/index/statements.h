@@ -26,6 +26,8 @@ enum class StoreOperation : int {
     renamePhotos,  // old path, new path, name, album: kRenamedAtOnce of them
     photoInTree,   // path, from, before
     markVideo,     // path
+    reserveAlbum,  // id: an album that has nothing else, unless one has it
+    releaseAlbum,  // id
 };
 
 // Rows with covers are looked up in portions, so that a library of any size needs the same memory.

@@ -82,6 +82,67 @@ TEST_F(ServerStore, ABatchWhoseCommitFailsIsWrittenRowByRow) {
     EXPECT_EQ(log.Lines("bad row").size(), 1u);
 }
 
+// Rows with such a title are refused; what the server was asked to write is counted, also what it has taken back.
+void RefuseBadRows(Peer *peer) {
+    for (const char *sql : {"create sequence tries",
+                            "create function bad() returns trigger language plpgsql as 'begin "
+                            "perform nextval(''tries''); if new.title = ''bad'' then "
+                            "raise exception ''bad row''; end if; return new; end'",
+                            "create trigger bad before insert on music for each row execute function bad()"})
+        ASSERT_EQ(peer->Exec(sql), 0);
+}
+
+TEST_F(ServerStore, RefusedRowsCostNoMoreThanTheRowsThatAreGood) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    Peer peer;
+    RefuseBadRows(&peer);
+    constexpr int kRows = 1000;
+    const std::string sessions = "select string_agg(pid::text, ' ' order by pid) as x from pg_stat_activity "
+                                 "where datname = current_database()";
+    for (const int every : {2, 100, 499}) {
+        LogCatcher log;
+        int refused = 0;
+        VELUIndexRunBegin();
+        ASSERT_EQ(Save(0, "/m"), 0);
+        const std::string before = peer.Query(sessions);
+        for (int i = 0; i < kRows; ++i) {
+            const bool bad = i % every == every - 1;
+            refused += bad ? 1 : 0;
+            ASSERT_EQ(Save(0, "/m/" + std::to_string(i), bad ? "bad" : "good"), bad ? -1 : 0);
+            ASSERT_EQ(log.Lines().size(), static_cast<size_t>(refused)) << "told at once";
+        }
+        EXPECT_EQ(peer.Query(sessions), before) << "a connection each costs more than any row";
+        EXPECT_EQ(VELUIndexRunEnd(), 0) << "the store was there";
+        EXPECT_EQ(peer.Count("music"), 2 + kRows - refused);
+        EXPECT_EQ(peer.Count("music where title = 'bad'"), 0);
+        EXPECT_LE(atoi(peer.Query("select last_value as x from tries").c_str()), 3 * kRows) << every;
+        ASSERT_EQ(peer.Exec("delete from music where path <> '/first'"), 1 + kRows - refused);
+        ASSERT_EQ(peer.Query("select setval('tries', 1) as x"), "1");
+    }
+}
+
+// The order of writes counts: what was saved and removed stays away.
+TEST_F(ServerStore, ARefusedRowLeavesTheOthersInTheirOrder) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    Peer peer;
+    RefuseBadRows(&peer);
+    LogCatcher log;
+    VELUIndexRunBegin();
+    for (int i = 0; i < 40; ++i) {
+        const std::string path = "/m/" + std::to_string(i % 4);
+        ASSERT_EQ(Save(0, path, std::to_string(i)), 0);
+        ASSERT_EQ(Save(0, "/x", "bad"), -1);
+        if (i % 4 == 3) {
+            ASSERT_EQ(MediaInfoDBDelete(kMediaMusic, path.c_str()), 0);
+        }
+        ASSERT_EQ(peer.Paths("music"), "/first") << "one batch";
+    }
+    EXPECT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_EQ(peer.Query("select title as x from music order by path"), "title|36|37|38");
+    EXPECT_EQ(log.Lines("The media catalogue failed at [/x]. (bad row)").size(), 40u);
+    EXPECT_EQ(log.Lines().size(), 40u);
+}
+
 // Two programs that find an empty database at the same moment.
 TEST_F(ServerStore, TheTablesAreMadeByOneOfManyThatComeAtOnce) {
     std::vector<pid_t> children;

@@ -264,6 +264,7 @@ constexpr VELUDBWords kWords = {
     .serial = "bigserial",
     .real = "double precision",
     .keeps_spelled_booleans = false,
+    .fails_whole = true,
     .pooled = true,
     .prepare_lock = "select pg_advisory_xact_lock(1986358645)",
     .count_on = "select setval(pg_get_serial_sequence('TABLE', 'id'), max(id)) from TABLE having max(id) > 0",
