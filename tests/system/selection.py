@@ -42,7 +42,7 @@ LENGTHY = (
     "test_formats::test_no_file_has_a_row_in_a_second_table", "test_power_loss", "test_scale", "test_ctl_hammer",
     "test_loop::test_on_the_real_clock_it_sleeps_soundly_and_runs_10_to_20_seconds_after_a_signal", "test_watch_turmoil",
     "test_photo_resync::test_what_a_killed_resync_leaves_is_repaired_by_the_next", "test_library_faults",
-    "test_failover", "test_random_kills", "test_server_faults", "test_music_aiff::test_ffmpeg",
+    "test_failover", "test_poolers", "test_random_kills", "test_server_faults", "test_music_aiff::test_ffmpeg",
     "test_queue::test_ten_thousand_lines_in_one_run",
 )
 
