@@ -51,15 +51,15 @@ int AacMetadataRead(const char *path, MediaInfo *record) {
     VELUIndexRunFlush();
     char command[kCommandSize];
     char line[kDecoderLineSize];
-    const CommandLine result = CommandFormat(quoted.get(), command)
-                                   ? CommandLineRead(command, kDecoderTimeMax, line, sizeof line)
-                                   : CommandLine::kNotStarted;
-    if (result == CommandLine::kNotStarted)
+    const CommandAnswer result = CommandFormat(quoted.get(), command)
+                                     ? CommandLineRead(command, kDecoderTimeMax, line, sizeof line)
+                                     : CommandAnswer::kNotStarted;
+    if (result == CommandAnswer::kNotStarted)
         syslog(LOG_ERR, "%s:%d Failed to popen. [%s]", kLogName, __LINE__, command);
-    if (result == CommandLine::kTimedOut)
+    if (result == CommandAnswer::kTimedOut)
         syslog(LOG_ERR, "%s:%d Killed after %d ms without a result. [%s]", kLogName, __LINE__,
                kDecoderTimeMax, command);
-    if (result != CommandLine::kRead)
+    if (result != CommandAnswer::kRead)
         return -1;
     if (!FaadLineParse(line, record)) {
         syslog(LOG_ERR, "%s:%d Failed to parse FAAD result. [%s]", kLogName, __LINE__, line);

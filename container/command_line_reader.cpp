@@ -10,11 +10,11 @@
 
 namespace {
 
-CommandLine LineRead(const FdHandle &pipe, int64_t deadline, char *line, size_t size) {
+CommandAnswer LineRead(const FdHandle &pipe, int64_t deadline, char *line, size_t size) {
     size_t length = 0;
     while (length < size - 1) {
         if (!WaitForBytes(pipe, deadline))
-            return CommandLine::kTimedOut;
+            return CommandAnswer::kTimedOut;
         const ssize_t got = FileReadSome(pipe, line + length, size - 1 - length);
         if (got <= 0)
             break;
@@ -26,27 +26,27 @@ CommandLine LineRead(const FdHandle &pipe, int64_t deadline, char *line, size_t 
         }
     }
     line[length] = '\0';
-    return length > 0 ? CommandLine::kRead : CommandLine::kNone;
+    return length > 0 ? CommandAnswer::kRead : CommandAnswer::kNone;
 }
 
 } // namespace
 
-CommandLine CommandLineRead(const char *command, int time_limit, char *line, size_t size) {
+CommandAnswer CommandLineRead(const char *command, int time_limit, char *line, size_t size) {
     line[0] = '\0';
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
-        return CommandLine::kNotStarted;
+        return CommandAnswer::kNotStarted;
     FdHandle output(ends[0]);
     FdHandle input(ends[1]);
     const int64_t deadline = MonotonicMilliseconds() + time_limit;
     CommandKeeper keeper;
     if (!CommandKeeperStart(command, input, &keeper))
-        return CommandLine::kNotStarted;
+        return CommandAnswer::kNotStarted;
     input.Close();
-    const CommandLine result = LineRead(output, deadline, line, size);
-    if (result == CommandLine::kTimedOut)
+    const CommandAnswer result = LineRead(output, deadline, line, size);
+    if (result == CommandAnswer::kTimedOut)
         line[0] = '\0';
     // A command that goes on writing meets a closed pipe, as with pclose.
     output.Close();
-    return CommandKeeperEnd(&keeper, deadline) ? result : CommandLine::kNotStarted;
+    return CommandKeeperEnd(&keeper, deadline) ? result : CommandAnswer::kNotStarted;
 }

@@ -6,7 +6,7 @@
 
 #include <stddef.h>
 
-enum class CommandLine {
+enum class CommandAnswer {
     kRead,       // a line, with its newline unless the output or the buffer ended before
     kNone,       // the command printed nothing
     kTimedOut,   // no line in time
@@ -16,4 +16,4 @@ enum class CommandLine {
 // Runs `command` with the shell, with default signals, and reads one line of at most `size` - 1 bytes. Waits for the shell
 // to end, at most `time_limit` milliseconds from the start on; a line read before is still good. Then all that the command
 // has started and that is still there is killed, as it is when the daemon ends, however that ends.
-CommandLine CommandLineRead(const char *command, int time_limit, char *line, size_t size);
+CommandAnswer CommandLineRead(const char *command, int time_limit, char *line, size_t size);

@@ -35,21 +35,22 @@ void ExpectSleeperEnded(const std::string &after) {
 
 TEST(CommandLineReader, GivesTheFirstLineOnly) {
     char line[16];
-    EXPECT_EQ(CommandLineRead("echo one; echo two", 10'000, line, sizeof line), CommandLine::kRead);
+    EXPECT_EQ(CommandLineRead("echo one; echo two", 10'000, line, sizeof line), CommandAnswer::kRead);
     EXPECT_STREQ(line, "one\n");
-    EXPECT_EQ(CommandLineRead("printf end", 10'000, line, sizeof line), CommandLine::kRead);
+    EXPECT_EQ(CommandLineRead("printf end", 10'000, line, sizeof line), CommandAnswer::kRead);
     EXPECT_STREQ(line, "end");
-    EXPECT_EQ(CommandLineRead("true", 10'000, line, sizeof line), CommandLine::kNone);
+    EXPECT_EQ(CommandLineRead("true", 10'000, line, sizeof line), CommandAnswer::kNone);
     EXPECT_STREQ(line, "");
-    EXPECT_EQ(CommandLineRead("echo 12345678901234567890", 10'000, line, sizeof line), CommandLine::kRead);
+    EXPECT_EQ(CommandLineRead("echo 12345678901234567890", 10'000, line, sizeof line), CommandAnswer::kRead);
     EXPECT_STREQ(line, "123456789012345");
-    EXPECT_EQ(CommandLineRead("printf a; sleep 0.1; echo b", 10'000, line, sizeof line), CommandLine::kRead);
+    EXPECT_EQ(CommandLineRead("printf a; sleep 0.1; echo b", 10'000, line, sizeof line),
+              CommandAnswer::kRead);
     EXPECT_STREQ(line, "ab\n");
 }
 
 TEST(CommandLineReader, OutputWithoutEndEndsWithItsReader) {
     char line[16];
-    EXPECT_EQ(CommandLineRead("yes", 60'000, line, sizeof line), CommandLine::kRead);
+    EXPECT_EQ(CommandLineRead("yes", 60'000, line, sizeof line), CommandAnswer::kRead);
     EXPECT_STREQ(line, "y\n");
 }
 
@@ -57,8 +58,8 @@ TEST(CommandLineReader, ACommandThatHangsIsKilledWithAllItStarted) {
     char line[16];
     const double start = Seconds();
     EXPECT_EQ(CommandLineRead("sleep 60 & echo $! > /tmp/sleeper; sleep 60", 200, line, sizeof line),
-              CommandLine::kTimedOut);
-    EXPECT_EQ(CommandLineRead("echo one; exec >&-; sleep 60", 200, line, sizeof line), CommandLine::kRead);
+              CommandAnswer::kTimedOut);
+    EXPECT_EQ(CommandLineRead("echo one; exec >&-; sleep 60", 200, line, sizeof line), CommandAnswer::kRead);
     EXPECT_STREQ(line, "one\n");
     EXPECT_LT(Seconds() - start, 20);
     ExpectSleeperEnded("the time");
@@ -70,11 +71,11 @@ TEST(CommandLineReader, WhatTheShellHasLeftBehindIsKilled) {
     const double start = Seconds();
     for (const std::string sleeper : {"sleep 60", "setsid sleep 60", "sh -c 'sleep 60; true'"}) {
         EXPECT_EQ(CommandLineRead((sleeper + " & echo $! > /tmp/sleeper").c_str(), 200, line, sizeof line),
-                  CommandLine::kTimedOut);
+                  CommandAnswer::kTimedOut);
         ExpectSleeperEnded(sleeper);
         EXPECT_EQ(CommandLineRead((sleeper + " > /dev/null & echo $! > /tmp/sleeper; echo one").c_str(),
                                   30'000, line, sizeof line),
-                  CommandLine::kRead);
+                  CommandAnswer::kRead);
         EXPECT_STREQ(line, "one\n");
         ExpectSleeperEnded(sleeper);
     }
@@ -83,7 +84,7 @@ TEST(CommandLineReader, WhatTheShellHasLeftBehindIsKilled) {
 
 TEST(CommandLineReader, ALineOfWhatTheShellHasLeftBehindIsAwaited) {
     char line[16];
-    EXPECT_EQ(CommandLineRead("(sleep 0.2; echo late) &", 10'000, line, sizeof line), CommandLine::kRead);
+    EXPECT_EQ(CommandLineRead("(sleep 0.2; echo late) &", 10'000, line, sizeof line), CommandAnswer::kRead);
     EXPECT_STREQ(line, "late\n");
 }
 
@@ -111,7 +112,7 @@ TEST(CommandLineReader, ACommandWhoseKeeperIsKilledEndsWithTheTime) {
     const int status = ChildRunStatus([] {
         char line[16];
         return CommandLineRead("sleep 60 & echo $! > /tmp/sleeper; kill -KILL $PPID; sleep 60", 500, line,
-                               sizeof line) == CommandLine::kTimedOut
+                               sizeof line) == CommandAnswer::kTimedOut
                    ? 0
                    : 1;
     });
@@ -125,7 +126,7 @@ TEST(CommandLineReader, WithoutAProcessNothingIsStarted) {
         if (setrlimit(RLIMIT_NPROC, &none) != 0 || setuid(65534) != 0) // root has no such limit
             return 2;
         char line[16] = "before";
-        return CommandLineRead("echo one", 10'000, line, sizeof line) == CommandLine::kNotStarted &&
+        return CommandLineRead("echo one", 10'000, line, sizeof line) == CommandAnswer::kNotStarted &&
                        line[0] == '\0'
                    ? 0
                    : 1;
@@ -138,7 +139,7 @@ TEST(CommandLineReader, WithoutAShellNothingIsStarted) {
         if (unshare(CLONE_NEWNS) != 0 || mount("/dev/null", "/bin/sh", nullptr, MS_BIND, nullptr) != 0)
             return 2;
         char line[16];
-        return CommandLineRead("echo one", 10'000, line, sizeof line) == CommandLine::kNotStarted ? 0 : 1;
+        return CommandLineRead("echo one", 10'000, line, sizeof line) == CommandAnswer::kNotStarted ? 0 : 1;
     });
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
@@ -151,7 +152,7 @@ TEST(CommandLineReader, TheCommandHasNothingOfTheDaemon) {
     EXPECT_EQ(CommandLineRead("echo $(ls /proc/self/fd | wc -l) "
                               "$(grep -c 'Sig\\(Blk\\|Ign\\):.*[08]0000000$' /proc/self/status)",
                               10'000, line, sizeof line),
-              CommandLine::kRead);
+              CommandAnswer::kRead);
     signal(SIGUSR1, SIG_DFL);
     EXPECT_STREQ(line, "4 2\n");
 }
