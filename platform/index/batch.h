@@ -18,8 +18,8 @@ struct Batch {
 };
 
 // Where an open batch can be rolled back to, for an engine that takes nothing more after a statement that failed. Without
-// failures no marks are set. After one they come behind 1, 2, 4 ... writes, so that it costs what is behind the last mark
-// to be written again, and all failures together no more than the rows that are good.
+// failures no marks are set. After one they come behind 4, 8, 16 ... writes, so that a failure costs what is behind the last
+// mark to be written again, and all failures together some times the rows that are good.
 struct BatchMark {
     bool set = false; // else the batch's begin
     size_t bytes = 0; // of the batch, in front of the mark

@@ -86,6 +86,7 @@ void Replay(Catalogue catalogue) {
 
 // Of an open batch, for an engine that takes nothing more after a statement that failed.
 constexpr char kMarkSet[] = "savepoint velu";
+constexpr size_t kFirstMark = 4; // a mark costs as much as three writes
 constexpr char kMarkDrop[] = "release savepoint velu";
 constexpr char kMarkReturn[] = "rollback to savepoint velu";
 
@@ -242,7 +243,7 @@ bool SessionRewound(Catalogue catalogue) {
     VELUDB *db = session.connection->db.get();
     if (!VELUDBWordsOf(db).fails_whole || VELUDBInTransaction(db) != 0 || BlVELUDBStoreFailed(db) != 0)
         return false;
-    session.mark.next = 1;
+    session.mark.next = kFirstMark;
     try {
         if (MarkReturn(session) && Rewrite(&session))
             return true;
