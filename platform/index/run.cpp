@@ -111,12 +111,9 @@ ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<V
 
 ResultHandle RunQuery(Catalogue catalogue, const char *sql) {
     Session &session = SessionOf(catalogue);
-    ResultHandle read = ReadOf(&session, [&](VELUDBResult **rows) {
+    return ReadOf(&session, [&](VELUDBResult **rows) {
         return VELUDBExecute(session.connection->db.get(), sql, rows);
     });
-    if (read == nullptr)
-        SessionRewound(catalogue);
-    return read;
 }
 
 StoreConnectionRef RunConnection(Catalogue catalogue) {
@@ -132,11 +129,15 @@ StoreConnectionRef RunConnection(Catalogue catalogue) {
 
 bool RunBorrowedFailed(Catalogue catalogue, VELUDB *db) {
     Session &session = SessionOf(catalogue);
-    if (!SessionCountFailure(catalogue, account.request, db))
+    const bool ours = session.connection != nullptr && session.connection->db.get() == db;
+    if (!SessionCountFailure(catalogue, account.request, db)) {
+        if (ours)
+            SessionRewound(catalogue);
         return true;
+    }
     const bool first = !session.away_told;
     session.away_told = true;
-    if (session.connection == nullptr || session.connection->db.get() != db)
+    if (!ours)
         return first;
     if (session.together)
         SessionTakeBack(catalogue);

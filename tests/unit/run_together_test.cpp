@@ -118,6 +118,27 @@ TEST_P(RunTogether, AStatementThatFailsByItselfCostsItselfOnly) {
     EXPECT_EQ(BlVELUIndexRunRequestFailed(1), 0);
 }
 
+TEST_P(RunTogether, AfterStatementsThatFailByThemselvesOthersStillSeeAllOrNone) {
+    const char *again = "insert into video_desc (path) values ('/1')";
+    {
+        VELUIndexTogether together(Catalogue::photo);
+        ASSERT_EQ(Add("/1"), 1);
+        EXPECT_EQ(Add("/1"), -1);
+        VELUIndexRows *rows = PhotoInfoDBOpen(kPhotoTableVideoDesc, "path", nullptr, nullptr, 0);
+        EXPECT_EQ(VELUDBRowCount(VELUIndexRowsResult(rows)), 1);
+        EXPECT_EQ(VELUIndexRowsExecute(rows, again), -1);
+        VELUIndexRowsFailed(rows);
+        EXPECT_EQ(VELUIndexRowsExecute(rows, "insert into video_desc (path) values ('/2')"), 1);
+        PhotoInfoDBClose(rows);
+        ASSERT_EQ(Add("/3"), 1);
+        EXPECT_EQ(There(), "");
+        EXPECT_EQ(together.Finish(0), 0);
+    }
+    EXPECT_EQ(There(), "/1|/2|/3");
+    EXPECT_EQ(VELUIndexRowsExecute(nullptr, again), -1);
+    EXPECT_EQ(VELUIndexRunEnd(), 0);
+}
+
 // Outside a run it is one by itself.
 TEST_P(RunTogether, WithoutARun) {
     ASSERT_EQ(VELUIndexRunEnd(), 0);
