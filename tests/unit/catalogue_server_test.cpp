@@ -58,6 +58,30 @@ TEST_F(ServerStore, AReadThatLosesItsConnectionFailsTheRun) {
     MediaInfoDBClose(rows);
 }
 
+// It may be a copy that lags behind: what is done upon an answer would be done upon what was there a while ago.
+TEST_F(ServerStore, AServerThatTakesNoWritesIsAskedNothingThatCounts) {
+    ASSERT_EQ(Save(0, "/a"), 0);
+    ASSERT_EQ(PhotoInfoDBDelete("/a"), 0); // makes the tables
+    Peer peer(ServerUri() + "/postgres");
+    const auto change = [&](const char *setting) {
+        for (const char *name : {"unit_media", "unit_photo"})
+            ASSERT_EQ(peer.Exec(std::string("alter database ") + name + setting), 0);
+    };
+    change(" set default_transaction_read_only = on");
+    LogCatcher log;
+    EXPECT_EQ(VELUIndexKnows(Catalogue::media, "/a", true), -1);
+    EXPECT_EQ(MediaInfoDBOpen(0, "path", nullptr, nullptr, 0), nullptr);
+    EXPECT_EQ(PhotoInfoDBOpen(kPhotoTableShare, "*", nullptr, nullptr, 0), nullptr);
+    {
+        VELUIndexTogether together(Catalogue::photo);
+        EXPECT_EQ(PhotoInfoDBOpen(kPhotoTableShare, "*", nullptr, nullptr, 0), nullptr);
+        EXPECT_EQ(together.Finish(0), -1);
+    }
+    EXPECT_EQ(log.Lines("read-only transaction").size(), log.Lines().size());
+    change(" reset default_transaction_read_only");
+    EXPECT_EQ(VELUIndexKnows(Catalogue::media, "/a", true), 1);
+}
+
 TEST_F(ServerStore, ABatchWhoseCommitFailsIsWrittenRowByRow) {
     ASSERT_EQ(Save(0, "/first"), 0);
     Peer peer;
