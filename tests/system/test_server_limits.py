@@ -2,6 +2,7 @@
 """What an administrator has set on a server: limits of time and number, rights, other places for tables. Requests wait until
 the catalogue takes them, and its rows are those of any other."""
 import contextlib
+import os
 import signal
 import time
 
@@ -104,11 +105,12 @@ def test_a_limit_on_the_time_of_a_statement(daemon):
 
 
 def test_a_limit_on_the_time_that_a_transaction_stands_still(make_daemon, node):
-    """Storage that is slow for a moment is no reason to lose the rows before it, nor to do them again for ever."""
+    """Storage that is slow for a moment does not break a batch off, as it would again with the next run."""
     # So slow that a batch is open for some time.
     daemon = make_daemon(server=Route(node), speed=20).start()
     change(daemon, "set idle_in_transaction_session_timeout = '50ms'")
     fill(daemon, 1200)
+    size = node.log_size()
     begin(daemon, f"A:{MUSIC}")
     for rows in (100, 400, 700):
         wait_for(lambda count=rows: daemon.catalogue.count("music") >= count, "some rows", pause=0)
@@ -116,6 +118,22 @@ def test_a_limit_on_the_time_that_a_transaction_stands_still(make_daemon, node):
         time.sleep(0.15)
         daemon.signal(signal.SIGCONT)
     check_all_is_done(daemon, 1200)
+    assert not [line for line in node.told(size) if "idle" in line]
+
+
+def test_a_limit_on_the_time_that_a_session_stands_still(make_daemon, node):
+    """A decoder that takes long does not cost the rows behind it."""
+    daemon = make_daemon(server=Route(node), speed=20).start()
+    change(daemon, "set idle_session_timeout = '100ms'")
+    decoder = daemon.write("/tmp/decoder", "#!/bin/sh\nunset LD_PRELOAD\nsleep 0.3\n")
+    os.chmod(daemon.box.path(decoder), 0o755)
+    daemon.configure(aacdecoder=decoder)
+    fill(daemon, 40)
+    for number in range(2):
+        daemon.write(f"{MUSIC}/{number}/1.aac", b"x")
+    daemon.index(f"A:{MUSIC}")
+    assert not daemon.exists(KEPT)
+    assert len(daemon.paths("music")) == 42
 
 
 def test_read_only_for_a_while_in_the_middle_of_a_run(daemon, node):

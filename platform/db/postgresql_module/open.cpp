@@ -25,6 +25,9 @@ constexpr Setting kDefaults[] = {
 // as SQLite's, unless somebody has set that. Commits do not wait for the disk: VELUDBSync does, once for all of them, and a
 // server that has lost some has broken the connection by then. A pooler's connection does not break when a server behind
 // it does; it has made up the process that it names, so that there each commit waits.
+//
+// Reading a file may take minutes, in which a transaction or the session stands still. A limit on that, which would end the
+// connection at the same file each time, is put up to what no file takes, for a session that is all ours for its life.
 std::string SettingsOf(const PGconn *server) {
     const std::string ours = std::to_string(PQbackendPID(server));
     return "select set_config('standard_conforming_strings', 'on', true), "
@@ -34,7 +37,12 @@ std::string SettingsOf(const PGconn *server) {
            "set_config('synchronous_commit', case when pg_backend_pid() = " +
            ours +
            " then 'off' when current_setting('synchronous_commit') = 'off' then 'on' "
-           "else current_setting('synchronous_commit') end, true)";
+           "else current_setting('synchronous_commit') end, true), "
+           "set_config('idle_in_transaction_session_timeout', "
+           "case current_setting('idle_in_transaction_session_timeout') when '0' then '0' else '600000' end, "
+           "true), "
+           "set_config('idle_session_timeout', '0', pg_backend_pid() <> " +
+           ours + " or current_setting('idle_session_timeout') = '0')";
 }
 
 void NoticeIgnore(void *, const PGresult *) {}
