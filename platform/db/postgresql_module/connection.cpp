@@ -17,6 +17,7 @@ namespace {
 constexpr std::string_view kStoreStates[] = {
     "08",    // the connection
     "25006", // the server takes no writes: a standby
+    "25P02", // another statement has failed before, which says nothing about this one
     "25P03", // the transaction has stood still for too long
     "25P04", // it has taken too long
     "26",    // a prepared statement that is no longer there, on a connection that somebody else has used
