@@ -34,13 +34,15 @@ constexpr int kNiceness = 10;
     _exit(0);
 }
 
-// Holds up the daemon's two signals until their handlers are installed, or lets them come: a starter that blocks them
-// passes that on. The pid file is there before the handlers, and a signal in between would end the daemon and leave it.
+// Holds up the daemon's signals until it is said what they do, or lets them come: a starter that blocks them passes that on.
+// The pid file is there before the handlers: a signal in between would end the daemon and leave it, and to write it may bring
+// SIGXFSZ itself.
 void SignalsHold(int how) {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGUSR1);
     sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGXFSZ);
     sigprocmask(how, &signals, nullptr);
 }
 

@@ -182,6 +182,14 @@ def test_a_limit_of_the_size_of_files_is_a_failed_write(box):
     assert box.paths("music") == sorted(files)
 
 
+def test_a_starter_that_lets_no_file_grow_has_a_daemon_all_the_same(box):
+    box.write(QUEUE, "bad line\n")
+    assert box.run(wrapper=["/usr/bin/prlimit", "--fsize=0:"])["status"] == 0
+    wait_for(lambda: box.logged("veluindexd.c", "Bad format [bad line]."), "the line's message")
+    assert box.logged("veluindexd.c", "fprintf pid failed. (File too large)") == 1
+    assert box.read(PID_FILE) == b"" and len(processes(box)) == 1
+
+
 # --- several starts
 
 
