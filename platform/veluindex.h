@@ -128,10 +128,10 @@ int VELUIndexKnows(Catalogue catalogue, const char *path, bool itself);
 
 // --- Media catalogue ---------------------------------------------------------------------------------------
 
-// Makes the text of a record valid UTF-8: text that is not UTF-8 is taken as ISO-8859-1 and converted, a
-// character cut in half at the end of a full field goes, control characters become blanks, leading and
-// trailing blanks go. Fields flagged as UTF-16 stay as they are. A duration that is NaN, infinite or negative
-// becomes 0, and so do negative track, disc and year numbers. Returns 0, or -1 without a record.
+// Makes the text of a record valid UTF-8: text that is not UTF-8 is taken as ISO-8859-1 and converted, a character cut in
+// half goes at the end of a full field and behind a whole one of several bytes, control characters become blanks, blanks
+// at the ends go. Fields flagged as UTF-16 stay as they are. A duration that is NaN, infinite or negative becomes 0, and so
+// do negative track, disc and year numbers. Returns 0, or -1 without a record.
 int MediaInfoValid(MediaInfo *record);
 
 // Inserts or replaces the row of record->path in the table of `kind` (0 to 3). The row's text is made valid

@@ -9,10 +9,10 @@
 #include <string>
 #include <string_view>
 
-// Returns the text of a field of `size` bytes, which ends at its first NUL or, without one, with the field.
-// Single-byte text that is UTF-8 stays, less a last character that this field, being full, or a shorter one before
-// has cut in half; any other is ISO-8859-1. With `utf16` the field holds raw UTF-16: a byte-order mark (without one the result is empty),
-// then units up to a zero unit or the end of the field; what is no character becomes U+FFFD.
+// Returns the text of a field of `size` bytes, which ends at its first NUL or, without one, with the field. Single-byte text
+// that is UTF-8 stays, less a last character that was cut in half: by this field, when it is full, or, behind a whole one of
+// several bytes, by a shorter field before; any other is ISO-8859-1. With `utf16` the field holds raw UTF-16: a byte-order mark
+// (without one the result is empty), then units up to a zero unit or its end; what is no character becomes U+FFFD.
 std::string CatalogueText(const char *field, size_t size, bool utf16);
 
 // The same of single-byte text that stands in no field, such as a name in a path.
