@@ -45,6 +45,33 @@ def test_the_exposure_is_low(installed):
     assert service.exposure(installed) < EXPOSURE_LIMIT
 
 
+# Ends with 0 when it can read how much memory a child of its own takes that, like the probe, nobody may look into.
+WATCHDOG = """
+import ctypes, os, signal
+ready, told = os.pipe()
+child = os.fork()
+if child == 0:
+    ctypes.CDLL(None).prctl(4, 0)  # PR_SET_DUMPABLE
+    os.write(told, b"1")
+    signal.pause()
+os.read(ready, 1)
+try:
+    with open(f"/proc/{child}/status") as status:
+        assert "VmRSS:" in status.read()
+finally:
+    os.kill(child, signal.SIGKILL)
+"""
+
+
+def test_the_watchdog_sees_the_memory_of_the_probe(texts, box):
+    unit = service.settings(*texts)
+    uid = DAEMON if "User" in unit else 0
+    os.chown(box.box.path(box.write(TRACE)), uid, uid)
+    done = box.box.ask("run", arguments=[*service.wrapper(unit, TRACE, uid), "/usr/bin/python3", "-c", WATCHDOG], environment={},
+                       timeout=60)
+    assert done["status"] == 0, box.read(f"{TRACE}.words")
+
+
 def give(box, path, uid):
     """Gives a tree to a user who lets nobody else in."""
     for folder, _, names in os.walk(box.box.path(path)):

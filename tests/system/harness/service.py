@@ -33,13 +33,15 @@ def writable(unit):
 
 
 def wrapper(unit, trace, uid=0):
-    """A command that starts its arguments with the file systems, the capabilities and the network of the unit, as the
+    """A command that starts its arguments with the file systems, /proc, the capabilities and the network of the unit, as the
     user `uid`, and has all system calls written to the file `trace`. What the tools say goes beside it: the tracer stays,
     and must not hold the streams of who started it."""
     lines = ["set -e", "umask " + unit["UMask"][0], "mount --make-rprivate /"]
     keep = writable(unit)
     lines += [f"mount --rbind {path} {path}" for path in keep if path not in MOUNTS]
     lines += [f"mount -o remount,bind,ro {path}" for path in MOUNTS if path not in keep]
+    if unit["ProtectProc"][-1] != "default":
+        lines.append(f"mount -t proc -o hidepid={unit['ProtectProc'][-1]} proc /proc")
     bounding = ",".join(["-all", *(f"+{name}" for name in capabilities(unit, "CapabilityBoundingSet"))])
     ambient = ",".join(["-all", *(f"+{name}" for name in capabilities(unit, "AmbientCapabilities"))])
     user = f"--reuid {uid} --regid {uid} --clear-groups" if uid else ""
