@@ -57,9 +57,10 @@ TEST(CommandLineReader, OutputWithoutEndEndsWithItsReader) {
 TEST(CommandLineReader, ACommandThatHangsIsKilledWithAllItStarted) {
     char line[16];
     const double start = Seconds();
-    EXPECT_EQ(CommandLineRead("sleep 60 & echo $! > /tmp/sleeper; sleep 60", 200, line, sizeof line),
+    EXPECT_EQ(CommandLineRead("sleep 60 & echo $! > /tmp/sleeper; sleep 60", 1'000, line, sizeof line),
               CommandAnswer::kTimedOut);
-    EXPECT_EQ(CommandLineRead("echo one; exec >&-; sleep 60", 200, line, sizeof line), CommandAnswer::kRead);
+    EXPECT_EQ(CommandLineRead("echo one; exec >&-; sleep 60", 1'000, line, sizeof line),
+              CommandAnswer::kRead);
     EXPECT_STREQ(line, "one\n");
     EXPECT_LT(Seconds() - start, 20);
     ExpectSleeperEnded("the time");
@@ -70,7 +71,7 @@ TEST(CommandLineReader, WhatTheShellHasLeftBehindIsKilled) {
     char line[16];
     const double start = Seconds();
     for (const std::string sleeper : {"sleep 60", "setsid sleep 60", "sh -c 'sleep 60; true'"}) {
-        EXPECT_EQ(CommandLineRead((sleeper + " & echo $! > /tmp/sleeper").c_str(), 200, line, sizeof line),
+        EXPECT_EQ(CommandLineRead((sleeper + " & echo $! > /tmp/sleeper").c_str(), 1'000, line, sizeof line),
                   CommandAnswer::kTimedOut);
         ExpectSleeperEnded(sleeper);
         EXPECT_EQ(CommandLineRead((sleeper + " > /dev/null & echo $! > /tmp/sleeper; echo one").c_str(),
