@@ -104,18 +104,29 @@ def test_a_limit_on_the_time_of_a_statement(daemon):
     check_all_is_done(daemon)
 
 
+def stop_in_a_batch(daemon):
+    """Stops the daemon while a transaction waits for it, and has had its settings."""
+    while True:
+        daemon.signal(signal.SIGSTOP)
+        if media(daemon, "select 1 from pg_stat_activity where datname = current_database() and state = 'idle in transaction' "
+                         "and query not like 'begin%'"):
+            return
+        daemon.signal(signal.SIGCONT)
+        time.sleep(0.005)
+
+
 def test_a_limit_on_the_time_that_a_transaction_stands_still(make_daemon, node):
     """Storage that is slow for a moment does not break a batch off, as it would again with the next run."""
     # So slow that a batch is open for some time.
     daemon = make_daemon(server=Route(node), speed=20).start()
-    change(daemon, "set idle_in_transaction_session_timeout = '50ms'")
+    change(daemon, "set idle_in_transaction_session_timeout = '300ms'")
     fill(daemon, 1200)
     size = node.log_size()
     begin(daemon, f"A:{MUSIC}")
-    for rows in (100, 400, 700):
+    for rows in (100, 500):
         wait_for(lambda count=rows: daemon.catalogue.count("music") >= count, "some rows", pause=0)
-        daemon.signal(signal.SIGSTOP)
-        time.sleep(0.15)
+        stop_in_a_batch(daemon)
+        time.sleep(0.6)
         daemon.signal(signal.SIGCONT)
     check_all_is_done(daemon, 1200)
     assert not [line for line in node.told(size) if "idle" in line]
