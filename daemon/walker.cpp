@@ -26,7 +26,7 @@ void FileVisit(const char *path, int mode, int mask) {
     int result = 0;
     if (mask & kWalkMedia)
         result = IndexFileAdd(path, mode);
-    if ((mask & kWalkPhotoLibrary) && IsInPhotoLibrary(path)) {
+    if ((mask & kWalkPhotoLibrary) && IsInPhotoLibrary(path) && IsSeen(path)) {
         if (result == 0)
             PhotoLibraryFileUpdate(path, mode);
         else
@@ -44,8 +44,7 @@ void TreeWalk(const char *path, int mode, int mask) {
             TreeLeave(&cursor);
         } else if (event == TreeEvent::entered && (mask & kWalkMedia) != 0) {
             IndexFileAdd(cursor.path.c_str(), mode);
-        } else if (event == TreeEvent::entry && cursor.kind == EntryKind::file &&
-                   IsSeen(cursor.path.c_str())) {
+        } else if (event == TreeEvent::entry && cursor.kind == EntryKind::file) {
             FileVisit(cursor.path.c_str(), mode, mask);
         } else if (event == TreeEvent::left && IsUnread(cursor.end)) {
             syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, cursor.path.c_str());
