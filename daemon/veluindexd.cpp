@@ -97,7 +97,7 @@ int main(int argc, char **argv) {
     }
     openlog(kProgram, LOG_PID, LOG_DAEMON);
     SignalsHold(SIG_BLOCK);
-    const FdHandle pid_file = BecomeDaemon();
+    [[maybe_unused]] const FdHandle pid_file = BecomeDaemon();
     HandlersInstall();
     SignalsHold(SIG_UNBLOCK);
     DatabasesVacuum();
