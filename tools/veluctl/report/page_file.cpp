@@ -52,7 +52,7 @@ std::string PageFileWrite(const std::string &path, std::string_view page) {
     if (BytesWrite(file.get(), page) && fchmod(file.get(), RightsFor(there ? &before : nullptr)) == 0 &&
         fsync(file.get()) == 0 && rename(name.c_str(), path.c_str()) == 0)
         return {};
-    const std::string reason = strerror(errno);
+    std::string reason = strerror(errno);
     unlink(name.c_str());
     return reason;
 }

@@ -84,7 +84,7 @@ TimeChart FilesChart(const Report &report, const Growth &growth) {
         chart.heading = "Files by month";
     for (const Kind kind : kGrowing) {
         Series series = {report.kinds[kind].anchor, {}};
-        series.values.resize(static_cast<size_t>((growth.last - first) / step + 1));
+        series.values.resize(static_cast<size_t>((growth.last - first) / step) + 1);
         for (const auto &[month, group] : growth.months[kind])
             series.values[static_cast<size_t>((month - first) / step)] += static_cast<double>(group.files);
         chart.series.push_back(std::move(series));
