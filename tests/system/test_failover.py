@@ -117,6 +117,26 @@ def test_a_synchronous_standby_that_is_away_is_waited_for(make_pair, make_daemon
     assert count(daemon) == EARLIER
 
 
+def test_a_wait_for_a_standby_that_is_broken_off_confirms_nothing(make_pair, make_daemon):
+    """The server answers the commit with success, and a warning."""
+    primary, standby = make_pair(SYNCHRONOUS)
+    daemon = make_daemon(server=route(primary, standby, primary), speed=SPEED).start()
+    fill(daemon, "now", EARLIER)
+    standby.stop()
+    daemon.queue(f"A:{MUSIC}")
+    daemon.signal()
+    wait_for(lambda: primary.ask("select pg_cancel_backend(pid) from pg_stat_activity where wait_event = 'SyncRep'"),
+             "a wait for the standby")
+    try:
+        wait_for(lambda: daemon.exists(KEPT) or daemon.done(), "the end of the run")
+        assert daemon.exists(KEPT)
+        assert any("the wait for a synchronous standby was broken off" in text for text in daemon.log.texts())
+    finally:
+        standby.start()
+    daemon.wait_done()
+    assert count(daemon) == EARLIER
+
+
 def test_what_a_standby_lacked_is_found_by_check(make_pair, make_daemon):
     """Without a synchronous one, what is done with may be lost, and only that."""
     primary, standby = make_pair("")

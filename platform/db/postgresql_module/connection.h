@@ -30,6 +30,7 @@ struct PgConnection {
     size_t parsed = kNoStatement; // which of them the session has without a name, while a transaction is open
     std::string settings;         // the statement that makes them, for the transaction that it stands in
     bool only_reads = false;
+    bool not_followed = false; // a commit was answered before the synchronous standby had it
     std::string error;
     bool store_failed = false; // the last failure was the server's, not the statement's own
 };

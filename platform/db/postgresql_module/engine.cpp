@@ -92,12 +92,19 @@ void Rollback(PgConnection *connection) {
         PgAnswer(connection, PQsendQuery(connection->server.get(), "rollback"));
 }
 
-// A transaction with a failed statement in it would answer a commit with a rollback, and success.
+// A transaction with a failed statement in it would answer a commit with a rollback, and success. A commit whose wait for
+// a synchronous standby an operator has cancelled is answered with success, too: it may not outlive this server.
 int Commit(PgConnection *connection) {
     if (Status(connection) == PQTRANS_IDLE)
         return PgFail(connection, "no transaction is open");
-    if (Status(connection) == PQTRANS_INTRANS && Send(connection, "commit", nullptr) >= 0)
-        return 0;
+    connection->not_followed = false;
+    if (Status(connection) == PQTRANS_INTRANS && Send(connection, "commit", nullptr) >= 0) {
+        if (!connection->not_followed)
+            return 0;
+        PgFail(connection, "the wait for a synchronous standby was broken off");
+        connection->store_failed = true;
+        return -1;
+    }
     Rollback(connection);
     return -1;
 }
@@ -247,7 +254,8 @@ int InTransaction(const void *handle) {
 // all that was committed before; the message costs a few bytes of log and leaves nothing behind.
 int Sync(void *handle) {
     constexpr char kMessage[] =
-        "select set_config('synchronous_commit', case current_setting('synchronous_commit') when 'off' then "
+        "select set_config('client_min_messages', 'warning', true), "
+        "set_config('synchronous_commit', case current_setting('synchronous_commit') when 'off' then "
         "'on' "
         "else current_setting('synchronous_commit') end, true), pg_logical_emit_message(true, 'velu', '')";
     PgConnection *connection = Connection(handle);

@@ -32,6 +32,7 @@ std::string SettingsOf(const PGconn *server) {
     const std::string ours = std::to_string(PQbackendPID(server));
     return "select set_config('standard_conforming_strings', 'on', true), "
            "set_config('extra_float_digits', '1', true), "
+           "set_config('client_min_messages', 'warning', true), " // for NoticeTake
            "set_config('lock_timeout', case current_setting('lock_timeout') when '0' then '10000' "
            "else current_setting('lock_timeout') end, true), "
            "set_config('synchronous_commit', case when pg_backend_pid() = " +
@@ -45,7 +46,15 @@ std::string SettingsOf(const PGconn *server) {
            ours + " or current_setting('idle_session_timeout') = '0')";
 }
 
-void NoticeIgnore(void *, const PGresult *) {}
+// The server's function that tells of a wait which was broken off: its words are in the server's language, and have no code
+// of their own.
+constexpr char kWaitForStandby[] = "SyncRepWaitForLSN";
+
+void NoticeTake(void *connection, const PGresult *notice) {
+    const char *function = PQresultErrorField(notice, PG_DIAG_SOURCE_FUNCTION);
+    if (function != nullptr && strcmp(function, kWaitForStandby) == 0)
+        static_cast<PgConnection *>(connection)->not_followed = true;
+}
 
 // The library's words about a URI may quote it, with the password in it.
 std::string WithoutUri(std::string words, const char *uri) {
@@ -105,7 +114,7 @@ void *PgOpen(const char *uri, std::string *error) {
         *error = server != nullptr ? PgOneLine(PQerrorMessage(server)) : "out of memory";
         return nullptr;
     }
-    PQsetNoticeReceiver(server, NoticeIgnore, nullptr);
+    PQsetNoticeReceiver(server, NoticeTake, connection.get());
     connection->settings = SettingsOf(server);
     *error = EncodingProblem(server);
     return error->empty() ? connection.release() : nullptr;
