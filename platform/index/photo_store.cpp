@@ -137,7 +137,8 @@ int PhotoDBExec(const char *sql) {
 }
 
 // Who would write a row with the same id waits for the end of the transaction that has written one, also when it has removed
-// it again. Where one transaction at a time writes, the id is safe with whoever has begun to write.
+// it again. Where both are done again behind a failure, that program's album may have the id by then, and stays. Where one
+// transaction at a time writes, the id is safe with whoever has begun to write.
 int VELUPhotoShareIdReserve(int id) {
     RunScope scope;
     if (!RunIsShared(Catalogue::photo))

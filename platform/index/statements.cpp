@@ -135,7 +135,7 @@ std::string StatementText(int statement) {
     case StoreOperation::reserveAlbum:
         return "insert into photo_share (shareid) values ($1) on conflict (shareid) do nothing";
     case StoreOperation::releaseAlbum:
-        return "delete from photo_share where shareid = $1";
+        return "delete from photo_share where shareid = $1 and sharename is null";
     }
     return {};
 }

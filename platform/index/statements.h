@@ -27,7 +27,7 @@ enum class StoreOperation : int {
     photoInTree,   // path, from, before
     markVideo,     // path
     reserveAlbum,  // id: an album that has nothing else, unless one has it
-    releaseAlbum,  // id
+    releaseAlbum,  // id: of an album that has nothing else
 };
 
 // Rows with covers are looked up in portions, so that a library of any size needs the same memory.

@@ -64,6 +64,27 @@ TEST_F(AlbumIds, AnIdThatIsTakenMeanwhileIsTakenAnew) {
               "1Top|2other|3more|4Top/ours");
 }
 
+// One program has an id for an album that turns out to be there, while another waits for that id.
+TEST_F(AlbumIds, AnIdThatIsGivenBackTakesNoAlbumAway) {
+    ASSERT_EQ(AlbumMake("ours"), 0);
+    Peer other(photo_uri);
+    const auto wait_for_waiting = [](const char *count) {
+        while (Peer(photo_uri).Query("select count(*) as x from pg_locks where not granted") != count)
+            usleep(1000);
+    };
+    ASSERT_EQ(VELUDBBegin(other.db), 0);
+    ASSERT_EQ(other.Exec("delete from photo_share where sharename = 'Top/ours'"), 1);
+    const pid_t again = ChildStart([] { return AlbumMake("ours") == -1 ? 0 : 1; });
+    wait_for_waiting("1");
+    const pid_t anew = ChildStart([] { return AlbumMake("new"); });
+    wait_for_waiting("2");
+    VELUDBRollback(other.db);
+    EXPECT_EQ(ChildStatus(again), 0);
+    EXPECT_EQ(ChildStatus(anew), 0);
+    EXPECT_EQ(other.Query("select shareid || sharename as x from photo_share order by shareid"),
+              "1Top|2Top/ours|3Top/new");
+}
+
 TEST_F(AlbumIds, AnAlbumThatIsThereIsToldAsEver) {
     ASSERT_EQ(AlbumMake("ours"), 0);
     LogCatcher log;
