@@ -45,8 +45,7 @@ int RemoveCoversFrom(const char *table, std::string low, const std::string *high
 } // namespace
 
 std::string WithoutTrailingSlashes(const std::string &path) {
-    const size_t last = path.find_last_not_of('/');
-    return last == std::string::npos ? std::string() : path.substr(0, last + 1);
+    return std::string(PathWithoutEndSlashes(path));
 }
 
 int RemoveRow(Catalogue catalogue, const char *table, const std::string &path) {
