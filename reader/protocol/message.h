@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What the daemon and a reader say to each other: packets (SOCK_SEQPACKET) over a socket pair, in the byte order of the machine,
+// since both are of one build. The reader is not believed: AnswerDecode checks every count, length, name, number and text.
+//
+//   reader -> daemon   Hello, once, when it is warm and confined
+//   daemon -> reader   Request, with the file's descriptor and those of companions (SCM_RIGHTS)
+//   reader -> daemon   Answer, one for each request, in their order; a picture lies in the request's slot
+//
+// Slots are sealed memory files (memfd) of kReaderPictureMax bytes that the daemon makes and the reader inherits, kReaderSlots
+// of them: a request names the one its picture goes into, and the slot is the reader's until it has answered.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "reader/protocol/bounds.h"
+#include "reader/protocol/fact_list.h"
+
+// Raised with every change of these messages, of the table of facts and of what readers find: files that an older revision has
+// read are read again.
+inline constexpr uint32_t kReaderRevision = 1;
+
+enum class ReaderKind : uint32_t { sound_and_photos, films };
+
+// The descriptors that a reader is started with.
+inline constexpr int kReaderSocket = 3;
+inline constexpr int kReaderFirstSlot = 4; // and the following ones
+
+struct Hello {
+    uint32_t magic;
+    uint32_t revision;
+    ReaderKind kind;
+};
+
+// Longest extension that is handed over as a hint, terminator included.
+inline constexpr size_t kReaderExtensionSize = 16;
+
+struct Request {
+    uint32_t magic;
+    uint32_t number;                      // of the request, in the answer again
+    uint32_t slot;                        // for its picture
+    uint32_t wants;                       // of ReaderWants
+    char extension[kReaderExtensionSize]; // as in the file's name, lower case; empty: none, or too long
+    char charset[32];                     // of tags in single bytes that are not UTF-8; empty: ISO-8859-1
+};
+
+enum ReaderWants : uint32_t { kWantsPicture = 1 };
+
+enum class AnswerStatus : uint32_t {
+    read,   // the facts are what there is
+    failed, // not readable as what it is: `facts` may hold something all the same
+    films,  // a file for the reader of films
+    sound,  // a file for the reader of sound and photos
+};
+
+// What the content is, whatever the name says.
+enum class ContentClass : uint32_t { unknown, sound, film, picture, playlist };
+
+enum class PictureFormat : uint32_t { none, jpeg, png, webp, gif };
+
+struct Answer {
+    uint32_t number = 0;
+    AnswerStatus status = AnswerStatus::failed;
+    ContentClass content = ContentClass::unknown;
+    PictureFormat picture = PictureFormat::none; // by its own first bytes
+    uint32_t picture_bytes = 0;
+    FactList facts;
+    std::string reason; // of a failure, for the log; at most kReaderReasonMax bytes
+};
+
+// Writes an answer as a packet. One within the bounds always fits kReaderAnswerSize.
+void AnswerEncode(const Answer &answer, std::vector<std::byte> *packet);
+
+// Reads a packet; false, and the answer is not to be used, when anything in it is not as it has to be. Text that it gives is
+// valid UTF-8, without a NUL.
+[[nodiscard]] bool AnswerDecode(std::span<const std::byte> packet, Answer *answer);
+
+// Send and receive a packet with descriptors. They return its bytes, 0 at the end of the connection, -1 with errno.
+// `descriptors` are closed by the receiver's caller; a packet that was cut, or has more of them than asked for, is EPROTO, and none
+// stays open.
+ssize_t PacketSend(int socket, std::span<const std::byte> packet, std::span<const int> descriptors,
+                   int flags);
+ssize_t PacketReceive(int socket, std::span<std::byte> packet, std::vector<int> *descriptors,
+                      size_t descriptors_max, int flags);
