@@ -148,6 +148,25 @@ inline constexpr unsigned kProbeOpenFilesMax = 16;
 // reserves. With this much above the machine's memory, the share above is always reached first.
 inline constexpr uint64_t kProbeAddressReserve = uint64_t{1} << 30;
 
+// --- Readers -----------------------------------------------------------------------------------------------
+
+// The facts of a file (an album's worth of artists, a film's chapters), the bytes of their texts together, and of one.
+inline constexpr size_t kReaderFactsMax = 256;
+inline constexpr size_t kReaderTextMax = 65536;
+inline constexpr size_t kReaderValueMax = 4096;
+
+// Bytes of the reason for which a file could not be read. It is a part of one line of the log.
+inline constexpr size_t kReaderReasonMax = 256;
+
+// A picture above this is no cover: scans at print resolution stay below it.
+inline constexpr uint32_t kReaderPictureMax = uint32_t{32} << 20;
+
+// Files that one reader has been handed and has not answered yet, with a place for a picture each.
+inline constexpr int kReaderSlots = 4;
+
+// Descriptors of one request: the file, and what lies beside it and belongs to it.
+inline constexpr size_t kReaderDescriptorsMax = 4;
+
 // --- Directories -------------------------------------------------------------------------------------------
 
 // Levels whose directory stays open while a subdirectory is walked. Below them a directory is closed and later

@@ -21,12 +21,12 @@ struct ReaderInput {
     // The part that was read last.
     std::vector<std::byte> window;
     int64_t window_offset = 0;
+    bool failed = false; // to be read, once
 };
 
-// Reads at an offset, through the window when the part is small. Returns the bytes read: fewer at the end of the file, or
-// where it cannot be read; then `InputFailed` is true.
+// Reads at an offset, through the window when the part is small. Returns the bytes read: fewer at the end of the file (what
+// lies behind `size`, or before 0, is not there), or where it cannot be read; then `failed` is true from there on.
 size_t InputRead(ReaderInput *input, int64_t offset, std::span<std::byte> out);
-[[nodiscard]] bool InputFailed(const ReaderInput &input);
 
 // Where the cover goes: the slot of the request, or nowhere.
 struct PictureSink {

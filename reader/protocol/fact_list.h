@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/limits.h"
 #include "reader/protocol/fact_names.h"
 
 // Who said it.
@@ -34,8 +35,9 @@ struct FactList {
 
 // Add a value. A value that is no good is left out: an empty text, a number that is not finite (or, of a whole one,
 // negative or beyond 2^53), a second one of a fact that has one value only, the same text twice, what no longer
-// fits. Text is made valid UTF-8 (bad bytes become U+FFFD), blanks and control characters at its ends go, and it is cut to
-// kReaderValueMax bytes at a character. Text is no value of a number and the other way round (checked).
+// fits. Text is made valid UTF-8 (bad bytes become U+FFFD, a last character that was cut is left out) and ends at a NUL, blanks
+// and control characters at its ends go, and it is cut to kReaderValueMax bytes at a character. Text is no value of a number
+// and the other way round (checked).
 // They return whether the value was added.
 bool FactAddText(FactList *list, FactName name, FactSource source, std::string_view text);
 bool FactAddNumber(FactList *list, FactName name, FactSource source, double number);
@@ -45,6 +47,9 @@ const Fact *FactFind(const FactList &list, FactName name);
 
 // Takes all values of a name out.
 void FactRemove(FactList *list, FactName name);
+
+// Returns a text as FactAddText keeps it; empty: it keeps none.
+std::string FactText(std::string_view text);
 
 // Returns the word for a source: "own", "taglib", "exiv2", "libavformat".
 const char *FactSourceWord(FactSource source);

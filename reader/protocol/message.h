@@ -13,13 +13,15 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/types.h>
 
 #include <span>
 #include <string>
 #include <vector>
 
-#include "reader/protocol/bounds.h"
+#include "platform/limits.h"
 #include "reader/protocol/fact_list.h"
+#include "reader/protocol/picture_format.h"
 
 // Raised with every change of these messages, of the table of facts and of what readers find: files that an older revision has
 // read are read again.
@@ -31,25 +33,33 @@ enum class ReaderKind : uint32_t { sound_and_photos, films };
 inline constexpr int kReaderSocket = 3;
 inline constexpr int kReaderFirstSlot = 4; // and the following ones
 
+inline constexpr uint32_t kHelloMagic = 0x76726831;
+inline constexpr uint32_t kRequestMagic = 0x76727131;
+inline constexpr uint32_t kAnswerMagic = 0x76726131;
+
 struct Hello {
-    uint32_t magic;
-    uint32_t revision;
-    ReaderKind kind;
+    uint32_t magic = kHelloMagic;
+    uint32_t revision = kReaderRevision;
+    ReaderKind kind = ReaderKind::sound_and_photos;
 };
 
 // Longest extension that is handed over as a hint, terminator included.
 inline constexpr size_t kReaderExtensionSize = 16;
 
-struct Request {
-    uint32_t magic;
-    uint32_t number;                      // of the request, in the answer again
-    uint32_t slot;                        // for its picture
-    uint32_t wants;                       // of ReaderWants
-    char extension[kReaderExtensionSize]; // as in the file's name, lower case; empty: none, or too long
-    char charset[32];                     // of tags in single bytes that are not UTF-8; empty: ISO-8859-1
-};
+// Longest name of a character set, terminator included.
+inline constexpr size_t kReaderCharsetSize = 32;
 
 enum ReaderWants : uint32_t { kWantsPicture = 1 };
+
+struct Request {
+    uint32_t magic = kRequestMagic;
+    uint32_t number = 0;                       // of the request, in the answer again
+    uint32_t slot = 0;                         // for its picture
+    uint32_t wants = 0;                        // of ReaderWants
+    int64_t size = 0;                          // bytes of the file; what it has grown since is not read
+    char extension[kReaderExtensionSize] = {}; // as in the file's name, lower case; empty: none, or too long
+    char charset[kReaderCharsetSize] = {}; // of tags in single bytes that are not UTF-8; empty: ISO-8859-1
+};
 
 enum class AnswerStatus : uint32_t {
     read,   // the facts are what there is
@@ -61,8 +71,6 @@ enum class AnswerStatus : uint32_t {
 // What the content is, whatever the name says.
 enum class ContentClass : uint32_t { unknown, sound, film, picture, playlist };
 
-enum class PictureFormat : uint32_t { none, jpeg, png, webp, gif };
-
 struct Answer {
     uint32_t number = 0;
     AnswerStatus status = AnswerStatus::failed;
@@ -73,16 +81,30 @@ struct Answer {
     std::string reason; // of a failure, for the log; at most kReaderReasonMax bytes
 };
 
-// Writes an answer as a packet. One within the bounds always fits kReaderAnswerSize.
+// Hello and Request are sent as they lie in memory. Read from a packet; false when its size, its magic or a field is not as it
+// has to be (a text has its terminator).
+[[nodiscard]] bool HelloDecode(std::span<const std::byte> packet, Hello *hello);
+[[nodiscard]] bool RequestDecode(std::span<const std::byte> packet, Request *request);
+
+// The largest packet of an answer: what stands before its facts, each fact with its number or the length of its text, all
+// texts, and the reason.
+inline constexpr size_t kAnswerHeadSize = 32;
+inline constexpr size_t kAnswerFactSize = 12;
+inline constexpr size_t kReaderAnswerSize =
+    kAnswerHeadSize + kReaderFactsMax * kAnswerFactSize + kReaderTextMax + kReaderReasonMax;
+
+// Writes an answer as a packet. One whose facts come from FactAddText and FactAddNumber is at most kReaderAnswerSize bytes. Of
+// the reason, control characters become blanks, and what is too long is cut; where the status is no failure it is left out.
 void AnswerEncode(const Answer &answer, std::vector<std::byte> *packet);
 
-// Reads a packet; false, and the answer is not to be used, when anything in it is not as it has to be. Text that it gives is
-// valid UTF-8, without a NUL.
+// Reads a packet; false, and the answer is not to be used, when anything in it is not as AnswerEncode writes it: each fact
+// has to be one that FactAddText or FactAddNumber takes as it is, behind those before it; an answer that sends the file to the
+// other reader has none, nor a picture. The number and whether the picture is one are left to the caller.
 [[nodiscard]] bool AnswerDecode(std::span<const std::byte> packet, Answer *answer);
 
-// Send and receive a packet with descriptors. They return its bytes, 0 at the end of the connection, -1 with errno.
-// `descriptors` are closed by the receiver's caller; a packet that was cut, or has more of them than asked for, is EPROTO, and none
-// stays open.
+// Send and receive a packet with at most kReaderDescriptorsMax descriptors, never with a signal. They return its bytes, 0 at
+// the end of the connection, -1 with errno. `descriptors` (null: none are wanted) are closed by the receiver's caller; a packet
+// that was cut, or has more of them than asked for, is EPROTO, and none stays open.
 ssize_t PacketSend(int socket, std::span<const std::byte> packet, std::span<const int> descriptors,
                    int flags);
 ssize_t PacketReceive(int socket, std::span<std::byte> packet, std::vector<int> *descriptors,

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// An answer of a reader that some file has taken over. What is believed is what an honest reader would have sent.
+#include "reader/protocol/message.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    const auto packet = std::as_bytes(std::span(data, size));
+    Answer answer;
+    if (!AnswerDecode(packet, &answer))
+        return 0;
+    std::vector<std::byte> again;
+    AnswerEncode(answer, &again);
+    if (again.size() > kReaderAnswerSize || !std::ranges::equal(again, packet))
+        abort();
+    return 0;
+}
