@@ -154,7 +154,8 @@ def test_memory_that_is_refused_once(make):
     # What could not be stored is done again. What was stored without its metadata, for want of memory to read them, is
     # read when it is asked for again.
     daemon.wait_done()
-    assert all(path in contents(daemon) for outcome in outcomes for path in (outcome.bad, outcome.after))
+    rows = contents(daemon)
+    assert all(path in rows for outcome in outcomes for path in (outcome.bad, outcome.after))
     check_rows_in_full(daemon, [outcome.after for outcome in outcomes])
     index(daemon, [outcome.bad for outcome in outcomes])
     check_rows_in_full(daemon, [outcome.bad for outcome in outcomes])

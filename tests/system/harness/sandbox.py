@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """A throw-away root with a system log and an agent inside (tests/sandbox makes it)."""
-import json
+import marshal
 import os
 import pathlib
 import subprocess
@@ -52,21 +52,17 @@ class Sandbox:
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
             env=environment,
-            text=True,
         )
         self.ask("hello")
 
     def ask(self, command, **arguments):
         """Has the agent do something and gives its answer."""
         try:
-            self.agent.stdin.write(json.dumps({"command": command, **arguments}) + "\n")
+            marshal.dump({"command": command, **arguments}, self.agent.stdin)
             self.agent.stdin.flush()
-            line = self.agent.stdout.readline()
-        except BrokenPipeError:
-            line = ""
-        if not line:
-            raise SandboxError(self.agent.stderr.read().strip() or "the sandbox has ended")
-        answer = json.loads(line)
+            answer = marshal.load(self.agent.stdout)
+        except (BrokenPipeError, EOFError) as end:
+            raise SandboxError(self.agent.stderr.read().decode().strip() or "the sandbox has ended") from end
         if "error" in answer:
             raise SandboxError(f"{command}: {answer['error']}")
         return answer
