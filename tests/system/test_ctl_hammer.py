@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Writers that append without a pause while the daemon takes the queue over again and again."""
+"""Writers that append while the daemon takes the queue over, again and again."""
 import os
 
 import pytest

@@ -142,44 +142,51 @@ def flood(pid, number, until, limit):
     return {"sent": limit, "seconds": time.monotonic() - begin, "gone": False}
 
 
-def append_for_ever(program, folder):
-    """Makes one file after the other and has each queued by a run of `program` of its own."""
+def append_at_each_turn(program, folder, turns):
+    """At each byte of a pipe makes a file and has it queued by a run of `program` of its own, until the pipe ends."""
     number = 0
-    while True:
+    while os.read(turns, 1):
         path = f"{folder}/{number}.pcm"
         os.close(os.open(path, os.O_CREAT | os.O_WRONLY, 0o644))
         pid = os.posix_spawn(program, [program, "add", "--no-signal", path], os.environ,
-                             file_actions=[(os.POSIX_SPAWN_OPEN, 1, "/dev/null", os.O_WRONLY, 0)])
+                             file_actions=[(os.POSIX_SPAWN_OPEN, 1, NULL, os.O_WRONLY, 0)])
         status = os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1])
         if status != 0:
             os._exit(status)
         number += 1
-        if os.path.exists("/tmp/hammer.end"):
-            os._exit(0)
+    os._exit(0)
 
 
 def hammer(program, folders, pid, journal, runs, timeout):
-    """Has one writer for each folder append to the queue without a pause, while the process takes it over so many times.
+    """Has the process take the queue over so many times, at each of which one writer for each folder is about to append.
     Gives the number of runs and how the writers ended."""
     end = time.monotonic() + timeout
-    writers = []
+    writers, ours = [], []
     for folder in folders:
         os.makedirs(folder)
+        turns, turn = os.pipe()
         writer = os.fork()
         if writer == 0:
-            append_for_ever(program, folder)
+            for descriptor in (turn, *ours):
+                os.close(descriptor)
+            append_at_each_turn(program, folder, turns)
+        os.close(turns)
         writers.append(writer)
+        ours.append(turn)
     done = 0
     while done < runs and time.monotonic() < end:
-        if not os.path.exists("/var/spool/velu_indexing_queue"):
-            time.sleep(0.0002)
-            continue
+        for turn in ours:
+            os.write(turn, b"+")
+        # The first has come; the others are on their way while the process wakes up.
+        while not os.path.exists("/var/spool/velu_indexing_queue") and time.monotonic() < end:
+            time.sleep(0.0005)
         before = os.path.getsize(journal)
         os.kill(pid, signal.SIGUSR1)
         while os.path.getsize(journal) == before and time.monotonic() < end:
-            time.sleep(0.0002)
+            time.sleep(0.0005)
         done += 1
-    os.close(os.open("/tmp/hammer.end", os.O_CREAT | os.O_WRONLY, 0o644))
+    for turn in ours:
+        os.close(turn)
     return {"runs": done, "statuses": [os.waitstatus_to_exitcode(os.waitpid(writer, 0)[1]) for writer in writers]}
 
 
