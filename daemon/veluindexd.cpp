@@ -17,6 +17,7 @@
 #include "daemon/queue.h"
 #include "daemon/queue_files.h"
 #include "platform/handle.h"
+#include "platform/rule_set.h"
 #include "platform/velusdk.h"
 
 namespace {
@@ -100,6 +101,7 @@ int main(int argc, char **argv) {
     [[maybe_unused]] const FdHandle pid_file = BecomeDaemon();
     HandlersInstall();
     SignalsHold(SIG_UNBLOCK);
+    RuleSetRead();
     DatabasesVacuum();
     FeatureSwitchesRead();
     LeftOversProcess();

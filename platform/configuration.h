@@ -54,6 +54,12 @@ inline constexpr ConfigurationKey kConfigurationKeys[] = {
      "yes makes new albums of the photo library public, unless a file VELUPHOTO:PUBLIC was handed over with "
      "them. Without the key they are private, and each new album costs a log line.",
      "yes no"},
+    {kConfigurationFile, "rules", "appliance", ConfigurationKind::word, "when the daemon starts",
+     "By which rules files are read and catalogued. appliance: as the other programs of a storage appliance "
+     "count on. complete: everything that a file says of itself; these rules are being built and not for "
+     "daily use: so far they make further tables in the media catalogue. Any other word costs a log line "
+     "and counts as appliance.",
+     "appliance complete"},
     {kDefaultsFile, "supportphoto", "no", ConfigurationKind::word, "when the daemon starts",
      "yes switches the photo library on.", "yes no"},
     {kDefaultsFile, "supportcinehall", "no", ConfigurationKind::word, "when the daemon starts",

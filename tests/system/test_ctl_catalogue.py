@@ -39,6 +39,7 @@ def test_status_of_a_machine_where_nothing_has_run(box):
     state = box.ctl_json("status")
     assert state["running"] is False and state["pid"] is None and state["last_run"] is None
     assert state["queue"] == {"present": False, "lines": 0}
+    assert state["rules"] == "appliance"
     answer = box.ctl("status")
     assert answer["status"] == NOT_RUNNING
     if not ON_SERVER:

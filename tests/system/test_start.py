@@ -20,6 +20,18 @@ def test_help_prints_the_banner_and_starts_nothing(box):
     assert not box.exists(PID_FILE)
 
 
+@pytest.mark.sqlite
+@pytest.mark.parametrize("value, rules, lines", [("complete", "complete", 0), ("appliance", "appliance", 0), ("", "appliance", 0),
+                                                 ("Complete", "appliance", 1), ("all of it", "appliance", 1)])
+def test_a_rule_set_that_there_is_not_costs_a_line_at_the_start(box, value, rules, lines):
+    box.configure(rules=value)
+    box.start()
+    wait_for(box.idle, "the main loop")
+    assert box.logged("rule_set.c", f'rules="{value}" is neither appliance nor complete: appliance holds.') == lines
+    assert sum("rules=" in line.text for line in box.log.lines) == lines
+    assert box.ctl_json("status")["rules"] == rules
+
+
 def test_help_works_beside_a_running_daemon(daemon):
     done = daemon.run("--help")
     assert done["status"] == 0

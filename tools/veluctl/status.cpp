@@ -9,6 +9,7 @@
 
 #include "daemon/queue.h"
 #include "daemon/queue_kept.h"
+#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/shared/safe_text.h"
@@ -64,6 +65,14 @@ void DaemonReport(pid_t daemon, Json *answer, bool json) {
     (*answer)["pid"] = daemon != 0 ? Json(daemon) : Json();
     (*answer)["since"] = since != 0 ? Json(static_cast<int64_t>(since)) : Json();
     (*answer)["last_run"] = last_run != 0 ? Json(static_cast<int64_t>(last_run)) : Json();
+}
+
+void RulesReport(Json *answer, bool json) {
+    const char *rules = RuleSetWord(RuleSetConfigured());
+    if (json)
+        (*answer)["rules"] = rules;
+    else
+        Say("rules", rules);
 }
 
 constexpr char kHidden[] = "cannot be read by this user";
@@ -189,6 +198,7 @@ ExitCode StatusCommand(const Options &options) {
     Json answer = Json::object();
     const pid_t daemon = DaemonFind();
     DaemonReport(daemon, &answer, options.json);
+    RulesReport(&answer, options.json);
     QueueReport(daemon, &answer, options.json);
     KeptReport(&answer, options.json);
     const bool reached = DatabasesReport(&answer, options.json);
