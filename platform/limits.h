@@ -211,6 +211,27 @@ inline constexpr int64_t kQueueKeptMillisecondsMax = int64_t{kQueueKeptDaysMax} 
 // thousands of titles; what comes behind them stays in its own file.
 inline constexpr int64_t kHandOverSpoolMax = int64_t{8} << 20;
 
+// --- What a file is ----------------------------------------------------------------------------------------
+
+// The part of a file that most formats are known by, and in which texts are looked at: a page.
+inline constexpr size_t kContentHead = 4096;
+
+// Tags of other formats that are stepped over in front of sound. Ordinary files have one; taggers that do not know each
+// other's leave two.
+inline constexpr int kContentTagsMax = 8;
+
+// Headers of boxes, and objects of ASF, that are looked at in one file, one small read each: a film of a hundred tracks has
+// about a thousand in front of the last one.
+inline constexpr uint32_t kContentBoxesMax = 4096;
+
+// Streams of an Ogg file. They all begin at the file's begin.
+inline constexpr uint32_t kContentStreamsMax = 64;
+
+// Bytes in front of MPEG audio that are none: remains of a cut stream or of a tag, at most a frame or a picture's rest. And the
+// places in them that look like a frame's begin until the next one is missing; each costs a read.
+inline constexpr int64_t kContentJunkMax = 65536;
+inline constexpr uint32_t kContentRowsMax = 512;
+
 // --- Queues of the converters ------------------------------------------------------------------------------
 
 // Seconds, and attempts after the first, that a queue without rights is waited for. Its readers take them away for
