@@ -7,25 +7,14 @@
 #include <errno.h>
 #include <signal.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <syslog.h>
 #include <time.h>
 #include <unistd.h>
 
-#include <algorithm>
-
+#include "platform/confine/process_limit.h"
 #include "platform/limits.h"
 
 namespace {
-
-void Limit(__rlimit_resource resource, rlim_t value) {
-    rlimit limit = {};
-    if (getrlimit(resource, &limit) != 0)
-        return;
-    limit.rlim_max = std::min(limit.rlim_max, value);
-    limit.rlim_cur = limit.rlim_max;
-    setrlimit(resource, &limit);
-}
 
 rlim_t PhysicalMemory() {
     const long pages = sysconf(_SC_PHYS_PAGES);
@@ -34,12 +23,12 @@ rlim_t PhysicalMemory() {
 }
 
 void LimitsSet() {
-    Limit(RLIMIT_CORE, 0);
-    Limit(RLIMIT_FSIZE, 0); // pipes and sockets do not count, so that the system log can be written
-    Limit(RLIMIT_CPU, kProbeCpuSecondsMax);
-    Limit(RLIMIT_NOFILE, kProbeOpenFilesMax);
+    ProcessLimit(RLIMIT_CORE, 0);
+    ProcessLimit(RLIMIT_FSIZE, 0); // pipes and sockets do not count, so that the system log can be written
+    ProcessLimit(RLIMIT_CPU, kProbeCpuSecondsMax);
+    ProcessLimit(RLIMIT_NOFILE, kProbeOpenFilesMax);
     if (VELU_LIMIT_ADDRESS_SPACE)
-        Limit(RLIMIT_AS, PhysicalMemory() + kProbeAddressReserve);
+        ProcessLimit(RLIMIT_AS, PhysicalMemory() + kProbeAddressReserve);
 }
 
 // All inherited descriptors are marked close-on-exec, but the child runs no other program, so that they are

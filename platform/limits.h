@@ -167,6 +167,12 @@ inline constexpr int kReaderSlots = 4;
 // Descriptors of one request: the file, and what lies beside it and belongs to it.
 inline constexpr size_t kReaderDescriptorsMax = 4;
 
+// Descriptors of a reader: the standard streams, its socket, the slots and those of one request.
+inline constexpr int kReaderOpenFilesMax = 12;
+
+// Its address space: what it may hold and the code of its libraries, which is not all resident.
+inline constexpr uint64_t kReaderAddressMax = uint64_t{512} << 20;
+
 // --- Directories -------------------------------------------------------------------------------------------
 
 // Levels whose directory stays open while a subdirectory is walked. Below them a directory is closed and later

@@ -99,6 +99,10 @@ std::string ReasonText(std::string_view reason) {
     return text.size() <= kReaderReasonMax ? text : FactText(text.substr(0, kReaderReasonMax));
 }
 
+bool HasReason(AnswerStatus status) {
+    return status == AnswerStatus::failed || status == AnswerStatus::unreadable;
+}
+
 bool IsHeadGood(const Head &head) {
     const bool handed_on = head.status == AnswerStatus::films || head.status == AnswerStatus::sound;
     return head.magic == kAnswerMagic && head.status <= AnswerStatus::sound &&
@@ -106,15 +110,14 @@ bool IsHeadGood(const Head &head) {
            head.picture_bytes <= kReaderPictureMax &&
            (head.picture == PictureFormat::none) == (head.picture_bytes == 0) &&
            head.facts <= kReaderFactsMax && head.reason_bytes <= kReaderReasonMax &&
-           (head.status == AnswerStatus::failed || head.reason_bytes == 0) &&
+           (HasReason(head.status) || head.reason_bytes == 0) &&
            (!handed_on || (head.facts == 0 && head.picture == PictureFormat::none));
 }
 
 } // namespace
 
 void AnswerEncode(const Answer &answer, std::vector<std::byte> *packet) {
-    const std::string reason =
-        answer.status == AnswerStatus::failed ? ReasonText(answer.reason) : std::string();
+    const std::string reason = HasReason(answer.status) ? ReasonText(answer.reason) : std::string();
     const Head head = {kAnswerMagic,
                        answer.number,
                        answer.status,

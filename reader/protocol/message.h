@@ -33,6 +33,17 @@ enum class ReaderKind : uint32_t { sound_and_photos, films };
 inline constexpr int kReaderSocket = 3;
 inline constexpr int kReaderFirstSlot = 4; // and the following ones
 
+// Whom a reader that root has started becomes.
+inline constexpr char kReaderUser[] = "velu-reader";
+
+// How a reader ends by itself.
+enum ReaderExit : int {
+    kReaderEnded = 0,       // with its connection
+    kReaderMisled = 2,      // what it was started with, or sent, is not as agreed
+    kReaderUnconfined = 3,  // there is no system call filter, without which it reads nothing
+    kReaderOutOfMemory = 4, // of what it may take
+};
+
 inline constexpr uint32_t kHelloMagic = 0x76726831;
 inline constexpr uint32_t kRequestMagic = 0x76727131;
 inline constexpr uint32_t kAnswerMagic = 0x76726131;
@@ -62,10 +73,11 @@ struct Request {
 };
 
 enum class AnswerStatus : uint32_t {
-    read,   // the facts are what there is
-    failed, // not readable as what it is: `facts` may hold something all the same
-    films,  // a file for the reader of films
-    sound,  // a file for the reader of sound and photos
+    read,       // the facts are what there is
+    failed,     // not readable as what it is: `facts` may hold something all the same
+    unreadable, // its storage gave an error: likewise, and another time there may be more
+    films,      // a file for the reader of films
+    sound,      // a file for the reader of sound and photos
 };
 
 // What the content is, whatever the name says.
@@ -94,7 +106,8 @@ inline constexpr size_t kReaderAnswerSize =
     kAnswerHeadSize + kReaderFactsMax * kAnswerFactSize + kReaderTextMax + kReaderReasonMax;
 
 // Writes an answer as a packet. One whose facts come from FactAddText and FactAddNumber is at most kReaderAnswerSize bytes. Of
-// the reason, control characters become blanks, and what is too long is cut; where the status is no failure it is left out.
+// the reason, control characters become blanks, and what is too long is cut; where the status is neither failed nor unreadable it
+// is left out.
 void AnswerEncode(const Answer &answer, std::vector<std::byte> *packet);
 
 // Reads a packet; false, and the answer is not to be used, when anything in it is not as AnswerEncode writes it: each fact

@@ -143,7 +143,7 @@ TEST(ReaderAnswer, WhatIsTheOtherReadersHasNothing) {
 TEST(ReaderAnswer, EachFieldOfItsHeadLiedIn) {
     const Packet good = Encoded(Example());
     EXPECT_FALSE(IsBelieved(With(good, kMagic, kRequestMagic)));
-    EXPECT_FALSE(IsBelieved(With(good, kStatus, uint32_t{4})));
+    EXPECT_FALSE(IsBelieved(With(good, kStatus, uint32_t{5})));
     EXPECT_FALSE(IsBelieved(With(good, kContent, uint32_t{5})));
     EXPECT_FALSE(IsBelieved(With(good, kPicture, uint32_t{5})));
     EXPECT_FALSE(IsBelieved(With(good, kPicture, PictureFormat::none)));
