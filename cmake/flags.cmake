@@ -2,9 +2,11 @@
 # Warnings are errors on both compilers; the daemon runs as root on files that anybody may have put on a
 # share, so every hardening that the compilers offer is on.
 
-# A target with the property VELU_UNOPTIMISED builds fast instead of running fast. What describes it to a debugger would
+# A target, or a folder's targets, with the property VELU_UNOPTIMISED build fast instead of running fast. What describes it to a debugger would
 # take two fifths of the time: it is of the debug build, and the lines alone of the sanitizers' reports.
-define_property(TARGET PROPERTY VELU_UNOPTIMISED)
+# VELU_UNJUDGED ones are no subject of the sanitizers.
+define_property(TARGET PROPERTY VELU_UNOPTIMISED INHERITED)
+define_property(TARGET PROPERTY VELU_UNJUDGED)
 set(velu_unoptimised -O0)
 if(VELU_SANITIZE)
     list(APPEND velu_unoptimised -g1)
@@ -26,13 +28,14 @@ endif()
 if(VELU_SANITIZE)
     # The tests lend their buffers, so that these are watched, too; what they compute themselves is not. (A third of the
     # time that they take to build.)
-    set(velu_is_judged $<NOT:$<BOOL:$<TARGET_PROPERTY:VELU_UNOPTIMISED>>>)
+    set(velu_is_judged $<NOT:$<BOOL:$<TARGET_PROPERTY:VELU_UNJUDGED>>>)
     target_compile_options(velu_flags INTERFACE
         -fsanitize=address $<${velu_is_judged}:-fsanitize=undefined> -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(velu_flags INTERFACE -fsanitize=address,undefined)
     if(VELU_FUZZ)
         # The fuzzer finds its way by the coverage of the libraries, not by that of the targets alone.
-        target_compile_options(velu_flags INTERFACE $<${velu_is_judged}:-fsanitize=fuzzer-no-link>)
+        target_compile_options(velu_flags INTERFACE
+            $<$<NOT:$<BOOL:$<TARGET_PROPERTY:VELU_UNOPTIMISED>>>:-fsanitize=fuzzer-no-link>)
     endif()
 else()
     # _FORTIFY_SOURCE needs optimisation and clashes with the sanitizers' own interceptors.
