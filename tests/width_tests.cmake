@@ -10,8 +10,10 @@ set(width_tests
     metavideo metavideo_reference mp3_file mp3_info
     mp4_file mp4_index mp4_items mp4_reader mp4_track
     mpeg_header vbr_header
-    # The layout of records: what is copied over them, and what another process leaves in shared memory.
+    content content_boxes content_streams
+    # The layout of records: what is copied over them, what another process leaves in shared memory or sends.
     metamedia photo_record
+    fact_list reader_answer reader_input reader_message
     # Files beyond 2 and 4 GiB, inodes, devices and times that need 64 bits.
     file file_times sdk_files storage_away tree_cursor
     # Bounds of address space and time that are computed.
