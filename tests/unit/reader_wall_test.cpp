@@ -16,6 +16,9 @@
 
 namespace {
 
+// A sanitizer's own handler has more to do than the filter lets it.
+const std::string kEndOfCrash = VELU_SANITIZED ? "SIGSYS" : "SIGSEGV";
+
 // What comes of a file that has the word carried out: how the reader ended, or what it answered.
 std::string Outcome(const std::string &word) {
     StartedReader reader(HostileReader());
@@ -152,9 +155,10 @@ TEST(ReaderWall, WhatIsRefused) {
 TEST(ReaderWall, WhatEndsByItself) {
     EXPECT_EQ("SIGABRT", Outcome("abort"));
     EXPECT_EQ("status 0", Outcome("leave"));
-    EXPECT_EQ("SIGSEGV", Outcome("overflow"));
+    EXPECT_EQ(kEndOfCrash, Outcome("overflow"));
 }
 
+#if !VELU_SANITIZED // which has no bound on its address space
 TEST(ReaderWall, MemoryHasItsBound) {
     StartedReader reader(HostileReader());
     ASSERT_TRUE(reader.Greets());
@@ -167,6 +171,7 @@ TEST(ReaderWall, MemoryHasItsBound) {
     EXPECT_LT(pieces->number, kReaderAddressMax >> 20);
     EXPECT_GT(pieces->number, kReaderAddressMax >> 21);
 }
+#endif
 
 TEST(ReaderWall, WhatAReaderKeeps) {
     StartedReader reader(HostileReader());
@@ -178,7 +183,7 @@ TEST(ReaderWall, WhatAReaderKeeps) {
     EXPECT_EQ("2", status["Seccomp"]);
     EXPECT_EQ("1", status["Threads"]);
     EXPECT_EQ((std::set<std::string>{"0", "1", "2", "3", "4", "5", "6", "7"}), DescriptorsOf(reader.pid));
-    for (const char *stream : {"0", "1", "2"})
+    for (const char *stream : {"0", "1", VELU_SANITIZED ? "1" : "2"})
         EXPECT_EQ("/dev/null",
                   std::filesystem::read_symlink("/proc/" + std::to_string(reader.pid) + "/fd/" + stream));
     EXPECT_EQ("0", LimitOf(reader.pid, "Max core file size"));

@@ -22,10 +22,14 @@
 #include "platform/limits.h"
 #include "reader/protocol/message.h"
 
-// The reader of the build whose files take it over (tests/hostile_reader).
+// A file of the build that this program is of.
+inline std::string BuiltFile(const std::string &path) {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / path;
+}
+
+// The reader whose files take it over (tests/hostile_reader).
 inline std::string HostileReader() {
-    return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() /
-           "hostile/lib/velu/velureader";
+    return BuiltFile("hostile/lib/velu/velureader");
 }
 
 struct StartedReader {
@@ -57,10 +61,10 @@ struct StartedReader {
     StartedReader &operator=(const StartedReader &) = delete;
 
     // True when it says in time that it is ready.
-    bool Greets() {
+    bool Greets(ReaderKind kind = ReaderKind::sound_and_photos) {
         Hello hello;
         const auto packet = Receive();
-        return HelloDecode(packet, &hello) && hello.kind == ReaderKind::sound_and_photos;
+        return HelloDecode(packet, &hello) && hello.kind == kind;
     }
 
     // Hands a file over. It has the number of requests before it.
