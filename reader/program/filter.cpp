@@ -1,14 +1,24 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "reader/program/confine.h"
 
+#include <errno.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
 
 #include "platform/confine/syscall_rules.h"
 #include "reader/protocol/message.h"
 
 namespace {
+
+// Libraries look for files by name in passing: for translations of their messages beside the program, for tables of their own.
+constexpr int kLooks[] = {SCMP_SYS(readlink),   SCMP_SYS(readlinkat), SCMP_SYS(access),  SCMP_SYS(faccessat),
+                          SCMP_SYS(faccessat2), SCMP_SYS(stat),       SCMP_SYS(lstat),   SCMP_SYS(fstat),
+                          SCMP_SYS(stat64),     SCMP_SYS(lstat64),    SCMP_SYS(fstat64), SCMP_SYS(newfstatat),
+                          SCMP_SYS(fstatat64),  SCMP_SYS(statx),      SCMP_SYS(getcwd)};
 
 // Memory is its own, and no code.
 bool MemoryAllow(const SyscallFilter &filter, int call) {
@@ -28,8 +38,10 @@ bool RulesAdd(const SyscallFilter &filter) {
     const scmp_arg_cmp socket = ArgumentIs(0, kReaderSocket);
     const scmp_arg_cmp errors = ArgumentIs(0, STDERR_FILENO);
     return SyscallAllow(filter, SCMP_SYS(pread64)) && SyscallAllow(filter, SCMP_SYS(close)) &&
-           SlotsAllow(filter) && MemoryAllow(filter, SCMP_SYS(mmap)) &&
-           MemoryAllow(filter, SCMP_SYS(mmap2)) &&
+           SlotsAllow(filter) &&
+           std::all_of(std::begin(kLooks), std::end(kLooks),
+                       [&](int call) { return SyscallRefuse(filter, call, EACCES); }) &&
+           MemoryAllow(filter, SCMP_SYS(mmap)) && MemoryAllow(filter, SCMP_SYS(mmap2)) &&
            // As PacketReceive and PacketSend call them.
            SyscallAllow(filter, SCMP_SYS(recvmsg), socket, ArgumentIs(2, MSG_CMSG_CLOEXEC)) &&
            SyscallAllow(filter, SCMP_SYS(sendmsg), socket, ArgumentIs(2, MSG_NOSIGNAL)) &&

@@ -100,7 +100,7 @@ TEST(ReaderWall, WhatEndsTheReader) {
                              "rename",
                              "link",
                              "chmod",
-                             "stat",
+
                              "read",
                              "seek",
                              "write",
@@ -145,7 +145,7 @@ TEST(ReaderWall, WhatEndsTheReader) {
 }
 
 TEST(ReaderWall, WhatIsRefused) {
-    for (const char *word : {"open", "open-proc", "open-folder"})
+    for (const char *word : {"open", "open-proc", "open-folder", "stat", "read-link", "access"})
         EXPECT_EQ("EACCES", Outcome(word)) << word;
     EXPECT_EQ("EAGAIN", Outcome("fork"));
     EXPECT_EQ("EBADF", Outcome("find-descriptors")); // there are no others
