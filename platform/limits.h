@@ -166,6 +166,52 @@ inline constexpr int kReaderSlots = 4;
 
 // Descriptors of one request: the file, and what lies beside it and belongs to it.
 inline constexpr size_t kReaderDescriptorsMax = 4;
+// --- Readers, as the daemon keeps them ------------------------------------------------------------------------
+
+// Readers in all, unless the machine has fewer processors: beyond four the disk is what is waited for.
+inline constexpr int kReadersMax = 4;
+
+// Files that are handed over ahead of their turn, and the bytes of answers, pictures among them, that wait for theirs. With
+// fewer, readers would stand still behind one long film.
+inline constexpr size_t kReaderAheadFiles = 32;
+inline constexpr size_t kReaderAheadBytes = size_t{8} << 20;
+
+// Turns of a walk that wait: the files above, and a few directories between them.
+inline constexpr size_t kTurnsMax = 64;
+
+// Milliseconds of processor time and of the clock that a reader may spend on a file. Ordinary files take less than one; a
+// disk that wakes up, or a slow network, takes some seconds.
+inline constexpr int64_t kReaderProcessorMilliseconds = 10'000;
+inline constexpr int64_t kReaderMilliseconds = 90'000;
+
+// Bytes of memory that a reader may hold.
+inline constexpr int64_t kReaderResidentMax = int64_t{256} << 20;
+
+// Milliseconds after which a reader that has not answered is looked at, and then again. Hardly any file takes so long, so that
+// looking costs nothing.
+inline constexpr int64_t kReaderLookMilliseconds = 1000;
+
+// Milliseconds that a reader may take to start. It loads its libraries, from a disk that may have to wake up.
+inline constexpr int64_t kReaderStartMilliseconds = 30'000;
+
+// Attempts to start a reader, one after the other, before its kind counts as missing.
+inline constexpr int kReaderStartsMax = 3;
+
+// Files after which a reader is replaced, so that what a library never gives back does not add up.
+inline constexpr int kReaderFilesMax = 4096;
+
+// Files that the others are handed while a reader has nothing to do, before it gives way to one of the other kind.
+inline constexpr uint32_t kReaderIdleFiles = 64;
+
+// Readers that may end while they are at a file before it is blamed, because the file before may have been the reason; and
+// that somebody else may kill, which an administrator does, or the kernel when memory is short.
+inline constexpr int kReaderCrashesMax = 2;
+inline constexpr int kReaderKillsMax = 3;
+
+// Milliseconds that killed readers are waited for at the end of a run, and how many may hang in a file system that does not
+// answer before no more are started.
+inline constexpr int64_t kReaderEndMilliseconds = 5000;
+inline constexpr size_t kReaderEndingMax = 8;
 
 // Descriptors of a reader: the standard streams, its socket, the slots and those of one request.
 inline constexpr int kReaderOpenFilesMax = 12;

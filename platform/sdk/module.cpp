@@ -19,6 +19,8 @@ std::string ProgramModuleFolder() {
     return path.substr(0, path.rfind('/') + 1) + "../lib/velu/";
 }
 
+} // namespace
+
 std::string ModulePath(const char *file) {
     const std::string folder = ProgramModuleFolder();
     // Not access(), which leaves capabilities out of account that a daemon without root has for reading.
@@ -27,8 +29,6 @@ std::string ModulePath(const char *file) {
         return folder + file;
     return std::string(VELU_MODULE_DIR "/") + file;
 }
-
-} // namespace
 
 void *ModuleEntry(const char *file, const char *entry, std::string *error) {
     const std::string path = ModulePath(file);

@@ -24,9 +24,20 @@ bool SignalsReset(posix_spawnattr_t *attributes) {
            posix_spawnattr_setflags(attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK) == 0;
 }
 
+// The descriptors come to stand behind the standard streams. What is above its own place is not overwritten before it is taken.
+bool DescriptorsPlace(posix_spawn_file_actions_t *actions, std::span<const int> descriptors) {
+    int place = STDERR_FILENO + 1;
+    for (const int descriptor : descriptors) {
+        if (descriptor <= place || posix_spawn_file_actions_adddup2(actions, descriptor, place) != 0)
+            return false;
+        ++place;
+    }
+    return posix_spawn_file_actions_addclosefrom_np(actions, place) == 0;
+}
+
 } // namespace
 
-pid_t ProgramStart(const char *program, const char *const arguments[]) {
+pid_t ProgramStart(const char *program, const char *const arguments[], std::span<const int> descriptors) {
     posix_spawnattr_t attributes;
     if (posix_spawnattr_init(&attributes) != 0)
         return -1;
@@ -37,12 +48,13 @@ pid_t ProgramStart(const char *program, const char *const arguments[]) {
     const SpawnActions actions_owner(&actions, posix_spawn_file_actions_destroy);
     // The call takes the words without const for history's sake and does not write to them.
     auto *const words = const_cast<char *const *>(arguments);
-    pid_t child = -1;
-    if (!SignalsReset(&attributes) ||
-        posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1) != 0 ||
-        posix_spawn(&child, program, &actions, &attributes, words, environ) != 0)
+    if (!SignalsReset(&attributes) || !DescriptorsPlace(&actions, descriptors)) {
+        errno = EINVAL;
         return -1;
-    return child;
+    }
+    pid_t child = -1;
+    errno = posix_spawn(&child, program, &actions, &attributes, words, environ);
+    return errno == 0 ? child : -1;
 }
 
 int ProgramWait(pid_t child) {

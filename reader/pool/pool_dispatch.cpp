@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Which reader gets which file, and when readers are started and replaced.
+#include <errno.h>
+#include <string.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <bit>
+#include <span>
+#include <utility>
+
+#include "platform/clock.h"
+#include "reader/pool/pool_parts.h"
+
+namespace {
+
+constexpr ReaderKind kKinds[kReaderKinds] = {ReaderKind::sound_and_photos, ReaderKind::films};
+
+bool HasRoom(const PoolReader &reader, const ReaderBounds &bounds) {
+    return reader.ready && !reader.gives_way && !reader.hung_up && reader.files < bounds.files &&
+           reader.handed_count < kReaderSlots;
+}
+
+PoolReader *ReaderWithRoom(ReaderPool *pool, ReaderKind kind) {
+    PoolReader *found = nullptr;
+    for (PoolReader &reader : pool->readers) {
+        if (reader.kind == kind && HasRoom(reader, pool->bounds) &&
+            (found == nullptr || reader.handed_count < found->handed_count))
+            found = &reader;
+    }
+    return found;
+}
+
+uint32_t FreeSlot(const PoolReader &reader) {
+    uint32_t used = 0;
+    for (int i = 0; i < reader.handed_count; ++i)
+        used |= 1u << reader.handed[i].slot;
+    return static_cast<uint32_t>(std::countr_one(used));
+}
+
+Request RequestOf(const FileToRead &file) {
+    Request request;
+    if (file.wants_picture)
+        request.wants = kWantsPicture;
+    request.size = file.size;
+    if (file.extension.size() < sizeof request.extension)
+        memcpy(request.extension, file.extension.data(), file.extension.size());
+    if (file.charset.size() < sizeof request.charset)
+        memcpy(request.charset, file.charset.data(), file.charset.size());
+    return request;
+}
+
+void FileHand(ReaderPool *pool, PoolReader *reader, PoolFile *file) {
+    Request request = RequestOf(file->file);
+    request.number = ++pool->last_number;
+    request.slot = FreeSlot(*reader);
+    const int descriptor = file->file.file.get();
+    if (PacketSend(reader->process.socket.get(), std::as_bytes(std::span(&request, 1)), {&descriptor, 1},
+                   MSG_DONTWAIT) < 0) {
+        const int reason = errno;
+        const bool ends = reason == EPIPE || reason == ECONNRESET; // what it has said before is still to be taken
+        if (!ends && reader->handed_count == 0) // nothing will come that would make another attempt worth while
+            PoolFileUnread(pool, file, ReadEnd::no_reader, strerror(reason));
+        return;
+    }
+    file->state = PoolFileState::handed_over;
+    reader->handed[reader->handed_count++] = {file->ticket, request.number, request.slot};
+    reader->last_number = request.number;
+    ++reader->files;
+    if (reader->handed_count == 1)
+        PoolReaderBegins(pool, reader);
+}
+
+void FilesHand(ReaderPool *pool) {
+    bool first = true; // of those that are not read
+    for (PoolFile &file : pool->files) {
+        const bool others_wait = std::exchange(first, first && file.state == PoolFileState::read);
+        if (file.state != PoolFileState::waits)
+            continue;
+        // What is read ahead has to wait, but the first is what all others wait for.
+        if (pool->bytes >= kReaderAheadBytes && !others_wait)
+            return;
+        if (const PoolKind &kind = PoolKindOf(pool, file.file.kind); !kind.unavailable.empty())
+            PoolFileUnread(pool, &file, ReadEnd::no_reader, kind.unavailable);
+        else if (PoolReader *reader = ReaderWithRoom(pool, file.file.kind); reader != nullptr)
+            FileHand(pool, reader, &file);
+    }
+}
+
+// Ends readers that have nothing to do and are not to get any more.
+void DoneEnd(ReaderPool *pool) {
+    for (size_t i = pool->readers.size(); i-- > 0;) {
+        PoolReader &reader = pool->readers[i];
+        if (!reader.ready || reader.handed_count > 0)
+            continue;
+        if (reader.hung_up)
+            PoolReaderGiveUp(pool, &reader, ReadEnd::crashed, "it ended without a reason");
+        else if (reader.gives_way || reader.files >= pool->bounds.files)
+            PoolReaderEnd(pool, &reader);
+    }
+}
+
+void ReaderStart(ReaderPool *pool, ReaderKind kind) {
+    PoolKind &of_kind = PoolKindOf(pool, kind);
+    PoolReader reader;
+    reader.kind = kind;
+    pool->readers.reserve(pool->readers.size() + 1);
+    pool->ending.reserve(pool->ending.size() + pool->readers.size() + 1);
+    if (pool->ending.size() >= kReaderEndingMax) {
+        of_kind.unavailable = "readers that were killed do not end";
+    } else if (!ReaderProcessStart(of_kind.program.c_str(), &reader.process)) {
+        const int reason = errno;
+        if (reason == ENOENT || ++of_kind.failed_starts >= kReaderStartsMax)
+            of_kind.unavailable = of_kind.program + ": " + strerror(reason);
+    } else {
+        reader.since = MonotonicMilliseconds();
+        reader.next_look = reader.since + pool->bounds.start_milliseconds;
+        pool->readers.push_back(std::move(reader));
+    }
+}
+
+// Sees to it that a reader of the kind can be started, now or later. Readers of the other kind that have long had nothing to
+// do go, and where the kind has none, one goes that has nothing to do now; if the other kind has several, one of them is not
+// given any more.
+bool PlaceMake(ReaderPool *pool, ReaderKind kind) {
+    bool has_one = false;
+    PoolReader *other = nullptr;
+    int others = 0;
+    for (PoolReader &reader : pool->readers) {
+        has_one = has_one || reader.kind == kind || reader.gives_way;
+        if (reader.kind == kind)
+            continue;
+        ++others;
+        if (other == nullptr || reader.handed_count < other->handed_count)
+            other = &reader;
+    }
+    if (other == nullptr || !other->ready)
+        return false;
+    const bool idle = other->handed_count == 0;
+    if (idle && (!has_one || pool->last_number - other->last_number >= kReaderIdleFiles)) {
+        PoolReaderEnd(pool, other);
+        return true;
+    }
+    if (!has_one && others > 1)
+        other->gives_way = true;
+    return false;
+}
+
+void ReadersStart(ReaderPool *pool, ReaderKind kind) {
+    const auto waits = [&](const PoolFile &file) {
+        return file.state == PoolFileState::waits && file.file.kind == kind;
+    };
+    const auto starts = [&](const PoolReader &reader) { return reader.kind == kind && !reader.ready; };
+    const auto waiting = std::ranges::count_if(pool->files, waits);
+    if (waiting <= std::ranges::count_if(pool->readers, starts) * kReaderSlots)
+        return;
+    if (std::ssize(pool->readers) < pool->readers_max || PlaceMake(pool, kind))
+        ReaderStart(pool, kind);
+}
+
+// A bound is passed once. Else the reader may have been ended by what it had read before, or by somebody else.
+int AttemptsOf(ReadEnd end) {
+    if (end == ReadEnd::crashed)
+        return kReaderCrashesMax;
+    return end == ReadEnd::killed ? kReaderKillsMax : 1;
+}
+
+} // namespace
+
+void PoolReaderBegins(const ReaderPool *pool, PoolReader *reader) {
+    reader->since = MonotonicMilliseconds();
+    reader->next_look = reader->since + std::min(pool->bounds.look_milliseconds, pool->bounds.milliseconds);
+    reader->processor_since = ReaderProcessorTime(reader->process);
+}
+
+void PoolReaderEnd(ReaderPool *pool, PoolReader *reader) {
+    ReaderProcessKill(&reader->process);
+    pool->ending.push_back(std::move(reader->process));
+    pool->readers.erase(pool->readers.begin() + (reader - pool->readers.data()));
+}
+
+void PoolReaderGiveUp(ReaderPool *pool, PoolReader *reader, ReadEnd end, const std::string &reason) {
+    PoolKind &kind = PoolKindOf(pool, reader->kind);
+    for (int i = 0; i < reader->handed_count; ++i) {
+        PoolFile *file = PoolFileFind(pool, reader->handed[i].ticket);
+        if (file == nullptr)
+            continue;
+        file->state = PoolFileState::waits;
+        if (i == 0 && ++file->ended >= AttemptsOf(end))
+            PoolFileUnread(pool, file, end, reason);
+    }
+    const bool idle = reader->handed_count == 0;
+    if (idle && !reader->answered && ++kind.failed_starts >= kReaderStartsMax)
+        kind.unavailable = kind.program + ": " + reason;
+    PoolReaderEnd(pool, reader);
+}
+
+void PoolDispatch(ReaderPool *pool) {
+    DoneEnd(pool);
+    FilesHand(pool);
+    for (const ReaderKind kind : kKinds)
+        ReadersStart(pool, kind);
+}
