@@ -6,6 +6,7 @@
 
 #include "catalogue/util.h"
 #include "daemon/path_rules.h"
+#include "platform/rule_set.h"
 #include "platform/velusdk.h"
 
 namespace {
@@ -94,7 +95,15 @@ int IndexRecipeFill(const IndexRecipe &recipe, const char *path, MediaInfo *reco
     return result;
 }
 
+const ByReader *IndexRecipeReader(const IndexRecipe &recipe, const char *path) {
+    const bool reads = RuleSetActive() == RuleSet::complete && path != nullptr && *path != '\0' &&
+                       !(recipe.leaves_out_attributes && IsAttributePath(path));
+    return reads ? recipe.complete : nullptr;
+}
+
 int IndexRecipeAdd(const IndexRecipe &recipe, const char *path) {
+    if (const ByReader *by = IndexRecipeReader(recipe, path); by != nullptr)
+        return ByReaderAdd(*by, recipe.kind, path);
     if (recipe.leaves_out_attributes && path != nullptr && IsAttributePath(path))
         return IsFileExist(path, nullptr) ? 0 : -1;
     MediaInfo record;

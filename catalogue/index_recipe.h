@@ -4,6 +4,7 @@
 // is data: the rows that stand side by side in catalogue/indexers.cpp.
 #pragma once
 
+#include "catalogue/by_reader.h"
 #include "catalogue/media_info.h"
 
 // What a record has before its reader sees it, beside path and size.
@@ -45,14 +46,20 @@ struct IndexRecipe {
     void (*second_read)(const char *path, MediaInfo *record) = nullptr; // of the finished record, if at all
     SaveWords save_words = SaveWords::media_info;
     bool failed_save_fails = true; // false: it is logged and leaves the result as it is
+    const ByReader *complete =
+        nullptr; // under the rule set `complete`, instead of all that; null: as under the other
 };
 
 // Fills a record up to its second reader. Returns 0, 1 when the metadata could not be read, or -1 for a missing
 // argument (logged) or a path that is no existing file (silent).
 int IndexRecipeFill(const IndexRecipe &recipe, const char *path, MediaInfo *record);
 
+// Returns how a file is handed to a reader; null when it is not.
+const ByReader *IndexRecipeReader(const IndexRecipe &recipe, const char *path);
+
 // Fills a record and saves it. Returns 0 when the row was saved, 1 when it was saved although the file's metadata
-// could not be read, -1 when nothing was saved; a reader's failure is not hidden by that of the save.
+// could not be read, kSavedUnread when a line has said so, -1 when nothing was saved; a reader's failure is not hidden by that
+// of the save.
 int IndexRecipeAdd(const IndexRecipe &recipe, const char *path);
 
 // Removes the row of a file; the row of one that is still there stays. Returns 0 or, logged, -1.

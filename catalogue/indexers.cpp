@@ -22,6 +22,11 @@ struct Row {
     IndexRecipe recipe;
 };
 
+constexpr ByReader kSound = {.first = ReaderKind::sound_and_photos};
+constexpr ByReader kFilm = {.first = ReaderKind::films};
+// The photo library looks at a picture by itself.
+constexpr ByReader kPhoto = {.first = ReaderKind::sound_and_photos, .unread_fails = false};
+
 // A field that a row does not name has the value that IndexRecipe gives it.
 constexpr Row kRows[] = {
     {Indexer::music,
@@ -30,14 +35,16 @@ constexpr Row kRows[] = {
       .kind = kMediaMusic,
       .before = BasicFields::title,
       .read = MusicRead,
-      .after = AfterReading::times_valid_then_defaults}},
+      .after = AfterReading::times_valid_then_defaults,
+      .complete = &kSound}},
     {Indexer::probed_audio,
      {.log_name = "media.c",
       .remove_log_name = "media.c",
       .kind = kMediaMusic,
       .before = BasicFields::common,
       .read = ProbedAudioRead,
-      .after = AfterReading::valid}},
+      .after = AfterReading::valid,
+      .complete = &kSound}},
     {Indexer::plain_audio,
      {.log_name = "media.c",
       .remove_log_name = "media.c",
@@ -51,7 +58,8 @@ constexpr Row kRows[] = {
       .kind = kMediaVideo,
       .before = BasicFields::common,
       .read = ProbedVideoRead,
-      .after = AfterReading::valid}},
+      .after = AfterReading::valid,
+      .complete = &kFilm}},
     {Indexer::plain_video,
      {.log_name = "media.c",
       .remove_log_name = "media.c",
@@ -65,7 +73,8 @@ constexpr Row kRows[] = {
       .kind = kMediaVideo,
       .before = BasicFields::common,
       .read = VcdRead,
-      .after = AfterReading::valid}},
+      .after = AfterReading::valid,
+      .complete = &kFilm}},
     {Indexer::playlist,
      {.log_name = "playlist.c",
       .remove_log_name = "playlist.c",
@@ -80,13 +89,15 @@ constexpr Row kRows[] = {
       .leaves_out_attributes = true,
       .before = BasicFields::title_and_album,
       .read = PhotoRead,
-      .save_words = SaveWords::playlist_info}}, // log filters on the appliance know pictures by these words
+      .save_words = SaveWords::playlist_info, // log filters on the appliance know pictures by these words
+      .complete = &kPhoto}},
     {Indexer::aiff,
      {.log_name = "aiff.c",
       .remove_log_name = "aiff.c",
       .kind = kMediaMusic,
       .read = AiffRead,
-      .after = AfterReading::times_valid_then_defaults}},
+      .after = AfterReading::times_valid_then_defaults,
+      .complete = &kSound}},
     {Indexer::mp4,
      {.log_name = "mp4.c",
       .remove_log_name = "mp4.c",
@@ -94,7 +105,8 @@ constexpr Row kRows[] = {
       .read = Mp4Read,
       .after = AfterReading::times_valid_then_defaults,
       .second_read = Mp4ProbedValuesTake,
-      .failed_save_fails = false}},
+      .failed_save_fails = false,
+      .complete = &kSound}},
     {Indexer::flac,
      {.log_name = "flac.c",
       .remove_log_name = "media.c",
@@ -102,7 +114,8 @@ constexpr Row kRows[] = {
       .before = BasicFields::title_and_album,
       .read = FlacRead,
       .after = AfterReading::times,
-      .failed_save_fails = false}},
+      .failed_save_fails = false,
+      .complete = &kSound}},
     {Indexer::aac,
      {.log_name = "aac.c",
       .remove_log_name = "media.c",
@@ -112,7 +125,8 @@ constexpr Row kRows[] = {
       .before = BasicFields::common,
       .read = AacRead,
       .save_words = SaveWords::media_info_and_path,
-      .failed_save_fails = false}},
+      .failed_save_fails = false,
+      .complete = &kSound}},
 };
 
 constexpr bool RowsAreInOrder() {

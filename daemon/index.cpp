@@ -6,6 +6,7 @@
 
 #include "daemon/directory.h"
 #include "daemon/walk_rules.h"
+#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -32,6 +33,13 @@ const IndexHandler *IndexHandlerOf(const char *path) {
 
 bool IsIndexedPath(const char *path) {
     return IndexHandlerOf(path) != nullptr && IsIndexedBaseName(path);
+}
+
+ReadTicket IndexFileHandOver(const char *path) {
+    if (RuleSetActive() != RuleSet::complete || !IsIndexedPath(path))
+        return 0;
+    const ByReader *by = IndexRecipeReader(IndexRecipeOf(IndexHandlerOf(path)->indexer), path);
+    return by != nullptr ? FileHandOver(path, by->first) : 0;
 }
 
 int IndexFileAdd(const char *path, int mode) {
@@ -63,5 +71,5 @@ int IndexFileAdd(const char *path, int mode) {
         VELULogSet1(kEventClass, kEventLevel, kEventParseFailed, path, "", "", "");
         return -1;
     }
-    return result;
+    return result == kSavedUnread ? -1 : result;
 }

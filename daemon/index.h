@@ -4,6 +4,7 @@
 // indexer being chosen by the extension.
 #pragma once
 
+#include "catalogue/file_readers.h"
 #include "catalogue/indexers.h"
 #include "platform/veluindex.h"
 
@@ -23,6 +24,10 @@ const IndexHandler *IndexHandlerOf(const char *path);
 
 // True for the path of a file that an add hands to an indexer.
 [[nodiscard]] bool IsIndexedPath(const char *path);
+
+// Hands a file to a reader before its turn, where it is one that an add hands to a reader. Returns its ticket, which is to be
+// given up behind its turn (FileGiveUp), or 0.
+ReadTicket IndexFileHandOver(const char *path);
 
 // Adds (mode kIndexAdd) or removes (kIndexRemove) one entry. Returns 0 when done or when there is nothing to
 // do, -1 on failure, otherwise the indexer's result. Files whose name begins with "._" (companions that hold

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "catalogue/file_readers.h"
 #include "daemon/queue_commands.h"
 #include "daemon/queue_files.h"
 #include "daemon/queue_kept.h"
@@ -253,6 +254,14 @@ void TextsSettle(const Pass &pass) {
         });
 }
 
+// Readers end with the pass, also when memory runs out.
+struct ReadersScope {
+    ReadersScope() = default;
+    ReadersScope(const ReadersScope &) = delete;
+    ReadersScope &operator=(const ReadersScope &) = delete;
+    ~ReadersScope() { FileReadersEnd(); }
+};
+
 void PassDo(Pass *pass, QueueReader *copy, bool again, QueuePassEnd *end) {
     const bool opened = OldOpen(pass);
     StretchesDo(pass, copy, again, &end->waits_newly);
@@ -302,6 +311,7 @@ bool LinesKeep(QueueReader *copy) {
 } // namespace
 
 QueuePassEnd QueuePass(QueueReader *copy, bool again) {
+    const ReadersScope readers;
     QueuePassEnd end;
     try {
         Pass pass;

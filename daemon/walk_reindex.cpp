@@ -14,6 +14,7 @@
 #include "daemon/storage_away.h"
 #include "daemon/storage_mounts.h"
 #include "daemon/tree_cursor.h"
+#include "daemon/turns.h"
 #include "daemon/walk_presence.h"
 #include "platform/path.h"
 #include "platform/veluindex.h"
@@ -48,14 +49,7 @@ void RowsKeep(Reindex *reindex, const std::string &path, const char *reason, int
     reindex->well = false;
 }
 
-void DirectoryEnter(Reindex *reindex, TreeCursor *cursor) {
-    const std::string &path = cursor->path;
-    if (std::ranges::find(reindex->away, path) != reindex->away.end()) {
-        TreeLeave(cursor);
-        return;
-    }
-    if (IsLinkToOtherDevice(*cursor))
-        reindex->links.push_back(path);
+void DirectoryAddTo(Reindex *reindex, const std::string &path) {
     MediaSweepDirectory(path.c_str());
     const bool saved = DirectoryAdd(path.c_str()) == 0;
     if (!saved || !IsDirExist(path.c_str()))
@@ -65,6 +59,17 @@ void DirectoryEnter(Reindex *reindex, TreeCursor *cursor) {
         if (away.compare(0, away.rfind('/'), path) == 0)
             MediaSweepKeep(away.c_str());
     }
+}
+
+void DirectoryEnter(Reindex *reindex, Turns *turns, TreeCursor *cursor) {
+    const std::string &path = cursor->path;
+    if (std::ranges::find(reindex->away, path) != reindex->away.end()) {
+        TreeLeave(cursor);
+        return;
+    }
+    if (IsLinkToOtherDevice(*cursor))
+        reindex->links.push_back(path);
+    TurnTake(turns, path, [=](const std::string &directory) { DirectoryAddTo(reindex, directory); });
 }
 
 // A file that no indexer could save keeps its row when that is not the file's own fault.
@@ -82,29 +87,43 @@ void FileReindex(Reindex *reindex, const std::string &path) {
         RowsKeep(reindex, path, "it could not be read");
 }
 
-void EntryReindex(Reindex *reindex, const TreeCursor &cursor) {
+void EntryReindex(Reindex *reindex, Turns *turns, const TreeCursor &cursor) {
     if (cursor.kind == EntryKind::file)
-        FileReindex(reindex, cursor.path);
-    if (cursor.error != 0)
-        RowsKeep(reindex, cursor.path, strerror(cursor.error));
+        FileTurnTake(turns, cursor.path, [=](const std::string &file) { FileReindex(reindex, file); });
+    if (const int error = cursor.error; error != 0)
+        TurnTake(turns, cursor.path,
+                 [=](const std::string &path) { RowsKeep(reindex, path, strerror(error)); });
 }
 
-void DirectoryLeave(Reindex *reindex, const TreeCursor &cursor) {
-    const bool unread = IsUnread(cursor.end);
+// What the cursor tells of a directory that the walk has left.
+struct Left {
+    PlaceEnd end;
+    int error;
+    size_t levels; // above it
+};
+
+void DirectorySweep(Reindex *reindex, const std::string &path, const Left &left) {
+    const bool unread = IsUnread(left.end);
     if (unread)
-        syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, cursor.path.c_str());
+        syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, path.c_str());
     bool swept = true;
     bool kept = false;
-    if (reindex->entered.size() > cursor.levels.size()) {
+    if (reindex->entered.size() > left.levels) {
         const Entered entered = reindex->entered.back();
         reindex->entered.pop_back();
         kept = entered.kept;
-        swept = MediaSweepLeave(entered.saved, cursor.path.c_str(), cursor.end == PlaceEnd::read) == 0;
+        swept = MediaSweepLeave(entered.saved, path.c_str(), left.end == PlaceEnd::read) == 0;
     }
     if (!kept && (unread || !swept))
-        RowsKeep(reindex, cursor.path, unread ? strerror(cursor.error) : "the catalogue failed");
-    if (cursor.levels.empty() && cursor.end == PlaceEnd::left_out)
-        MediaInfoDBDelete(kMediaTree, cursor.path.c_str());
+        RowsKeep(reindex, path, unread ? strerror(left.error) : "the catalogue failed");
+    if (left.levels == 0 && left.end == PlaceEnd::left_out)
+        MediaInfoDBDelete(kMediaTree, path.c_str());
+}
+
+void DirectoryLeave(Reindex *reindex, Turns *turns, const TreeCursor &cursor) {
+    const Left left = {cursor.end, cursor.error, cursor.levels.size()};
+    TurnTake(turns, cursor.path,
+             [=](const std::string &directory) { DirectorySweep(reindex, directory, left); });
 }
 
 void TreeSweep(Reindex *reindex, const char *target) {
@@ -112,15 +131,17 @@ void TreeSweep(Reindex *reindex, const char *target) {
     for (int kind = kMediaMusic; kind <= kMediaPlaylist; ++kind)
         MediaInfoDBDelete(kind, target);
     const SweepScope scope;
+    Turns turns;
     TreeCursor cursor = TreeBegin(target, {.rules = &ActiveWalkRules().index, .cut = true});
     for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
         if (event == TreeEvent::entered)
-            DirectoryEnter(reindex, &cursor);
+            DirectoryEnter(reindex, &turns, &cursor);
         else if (event == TreeEvent::entry)
-            EntryReindex(reindex, cursor);
+            EntryReindex(reindex, &turns, cursor);
         else if (event == TreeEvent::left)
-            DirectoryLeave(reindex, cursor);
+            DirectoryLeave(reindex, &turns, cursor);
     }
+    TurnsFinish(&turns);
 }
 
 // False when all of it is on storage that is away.

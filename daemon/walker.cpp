@@ -9,6 +9,7 @@
 #include "daemon/index.h"
 #include "daemon/storage_away.h"
 #include "daemon/tree_cursor.h"
+#include "daemon/turns.h"
 #include "daemon/walk_presence.h"
 #include "daemon/walk_reindex.h"
 #include "daemon/walk_rules.h"
@@ -38,18 +39,25 @@ void TreeWalk(const char *path, int mode, int mask) {
     TreeCursor cursor = TreeBegin(path, {.rules = &ActiveWalkRules().index, .cut = true});
     const std::vector<std::string> away =
         IsDirExist(path) ? StorageAwayIn(cursor.path, MediaKnows) : std::vector<std::string>();
+    const auto add = [&](const std::string &directory) { IndexFileAdd(directory.c_str(), mode); };
+    const auto visit = [&](const std::string &file) { FileVisit(file.c_str(), mode, mask); };
+    Turns turns;
     for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
         if (event == TreeEvent::entered && std::ranges::find(away, cursor.path) != away.end()) {
             AwayTell(cursor.path.c_str());
             TreeLeave(&cursor);
         } else if (event == TreeEvent::entered && (mask & kWalkMedia) != 0) {
-            IndexFileAdd(cursor.path.c_str(), mode);
+            TurnTake(&turns, cursor.path, add);
         } else if (event == TreeEvent::entry && cursor.kind == EntryKind::file) {
-            FileVisit(cursor.path.c_str(), mode, mask);
+            if (mask & kWalkMedia)
+                FileTurnTake(&turns, cursor.path, visit);
+            else
+                TurnTake(&turns, cursor.path, visit);
         } else if (event == TreeEvent::left && IsUnread(cursor.end)) {
             syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, cursor.path.c_str());
         }
     }
+    TurnsFinish(&turns);
 }
 
 void TreeRemove(const char *path, int mask) {

@@ -20,6 +20,7 @@ enum class ConfigurationKind {
     program,   // a command of the shell; its first word is the program
     word,      // one of `words`
     any_case,  // the same in whatever case
+    count,     // kCountAuto, or a whole number from 1 on
 };
 
 struct ConfigurationKey {
@@ -31,6 +32,8 @@ struct ConfigurationKey {
     const char *meaning;
     const char *words = ""; // with a blank between them
 };
+
+inline constexpr char kCountAuto[] = "auto";
 
 // Chosen when the program is built.
 extern const char kStandardAacDecoder[];
@@ -60,6 +63,10 @@ inline constexpr ConfigurationKey kConfigurationKeys[] = {
      "daily use: so far they make further tables in the media catalogue. Any other word costs a log line "
      "and counts as appliance.",
      "appliance complete"},
+    {kConfigurationFile, "readers", kCountAuto, ConfigurationKind::count, "with each run",
+     "Under the rules complete, how many programs read media files at the same time, from 1 to 4; more is 4. "
+     "With auto as many "
+     "as the machine has processors, at most 4. Any other value costs a log line and counts as auto."},
     {kDefaultsFile, "supportphoto", "no", ConfigurationKind::word, "when the daemon starts",
      "yes switches the photo library on.", "yes no"},
     {kDefaultsFile, "supportcinehall", "no", ConfigurationKind::word, "when the daemon starts",

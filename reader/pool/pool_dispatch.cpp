@@ -59,8 +59,10 @@ void FileHand(ReaderPool *pool, PoolReader *reader, PoolFile *file) {
     if (PacketSend(reader->process.socket.get(), std::as_bytes(std::span(&request, 1)), {&descriptor, 1},
                    MSG_DONTWAIT) < 0) {
         const int reason = errno;
-        const bool ends = reason == EPIPE || reason == ECONNRESET; // what it has said before is still to be taken
-        if (!ends && reader->handed_count == 0) // nothing will come that would make another attempt worth while
+        const bool ends =
+            reason == EPIPE || reason == ECONNRESET; // what it has said before is still to be taken
+        if (!ends &&
+            reader->handed_count == 0) // nothing will come that would make another attempt worth while
             PoolFileUnread(pool, file, ReadEnd::no_reader, strerror(reason));
         return;
     }

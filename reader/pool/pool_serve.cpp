@@ -116,10 +116,10 @@ struct ReaderEnd {
     std::string reason;
 };
 
-ReaderEnd ReaderEndOf(int status) {
-    if (!WIFSIGNALED(status) && WEXITSTATUS(status) == kReaderOutOfMemory)
+ReaderEnd ReaderEndOf(const PoolReader &reader, int status) {
+    if (reader.ready && !WIFSIGNALED(status) && WEXITSTATUS(status) == kReaderOutOfMemory)
         return {ReadEnd::memory, kPoolTooMuchMemory};
-    if (!WIFSIGNALED(status) && WEXITSTATUS(status) == kReaderUnconfined)
+    if (!reader.ready && !WIFSIGNALED(status) && WEXITSTATUS(status) == kReaderUnconfined)
         return {ReadEnd::crashed, "the kernel has no system call filter"};
     if (!WIFSIGNALED(status))
         return {ReadEnd::crashed, "its reader ended with status " + std::to_string(WEXITSTATUS(status))};
@@ -133,7 +133,7 @@ void ReaderEnded(ReaderPool *pool, PoolReader *reader) {
     int status = 0;
     if (!ReaderProcessReap(&reader->process, &status))
         return;
-    const ReaderEnd end = ReaderEndOf(status);
+    const ReaderEnd end = ReaderEndOf(*reader, status);
     PoolReaderGiveUp(pool, reader, end.end, end.reason);
 }
 

@@ -66,6 +66,15 @@ TEST(ConfigValue, WordsAreThoseOfTheTable) {
     EXPECT_EQ(Of(ConfigurationKind::any_case, "on"), "is neither yes nor no: no holds");
 }
 
+TEST(ConfigValue, Counts) {
+    for (const char *good : {"auto", "1", "4", "100", "03"})
+        EXPECT_EQ(Of(ConfigurationKind::count, good), "") << good;
+    for (const char *bad : {"", "0", "-1", "+1", "2x", "two", "Auto"})
+        EXPECT_EQ(Of(ConfigurationKind::count, bad),
+                  "is neither auto nor a whole number from 1 on: auto holds")
+            << bad;
+}
+
 TEST(ConfigValue, DefaultsAreGood) {
     for (const ConfigurationKey &key : kConfigurationKeys) {
         if (key.kind == ConfigurationKind::program) // which the machine may lack

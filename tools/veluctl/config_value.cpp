@@ -105,6 +105,12 @@ std::string WordProblem(const ConfigurationKey &key, const std::string &value, b
     return "is neither " + list + ": " + key.standard + " holds";
 }
 
+std::string CountProblem(const std::string &value) {
+    const bool digits = value.find_first_not_of("0123456789") == std::string::npos;
+    const bool good = value == kCountAuto || (digits && value.find_first_not_of('0') != std::string::npos);
+    return good ? "" : "is neither auto nor a whole number from 1 on: auto holds";
+}
+
 } // namespace
 
 std::string ConfigurationProblem(const ConfigurationKey &key, const std::string &value) {
@@ -119,6 +125,8 @@ std::string ConfigurationProblem(const ConfigurationKey &key, const std::string 
         return WordProblem(key, value, false);
     case ConfigurationKind::any_case:
         return WordProblem(key, value, true);
+    case ConfigurationKind::count:
+        return CountProblem(value);
     }
     return {};
 }

@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "audio/cover_file.h"
+#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 #include "tools/queue/request_path.h"
@@ -16,6 +17,7 @@
 #include "tools/veluctl/covers.h"
 #include "tools/veluctl/log_lines.h"
 #include "tools/veluctl/message.h"
+#include "tools/veluctl/reader_facts.h"
 #include "tools/veluctl/readers.h"
 
 namespace {
@@ -74,7 +76,9 @@ ExitCode DumpCommand(const Options &options) {
         return Complain(kFailed, std::string("no place for cover pictures in /tmp: ") + strerror(errno));
     const unsigned kinds = options.every_reader ? kAllFiles : ReaderKindsOf(VELUIndexExtGet(path.c_str()));
     std::vector<RecordPart> parts;
-    bool any = false;
+    if (RuleSetConfigured() == RuleSet::complete)
+        parts = ReaderFactParts(path);
+    bool any = parts.size() > 1;
     for (const Reader &reader : Readers()) {
         if ((reader.kinds & kinds) == 0)
             continue;

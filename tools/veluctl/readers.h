@@ -9,7 +9,7 @@
 #include "tools/veluctl/record_print.h"
 
 // The kinds of files that a reader is for, as a bit mask.
-enum ReaderKind : unsigned { kAudioFiles = 1, kVideoFiles = 2, kPictureFiles = 4, kAllFiles = 7 };
+enum FileKinds : unsigned { kAudioFiles = 1, kVideoFiles = 2, kPictureFiles = 4, kAllFiles = 7 };
 
 struct Reader {
     const char *name;

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What a walk does, in its order, while readers are at the files that it has met. A file has its turn when its reader has
+// answered; a step that comes behind it waits for that, and where nothing waits, a step is done at once. The line is short, so
+// that what is done follows the walk closely.
+#pragma once
+
+#include <functional>
+#include <list>
+#include <string>
+
+#include "daemon/index.h"
+
+using TurnStep = std::function<void(const std::string &path)>;
+
+struct Turn {
+    std::string path;
+    TurnStep step;
+    ReadTicket ticket = 0; // of a file that a reader has; 0: nothing is waited for
+};
+
+// Belongs to one walk. Turns that are left when it ends, because memory has run out, are dropped undone.
+struct Turns {
+    std::list<Turn> waiting;
+
+    Turns() = default;
+    Turns(const Turns &) = delete;
+    Turns &operator=(const Turns &) = delete;
+    ~Turns();
+};
+
+// Puts a turn behind the others, and does those whose time has come.
+void TurnWait(Turns *turns, const std::string &path, TurnStep step, ReadTicket ticket);
+
+// Do `step` for a path when it is its turn. For a file that an add hands to a reader, that is when it is read. What the step
+// refers to has to live as long as the walk.
+template <typename Step>
+void TurnTake(Turns *turns, const std::string &path, Step step) {
+    if (turns->waiting.empty())
+        step(path);
+    else
+        TurnWait(turns, path, step, 0);
+}
+template <typename Step>
+void FileTurnTake(Turns *turns, const std::string &path, Step step) {
+    if (const ReadTicket ticket = IndexFileHandOver(path.c_str()); ticket != 0)
+        TurnWait(turns, path, step, ticket);
+    else
+        TurnTake(turns, path, step);
+}
+
+// Does all that waits.
+void TurnsFinish(Turns *turns);
