@@ -194,8 +194,10 @@ inline constexpr int64_t kReaderLookMilliseconds = 1000;
 // Milliseconds that a reader may take to start. It loads its libraries, from a disk that may have to wake up.
 inline constexpr int64_t kReaderStartMilliseconds = 30'000;
 
-// Attempts to start a reader, one after the other, before its kind counts as missing.
+// Attempts to start a reader, one after the other, before its kind counts as missing; and those at which somebody else kills
+// it, whom nobody wants to wait for without end.
 inline constexpr int kReaderStartsMax = 3;
+inline constexpr int kReaderKilledStartsMax = 100;
 
 // Files after which a reader is replaced, so that what a library never gives back does not add up.
 inline constexpr int kReaderFilesMax = 4096;

@@ -161,6 +161,14 @@ void ReadersStart(ReaderPool *pool, ReaderKind kind) {
         ReaderStart(pool, kind);
 }
 
+// Notes that a reader ended before it was of use. True when no more are to be started. Who is killed while starting need not
+// be at fault.
+bool IsLastStart(PoolKind *kind, ReadEnd end) {
+    if (end == ReadEnd::killed)
+        return ++kind->killed_starts >= kReaderKilledStartsMax;
+    return ++kind->failed_starts >= kReaderStartsMax;
+}
+
 // A bound is passed once. Else the reader may have been ended by what it had read before, or by somebody else.
 int AttemptsOf(ReadEnd end) {
     if (end == ReadEnd::crashed)
@@ -192,8 +200,7 @@ void PoolReaderGiveUp(ReaderPool *pool, PoolReader *reader, ReadEnd end, const s
         if (i == 0 && ++file->ended >= AttemptsOf(end))
             PoolFileUnread(pool, file, end, reason);
     }
-    const bool idle = reader->handed_count == 0;
-    if (idle && !reader->answered && ++kind.failed_starts >= kReaderStartsMax)
+    if (reader->handed_count == 0 && !reader->answered && IsLastStart(&kind, end))
         kind.unavailable = kind.program + ": " + reason;
     PoolReaderEnd(pool, reader);
 }

@@ -105,7 +105,7 @@ void ReaderPoolEnd(ReaderPool *pool) {
     pool->files.clear();
     pool->bytes = 0;
     for (PoolKind &kind : pool->kinds) {
-        kind.failed_starts = 0;
+        kind.failed_starts = kind.killed_starts = 0;
         kind.unavailable.clear();
     }
 }

@@ -73,7 +73,8 @@ bool AnswerTake(ReaderPool *pool, PoolReader *reader, std::span<const std::byte>
         return false;
     SlotEmpty(slot);
     reader->answered = true;
-    PoolKindOf(pool, reader->kind).failed_starts = 0;
+    PoolKind &of_kind = PoolKindOf(pool, reader->kind);
+    of_kind.failed_starts = of_kind.killed_starts = 0;
     std::shift_left(reader->handed, reader->handed + reader->handed_count, 1);
     if (--reader->handed_count > 0)
         PoolReaderBegins(pool, reader);

@@ -128,6 +128,7 @@ struct PoolReader {
 struct PoolKind {
     std::string program;     // a path
     int failed_starts = 0;   // one after the other
+    int killed_starts = 0;   // likewise, by somebody else
     std::string unavailable; // why none can be started; empty: one can
 };
 

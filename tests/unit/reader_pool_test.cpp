@@ -244,6 +244,15 @@ TEST_F(ReaderPoolTest, AReaderThatEndsAtItsStartIsMissing) {
     EXPECT_EQ(pool.kinds[0].failed_starts, kReaderStartsMax);
 }
 
+TEST_F(ReaderPoolTest, AReaderThatIsKilledAtItsStartIsStartedAgain) {
+    FileWrite("/tmp/readers/killed", "#!/bin/sh\nkill -9 $$\n");
+    chmod("/tmp/readers/killed", 0755);
+    pool.kinds[0].program = "/tmp/readers/killed";
+    EXPECT_EQ(Read("title x").end, ReadEnd::no_reader);
+    EXPECT_EQ(pool.kinds[0].killed_starts, kReaderKilledStartsMax);
+    EXPECT_LT(kReaderStartsMax, kReaderKilledStartsMax);
+}
+
 TEST_F(ReaderPoolTest, AReaderThatNeverStartsIsMissing) {
     FileWrite("/tmp/readers/sleeper", "#!/bin/sh\nexec sleep 1000\n");
     chmod("/tmp/readers/sleeper", 0755);
