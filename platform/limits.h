@@ -221,6 +221,43 @@ inline constexpr int kReaderOpenFilesMax = 12;
 // Its address space: what it may hold and the code of its libraries, which is not all resident.
 inline constexpr uint64_t kReaderAddressMax = uint64_t{512} << 20;
 
+// --- Sound, read for complete rows ---------------------------------------------------------------------------
+
+// Bytes of a tag that are read, and of what its compressed frames unpack to: the largest picture and as many texts as
+// anybody has written.
+inline constexpr size_t kSoundTagMax = size_t{40} << 20;
+
+// Items of a tag that are looked at (frames, comments, ...): ordinary ones have some tens.
+inline constexpr size_t kSoundItemsMax = 4096;
+
+// Values of one key that become facts. Operas have that many singers; the other facts of the file need room, too.
+inline constexpr size_t kSoundValuesMax = 64;
+
+// Pictures of a tag that are looked at for a cover: there are 21 types. Of those that have to be read for it, less.
+inline constexpr size_t kSoundPicturesMax = 64;
+inline constexpr int kSoundLargePicturesMax = 4;
+
+// Bytes in which the first frame of MPEG audio is looked for: what stands before it is a tag that nobody knows.
+inline constexpr int64_t kSoundJunkMax = int64_t{1} << 20;
+
+// Bytes that are gone through frame by frame where nothing else tells the duration: four hours at 128 kbit/s. What is behind
+// counts as being like what was before.
+inline constexpr int64_t kSoundWalkMax = int64_t{256} << 20;
+
+// Chunks of a WAV, AIFF or DSDIFF file and of a list in it, and objects of an ASF header; ordinary files hold under twenty.
+inline constexpr int kSoundChunksMax = 4096;
+
+// Boxes of an MP4 file: an hour in fragments of half a second has 65 thousand.
+inline constexpr int kSoundBoxesMax = 1 << 17;
+
+// Entries of a table of samples: four days of AAC. Longer ones give the bit rate that the header tells.
+inline constexpr uint64_t kSoundSamplesMax = uint64_t{1} << 24;
+
+// What TagLib may read of a file, and how often: a picture of the largest size, in base 64, needs two thirds of the bytes,
+// and one piece of them for each kilobyte in which it looks for something.
+inline constexpr int64_t kSoundLibraryBytesMax = int64_t{64} << 20;
+inline constexpr int kSoundLibraryCallsMax = 65536;
+
 // --- Directories -------------------------------------------------------------------------------------------
 
 // Levels whose directory stays open while a subdirectory is walked. Below them a directory is closed and later

@@ -11,6 +11,7 @@ set(width_tests
     mp4_file mp4_index mp4_items mp4_reader mp4_track
     mpeg_header vbr_header
     content content_boxes content_streams
+    sound_bounds sound_containers sound_id3
     # The layout of records: what is copied over them, what another process leaves in shared memory or sends.
     metamedia photo_record
     fact_list reader_answer reader_input reader_message

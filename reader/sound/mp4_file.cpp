@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "reader/sound/mp4_file.h"
+
+#include "platform/limits.h"
+#include "reader/sound/mp4_fragments.h"
+#include "reader/sound/mp4_items.h"
+#include "reader/sound/mp4_track.h"
+
+namespace {
+
+std::optional<Mp4Track> SoundTrackFind(Mp4Walk *walk, const Mp4Box &moov) {
+    Mp4Box box;
+    for (int64_t at = moov.begin; Mp4BoxTake(walk, &at, moov.end, &box);) {
+        if (!box.Is("trak"))
+            continue;
+        if (std::optional<Mp4Track> track = Mp4SoundTrackRead(walk, box))
+            return track;
+    }
+    return std::nullopt;
+}
+
+uint64_t MovieTimescale(Mp4Walk *walk, const Mp4Box &moov) {
+    const std::optional<Mp4Box> header = Mp4BoxFind(walk, moov, {"mvhd"});
+    if (!header)
+        return 0;
+    const SoundBytes bytes = Mp4BoxRead(walk, *header, 24);
+    Cursor cursor{bytes.View()};
+    const bool is_long = TakeBig(&cursor, 1) == 1;
+    Take(&cursor, is_long ? 19 : 11);
+    return TakeBig(&cursor, 4);
+}
+
+void StreamAdd(Mp4Walk *walk, const Mp4Box &moov, SoundFile *file) {
+    std::optional<Mp4Track> track = SoundTrackFind(walk, moov);
+    if (!track)
+        return;
+    const uint64_t movie_timescale = MovieTimescale(walk, moov);
+    if (Mp4BoxFind(walk, moov, {"mvex"}))
+        Mp4FragmentsAdd(walk, moov, &*track);
+    SoundStream stream = track->stream;
+    const double media = track->timescale != 0
+                             ? static_cast<double>(track->duration) / static_cast<double>(track->timescale)
+                             : 0;
+    const double edited =
+        movie_timescale != 0 ? static_cast<double>(track->edited) / static_cast<double>(movie_timescale) : 0;
+    stream.duration = edited > 0 && (edited < media || media == 0) ? edited : media;
+    if (track->bytes != 0 && media > 0)
+        stream.bitrate = static_cast<double>(track->bytes) * 8 / media;
+    stream.container = "mov,mp4,m4a,3gp,3g2,mj2";
+    StreamFactsAdd(stream, FactSource::own, file->facts);
+}
+
+} // namespace
+
+void Mp4Read(SoundFile *file) {
+    Mp4Walk walk{file->input, kSoundBoxesMax};
+    Mp4Box box;
+    for (int64_t at = 0; Mp4BoxTake(&walk, &at, file->input->size, &box);) {
+        if (!box.Is("moov"))
+            continue;
+        StreamAdd(&walk, box, file);
+        Mp4ItemsRead(&walk, box, file);
+        break;
+    }
+}

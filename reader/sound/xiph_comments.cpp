@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "reader/sound/xiph_comments.h"
+
+#include <utility>
+
+#include "platform/limits.h"
+#include "reader/sound/picture_choice.h"
+#include "reader/sound/tag_tables.h"
+
+namespace {
+
+constexpr size_t kOggPageHeader = 27;
+
+// "CHAPTER001NAME" beside "CHAPTER001", which is its time.
+std::string KeyOf(const TagLib::String &key) {
+    const std::string name = key.to8Bit(true);
+    return name.starts_with("CHAPTER") && name.ends_with("NAME") ? "CHAPTER NAME" : name;
+}
+
+void PicturesAdd(const TagLib::List<TagLib::FLAC::Picture *> &from, std::vector<TagLib::ByteVector> *bytes,
+                 std::vector<unsigned> *types) {
+    for (const TagLib::FLAC::Picture *picture : from) {
+        if (bytes->size() >= kSoundPicturesMax)
+            return;
+        bytes->push_back(picture->data());
+        types->push_back(static_cast<unsigned>(picture->type()));
+    }
+}
+
+// At the comments' vendor: its length, the vendor, the number of comments.
+bool CommentsAreBounded(ReaderInput *input, int64_t vendor) {
+    uint8_t number[4];
+    if (SoundRead(input, vendor, number) < sizeof number)
+        return false;
+    const int64_t length = static_cast<int64_t>(BytesNumber(number, sizeof number, ByteOrder::kLittle));
+    if (SoundRead(input, vendor + 4 + length, number) < sizeof number)
+        return false;
+    return BytesNumber(number, sizeof number, ByteOrder::kLittle) <= kSoundItemsMax;
+}
+
+// Returns where the first page behind `page` begins, and sets where its own content does.
+int64_t OggPageSkip(ReaderInput *input, int64_t page, int64_t *content) {
+    uint8_t header[kOggPageHeader + 255] = {};
+    const size_t got = SoundRead(input, page, header);
+    if (got < kOggPageHeader || !BeginsWith(header, "OggS"))
+        return -1;
+    const size_t segments = header[kOggPageHeader - 1];
+    *content = page + static_cast<int64_t>(kOggPageHeader + segments);
+    int64_t next = *content;
+    for (size_t i = 0; i < segments; ++i)
+        next += header[kOggPageHeader + i];
+    return next;
+}
+
+} // namespace
+
+void XiphFactsAdd(TagLib::Ogg::XiphComment *comments, const TagLib::List<TagLib::FLAC::Picture *> &pictures,
+                  SoundFile *file) {
+    std::vector<TagLib::ByteVector> bytes;
+    std::vector<unsigned> types;
+    PicturesAdd(pictures, &bytes, &types);
+    if (comments != nullptr) {
+        TagItems items;
+        for (const auto &[key, values] : comments->fieldListMap()) {
+            for (const TagLib::String &value : values)
+                items.push_back({KeyOf(key), value.to8Bit(true)});
+        }
+        FactsFromItems(items, kXiphTable, FactSource::taglib, file->facts);
+        PicturesAdd(comments->pictureList(), &bytes, &types);
+    }
+    std::vector<TagPicture> choice;
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        const auto &picture = std::as_const(bytes[i]);
+        choice.push_back({types[i], {reinterpret_cast<const uint8_t *>(picture.data()), picture.size()}});
+    }
+    PicturesTake(choice, file->picture);
+}
+
+bool FlacCommentsAreBounded(ReaderInput *input, int64_t begin) {
+    constexpr uint8_t kComments = 4;
+    constexpr uint8_t kLast = 0x80;
+    uint8_t header[4];
+    if (SoundRead(input, begin, header) < sizeof header || !BeginsWith(header, "fLaC"))
+        return false;
+    int64_t at = begin + 4;
+    for (size_t i = 0; i < kSoundItemsMax; ++i) {
+        if (SoundRead(input, at, header) < sizeof header)
+            return true;
+        at += 4;
+        if ((header[0] & ~kLast) == kComments && !CommentsAreBounded(input, at))
+            return false;
+        if ((header[0] & kLast) != 0)
+            return true;
+        at += BigEndian24(header + 1);
+    }
+    return false;
+}
+
+bool OggCommentsAreBounded(ReaderInput *input) {
+    // The second page begins with the comments, behind a mark of the codec: Speex has none.
+    struct Mark {
+        std::string_view text;
+        int64_t size;
+    };
+    constexpr Mark kMarks[] = {{"\x03vorbis", 7}, {"OpusTags", 8}};
+    int64_t content = 0;
+    const int64_t second = OggPageSkip(input, 0, &content);
+    uint8_t begin[8] = {};
+    uint8_t first[8] = {};
+    SoundRead(input, content, first);
+    if (second < 0 || OggPageSkip(input, second, &content) < 0 ||
+        SoundRead(input, content, begin) < sizeof begin)
+        return false;
+    for (const Mark &mark : kMarks) {
+        if (BeginsWith(begin, mark.text))
+            return CommentsAreBounded(input, content + mark.size);
+    }
+    if (BeginsWith(first, "Speex"))
+        return CommentsAreBounded(input, content);
+    return CommentsAreBounded(input, content + 4); // FLAC's block
+}
