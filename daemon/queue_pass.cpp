@@ -18,6 +18,7 @@
 #include "photo/hand_over_spool.h"
 #include "platform/limits.h"
 #include "platform/number_set.h"
+#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 
 namespace {
@@ -230,6 +231,7 @@ void StretchesDo(Pass *pass, QueueReader *copy, bool again, bool *fresh) {
     do {
         const off_t begin = copy != nullptr ? copy->offset() : 0;
         VELUIndexRunBegin();
+        VELUIndexRunRules(RuleSetActive());
         if (first && pass->old_there)
             OldLinesDo(pass);
         if (copy != nullptr)

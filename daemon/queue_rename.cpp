@@ -15,6 +15,7 @@
 #include "photo/photo_share.h"
 #include "photo/photo_sync.h"
 #include "photo/rows_gone.h"
+#include "platform/index/file_state.h"
 #include "platform/path.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
@@ -70,10 +71,12 @@ void GoneRowsRemove(const char *directory) {
 } // namespace
 
 void PathRename(const char *new_path, const char *old_path) {
+    FileMove move(new_path, old_path);
     if (IsDirExist(new_path))
         TreeRename(new_path, old_path);
     else
         FileRename(new_path, old_path);
+    move.Finish();
 }
 
 void PathRenameAgain(const char *new_path, const char *old_path) {
@@ -82,9 +85,11 @@ void PathRenameAgain(const char *new_path, const char *old_path) {
         return;
     }
     if (!PathIsGone(old_path)) {
+        FileMove move(new_path, old_path);
         GoneRowsRemove(old_path);
         if (!PathIsGone(new_path))
             IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
+        move.Finish();
     } else {
         PathRename(new_path, old_path);
         if (IsFileExist(new_path, nullptr))

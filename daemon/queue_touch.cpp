@@ -49,7 +49,7 @@ bool IsOneOf(const std::string &name, const char *const (&names)[N]) {
 }
 
 bool IsMediaTable(const std::string &name) {
-    return IsOneOf(name, kMediaTables) || name == kDirectoryTable;
+    return IsOneOf(name, kMediaTables) || name == kDirectoryTable || name == kFileStateTable;
 }
 
 // True for a path at, under or above which photo paths lie.

@@ -338,6 +338,15 @@ inline constexpr size_t kBatchRowsMax = 500;
 inline constexpr int64_t kBatchMillisecondsMax = 1000;
 inline constexpr size_t kBatchBytesMax = size_t{1} << 20;
 
+// Bytes of a fact's value, and of what searches look for: a server's index takes 2,700 bytes, and nobody types more than some
+// words. Longer texts (lyrics, descriptions) are cut, never left out.
+inline constexpr size_t kFactValueMax = 4096;
+inline constexpr size_t kFactFoldedMax = 256;
+
+// States of the files of one directory that are held at a time, about a hundred bytes each; the others are looked up when
+// their turn comes. Few directories have a thousand files.
+inline constexpr size_t kFileStatesMax = 32768;
+
 // A database that cannot be reached is not asked again for so many milliseconds within a run: with a busy timeout
 // or a connection attempt for each of a thousand files, a run would never end.
 inline constexpr int64_t kDatabaseAwayMilliseconds = 5000;

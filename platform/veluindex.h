@@ -14,6 +14,7 @@
 
 #include <iterator>
 
+#include "platform/rule_set.h"
 #include "platform/veludb.h"
 
 struct MediaInfo;
@@ -38,6 +39,8 @@ enum MediaKind : int {
 inline constexpr const char *kMediaTables[] = {"music", "video", "photo", "playlist"};
 static_assert(std::size(kMediaTables) == kMediaPlaylist + 1);
 inline constexpr char kDirectoryTable[] = "directory"; // beside them, with a number of its own nowhere
+inline constexpr char kFileStateTable[] =
+    "file_state"; // what is known of their files (platform/index/file_state.h)
 
 // The tables of the photo catalogue.
 enum PhotoTable : int {
@@ -63,6 +66,11 @@ enum IndexMode : int { kIndexAdd = 1, kIndexRemove = 2, kIndexReindex = 3, kInde
 // VELUIndexRunPause or VELUIndexRunFlush lets other writers at the database.
 
 void VELUIndexRunBegin();
+
+// Says by which rules the run works, before anything else is asked of the store. By `complete` the media catalogue gets its
+// tables about files when it is first opened in the run (platform/index/file_state.h), and fails like one that is away when
+// it cannot have them; where they are, the catalogue keeps the rule set. Without this it follows none.
+void VELUIndexRunRules(RuleSet rules);
 
 // Commits batches that are older than a second. To be called before each file; costs a look at the clock.
 void VELUIndexRunPause();
@@ -177,7 +185,8 @@ void MediaInfoDBClose(VELUIndexRows *rows);
 int MediaDBVacuum();
 int PhotoDBVacuum();
 
-// Empties one table of either catalogue. Any other name is refused with a log line, and -1.
+// Empties one table of either catalogue. Any other name is refused with a log line, and -1. Of kFileStateTable, where it is
+// there, stamps and troubles are forgotten, so that every file is read again; its rows stay.
 int VELUTruncateTable(const char *name);
 
 // Set and tell the dirty markers of the tables music and video. Every save, delete and truncate of the table

@@ -234,12 +234,15 @@ constexpr VELUDBWords kWords = {
     .path = "text",
     .serial = "integer",
     .real = "real",
+    .clustered = "without rowid",
     .keeps_spelled_booleans = true,
+    .triggers_call = false,
     .fails_whole = false,
     .pooled = false,
     .prepare_lock = nullptr,
     .count_on = nullptr,
     .compact = "vacuum",
+    .has_table = "(select count(*) from sqlite_master where type = 'table' and name = 'TABLE')",
 };
 
 } // namespace

@@ -75,7 +75,8 @@ bool IsWhole(const VELUDBEngine &engine, std::string *error) {
                        engine.error != nullptr && engine.store_failed != nullptr &&
                        engine.connected != nullptr && engine.forbid_writes != nullptr;
     const bool spelled = words != nullptr && words->path != nullptr && words->serial != nullptr &&
-                         words->real != nullptr && words->compact != nullptr;
+                         words->real != nullptr && words->compact != nullptr && words->clustered != nullptr &&
+                         words->has_table != nullptr;
     if (calls && spelled && engine.name != nullptr && engine.seam == kEngineSeam)
         return true;
     *error = std::string("the engine \"") + (engine.name != nullptr ? engine.name : "") + "\" lacks a part";

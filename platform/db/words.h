@@ -8,8 +8,14 @@ struct VELUDBWords {
     const char *serial; // the type of a key that the database counts up by itself
     const char *real;   // the type of a number that keeps its 15 digits
 
+    const char *
+        clustered; // behind a table's columns: its rows lie in the order of its primary key, if the engine can do that
+
     // A boolean is kept as it was spelled, so that the schema has to make the spellings one.
     bool keeps_spelled_booleans;
+
+    // A trigger calls a function that the database has, where others hold its statements themselves.
+    bool triggers_call;
 
     // A statement that fails by its own fault takes its transaction with it, unless that can go back to a savepoint.
     bool fails_whole;
@@ -23,5 +29,6 @@ struct VELUDBWords {
     const char *prepare_lock;
     // Puts the counter of TABLE's keys behind its largest id; null where the rows themselves are the counter.
     const char *count_on;
-    const char *compact; // gives back what removed rows have held
+    const char *compact;   // gives back what removed rows have held
+    const char *has_table; // an expression: 1 when there is a table TABLE, else 0
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Writes packed one behind the other: request, statement number, number of values, then each value's type and content.
+// Writes packed one behind the other: request, whether the next one belongs to the same unit, statement number, number of
+// values, then each value's type and content.
 #include "platform/index/batch.h"
 
 #include <string.h>
@@ -20,11 +21,13 @@ T Get(const std::string &bytes, size_t *position) {
     return value;
 }
 
-void PutWrite(std::string *bytes, uint64_t request, int statement, const VELUDBValue *values, size_t count) {
+void PutWrite(std::string *bytes, uint64_t request, bool more, const StoreWrite &write) {
     Put(bytes, request);
-    Put(bytes, statement);
-    Put(bytes, count);
-    for (size_t i = 0; i < count; ++i) {
+    Put(bytes, more);
+    Put(bytes, write.statement);
+    Put(bytes, write.count);
+    const VELUDBValue *values = write.values;
+    for (size_t i = 0; i < write.count; ++i) {
         Put(bytes, values[i].type);
         if (values[i].type == VELUDBValue::Type::integer)
             Put(bytes, values[i].integer);
@@ -40,9 +43,15 @@ void PutWrite(std::string *bytes, uint64_t request, int statement, const VELUDBV
 } // namespace
 
 void BatchAdd(Batch *batch, uint64_t request, int statement, const VELUDBValue *values, size_t count) {
+    const StoreWrite write = {statement, values, count};
+    BatchAddUnit(batch, request, {&write, 1});
+}
+
+void BatchAddUnit(Batch *batch, uint64_t request, std::span<const StoreWrite> writes) {
     const size_t end = batch->bytes.size();
     try {
-        PutWrite(&batch->bytes, request, statement, values, count);
+        for (const StoreWrite &write : writes)
+            PutWrite(&batch->bytes, request, &write != &writes.back(), write);
     } catch (...) {
         batch->bytes.resize(end); // half a write would be taken for the begin of the next one
         throw;
@@ -51,10 +60,13 @@ void BatchAdd(Batch *batch, uint64_t request, int statement, const VELUDBValue *
 }
 
 bool BatchNext(const Batch &batch, size_t *position, uint64_t *request, int *statement,
-               std::vector<VELUDBValue> *values) {
+               std::vector<VELUDBValue> *values, bool *more) {
     if (*position >= batch.bytes.size())
         return false;
     *request = Get<uint64_t>(batch.bytes, position);
+    const bool goes_on = Get<bool>(batch.bytes, position);
+    if (more != nullptr)
+        *more = goes_on;
     *statement = Get<int>(batch.bytes, position);
     values->assign(Get<size_t>(batch.bytes, position), VELUDBValue());
     for (VELUDBValue &value : *values) {

@@ -7,14 +7,22 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <span>
 #include <string>
 #include <vector>
 
 #include "platform/veludb.h"
 
+// A statement with its values, which belong to the caller.
+struct StoreWrite {
+    int statement;
+    const VELUDBValue *values;
+    size_t count;
+};
+
 struct Batch {
     std::string bytes;
-    size_t rows = 0;
+    size_t rows = 0; // and units
 };
 
 // Where an open batch can be rolled back to, for an engine that takes nothing more after a statement that failed. Without
@@ -30,6 +38,10 @@ struct BatchMark {
 // `request` is the number of the request that asked for the write.
 void BatchAdd(Batch *batch, uint64_t request, int statement, const VELUDBValue *values, size_t count);
 
-// Reads the write at *position and steps behind it; false behind the last. The texts stay in the batch.
+// The same for writes that stand or fall together.
+void BatchAddUnit(Batch *batch, uint64_t request, std::span<const StoreWrite> writes);
+
+// Reads the write at *position and steps behind it; false behind the last. The texts stay in the batch. `more` receives
+// whether the next write belongs to the same unit.
 bool BatchNext(const Batch &batch, size_t *position, uint64_t *request, int *statement,
-               std::vector<VELUDBValue> *values);
+               std::vector<VELUDBValue> *values, bool *more = nullptr);

@@ -5,10 +5,13 @@
 #include <syslog.h>
 
 #include <new>
+#include <string>
 
 #include "platform/db/words.h"
+#include "platform/index/file_tables.h"
 #include "platform/index/rows.h"
 #include "platform/index/run.h"
+#include "platform/index/run_session.h"
 #include "platform/veluindex.h"
 
 namespace {
@@ -63,6 +66,31 @@ int TruncateMedia(const char *table) {
     return removed;
 }
 
+// False when the catalogue has none, or is away.
+bool HasFileStates() {
+    return SessionOpen(Catalogue::media) && SessionOf(Catalogue::media).connection->has_files;
+}
+
+// Not inside a batch, which cannot be written again with it.
+int FileStatesForget() {
+    const StoreConnectionRef connection = RunConnection(Catalogue::media);
+    if (connection == nullptr)
+        return -1;
+    VELUDB *db = connection->db.get();
+    if (FileStatesReconcile(db) == 0)
+        return 0;
+    const std::string reason = VELUDBErrorGet(db);
+    if (RunBorrowedFailed(Catalogue::media, db))
+        syslog(LOG_ERR, "%s (%d) The %s failed at [%s]. (%s)", kLogName, __LINE__,
+               CatalogueName(Catalogue::media), kFileStateTable, reason.c_str());
+    return -1;
+}
+
+int Refused(const char *table) {
+    syslog(LOG_ERR, "%s (%d) There is no table [%s] to empty.", kLogName, __LINE__, table);
+    return -1;
+}
+
 } // namespace
 
 int MediaDBVacuum() {
@@ -77,11 +105,14 @@ int VELUTruncateTable(const char *name) {
     const char *table = name != nullptr ? name : "";
     const bool media = IsOneOf(table, kMediaTables);
     const bool directory = strcmp(table, kDirectoryTable) == 0;
-    if (!media && !directory && !IsOneOf(table, kPhotoTables)) {
-        syslog(LOG_ERR, "%s (%d) There is no table [%s] to empty.", kLogName, __LINE__, table);
-        return -1;
-    }
+    const bool states = strcmp(table, kFileStateTable) == 0;
+    if (!media && !directory && !states && !IsOneOf(table, kPhotoTables))
+        return Refused(table);
     RunScope scope;
+    if (states && !HasFileStates())
+        return scope.Finish(Refused(table));
+    if (states)
+        return scope.Finish(FileStatesForget());
     const int removed =
         media ? TruncateMedia(table) : RemoveAll(directory ? Catalogue::media : Catalogue::photo, table);
     return scope.Finish(removed < 0 ? -1 : 0);

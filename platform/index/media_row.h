@@ -19,3 +19,9 @@ struct MediaRow {
 };
 
 MediaRow MediaRowOf(const MediaInfo &record);
+
+// Returns whether a record may become a row of the table of `kind`; if not, with a line.
+bool MediaRowIsGood(int kind, const MediaInfo *record);
+
+// What follows when its row is stored: the dirty marker, and that a sweep leaves it.
+void MediaRowSaved(int kind, const MediaInfo &record);

@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "platform/index/file_move.h"
 #include "platform/index/media_row.h"
 #include "platform/index/rows.h"
 #include "platform/index/run.h"
@@ -37,12 +38,14 @@ int Removed(const char *table, int removed) {
     return removed < 0 ? -1 : 0;
 }
 
-// The covers go first: after a crash between the two, the same delete finds what is left.
+// What is known of the files goes along with a rename before it goes with its rows, and covers go before rows: after a crash between the two, the same delete finds what is left.
 int RemoveMediaRow(const char *table, const std::string &path) {
+    FileMoveTakeAlong(path);
     return RemoveRowCovers(table, path) != 0 ? -1 : Removed(table, RemoveRow(Catalogue::media, table, path));
 }
 
 int RemoveMediaTree(const std::string &directory) {
+    FileMoveTakeAlong(directory);
     for (const char *table : kMediaTables) {
         if (RemoveTreeCovers(table, directory) != 0)
             return -1;
@@ -54,17 +57,27 @@ int RemoveMediaTree(const std::string &directory) {
 
 } // namespace
 
+bool MediaRowIsGood(int kind, const MediaInfo *record) {
+    if (kind >= kMediaMusic && kind <= kMediaPlaylist && record != nullptr && record->path[0] != '\0')
+        return true;
+    BadParameter(__LINE__);
+    return false;
+}
+
+void MediaRowSaved(int kind, const MediaInfo &record) {
+    MarkDirty(kMediaTables[kind]);
+    SavedRowAdd(&run_state.saved, kind, record.path);
+}
+
 int MediaInfoDBSave(int kind, const MediaInfo *record) {
-    if (kind < kMediaMusic || kind > kMediaPlaylist || record == nullptr || record->path[0] == '\0')
-        return BadParameter(__LINE__);
+    if (!MediaRowIsGood(kind, record))
+        return -1;
     RunScope scope;
     const MediaRow row = MediaRowOf(*record);
     const int saved = RunWrite(Catalogue::media, StatementOf(StoreOperation::saveRow, kMediaTables[kind]),
                                row.values.data(), row.values.size());
-    if (saved >= 0) {
-        MarkDirty(kMediaTables[kind]);
-        SavedRowAdd(&run_state.saved, kind, record->path);
-    }
+    if (saved >= 0)
+        MediaRowSaved(kind, *record);
     return scope.Finish(saved < 0 ? -1 : 0);
 }
 

@@ -53,32 +53,39 @@ ResultHandle ReadOf(Session *session, Call call) {
 
 } // namespace
 
-int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size_t count) {
+int RunWriteUnit(Catalogue catalogue, std::span<const StoreWrite> writes) {
     Session &session = SessionOf(catalogue);
     if (SessionBatchIsFull(session))
         SessionCommit(catalogue);
     if (!SessionConnect(catalogue, account.request))
         return -1;
-    const auto failed = [&] { return SessionFailed(catalogue, SessionAbout(values, count).c_str()); };
+    const auto failed = [&] {
+        return SessionFailed(catalogue, SessionAbout(writes[0].values, writes[0].count).c_str());
+    };
     if (!SessionBatchBegin(&session))
         return failed();
-    int affected = SessionMark(&session) ? SessionRun(&session, statement, values, count) : -1;
-    if (affected < 0 && SessionRewound(catalogue))
+    int affected = SessionMark(&session) ? SessionRunUnit(&session, writes) : -1;
+    if (affected < 0 && SessionRewound(catalogue, writes.size() > 1))
         return failed();
     if (affected < 0 && SessionRecovered(catalogue)) {
         if (!SessionConnect(catalogue, account.request))
             return -1;
-        affected = SessionRun(&session, statement, values, count);
+        affected = SessionRunUnit(&session, writes);
     }
     if (affected < 0)
         return failed();
     if (session.batch_open)
-        BatchAdd(&session.batch, account.request, statement, values, count);
+        BatchAddUnit(&session.batch, account.request, writes);
     else
         session.committed = true;
     if (SessionBatchIsFull(session))
         SessionCommit(catalogue);
     return affected;
+}
+
+int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size_t count) {
+    const StoreWrite write = {statement, values, count};
+    return RunWriteUnit(catalogue, {&write, 1});
 }
 
 int RunWrite(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values) {
@@ -153,6 +160,10 @@ void VELUIndexRunBegin() {
     AccountBegin(&account);
     run.active = true;
     tzset();
+}
+
+void VELUIndexRunRules(RuleSet rules) {
+    run.rules = rules;
 }
 
 bool RunIsShared(Catalogue catalogue) {

@@ -7,6 +7,7 @@
 #include <stdint.h>
 
 #include <initializer_list>
+#include <span>
 #include <string>
 
 #include "platform/index/run_state.h"
@@ -17,6 +18,10 @@
 // that failed by itself has a line of its own, a store that is away has one a run and catalogue, with the number of rows.
 int RunWrite(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);
 int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size_t count);
+
+// Writes what stands or falls together, in the order of the list: all of it is stored, or nothing of it. Returns what the
+// first write alone would.
+int RunWriteUnit(Catalogue catalogue, std::span<const StoreWrite> writes);
 
 // Writes through a statement that somebody has put together.
 int RunWriteText(Catalogue catalogue, const char *sql);

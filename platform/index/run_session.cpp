@@ -3,10 +3,13 @@
 
 #include <syslog.h>
 
+#include <algorithm>
+#include <deque>
 #include <new>
 #include <utility>
 
 #include "platform/clock.h"
+#include "platform/index/file_tables.h"
 #include "platform/limits.h"
 
 RunState run_state;
@@ -48,23 +51,42 @@ bool StatementFailed(Catalogue catalogue, uint64_t request, const char *about, c
     return store_failed;
 }
 
+// Writes of a batch that stand or fall together.
+struct BatchUnit {
+    uint64_t request = 0;
+    std::deque<std::vector<VELUDBValue>> values; // whose elements never move
+    std::vector<StoreWrite> writes;
+};
+
+// False behind the last.
+bool BatchNextUnit(const Batch &batch, size_t *position, BatchUnit *unit) {
+    *unit = {};
+    for (bool more = true; more;) {
+        int statement = 0;
+        std::vector<VELUDBValue> &values = unit->values.emplace_back();
+        if (!BatchNext(batch, position, &unit->request, &statement, &values, &more))
+            return false;
+        unit->writes.push_back({statement, values.data(), values.size()});
+    }
+    return true;
+}
+
 void BatchDoAgain(Catalogue catalogue, const Batch &batch) {
     Session &session = SessionOf(catalogue);
     size_t position = 0;
-    uint64_t request = 0;
-    int statement = 0;
-    std::vector<VELUDBValue> values;
-    while (BatchNext(batch, &position, &request, &statement, &values)) {
-        if (!SessionConnect(catalogue, request)) {
+    BatchUnit unit;
+    while (BatchNextUnit(batch, &position, &unit)) {
+        if (!SessionConnect(catalogue, unit.request)) {
             SetLost(catalogue);
             continue;
         }
-        if (SessionRun(&session, statement, values.data(), values.size()) >= 0) {
+        if (SessionRunUnit(&session, unit.writes) >= 0) {
             session.committed = true;
             continue;
         }
         SetLost(catalogue);
-        if (StatementFailed(catalogue, request, SessionAbout(values.data(), values.size()).c_str(),
+        const StoreWrite &first = unit.writes[0];
+        if (StatementFailed(catalogue, unit.request, SessionAbout(first.values, first.count).c_str(),
                             session.connection->db.get()))
             SessionDrop(catalogue);
     }
@@ -114,6 +136,14 @@ bool Rewrite(Session *session) {
     return true;
 }
 
+// False when the catalogue cannot be made what the rules of the run want.
+bool RulesReady(Catalogue catalogue, Session *session) {
+    StoreConnection *connection = session->connection.get();
+    return catalogue != Catalogue::media || !run.rules ||
+           FileTablesReady(connection->db.get(), *run.rules, &connection->has_files, !session->away_told) ==
+               0;
+}
+
 // True when what failed a moment ago takes writes that belong together back with it. One that failed by itself does not.
 bool TakesBack(const Session &session) {
     return session.together && BlVELUDBStoreFailed(session.connection->db.get()) != 0;
@@ -151,6 +181,8 @@ bool SessionOpen(Catalogue catalogue) {
         return false;
     session.away = false;
     session.connection = StoreConnect(catalogue, !session.away_told);
+    if (session.connection != nullptr && !RulesReady(catalogue, &session))
+        session.connection.reset();
     if (session.connection != nullptr)
         return true;
     session.away_told = true;
@@ -174,6 +206,27 @@ int SessionRun(Session *session, int statement, const VELUDBValue *values, size_
             return VELUDBExecute(db, std::string(values->text, values->length).c_str(), nullptr);
         return StoreRun(connection, statement, values, count, nullptr);
     });
+}
+
+int SessionRunUnit(Session *session, std::span<const StoreWrite> writes) {
+    const auto run_one = [&](const StoreWrite &write) {
+        return SessionRun(session, write.statement, write.values, write.count);
+    };
+    if (writes.size() == 1)
+        return run_one(writes[0]);
+    VELUDB *db = session->connection->db.get();
+    const bool alone = VELUDBInTransaction(db) == 0;
+    if (alone && StoreBegin(db, session->connection->catalogue) != 0)
+        return -1;
+    const int affected = run_one(writes[0]);
+    const bool all = affected >= 0 && std::all_of(writes.begin() + 1, writes.end(),
+                                                  [&](const auto &write) { return run_one(write) >= 0; });
+    if (!alone)
+        return all ? affected : -1;
+    if (all && VELUDBCommit(db) == 0)
+        return affected;
+    VELUDBRollback(db);
+    return -1;
 }
 
 std::string SessionAbout(const VELUDBValue *values, size_t count) {
@@ -236,12 +289,19 @@ bool SessionMark(Session *session) {
     return true;
 }
 
-bool SessionRewound(Catalogue catalogue) {
+bool SessionRewound(Catalogue catalogue, bool half_done) {
     Session &session = SessionOf(catalogue);
     if (!session.batch_open)
         return false;
     VELUDB *db = session.connection->db.get();
-    if (!VELUDBWordsOf(db).fails_whole || VELUDBInTransaction(db) != 0 || BlVELUDBStoreFailed(db) != 0)
+    const bool undo = half_done && VELUDBInTransaction(db) != 0;
+    const bool given_up = VELUDBWordsOf(db).fails_whole && VELUDBInTransaction(db) == 0;
+    if (BlVELUDBStoreFailed(db) != 0) {
+        if (undo)
+            VELUDBRollback(db); // as the engine does by itself for much else
+        return false;
+    }
+    if (!undo && !given_up)
         return false;
     session.mark.next = kFirstMark;
     try {

@@ -8,6 +8,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <span>
 #include <string>
 
 #include "platform/index/run_state.h"
@@ -38,6 +39,10 @@ inline RunAccount::Part &AccountOf(Catalogue catalogue) {
 // Runs one statement. Returns the number of rows changed, or -1.
 int SessionRun(Session *session, int statement, const VELUDBValue *values, size_t count);
 
+// Runs writes that stand or fall together; within a transaction that goes on, a failure may leave some of them done.
+// Returns the number of rows that the first has changed, or -1.
+int SessionRunUnit(Session *session, std::span<const StoreWrite> writes);
+
 // What a log line calls a write.
 std::string SessionAbout(const VELUDBValue *values, size_t count);
 
@@ -54,9 +59,9 @@ std::string SessionAbout(const VELUDBValue *values, size_t count);
 // Marks the place in the batch where its next write stands, when that is due. False when that fails.
 [[nodiscard]] bool SessionMark(Session *session);
 
-// True when a statement has failed by its own fault and taken the batch's transaction with it: all the batch has is then
-// written again in another, without that statement.
-bool SessionRewound(Catalogue catalogue);
+// True when a statement has failed by its own fault and taken the batch's transaction with it, or when it leaves a unit of
+// writes `half_done`: all the batch has is then written again in another, without that statement or unit.
+bool SessionRewound(Catalogue catalogue, bool half_done = false);
 
 // Commits the batch, if one is open, or does what becomes of one that cannot be committed.
 void SessionCommit(Catalogue catalogue);

@@ -12,6 +12,7 @@
 #include "platform/index/run_account.h"
 #include "platform/index/saved_rows.h"
 #include "platform/index/store.h"
+#include "platform/rule_set.h"
 
 // One catalogue's part in a run.
 struct Session {
@@ -35,6 +36,14 @@ struct Run {
     bool lost = false; // a write was lost after it had been reported as done
     Session sessions[kCatalogues];
     std::optional<std::string> cover_dir; // as configured; filled at its first use
+    std::optional<RuleSet> rules;         // by which the run works; none: it does not say
+};
+
+// Files that a rename moves (file_state.h).
+struct MovedFiles {
+    std::string from; // empty: none
+    std::string to;
+    bool copied = false; // states stand at new paths that have no rows yet
 };
 
 struct RunState {
@@ -44,7 +53,8 @@ struct RunState {
     bool covers_placed = false; // since the covers were last brought to the disk
     bool music_dirty = false;   // the table was written to since its marker was cleared
     bool video_dirty = false;
-    SavedRows saved; // by the sweep that goes on
+    SavedRows saved;  // by the sweep that goes on
+    MovedFiles moved; // by the rename that goes on
 };
 
 extern RunState run_state;

@@ -34,18 +34,28 @@ std::string Replaced(std::string text, const char *word, const char *meaning) {
 std::string Spelled(const char *sql, const VELUDBWords &words) {
     std::string text = Replaced(sql, "PATH", words.path);
     text = Replaced(std::move(text), "SERIAL", words.serial);
+    text = Replaced(std::move(text), "CLUSTERED", words.clustered);
     return Replaced(std::move(text), "REAL", words.real);
 }
 
-int VersionRead(VELUDB *db) {
-    const ResultHandle rows = VELUDBQuery(db, "select version from schema_version");
-    if (rows == nullptr)
-        return -1;
-    const char *field = VELUDBFetchField(rows.get(), 0, "version");
+int NumberOf(const VELUDBResult *rows, const char *column) {
+    const char *field = VELUDBFetchField(rows, 0, column);
     return field != nullptr ? static_cast<int>(strtol(field, nullptr, 10)) : 0;
 }
 
-int RunSteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps, int version) {
+// Both in one statement, because each connection begins with it.
+int VersionRead(VELUDB *db, const std::string &version_table, bool *has_files) {
+    std::string sql = "select version";
+    if (has_files != nullptr)
+        sql += ", " + Replaced(VELUDBWordsOf(db).has_table, "TABLE", kFileVersionTable) + " as has_files";
+    const ResultHandle rows = VELUDBQuery(db, (sql + " from " + version_table).c_str());
+    if (has_files != nullptr)
+        *has_files = rows != nullptr && NumberOf(rows.get(), "has_files") != 0;
+    return rows != nullptr ? NumberOf(rows.get(), "version") : -1;
+}
+
+int RunSteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps, int version,
+             const std::string &version_table) {
     const VELUDBWords &words = VELUDBWordsOf(db);
     for (const SchemaStep &step : steps) {
         const bool wanted = step.wanted == nullptr || step.wanted(words);
@@ -55,38 +65,40 @@ int RunSteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps,
             return -1;
     }
     const std::string newest = std::to_string(NewestVersion(steps, catalogue));
-    if (VELUDBExecute(db, "delete from schema_version", nullptr) < 0)
+    if (VELUDBExecute(db, ("delete from " + version_table).c_str(), nullptr) < 0)
         return -1;
-    return VELUDBExecute(db, ("insert into schema_version values (" + newest + ")").c_str(), nullptr);
+    return VELUDBExecute(db, ("insert into " + version_table + " values (" + newest + ")").c_str(), nullptr);
 }
 
 // Another program may have been first, so that the version is read within the transaction. Returns the one that the tables
 // have at its end, or -1.
-int Migrate(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps) {
+int Migrate(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps,
+            const std::string &version_table) {
     if (VELUDBBegin(db) != 0)
         return -1;
     const char *lock = VELUDBWordsOf(db).prepare_lock;
     if (lock != nullptr && VELUDBExecute(db, lock, nullptr) < 0)
         return -1;
-    if (VELUDBExecute(db, "create table if not exists schema_version (version integer)", nullptr) < 0)
+    const std::string create = "create table if not exists " + version_table + " (version integer)";
+    if (VELUDBExecute(db, create.c_str(), nullptr) < 0)
         return -1;
-    const int version = VersionRead(db);
+    const int version = VersionRead(db, version_table, nullptr);
     if (version < 0) // the table is there: what cannot be read now may be of any version
         return -1;
     const int newest = NewestVersion(steps, catalogue);
-    if (version < newest && RunSteps(db, catalogue, steps, version) < 0)
+    if (version < newest && RunSteps(db, catalogue, steps, version, version_table) < 0)
         return -1;
     return VELUDBCommit(db) == 0 ? std::max(version, newest) : -1;
 }
 
 } // namespace
 
-int SchemaVersion(VELUDB *db) {
+int SchemaVersion(VELUDB *db, const char *version_table, bool *has_files) {
     if (!VELUDBWordsOf(db).pooled || VELUDBInTransaction(db) != 0)
-        return VersionRead(db);
+        return VersionRead(db, version_table, has_files);
     if (VELUDBBegin(db) != 0)
         return -1;
-    const int version = VersionRead(db);
+    const int version = VersionRead(db, version_table, has_files);
     VELUDBRollback(db);
     return version;
 }
@@ -106,11 +118,12 @@ int SchemaCountOn(VELUDB *db, const char *table) {
     return VELUDBExecute(db, Replaced(count_on, "TABLE", table).c_str(), nullptr) < 0 ? -1 : 0;
 }
 
-int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps, bool tell) {
+int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep> steps, bool tell,
+                     const char *version_table, bool *has_files) {
     const int newest = NewestVersion(steps, catalogue);
-    int version = SchemaVersion(db);
+    int version = SchemaVersion(db, version_table, has_files);
     if (version < newest) {
-        version = Migrate(db, catalogue, steps);
+        version = Migrate(db, catalogue, steps, version_table);
         if (version < 0) {
             if (tell)
                 syslog(LOG_ERR, "%s (%d) Failed to prepare the tables of the %s. (%s)", kLogName, __LINE__,
@@ -122,14 +135,23 @@ int SchemaApplySteps(VELUDB *db, Catalogue catalogue, std::span<const SchemaStep
     if (version > newest) {
         if (tell)
             syslog(LOG_ERR,
-                   "%s (%d) The database of the %s has tables of version %d, this program knows them up to "
+                   "%s (%d) The database of the %s has tables%s of version %d, this program knows them up to "
                    "version %d.",
-                   kLogName, __LINE__, CatalogueName(catalogue), version, newest);
+                   kLogName, __LINE__, CatalogueName(catalogue),
+                   strcmp(version_table, kFileVersionTable) == 0 ? " about files" : "", version, newest);
         return -1;
     }
     return 0;
 }
 
-int SchemaApply(VELUDB *db, Catalogue catalogue, bool tell) {
-    return SchemaApplySteps(db, catalogue, SchemaSteps(), tell);
+int SchemaApply(VELUDB *db, Catalogue catalogue, bool tell, bool *has_files) {
+    return SchemaApplySteps(db, catalogue, SchemaSteps(), tell, kVersionTable, has_files);
+}
+
+int FileSchemaApply(VELUDB *db, bool tell) {
+    return SchemaApplySteps(db, Catalogue::media, FileSchemaSteps(), tell, kFileVersionTable);
+}
+
+bool FileSchemaIsOurs(VELUDB *db) {
+    return SchemaVersion(db, kFileVersionTable) <= NewestVersion(FileSchemaSteps(), Catalogue::media);
 }

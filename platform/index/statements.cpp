@@ -52,16 +52,68 @@ constexpr char kMarkVideo[] =
     "insert into video_desc (path, title, description, updated) values ($1, '', '', '1') "
     "on conflict (path) do update set updated = excluded.updated";
 
-std::string RenamePhotosText() {
+// A list of `count` elements of so many values each, as a table whose columns are called column1 and so on. Parameters
+// count from behind `before` of them.
+std::string ValuesText(size_t count, size_t columns, size_t before) {
     std::string values;
-    for (size_t i = 0; i < kRenamedAtOnce; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         values += i > 0 ? ", (" : "(";
-        for (size_t column = 1; column <= 4; ++column)
-            values += (column > 1 ? ", $" : "$") + std::to_string(4 * i + column);
+        for (size_t column = 1; column <= columns; ++column)
+            values += (column > 1 ? ", $" : "$") + std::to_string(before + columns * i + column);
         values += ")";
     }
-    return "update photo_image set path = v.column2, name = v.column3, album = v.column4 from (values " +
-           values + ") as v where photo_image.path = v.column1";
+    return "(values " + values + ") as v";
+}
+
+std::string RenamePhotosText() {
+    constexpr size_t kColumns = 4;
+    return "update photo_image set path = v.column2, name = v.column3, album = v.column4 from " +
+           ValuesText(kRenamedAtOnce, kColumns, 0) + " where photo_image.path = v.column1";
+}
+
+constexpr char kSaveState[] =
+    "insert into file_state (path, stamp, added, trouble, folded_name) values ($1, $2, $3, $4, $5) "
+    "on conflict (path) do update set stamp = excluded.stamp, trouble = excluded.trouble, "
+    "folded_name = excluded.folded_name";
+
+// What fills up a statement has neither name nor position.
+std::string SaveFactsText() {
+    return "insert into file_fact (file, name, position, value, folded) "
+           "select s.id, n.id, cast(v.column2 as integer), v.column3, v.column4 "
+           "from (select id from file_state where path = $1) as s, " +
+           ValuesText(kFactsAtOnce, kFactColumns, 1) +
+           ", fact_name n where n.name = v.column1 on conflict (file, name, position) do nothing";
+}
+
+std::string SaveEntriesText() {
+    return "insert into file_entry (file, position, target, found, folded_name) "
+           "select s.id, cast(v.column1 as integer), v.column2, v.column3, v.column4 "
+           "from (select id from file_state where path = $1) as s, " +
+           ValuesText(kEntriesAtOnce, kEntryColumns, 1) +
+           " where v.column1 is not null on conflict (file, position) do nothing";
+}
+
+std::string AddStatesText() {
+    constexpr size_t kColumns = 2;
+    return "insert into file_state (path, stamp, added, trouble) select v.column1, '', v.column2, '' from " +
+           ValuesText(kStatesAtOnce, kColumns, 0) +
+           " where v.column1 is not null on conflict (path) do nothing";
+}
+
+// Lengths count as the engine counts them, bytes or characters: a path is cut at a slash, where both agree.
+constexpr char kCopyStates[] =
+    "insert into file_state (path, stamp, added, trouble) "
+    "select cast($1 as text) || substr(path, length(cast($2 as text)) + 1), '', added, '' from file_state "
+    "where path = $3 or (path >= $4 and path < $5) "
+    "on conflict (path) do update set added = excluded.added";
+
+// `condition` goes before, and may be empty.
+std::string RemoveLostStatesText(const std::string &condition) {
+    std::string without_rows;
+    for (const char *table : kMediaTables)
+        without_rows += std::string(without_rows.empty() ? "" : " and ") + "not exists (select 1 from " +
+                        table + " t where t.path = file_state.path)";
+    return "delete from file_state where " + condition + without_rows;
 }
 
 // `condition` picks the rows from $1 on, in the order of their paths.
@@ -136,6 +188,35 @@ std::string StatementText(int statement) {
         return "insert into photo_share (shareid) values ($1) on conflict (shareid) do nothing";
     case StoreOperation::releaseAlbum:
         return "delete from photo_share where shareid = $1 and sharename is null";
+    case StoreOperation::saveState:
+        return kSaveState;
+    case StoreOperation::removeFacts:
+        return "delete from file_fact where file = (select id from file_state where path = $1)";
+    case StoreOperation::saveFacts:
+        return SaveFactsText();
+    case StoreOperation::addFactName:
+        return "insert into fact_name (name) values ($1) on conflict (name) do nothing";
+    case StoreOperation::removeEntries:
+        return "delete from file_entry where file = (select id from file_state where path = $1)";
+    case StoreOperation::saveEntries:
+        return SaveEntriesText();
+    case StoreOperation::stateOf:
+        return "select stamp, trouble from file_state where path = $1";
+    case StoreOperation::statesInRange:
+        return "select path, stamp, trouble from file_state where path >= $1 and path < $2 order by path "
+               "limit $3";
+    case StoreOperation::copyStates:
+        return kCopyStates;
+    case StoreOperation::removeLostStates:
+        return RemoveLostStatesText("");
+    case StoreOperation::removeLostStatesIn:
+        return RemoveLostStatesText("(path = $1 or (path >= $2 and path < $3)) and ");
+    case StoreOperation::rowsWithoutState:
+        return "select path, create_time, modify_time from " + table +
+               " where path > $1 and not exists (select 1 from file_state s where s.path = " + table +
+               ".path) order by path limit $2";
+    case StoreOperation::addStates:
+        return AddStatesText();
     }
     return {};
 }

@@ -28,6 +28,20 @@ enum class StoreOperation : int {
     markVideo,     // path
     reserveAlbum,  // id: an album that has nothing else, unless one has it
     releaseAlbum,  // id: of an album that has nothing else
+    // Of the tables about files.
+    saveState,     // path, stamp, added, trouble, folded name: a state that is there keeps when it was added
+    removeFacts,   // path
+    saveFacts,     // path; name, position, value, folded value or null: kFactsAtOnce of them, or null
+    addFactName,   // name
+    removeEntries, // path
+    saveEntries,   // path; position, target, found, folded name: kEntriesAtOnce of them, or null
+    stateOf,       // path
+    statesInRange, // from, before, how many: path, stamp and trouble
+    copyStates,    // new path, old path, old path, from, before: when they were added goes to new paths
+    removeLostStates,   // those of files without a row
+    removeLostStatesIn, // path, from, before: the same of a tree
+    rowsWithoutState,   // of a media table: path behind which, how many
+    addStates,          // path, added: kStatesAtOnce of them, or null
 };
 
 // Rows with covers are looked up in portions, so that a library of any size needs the same memory.
@@ -35,6 +49,13 @@ inline constexpr int kCoverRows = 200;
 
 // A server takes as long to answer a statement about so many rows as one about a few.
 inline constexpr size_t kRenamedAtOnce = 50;
+
+// The values of a list's element and how many of them go in one statement: most files have some twenty facts.
+inline constexpr size_t kFactColumns = 4;
+inline constexpr size_t kFactsAtOnce = 24;
+inline constexpr size_t kEntryColumns = 4;
+inline constexpr size_t kEntriesAtOnce = 50;
+inline constexpr size_t kStatesAtOnce = 50;
 
 // Returns the number of an operation on a table, which is one of the catalogues'. The operations on photos
 // and videos have their table in their name.

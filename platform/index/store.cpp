@@ -32,7 +32,8 @@ StoreConnectionRef StoreConnect(Catalogue catalogue, bool tell) {
     auto connection = std::make_shared<StoreConnection>();
     connection->catalogue = catalogue;
     connection->db.reset(VELUDBOpen(uri, CatalogueName(catalogue), tell));
-    if (connection->db == nullptr || SchemaApply(connection->db.get(), catalogue, tell) != 0)
+    bool *has_files = catalogue == Catalogue::media ? &connection->has_files : nullptr;
+    if (connection->db == nullptr || SchemaApply(connection->db.get(), catalogue, tell, has_files) != 0)
         return nullptr;
     return connection;
 }

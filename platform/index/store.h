@@ -4,7 +4,10 @@
 // writes that are gathered into batches.
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "platform/db/words.h"
@@ -16,6 +19,8 @@ struct StoreConnection {
     Catalogue catalogue;
     DatabaseHandle db;
     std::vector<int> prepared;
+    bool has_files = false;                             // the tables about files are there (file_state.h)
+    std::set<std::string, std::less<>> fact_names = {}; // that have a number
 };
 
 using StoreConnectionRef = std::shared_ptr<StoreConnection>;

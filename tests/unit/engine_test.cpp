@@ -39,8 +39,8 @@ TEST(Engine, WithoutItsOwnWordsIsRefusedWithOneLine) {
     ExpectRefused(Unknown(nullptr), "unheard-of");
     const VELUDBWords none = {};
     ExpectRefused(Unknown(&none), "unheard-of");
-    for (const auto word :
-         {&VELUDBWords::path, &VELUDBWords::serial, &VELUDBWords::real, &VELUDBWords::compact}) {
+    for (const auto word : {&VELUDBWords::path, &VELUDBWords::serial, &VELUDBWords::real,
+                            &VELUDBWords::compact, &VELUDBWords::clustered, &VELUDBWords::has_table}) {
         VELUDBWords words = *SqliteEngine()->words;
         words.*word = nullptr;
         ExpectRefused(Unknown(&words), "unheard-of");

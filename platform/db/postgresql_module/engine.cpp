@@ -271,12 +271,15 @@ constexpr VELUDBWords kWords = {
     .path = "text collate \"C\"",
     .serial = "bigserial",
     .real = "double precision",
+    .clustered = "",
     .keeps_spelled_booleans = false,
+    .triggers_call = true,
     .fails_whole = true,
     .pooled = true,
     .prepare_lock = "select pg_advisory_xact_lock(1986358645)",
     .count_on = "select setval(pg_get_serial_sequence('TABLE', 'id'), max(id)) from TABLE having max(id) > 0",
     .compact = "vacuum (skip_locked)", // outside a transaction no time limit of ours holds
+    .has_table = "(select count(*) from pg_class where oid = to_regclass('TABLE'))",
 };
 
 } // namespace
