@@ -8,7 +8,9 @@
 #include <string.h>
 #include <syslog.h>
 
+#include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <string_view>
 
 #include "platform/index/store.h"
@@ -18,8 +20,8 @@ namespace {
 constexpr char kLogName[] = "catalogue_copy.c";
 constexpr int kPortionRows = 500;
 
-// `key` orders the rows and is different in each; the one table without any is as small as the number of albums
-// times that of users, and is read as a whole.
+// `key` orders the rows and is different in each; tables without any are small (rights: as many as albums times users), and
+// are read as a whole.
 struct Table {
     Catalogue catalogue;
     const char *name;
@@ -38,6 +40,17 @@ constexpr Table kTables[] = {
     {Catalogue::photo, kPhotoTables[kPhotoTableShare], "shareid", false},
     {Catalogue::photo, kPhotoTables[kPhotoTableAccessRight], nullptr, false},
 };
+
+// Those about files, where they are. Triggers have filled the first by now.
+constexpr Table kFileTables[] = {
+    {Catalogue::media, kFileStateTable, "id", true},
+    {Catalogue::media, "fact_name", "id", true},
+    {Catalogue::media, "file_rules", nullptr, false},
+};
+
+// Their rows belong to a row of the first, and are copied by some of those at a time.
+constexpr const char *kTablesByFile[] = {"file_fact", "file_entry"};
+constexpr int kPortionFiles = 100;
 
 int Fail(const char *about, const char *reason, int line = __builtin_LINE()) {
     syslog(LOG_ERR, "%s (%d) Failed to copy the catalogue at [%s]. (%s)", kLogName, line, about, reason);
@@ -135,11 +148,46 @@ int CopyWhole(VELUDB *from, VELUDB *to, const Table &table) {
     return Write(to, table, rows.get(), &insert);
 }
 
+// Reads what belongs to some files, from behind the last of those before; `last` becomes empty behind all.
+ResultHandle FilePortion(VELUDB *from, const char *table, std::string *last) {
+    std::string portion("select id from ");
+    portion.append(kFileStateTable).append(" where id > ").append(*last);
+    portion.append(" order by id limit ").append(std::to_string(kPortionFiles));
+    const ResultHandle files = VELUDBQuery(from, portion.c_str());
+    if (files == nullptr)
+        return nullptr;
+    std::string sql("select * from ");
+    sql.append(table).append(" where file > ").append(*last);
+    const char *field = VELUDBFetchField(files.get(), VELUDBRowCount(files.get()) - 1, "id");
+    *last = field != nullptr ? field : "";
+    if (field != nullptr)
+        sql.append(" and file <= ").append(*last);
+    return VELUDBQuery(from, sql.c_str());
+}
+
+int CopyByFile(VELUDB *from, VELUDB *to, const Table &table) {
+    int insert = -1;
+    for (std::string last = "0"; !last.empty();) {
+        const ResultHandle rows = FilePortion(from, table.name, &last);
+        if (rows == nullptr)
+            return Fail(table.name, from);
+        if (Write(to, table, rows.get(), &insert) != 0)
+            return -1;
+    }
+    return 0;
+}
+
+int CopyRows(VELUDB *from, VELUDB *to, const Table &table) {
+    if (std::ranges::find(kTablesByFile, table.name) != std::end(kTablesByFile))
+        return CopyByFile(from, to, table);
+    return table.key != nullptr ? CopyInPortions(from, to, table) : CopyWhole(from, to, table);
+}
+
 int CopyTable(VELUDB *from, VELUDB *to, const Table &table, std::vector<TableCopied> *copied) {
     const int64_t before = Count(to, table.name);
     if (before != 0)
         return before < 0 ? -1 : Fail(table.name, "the table has rows already");
-    if ((table.key != nullptr ? CopyInPortions(from, to, table) : CopyWhole(from, to, table)) != 0)
+    if (CopyRows(from, to, table) != 0)
         return -1;
     if (table.counted && SchemaCountOn(to, table.name) != 0)
         return Fail(table.name, to);
@@ -153,7 +201,20 @@ int CopyTable(VELUDB *from, VELUDB *to, const Table &table, std::vector<TableCop
     return 0;
 }
 
-DatabaseHandle OpenSource(Catalogue catalogue, const char *uri) {
+int CopyFileTables(VELUDB *from, VELUDB *to, std::vector<TableCopied> *copied) {
+    for (const Table &table : kFileTables) {
+        if (VELUDBExecute(to, (std::string("delete from ") + table.name).c_str(), nullptr) < 0)
+            return Fail(table.name, to);
+        if (CopyTable(from, to, table, copied) != 0)
+            return -1;
+    }
+    for (const char *name : kTablesByFile)
+        if (CopyTable(from, to, {Catalogue::media, name, nullptr, false}, copied) != 0)
+            return -1;
+    return 0;
+}
+
+DatabaseHandle OpenSource(Catalogue catalogue, const char *uri, bool *has_files) {
     DatabaseHandle db(VELUDBOpenExisting(uri));
     if (db == nullptr)
         return nullptr;
@@ -161,7 +222,8 @@ DatabaseHandle OpenSource(Catalogue catalogue, const char *uri) {
         Fail("FROM", db.get());
         return nullptr;
     }
-    if (SchemaApply(db.get(), catalogue) != 0)
+    if (SchemaApply(db.get(), catalogue, true, has_files) != 0 ||
+        (*has_files && FileSchemaApply(db.get()) != 0))
         return nullptr;
     if (StoreBegin(db.get(), catalogue, true) != 0) {
         Fail("FROM", db.get());
@@ -178,17 +240,21 @@ DatabaseHandle OpenSource(Catalogue catalogue, const char *uri) {
 int CatalogueCopy(Catalogue catalogue, const char *from, const char *to, std::vector<TableCopied> *copied) {
     if (strcmp(from, to) == 0)
         return Fail("TO", "it is the same database as FROM");
-    const DatabaseHandle source = OpenSource(catalogue, from);
+    bool has_files = false;
+    const DatabaseHandle source = OpenSource(catalogue, from, &has_files);
     if (source == nullptr)
         return -1;
     const DatabaseHandle target(VELUDBOpen(to));
-    if (target == nullptr || SchemaApply(target.get(), catalogue) != 0)
+    if (target == nullptr || SchemaApply(target.get(), catalogue) != 0 ||
+        (has_files && FileSchemaApply(target.get()) != 0))
         return -1;
     if (StoreBegin(target.get(), catalogue) != 0)
         return Fail("TO", target.get());
     for (const Table &table : kTables)
         if (table.catalogue == catalogue && CopyTable(source.get(), target.get(), table, copied) != 0)
             return -1;
+    if (has_files && CopyFileTables(source.get(), target.get(), copied) != 0)
+        return -1;
     if (VELUDBCommit(target.get()) != 0 || VELUDBSync(target.get()) != 0)
         return Fail("TO", target.get());
     return 0;

@@ -9,7 +9,7 @@
 #include <functional>
 
 #include "catalogue_fixture.h"
-#include "platform/index/schema.h"
+#include "platform/index/catalogue_copy.h"
 #include "platform/limits.h"
 
 namespace {
@@ -563,6 +563,44 @@ TEST_P(FileState_, OfALargeFolderTheLastAreLookedUpOneByOne) {
         EXPECT_EQ(FileStateGet(states, last + "1", &state), 0);
         EXPECT_EQ(FileStateGet(states, "0", &state), 0);
     });
+}
+
+// --- Another database --------------------------------------------------------------------------------------
+
+TEST_P(FileState_, TheyMoveToADatabaseOfTheOtherEngine) {
+    const FileEntry entries[] = {{0, "a", "/found", "a"}, {1, "b", "", "b"}};
+    FileFindings list = Found("1");
+    list.entries = entries;
+    Complete([&] {
+        EXPECT_EQ(SaveFile("/gone", Found("1")), 0);
+        for (int i = 0; i < 250; ++i)
+            EXPECT_EQ(SaveFile("/" + std::to_string(i) + "\xff", Found(std::to_string(i))), 0);
+        EXPECT_EQ(SaveFile("/list", list, kMediaPlaylist), 0);
+        EXPECT_EQ(MediaInfoDBDelete(kMediaMusic, "/gone"), 0);
+    });
+    EXPECT_EQ(Peer().Exec("update file_state set added = 'long ago' where path = '/list'"), 1);
+    const std::string other = OnSqlite() && EngineIsReady("postgresql") ? EmptyServerDatabase("unit_moved")
+                                                                        : "sqlite:" + kFolder + "/moved.db";
+    std::vector<TableCopied> copied;
+    ASSERT_EQ(CatalogueCopy(Catalogue::media, media_uri.c_str(), other.c_str(), &copied), 0);
+    for (const char *query :
+         {"select path || stamp || added || trouble || folded_name as x from file_state order by path",
+          "select path || name || position || value || folded as x from fact order by path, name, position",
+          "select path || position || target || found as x from playlist_entry order by position",
+          "select id || path as x from file_state order by id", "select rules as x from file_rules"})
+        EXPECT_EQ(Peer(other).Query(query), Peer().Query(query)) << query;
+    EXPECT_EQ(Peer(other).Count("file_fact"), 251 * 2);
+    // The counters go on behind what has come.
+    EXPECT_EQ(Peer(other).Exec("insert into music (path) values ('/next')"), 1);
+    EXPECT_EQ(Peer(other).Count("file_state"), 252);
+}
+
+TEST_P(FileState_, WithoutTheTablesNoneAreMade) {
+    EXPECT_EQ(Save(kMediaMusic, "/a"), 0);
+    const std::string other = "sqlite:" + kFolder + "/moved.db";
+    std::vector<TableCopied> copied;
+    ASSERT_EQ(CatalogueCopy(Catalogue::media, media_uri.c_str(), other.c_str(), &copied), 0);
+    EXPECT_EQ(Peer(other).Query("select path as x from file_state").find("error"), 0u);
 }
 
 } // namespace

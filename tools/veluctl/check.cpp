@@ -31,6 +31,8 @@ const char *RepairWord(const Finding &finding) {
         return "remove";
     if (finding.line.empty())
         return "none";
+    if (finding.line[0] == kCommandTruncate)
+        return "refresh";
     return finding.line[0] == kCommandTreeRemove ? "forget" : "index";
 }
 
@@ -104,7 +106,7 @@ bool CatalogueCheck(CatalogueReader *reader, std::vector<Finding> *findings) {
     SharesCheck(&rows, findings);
     RowsCheck(rows, findings);
     CoversCheck(rows, findings);
-    return true;
+    return FilesCheck(reader, findings);
 }
 
 ExitCode CheckCommand(const Options &options) {

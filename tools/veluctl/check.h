@@ -26,6 +26,9 @@ inline constexpr char kFileWithoutRow[] = "file without row";
 inline constexpr char kUnreadable[] = "unreadable";
 inline constexpr char kNoMetadata[] = "no metadata";
 inline constexpr char kStaleCover[] = "stale cover";
+inline constexpr char kStateWithoutRow[] = "state without row";
+inline constexpr char kRowWithoutState[] = "row without state";
+inline constexpr char kFactWithoutFile[] = "facts without file";
 inline constexpr char kShareAway[] = "share is away";
 
 // A row as far as it matters here. A path may have one in each catalogue.
@@ -61,3 +64,6 @@ bool IsMendable(const Finding &finding);
 void SharesCheck(std::vector<CheckedRow> *rows, std::vector<Finding> *findings);
 void RowsCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findings);
 void CoversCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findings);
+
+// The same of what the rules `complete` keep beside the rows. False when the catalogue cannot be read.
+[[nodiscard]] bool FilesCheck(CatalogueReader *reader, std::vector<Finding> *findings);

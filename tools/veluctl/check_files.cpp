@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What is known of files against the rows that it belongs to.
+#include <stdlib.h>
+#include <string.h>
+
+#include <string>
+
+#include "daemon/queue_line.h"
+#include "platform/db/words.h"
+#include "platform/index/schema.h"
+#include "platform/veluindex.h"
+#include "tools/veluctl/check.h"
+
+namespace {
+
+// The daemon mends all of it at once.
+std::string Repair() {
+    return RepairLine(kCommandTruncate, kFileStateTable);
+}
+
+// Adds a finding for each path that a query gives. False when the catalogue cannot be read.
+bool PathsFind(CatalogueReader *reader, const char *problem, const std::string &sql,
+               std::vector<Finding> *findings) {
+    constexpr int kPortion = 500;
+    std::string last;
+    for (int count = kPortion; count == kPortion;) {
+        const ResultHandle rows =
+            CatalogueQuery(reader, Catalogue::media,
+                           sql + " and path > $1 order by path limit " + std::to_string(kPortion), {last});
+        if (rows == nullptr)
+            return false;
+        count = VELUDBRowCount(rows.get());
+        for (int row = -1; VELUDBFetchRow(rows.get(), &row) == 0;) {
+            last = VELUDBFetchField(rows.get(), row, "path");
+            findings->push_back({problem, last, Repair(), {}});
+        }
+    }
+    return true;
+}
+
+int64_t Number(CatalogueReader *reader, const std::string &sql) {
+    const ResultHandle rows = CatalogueQuery(reader, Catalogue::media, sql, {});
+    return rows != nullptr ? strtoll(VELUDBFetchField(rows.get(), 0, "n"), nullptr, 10) : -1;
+}
+
+std::string InNoTable() {
+    std::string text;
+    for (const char *table : kMediaTables)
+        text += std::string(text.empty() ? "" : " and ") + "not exists (select 1 from " + table +
+                " t where t.path = file_state.path)";
+    return text;
+}
+
+} // namespace
+
+bool FilesCheck(CatalogueReader *reader, std::vector<Finding> *findings) {
+    VELUDB *database = CatalogueConnect(reader, Catalogue::media);
+    if (database == nullptr)
+        return false;
+    std::string has_files = VELUDBWordsOf(database).has_table;
+    has_files.replace(has_files.find("TABLE"), strlen("TABLE"), kFileVersionTable);
+    const int64_t there = Number(reader, "select " + has_files + " as n");
+    if (there <= 0)
+        return there == 0;
+    if (!PathsFind(reader, kStateWithoutRow, "select path from file_state where " + InNoTable(), findings))
+        return false;
+    for (const char *table : kMediaTables) {
+        const std::string name = table;
+        if (!PathsFind(reader, kRowWithoutState,
+                       "select path from " + name +
+                           " where not exists (select 1 from file_state s where s.path = " + name + ".path)",
+                       findings))
+            return false;
+    }
+    for (const char *table : {"file_fact", "file_entry"}) {
+        const int64_t lost = Number(
+            reader, std::string("select count(distinct file) as n from ") + table +
+                        " where not exists (select 1 from file_state s where s.id = " + table + ".file)");
+        if (lost < 0)
+            return false;
+        if (lost > 0)
+            findings->push_back({kFactWithoutFile, table, Repair(), {}});
+    }
+    return true;
+}
