@@ -323,6 +323,28 @@ inline constexpr uint32_t kContentStreamsMax = 64;
 inline constexpr int64_t kContentJunkMax = 65536;
 inline constexpr uint32_t kContentRowsMax = 512;
 
+// --- Photos ------------------------------------------------------------------------------------------------
+
+// What the library for photos may read of one file: the metadata and previews of the largest raw photos take some
+// megabytes. And in so many parts: it looks at single bytes, some thousands of them in an ordinary JPEG.
+inline constexpr uint64_t kPhotoBytesMax = uint64_t{32} << 20;
+inline constexpr uint32_t kPhotoReadsMax = 1U << 20;
+
+// One value of a photo: XMP with thumbnails and makers' own blocks stay below it, previews that are left out do not.
+inline constexpr uint64_t kPhotoValueMax = uint64_t{1} << 20;
+
+// A TIFF that the library is shown: raw photos of the largest sensors have 200 MiB. It is address space, not memory.
+inline constexpr int64_t kPhotoViewMax = int64_t{256} << 20;
+
+// Directories of a TIFF: raw photos have about ten, scans of whole books one a page.
+inline constexpr uint32_t kPhotoDirectoriesMax = 64;
+
+// Boxes that a picture's file consists of, and parts of an X3F: some tens.
+inline constexpr size_t kPhotoBoxesMax = 1024;
+
+// Where a drawing's size is looked for. Comments and definitions in front of it take a few kilobytes.
+inline constexpr size_t kPhotoDrawingHead = 65536;
+
 // --- Queues of the converters ------------------------------------------------------------------------------
 
 // Seconds, and attempts after the first, that a queue without rights is waited for. Its readers take them away for

@@ -3,65 +3,16 @@
 // VELUIndexImgResGet: opens a picture and lets the reader of its format, known by the first bytes and not by
 // the name, find the size.
 #include "platform/file.h"
-#include "platform/index/image_formats.h"
+#include "platform/image/image_formats.h"
 #include "platform/veluindex.h"
 
-#include <string.h>
-
-#include <string_view>
-
 namespace {
-
-using namespace std::string_view_literals;
-
-struct PictureFormat {
-    std::string_view signature;
-    bool (*read)(ImageReader *reader, PictureSize *size);
-};
-
-constexpr PictureFormat kFormats[] = {
-    {"\xFF\xD8\xFF"sv, JpegPictureSize},
-    {"\x89PNG\r\n\x1A\n"sv, PngPictureSize},
-    {"GIF87a"sv, GifPictureSize},
-    {"GIF89a"sv, GifPictureSize},
-    {"BM"sv, BmpPictureSize},
-    {"II\x2A\0"sv, TiffPictureSize},
-    {"MM\0\x2A"sv, TiffPictureSize},
-    {"II\x2B\0"sv, TiffPictureSize},
-    {"MM\0\x2B"sv, TiffPictureSize},
-    {"8BPS"sv, PsdPictureSize},
-    {"\0\0\1\0"sv, IcoPictureSize},
-};
-
-bool BeginsWith(ImageReader *reader, std::string_view signature) {
-    const uint8_t *bytes = ImageBytes(reader, 0, signature.size());
-    return bytes != nullptr && memcmp(bytes, signature.data(), signature.size()) == 0;
-}
-
-bool IsSide(uint64_t pixels) {
-    return pixels >= 1 && pixels <= INT32_MAX;
-}
 
 size_t ReadFile(void *file, uint64_t offset, uint8_t *out, size_t size) {
     return FileReadUpTo(*static_cast<const FdHandle *>(file), offset, out, size);
 }
 
 } // namespace
-
-int PictureSizeRead(const ImageSource &source, int *width, int *height) {
-    ImageReader reader = {source};
-    for (const PictureFormat &format : kFormats) {
-        if (!BeginsWith(&reader, format.signature))
-            continue;
-        PictureSize size;
-        if (!format.read(&reader, &size) || !IsSide(size.width) || !IsSide(size.height))
-            return -1;
-        *width = static_cast<int>(size.width);
-        *height = static_cast<int>(size.height);
-        return 0;
-    }
-    return -1;
-}
 
 int VELUIndexImgResGet(const char *path, int *width, int *height) {
     if (path == nullptr || width == nullptr || height == nullptr)

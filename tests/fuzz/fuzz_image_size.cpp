@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // The size readers of all picture formats, over a picture in memory.
-#include "platform/index/image_formats.h"
+#include "platform/image/image_formats.h"
 
 #include <stdlib.h>
 #include <string.h>

@@ -8,7 +8,7 @@ import re
 ANY_ENGINE = (
     "test_configuration", "test_covers", "test_ctl_requests", "test_library_faults", "test_music_aiff", "test_music_covers",
     "test_music_id3_edges", "test_music_id3v1", "test_music_id3v2", "test_music_mp3",
-    "test_photo_converters", "test_photo_exif", "test_service", "test_start",
+    "test_photo_converters", "test_photo_exif", "test_photo_facts", "test_service", "test_start",
     "test_kept_requests", "test_kept_rows", "test_kept_storage", "test_kept_texts", "test_walk", "test_watch_service",
     "test_sound_streams", "test_sound_tags",
     "test_loop::test_on_the_real_clock_it_sleeps_soundly_and_runs_10_to_20_seconds_after_a_signal",

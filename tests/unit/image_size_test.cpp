@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "platform/index/image_formats.h"
+#include "platform/image/image_formats.h"
 
 #include "platform/handle.h"
 #include "platform/veluindex.h"

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "platform/bytes.h"
-#include "platform/index/image_formats.h"
+#include "platform/image/image_formats.h"
 
 #include <gtest/gtest.h>
 

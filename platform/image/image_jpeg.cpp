@@ -2,7 +2,7 @@
 //
 // JPEG (ITU-T T.81): the size stands in the frame header, behind any number of segments that are stepped over
 // by their lengths, so that the frame header of a thumbnail inside one of them is never seen.
-#include "platform/index/image_formats.h"
+#include "platform/image/image_formats.h"
 
 #include "platform/bytes.h"
 #include "platform/limits.h"

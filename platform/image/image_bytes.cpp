@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "platform/index/image_bytes.h"
+#include "platform/image/image_bytes.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // Picture formats that tell their size at a fixed place: PNG, GIF, BMP, PSD and ICO.
-#include "platform/index/image_formats.h"
+#include "platform/image/image_formats.h"
 
 #include <string.h>
 

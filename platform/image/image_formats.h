@@ -5,7 +5,7 @@
 // store.
 #pragma once
 
-#include "platform/index/image_bytes.h"
+#include "platform/image/image_bytes.h"
 
 struct PictureSize {
     uint64_t width;

@@ -2,7 +2,7 @@
 //
 // TIFF 6.0 and BigTIFF: two entries of the first directory, in either byte order. Later directories (pages,
 // reduced copies) are never followed.
-#include "platform/index/image_formats.h"
+#include "platform/image/image_formats.h"
 
 #include <algorithm>
 

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The size of the picture among those that a TIFF holds: raw photos have a small copy first.
+#pragma once
+
+#include "reader/photo/metadata.h"
+
+// Returns that of the largest picture that is not called a reduced copy, else `first`, that of the first directory.
+PhotoSize TiffSize(const Exiv2::ExifData &exif, PhotoSize first);

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The reader of photos, from bytes that any format may begin to facts.
+#include "reader/readers.h"
+#include "tests/fuzz/memory_file.h"
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+    PhotoReaderWarm();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    const FdHandle file = MemoryFileOpen(data, size);
+    ReaderInput input;
+    input.fd = file.get();
+    input.size = static_cast<int64_t>(size);
+    const ContentFormat format = ContentLook(&input);
+    if (ContentClassOf(format) != ContentClass::picture)
+        return 0;
+    FactList facts;
+    const ReadOutcome outcome = PhotoFactsRead(&input, format, &facts);
+    if (outcome.content != ContentClass::picture ||
+        (outcome.status == AnswerStatus::read && !outcome.reason.empty()))
+        abort();
+    return 0;
+}
