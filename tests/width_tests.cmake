@@ -7,7 +7,6 @@ set(width_tests
     aac aac_walk aiff bytes exif exif_memory flac
     id3_cover id3_merge id3v1 id3v2
     image_jpeg image_size image_tiff
-    content content_boxes content_streams photo_formats photo_text photo_tiff
     metavideo metavideo_reference mp3_file mp3_info
     mp4_file mp4_index mp4_items mp4_reader mp4_track
     mpeg_header vbr_header
