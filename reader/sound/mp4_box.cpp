@@ -48,6 +48,12 @@ SoundBytes Mp4BoxRead(Mp4Walk *walk, const Mp4Box &box, int64_t size) {
     return SoundBytesRead(walk->input, box.begin, std::min(size, box.end - box.begin));
 }
 
+bool Mp4TimesTake(Cursor *cursor) {
+    const bool is_long = TakeBig(cursor, 1) == 1;
+    Take(cursor, is_long ? 19 : 11);
+    return is_long;
+}
+
 Mp4MemoryBox Mp4MemoryBoxTake(Cursor *cursor) {
     const uint64_t size = TakeBig(cursor, 4);
     const Bytes type = Take(cursor, 4);

@@ -29,6 +29,10 @@ std::optional<Mp4Box> Mp4BoxFind(Mp4Walk *walk, Mp4Box parent, std::initializer_
 // Reads what is in a box, at most `size` bytes.
 SoundBytes Mp4BoxRead(Mp4Walk *walk, const Mp4Box &box, int64_t size);
 
+// Takes the version, flags and two times that headers of movies, tracks and media begin with. Returns whether the numbers
+// behind them are of the long kind.
+bool Mp4TimesTake(Cursor *cursor);
+
 // Takes a box out of memory. Returns what is in it; its type is empty at the end.
 struct Mp4MemoryBox {
     std::string_view type;

@@ -25,8 +25,7 @@ uint64_t MovieTimescale(Mp4Walk *walk, const Mp4Box &moov) {
         return 0;
     const SoundBytes bytes = Mp4BoxRead(walk, *header, 24);
     Cursor cursor{bytes.View()};
-    const bool is_long = TakeBig(&cursor, 1) == 1;
-    Take(&cursor, is_long ? 19 : 11);
+    Mp4TimesTake(&cursor);
     return TakeBig(&cursor, 4);
 }
 

@@ -26,8 +26,7 @@ void MediaHeaderRead(Mp4Walk *walk, const Mp4Box &mdia, Mp4Track *track) {
         return;
     const SoundBytes bytes = Mp4BoxRead(walk, *header, 32);
     Cursor cursor{bytes.View()};
-    const bool is_long = TakeBig(&cursor, 1) == 1;
-    Take(&cursor, is_long ? 19 : 11);
+    const bool is_long = Mp4TimesTake(&cursor);
     track->timescale = TakeBig(&cursor, 4);
     track->duration = TakeBig(&cursor, is_long ? 8 : 4);
     if (track->duration == (is_long ? UINT64_MAX : UINT32_MAX)) // not known
@@ -40,8 +39,7 @@ uint64_t TrackId(Mp4Walk *walk, const Mp4Box &trak) {
         return 0;
     const SoundBytes bytes = Mp4BoxRead(walk, *header, 24);
     Cursor cursor{bytes.View()};
-    const bool is_long = TakeBig(&cursor, 1) == 1;
-    Take(&cursor, is_long ? 19 : 11);
+    Mp4TimesTake(&cursor);
     return TakeBig(&cursor, 4);
 }
 

@@ -19,7 +19,7 @@ bool IsDigit(char character) {
 }
 
 std::string_view BlanksDropped(std::string_view text) {
-    while (!text.empty() && text.front() <= ' ' && text.front() >= 0)
+    while (!text.empty() && static_cast<uint8_t>(text.front()) <= ' ')
         text.remove_prefix(1);
     return text;
 }
