@@ -241,6 +241,48 @@ TEST(ReaderWall, ADaemonThatIsNotRootHasTheFilterAlone) {
     EXPECT_EQ(0, failures);
 }
 
+// A second of silence.
+[[maybe_unused]] std::string Wave() {
+    std::string file(
+        "RIFF\x64\x1F\0\0WAVEfmt \x10\0\0\0\1\0\1\0\x40\x1F\0\0\x40\x1F\0\0\1\0\x08\0data\x40\x1F\0\0", 44);
+    return file.append(8000, '\x80');
+}
+
+// Starts a reader as it is installed, sees that it is confined, and gives what it says of a file.
+[[maybe_unused]] Answer AnswerOf(const char *program, ReaderKind kind, std::string_view file) {
+    StartedReader reader(BuiltFile("lib/velu/") + program);
+    EXPECT_TRUE(reader.Greets(kind)) << program;
+    auto status = StatusOf(reader.pid);
+    EXPECT_EQ("2", status["Seccomp"]);
+    EXPECT_EQ("0000000000000000", status["CapEff"]);
+    EXPECT_EQ("1", status["Threads"]);
+    EXPECT_EQ(3U + 1 + kReaderSlots, DescriptorsOf(reader.pid).size());
+    Answer answer;
+    EXPECT_TRUE(reader.HandOver(file));
+    EXPECT_TRUE(reader.Answers(&answer));
+    return answer;
+}
+
+#if VELU_SOUND_AND_PHOTOS
+TEST(ReaderWall, TheInstalledReaderReadsBehindIt) {
+    const Answer sound = AnswerOf("velureader", ReaderKind::sound_and_photos, Wave());
+    EXPECT_EQ(AnswerStatus::read, sound.status);
+    EXPECT_EQ(ContentClass::sound, sound.content);
+    const Fact *rate = FactFind(sound.facts, FactName::sample_rate);
+    ASSERT_NE(nullptr, rate);
+    EXPECT_EQ(8000, rate->number);
+    EXPECT_EQ(AnswerStatus::films,
+              AnswerOf("velureader", ReaderKind::sound_and_photos, "nothing known").status);
+}
+#endif
+
+#if VELU_FILMS
+TEST(ReaderWall, TheInstalledReaderOfFilmsReadsBehindIt) {
+    EXPECT_EQ(AnswerStatus::sound, AnswerOf("velureader-films", ReaderKind::films, Wave()).status);
+    EXPECT_EQ(AnswerStatus::failed, AnswerOf("velureader-films", ReaderKind::films, "nothing known").status);
+}
+#endif
+
 TEST(ReaderWall, FilesAreClosedWhenTheyAreAnswered) {
     StartedReader reader(HostileReader());
     ASSERT_TRUE(reader.Greets());
