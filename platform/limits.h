@@ -258,6 +258,23 @@ inline constexpr uint64_t kSoundSamplesMax = uint64_t{1} << 24;
 inline constexpr int64_t kSoundLibraryBytesMax = int64_t{64} << 20;
 inline constexpr int kSoundLibraryCallsMax = 65536;
 
+// --- Readers: films ----------------------------------------------------------------------------------------
+
+// Bytes of one film that it may read in all. The index of a day's recording is some 30 MB, the search for the streams'
+// parameters takes 5 MB, and a file that makes it look everywhere else ends here.
+inline constexpr int64_t kFilmReadMax = int64_t{128} << 20;
+
+// Bytes in which it looks for the streams' parameters, which is its own habit (and ffprobe's).
+inline constexpr int64_t kFilmProbeBytes = 5'000'000;
+
+// Streams of a film: broadcasts have tens, and each takes memory.
+inline constexpr int kFilmStreamsMax = 256;
+
+// Packets that are read to come to the film's first one, and its bytes that are searched for messages: those stand before
+// the picture, which is what takes room.
+inline constexpr int kFilmPacketsMax = 64;
+inline constexpr int kFilmMessagesMax = 65536;
+
 // --- Directories -------------------------------------------------------------------------------------------
 
 // Levels whose directory stays open while a subdirectory is walked. Below them a directory is closed and later
