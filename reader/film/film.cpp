@@ -7,7 +7,7 @@
 #include "reader/film/film_facts.h"
 #include "reader/film/film_input.h"
 #include "reader/film/film_picture.h"
-#include "reader/film/location.h"
+#include "reader/film/film_tags.h"
 #include "reader/film/midi.h"
 #include "reader/film/open_questions.h"
 
@@ -69,7 +69,7 @@ ReadOutcome FilmFactsReadBy(FilmWay way, ReaderInput *input, ContentFormat forma
         return Failure(*input, error < 0 ? error : AVERROR_STREAM_NOT_FOUND);
     FilmPictureTake(*opened, picture);
     FilmStreamsRead(view, input, facts);
-    LocationRead(opened->metadata, facts);
+    FilmTagsRead(view, facts);
     FilmChaptersRead(*opened, facts);
     return {.status = AnswerStatus::read, .content = content, .reason = {}};
 }

@@ -14,47 +14,11 @@
 #include <filesystem>
 
 #include "platform/handle.h"
+#include "tests/dump/facts_json.h"
 
 namespace {
 
 constexpr const char *kClasses[] = {"unknown", "sound", "film", "picture", "playlist"};
-
-void TextPrint(const std::string &text) {
-    putchar('"');
-    for (const char character : text) {
-        if (character == '"' || character == '\\')
-            printf("\\%c", character);
-        else if (static_cast<unsigned char>(character) < 0x20)
-            printf("\\u%04x", character);
-        else
-            putchar(character);
-    }
-    putchar('"');
-}
-
-void FactPrint(const Fact &fact) {
-    if (FactKindOf(fact.name).type == FactType::text)
-        TextPrint(fact.text);
-    else
-        printf("%.10g", fact.number);
-}
-
-void FactsPrint(const FactList &facts) {
-    for (const FactKind &kind : kFacts) {
-        const char *before = "[";
-        for (const Fact &fact : facts.facts) {
-            if (fact.name != kind.name)
-                continue;
-            if (*before == '[')
-                printf(", \"%s\": ", kind.word);
-            printf("%s", before);
-            FactPrint(fact);
-            before = ", ";
-        }
-        if (*before != '[')
-            putchar(']');
-    }
-}
 
 // The name alone says that a file is of MIDI; what is none is opened as a film.
 ContentFormat FormatOf(const std::string &extension) {

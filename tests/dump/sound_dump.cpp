@@ -11,6 +11,7 @@
 
 #include "platform/file.h"
 #include "reader/readers.h"
+#include "tests/dump/facts_json.h"
 
 namespace {
 
@@ -38,40 +39,6 @@ constexpr FormatWord kFormats[] = {
     {"dsf", ContentFormat::dsf},
     {"dsdiff", ContentFormat::dsdiff},
 };
-
-void TextPrint(const std::string &text) {
-    putchar('"');
-    for (const char character : text) {
-        if (character == '"' || character == '\\')
-            printf("\\%c", character);
-        else if (static_cast<unsigned char>(character) < 0x20)
-            printf("\\u%04x", character);
-        else
-            putchar(character);
-    }
-    putchar('"');
-}
-
-void FactsPrint(const FactList &facts) {
-    for (size_t name = 0; name < kFactNames; ++name) {
-        bool first = true;
-        for (const Fact &fact : facts.facts) {
-            if (static_cast<size_t>(fact.name) != name)
-                continue;
-            if (first)
-                printf(", \"%s\": [", kFacts[name].word);
-            else
-                printf(", ");
-            first = false;
-            if (kFacts[name].type == FactType::text)
-                TextPrint(fact.text);
-            else
-                printf("%.10g", fact.number);
-        }
-        if (!first)
-            putchar(']');
-    }
-}
 
 void FilePrint(const char *path, ContentFormat format) {
     ReaderInput input;

@@ -20,9 +20,13 @@ TOLD_OTHERWISE = {
     ("still.mp4", "video_bitrate"): None,
     ("statistics.mkv", "audio_bitrate"): 65432,  # the writer's own statistics, to ffprobe a tag
     ("statistics.mkv", "video_bitrate"): 123456,
+    ("mpeg4_real.rm", "artist"): "Somebody",  # its "author"
     ("mpeg4_real.rm", "duration"): None,  # to ffprobe 0
     ("dynamic_late.mp4", "hdr"): "hdr10",  # the metadata are behind what is looked at
 }
+TAGS = {"title": "title", "artist": "artist", "album": "album", "genre": "genre", "composer": "composer", "comment": "comment",
+        "date": "date", "albumartist": "album_artist", "description": "description", "show": "show", "publisher": "publisher",
+        "lyrics": "lyrics"}
 HDR = {"smpte2084": "hdr10", "arib-std-b67": "hlg"}
 
 
@@ -56,6 +60,10 @@ def expected(told):
     whole, streams = told["format"], told["streams"]
     sound = next((one for one in streams if one["codec_type"] == "audio"), {})
     film = next((one for one in streams if one["codec_type"] == "video" and not one["disposition"]["attached_pic"]), {})
+    tags = {key.lower(): value for key, value in whole.get("tags", {}).items()}
+    if whole["format_name"] == "ogg":
+        for stream in reversed(streams):
+            tags |= {key.lower(): value for key, value in stream.get("tags", {}).items()}
     rate = next((film[key] for key in ("avg_frame_rate", "r_frame_rate") if film and not film[key].endswith("/0")), None)
     beside = film.get("side_data_list", [])
     turned = next((one["rotation"] for one in beside if "rotation" in one), 0)
@@ -76,8 +84,11 @@ def expected(told):
         "bits_per_sample": count(sound.get("bits_per_sample")) or count(sound.get("bits_per_raw_sample")),
         "frame_rate": float(fractions.Fraction(rate)) if rate else None,
         "rotation": -turned % 360 or None, "hdr": hdr,
+        "track": count(tags.get("track", "0").split("/")[0]), "disc": count(tags.get("disc", "0").split("/")[0]),
+        "year": count(tags.get("date", "0")[:4]),
         "audio_language": languages(streams, "audio"), "subtitle_language": languages(streams, "subtitle"),
         "chapter": [chapter["tags"]["title"] for chapter in told["chapters"]] or None,
+        **{ours: tags.get(theirs) or None for ours, theirs in TAGS.items()},
     }
 
 
@@ -150,6 +161,11 @@ def test_a_place_is_told_in_degrees(library, dump):
     assert "gps_altitude" not in plain
 
 
+def test_totals_come_with_their_numbers(library, dump):
+    for found in dump(*(library[0].parent / name for name in ("tagged.mp4", "tagged.mkv", "tagged.avi", "tagged.wmv"))):
+        assert (found["track"], found["tracktotal"]) == ([3], [12])
+
+
 def test_what_names_other_content_is_not_read(dump, tmp_path, library):
     film = library[0].parent / "h264_aac.mp4"
     (tmp_path / "list.mp4").write_text(f"ffconcat version 1.0\nfile {film}\n", encoding="utf-8")
@@ -161,20 +177,24 @@ def test_what_names_other_content_is_not_read(dump, tmp_path, library):
         assert found["reason"]
 
 
-def null_packets(size):
-    """Packets of a broadcast that mean nothing."""
-    return (b"\x47\x1f\xff\x10" + b"\xff" * 184) * (size // 188)
+def flash_of(pictures, size):
+    """A film of so many pictures of a size before its first sound; its header says of neither what it is."""
+    tags = [(9, b"\x22" + bytes(size))] * pictures + [(8, b"\x2f\xff\xfb\x90\x64" + bytes(413))] * 3
+    film = b"FLV\1\5\0\0\0\x09" + bytes(4)
+    for place, (kind, body) in enumerate(tags):
+        tag = bytes([kind]) + len(body).to_bytes(3, "big") + (place * 40).to_bytes(3, "big") + bytes(4) + body
+        film += tag + len(tag).to_bytes(4, "big")
+    return film
 
 
-def test_streams_are_looked_for_in_so_many_bytes(library, dump, tmp_path):
-    """When a file is opened, and once more when they are searched for."""
-    broadcast = (library[0].parent / "h264_aac.ts").read_bytes()
-    limit = LIMITS["kFilmProbeBytes"]
-    (tmp_path / "1.ts").write_bytes(null_packets(limit // 2) + broadcast)
-    (tmp_path / "2.ts").write_bytes(null_packets(3 * limit) + broadcast)
-    near, far = dump(tmp_path / "1.ts", tmp_path / "2.ts")
-    assert near["content"] == "film"
-    assert far["content"] == "unknown"
+def test_streams_are_looked_for_in_so_many_bytes(dump, tmp_path):
+    part = LIMITS["kFilmProbeBytes"] // 5
+    (tmp_path / "near.flv").write_bytes(flash_of(4, part))
+    (tmp_path / "far.flv").write_bytes(flash_of(6, part))
+    near, far = dump(tmp_path / "near.flv", tmp_path / "far.flv")
+    assert (near["video_codec"], near["codec"]) == (["flv1"], ["mp3"])
+    assert far["video_codec"] == ["flv1"]
+    assert "codec" not in far
 
 
 def test_a_film_whose_first_packet_is_far_has_no_dynamic_metadata(library, dump):

@@ -62,7 +62,8 @@ std::string MatroskaOf(int tracks) {
     }
     const std::string info = Element("\x2A\xD7\xB1", std::string("\x0F\x42\x40", 3)) +
                              Element("\x44\x89", std::string("\x44\xFA\x00\x00", 4));
-    const std::string segment = Element("\x15\x49\xA9\x66", info) + Element("\x16\x54\xAE\x6B", entries);
+    const std::string segment = Element("\x15\x49\xA9\x66", info) + Element("\x16\x54\xAE\x6B", entries) +
+                                Element("\x1F\x43\xB6\x75", Element("\xE7", Byte(0)));
     return Element("\x1A\x45\xDF\xA3", Element("\x42\x82", "matroska")) +
            Element("\x18\x53\x80\x67", segment);
 }
