@@ -19,7 +19,7 @@ from machine import Machine, make_root  # noqa: E402
 TREE = pathlib.Path(__file__).resolve().parents[2]
 BUILT = TREE / "build/package"
 ROOTS = TREE / "build/package-root"
-NAMES = ("veluindexd", "veluindexd-postgresql")
+NAMES = ("veluindexd", "veluindexd-films", "veluindexd-postgresql")
 
 
 def field(package, name):
@@ -53,17 +53,33 @@ def next_version(package, folder, mark):
     shutil.rmtree(tree)
 
 
+def version_0_1_0(packages, folder):
+    """The daemon's package as of the version that had the probe itself."""
+    tree = folder / "veluindexd"
+    subprocess.run(["dpkg-deb", "-R", packages["veluindexd"], tree], check=True)
+    subprocess.run(["dpkg-deb", "-x", packages["veluindexd-films"], folder / "films"], check=True)
+    shutil.copy(folder / "films/usr/lib/velu/veluprobe.so", tree / "usr/lib/velu")
+    shutil.rmtree(folder / "films")
+    control = tree / "DEBIAN/control"
+    lines = control.read_text(encoding="utf-8").splitlines(keepends=True)
+    control.write_text("".join("Version: 0.1.0\n" if line.startswith("Version:") else line for line in lines
+                               if not line.startswith("Recommends:")), encoding="utf-8")
+    subprocess.run(["dpkg-deb", "-Znone", "-b", tree, folder / "veluindexd.deb"], check=True, capture_output=True)
+    shutil.rmtree(tree)
+
+
 @pytest.fixture(scope="session")
 def shared(packages, tmp_path_factory):
-    """What the machine sees in /mnt: the packages in new/ and, of later versions, in newer/ and newest/; media files in
-    media/."""
+    """What the machine sees in /mnt: the packages in new/ and, of later versions, in newer/ and newest/, of version 0.1.0 in
+    old/; media files in media/."""
     folder = tmp_path_factory.mktemp("shared")
-    for name in ("new", "newer", "newest", "media"):
+    for name in ("old", "new", "newer", "newest", "media"):
         (folder / name).mkdir()
     for name, package in packages.items():
         shutil.copy(package, folder / "new" / f"{name}.deb")
         next_version(package, folder / "newer", "+1")
         next_version(package, folder / "newest", "+2")
+    version_0_1_0(packages, folder / "old")
     wav = f"{folder}/tone.wav"
     media.tone(wav)
     media.mp3(f"{folder}/media/song.mp3", wav, title="First Song", artist="The Players", album="Early Works")

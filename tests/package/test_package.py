@@ -64,9 +64,21 @@ def wait_for_queue(machine):
     machine.run("timeout", str(PATIENCE), "sh", "-c", f"while [ -e {QUEUE} ] || [ -e {QUEUE}.tmp ]; do sleep 0.1; done")
 
 
-def test_it_is_installed_and_runs(machine, before):
+def owner_of_the_probe(machine):
+    return machine.run("dpkg-query", "-S", "/usr/lib/velu/veluprobe.so").stdout.partition(":")[0]
+
+
+def test_the_probe_moves_out_of_the_package_of_old(machine, before):
     assert not [path for path in before if "velu" in path]
-    machine.run("apt-get", "install", "-y", "/mnt/new/veluindexd.deb")
+    machine.run("apt-get", "install", "-y", "/mnt/old/veluindexd.deb")
+    assert owner_of_the_probe(machine) == "veluindexd"
+    machine.run("apt-get", "install", "-y", "/mnt/new/veluindexd.deb", "/mnt/new/veluindexd-films.deb")
+    assert owner_of_the_probe(machine) == "veluindexd-films"
+    machine.run("apt-get", "purge", "-y", "veluindexd", "veluindexd-films")
+
+
+def test_it_is_installed_and_runs(machine, before):
+    machine.run("apt-get", "install", "-y", "/mnt/new/veluindexd.deb", "/mnt/new/veluindexd-films.deb")
     assert is_active(machine) == "active" and is_enabled(machine) == "enabled"
     assert machine.run("cat", f"/proc/{main_pid(machine)}/comm").stdout == "veluindexd\n"
     status = machine.run("cat", f"/proc/{main_pid(machine)}/status").stdout
@@ -159,7 +171,8 @@ def test_an_upgrade_keeps_the_catalogue_and_loses_no_request(machine):
     machine.run("mv", "/srv/music/renamed.mp3", SONG)
     # Without a signal: the old daemon has not seen it when it is replaced.
     machine.run("sh", "-c", f"echo N:{SONG}:/srv/music/renamed.mp3 >>{QUEUE}")
-    machine.run("apt-get", "install", "-y", "/mnt/newer/veluindexd.deb", "/mnt/newer/veluindexd-postgresql.deb")
+    machine.run("apt-get", "install", "-y", "/mnt/newer/veluindexd.deb", "/mnt/newer/veluindexd-films.deb",
+                "/mnt/newer/veluindexd-postgresql.deb")
     assert machine.run("dpkg-query", "-W", "-f", "${Version}", "veluindexd").stdout.endswith("+1")
     assert is_active(machine) == "active" and main_pid(machine) != pid
     wait_for_queue(machine)
@@ -225,7 +238,8 @@ def test_its_user_runs_it_after_a_reboot(machine):
 def test_its_user_runs_it_after_an_upgrade(machine):
     pid = main_pid(machine)
     ask_for(machine, "6.mp3")
-    machine.run("apt-get", "install", "-y", "/mnt/newest/veluindexd.deb", "/mnt/newest/veluindexd-postgresql.deb")
+    machine.run("apt-get", "install", "-y", "/mnt/newest/veluindexd.deb", "/mnt/newest/veluindexd-films.deb",
+                "/mnt/newest/veluindexd-postgresql.deb")
     assert is_done_by_its_user(machine, "6.mp3") and main_pid(machine) != pid
 
 
@@ -240,6 +254,26 @@ def test_root_runs_it_again(machine):
     assert machine.run("stat", "-c", "%U", f"/proc/{main_pid(machine)}").stdout == "root\n" and is_locked_by_it(machine)
 
 
+def test_without_the_readers_of_films_all_else_is_read(machine):
+    machine.run("apt-get", "remove", "-y", "veluindexd-films")
+    machine.run("systemctl", "restart", "veluindexd")  # the module is loaded
+    pid = main_pid(machine)
+    machine.run("cp", "/mnt/media/tone.ogg", "/srv/music/first.ogg")
+    machine.run("cp", "/mnt/media/tone.ogg", "/srv/music/second.ogg")
+    machine.run("veluctl", "add", "--wait", "/srv/music")
+    found = rows(machine)
+    assert (found[SONG]["title"], found[SONG]["audio_bitrate"]) == ("First Song", 128000)
+    assert found["/srv/music/tone.aac"]["sample_rate"] == 44100
+    assert [found[f"/srv/music/{name}.ogg"]["title"] for name in ("first", "second")] == ["first", "second"]
+    said = machine.run("journalctl", "-b", "-u", "veluindexd", f"_PID={pid}").stdout
+    assert said.count("Cannot load the media probe: ") == 1
+    assert is_active(machine) == "active" and main_pid(machine) == pid
+    machine.run("apt-get", "install", "-y", "/mnt/newest/veluindexd-films.deb")
+    machine.run("veluctl", "add", "--wait", "/srv/music")
+    assert rows(machine)["/srv/music/first.ogg"]["title"] == "Second Song"
+    assert main_pid(machine) == pid
+
+
 def test_removing_it_stops_it_and_keeps_the_data(machine):
     pid = main_pid(machine)
     machine.run("sh", "-c", f"echo A:/srv/music >>{QUEUE}")
@@ -251,7 +285,7 @@ def test_removing_it_stops_it_and_keeps_the_data(machine):
 
 
 def test_purging_it_leaves_no_trace(machine, before):
-    machine.run("apt-get", "purge", "-y", "veluindexd", "veluindexd-postgresql")
+    machine.run("apt-get", "purge", "-y", "veluindexd", "veluindexd-films", "veluindexd-postgresql")
     assert machine.run("find", "/run", "/tmp", "/dev/shm", "-name", "*velu*").stdout == ""
     assert "velu" not in machine.run("systemctl", "list-unit-files").stdout
     assert "velu" not in machine.run("dpkg-query", "-W").stdout
