@@ -82,7 +82,8 @@ def test_it_is_installed_and_runs(machine, before):
     assert is_active(machine) == "active" and is_enabled(machine) == "enabled"
     assert machine.run("cat", f"/proc/{main_pid(machine)}/comm").stdout == "veluindexd\n"
     status = machine.run("cat", f"/proc/{main_pid(machine)}/status").stdout
-    assert int(re.search(r"CapBnd:\s*(\w+)", status)[1], 16).bit_count() == 3
+    assert int(re.search(r"CapBnd:\s*(\w+)", status)[1], 16).bit_count() == 6
+    assert machine.run("id", "-un", "velu-reader").stdout == "velu-reader\n"
     assert machine.run("systemd-analyze", "verify", "veluindexd.service").stdout == ""
 
 

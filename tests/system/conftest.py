@@ -61,6 +61,14 @@ def binary():
 
 
 @pytest.fixture(scope="session")
+def hostile_reader(binary):
+    """The reader with a library that files take over (docs/testing.md)."""
+    path = binary.parents[1] / "hostile/lib/velu/velureader"
+    assert path.is_file(), f"{path} is not built"
+    return path
+
+
+@pytest.fixture(scope="session")
 def sanitized(binary):
     """True for a binary that was built with the sanitizers: it is slower and needs more memory."""
     return b"__asan_init" in binary.read_bytes()

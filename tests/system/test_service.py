@@ -72,6 +72,42 @@ def test_the_watchdog_sees_the_memory_of_the_probe(texts, box):
     assert done["status"] == 0, box.read(f"{TRACE}.words")
 
 
+# Starts a reader as the daemon does, and prints what it keeps.
+READER = """
+import os, socket, sys
+here, there = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+child = os.fork()
+if child == 0:
+    given = [there.fileno(), *(os.memfd_create("slot") for _ in range(4))]
+    for place, descriptor in enumerate([os.dup2(one, 20 + i) for i, one in enumerate(given)], 3):
+        os.dup2(descriptor, place)
+    os.execl(sys.argv[1], sys.argv[1])
+there.close()
+assert len(here.recv(64)) == 12
+with open(f"/proc/{child}/status") as status:
+    sys.stdout.write(status.read())
+here.close()
+assert os.waitpid(child, 0)[1] == 0
+"""
+
+
+@pytest.mark.tracing
+def test_a_reader_is_confined_under_the_restrictions(texts, box, hostile_reader):
+    unit = service.settings(*texts)
+    uid = DAEMON if "User" in unit else 0
+    os.chown(box.box.path(box.write(TRACE)), uid, uid)
+    done = box.box.ask("run", arguments=[*service.wrapper(unit, TRACE, uid), "/usr/bin/python3", "-c", READER, str(hostile_reader)],
+                       environment={}, timeout=60)
+    words = box.read(f"{TRACE}.words").decode()
+    assert done["status"] == 0, words
+    kept = dict(line.split(":\t", 1) for line in words.splitlines() if ":\t" in line)
+    assert kept["Uid"].split() == [str(uid or 65534)] * 4
+    assert {kept[name] for name in ("CapInh", "CapPrm", "CapEff", "CapAmb")} == {"0" * 16}
+    assert kept["CapBnd"] == "0" * 16 or uid
+    assert (kept["NoNewPrivs"], kept["Seccomp"]) == ("1", "2")
+    assert service.called(box.read(TRACE).decode("latin-1")) - service.allowed_calls(unit) <= service.REFUSED
+
+
 def give(box, path, uid):
     """Gives a tree to a user who lets nobody else in."""
     for folder, _, names in os.walk(box.box.path(path)):

@@ -13,6 +13,7 @@
 #include "catalogue/features.h"
 #include "daemon/queue.h"
 #include "platform/veluindex.h"
+#include "tools/veluctl/check_readers.h"
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/requests.h"
@@ -117,6 +118,8 @@ ExitCode CheckCommand(const Options &options) {
         return Complain(kUnreachable, reader.failure);
     if (access(kQueueFile, F_OK) == 0 || access(kQueueWorkingCopy, F_OK) == 0)
         Complain(kDone, "requests are waiting or in work: what they are about may count as wrong here");
+    if (const std::string remark = ReadersRemarkNow(); !remark.empty())
+        Complain(kDone, remark);
     FindingsShow(findings, options);
     if (findings.empty())
         return kDone;
