@@ -174,6 +174,26 @@ TEST(SoundBounds, EntriesOfATableOfSamples) {
     EXPECT_EQ(bitrate(kSoundSamplesMax + 1), -1);
 }
 
+TEST(SoundBounds, AttributesOfAsfThatAreNotThere) {
+    const auto file = [](uint64_t attributes) {
+        const std::string list = "\x40\xA4\xD0\xD2\x07\xE3\xD2\x11\x97\xF0\x00\xA0\xC9\x5E\xA8\x50"s +
+                                 LittleNumber(26, 8) + LittleNumber(attributes, 2);
+        const std::string format = LittleNumber(0x161, 2) + LittleNumber(2, 2) + LittleNumber(44100, 4) +
+                                   LittleNumber(16000, 4) + LittleNumber(1, 2) + LittleNumber(16, 2);
+        const std::string stream = "\x91\x07\xDC\xB7\xB7\xA9\xCF\x11\x8E\xE6\x00\xC0\x0C\x20\x53\x65"s +
+                                   LittleNumber(24 + 54 + format.size(), 8) +
+                                   "\x40\x9E\x69\xF8\x4D\x5B\xCF\x11\xA8\xFD\x00\x80\x5F\x5C\x44\x2B"s +
+                                   std::string(38, '\0') + format;
+        const std::string properties = "\xA1\xDC\xAB\x8C\x47\xA9\xCF\x11\x8E\xE4\x00\xC0\x0C\x20\x53\x65"s +
+                                       LittleNumber(104, 8) + std::string(80, '\0');
+        return "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"s +
+               LittleNumber(30 + properties.size() + stream.size() + list.size(), 8) + LittleNumber(3, 4) +
+               "\x01\x02" + properties + stream + list;
+    };
+    EXPECT_EQ(SoundFind(file(kSoundItemsMax), ContentFormat::asf_sound).Text(FactName::codec), "wmav2");
+    EXPECT_EQ(SoundFind(file(kSoundItemsMax + 1), ContentFormat::asf_sound).Text(FactName::codec), "(none)");
+}
+
 TEST(SoundBounds, WhatTheLibraryReads) {
     const FdHandle file = SoundMemory("x");
     ReaderInput input;
