@@ -141,13 +141,12 @@ TEST_P(FileState_, AnyNumberOfFactsAndEntriesArrives) {
 TEST_P(FileState_, LongTextsAreCutAtACharacter) {
     const std::string value = std::string(kFactValueMax - 1, 'v') + "\xc3\xa9";
     const std::string folded = std::string(kFactFoldedMax - 2, 'f') + "\xe2\x82\xac";
-    const FileFact facts[] = {
-        {"lyrics", 0, value, folded},
-        {"lyrics", 1, std::string_view(value).substr(0, kFactValueMax - 1),
-         std::string_view(folded).substr(0, kFactFoldedMax - 2)},
-        {"lyrics", 2, std::string(kFactValueMax, 'x'), std::string(kFactFoldedMax, 'y')}};
-    const std::string long_facts[] = {std::string(kFactValueMax, 'x'), std::string(kFactFoldedMax, 'y')};
-    const FileFact kept[] = {facts[0], facts[1], {"lyrics", 2, long_facts[0], long_facts[1]}};
+    const std::string full_value(kFactValueMax, 'x');
+    const std::string full_folded(kFactFoldedMax, 'y');
+    const FileFact kept[] = {{"lyrics", 0, value, folded},
+                             {"lyrics", 1, std::string_view(value).substr(0, kFactValueMax - 1),
+                              std::string_view(folded).substr(0, kFactFoldedMax - 2)},
+                             {"lyrics", 2, full_value, full_folded}};
     Complete([&] { EXPECT_EQ(SaveFile(kSong, Found("1", kept)), 0); });
     const std::string bytes = OnSqlite() ? "length(cast(" : "octet_length((";
     const std::string end = OnSqlite() ? " as blob))" : "))";
