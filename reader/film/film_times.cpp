@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr AVRational kMicroseconds = {1, AV_TIME_BASE};
+
 // From the first stream's begin to the last one's end.
 int64_t StreamsDuration(const AVFormatContext &format) {
     int64_t begin = std::numeric_limits<int64_t>::max();
@@ -17,9 +19,9 @@ int64_t StreamsDuration(const AVFormatContext &format) {
         if (stream.duration == AV_NOPTS_VALUE || stream.duration <= 0)
             continue;
         const int64_t start = stream.start_time != AV_NOPTS_VALUE
-                                  ? av_rescale_q(stream.start_time, stream.time_base, AV_TIME_BASE_Q)
+                                  ? av_rescale_q(stream.start_time, stream.time_base, kMicroseconds)
                                   : 0;
-        const int64_t length = av_rescale_q(stream.duration, stream.time_base, AV_TIME_BASE_Q);
+        const int64_t length = av_rescale_q(stream.duration, stream.time_base, kMicroseconds);
         int64_t stop = 0;
         if (length <= 0 || __builtin_add_overflow(start, length, &stop))
             continue;
