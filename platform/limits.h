@@ -206,9 +206,10 @@ inline constexpr int kReaderFilesMax = 4096;
 inline constexpr uint32_t kReaderIdleFiles = 64;
 
 // Readers that may end while they are at a file before it is blamed, because the file before may have been the reason; and
-// that somebody else may kill, which an administrator does, or the kernel when memory is short.
+// that somebody else may kill, which an administrator does, or the kernel when memory is short: of a machine that is out of
+// memory any file may be the victim, and several times.
 inline constexpr int kReaderCrashesMax = 2;
-inline constexpr int kReaderKillsMax = 3;
+inline constexpr int kReaderKillsMax = 8;
 
 // Milliseconds that killed readers are waited for at the end of a run, and how many may hang in a file system that does not
 // answer before no more are started.
