@@ -101,7 +101,7 @@ def test_readers_that_are_killed_cost_no_row(box):
     killed, chance = 0, random.Random(15)
     while not box.done():
         readers = box.children()
-        if readers and chance.random() < 0.03:
+        if readers and chance.random() < 0.01:
             killed += box.box.ask("kill", pid=chance.choice(readers), number=9)["sent"]
     box.wait_done()
     assert box.log.texts() == [], killed
