@@ -273,6 +273,7 @@ def test_without_the_readers_of_films_all_else_is_read(machine):
     machine.run("veluctl", "add", "--wait", "/srv/music")
     assert rows(machine)["/srv/music/first.ogg"]["title"] == "Second Song"
     assert main_pid(machine) == pid
+    machine.run("rm", "/srv/music/first.ogg", "/srv/music/second.ogg")
 
 
 def test_removing_it_stops_it_and_keeps_the_data(machine):
