@@ -4,7 +4,9 @@
 #include <errno.h>
 #include <iconv.h>
 
-#include <vector>
+#include <array>
+#include <iterator>
+#include <span>
 
 namespace {
 
@@ -61,13 +63,18 @@ constexpr CodePage kCodePages[] = {
     {"ISO-8859-16", "LATIN10"},
 };
 
-// Kept to the end of the program: closing one would unload its file.
 struct OpenPage {
     const CodePage *page;
     iconv_t converter;
 };
 
-std::vector<OpenPage> open_pages;
+// Kept to the end of the program, without a destructor: closing one would unload its file.
+std::array<OpenPage, std::size(kCodePages)> page_room;
+size_t pages_open = 0;
+
+std::span<const OpenPage> OpenPages() {
+    return std::span(page_room).first(pages_open);
+}
 
 // "iso_8859-2" and "ISO8859-2" are the same.
 std::string Simplified(std::string_view name) {
@@ -83,7 +90,7 @@ std::string Simplified(std::string_view name) {
 
 iconv_t ConverterOf(std::string_view code_page) {
     const std::string wanted = Simplified(code_page);
-    for (const OpenPage &open : open_pages) {
+    for (const OpenPage &open : OpenPages()) {
         if (Simplified(open.page->name) == wanted ||
             (open.page->other != nullptr && open.page->other == wanted))
             return open.converter;
@@ -94,12 +101,12 @@ iconv_t ConverterOf(std::string_view code_page) {
 } // namespace
 
 void CodePagesOpen() {
-    if (!open_pages.empty())
+    if (pages_open != 0)
         return;
     for (const CodePage &page : kCodePages) {
         const iconv_t converter = iconv_open("UTF-8", page.name);
         if (converter != reinterpret_cast<iconv_t>(-1))
-            open_pages.push_back({&page, converter});
+            page_room[pages_open++] = {&page, converter};
     }
 }
 
