@@ -55,6 +55,8 @@ def rows(machine):
 
 
 def is_locked_by_it(machine):
+    """A start is over for systemd when the daemon has left it, which may be before the file is there."""
+    machine.run("timeout", str(PATIENCE), "sh", "-c", f"until [ -s {PID_FILE} ]; do sleep 0.1; done")
     return machine.run("cat", PID_FILE).stdout == str(main_pid(machine)) and \
         machine.run("flock", "--nonblock", PID_FILE, "true", check=False).returncode == 1
 
