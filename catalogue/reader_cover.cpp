@@ -41,7 +41,8 @@ int CoverFormatOf(PictureFormat format) {
 bool PictureCopy(const ReadResult &read, CoverFile *cover) {
     static uint8_t bytes[kCopiedBytes];
     for (uint64_t done = 0; done < read.answer.picture_bytes;) {
-        const size_t wanted = std::min<uint64_t>(sizeof bytes, read.answer.picture_bytes - done);
+        const auto wanted =
+            static_cast<size_t>(std::min<uint64_t>(sizeof bytes, read.answer.picture_bytes - done));
         if (!FileReadAt(read.picture, done, bytes, wanted) || !CoverFileWrite(cover, {bytes, wanted}))
             return false;
         done += wanted;

@@ -21,5 +21,7 @@ set(CMAKE_CXX_FLAGS_INIT
     "-isystem ${armhf_sysroot}/usr/include -isystem ${armhf_sysroot}/usr/include/arm-linux-gnueabihf")
 set(CMAKE_C_FLAGS_INIT "${CMAKE_CXX_FLAGS_INIT}")
 set(armhf_libraries ${armhf_sysroot}/usr/lib/arm-linux-gnueabihf)
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-L${armhf_libraries} -Wl,-rpath-link,${armhf_libraries}")
+# Some that others need (libexpat, libz) lie in /lib.
+set(CMAKE_EXE_LINKER_FLAGS_INIT
+    "-L${armhf_libraries} -Wl,-rpath-link,${armhf_libraries}:${armhf_sysroot}/lib/arm-linux-gnueabihf")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${CMAKE_EXE_LINKER_FLAGS_INIT}")

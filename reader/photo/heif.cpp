@@ -187,7 +187,7 @@ PhotoSize SizeOf(const Meta &meta) {
     for (const auto &[item, property] : meta.associations) {
         if (property == 0 || property > meta.properties.size())
             continue;
-        const PhotoSize &size = meta.properties[property - 1];
+        const PhotoSize &size = meta.properties[static_cast<size_t>(property) - 1];
         if (item == meta.primary && size.width != 0)
             return size;
         if (size.width > largest.width)
