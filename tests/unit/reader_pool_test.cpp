@@ -241,7 +241,8 @@ TEST_F(ReaderPoolTest, AReaderThatEndsAtItsStartIsMissing) {
         tickets.push_back(HandOver("title x"));
     for (const ReadTicket ticket : tickets)
         EXPECT_EQ(Take(ticket).reason, "/usr/bin/false: its reader ended with status 1");
-    EXPECT_EQ(pool.kinds[0].failed_starts, kReaderStartsMax);
+    EXPECT_GE(pool.kinds[0].failed_starts, kReaderStartsMax);
+    EXPECT_LT(pool.kinds[0].failed_starts, kReaderStartsMax + kReadersMax); // those that started with the last
 }
 
 TEST_F(ReaderPoolTest, AReaderThatIsKilledAtItsStartIsStartedAgain) {
