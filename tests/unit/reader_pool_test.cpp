@@ -242,7 +242,8 @@ TEST_F(ReaderPoolTest, AReaderThatEndsAtItsStartIsMissing) {
     for (const ReadTicket ticket : tickets)
         EXPECT_EQ(Take(ticket).reason, "/usr/bin/false: its reader ended with status 1");
     EXPECT_GE(pool.kinds[0].failed_starts, kReaderStartsMax);
-    EXPECT_LT(pool.kinds[0].failed_starts, kReaderStartsMax + kReadersMax); // those that started with the last
+    EXPECT_LT(pool.kinds[0].failed_starts,
+              kReaderStartsMax + kReadersMax); // those that started with the last
 }
 
 TEST_F(ReaderPoolTest, AReaderThatIsKilledAtItsStartIsStartedAgain) {
