@@ -94,16 +94,16 @@ void Lie(const std::string &what, Answer answer) {
 }
 
 // A sanitizer's handler would make an exit of it.
-void CrashPlainly() {
-    signal(SIGSEGV, SIG_DFL);
-    raise(SIGSEGV);
+void CrashPlainly(int number) {
+    signal(number, SIG_DFL);
+    raise(number);
 }
 
 void End(const std::string &what, int number) {
     if (what == "crash")
-        CrashPlainly();
+        CrashPlainly(SIGSEGV);
     if (what == "abort")
-        abort();
+        CrashPlainly(SIGABRT);
     if (what == "exit")
         _exit(number);
     if (what == "stop")
