@@ -128,10 +128,10 @@ void Bench(const std::string &uri, int rows, int facts) {
     const long long bytes = BytesOf(uri) - empty;
     Print("the states of a folder's files, a file",
           RunOf(RuleSet::complete, rows / kFolders, [](int i) {
-              FileStates states;
+              int files = 0;
               if (FileStatesRead(("/volume1/music/Artist " + std::to_string(i) + "/Album").c_str(),
-                                 &states) != 0 ||
-                  states.offsets.size() != kFolders)
+                                 [&](auto, auto, auto) { ++files; }) != 0 ||
+                  files != kFolders)
                   Fail("FileStatesRead");
           }) / kFolders);
     Print("all removed, a row", RunOf(RuleSet::complete, 1, [](int) {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// What the pool of readers makes of a file many times over: files a second, processor time of this side and of the readers, and
-// the memory of both. With tests/readers' program, which does nothing with a file, it is what handing over costs.
+// What the pool of readers makes of each file many times over: files a second, processor time of this side and of the readers,
+// and the memory of both. With tests/readers' program, which does nothing with a file, it is what handing over costs.
 //
-//   build/release/bin/readers_bench READERS PROGRAM FILE...
+//   build/release/bin/readers_bench READERS PROGRAM FILE...     READERS: how many of them; a PROGRAM ...-films gets films
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -14,6 +14,7 @@
 #include <chrono>
 #include <deque>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/file.h"
@@ -22,6 +23,7 @@
 namespace {
 
 constexpr int kFiles = 20'000;
+constexpr int kLooked = 500; // files after which memory is looked at
 
 double Seconds(const timeval &time) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
@@ -33,8 +35,9 @@ double ProcessorSeconds(int who) {
     return Seconds(usage.ru_utime) + Seconds(usage.ru_stime);
 }
 
-FileToRead FileOpen(const char *path) {
+FileToRead FileOpen(const char *path, ReaderKind kind) {
     FileToRead file;
+    file.kind = kind;
     struct stat status;
     file.file = OpenForReading(path);
     if (!file.file || fstat(file.file.get(), &status) != 0) {
@@ -53,12 +56,12 @@ struct Measured {
     int64_t resident = 0; // of the largest reader
 };
 
-Measured FilesRead(ReaderPool *pool, const char *path) {
+Measured FilesRead(ReaderPool *pool, const char *path, ReaderKind kind) {
     Measured measured;
     std::deque<ReadTicket> ahead;
     for (int handed = 0; handed < kFiles || !ahead.empty();) {
         while (handed < kFiles && ahead.size() < kReaderAheadFiles) {
-            ahead.push_back(ReaderPoolHandOver(pool, FileOpen(path)));
+            ahead.push_back(ReaderPoolHandOver(pool, FileOpen(path, kind)));
             ++handed;
         }
         ReaderPoolServe(pool, !ReaderPoolIsRead(*pool, ahead.front()));
@@ -67,7 +70,7 @@ Measured FilesRead(ReaderPool *pool, const char *path) {
             measured.answered +=
                 read.end == ReadEnd::answered && read.answer.status == AnswerStatus::read ? 1 : 0;
         }
-        if (handed == kFiles)
+        if (handed % kLooked == 0)
             for (const PoolReader &reader : pool->readers)
                 measured.resident = std::max(measured.resident, ReaderResidentBytes(reader.process));
     }
@@ -81,7 +84,9 @@ void Measure(int readers, const char *program, const char *path) {
     ReaderPool pool;
     pool.kinds[0].program = pool.kinds[1].program = program;
     pool.readers_max = readers;
-    const Measured measured = FilesRead(&pool, path);
+    const bool films = std::string_view(program).ends_with("-films");
+    const Measured measured =
+        FilesRead(&pool, path, films ? ReaderKind::films : ReaderKind::sound_and_photos);
     ReaderPoolEnd(&pool);
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     rusage usage = {};

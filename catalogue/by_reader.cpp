@@ -6,18 +6,27 @@
 #include <string.h>
 #include <syslog.h>
 
+#include <algorithm>
 #include <string>
+#include <string_view>
+#include <vector>
 
-#include "audio/cover_file.h"
 #include "catalogue/fact_columns.h"
-#include "catalogue/file_readers.h"
+#include "catalogue/fact_rows.h"
+#include "catalogue/file_stamp.h"
+#include "catalogue/file_trouble.h"
+#include "catalogue/photo_date.h"
+#include "catalogue/playlist_entries.h"
 #include "catalogue/reader_cover.h"
 #include "catalogue/util.h"
+#include "platform/index/file_state.h"
 #include "platform/veluindex.h"
 
 namespace {
 
 constexpr char kLogName[] = "by_reader.c";
+
+constexpr char kSubtitleFact[] = "subtitle";
 
 // What the content is counts, not what the name says.
 MediaKind KindOf(ContentClass content, MediaKind named) {
@@ -40,58 +49,140 @@ bool IsNoFile(int error) {
     return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG || error == EINVAL;
 }
 
-bool IsRead(const FileReport &found) {
-    return found.error == 0 && found.read.end == ReadEnd::answered &&
-           found.read.answer.status == AnswerStatus::read;
+bool IsRead(const FileReport &report) {
+    return report.error == 0 && report.read.end == ReadEnd::answered &&
+           report.read.answer.status == AnswerStatus::read;
 }
 
-std::string ReasonOf(const FileReport &found) {
-    if (found.error != 0)
-        return strerror(found.error);
-    if (found.read.end != ReadEnd::answered)
-        return found.read.reason;
-    const std::string &reason = found.read.answer.reason;
-    return reason.empty() ? "its reader could not read it" : reason;
-}
-
-void NamesFill(const char *path, MediaInfo *record) {
-    if (record->title[0] == '\0')
-        MediaTitleFromName(path, record->title);
-    if (record->album[0] == '\0' && !MediaAlbumFromPath(path, record->album))
-        syslog(LOG_ERR, "%s (%d) Impossible error.", kLogName, __LINE__);
-}
-
-MediaInfo RecordOf(const FileReport &found, const char *path) {
+MediaInfo RecordOf(const FileReport &report, const char *path, FromName *from_name) {
     MediaInfo record = {};
     snprintf(record.path, sizeof record.path, "%s", path);
-    record.file_size = static_cast<uint64_t>(found.status.st_size);
-    VELUIndexCTimeMTimeGet(path, record.create_time, sizeof record.create_time, record.modify_time,
-                           sizeof record.modify_time);
-    FactColumnsFill(found.read.answer, &record);
-    NamesFill(path, &record);
+    record.file_size = static_cast<uint64_t>(report.status.st_size);
+    VELUIndexTimeText(report.status.st_ctim.tv_sec, record.create_time, sizeof record.create_time);
+    VELUIndexTimeText(report.status.st_mtim.tv_sec, record.modify_time, sizeof record.modify_time);
+    FactColumnsFill(report.read.answer, &record);
+    *from_name = {record.title[0] == '\0', record.album[0] == '\0'};
+    MediaDefaultsFill(kLogName, path, &record);
     MediaInfoValid(&record);
     return record;
 }
 
-int RowSave(MediaKind kind, const FileReport &found, const char *path) {
-    MediaInfo record = RecordOf(found, path);
-    CoversClean(path);
-    record.has_cover = ReaderCoverSave(found.read, path) ? 1 : 0;
-    if (MediaInfoDBSave(kind, &record) == 0)
+// A stamp with what it says of the row, and of what lies beside the file.
+std::string WholeStamp(std::string_view stamp, const FromName &from_name, const FileReport &report,
+                       const std::string &cover) {
+    return stamp.empty() ? std::string()
+                         : std::string(stamp) + FileStampNamed(from_name) + report.beside + cover;
+}
+
+// `rows` are those that its path has so far, `stamp` what is the file's own of it.
+int RowSave(MediaKind named, const FileReport &report, const char *path, const std::vector<FileRow> &rows,
+            std::string_view stamp, std::string_view trouble = {}) {
+    const MediaKind kind = KindOf(report.read.answer.content, named);
+    std::vector<int> others;
+    for (const FileRow &row : rows) {
+        if (row.kind != kind)
+            others.push_back(row.kind);
+    }
+    FromName from_name;
+    MediaInfo record = RecordOf(report, path, &from_name);
+    const FileCover cover = FileCoverSave(report, kind, path);
+    record.has_cover = cover.there ? 1 : 0;
+    const std::string whole = cover.sure ? WholeStamp(stamp, from_name, report, cover.stamp) : std::string();
+    FileFindings findings = {.stamp = whole, .trouble = trouble, .displaced = others};
+    FactRows known = FactRowsOf(report.read.answer);
+    std::vector<std::string> date_source;
+    if (kind == kMediaPhoto)
+        date_source = PhotoDateFill(report.status.st_mtim.tv_sec, &record);
+    FactRowsAdd(&known, "date_source", date_source);
+    if (kind == kMediaVideo)
+        FactRowsAdd(&known, kSubtitleFact, report.subtitles);
+    findings.facts = known.facts;
+    const std::string folded_name = FileNameFolded(path);
+    findings.folded_name = folded_name;
+    const EntryRows named_in = EntryRowsOf(report.read.entries);
+    findings.entries = named_in.entries;
+    if (report.read.entries.cut)
+        syslog(LOG_ERR, "%s (%d) %s has more entries than the %zu that are kept.", kLogName, __LINE__, path,
+               report.read.entries.count);
+    const int saved = FileTablesThere() ? MediaInfoDBSaveFile(kind, &record, findings)
+                                        : MediaInfoDBSave(kind, &record); // in a run that follows no rules
+    if (saved == 0)
         return 0;
     syslog(LOG_ERR, "%s (%d) Failed to save media info to database. [%s]", kLogName, __LINE__, path);
     return -1;
 }
 
+// True when one of the rows is of the file as it is now. A file without a stamp has nothing finer than their seconds.
+bool HasRowOfItsAge(const std::vector<FileRow> &rows, const FileState &state, const struct stat &status) {
+    if (!state.stamp.empty())
+        return !rows.empty() && FileStampHasAge(state.stamp, status);
+    char written[kMediaTimeSize];
+    VELUIndexTimeText(status.st_mtim.tv_sec, written, sizeof written);
+    return std::ranges::any_of(rows, [&](const FileRow &row) {
+        return row.size == static_cast<uint64_t>(status.st_size) && row.modify_time == written;
+    });
+}
+
+// Notes what is known of a file that could not be read, and gives it a row by its name where it has none of its age. What
+// happens at once may happen again: that its last change is recent does not count against it here.
+int UnreadSave(MediaKind named, const FileReport &report, const char *path,
+               const std::vector<FileRow> &rows) {
+    FileState before;
+    if (FileStateOf(path, &before) < 0)
+        return -1;
+    const std::string stamp = FileStampOf(report.status);
+    const std::string cover = FileCoverStamp(report);
+    const bool same = FileStampHolds(before.stamp, stamp + report.beside + cover) == StampHolds::yes;
+    const std::string trouble =
+        report.error == 0 ? TroubleOf(report.read, same ? before.trouble : "") : std::string();
+    if (!HasRowOfItsAge(rows, before, report.status))
+        return RowSave(named, report, path, rows, trouble.empty() ? std::string() : stamp, trouble);
+    MediaSweepKeep(path);
+    return trouble.empty()
+               ? 0
+               : FileTroubleSave(path, WholeStamp(stamp, FromNameOf(before.stamp), report, cover), trouble);
+}
+
+// Brings a row in step with what lies beside its file, which is not opened for that.
+int NeighboursSave(const FileReport &report, const char *path) {
+    FactRows known;
+    FactRowsAdd(&known, kSubtitleFact, report.subtitles);
+    const FileStampWords words = FileStampWordsOf(report.known.stamp);
+    const std::string stamp = report.known.stamp.substr(0, report.known.stamp.size() - words.beside.size()) +
+                              report.beside + std::string(FileStampCover(report.known.stamp));
+    MediaSweepKeep(path);
+    return FileFactsReplace(path, kSubtitleFact, known.facts, stamp);
+}
+
 } // namespace
 
 int ByReaderAdd(const ByReader &by, MediaKind named, const char *path) {
-    const FileReport found = FileReadTake(path, by.first);
-    if (IsNoFile(found.error))
+    FileReport report = FileReadTake(path, by.use);
+    bool changed = false;
+    std::string stamp = IsRead(report) ? FileStampOfRead(path, report.status, report.looked, &changed) : "";
+    // Once more, since what was read may be half of the one and half of the other; then it has no stamp.
+    if (changed)
+        report = FileReadTake(path, by.use);
+    const int unread = by.unread_fails ? kSavedUnread : 0;
+    if (IsNoFile(report.error))
         return -1;
-    const int saved = RowSave(KindOf(found.read.answer.content, named), found, path);
-    if (IsRead(found) || saved != 0)
-        return saved;
-    syslog(LOG_ERR, "%s (%d) %s cannot be read: %s.", kLogName, __LINE__, path, ReasonOf(found).c_str());
-    return by.unread_fails ? kSavedUnread : 0;
+    if (report.known.unchanged || !report.known.trouble.empty()) {
+        MediaSweepKeep(path);
+        return report.known.unchanged ? 0 : unread;
+    }
+    if (report.known.neighbours)
+        return NeighboursSave(report, path);
+    const bool read = IsRead(report);
+    if (!read)
+        syslog(LOG_ERR, "%s (%d) %s cannot be read: %s.", kLogName, __LINE__, path,
+               report.error != 0 ? strerror(report.error) : ReadReason(report.read).c_str());
+    std::vector<FileRow> rows;
+    if (report.status.st_mode == 0 || (report.known.may_have_row && FileRowsOf(path, &rows) != 0))
+        return -1;
+    if (!read)
+        return UnreadSave(named, report, path, rows) == 0 ? unread : -1;
+    // Storage that gives a file another number at each look keeps none.
+    if (FileStampHolds(report.known.stamp, stamp) == StampHolds::numbers)
+        stamp = FileStampWithoutNumber(stamp);
+    return RowSave(named, report, path, rows, stamp);
 }

@@ -69,12 +69,7 @@ void TextAdd(const MediaColumn &column, std::string_view value, MediaInfo *recor
     if (!text.empty())
         text += kBetweenValues;
     text += value;
-    if (text.size() >= column.size) {
-        size_t end = column.size - 1;
-        while (end > 0 && Utf8IsContinuation(text[end]))
-            --end;
-        text.resize(end);
-    }
+    text.resize(Utf8Front(text, column.size - 1).size());
     memcpy(field, text.c_str(), text.size() + 1);
 }
 

@@ -4,8 +4,12 @@
 #include <stdio.h>
 #include <syslog.h>
 
+#include <vector>
+
+#include "catalogue/listed_name.h"
 #include "catalogue/util.h"
 #include "daemon/path_rules.h"
+#include "platform/index/file_state.h"
 #include "platform/rule_set.h"
 #include "platform/velusdk.h"
 
@@ -36,11 +40,6 @@ void SaveFailureLog(const IndexRecipe &recipe, const char *path) {
     }
 }
 
-void AlbumFill(const IndexRecipe &recipe, const char *path, MediaInfo *record) {
-    if (!MediaAlbumFromPath(path, record->album))
-        syslog(LOG_ERR, "%s (%d) Impossible error.", recipe.log_name, __LINE__);
-}
-
 // False when the path is no existing file.
 bool BasicFieldsFill(const IndexRecipe &recipe, const char *path, MediaInfo *record) {
     if (recipe.before == BasicFields::common) {
@@ -56,20 +55,8 @@ bool BasicFieldsFill(const IndexRecipe &recipe, const char *path, MediaInfo *rec
     if (recipe.before != BasicFields::none)
         MediaTitleFromName(path, record->title);
     if (recipe.before == BasicFields::title_and_album)
-        AlbumFill(recipe, path, record);
+        MediaAlbumFill(recipe.log_name, path, record);
     return true;
-}
-
-// A default is single-byte text, so that the flag of the tag's empty field is cleared.
-void DefaultsFill(const IndexRecipe &recipe, const char *path, MediaInfo *record) {
-    if (record->title[0] == '\0') {
-        MediaTitleFromName(path, record->title);
-        record->title_utf16 = 0;
-    }
-    if (record->album[0] == '\0') {
-        record->album_utf16 = 0;
-        AlbumFill(recipe, path, record);
-    }
 }
 
 void AfterReadingDo(const IndexRecipe &recipe, const char *path, MediaInfo *record) {
@@ -79,7 +66,13 @@ void AfterReadingDo(const IndexRecipe &recipe, const char *path, MediaInfo *reco
     if (recipe.after == AfterReading::valid || recipe.after == AfterReading::times_valid_then_defaults)
         MediaInfoValid(record);
     if (recipe.after == AfterReading::times_valid_then_defaults)
-        DefaultsFill(recipe, path, record);
+        MediaDefaultsFill(recipe.log_name, path, record);
+}
+
+// By the rules `complete` the content of a file decides its table, and a change of rules its recipe: it may have a row in any.
+int RowRemove(const IndexRecipe &recipe, const char *path) {
+    const int result = MediaInfoDBDelete(recipe.kind, path);
+    return RuleSetActive() == RuleSet::complete && IndexRowsRemove(path) != 0 ? -1 : result;
 }
 
 } // namespace
@@ -118,17 +111,29 @@ int IndexRecipeAdd(const IndexRecipe &recipe, const char *path) {
     return result == 0 && recipe.failed_save_fails ? -1 : result;
 }
 
+int IndexRowsRemove(const char *path) {
+    std::vector<FileRow> rows;
+    if (FileRowsOf(path, &rows) != 0)
+        return -1;
+    int result = 0;
+    for (const FileRow &row : rows) {
+        if (MediaInfoDBDelete(row.kind, path) != 0)
+            result = -1;
+    }
+    return result;
+}
+
 int IndexRecipeRemove(const IndexRecipe &recipe, const char *path) {
     const char *log_name = recipe.remove_log_name;
     if (path == nullptr || *path == '\0') {
         syslog(LOG_ERR, "%s (%d) Bad parameter.", log_name, __LINE__);
         return -1;
     }
-    if (IsFileExist(path, nullptr)) {
+    if (IsFileExist(path, nullptr) && IsListedName(path)) {
         syslog(LOG_ERR, "%s (%d) File exists. Skip remove it from database.", log_name, __LINE__);
         return -1;
     }
-    if (MediaInfoDBDelete(recipe.kind, path) == 0)
+    if (RowRemove(recipe, path) == 0)
         return 0;
     if (recipe.save_words == SaveWords::playlist_info)
         syslog(LOG_ERR, "%s (%d) Failed to remove %s from database.", log_name, __LINE__, path);

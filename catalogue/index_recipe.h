@@ -64,3 +64,6 @@ int IndexRecipeAdd(const IndexRecipe &recipe, const char *path);
 
 // Removes the row of a file; the row of one that is still there stays. Returns 0 or, logged, -1.
 int IndexRecipeRemove(const IndexRecipe &recipe, const char *path);
+
+// Removes the rows that a path has, of whatever kind. Returns 0, also when there is none, or -1.
+int IndexRowsRemove(const char *path);

@@ -22,10 +22,13 @@ struct Row {
     IndexRecipe recipe;
 };
 
-constexpr ByReader kSound = {.first = ReaderKind::sound_and_photos};
-constexpr ByReader kFilm = {.first = ReaderKind::films};
+constexpr ByReader kSound = {.use = {.first = ReaderKind::sound_and_photos, .folder_cover = true}};
+constexpr ByReader kFilm = {.use = {.first = ReaderKind::films, .subtitles = true, .folder_cover = true}};
 // The photo library looks at a picture by itself.
-constexpr ByReader kPhoto = {.first = ReaderKind::sound_and_photos, .unread_fails = false};
+constexpr ByReader kPhoto = {.use = {.first = ReaderKind::sound_and_photos, .sidecars = true},
+                             .unread_fails = false};
+
+constexpr ByReader kPlaylist = {.use = {.first = ReaderKind::sound_and_photos}};
 
 // A field that a row does not name has the value that IndexRecipe gives it.
 constexpr Row kRows[] = {
@@ -81,7 +84,8 @@ constexpr Row kRows[] = {
       .kind = kMediaPlaylist,
       .before = BasicFields::common,
       .read = PlaylistRead,
-      .save_words = SaveWords::playlist_info}},
+      .save_words = SaveWords::playlist_info,
+      .complete = &kPlaylist}},
     {Indexer::photo,
      {.log_name = "photo.c",
       .remove_log_name = "photo.c",

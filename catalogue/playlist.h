@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// What the indexer of playlists takes from one. Their content is not read: the row says that the playlist is there.
+// What the indexer of playlists takes from one by the appliance's rules. Their content is not read: the row says that the
+// playlist is there.
 #pragma once
 
 struct MediaInfo;

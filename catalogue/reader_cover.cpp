@@ -1,69 +1,37 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "catalogue/reader_cover.h"
 
-#include <errno.h>
-#include <string.h>
-#include <syslog.h>
-#include <unistd.h>
-
-#include <algorithm>
-
 #include "audio/cover_file.h"
-#include "platform/file.h"
-#include "platform/media_record.h"
-#include "platform/veluindex.h"
+#include "catalogue/cover_format.h"
+#include "platform/index/cover_store.h"
 
 namespace {
 
-constexpr char kLogName[] = "reader_cover.c";
-
-// A reader gives the picture that counts; it is stored as the front cover (id3.org 2.3.0, section 4.15).
-constexpr int kFrontCover = 3;
-constexpr int kCoverIndex = 1;
-
-// What is copied at a time.
-constexpr size_t kCopiedBytes = 65536;
-
-int CoverFormatOf(PictureFormat format) {
-    switch (format) {
-    case PictureFormat::jpeg:
-        return kCoverJpeg;
-    case PictureFormat::png:
-        return kCoverPng;
-    case PictureFormat::none:
-    case PictureFormat::webp:
-    case PictureFormat::gif:
-        break;
-    }
-    return 0;
-}
-
-bool PictureCopy(const ReadResult &read, CoverFile *cover) {
-    static uint8_t bytes[kCopiedBytes];
-    for (uint64_t done = 0; done < read.answer.picture_bytes;) {
-        const auto wanted =
-            static_cast<size_t>(std::min<uint64_t>(sizeof bytes, read.answer.picture_bytes - done));
-        if (!FileReadAt(read.picture, done, bytes, wanted) || !CoverFileWrite(cover, {bytes, wanted}))
-            return false;
-        done += wanted;
-    }
-    return true;
+FileCover OwnCoverSave(const ReadPictureRef &picture, const char *path) {
+    if (picture->stored == nullptr)
+        picture->stored = std::make_shared<CoverStored>();
+    const bool stored =
+        CoverStore(path, {picture->file.get(), picture->bytes, CoverFormatOf(picture->format)},
+                   picture->stored.get()) == 0;
+    return {stored, stored, kStampOwnCover};
 }
 
 } // namespace
 
-bool ReaderCoverSave(const ReadResult &read, const char *path) {
-    const int format = CoverFormatOf(read.answer.picture);
-    if (format == 0)
-        return false;
-    char cover_path[kMediaPathSize];
-    if (GetCoverPath(path, cover_path, sizeof cover_path, kFrontCover, kCoverIndex, format) == 0) {
-        syslog(LOG_ERR, "%s (%d) FAILED to get CoverPath of %s", kLogName, __LINE__, path);
-        return false;
+FileCover FileCoverSave(const FileReport &report, MediaKind kind, const char *path) {
+    if (report.read.picture != nullptr)
+        return OwnCoverSave(report.read.picture, path);
+    FileCover cover = {.stamp = FileCoverStamp(report)};
+    if (report.folder_cover != nullptr && (kind == kMediaMusic || kind == kMediaVideo)) {
+        const FolderCoverEnd end = FolderCoverStore(report.folder_cover.get(), path);
+        cover.there = end == FolderCoverEnd::stored || end == FolderCoverEnd::unsure;
+        cover.sure = end == FolderCoverEnd::stored || end == FolderCoverEnd::none;
     }
-    CoverFile cover{kLogName, path, cover_path};
-    if (CoverFileCreate(&cover) && PictureCopy(read, &cover) && CoverFileFinish(&cover))
-        return true;
-    CoverFileDiscard(&cover);
-    return false;
+    if (!cover.there)
+        CoversClean(path);
+    return cover;
+}
+
+std::string FileCoverStamp(const FileReport &report) {
+    return report.folder_cover != nullptr ? report.folder_cover->stamp : std::string();
 }

@@ -1,10 +1,22 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// The cover that a reader has found in a media file.
+// The cover of a media file: the picture that a reader has found in it, else that of its directory.
 #pragma once
 
-#include "reader/pool/reader_pool.h"
+#include <string>
 
-// Stores the picture as the cover of the media file at `path`, as it is. Returns whether the file has a cover now; formats that
-// the catalogue does not keep are none.
-bool ReaderCoverSave(const ReadResult &read, const char *path);
+#include "catalogue/file_readers.h"
+#include "catalogue/media_info.h"
+
+struct FileCover {
+    bool there = false;
+    bool sure =
+        true; // false: it could not be stored, or its picture may change unseen: it is to be looked at again
+    std::string stamp; // what the stamp of the file says of it
+};
+
+// Stores it, and removes what covers the file had. Only songs and films have that of their directory.
+FileCover FileCoverSave(const FileReport &report, MediaKind kind, const char *path);
+
+// Returns what the stamp of a file says of its cover when it has none in itself.
+std::string FileCoverStamp(const FileReport &report);

@@ -73,6 +73,22 @@ int MediaInfoFillBasic(const char *path, MediaInfo *record) {
     return 0;
 }
 
+void MediaAlbumFill(const char *log_name, const char *path, MediaInfo *record) {
+    if (!MediaAlbumFromPath(path, record->album))
+        syslog(LOG_ERR, "%s (%d) Impossible error.", log_name, __LINE__);
+}
+
+void MediaDefaultsFill(const char *log_name, const char *path, MediaInfo *record) {
+    if (record->title[0] == '\0') {
+        MediaTitleFromName(path, record->title);
+        record->title_utf16 = 0;
+    }
+    if (record->album[0] == '\0') {
+        record->album_utf16 = 0;
+        MediaAlbumFill(log_name, path, record);
+    }
+}
+
 uint32_t MediaCountFrom(double value) {
     if (!(value > 0))
         return 0;

@@ -19,6 +19,11 @@ void MediaTitleFromName(const char *path, char (&title)[kMediaTextSize]);
 // false when the field is too short for the name and its "/" (the caller logs it as impossible).
 [[nodiscard]] bool MediaAlbumFromPath(const char *path, char (&album)[kMediaTextSize]);
 
+// Fill the album, and title and album where they are empty, from the path. A default is single-byte text, so that the flag of
+// the tag's empty field is cleared. A line about what is impossible has the module's name.
+void MediaAlbumFill(const char *log_name, const char *path, MediaInfo *record);
+void MediaDefaultsFill(const char *log_name, const char *path, MediaInfo *record);
+
 // Returns the whole number that a count's field holds for a computed value: the largest for one that the
 // field cannot hold, 0 for one that is no number above 0.
 uint32_t MediaCountFrom(double value);

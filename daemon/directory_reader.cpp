@@ -46,9 +46,13 @@ bool DirectoryOpen(DirectoryReader *reader, const char *path) {
 }
 
 bool DirectoryIsMarked(const DirectoryReader &reader) {
+    return SubDirectoryIsMarked(reader, ".");
+}
+
+bool SubDirectoryIsMarked(const DirectoryReader &reader, const std::string &name) {
     const char *marker = reader.rules->marker;
-    return marker != nullptr &&
-           faccessat(dirfd(reader.directory.get()), marker, F_OK, AT_SYMLINK_NOFOLLOW) == 0;
+    return marker != nullptr && faccessat(dirfd(reader.directory.get()), (name + '/' + marker).c_str(), F_OK,
+                                          AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 const dirent *DirectoryNext(DirectoryReader *reader) {
@@ -62,8 +66,12 @@ const dirent *DirectoryNext(DirectoryReader *reader) {
             return nullptr;
         }
         reader->position = entry->d_off;
-        if (!IsOwnOrParent(entry->d_name) && !IsNameLeftOut(*reader->rules, entry->d_name))
+        if (IsOwnOrParent(entry->d_name))
+            continue;
+        const LeftOut why = NameLeftOut(*reader->rules, entry->d_name);
+        if (why == LeftOut::nothing)
             return entry;
+        LeftOutCount(reader->left_out, why);
     }
 }
 

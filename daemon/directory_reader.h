@@ -5,12 +5,15 @@
 
 #include <sys/types.h>
 
+#include <string>
+
 #include "daemon/walk_rules.h"
 #include "platform/handle.h"
 
 struct DirectoryReader {
-    const NameRules *rules; // what is left out by its name
-    bool untold = false;    // the file system's listings do not tell what is a directory
+    const NameRules *rules;            // what is left out by its name
+    bool untold = false;               // the file system's listings do not tell what is a directory
+    LeftOutCounts *left_out = nullptr; // where that is counted, if anywhere
     DirHandle directory = nullptr;
     off_t position = 0; // behind the entry given last, to read on when the directory is opened again
     int error = 0;      // why it could not be opened, or its listing broke off
@@ -22,6 +25,9 @@ struct DirectoryReader {
 
 // True when an entry of the directory says that all of it is left out, by the rules.
 [[nodiscard]] bool DirectoryIsMarked(const DirectoryReader &reader);
+
+// The same of a sub-directory of it.
+[[nodiscard]] bool SubDirectoryIsMarked(const DirectoryReader &reader, const std::string &name);
 
 // Returns the next entry whose name the rules do not leave out; never "." and "..". It is valid until the
 // next call. Null behind the last; `error` is then set when the listing broke off.

@@ -4,7 +4,12 @@
 #include <string.h>
 #include <syslog.h>
 
+#include <string>
+
+#include "catalogue/subtitles.h"
 #include "daemon/directory.h"
+#include "daemon/index_left_out.h"
+#include "daemon/walk_above.h"
 #include "daemon/walk_rules.h"
 #include "platform/rule_set.h"
 #include "platform/veluindex.h"
@@ -18,6 +23,19 @@ constexpr char kLogName[] = "index.c";
 constexpr uint32_t kEventParseFailed = 0x11B00510;
 constexpr int kEventClass = 2;
 constexpr int kEventLevel = 3;
+
+// Counts a file that no indexer takes.
+void UnindexedCount(const char *path) {
+    const char *extension = VELUIndexExtGet(path);
+    const LeftOut why = extension != nullptr ? ExtensionLeftOut(extension) : LeftOut::nothing;
+    LeftOutCount(LeftOutCounted(), why != LeftOut::nothing ? why : LeftOut::unknown);
+}
+
+// A file that no indexer takes may have a row all the same, from other rules or another program. The row of one that is still
+// there stays.
+bool UnindexedRemove(const char *path) {
+    return RuleSetActive() != RuleSet::complete || IsFileExist(path, nullptr) || IndexRowsRemove(path) == 0;
+}
 
 bool IsIndexedBaseName(const char *path) {
     const char *slash = strrchr(path, '/');
@@ -35,11 +53,36 @@ bool IsIndexedPath(const char *path) {
     return IndexHandlerOf(path) != nullptr && IsIndexedBaseName(path);
 }
 
+bool IsLeftOutPath(const char *path) {
+    const NameRules &rules = ActiveWalkRules().index;
+    if (!rules.down_to)
+        return false;
+    IgnoreRules ignore;
+    const LeftOut why = PathLeftOut(rules, path, IsDirExist(path) != 0, &ignore);
+    if (why == LeftOut::nothing)
+        return false;
+    LeftOutCount(LeftOutCounted(), why);
+    return true;
+}
+
 ReadTicket IndexFileHandOver(const char *path) {
-    if (RuleSetActive() != RuleSet::complete || !IsIndexedPath(path))
+    if (RuleSetActive() != RuleSet::complete || !IsIndexedBaseName(path))
         return 0;
-    const ByReader *by = IndexRecipeReader(IndexRecipeOf(IndexHandlerOf(path)->indexer), path);
-    return by != nullptr ? FileHandOver(path, by->first) : 0;
+    const IndexHandler *handler = IndexHandlerOf(path);
+    const ByReader *by =
+        handler != nullptr ? IndexRecipeReader(IndexRecipeOf(handler->indexer), path) : nullptr;
+    return by != nullptr ? FileHandOver(path, by->use) : 0;
+}
+
+void SubtitleFilmsUpdate(const char *path) {
+    if (!IsSubtitle(path))
+        return;
+    for (const std::string &film : FilmsOf(path)) {
+        const IndexHandler *handler = IndexHandlerOf(film.c_str());
+        if (handler != nullptr && IndexRecipeOf(handler->indexer).kind == kMediaVideo &&
+            !IsLeftOutPath(film.c_str()))
+            IndexFileAdd(film.c_str(), kIndexAdd);
+    }
 }
 
 int IndexFileAdd(const char *path, int mode) {
@@ -56,11 +99,13 @@ int IndexFileAdd(const char *path, int mode) {
             DirectoryAdd(path);
         return 0;
     }
-    if (VELUIndexExtGet(path) == nullptr)
-        return -1;
     const IndexHandler *handler = IndexHandlerOf(path);
+    if (handler == nullptr && mode == kIndexAdd)
+        UnindexedCount(path);
+    if (handler == nullptr && mode == kIndexRemove && !UnindexedRemove(path))
+        return -1;
     if (handler == nullptr)
-        return 0;
+        return VELUIndexExtGet(path) == nullptr ? -1 : 0;
     if (mode == kIndexRemove)
         return IndexRecipeRemove(IndexRecipeOf(handler->indexer), path);
     if (!IsIndexedBaseName(path))

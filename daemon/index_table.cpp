@@ -4,6 +4,8 @@
 #include <iterator>
 
 #include "daemon/index.h"
+#include "daemon/walk_rules.h"
+#include "platform/rule_set.h"
 
 constexpr IndexHandler IndexHandlerTable[] = {
     {"mp3", Indexer::music},
@@ -80,10 +82,101 @@ constexpr IndexHandler IndexHandlerTable[] = {
 // 68 extensions and the row that ends them: a lost or doubled line shows here.
 static_assert(std::size(IndexHandlerTable) == 68 + 1);
 
-const IndexHandler *IndexHandlerFind(const char *extension) {
-    for (const IndexHandler *row = IndexHandlerTable; row->extension != nullptr; ++row) {
+// What the rules `complete` know beside them.
+constexpr IndexHandler CompleteHandlerTable[] = {
+    {"opus", Indexer::probed_audio},
+    {"oga", Indexer::probed_audio},
+    {"spx", Indexer::probed_audio},
+    {"wv", Indexer::probed_audio},
+    {"tta", Indexer::probed_audio},
+    {"mpc", Indexer::probed_audio},
+    {"mka", Indexer::probed_audio},
+    {"dsf", Indexer::probed_audio},
+    {"dff", Indexer::probed_audio},
+    {"m4r", Indexer::probed_audio},
+    {"caf", Indexer::probed_audio},
+    {"au", Indexer::probed_audio},
+    {"weba", Indexer::probed_audio},
+    {"w64", Indexer::probed_audio},
+    {"dts", Indexer::probed_audio},
+    {"eac3", Indexer::probed_audio},
+    {"ac4", Indexer::probed_audio},
+    {"thd", Indexer::probed_audio},
+    {"mid", Indexer::probed_audio},
+    {"midi", Indexer::probed_audio},
+    {"3ga", Indexer::probed_audio},
+    {"amr", Indexer::probed_audio},
+    {"webm", Indexer::probed_video},
+    {"ogv", Indexer::probed_video},
+    {"m2v", Indexer::probed_video},
+    {"mxf", Indexer::probed_video},
+    {"f4v", Indexer::probed_video},
+    {"dv", Indexer::probed_video},
+    {"wtv", Indexer::probed_video},
+    {"nut", Indexer::probed_video},
+    {"mk3d", Indexer::probed_video},
+    {"m1v", Indexer::probed_video},
+    {"mpe", Indexer::probed_video},
+    {"mpv", Indexer::probed_video},
+    {"3gpp", Indexer::probed_video},
+    {"h264", Indexer::probed_video},
+    {"hevc", Indexer::probed_video},
+    {"heic", Indexer::photo},
+    {"heif", Indexer::photo},
+    {"avif", Indexer::photo},
+    {"webp", Indexer::photo},
+    {"jxl", Indexer::photo},
+    {"jp2", Indexer::photo},
+    {"svg", Indexer::photo},
+    {"tga", Indexer::photo},
+    {"cr2", Indexer::photo},
+    {"cr3", Indexer::photo},
+    {"crw", Indexer::photo},
+    {"dng", Indexer::photo},
+    {"nef", Indexer::photo},
+    {"nrw", Indexer::photo},
+    {"arw", Indexer::photo},
+    {"srf", Indexer::photo},
+    {"sr2", Indexer::photo},
+    {"orf", Indexer::photo},
+    {"rw2", Indexer::photo},
+    {"raf", Indexer::photo},
+    {"pef", Indexer::photo},
+    {"srw", Indexer::photo},
+    {"x3f", Indexer::photo},
+    {"3fr", Indexer::photo},
+    {"erf", Indexer::photo},
+    {"kdc", Indexer::photo},
+    {"mrw", Indexer::photo},
+    {"raw", Indexer::photo},
+    {"rwl", Indexer::photo},
+    {"iiq", Indexer::photo},
+    {"m3u8", Indexer::playlist},
+    {"pls", Indexer::playlist},
+    {"xspf", Indexer::playlist},
+    {"asx", Indexer::playlist},
+    {"cue", Indexer::playlist},
+    {nullptr, {}},
+};
+
+static_assert(std::size(CompleteHandlerTable) == 72 + 1);
+
+namespace {
+
+const IndexHandler *Find(const IndexHandler *row, const char *extension) {
+    for (; row->extension != nullptr; ++row) {
         if (strcasecmp(row->extension, extension) == 0)
             return row;
     }
     return nullptr;
+}
+
+} // namespace
+
+const IndexHandler *IndexHandlerFind(const char *extension) {
+    if (ExtensionLeftOut(extension) != LeftOut::nothing)
+        return nullptr;
+    const IndexHandler *row = Find(IndexHandlerTable, extension);
+    return row == nullptr && RuleSetActive() == RuleSet::complete ? Find(CompleteHandlerTable, extension)
+                                                                  : row;
 }

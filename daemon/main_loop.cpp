@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "catalogue/file_readers.h"
 #include "daemon/queue.h"
 #include "platform/clock.h"
 #include "platform/limits.h"
@@ -72,6 +73,11 @@ bool QuietSleepIsOver() {
     return false;
 }
 
+// True when a signal has come that no run has answered yet.
+bool IsAsked() {
+    return dirty != 0;
+}
+
 } // namespace
 
 int64_t (*main_loop_clock)() = MonotonicMilliseconds;
@@ -111,6 +117,7 @@ void QueueRetry() {
 void MainLoop() {
     for (;;) {
         sleep(kQuietSleep);
+        FileReadersReap();
         if (signal_count > kSignalsForced) {
             signal_count = 0;
             DatabasesVacuum();
@@ -125,6 +132,8 @@ void MainLoop() {
             QueueRetry();
             break;
         case WakeUp::wait:
+            if (!IsAsked())
+                OlderFilesProcess(IsAsked);
             break;
         }
     }

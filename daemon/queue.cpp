@@ -12,11 +12,14 @@
 #include <unistd.h>
 
 #include "daemon/queue_kept.h"
+#include "daemon/queue_older.h"
 #include "daemon/queue_pass.h"
 #include "daemon/queue_reader.h"
+#include "daemon/queue_start.h"
 #include "platform/file.h"
 #include "platform/handle.h"
 #include "platform/limits.h"
+#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -114,13 +117,18 @@ QueueLeft IndexQueueProcess(QueueOccasion occasion) {
     VELUIndexVideoTableDirtySet(0);
     const bool left_over = BlKLIBFileExist(kQueueWorkingCopy) != 0;
     const bool queued = occasion == QueueOccasion::queued;
+    const bool complete = RuleSetActive() == RuleSet::complete;
     if (queued && !left_over)
         QueueTakeOver();
+    if (complete && !left_over)
+        MachineStartNote();
 
     QueueReader reader;
     QueueReader *copy = (queued || left_over) && WorkingCopyOpen(&reader) ? &reader : nullptr;
     QueuePassEnd end = QueuePass(copy, left_over);
     const bool was_stuck = stuck_since >= 0;
+    if (complete && copy != nullptr && !end.copy_done)
+        MachineStartForget(); // the disk may have failed
     if (copy != nullptr && !end.copy_done)
         end.copy_done = WorkingCopyGivenUp();
     if (end.copy_done)
@@ -133,4 +141,11 @@ QueueLeft IndexQueueProcess(QueueOccasion occasion) {
     }
     // Signals for what was queued while a copy was in the way have been used up.
     return {end.waits, end.waits_newly, was_stuck && end.copy_done && BlKLIBFileExist(kQueueFile)};
+}
+
+void OlderFilesProcess(bool (*stop)()) {
+    VELUIndexMusicTableDirtySet(0);
+    VELUIndexVideoTableDirtySet(0);
+    if (OlderFilesRead(stop) > 0)
+        ServersTell();
 }

@@ -24,3 +24,7 @@ struct QueueLeft {
 //
 // When the copy cannot be read to its end, or the kept file not be written, the copy stays and is done again.
 QueueLeft IndexQueueProcess(QueueOccasion occasion);
+
+// Has files read again that an older revision of the readers has read (queue_older), until `stop` says so, and tells the media
+// servers when there were any.
+void OlderFilesProcess(bool (*stop)());

@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "catalogue/features.h"
+#include "catalogue/listed_name.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
+#include "daemon/index_covers.h"
 #include "daemon/queue_rename.h"
 #include "daemon/storage_away.h"
 #include "daemon/walk_presence.h"
@@ -47,7 +49,10 @@ std::string RowPathOf(const char *path) {
 bool StillExists(const char *path, int line = __builtin_LINE()) {
     // With a slash behind it nothing but a directory would be found.
     const std::string place(PathOfDirectory(path));
-    if (IsDirExist(place.c_str()) || IsFileExist(place.c_str(), nullptr)) {
+    const bool exists = IsDirExist(place.c_str()) || IsFileExist(place.c_str(), nullptr);
+    if (exists && !IsListedName(place.c_str()))
+        return false;
+    if (exists) {
         syslog(LOG_ERR, "%s (%d) Dir or File exists (%s). Skip remove it from database.", kLogName, line,
                path);
         return true;
@@ -85,8 +90,17 @@ bool IsInPlaceOfStorage(const std::string &path, int line = __builtin_LINE()) {
     return true;
 }
 
+// True for what the rules leave out; it has no rows from then on.
+bool IsLeftOutForgotten(const char *path) {
+    if (!IsLeftOutPath(path))
+        return false;
+    if (MediaKnows(path, true) == 1)
+        MediaInfoDBDelete(kMediaTree, path);
+    return true;
+}
+
 void TreeAdd(const char *path) {
-    if (IsInPlaceOfStorage(path))
+    if (IsInPlaceOfStorage(path) || IsLeftOutForgotten(path) || !IsListedName(path))
         return;
     IndexDirWalk(path, kIndexAdd, kWalkBoth);
     const std::string tree = RowPathOf(path);
@@ -106,9 +120,11 @@ void TreeRemove(const char *path) {
 }
 
 void FileAdd(const char *path) {
-    if (IsInPlaceOfStorage(path))
+    if (IsInPlaceOfStorage(path) || IsLeftOutForgotten(path) || !IsListedName(path))
         return;
     const int result = IndexFileAdd(path, kIndexAdd);
+    SubtitleFilmsUpdate(path);
+    CoverFilesUpdate(path);
     if (!IsInPhotoLibrary(path))
         return;
     if (result == 0)
@@ -123,8 +139,21 @@ void FileRemove(const char *path) {
     if (StillExists(path))
         return;
     IndexFileAdd(path, kIndexRemove);
+    SubtitleFilmsUpdate(path);
+    CoverFilesUpdate(path);
     if (IsInPhotoLibrary(path))
         PhotoLibraryFileUpdate(path, kIndexRemove);
+}
+
+void Rename(const QueueRequest &request) {
+    const char *new_path = request.argument.c_str();
+    const char *old_path = request.old_path.c_str();
+    if (IsLeftOutPath(new_path) && RowPathOf(new_path) != RowPathOf(old_path))
+        TreeRemove(old_path);
+    else if (request.again)
+        PathRenameAgain(new_path, old_path);
+    else
+        PathRename(new_path, old_path);
 }
 
 void Reindex(const char *what, bool again) {
@@ -172,10 +201,7 @@ void QueueRequestExecute(const QueueRequest &request) {
         FileRemove(argument);
         break;
     case kCommandRename:
-        if (request.again)
-            PathRenameAgain(argument, request.old_path.c_str());
-        else
-            PathRename(argument, request.old_path.c_str());
+        Rename(request);
         break;
     case kCommandReindex:
         Reindex(argument, request.again);

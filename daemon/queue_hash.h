@@ -9,14 +9,6 @@
 
 #include <vector>
 
-// Hash by FNV-1a, a byte at a time: on the way through a path come the hashes of all directories above it.
-inline constexpr uint64_t kQueueHashStart = 0xcbf29ce484222325;
-
-constexpr uint64_t QueueHashByte(uint64_t hash, char byte) {
-    constexpr uint64_t kPrime = 0x100000001b3;
-    return (hash ^ static_cast<uint8_t>(byte)) * kPrime;
-}
-
 struct QueueHashTable {
     struct Entry {
         uint64_t hash;

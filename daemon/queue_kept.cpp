@@ -12,6 +12,7 @@
 #include "daemon/queue_line.h"
 #include "platform/clock.h"
 #include "platform/file.h"
+#include "platform/hash.h"
 
 int64_t (*kept_clock)() = MonotonicMilliseconds;
 
@@ -37,10 +38,7 @@ bool KeptLineParse(std::string_view text, KeptLine *kept) {
 }
 
 uint64_t HashOf(std::string_view line) {
-    uint64_t hash = kQueueHashStart;
-    for (const char byte : line)
-        hash = QueueHashByte(hash, byte);
-    return hash;
+    return HashText(line);
 }
 
 } // namespace

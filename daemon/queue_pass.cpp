@@ -9,13 +9,18 @@
 #include <string_view>
 
 #include "catalogue/file_readers.h"
+#include "catalogue/playlist_entries.h"
+#include "daemon/index_left_out.h"
 #include "daemon/queue_commands.h"
 #include "daemon/queue_files.h"
 #include "daemon/queue_kept.h"
 #include "daemon/queue_line.h"
+#include "daemon/queue_rename.h"
+#include "daemon/queue_start.h"
 #include "daemon/queue_tell.h"
 #include "daemon/queue_touch.h"
 #include "photo/hand_over_spool.h"
+#include "platform/index/file_state.h"
 #include "platform/limits.h"
 #include "platform/number_set.h"
 #include "platform/rule_set.h"
@@ -43,6 +48,7 @@ struct Pass {
     NumberSet untried;      // requests of the stretch that had to wait
     NumberSet broken_off;   // those that lacked memory
 
+    bool doubted = false; // whether files have the covers that rows say, of what is done again
     bool carried_out = false;
 };
 
@@ -104,6 +110,7 @@ void RequestDo(Pass *pass, const QueueRequest &request) {
     pass->carried_out = true;
     VELUIndexRunPause();
     const TextsScope texts(request.again);
+    const FileTrustScope covers(pass->doubted ? FileTrust::all_but_covers : FileTrust::all);
     QueueRequestExecute(request);
     if (BlVELUIndexRunRequestFailed(pass->number))
         QueueTouchAdd(&pass->met, request);
@@ -232,10 +239,13 @@ void StretchesDo(Pass *pass, QueueReader *copy, bool again, bool *fresh) {
         const off_t begin = copy != nullptr ? copy->offset() : 0;
         VELUIndexRunBegin();
         VELUIndexRunRules(RuleSetActive());
+        pass->doubted = true; // of what is kept, something could not be brought to the disk
         if (first && pass->old_there)
             OldLinesDo(pass);
+        pass->doubted = again && RuleSetActive() == RuleSet::complete && MachineStartedSince();
         if (copy != nullptr)
             CopyLinesDo(pass, copy, again);
+        CatalogueFollow();
         const int end = VELUIndexRunEnd();
         const bool with_old = first && pass->old_there;
         if (with_old || pass->writer.count() > 0 || HasFailures(*pass, end))
@@ -312,12 +322,22 @@ bool LinesKeep(QueueReader *copy) {
 
 } // namespace
 
+// It belongs to the last request, which is done again when it cannot be stored.
+void CatalogueFollow() {
+    if (RuleSetActive() != RuleSet::complete)
+        return;
+    RenamesSettle();
+    if (FileNamesFold() == 0)
+        static_cast<void>(PlaylistsResolve());
+}
+
 QueuePassEnd QueuePass(QueueReader *copy, bool again) {
     const ReadersScope readers;
     QueuePassEnd end;
     try {
         Pass pass;
         PassDo(&pass, copy, again, &end);
+        LeftOutTell();
         return end;
     } catch (const std::bad_alloc &) {
         syslog(LOG_ERR, "%s (%d) Out of memory.", kLogName, __LINE__);

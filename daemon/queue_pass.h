@@ -17,6 +17,9 @@ struct QueuePassEnd {
 // have been worked on before.
 QueuePassEnd QueuePass(QueueReader *copy, bool again);
 
+// Brings in step what follows from the rows of a run, by the rules that keep it; to be called before the run ends.
+void CatalogueFollow();
+
 // Puts the lines from the reader's place up to the file's present end into the kept file, which the next pass begins with.
 // False, logged, when that is not possible; the reader stands where it stood then.
 [[nodiscard]] bool QueueLateLinesKeep(QueueReader *copy);

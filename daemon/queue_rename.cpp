@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "daemon/queue_rename.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "catalogue/features.h"
+#include "catalogue/listed_name.h"
+#include "catalogue/moved_file.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
+#include "daemon/index_covers.h"
 #include "daemon/storage_away.h"
 #include "daemon/walk_reindex.h"
 #include "daemon/walker.h"
@@ -16,7 +21,9 @@
 #include "photo/photo_sync.h"
 #include "photo/rows_gone.h"
 #include "platform/index/file_state.h"
+#include "platform/index/media_move.h"
 #include "platform/path.h"
+#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -27,9 +34,122 @@ void VideoTablesRename(const char *new_path, const char *old_path) {
     PhotoVideoInfoPathRename(kPhotoTableVideoComment, new_path, old_path);
 }
 
+// Where rows have moved to whose files may have gone on from there: that is known when all requests are done.
+std::vector<std::string> moved_to;
+
+// True for what has come to a path since something moved away from it.
+bool IsThereAgain(const char *old_path) {
+    return !PathIsGone(old_path) && IsListedName(old_path);
+}
+
+bool IsGone(const std::string &path) {
+    return PathIsGone(path.c_str()) && !StorageIsAway(path, ShareTargetsGet(), MediaKnows);
+}
+
+// Removes the row of a file that is not where its row has moved to.
+void GoneRowRemove(const std::string &path) {
+    if (IsGone(path))
+        MediaInfoDBDelete(kMediaTree, path.c_str());
+}
+
+// Calls `take` for the path of each media row below a directory, by the rules `complete`. What it does to that row is no matter.
+template <typename Take>
+void RowsBelow(const std::string &directory, Take take) {
+    std::vector<std::string> paths = {directory};
+    while (!paths.empty()) {
+        const std::string behind = paths.back();
+        paths.clear();
+        FileStatesNext(directory, behind,
+                       [&](std::string_view path, auto, auto) { paths.emplace_back(path); });
+        std::ranges::for_each(paths, take);
+    }
+}
+
+// Removes the rows of a directory and of those above it, below `top`, that are gone.
+void GoneDirectoriesForget(std::string directory, const std::string &top) {
+    for (; directory.size() > top.size() && IsGone(directory); directory.resize(directory.rfind('/')))
+        MediaDirectoryForget(directory.c_str());
+}
+
+// Moves the rows under a directory that is there again whose files have moved, and leaves those of files that came later. `again`:
+// those may have their rows already.
+void MovedRowsMove(const char *new_path, const char *directory, bool again) {
+    const std::string from(PathWithoutEndSlashes(directory));
+    const std::string to(PathWithoutEndSlashes(new_path));
+    if (PathIsAtOrUnder(to, from) || PathIsAtOrUnder(from, to)) {
+        RowsBelow(from, GoneRowRemove);
+        return;
+    }
+    moved_to.push_back(to);
+    std::string left;
+    RowsBelow(from, [&](const std::string &path) {
+        const std::string target = to + path.substr(from.size());
+        if (!IsGone(path) && (again || PathIsGone(target.c_str())))
+            return;
+        MovedTreeKeep(target, path);
+        if (const std::string above = path.substr(0, path.rfind('/')); above != left)
+            GoneDirectoriesForget(left = above, from);
+    });
+    MovedAlbumKeep(to, from);
+}
+
+// Moves all rows at and below a path. False when they are to be made anew.
+bool RowsMove(const char *new_path, const char *old_path) {
+    const std::string from(PathWithoutEndSlashes(old_path));
+    const std::string to(PathWithoutEndSlashes(new_path));
+    if (RuleSetActive() != RuleSet::complete || PathIsAtOrUnder(from, to) || PathIsAtOrUnder(to, from))
+        return false;
+    if (IsThereAgain(old_path)) {
+        MovedRowsMove(new_path, old_path, false);
+        return true;
+    }
+    moved_to.push_back(to);
+    return MovedTreeKeep(to, from) == 0;
+}
+
+// Removes the media rows under a directory whose files are gone, or moves them.
+void GoneRowsMove(const char *new_path, const char *directory) {
+    if (RuleSetActive() == RuleSet::complete) {
+        MovedRowsMove(new_path, directory, true);
+        return;
+    }
+    for (int kind = kMediaMusic; kind <= kMediaPlaylist; ++kind) {
+        std::vector<std::string> paths;
+        if (!RowsGoneGet(Catalogue::media, kind, directory, &paths))
+            continue;
+        for (const std::string &path : paths)
+            MediaInfoDBDelete(kind, path.c_str());
+    }
+}
+
+// True for files that are handed to the same reader under the same extension, which may decide how they are read.
+bool AreReadAlike(const char *path, const char *other) {
+    const IndexHandler *handler = IndexHandlerOf(path);
+    return handler != nullptr && handler == IndexHandlerOf(other) &&
+           IndexRecipeReader(IndexRecipeOf(handler->indexer), path) != nullptr;
+}
+
+// Moves the row of a file that need not be read again, or of what is no more at the new path: its next rename comes behind.
+void RowMove(const char *new_path, const char *old_path) {
+    if (RuleSetActive() != RuleSet::complete)
+        return;
+    if (PathIsGone(new_path))
+        RowsMove(new_path, old_path);
+    else if (!IsThereAgain(old_path) && AreReadAlike(new_path, old_path))
+        MovedFileKeep(new_path, old_path);
+}
+
 void FileRename(const char *new_path, const char *old_path) {
+    const bool left_out = IsLeftOutPath(new_path);
+    if (!left_out)
+        RowMove(new_path, old_path);
     IndexFileAdd(old_path, kIndexRemove);
-    IndexFileAdd(new_path, kIndexAdd);
+    if (!left_out)
+        IndexFileAdd(new_path, kIndexAdd);
+    SubtitleFilmsUpdate(old_path);
+    SubtitleFilmsUpdate(new_path);
+    CoverFilesUpdate(old_path);
+    CoverFilesUpdate(new_path);
     if (!IsInPhotoLibrary(new_path))
         return;
     PhotoPathRename(new_path, old_path, 0);
@@ -45,6 +165,8 @@ void TreeRename(const char *new_path, const char *old_path) {
     // A tree that is renamed to itself is indexed anew: what of it cannot be read now is not forgotten.
     if (IsOneTree(new_path, old_path)) {
         SubTreeReindex(new_path);
+    } else if (RowsMove(new_path, old_path)) {
+        IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
     } else {
         IndexDirWalk(old_path, kIndexRemove, kWalkMedia);
         IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
@@ -57,18 +179,14 @@ void TreeRename(const char *new_path, const char *old_path) {
         VideoTablesRename(new_path, old_path);
 }
 
-// Removes the media rows under a directory whose files are gone.
-void GoneRowsRemove(const char *directory) {
-    for (int kind = kMediaMusic; kind <= kMediaPlaylist; ++kind) {
-        std::vector<std::string> paths;
-        if (!RowsGoneGet(Catalogue::media, kind, directory, &paths))
-            continue;
-        for (const std::string &path : paths)
-            MediaInfoDBDelete(kind, path.c_str());
+} // namespace
+
+void RenamesSettle() {
+    for (const std::string &tree : std::exchange(moved_to, {})) {
+        GoneRowRemove(tree);
+        RowsBelow(tree, GoneRowRemove);
     }
 }
-
-} // namespace
 
 void PathRename(const char *new_path, const char *old_path) {
     FileMove move(new_path, old_path);
@@ -86,7 +204,7 @@ void PathRenameAgain(const char *new_path, const char *old_path) {
     }
     if (!PathIsGone(old_path)) {
         FileMove move(new_path, old_path);
-        GoneRowsRemove(old_path);
+        GoneRowsMove(new_path, old_path);
         if (!PathIsGone(new_path))
             IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
         move.Finish();

@@ -8,6 +8,7 @@
 #include "catalogue/features.h"
 #include "catalogue/shares.h"
 #include "daemon/path_rules.h"
+#include "platform/hash.h"
 #include "platform/path.h"
 
 namespace {
@@ -24,14 +25,14 @@ constexpr size_t kVolumeLength = 8;
 template <typename Visit>
 bool PathVisit(std::string_view given, Visit visit) {
     const std::string_view path = PathWithoutEndSlashes(given);
-    uint64_t hash = kQueueHashStart;
+    uint64_t hash = kHashStart;
     for (size_t i = 0; i < path.size(); ++i) {
         const bool slash = path[i] == '/';
         if (slash && i > 0 && path[i - 1] == '/')
             continue;
         if (slash && visit(hash, false))
             return true;
-        hash = QueueHashByte(hash, path[i]);
+        hash = HashByte(hash, path[i]);
     }
     return visit(hash, true);
 }

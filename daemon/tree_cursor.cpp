@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "daemon/path_rules.h"
+#include "daemon/walk_above.h"
 
 namespace {
 
@@ -21,6 +22,7 @@ PlaceEnd EndOf(int error, PlaceEnd otherwise) {
 TreeEvent Left(TreeCursor *cursor, PlaceEnd end, int error, bool whole) {
     cursor->end = end;
     cursor->error = error;
+    cursor->why = LeftOut::nothing;
     cursor->whole = whole && !IsUnread(end);
     if (!cursor->levels.empty()) {
         TreeCursor::Level &above = cursor->levels.back();
@@ -29,12 +31,31 @@ TreeEvent Left(TreeCursor *cursor, PlaceEnd end, int error, bool whole) {
     return TreeEvent::left;
 }
 
+TreeEvent LeftOutByRules(TreeCursor *cursor, LeftOut why) {
+    LeftOutCount(cursor->settings.left_out, why);
+    const TreeEvent event = Left(cursor, PlaceEnd::left_out, 0, true);
+    cursor->why = why;
+    return event;
+}
+
 // Leaves the innermost directory.
 TreeEvent DirectoryLeave(TreeCursor *cursor, PlaceEnd end, int error) {
     const bool whole = cursor->levels.back().whole;
+    IgnoreLeave(&cursor->ignore, cursor->levels.back().path_length);
     cursor->levels.pop_back();
     WalkTrailLeave(&cursor->trail);
     return Left(cursor, end, error, whole);
+}
+
+bool EntryIsIgnored(const TreeCursor &cursor, bool is_directory) {
+    return IsIgnored(cursor.ignore, cursor.path, is_directory);
+}
+
+// Why the directory that the path names is left out, but for what it holds itself. That the walk begins there was asked for.
+LeftOut DirectoryLeftOut(TreeCursor *cursor) {
+    if (cursor->levels.empty())
+        return PathLeftOut(*cursor->settings.rules, cursor->path, true, &cursor->ignore);
+    return EntryIsIgnored(*cursor, true) ? LeftOut::ignored : LeftOut::nothing;
 }
 
 // Makes the directory that the path names the innermost one.
@@ -43,11 +64,15 @@ TreeEvent DirectoryEnter(TreeCursor *cursor, bool by_link) {
         return Left(cursor, PlaceEnd::too_long, ENAMETOOLONG, true);
     if (IsRecyclePath(cursor->path.c_str()) != 0)
         return Left(cursor, PlaceEnd::left_out, 0, true);
-    DirectoryReader reader = {.rules = cursor->settings.rules, .untold = cursor->settings.untold};
+    if (const LeftOut why = DirectoryLeftOut(cursor); why != LeftOut::nothing)
+        return LeftOutByRules(cursor, why);
+    DirectoryReader reader = {.rules = cursor->settings.rules,
+                              .untold = cursor->settings.untold,
+                              .left_out = cursor->settings.left_out};
     if (!DirectoryOpen(&reader, cursor->path.c_str()))
         return Left(cursor, EndOf(reader.error, PlaceEnd::unopened), reader.error, true);
     if (DirectoryIsMarked(reader))
-        return Left(cursor, PlaceEnd::left_out, 0, true);
+        return LeftOutByRules(cursor, LeftOut::marked);
     switch (WalkTrailEnter(&cursor->trail, dirfd(reader.directory.get()), by_link)) {
     case TrailStep::entered:
         break;
@@ -57,6 +82,7 @@ TreeEvent DirectoryEnter(TreeCursor *cursor, bool by_link) {
         return Left(cursor, PlaceEnd::unopened, errno, true);
     }
     cursor->levels.push_back({.reader = std::move(reader), .path_length = cursor->path.size()});
+    IgnoreEnter(&cursor->ignore, cursor->settings.rules->ignore, cursor->path);
     return TreeEvent::entered;
 }
 
@@ -104,9 +130,15 @@ TreeEvent EntryAdvance(TreeCursor *cursor) {
         cursor->kind = exact ? EntryKindGet(&level.reader, *entry) : PathKindGet(cursor->path.c_str());
         cursor->error = exact ? level.reader.missed : ENAMETOOLONG;
         level.whole = level.whole && cursor->error == 0;
-        if (cursor->kind != EntryKind::directory && cursor->kind != EntryKind::linked_directory)
+        const bool directory =
+            cursor->kind == EntryKind::directory || cursor->kind == EntryKind::linked_directory;
+        if (!directory && !EntryIsIgnored(*cursor, false))
             return TreeEvent::entry;
-        if (!IsDirectoryNameLeftOut(*cursor->settings.rules, entry->d_name)) {
+        if (!directory && cursor->settings.tells_ignored)
+            return LeftOutByRules(cursor, LeftOut::ignored);
+        if (!directory) {
+            LeftOutCount(cursor->settings.left_out, LeftOut::ignored);
+        } else if (!IsDirectoryNameLeftOut(*cursor->settings.rules, entry->d_name)) {
             if (cursor->levels.size() >= kWalkOpenLevels)
                 level.reader.directory.reset();
             return DirectoryEnter(cursor, cursor->kind == EntryKind::linked_directory);
@@ -119,6 +151,10 @@ TreeEvent EntryAdvance(TreeCursor *cursor) {
 TreeEvent NamesList(TreeCursor *cursor) {
     TreeCursor::Level &level = cursor->levels.back();
     const bool read = NamesRead(&level.reader, cursor->settings.listed, &cursor->names);
+    if (!cursor->ignore.files.empty())
+        std::erase_if(cursor->names, [&](const std::string &name) {
+            return IsIgnored(cursor->ignore, cursor->path + '/' + name, false);
+        });
     level.reader.directory.reset();
     level.listed = true;
     level.whole = level.whole && std::ranges::all_of(cursor->names, [&](const std::string &name) {

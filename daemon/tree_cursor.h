@@ -13,6 +13,7 @@
 
 #include "daemon/directory_names.h"
 #include "daemon/directory_reader.h"
+#include "daemon/walk_ignore.h"
 #include "daemon/walk_rules.h"
 #include "daemon/walk_trail.h"
 #include "platform/limits.h"
@@ -29,6 +30,8 @@ struct TreeSettings {
     // True: a path that does not fit is cut, and what the cut path names is walked. False: an entry's path is
     // given whole, and a directory with such a path is not entered, but told as `too_long`.
     bool cut = false;
+    LeftOutCounts *left_out = nullptr; // where what the rules leave out is counted, if anywhere
+    bool tells_ignored = false; // entries that a file of patterns names are told as left, like directories
 };
 
 enum class TreeEvent {
@@ -57,8 +60,9 @@ struct TreeCursor {
     EntryKind kind = EntryKind::other;
     std::vector<std::string> names = {};
     PlaceEnd end = PlaceEnd::read;
-    int error = 0;     // why it was not read to its end, or not looked at
-    bool whole = true; // the directory and all below it was read to its end, or is left out
+    int error = 0;                  // why it was not read to its end, or not looked at
+    LeftOut why = LeftOut::nothing; // the rules leave out what was left; nothing: they do not
+    bool whole = true;              // the directory and all below it was read to its end, or is left out
 
     // Where the walk stands.
     struct Level {
@@ -74,9 +78,10 @@ struct TreeCursor {
     bool begun = false;
     std::vector<Level> levels = {}; // the innermost last
     WalkTrail trail = {};           // a step for each level
+    IgnoreRules ignore = {};        // of the levels, and of what is above the tree
 };
 
-// Makes a cursor that goes through the tree at `path`; slashes at its end do not count.
+// Makes a cursor that goes through the tree at `path`, unless the rules leave that out for what is above it; slashes at its end do not count.
 TreeCursor TreeBegin(const char *path, const TreeSettings &settings);
 
 // Goes on to the next event and returns it. What the cursor tells of it holds until the next call.

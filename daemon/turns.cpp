@@ -35,6 +35,7 @@ void DueDo(Turns *turns) {
 Turns::~Turns() {
     for (const Turn &turn : waiting)
         FileGiveUp(turn.ticket);
+    FilesKnownForget();
 }
 
 void TurnWait(Turns *turns, const std::string &path, TurnStep step, ReadTicket ticket) {

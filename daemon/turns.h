@@ -32,8 +32,8 @@ struct Turns {
 // Puts a turn behind the others, and does those whose time has come.
 void TurnWait(Turns *turns, const std::string &path, TurnStep step, ReadTicket ticket);
 
-// Do `step` for a path when it is its turn. For a file that an add hands to a reader, that is when it is read. What the step
-// refers to has to live as long as the walk.
+// Do `step` for a path when it is its turn. For a file that an add hands to a reader, that is when it is read; for one that has
+// not changed since it was, `keep` is done instead. What the steps refer to has to live as long as the walk.
 template <typename Step>
 void TurnTake(Turns *turns, const std::string &path, Step step) {
     if (turns->waiting.empty())
@@ -41,12 +41,19 @@ void TurnTake(Turns *turns, const std::string &path, Step step) {
     else
         TurnWait(turns, path, step, 0);
 }
-template <typename Step>
-void FileTurnTake(Turns *turns, const std::string &path, Step step) {
-    if (const ReadTicket ticket = IndexFileHandOver(path.c_str()); ticket != 0)
+template <typename Step, typename Keep>
+void FileTurnTake(Turns *turns, const std::string &path, Step step, Keep keep) {
+    const ReadTicket ticket = IndexFileHandOver(path.c_str());
+    if (ticket == kUnchangedTicket)
+        TurnTake(turns, path, keep);
+    else if (ticket != 0)
         TurnWait(turns, path, step, ticket);
     else
         TurnTake(turns, path, step);
+}
+template <typename Step>
+void FileTurnTake(Turns *turns, const std::string &path, Step step) {
+    FileTurnTake(turns, path, step, step);
 }
 
 // Does all that waits.

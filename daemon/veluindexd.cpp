@@ -17,6 +17,7 @@
 #include "daemon/queue.h"
 #include "daemon/queue_files.h"
 #include "platform/handle.h"
+#include "platform/own_group.h"
 #include "platform/rule_set.h"
 #include "platform/velusdk.h"
 
@@ -102,6 +103,7 @@ int main(int argc, char **argv) {
     HandlersInstall();
     SignalsHold(SIG_UNBLOCK);
     RuleSetRead();
+    OwnGroupTake();
     DatabasesVacuum();
     FeatureSwitchesRead();
     LeftOversProcess();

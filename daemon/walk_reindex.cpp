@@ -11,6 +11,7 @@
 
 #include "daemon/directory.h"
 #include "daemon/index.h"
+#include "daemon/index_left_out.h"
 #include "daemon/storage_away.h"
 #include "daemon/storage_mounts.h"
 #include "daemon/tree_cursor.h"
@@ -87,9 +88,17 @@ void FileReindex(Reindex *reindex, const std::string &path) {
         RowsKeep(reindex, path, "it could not be read");
 }
 
+void FileKeep(const std::string &path) {
+    VELUIndexRunPause();
+    MediaSweepKeep(path.c_str());
+}
+
 void EntryReindex(Reindex *reindex, Turns *turns, const TreeCursor &cursor) {
     if (cursor.kind == EntryKind::file)
-        FileTurnTake(turns, cursor.path, [=](const std::string &file) { FileReindex(reindex, file); });
+        FileTurnTake(
+            turns, cursor.path, [=](const std::string &file) { FileReindex(reindex, file); }, FileKeep);
+    else
+        LeftOutCount(LeftOutCounted(), cursor.error != 0 ? LeftOut::unseen : LeftOut::special);
     if (const int error = cursor.error; error != 0)
         TurnTake(turns, cursor.path,
                  [=](const std::string &path) { RowsKeep(reindex, path, strerror(error)); });
@@ -132,7 +141,8 @@ void TreeSweep(Reindex *reindex, const char *target) {
         MediaInfoDBDelete(kind, target);
     const SweepScope scope;
     Turns turns;
-    TreeCursor cursor = TreeBegin(target, {.rules = &ActiveWalkRules().index, .cut = true});
+    TreeCursor cursor =
+        TreeBegin(target, {.rules = &ActiveWalkRules().index, .cut = true, .left_out = LeftOutCounted()});
     for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
         if (event == TreeEvent::entered)
             DirectoryEnter(reindex, &turns, &cursor);

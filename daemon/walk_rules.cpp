@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "daemon/walk_rules.h"
 
+#include <strings.h>
+
 #include <algorithm>
 
 #include "platform/limits.h"
+#include "platform/rule_set.h"
 
 namespace {
 
@@ -27,15 +30,63 @@ constexpr WalkRules kApplianceRules = {
     .photo_share = "photo",
 };
 
+// Attributes, recycle bins and what file systems keep for themselves.
+constexpr std::string_view kOfSystems[] = {"@eaDir", "#recycle", "$RECYCLE.BIN", "System Volume Information",
+                                           "lost+found"};
+
+constexpr char kNoMedia[] = ".nomedia";
+constexpr char kIgnoreFile[] = ".veluignore";
+
+constexpr std::string_view kSubtitles[] = {"srt", "ass", "ssa", "sub", "idx", "smi", "psb", "vtt", "sup"};
+constexpr std::string_view kDiscCompanions[] = {"ifo", "bup"};
+
+constexpr std::string_view kCoverNames[] = {"cover", "folder", "front", "album", "albumart"};
+constexpr std::string_view kCoverExtensions[] = {"jpg", "jpeg", "png", "webp"};
+
+constexpr WalkRules kCompleteRules = {
+    .index = {.names = kOfSystems,
+              .prefixes = kHidden,
+              .marker = kNoMedia,
+              .ignore = kIgnoreFile,
+              .down_to = true},
+    .library = {.names = kOfSystems,
+                .prefixes = kHidden,
+                .directory_parts = kAttributeDirectory,
+                .marker = kNoMedia,
+                .ignore = kIgnoreFile,
+                .down_to = true},
+    .albums = {.names = kOfSystems,
+               .prefixes = kHidden,
+               .directory_parts = kAttributeDirectory,
+               .marker = kNoMedia,
+               .ignore = kIgnoreFile},
+    .share_directories = kRecycleBin,
+    .file_prefixes = kHidden,
+    .subtitles = kSubtitles,
+    .companions = kDiscCompanions,
+    .cover_names = kCoverNames,
+    .cover_extensions = kCoverExtensions,
+    .picture_size_min = 1,
+    .picture_size_end = kPhotoSizeEnd,
+    .volume_length = std::string_view("/volume1").size(),
+    .photo_share = "photo",
+};
+
 bool BeginsWithOneOf(NameList prefixes, std::string_view name) {
     return std::ranges::any_of(prefixes,
                                [name](std::string_view prefix) { return name.starts_with(prefix); });
 }
 
+bool IsListedInAnyCase(NameList names, std::string_view name) {
+    return std::ranges::any_of(names, [name](std::string_view listed) {
+        return listed.size() == name.size() && strncasecmp(listed.data(), name.data(), name.size()) == 0;
+    });
+}
+
 } // namespace
 
 const WalkRules &ActiveWalkRules() {
-    return kApplianceRules;
+    return RuleSetActive() == RuleSet::complete ? kCompleteRules : kApplianceRules;
 }
 
 bool IsListed(NameList names, std::string_view name) {
@@ -48,12 +99,24 @@ bool HasPartLeftOut(const NameRules &rules, std::string_view text) {
     });
 }
 
+LeftOut NameLeftOut(const NameRules &rules, std::string_view name) {
+    if (IsListed(rules.names, name))
+        return LeftOut::system;
+    return BeginsWithOneOf(rules.prefixes, name) ? LeftOut::hidden : LeftOut::nothing;
+}
+
 bool IsNameLeftOut(const NameRules &rules, std::string_view name) {
-    return IsListed(rules.names, name) || BeginsWithOneOf(rules.prefixes, name);
+    return NameLeftOut(rules, name) != LeftOut::nothing;
 }
 
 bool IsDirectoryNameLeftOut(const NameRules &rules, std::string_view name) {
     return IsNameLeftOut(rules, name) || IsListed(rules.directory_names, name) || HasPartLeftOut(rules, name);
+}
+
+LeftOut ExtensionLeftOut(std::string_view extension) {
+    if (IsListedInAnyCase(ActiveWalkRules().subtitles, extension))
+        return LeftOut::subtitle;
+    return IsListedInAnyCase(ActiveWalkRules().companions, extension) ? LeftOut::companion : LeftOut::nothing;
 }
 
 bool IsIndexedName(std::string_view name) {

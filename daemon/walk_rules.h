@@ -7,8 +7,31 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <array>
 #include <span>
 #include <string_view>
+
+// Why the rules `complete` leave an entry out.
+enum class LeftOut : uint8_t {
+    nothing,
+    hidden,    // its name begins with "."
+    system,    // so named by systems for what is theirs: attributes, recycle bins, ...
+    marked,    // its directory, or one above, holds ".nomedia"
+    ignored,   // a ".veluignore" names it
+    subtitle,  // belongs to a film
+    companion, // belongs to the files of a disc beside it
+    unknown,   // no extension that is indexed
+    special,   // no regular file, or a link to none
+    unseen,    // it could not be looked at
+};
+
+// How many entries are left out, by the reason: of a directory itself, not of what lies in it.
+using LeftOutCounts = std::array<uint64_t, static_cast<size_t>(LeftOut::unseen) + 1>;
+
+inline void LeftOutCount(LeftOutCounts *counts, LeftOut why) {
+    if (counts != nullptr)
+        ++(*counts)[static_cast<size_t>(why)];
+}
 
 using NameList = std::span<const std::string_view>;
 
@@ -19,6 +42,9 @@ struct NameRules {
     NameList directory_names = {}; // directories so named
     NameList directory_parts = {}; // directories whose names have this anywhere
     const char *marker = nullptr;  // directories that have an entry of this name, if there is such a rule
+    const char *ignore = nullptr;  // the name of files that name entries (daemon/walk_ignore), likewise
+    bool down_to =
+        false; // they also hold for each directory on the way from a share down to what is asked for
 };
 
 struct WalkRules {
@@ -28,6 +54,13 @@ struct WalkRules {
 
     NameList share_directories; // directories right below a share that no walk enters
     NameList file_prefixes;     // files whose names begin so are met by walks, and never indexed
+    NameList subtitles = {};    // extensions of files that belong to a film
+    NameList companions = {};   // and to the films of a disc
+
+    // Pictures that are the covers of what lies beside them: names without extension, and extensions, of either the one that
+    // counts more first. In any case.
+    NameList cover_names = {};
+    NameList cover_extensions = {};
 
     int64_t picture_size_min; // bytes of a picture of the photo library, at least
     int64_t picture_size_end; // and less than
@@ -38,7 +71,7 @@ struct WalkRules {
     std::string_view photo_share; // without regard to case
 };
 
-// Returns the rules that hold in this process.
+// Returns the rules that hold in this process: those of its rule set.
 const WalkRules &ActiveWalkRules();
 
 // True when the list has the name.
@@ -47,11 +80,17 @@ const WalkRules &ActiveWalkRules();
 // True when a name, or any of a path's, has a part that the rules leave out.
 [[nodiscard]] bool HasPartLeftOut(const NameRules &rules, std::string_view text);
 
-// True when the rules leave an entry of this name out, be it a directory or not.
+// Returns why the rules leave an entry of this name out, be it a directory or not.
+LeftOut NameLeftOut(const NameRules &rules, std::string_view name);
+
+// True when they do.
 [[nodiscard]] bool IsNameLeftOut(const NameRules &rules, std::string_view name);
 
 // True when the rules leave a directory of this name out: those for entries, and those for directories alone.
 [[nodiscard]] bool IsDirectoryNameLeftOut(const NameRules &rules, std::string_view name);
+
+// Returns why the rules leave out files of an extension (compared without case); nothing also for an unknown one.
+LeftOut ExtensionLeftOut(std::string_view extension);
 
 // True for the name of a file that may be indexed, if its extension is known: not for the companions that hold
 // resource forks ("._").

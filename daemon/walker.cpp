@@ -7,6 +7,7 @@
 
 #include "catalogue/shares.h"
 #include "daemon/index.h"
+#include "daemon/index_left_out.h"
 #include "daemon/storage_away.h"
 #include "daemon/tree_cursor.h"
 #include "daemon/turns.h"
@@ -22,10 +23,11 @@ namespace {
 
 constexpr char kLogName[] = "index.c";
 
-void FileVisit(const char *path, int mode, int mask) {
+// `kept`: the media catalogue has the file as it is.
+void FileVisit(const char *path, int mode, int mask, bool kept = false) {
     VELUIndexRunPause();
     int result = 0;
-    if (mask & kWalkMedia)
+    if ((mask & kWalkMedia) && !kept)
         result = IndexFileAdd(path, mode);
     if ((mask & kWalkPhotoLibrary) && IsInPhotoLibrary(path) && IsSeen(path)) {
         if (result == 0)
@@ -35,12 +37,22 @@ void FileVisit(const char *path, int mode, int mask) {
     }
 }
 
+// Brings the media catalogue in step with rules that leave a place out by now.
+void PlaceForget(const std::string &place, bool is_file) {
+    if (is_file ? FileMayBeKnown(place.c_str()) : MediaKnows(place, true) == 1)
+        MediaInfoDBDelete(kMediaTree, place.c_str());
+}
+
 void TreeWalk(const char *path, int mode, int mask) {
-    TreeCursor cursor = TreeBegin(path, {.rules = &ActiveWalkRules().index, .cut = true});
+    TreeCursor cursor = TreeBegin(path, {.rules = &ActiveWalkRules().index,
+                                         .cut = true,
+                                         .left_out = LeftOutCounted(),
+                                         .tells_ignored = true});
     const std::vector<std::string> away =
         IsDirExist(path) ? StorageAwayIn(cursor.path, MediaKnows) : std::vector<std::string>();
     const auto add = [&](const std::string &directory) { IndexFileAdd(directory.c_str(), mode); };
     const auto visit = [&](const std::string &file) { FileVisit(file.c_str(), mode, mask); };
+    const auto keep = [&](const std::string &file) { FileVisit(file.c_str(), mode, mask, true); };
     Turns turns;
     for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
         if (event == TreeEvent::entered && std::ranges::find(away, cursor.path) != away.end()) {
@@ -50,9 +62,14 @@ void TreeWalk(const char *path, int mode, int mask) {
             TurnTake(&turns, cursor.path, add);
         } else if (event == TreeEvent::entry && cursor.kind == EntryKind::file) {
             if (mask & kWalkMedia)
-                FileTurnTake(&turns, cursor.path, visit);
+                FileTurnTake(&turns, cursor.path, visit, keep);
             else
                 TurnTake(&turns, cursor.path, visit);
+        } else if (event == TreeEvent::entry) {
+            LeftOutCount(LeftOutCounted(), cursor.error != 0 ? LeftOut::unseen : LeftOut::special);
+        } else if (event == TreeEvent::left && cursor.why != LeftOut::nothing && (mask & kWalkMedia) != 0) {
+            const bool is_file = cursor.kind == EntryKind::file;
+            TurnTake(&turns, cursor.path, [=](const std::string &place) { PlaceForget(place, is_file); });
         } else if (event == TreeEvent::left && IsUnread(cursor.end)) {
             syslog(LOG_ERR, "%s (%d) Failed to open directory %s ", kLogName, __LINE__, cursor.path.c_str());
         }
@@ -101,10 +118,12 @@ int IndexDirWalk(const char *path, int mode, int mask) {
         TreeRemove(path, mask);
         return 0;
     default:
-        if (!IsDirExist(path) && IsFileExist(path, nullptr))
-            FileVisit(path, mode, mask);
-        else
+        if (!IsDirExist(path) && IsFileExist(path, nullptr)) {
+            if (!IsLeftOutPath(path))
+                FileVisit(path, mode, mask);
+        } else {
             TreeWalk(path, mode, mask);
+        }
         return 0;
     }
 }

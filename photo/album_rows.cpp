@@ -59,8 +59,7 @@ int VELUPhotoShareGetFieldValue(const char *album, const char *field, char *out,
     const VELUDBResult *result = VELUIndexRowsResult(rows.get());
     if (VELUDBRowCount(result) < 1)
         return -1;
-    const char *value = VELUDBFetchField(result, 0, field);
-    snprintf(out, size, "%s", value != nullptr ? value : "");
+    snprintf(out, size, "%s", VELUDBFetchText(result, 0, field));
     return 0;
 }
 

@@ -15,9 +15,9 @@ bool SubDirectoriesGet(const char *path, const NameRules &rules, std::vector<std
     std::vector<SubDirectory> found;
     const bool read = DirectoryOpen(&reader, path) && SubDirectoriesRead(&reader, {}, SIZE_MAX, &found);
     for (SubDirectory &directory : found) {
-        if (directory.error == 0)
+        if (directory.error == 0 && !SubDirectoryIsMarked(reader, directory.name))
             names->push_back(std::move(directory.name));
-        else if (unseen != nullptr)
+        else if (directory.error != 0 && unseen != nullptr)
             unseen->push_back(std::move(directory.name));
     }
     errno = reader.error;

@@ -20,7 +20,8 @@ enum class ConfigurationKind {
     program,   // a command of the shell; its first word is the program
     word,      // one of `words`
     any_case,  // the same in whatever case
-    count,     // kCountAuto, or a whole number from 1 on
+    count,     // kAuto, or a whole number from 1 on
+    charset,   // kAuto, or a character set
 };
 
 struct ConfigurationKey {
@@ -33,7 +34,7 @@ struct ConfigurationKey {
     const char *words = ""; // with a blank between them
 };
 
-inline constexpr char kCountAuto[] = "auto";
+inline constexpr char kAuto[] = "auto";
 
 // Chosen when the program is built.
 extern const char kStandardAacDecoder[];
@@ -50,23 +51,29 @@ inline constexpr ConfigurationKey kConfigurationKeys[] = {
      "covers are stored. It is made at first use."},
     {kConfigurationFile, "aacdecoder", kStandardAacDecoder, ConfigurationKind::program, "with each file",
      "The program that is asked about raw AAC files, run by the shell as PROGRAM -i FILE and killed after "
-     "two "
-     "minutes. It has to print the line that veluaacinfo(1) prints, on its standard output; of faad only old "
-     "versions do."},
+     "two minutes. It has to print the line that veluaacinfo(1) prints, on its standard output; of faad only "
+     "old versions do."},
     {kConfigurationFile, "albumdefpublic", "no", ConfigurationKind::any_case, "with each album",
      "yes makes new albums of the photo library public, unless a file VELUPHOTO:PUBLIC was handed over with "
      "them. Without the key they are private, and each new album costs a log line.",
      "yes no"},
     {kConfigurationFile, "rules", "appliance", ConfigurationKind::word, "when the daemon starts",
      "By which rules files are read and catalogued. appliance: as the other programs of a storage appliance "
-     "count on. complete: everything that a file says of itself; these rules are being built and not for "
-     "daily use: so far they make further tables in the media catalogue. Any other word costs a log line "
-     "and counts as appliance.",
+     "count on. complete: everything that files say of themselves, which velureader reads, with further "
+     "tables in the media catalogue; the configuration that comes with a new installation of the package "
+     "says "
+     "so. Any other word costs a log line and counts as appliance.",
      "appliance complete"},
-    {kConfigurationFile, "readers", kCountAuto, ConfigurationKind::count, "with each run",
+    {kConfigurationFile, "readers", kAuto, ConfigurationKind::count, "with each run",
      "Under the rules complete, how many programs read media files at the same time, from 1 to 4; more is 4. "
-     "With auto as many "
-     "as the machine has processors, at most 4. Any other value costs a log line and counts as auto."},
+     "With auto as many as the machine has processors, at most 4. Any other value costs a log line and "
+     "counts as auto."},
+    {kConfigurationFile, "tagcharset", kAuto, ConfigurationKind::charset, "with each run",
+     "Under the rules complete, the character set of text in media files that is not UTF-8 and does not say "
+     "what it is, as old tags have it: CP1251, KOI8-R, GBK, SHIFT_JIS, ISO-8859-2 and the like. With auto "
+     "that of the locale of the daemon, if it has one of single bytes (LANG=ru_RU.KOI8-R); in a UTF-8 "
+     "locale, which says nothing of old tags, ISO-8859-1. Any other value costs a log line and counts as "
+     "auto. What has been catalogued is read anew after T:file_state."},
     {kDefaultsFile, "supportphoto", "no", ConfigurationKind::word, "when the daemon starts",
      "yes switches the photo library on.", "yes no"},
     {kDefaultsFile, "supportcinehall", "no", ConfigurationKind::word, "when the daemon starts",

@@ -46,33 +46,39 @@ inline FdHandle RegularFileOpen(const char *path, uint64_t *size) noexcept {
 
 // Reads up to `size` bytes at `offset`, in one call, and returns what FileReadSome returns. Where the
 // descriptor stands does not count and does not change.
-[[nodiscard]] inline ssize_t FileReadSomeAt(const FdHandle &file, uint64_t offset, void *out,
-                                            size_t size) noexcept {
+[[nodiscard]] inline ssize_t FileReadSomeAt(int fd, uint64_t offset, void *out, size_t size) noexcept {
     if (offset > INT64_MAX) {
         errno = EINVAL;
         return -1;
     }
     ssize_t got = 0;
     do {
-        got = pread(file.get(), out, size, static_cast<off_t>(offset));
+        got = pread(fd, out, size, static_cast<off_t>(offset));
     } while (got < 0 && errno == EINTR);
     return got;
+}
+[[nodiscard]] inline ssize_t FileReadSomeAt(const FdHandle &file, uint64_t offset, void *out,
+                                            size_t size) noexcept {
+    return FileReadSomeAt(file.get(), offset, out, size);
 }
 
 // Reads `size` bytes at `offset`, in as many calls as it takes. Returns how many there were; fewer than asked for
 // mean the file's end (`failure`, unless null, becomes 0) or a failure (it becomes the error number).
-inline size_t FileReadUpTo(const FdHandle &file, uint64_t offset, void *out, size_t size,
-                           int *failure = nullptr) noexcept {
+inline size_t FileReadUpTo(int fd, uint64_t offset, void *out, size_t size, int *failure = nullptr) noexcept {
     size_t done = 0;
     ssize_t got = 1;
     while (done < size && got > 0) {
-        got = FileReadSomeAt(file, offset + done, static_cast<uint8_t *>(out) + done, size - done);
+        got = FileReadSomeAt(fd, offset + done, static_cast<uint8_t *>(out) + done, size - done);
         if (got > 0)
             done += static_cast<size_t>(got);
     }
     if (failure != nullptr)
         *failure = got < 0 ? errno : 0;
     return done;
+}
+inline size_t FileReadUpTo(const FdHandle &file, uint64_t offset, void *out, size_t size,
+                           int *failure = nullptr) noexcept {
+    return FileReadUpTo(file.get(), offset, out, size, failure);
 }
 
 // Reads `size` bytes at `offset`. False when the file ends before or cannot be read.
@@ -81,10 +87,9 @@ inline size_t FileReadUpTo(const FdHandle &file, uint64_t offset, void *out, siz
 }
 
 // Writes all of the bytes at `offset`. False, with the reason in errno, when not all of them could be written.
-[[nodiscard]] inline bool FileWriteAt(const FdHandle &file, uint64_t offset,
-                                      std::string_view bytes) noexcept {
+[[nodiscard]] inline bool FileWriteAt(int fd, uint64_t offset, std::string_view bytes) noexcept {
     while (!bytes.empty()) {
-        const ssize_t put = pwrite(file.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        const ssize_t put = pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(offset));
         if (put > 0) {
             offset += static_cast<uint64_t>(put);
             bytes.remove_prefix(static_cast<size_t>(put));
@@ -96,6 +101,10 @@ inline size_t FileReadUpTo(const FdHandle &file, uint64_t offset, void *out, siz
         }
     }
     return true;
+}
+[[nodiscard]] inline bool FileWriteAt(const FdHandle &file, uint64_t offset,
+                                      std::string_view bytes) noexcept {
+    return FileWriteAt(file.get(), offset, bytes);
 }
 
 // Brings what has happened to the names in a folder to the disk. False, with the reason in errno, on failure.

@@ -176,6 +176,11 @@ inline constexpr int kReadersMax = 4;
 inline constexpr size_t kReaderAheadFiles = 32;
 inline constexpr size_t kReaderAheadBytes = size_t{8} << 20;
 
+// Pictures that are kept to tell whether the next file has the same one, and their bytes. The songs of an album come one after
+// the other, those of several albums where these lie in one directory; each picture of the same size is read to be compared.
+inline constexpr size_t kReaderPicturesMax = 8;
+inline constexpr size_t kReaderPicturesBytes = size_t{4} << 20;
+
 // Turns of a walk that wait: the files above, and a few directories between them.
 inline constexpr size_t kTurnsMax = 64;
 
@@ -202,8 +207,9 @@ inline constexpr int kReaderKilledStartsMax = 100;
 // Files after which a reader is replaced, so that what a library never gives back does not add up.
 inline constexpr int kReaderFilesMax = 4096;
 
-// Files that the others are handed while a reader has nothing to do, before it gives way to one of the other kind.
-inline constexpr uint32_t kReaderIdleFiles = 64;
+// Files that the others are handed while a reader has nothing to do, before it gives way to one of the other kind. To start the
+// reader of films again takes the processor time of some three hundred songs.
+inline constexpr uint32_t kReaderIdleFiles = 256;
 
 // Readers that may end while they are at a file before it is blamed, because the file before may have been the reason; and
 // that somebody else may kill, which an administrator does, or the kernel when memory is short: of a machine that is out of
@@ -248,6 +254,9 @@ inline constexpr int64_t kSoundWalkMax = int64_t{256} << 20;
 // Chunks of a WAV, AIFF or DSDIFF file and of a list in it, and objects of an ASF header; ordinary files hold under twenty.
 inline constexpr int kSoundChunksMax = 4096;
 
+// Bytes of one packet of an ASF file, of which some are looked into for a bit rate; encoders write from 1 to 16 KiB.
+inline constexpr uint64_t kSoundAsfPacketMax = 65536;
+
 // Boxes of an MP4 file: an hour in fragments of half a second has 65 thousand.
 inline constexpr int kSoundBoxesMax = 1 << 17;
 
@@ -282,6 +291,12 @@ inline constexpr int kFilmMessagesMax = 65536;
 // opened again at the place reached, so that the depth of a tree costs no descriptors. Real trees are rarely
 // deeper, and an open directory is the surer place.
 inline constexpr size_t kWalkOpenLevels = 16;
+
+// Bytes that are read of a file which says what is not to be catalogued, its patterns together with those of the directories
+// above it, and the bytes of one: a name has 255. People write some tens; each is tried on each name.
+inline constexpr size_t kIgnoreFileMax = size_t{64} << 10;
+inline constexpr size_t kIgnorePatternsMax = 256;
+inline constexpr size_t kIgnorePatternMax = 256;
 
 // How often a walk enters a directory anew that a link below another link has led into before. People link the same
 // album from several collections, and it has rows at each place; directories full of links to one another could be
@@ -343,7 +358,7 @@ inline constexpr uint32_t kContentRowsMax = 512;
 
 // --- Photos ------------------------------------------------------------------------------------------------
 
-// What the library for photos may read of one file: the metadata and previews of the largest raw photos take some
+// What the library for photos may read of one file, and what is gone through of a GIF: the metadata and previews of the largest raw photos take some
 // megabytes. And in so many parts: it looks at single bytes, some thousands of them in an ordinary JPEG.
 inline constexpr uint64_t kPhotoBytesMax = uint64_t{32} << 20;
 inline constexpr uint32_t kPhotoReadsMax = 1U << 20;
@@ -357,7 +372,7 @@ inline constexpr int64_t kPhotoViewMax = int64_t{256} << 20;
 // Directories of a TIFF: raw photos have about ten, scans of whole books one a page.
 inline constexpr uint32_t kPhotoDirectoriesMax = 64;
 
-// Boxes that a picture's file consists of, and parts of an X3F: some tens.
+// Boxes that a picture's file consists of, parts of an X3F, and segments in front of a code stream: some tens.
 inline constexpr size_t kPhotoBoxesMax = 1024;
 
 // Where a drawing's size is looked for. Comments and definitions in front of it take a few kilobytes.

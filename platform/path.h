@@ -43,6 +43,9 @@ struct PathRange {
     std::string high;
 };
 
+// No path has a smaller byte: with it behind a path begins what comes after that in this order.
+inline constexpr char kLeastPathByte = '\x01';
+
 [[nodiscard]] inline PathRange RangeUnder(const std::string &directory) {
     constexpr char kBehindSlash = '/' + 1;
     return {directory + '/', directory + kBehindSlash};

@@ -12,6 +12,9 @@ enum class RuleSet {
 // `appliance`, which also holds where nobody has called this: tools follow no rules.
 void RuleSetRead();
 
+// The same for the daemon's companions, whose rules follow its own: without a line.
+void RuleSetFollow();
+
 // Returns what the configuration says at this moment, without a line: what the next start of the daemon will read.
 [[nodiscard]] RuleSet RuleSetConfigured();
 

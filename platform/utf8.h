@@ -66,6 +66,15 @@ struct Utf8Lead {
     return Utf8::kCharacter;
 }
 
+// Returns as many characters off the front of valid text as fit into `size` bytes.
+[[nodiscard]] constexpr std::string_view Utf8Front(std::string_view text, size_t size) {
+    if (text.size() <= size)
+        return text;
+    while (size > 0 && Utf8IsContinuation(text[size]))
+        --size;
+    return text.substr(0, size);
+}
+
 // Appends a character, which is no surrogate and at most U+10FFFF.
 inline void Utf8Append(std::string *text, char32_t character) {
     const auto append = [text](char32_t byte) { text->push_back(static_cast<char>(byte)); };

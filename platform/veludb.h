@@ -132,6 +132,9 @@ int VELUDBFetchRow(const VELUDBResult *result, int *row);
 // Returns the field of a row by column name, owned by the result; null for NULL, an unknown column or row.
 const char *VELUDBFetchField(const VELUDBResult *result, int row, const char *column);
 
+// Returns what VELUDBFetchField does, but an empty text instead of null.
+const char *VELUDBFetchText(const VELUDBResult *result, int row, const char *column);
+
 // Makes `length` bytes of `in` safe between the single quotes of an SQL literal, on both engines. `out` must
 // hold 2 x length + 1 bytes. Returns the length written without the terminator, or -1 for a missing argument.
 int VELUDBEscapeString(char *out, const char *in, size_t length);

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "reader/input.h"
 
-#include <errno.h>
 #include <string.h>
-#include <unistd.h>
 
 #include <algorithm>
 
+#include "platform/file.h"
 #include "platform/limits.h"
 
 namespace {
@@ -15,17 +14,10 @@ namespace {
 constexpr int64_t kPage = 4096;
 
 size_t ReadFully(ReaderInput *input, int64_t offset, std::span<std::byte> out) {
-    size_t done = 0;
-    while (done < out.size()) {
-        const ssize_t got = pread(input->fd, out.data() + done, out.size() - done,
-                                  static_cast<off_t>(offset) + static_cast<off_t>(done));
-        if (got > 0) {
-            done += static_cast<size_t>(got);
-        } else if (got == 0 || errno != EINTR) {
-            input->failed = input->failed || got < 0;
-            break;
-        }
-    }
+    int failure = 0;
+    const size_t done =
+        FileReadUpTo(input->fd, static_cast<uint64_t>(offset), out.data(), out.size(), &failure);
+    input->failed = input->failed || failure != 0;
     return done;
 }
 

@@ -21,7 +21,11 @@ ReadOutcome PhotoFactsRead(ReaderInput *input, ContentFormat format, FactList *f
 // libavformat: films, and sound that TagLib does not know.
 ReadOutcome FilmFactsRead(ReaderInput *input, ContentFormat format, FactList *facts, PictureSink *picture);
 
+// What a playlist names, and says of itself.
+ReadOutcome PlaylistEntriesRead(ReaderInput *input, FactList *facts, EntryList *entries);
+
 // Load what the libraries would look for later (code pages, tables), while files can still be opened.
 void SoundReaderWarm();
 void PhotoReaderWarm();
 void FilmReaderWarm();
+void PlaylistReaderWarm();

@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "platform/index/catalogue_copy.h"
+#include "platform/own_group.h"
+#include "platform/rule_set.h"
 #include "tools/shared/command_line.h"
 #include "tools/shared/help_text.h"
 
@@ -55,6 +57,8 @@ int main(int argc, char **argv) {
         break;
     }
     openlog("velumovedb", LOG_PERROR, LOG_DAEMON); // the libraries tell the log what has failed
+    RuleSetFollow();
+    OwnGroupTake();
     std::vector<TableCopied> copied;
     if (CatalogueCopy(catalogue == "media" ? Catalogue::media : Catalogue::photo, UriOf(from).c_str(),
                       UriOf(to).c_str(), &copied) != 0) {

@@ -8,12 +8,15 @@ import sqlite3
 import subprocess
 import tempfile
 
-from corpus import music_files
+from corpus import music_files, without_webm
 
 TREE = pathlib.Path(__file__).resolve().parents[2]
 MEASURE = pathlib.Path(__file__).resolve().with_name("measure.py")
 BINARIES = TREE / "build/release/bin"
 TIMEOUT = 1800
+
+# Of the rules `complete`.
+READERS = 2
 
 # Servers get a network of their own that holds nothing but the loopback.
 ALONE = ["/usr/bin/unshare", "-n", "/bin/sh", "-c", 'ip link set lo up && exec "$0" "$@"']
@@ -88,21 +91,50 @@ class Floor(Contender):
         return int(re.match(r"(\d+) files", (root / "tmp/output").read_text())[1])
 
 
+class Libraries(Contender):
+    """What the readers' libraries cost alone."""
+    name = "libraries"
+    program = BINARIES / "peers_libraries"
+
+    @staticmethod
+    def takes(kind):
+        return kind != "photo-library"
+
+    def prepare(self, _root, kind):
+        return {"arguments": [str(self.program), share_of(kind), "/tmp/begun"], "end": "exit", "begin": "/tmp/begun"}
+
+    @staticmethod
+    def indexed(root, _told):
+        return int(re.match(r"(\d+) files", (root / "tmp/output").read_text())[1])
+
+
 class Velu(Contender):
-    name = "veluindexd"
+    """The daemon by one of its rule sets."""
     program = BINARIES / "veluindexd"
+
+    def __init__(self, name, rules):
+        self.name, self.rules = name, rules
 
     def prepare(self, root, kind):
         """What waits in the queue at the start is done at once: no time passes between the start and the run."""
+        (root / "etc").mkdir()
+        (root / "etc/veluinfo.conf").write_text(f'rules="{self.rules}"\nreaders="{READERS}"\n')
         library = "yes" if kind == "photo-library" else "no"
         (root / "etc.defaults/veluinfo.conf").write_text(f'supportphoto="{library}"\nsupportcinehall="no"\n')
-        (root / "var/spool/velu_indexing_queue").write_text(f"A:{share_of(kind)}\n")
+        return self.again(root, f"A:{share_of(kind)}")
+
+    def again(self, root, line):
+        """The same with the catalogue that it has by then."""
+        (root / "var/spool/velu_indexing_queue").write_text(f"{line}\n")
         return {"arguments": [str(self.program)], "end": "signal", "begin": "/var/spool/velu_indexing_queue"}
 
     @staticmethod
     def indexed(root, _told):
         media = " + ".join(f"(select count(*) from {table})" for table in ("music", "video", "photo"))
         return count(root / "var/lib/velu/mediaserver.db", f"select {media}")
+
+    def expected(self, kind, files):
+        return files if self.rules == "complete" else without_webm(kind, files)
 
 
 class Minidlna(Contender):
@@ -123,6 +155,10 @@ class Minidlna(Contender):
     def indexed(root, _told):
         return count(root / "tmp/minidlna/files.db", "select count(*) from DETAILS where MIME is not null")
 
+    @staticmethod
+    def expected(kind, files):
+        return without_webm(kind, files)
+
 
 class Mpd(Contender):
     name = "mpd"
@@ -130,11 +166,17 @@ class Mpd(Contender):
 
     @staticmethod
     def takes(kind):
-        return not kind.startswith("photo") and kind != "mixed"
+        return not kind.startswith(("photo", "film")) and kind != "mixed"
 
     def prepare(self, root, kind):
         file = set_up(root, self.name, MPD_CONFIGURATION, kind)
         return {"arguments": [*ALONE, str(self.program), "--no-daemon", file], "end": "update",
+                "path": "/tmp/mpd/socket", "begin": "/tmp/mpd/socket"}
+
+    def again(self, root, _line):
+        """The same with the database that it has by then, which it has to be told to look after."""
+        (root / "tmp/mpd/socket").unlink(missing_ok=True)
+        return {"arguments": [*ALONE, str(self.program), "--no-daemon", "/tmp/mpd.conf"], "end": "update", "ask": "update",
                 "path": "/tmp/mpd/socket", "begin": "/tmp/mpd/socket"}
 
     @staticmethod
@@ -146,26 +188,40 @@ class Mpd(Contender):
         return music_files(kind, files)
 
 
-CONTENDERS = (Velu(), Minidlna(), Mpd(), Floor())
+CONTENDERS = (Velu("complete", "complete"), Libraries(), Velu("veluindexd", "appliance"), Minidlna(), Mpd(), Floor())
 
 
-def measure(contender, tree, kind, files, roots):
+# With a real-time priority of the lowest kind, so that whatever else the machine does waits meanwhile.
+AHEAD_OF_ALL = ("/usr/bin/chrt", "--rr", "1")
+
+
+def measure(contender, tree, kind, files, roots, ahead=False):
     """One cold run over a tree: seconds of wall and processor time, and the peak of memory. The run's files stay in a
     folder below `roots`: file systems are slow to give out the inodes of files that have just been deleted."""
-    if not contender.program.exists():
-        raise BenchError(f"{contender.program} is missing: run `scripts/deps bench` and build veluindexd and peers_floor")
-    root = pathlib.Path(tempfile.mkdtemp(prefix="run-", dir=roots))
-    for folder in ("tmp", "etc.defaults", "var/spool"):
-        (root / folder).mkdir(parents=True)
-    request = {**contender.prepare(root, kind), "timeout": TIMEOUT}
-    environment = {**os.environ, "SANDBOX_ROOT": str(root), "SANDBOX_BIND": f"{tree}\n{share_of(kind)}"}
-    done = subprocess.run([TREE / "tests/sandbox", "/usr/bin/python3", "-S", MEASURE, json.dumps(request)],
-                          env=environment, capture_output=True, text=True, check=False)
-    output = root / "tmp/output"
-    if done.returncode:
-        raise BenchError(f"{contender.name}: {done.stderr}{output.read_text() if output.exists() else ''}")
-    told = json.loads(done.stdout)
+    root = new_root(roots)
+    told = measure_in(root, contender, contender.prepare(root, kind), tree, kind, ahead)
     found, expected = contender.indexed(root, told), contender.expected(kind, files)
     if found != expected:
         raise BenchError(f"{contender.name} has indexed {found} of {expected} files of {tree}")
     return told
+
+
+def new_root(roots):
+    """A folder for the files of a run, or of several of one program."""
+    root = pathlib.Path(tempfile.mkdtemp(prefix="run-", dir=roots))
+    for folder in ("tmp", "etc.defaults", "var/spool"):
+        (root / folder).mkdir(parents=True)
+    return root
+
+
+def measure_in(root, contender, request, tree, kind, ahead=False):
+    """One run in a folder of files, as the request says."""
+    if not contender.program.exists():
+        raise BenchError(f"{contender.program} is missing: run `scripts/deps bench` and build veluindexd and peers_floor")
+    environment = {**os.environ, "SANDBOX_ROOT": str(root), "SANDBOX_BIND": f"{tree}\n{share_of(kind)}"}
+    done = subprocess.run([*(AHEAD_OF_ALL if ahead else ()), TREE / "tests/sandbox", "/usr/bin/python3", "-S", MEASURE, json.dumps({**request, "timeout": TIMEOUT})],
+                          env=environment, capture_output=True, text=True, check=False)
+    output = root / "tmp/output"
+    if done.returncode:
+        raise BenchError(f"{contender.name}: {done.stderr}{output.read_text() if output.exists() else ''}")
+    return json.loads(done.stdout)

@@ -10,7 +10,7 @@ from mutagen.id3 import APIC, ID3, TALB, TCON, TDRC, TIT2, TPE1, TRCK
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests/system"))
 from harness import media  # noqa: E402
 
-KINDS = ("mp3", "mp3-cover", "mp3-long", "flac", "photo", "mixed")
+KINDS = ("mp3", "mp3-cover", "mp3-long", "flac", "photo", "film", "mixed")
 FILES_OF_A_FOLDER = 16
 LONG_SECONDS = 240
 
@@ -20,6 +20,19 @@ DATE = b"2009:03:07 08:09:10"
 
 # Of twenty files of the mixed tree: music mostly, with a cover here and there, photos, a few of other formats.
 MIX = ("mp3",) * 8 + ("mp3-cover",) * 2 + ("flac",) * 3 + ("photo",) * 5 + ("m4a",) + ("avi",)
+
+# Films as people have them, short: what a header says of them all that is wanted.
+FILM_SECONDS = 5
+FILM_PICTURE = ("-f", "lavfi", "-i", f"testsrc2=size=320x240:rate=25:duration={FILM_SECONDS}", "-f", "lavfi", "-i",
+                f"aevalsrc=0.3*sin(440*2*PI*t)|0.2*sin(554*2*PI*t):s=48000:d={FILM_SECONDS}")
+H264 = ("-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-threads", "1")
+FILMS = {
+    "mp4": (*H264, "-c:a", "aac"),
+    "mkv": (*H264, "-c:a", "aac"),
+    "avi": ("-c:v", "mpeg4", "-q:v", "8", "-c:a", "libmp3lame", "-b:a", "128k"),
+    "mov": (*H264, "-c:a", "aac"),
+    "webm": ("-c:v", "libvpx-vp9", "-deadline", "realtime", "-cpu-used", "8", "-b:v", "200k", "-c:a", "libopus"),
+}
 
 
 def make_bases(folder):
@@ -54,6 +67,10 @@ def make_bases(folder):
     media.audio(f"{folder}/base.m4a", music[0], title=TITLE.decode())
     media.clip(f"{folder}/base.avi", "-c:v", "mpeg4", "-c:a", "mp3", title=TITLE.decode())
     bases["m4a"], bases["avi"] = [f"{folder}/base.m4a"], [f"{folder}/base.avi"]
+    for name, options in FILMS.items():
+        film = f"{folder}/film.{name}"
+        media.ffmpeg(*FILM_PICTURE, *options, "-metadata", f"title={TITLE.decode()}", film)
+        bases[f"film.{name}"] = [film]
     return {name: [pathlib.Path(path).read_bytes() for path in paths] for name, paths in bases.items()}
 
 
@@ -90,7 +107,8 @@ def write_photo(path, number, base):
 def write_file(folder, number, form, bases):
     choice = bases["mp3" if form == "mp3-cover" else form]
     base = choice[number % len(choice)]
-    path = folder / f"{number:06}.{ {'mp3-cover': 'mp3', 'mp3-long': 'mp3', 'photo': 'jpg'}.get(form, form)}"
+    extension = {"mp3-cover": "mp3", "mp3-long": "mp3", "photo": "jpg"}.get(form, form.removeprefix("film."))
+    path = folder / f"{number:06}.{extension}"
     if form.startswith("mp3"):
         write_mp3(path, number, base, bases["cover"][number % 3] if form == "mp3-cover" else None)
     elif form == "flac":
@@ -102,6 +120,8 @@ def write_file(folder, number, form, bases):
 
 
 def form_of(kind, number):
+    if kind == "film":
+        return f"film.{list(FILMS)[number % len(FILMS)]}"
     return MIX[number * 7 % len(MIX)] if kind == "mixed" else kind
 
 
@@ -111,7 +131,12 @@ def folder_of(number):
 
 def music_files(kind, files):
     """How many of a corpus are music, and so of a music player's concern."""
-    return 0 if kind == "photo" else sum(form_of(kind, number) not in ("photo", "avi") for number in range(files))
+    return sum(form_of(kind, number).startswith(("mp3", "flac", "m4a")) for number in range(files))
+
+
+def without_webm(kind, files):
+    """How many of a corpus those index that do not know WebM."""
+    return sum(form_of(kind, number) != "film.webm" for number in range(files))
 
 
 class Corpora:

@@ -4,8 +4,8 @@
 The argument is a JSON object: `arguments` of the program; `end`, which tells what says that the scan is over (exit;
 signal: SIGUSR1 to this process, whose id is in the pid file of the media server; line: a `text` in the file `path`;
 update: the music player at the socket `path` has no update running); `begin`, a file that shows that the scan has begun
-by going, by coming or, with a `begin_text`, by holding that (without it the scan begins with the program); and
-`timeout`. Prints a JSON object.
+by going, by coming or, with a `begin_text`, by holding that (without it the scan begins with the program); what to
+`ask` the music player for first; and `timeout`. Prints a JSON object.
 """
 import ctypes
 import json
@@ -29,11 +29,10 @@ MEMORY_TICK = 0.05
 
 
 class Peaks:
-    """The largest resident size of any process that was started, by the kernel's own high-water marks."""
+    """The largest resident size of each program that was started, by the kernel's own high-water marks."""
 
     def __init__(self):
-        self.kilobytes = 0
-        self.program = ""
+        self.kilobytes = {}
         self.next = 0
         self.others = {1, os.getpid(), os.getppid()}
 
@@ -51,8 +50,9 @@ class Peaks:
                 continue
             found = re.search(r"^VmHWM:\s*(\d+)", text, re.MULTILINE)
             # Between fork and exec a process is still the one that measures.
-            if found and not text.startswith("Name:\tpython3") and int(found[1]) > self.kilobytes:
-                self.kilobytes, self.program = int(found[1]), text.split("\n", 1)[0].split("\t")[1]
+            program = text.split("\n", 1)[0].split("\t")[1]
+            if found and program != "python3":
+                self.kilobytes[program] = max(int(found[1]), self.kilobytes.get(program, 0))
 
 
 def ended_by_line(path, text):
@@ -81,8 +81,9 @@ class Begin:
 class Player:
     """The music player's socket: asked for its state once it listens, then waited on for a change of it."""
 
-    def __init__(self, path):
+    def __init__(self, path, ask):
         self.path = path
+        self.ask = ask
         self.socket = None
         self.songs = 0
 
@@ -106,6 +107,8 @@ class Player:
                 return False
             self.socket = connection
             self.socket.recv(1 << 16)
+            if self.ask:
+                self._ask(self.ask)
         # It starts an update by itself when it has no database.
         if "updating_db" not in self._ask("status"):
             self.songs = int(re.search(r"^songs: (\d+)", self._ask("stats"), re.MULTILINE)[1])
@@ -125,7 +128,7 @@ class Player:
 def wait(request, child, peaks, begin):
     """Returns when the scan is over, with what else is to be told of it."""
     limit = time.monotonic() + request["timeout"]
-    player = Player(request["path"]) if request["end"] == "update" else None
+    player = Player(request["path"], request.get("ask")) if request["end"] == "update" else None
     while time.monotonic() < limit:
         peaks.look()
         begin.look()
@@ -184,7 +187,7 @@ def main():
     stop_all(peaks)
     used = resource.getrusage(resource.RUSAGE_CHILDREN)
     print(json.dumps({"wall": end - begin.time, "cold": end - start, "cpu": used.ru_utime + used.ru_stime, "user": used.ru_utime,
-                      "system": used.ru_stime, "peak_kb": peaks.kilobytes, "largest": peaks.program, **told}))
+                      "system": used.ru_stime, "peak_kb": max(peaks.kilobytes.values(), default=0), "peaks": peaks.kilobytes, **told}))
 
 
 main()

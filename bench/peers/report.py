@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """What was measured, as a table of text with its ratios and as a plot of the growth."""
 
-OWN, FLOOR = "veluindexd", "floor"
+OWN, LIBRARIES, FLOOR = ("complete", "veluindexd"), "libraries", "floor"
 
 
 def per_thousand(result):
@@ -16,7 +16,12 @@ def peak_text(name, figures):
 
 def best_peer(results, key):
     """The best figure of the peers, or None where there is none."""
-    return min((per_thousand(result)[key] for name, result in results.items() if name not in (OWN, FLOOR)), default=None)
+    return min((per_thousand(result)[key] for name, result in results.items() if name not in (*OWN, LIBRARIES, FLOOR)), default=None)
+
+
+def peaks_text(result):
+    """Of each program of one, the main one first, which is named like its contender or else."""
+    return " + ".join(f"{kilobytes / 1024:.1f}" for kilobytes in result["peaks"].values())
 
 
 def table(main):
@@ -33,17 +38,31 @@ def table(main):
 
 
 def ratios(main):
-    lines = ["| corpus | speed, times the best peer | CPU per file, of the best peer's | peak, of the smallest peer's | "
+    lines = ["| corpus | rules | speed, times the best peer | CPU per file, of the best peer's | peak, of the smallest peer's | "
              "CPU, times the floor |",
-             "| --- | ---: | ---: | ---: | ---: |"]
+             "| --- | --- | ---: | ---: | ---: | ---: |"]
     for kind, results in main.items():
-        own = per_thousand(results[OWN])
-        floor = own["cpu"] / per_thousand(results[FLOOR])["cpu"]
-        if best_peer(results, "wall") is None:
-            lines.append(f"| {kind} | - | - | - | {floor:.1f} |")
+        for name in (name for name in OWN if name in results):
+            own = per_thousand(results[name])
+            floor = f"{own['cpu'] / per_thousand(results[FLOOR])['cpu']:.1f}" if FLOOR in results else "-"
+            peers = "- | - | -" if best_peer(results, "wall") is None else \
+                " | ".join(f"{best_peer(results, key) / own[key] if key == 'wall' else own[key] / best_peer(results, key):.2f}"
+                           for key in ("wall", "cpu", "peak"))
+            lines.append(f"| {kind} | {'appliance' if name == OWN[1] else name} | {peers} | {floor} |")
+    return "\n".join(lines)
+
+
+def walls(main):
+    """What stands between the libraries and the rows."""
+    lines = ["| corpus | libraries alone, files/s | rules complete, files/s | times | CPU beside the libraries', µs / file | peaks MB |",
+             "| --- | ---: | ---: | ---: | ---: | --- |"]
+    for kind, results in main.items():
+        if LIBRARIES not in results or OWN[0] not in results:
             continue
-        lines.append(f"| {kind} | {best_peer(results, 'wall') / own['wall']:.2f} | {own['cpu'] / best_peer(results, 'cpu'):.2f} | "
-                     f"{own['peak'] / best_peer(results, 'peak'):.2f} | {floor:.1f} |")
+        alone, own = per_thousand(results[LIBRARIES]), per_thousand(results[OWN[0]])
+        lines.append(f"| {kind} | {1000 / alone['wall']:.0f} | {1000 / own['wall']:.0f} | {alone['wall'] / own['wall']:.2f} | "
+                     f"{(own['cpu'] - alone['cpu']) * 1000:.0f} | "
+                     + ", ".join(f"{name} {kilobytes / 1024:.1f}" for name, kilobytes in results[OWN[0]]["peaks"].items()) + " |")
     return "\n".join(lines)
 
 

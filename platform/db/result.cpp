@@ -42,6 +42,11 @@ const char *VELUDBFetchField(const VELUDBResult *result, int row, const char *co
     return nullptr;
 }
 
+const char *VELUDBFetchText(const VELUDBResult *result, int row, const char *column) {
+    const char *field = VELUDBFetchField(result, row, column);
+    return field != nullptr ? field : "";
+}
+
 void VELUDBFreeResult(VELUDBResult *result) {
     delete result;
 }

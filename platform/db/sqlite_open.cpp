@@ -2,6 +2,7 @@
 //
 // Opening an SQLite file the way the catalogues need it.
 #include <errno.h>
+#include <fcntl.h>
 #include <string.h>
 #include <strings.h>
 #include <sys/stat.h>
@@ -9,16 +10,17 @@
 #include <memory>
 
 #include "platform/db/sqlite_connection.h"
+#include "platform/handle.h"
 #include "platform/limits.h"
+#include "platform/own_group.h"
 #include "platform/veludb.h"
 
 int sqlite_busy_milliseconds = kDatabaseBusyMilliseconds;
 
 namespace {
 
-// Everybody may look at the catalogue's folder, its owner alone may change it: the daemon runs with an empty
-// umask, so the mode is given in full. SQLite makes its files 0644 by itself.
-constexpr mode_t kFolderMode = 0755;
+// What SQLite makes beside a database, with its mode.
+constexpr const char *kBeside[] = {"", "-wal", "-shm"};
 
 // The log is kept between runs and must not stay as large as the largest run has made it.
 constexpr char kKeptLogLimit[] = "pragma journal_size_limit = 1048576";
@@ -27,15 +29,40 @@ constexpr char kKeptLogLimit[] = "pragma journal_size_limit = 1048576";
 // itself are filled in the course of a large run and gain nothing.
 constexpr char kPageCache[] = "pragma cache_size = -512";
 
+// Bytes of pages that a statement may change before what they were goes to a file for the rest of its batch. The facts of one
+// media file change some 6 pages, and now and then 20; with the 64 KiB that SQLite takes by itself each batch soon wrote all of
+// them twice, which was more than everything else that a row takes.
+constexpr int kStatementJournal = 256 << 10;
+
+// For the process, as long as it has opened nothing yet; later it is as if it had not been. Nobody asks how much memory SQLite has,
+// and counting that takes a lock for each piece.
+void LibrarySetUp() {
+    static_cast<void>(sqlite3_config(SQLITE_CONFIG_STMTJRNL_SPILL, kStatementJournal));
+    static_cast<void>(sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0));
+}
+
+// The daemon runs with an empty umask, so that modes are given in full: its owner alone may change the catalogue.
 bool MakeFolders(const std::string &file, std::string *error) {
     for (size_t slash = file.find('/', 1); slash != std::string::npos; slash = file.find('/', slash + 1)) {
         const std::string folder = file.substr(0, slash);
-        if (mkdir(folder.c_str(), kFolderMode) != 0 && errno != EEXIST) {
+        if (mkdir(folder.c_str(), OwnFolderMode()) != 0 && errno != EEXIST) {
             *error = folder + ": " + strerror(errno);
             return false;
         }
     }
     return true;
+}
+
+// SQLite makes its files 0644 by itself, and those beside a database as that is. A file that is there is never opened here: to
+// close it would give up the locks of other connections.
+void FileMake(const std::string &file) {
+    if (OwnGroupHolds())
+        static_cast<void>(FdHandle(open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, OwnFileMode())));
+}
+
+void FilesGive(const std::string &file) {
+    for (const char *beside : kBeside)
+        OwnGroupGive((file + beside).c_str());
 }
 
 // Readers go on reading while the daemon writes (WAL); a commit reaches the disk at the next checkpoint or
@@ -67,6 +94,7 @@ std::string SetUp(sqlite3 *db) {
 } // namespace
 
 void *SqliteOpen(const char *uri, std::string *error) {
+    LibrarySetUp();
     const std::string file = VELUDBFileGet(uri);
     // The daemon changes its working directory, so a relative path would name a different file every time.
     if (file.empty() || file.front() != '/' || file.back() == '/') {
@@ -75,6 +103,7 @@ void *SqliteOpen(const char *uri, std::string *error) {
     }
     if (!MakeFolders(file, error))
         return nullptr;
+    FileMake(file);
     auto connection = std::make_unique<SqliteConnection>();
     sqlite3 *raw = nullptr;
     constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
@@ -85,5 +114,6 @@ void *SqliteOpen(const char *uri, std::string *error) {
         *error = file + ": " + failure;
         return nullptr;
     }
+    FilesGive(file);
     return connection.release();
 }

@@ -46,6 +46,7 @@ constexpr Table kFileTables[] = {
     {Catalogue::media, kFileStateTable, "id", true},
     {Catalogue::media, "fact_name", "id", true},
     {Catalogue::media, "file_rules", nullptr, false},
+    {Catalogue::media, "file_folding", nullptr, false},
 };
 
 // Their rows belong to a row of the first, and are copied by some of those at a time.
@@ -107,8 +108,7 @@ int Write(VELUDB *to, const Table &table, const VELUDBResult *rows, int *insert)
                 ValueOf(VELUDBFetchField(rows, row, VELUDBColumnName(rows, i)), real[static_cast<size_t>(i)]);
         if (VELUDBRun(to, *insert, values.data(), values.size(), nullptr) == 1)
             continue;
-        const char *key = table.key != nullptr ? VELUDBFetchField(rows, row, table.key) : nullptr;
-        return Fail((std::string(table.name) + ": " + (key != nullptr ? key : "")).c_str(), to);
+        return Fail((std::string(table.name) + ": " + VELUDBFetchText(rows, row, table.key)).c_str(), to);
     }
     return 0;
 }
@@ -158,9 +158,8 @@ ResultHandle FilePortion(VELUDB *from, const char *table, std::string *last) {
         return nullptr;
     std::string sql("select * from ");
     sql.append(table).append(" where file > ").append(*last);
-    const char *field = VELUDBFetchField(files.get(), VELUDBRowCount(files.get()) - 1, "id");
-    *last = field != nullptr ? field : "";
-    if (field != nullptr)
+    *last = VELUDBFetchText(files.get(), VELUDBRowCount(files.get()) - 1, "id");
+    if (!last->empty())
         sql.append(" and file <= ").append(*last);
     return VELUDBQuery(from, sql.c_str());
 }

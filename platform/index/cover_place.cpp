@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// The places of cover pictures: COVERDIR/xx/HASH/TYPE_INDEX.jpg or .png, HASH the SHA-256 of the media path
+// The places of cover pictures: COVERDIR/xx/HASH/TYPE_INDEX.jpg (.png, .webp, .gif), HASH the SHA-256 of the media path
 // in hex and xx its first two digits, so that no folder gets more than 256 subfolders or the files of two
 // media.
 #include "platform/index/cover_place.h"
 
 #include "platform/configuration.h"
 #include "platform/handle.h"
+#include "platform/index/cover_pictures.h"
 #include "platform/index/run_state.h"
+#include "platform/own_group.h"
+#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 
 #include <errno.h>
@@ -17,22 +20,27 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <string>
 #include <string_view>
 
 namespace {
 
-// Other programs of the appliance, which run as other users, show the covers.
-constexpr mode_t kFolderMode = 0755;
+constexpr char kLogName[] = "cover_place.c";
 
 constexpr int kLastPictureType = 20; // id3.org 2.3.0, section 4.15
 constexpr int kFirstCoverIndex = 1;
 
+// By their format, from 1 on.
+constexpr const char *kExtensions[] = {".jpg", ".png", ".webp", ".gif"};
+static_assert(std::size(kExtensions) == kCoverGif);
+
 constexpr size_t kHashDigits = SHA256_DIGEST_LENGTH * 2;
-constexpr size_t kGroupDigits = 2;
 
 // The folder that this process keeps covers in; empty: the configured one.
 std::string &OwnCoverDir() {
@@ -73,7 +81,7 @@ std::string CoverFolder(const char *media_path) {
     if (SHA256Data(reinterpret_cast<const uint8_t *>(media_path), strlen(media_path), hash) == nullptr)
         return {};
     folder += '/';
-    folder.append(hash, kGroupDigits);
+    folder.append(hash, kCoverGroupDigits);
     folder += '/';
     folder += hash;
     return folder;
@@ -97,9 +105,9 @@ struct UmaskCleared {
     ~UmaskCleared() { umask(before); }
 };
 
-// A folder that is there keeps the mode that its owner gave it.
+// Other programs, which run as other users, show the covers. A folder that is there keeps the mode that its owner gave it.
 bool MakeFolder(const std::string &path) {
-    return mkdir(path.c_str(), kFolderMode) == 0 || (errno == EEXIST && IsDirectory(path.c_str()));
+    return mkdir(path.c_str(), OwnFolderMode()) == 0 || (errno == EEXIST && IsDirectory(path.c_str()));
 }
 
 // The innermost folder is tried first: those above it are mostly there.
@@ -111,14 +119,7 @@ bool MakeFolders(const std::string &path) {
 }
 
 const char *ExtensionOf(int format) {
-    switch (format) {
-    case kCoverJpeg:
-        return "jpg";
-    case kCoverPng:
-        return "png";
-    default:
-        return nullptr;
-    }
+    return format >= kCoverJpeg && format <= kCoverGif ? kExtensions[format - kCoverJpeg] : nullptr;
 }
 
 // A number as GetCoverPath writes it, from `first` to `last`, taken off the front of `text`.
@@ -134,11 +135,21 @@ bool TakeNumber(std::string_view *text, int first, int last) {
     return true;
 }
 
-bool IsCoverName(std::string_view name) {
+// Returns the format of a cover by its name, 0 for what is none.
+int FormatOf(std::string_view name) {
     if (!TakeNumber(&name, 0, kLastPictureType) || !name.starts_with('_'))
-        return false;
+        return 0;
     name.remove_prefix(1);
-    return TakeNumber(&name, kFirstCoverIndex, INT_MAX) && (name == ".jpg" || name == ".png");
+    if (!TakeNumber(&name, kFirstCoverIndex, INT_MAX))
+        return 0;
+    const auto *const found = std::ranges::find(kExtensions, name);
+    return found != std::end(kExtensions) ? kCoverJpeg + static_cast<int>(found - kExtensions) : 0;
+}
+
+// Covers of all formats are kept by the rules `complete`, and known by their names by content when others hold.
+bool IsKeptFormat(int format, const struct stat &status) {
+    return format == kCoverJpeg || format == kCoverPng ||
+           (format != 0 && (RuleSetActive() == RuleSet::complete || status.st_nlink > 1));
 }
 
 // A folder's path taken apart; false unless it has the form that GetCoverFolder gives it.
@@ -149,14 +160,14 @@ struct CoverFolderParts {
 };
 
 bool SplitCoverFolder(std::string_view folder, CoverFolderParts *parts) {
-    constexpr size_t kTail = 1 + kGroupDigits + 1 + kHashDigits;
+    constexpr size_t kTail = 1 + kCoverGroupDigits + 1 + kHashDigits;
     if (!folder.starts_with('/') || folder.size() < kTail)
         return false;
     const std::string_view tail = folder.substr(folder.size() - kTail);
-    const std::string_view group = tail.substr(1, kGroupDigits);
-    const std::string_view hash = tail.substr(1 + kGroupDigits + 1);
+    const std::string_view group = tail.substr(1, kCoverGroupDigits);
+    const std::string_view hash = tail.substr(1 + kCoverGroupDigits + 1);
     const bool digits_only = hash.find_first_not_of("0123456789abcdef") == std::string_view::npos;
-    if (tail[0] != '/' || tail[1 + kGroupDigits] != '/' || !digits_only || !hash.starts_with(group))
+    if (tail[0] != '/' || tail[1 + kCoverGroupDigits] != '/' || !digits_only || !hash.starts_with(group))
         return false;
     const std::string_view base = folder.substr(0, folder.size() - kTail);
     *parts = {std::string(base.empty() ? "/" : base), std::string(group), std::string(hash)};
@@ -171,10 +182,19 @@ DirHandle OpenFolder(int parent, const std::string &name) {
     return folder;
 }
 
-void RemoveCovers(DIR *folder) {
+void RemoveCovers(int base, DIR *folder, const char *kept) {
+    const std::string_view keep = kept != nullptr ? kept : "";
     while (const dirent *entry = readdir(folder)) {
-        if (IsCoverName(entry->d_name))
-            unlinkat(dirfd(folder), entry->d_name, 0);
+        const std::string_view name = entry->d_name;
+        const int format = FormatOf(name);
+        struct stat status;
+        if (name == keep || (format == 0 && name != kCoverNew) ||
+            fstatat(dirfd(folder), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+            (name != kCoverNew && !IsKeptFormat(format, status)))
+            continue;
+        if (status.st_nlink > 1)
+            CoverPictureLeave(base, dirfd(folder), entry->d_name);
+        unlinkat(dirfd(folder), entry->d_name, 0);
     }
 }
 
@@ -217,27 +237,38 @@ int GetCoverPath(const char *media_path, char *out, size_t size, int picture_typ
     if (out == nullptr || size == 0)
         return 0;
     *out = '\0';
+    if (format != kCoverJpeg && format != kCoverPng)
+        return 0;
+    return CoverPathMake(media_path, out, size, picture_type, cover_index, format) ? 1 : 0;
+}
+
+bool CoverPathMake(const char *media_path, char *out, size_t size, int picture_type, int cover_index,
+                   int format) {
     const char *extension = ExtensionOf(format);
     if (extension == nullptr || picture_type < 0 || picture_type > kLastPictureType ||
         cover_index < kFirstCoverIndex)
-        return 0;
+        return false;
     const std::string folder = CoverFolder(media_path);
     if (folder.empty())
-        return 0;
+        return false;
     const std::string path =
-        folder + '/' + std::to_string(picture_type) + '_' + std::to_string(cover_index) + '.' + extension;
+        folder + '/' + std::to_string(picture_type) + '_' + std::to_string(cover_index) + extension;
     if (path.size() >= size)
-        return 0;
+        return false;
     const UmaskCleared cleared;
     if (!MakeFolders(folder))
-        return 0;
+        return false;
     run_state.covers_placed = true;
-    return CopyPath(path, out, size);
+    return CopyPath(path, out, size) != 0;
+}
+
+void CleanOldCover(const char *folder) {
+    CoverFolderClean(folder, nullptr);
 }
 
 // The folders below the cover folder are opened one by one and never through a link, which might lead into a
 // share. What is no cover stays, and then its folder stays too.
-void CleanOldCover(const char *folder) {
+void CoverFolderClean(const char *folder, const char *kept) {
     CoverFolderParts parts;
     if (folder == nullptr || !SplitCoverFolder(folder, &parts))
         return;
@@ -252,7 +283,26 @@ void CleanOldCover(const char *folder) {
     const DirHandle covers = OpenFolder(dirfd(group.get()), parts.hash);
     if (!covers)
         return;
-    RemoveCovers(covers.get());
+    RemoveCovers(base.get(), covers.get(), kept);
     if (unlinkat(dirfd(group.get()), parts.hash.c_str(), AT_REMOVEDIR) == 0)
         unlinkat(base.get(), parts.group.c_str(), AT_REMOVEDIR);
+}
+
+bool CoversMove(const char *new_media_path, const char *old_media_path) {
+    const std::string from = CoverFolder(old_media_path);
+    const std::string to = CoverFolder(new_media_path);
+    struct stat status;
+    // A request that is done again finds them moved.
+    if (from.empty() || to.empty() || lstat(from.c_str(), &status) != 0)
+        return true;
+    CleanOldCover(to.c_str());
+    const UmaskCleared cleared;
+    if (!MakeFolders(to.substr(0, to.rfind('/'))) || rename(from.c_str(), to.c_str()) != 0) {
+        syslog(LOG_ERR, "%s (%d) Failed to move the covers of %s. (%s)", kLogName, __LINE__, old_media_path,
+               strerror(errno));
+        return false;
+    }
+    rmdir(from.substr(0, from.rfind('/')).c_str());
+    run_state.covers_placed = true;
+    return true;
 }

@@ -1,8 +1,30 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// What a run has to know of the covers that were stored while it went on.
+// The folders of covers, for those who store covers, and what a run has to know of those that it has stored.
 #pragma once
+
+#include <stddef.h>
+
+#include <string>
+
+// Formats beside those of CoverFormat, which the rules `complete` keep.
+inline constexpr int kCoverWebp = 3;
+inline constexpr int kCoverGif = 4;
+
+// The name of what is made beside a cover to take its place.
+inline constexpr char kCoverNew[] = ".new";
+
+// Gets the place of a cover and makes its folder, as GetCoverPath does, for covers of any format. False when there is none.
+[[nodiscard]] bool CoverPathMake(const char *media_path, char *out, size_t size, int picture_type,
+                                 int cover_index, int format);
+
+// Removes what CleanOldCover does, but for the cover named `kept`; null: all of it.
+void CoverFolderClean(const char *folder, const char *kept);
 
 // Brings the covers that have got a place since the last call to the disk. False, with the reason in errno, when
 // they may not be there.
 bool CoversSync();
+
+// Moves the covers of a media file, if it has any, in the place of those of another one. False, with one log line, when they
+// could not be moved.
+bool CoversMove(const char *new_media_path, const char *old_media_path);

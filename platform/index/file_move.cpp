@@ -10,18 +10,9 @@
 #include "platform/index/statements.h"
 #include "platform/veluindex.h"
 
-namespace {
-
-// The tables are there, as far as can be told without a catalogue that is away.
-bool HasFiles() {
-    return SessionOpen(Catalogue::media) && SessionOf(Catalogue::media).connection->has_files;
-}
-
-} // namespace
-
 void FileMoveTakeAlong(const std::string &path) {
     MovedFiles &moved = run_state.moved;
-    if (moved.from.empty() || !PathIsAtOrUnder(path, moved.from) || !HasFiles())
+    if (moved.from.empty() || !PathIsAtOrUnder(path, moved.from) || !SessionHasFiles())
         return;
     const PathRange range = RangeUnder(path);
     const std::string target = moved.to + path.substr(moved.from.size());

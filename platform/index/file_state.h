@@ -11,7 +11,9 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <time.h>
 
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -28,46 +30,83 @@ struct FileFact {
 };
 
 struct FileEntry {
-    int position = 0;             // in the playlist, from 0
-    std::string_view target;      // as written
-    std::string_view found;       // the path of the file that is meant; empty: none is there
-    std::string_view folded_name; // the target's last component, folded
+    int position = 0;              // in the playlist, from 0
+    std::string_view target;       // as written
+    std::string_view found;        // the path of the file that is meant; empty: none is there
+    std::string_view folded_name;  // the target's last component, folded; empty: it names no file
+    std::string_view written = {}; // the target's bytes, when its text was in another encoding; else empty
 };
 
 struct FileFindings {
-    std::string_view stamp;   // by which a look tells that the file has not changed; empty: it is read again
-    std::string_view trouble; // why it could not be read; empty: it could
-    std::string_view folded_name; // the last component of its path, folded
+    std::string_view stamp =
+        {}; // by which a look tells that the file has not changed; empty: it is read again
+    std::string_view trouble = {};     // why it could not be read; empty: it could
+    std::string_view folded_name = {}; // the last component of its path, folded
     std::span<const FileFact> facts = {};
     std::span<const FileEntry> entries = {}; // of a playlist
+    std::span<const int> displaced = {};     // other kinds, in whose tables the path has no row from now on
 };
+
+// Returns the last component of a path as searches fold it.
+std::string FileNameFolded(std::string_view path);
+
+// Folds the names of files whose rows other operations than those here have saved or moved. To be called at the end of a run by
+// the rules `complete`; does nothing in one that has asked nothing of the media catalogue.
+int FileNamesFold();
+
+// True when the catalogue has these tables, false also when it is away.
+[[nodiscard]] bool FileTablesThere();
 
 // Saves a row as MediaInfoDBSave does, and in the place of what was known of its file the findings. All of it is stored, or
 // nothing of it; when the file was first catalogued stays.
 int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &findings);
+
+// Keeps a file's row and other facts, and has these in the place of those of a name, with the stamp that the file has by then; where
+// the catalogue has these tables.
+int FileFactsReplace(const char *path, std::string_view name, std::span<const FileFact> facts,
+                     std::string_view stamp);
+
+// Keeps a file's row and facts, and notes why it could not be read when it had that stamp; where the catalogue has these tables.
+int FileTroubleSave(const char *path, std::string_view stamp, std::string_view trouble);
+
+// A row of a file in the table of a kind.
+struct FileRow {
+    int kind = 0;
+    uint64_t size = 0;
+    std::string modify_time = {};
+    bool has_cover = false;
+};
+
+// Writes a time as rows have it, as VELUIndexCTimeMTimeGet does, for whoever has looked at the file. False, and empty, when it is too
+// long for the buffer.
+bool VELUIndexTimeText(time_t time, char *text, size_t size);
+
+// Reads the rows of a path, in the order of kinds.
+int FileRowsOf(const char *path, std::vector<FileRow> *rows);
+
+// Tells whether a path has a row with a cover. Returns 1, 0, or -1 on failure.
+int FileHasCover(const char *path);
 
 struct FileState {
     std::string stamp;
     std::string trouble;
 };
 
-// The states of the files in one directory, read at once: about a hundred bytes a file. Beyond kFileStatesMax of them the
-// others are looked up each for itself.
-struct FileStates {
-    std::string directory = {}; // without a slash at its end
-    std::string texts = {};     // name, stamp, trouble of a file and of the next one, each with its NUL
-    std::vector<uint32_t> offsets = {}; // of the names, in their bytewise order
-    bool whole = true;                  // there are no others
-};
+// What is told of a file in a directory: its name, stamp and trouble. They hold until the call ends.
+using FileStateTake =
+    std::function<void(std::string_view name, std::string_view stamp, std::string_view trouble)>;
 
-// Reads the states of the files in a directory, not of those further below.
-int FileStatesRead(const char *directory, FileStates *states);
+// Reads the states of the files in a directory, not of those further below, in the bytewise order of their names; slashes at its
+// end do not count. Returns 0; 1, with none of them, when the catalogue has no states; -1 with some of them, or none.
+int FileStatesRead(const char *directory, const FileStateTake &take);
 
-// Gets the state of a file in that directory, by its name. Returns 1, or 0 when it has none: no media row is there; -1 when
+// Reads the states of the next files below a directory, some hundreds, at any depth: those behind a path by the bytewise order of
+// all; none behind the last, and none of a catalogue without states. Names are whole paths. The root is the empty text. Returns 0
+// or -1.
+int FileStatesNext(const std::string &directory, const std::string &behind, const FileStateTake &take);
+
+// Gets the state of a path. Returns 1, or 0 when it has none: no media row is there, or the catalogue has no states; -1 when
 // that cannot be told.
-int FileStateGet(const FileStates &states, std::string_view name, FileState *state);
-
-// The state of a path with its table: tells of a single file.
 int FileStateOf(const char *path, FileState *state);
 
 // While files that have moved on the disk have their rows removed at the old path and added at the new one: when they were

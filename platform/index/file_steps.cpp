@@ -39,16 +39,28 @@ bool TriggersCall(const VELUDBWords &engine) {
 #define FINDINGS_REMOVED                                                                                     \
     "delete from file_fact where file = old.id; delete from file_entry where file = old.id; "
 
+// Entries are to be looked at again whose file comes, goes or gets another path, and those of a playlist that is elsewhere.
+#define ENTRIES_UNRESOLVED(condition)                                                                        \
+    "update file_entry set unresolved = 1 where unresolved is null and " condition "; "
+#define FILE_NAMED                                                                                           \
+    ENTRIES_UNRESOLVED("folded_name = old.folded_name")                                                      \
+    ENTRIES_UNRESOLVED("folded_name = new.folded_name")                                                      \
+    ENTRIES_UNRESOLVED("folded_name is not null and file = new.id and new.path <> old.path")
+#define FILE_GONE ENTRIES_UNRESOLVED("folded_name = old.folded_name")
+
 #define SQLITE_NOW "strftime('%Y-%m-%dT%H:%M:%SZ', 'now')"
 #define SERVER_NOW "to_char(now() at time zone 'UTC', 'YYYY-MM-DD\"T\"HH24:MI:SS\"Z\"')"
 
-#define HOLDS(sql)                                                                                           \
-    { 1, Catalogue::media, TriggersHoldStatements, sql }
-#define CALLS(sql)                                                                                           \
-    { 1, Catalogue::media, TriggersCall, sql }
-#define FUNCTION(name, body)                                                                                 \
-    CALLS("create function " name "() returns trigger language plpgsql as $$ begin " body                    \
-          "return null; end $$")
+#define HOLDS_OF(version, sql)                                                                               \
+    { version, Catalogue::media, TriggersHoldStatements, sql }
+#define CALLS_OF(version, sql)                                                                               \
+    { version, Catalogue::media, TriggersCall, sql }
+#define FUNCTION_OF(version, name, body)                                                                     \
+    CALLS_OF(version, "create function " name "() returns trigger language plpgsql as $$ begin " body        \
+                      "return null; end $$")
+#define HOLDS(sql) HOLDS_OF(1, sql)
+#define CALLS(sql) CALLS_OF(1, sql)
+#define FUNCTION(name, body) FUNCTION_OF(1, name, body)
 
 // The triggers of a media table.
 #define TRIGGERS_OF(table)                                                                                   \
@@ -104,15 +116,48 @@ constexpr SchemaStep kSteps[] = {
     HOLDS("create trigger file_state_removed after delete on file_state begin " FINDINGS_REMOVED "end"),
     CALLS("create trigger file_state_removed after delete on file_state for each row execute function "
           "velu_state_removed()"),
+    // By which folding (FoldingVersion) texts are folded at least; `folded_to` is the file up to which that is so already, null
+    // when it is of all. What was folded before there was a version is not folded.
+    {2, Catalogue::media, nullptr, "create table file_folding (version bigint not null, folded_to bigint)"},
+    {2, Catalogue::media, nullptr, "insert into file_folding (version) values (0)"},
+    {2, Catalogue::media, nullptr,
+     "create index file_state_unfolded on file_state (id) where folded_name is null"},
+    // `written`: the bytes of an entry whose text was in another encoding. An entry that is to be looked at is not looked for, so that
+    // no name costs more than the entries that it has.
+    {3, Catalogue::media, nullptr, "alter table file_entry add column written PATH"},
+    {3, Catalogue::media, nullptr, "alter table file_entry add column unresolved integer"},
+    {3, Catalogue::media, nullptr, "drop index file_entry_folded_name"},
+    {3, Catalogue::media, nullptr,
+     "create index file_entry_resolved on file_entry (folded_name) where unresolved is null"},
+    {3, Catalogue::media, nullptr,
+     "create index file_entry_unresolved on file_entry (folded_name, file, position) where unresolved = 1"},
+    HOLDS_OF(3, "create trigger file_state_named after update of path, folded_name on file_state when "
+                "new.folded_name is not old.folded_name or new.path <> old.path begin " FILE_NAMED "end"),
+    HOLDS_OF(3, "create trigger file_state_gone after delete on file_state begin " FILE_GONE "end"),
+    FUNCTION_OF(3, "velu_file_named", FILE_NAMED),
+    FUNCTION_OF(3, "velu_file_gone", FILE_GONE),
+    CALLS_OF(
+        3,
+        "create trigger file_state_named after update of path, folded_name on file_state for each row when "
+        "(new.folded_name is distinct from old.folded_name or new.path <> old.path) execute function "
+        "velu_file_named()"),
+    CALLS_OF(3, "create trigger file_state_gone after delete on file_state for each row execute function "
+                "velu_file_gone()"),
 };
 
 #undef TRIGGERS_OF
 #undef FUNCTION
 #undef CALLS
 #undef HOLDS
+#undef FUNCTION_OF
+#undef CALLS_OF
+#undef HOLDS_OF
 #undef SERVER_NOW
 #undef SQLITE_NOW
 #undef FINDINGS_REMOVED
+#undef FILE_GONE
+#undef FILE_NAMED
+#undef ENTRIES_UNRESOLVED
 #undef ENTRIES_REMOVED
 #undef ROW_MOVED
 #undef ROW_SAVED

@@ -25,38 +25,28 @@ struct Unit {
     std::deque<std::vector<VELUDBValue>> values; // whose elements never move
 };
 
-void UnitAdd(Unit *unit, StoreOperation operation, std::vector<VELUDBValue> values) {
+void UnitAdd(Unit *unit, StoreOperation operation, std::vector<VELUDBValue> values,
+             const char *table = kMediaTables[0]) {
     const std::vector<VELUDBValue> &kept = unit->values.emplace_back(std::move(values));
-    unit->writes.push_back({StatementOf(operation), kept.data(), kept.size()});
-}
-
-VELUDBValue ViewValue(std::string_view text) {
-    return VELUDBValue::Text(text.data(), text.size());
+    unit->writes.push_back({StatementOf(operation, table), kept.data(), kept.size()});
 }
 
 // What the index of a server takes is bounded, and so is what one file may put into it.
-std::string_view Cut(std::string_view text, size_t most) {
-    if (text.size() <= most)
-        return text;
-    while (most > 0 && Utf8IsContinuation(text[most]))
-        --most;
-    return text.substr(0, most);
-}
-
 void FactPut(std::vector<VELUDBValue> *values, const FileFact &fact) {
-    const std::string_view value = Cut(fact.value, kFactValueMax);
-    const std::string_view folded = Cut(fact.folded, kFactFoldedMax);
-    values->push_back(ViewValue(fact.name));
+    const std::string_view value = Utf8Front(fact.value, kFactValueMax);
+    const std::string_view folded = Utf8Front(fact.folded, kFactFoldedMax);
+    values->push_back(TextValue(fact.name));
     values->push_back(VELUDBValue::Integer(fact.position));
-    values->push_back(ViewValue(value));
-    values->push_back(folded == value ? VELUDBValue() : ViewValue(folded));
+    values->push_back(TextValue(value));
+    values->push_back(folded == value ? VELUDBValue() : TextValue(folded));
 }
 
 void EntryPut(std::vector<VELUDBValue> *values, const FileEntry &entry) {
     values->push_back(VELUDBValue::Integer(entry.position));
-    values->push_back(ViewValue(Cut(entry.target, kFactValueMax)));
-    values->push_back(ViewValue(entry.found));
-    values->push_back(ViewValue(Cut(entry.folded_name, kFactFoldedMax)));
+    values->push_back(TextValue(Utf8Front(entry.target, kFactValueMax)));
+    values->push_back(TextValueOrNull(entry.written));
+    values->push_back(TextValue(entry.found));
+    values->push_back(TextValueOrNull(Utf8Front(entry.folded_name, kFactFoldedMax)));
 }
 
 // Adds the writes of a list, so many of its elements to one, the last filled up with nothing.
@@ -66,7 +56,7 @@ void UnitAddAll(Unit *unit, StoreOperation operation, std::string_view path,
     for (size_t at = 0; at < elements.size(); at += at_once) {
         std::vector<VELUDBValue> values;
         values.reserve(1 + columns * at_once);
-        values.push_back(ViewValue(path));
+        values.push_back(TextValue(path));
         for (const Element &element : elements.subspan(at, std::min(at_once, elements.size() - at)))
             put(&values, element);
         values.resize(1 + columns * at_once);
@@ -82,7 +72,7 @@ bool NamesAdd(std::span<const FileFact> facts) {
             return false;
         if (SessionOf(Catalogue::media).connection->fact_names.contains(fact.name))
             continue;
-        if (RunWrite(Catalogue::media, StatementOf(StoreOperation::addFactName), {ViewValue(fact.name)}) < 0)
+        if (RunWrite(Catalogue::media, StatementOf(StoreOperation::addFactName), {TextValue(fact.name)}) < 0)
             return false;
         if (const StoreConnectionRef &connection = SessionOf(Catalogue::media).connection)
             connection->fact_names.emplace(fact.name);
@@ -95,15 +85,17 @@ Unit UnitOf(int kind, const MediaRow &row, std::string_view path, const std::str
     Unit unit;
     unit.writes.push_back(
         {StatementOf(StoreOperation::saveRow, kMediaTables[kind]), row.values.data(), row.values.size()});
-    const std::string_view folded_name = Cut(findings.folded_name, kFactFoldedMax);
+    for (const int other : findings.displaced)
+        UnitAdd(&unit, StoreOperation::removeRow, {TextValue(path)}, kMediaTables[other]);
+    const std::string_view folded_name = Utf8Front(findings.folded_name, kFactFoldedMax);
     UnitAdd(&unit, StoreOperation::saveState,
-            {ViewValue(path), ViewValue(findings.stamp), TextValue(now), ViewValue(findings.trouble),
-             folded_name.empty() ? VELUDBValue() : ViewValue(folded_name)});
-    UnitAdd(&unit, StoreOperation::removeFacts, {ViewValue(path)});
+            {TextValue(path), TextValue(findings.stamp), TextValue(now), TextValue(findings.trouble),
+             TextValueOrNull(folded_name)});
+    UnitAdd(&unit, StoreOperation::removeFacts, {TextValue(path)});
     UnitAddAll(&unit, StoreOperation::saveFacts, path, findings.facts, kFactsAtOnce, kFactColumns, FactPut);
     if (kind != kMediaPlaylist)
         return unit;
-    UnitAdd(&unit, StoreOperation::removeEntries, {ViewValue(path)});
+    UnitAdd(&unit, StoreOperation::removeEntries, {TextValue(path)});
     UnitAddAll(&unit, StoreOperation::saveEntries, path, findings.entries, kEntriesAtOnce, kEntryColumns,
                EntryPut);
     return unit;
@@ -121,7 +113,32 @@ int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &f
     const int saved = NamesAdd(findings.facts)
                           ? RunWriteUnit(Catalogue::media, UnitOf(kind, row, path, now, findings).writes)
                           : -1;
-    if (saved >= 0)
-        MediaRowSaved(kind, *record);
+    if (saved < 0)
+        return scope.Finish(-1);
+    MediaRowSaved(kind, *record);
+    for (const int other : findings.displaced)
+        MarkDirty(kMediaTables[other]);
+    return scope.Finish(0);
+}
+
+int FileFactsReplace(const char *path, std::string_view name, std::span<const FileFact> facts,
+                     std::string_view stamp) {
+    RunScope scope;
+    if (SessionLacksFiles())
+        return scope.Finish(0);
+    Unit unit;
+    UnitAdd(&unit, StoreOperation::saveTrouble, {TextValue(path), TextValue(stamp), TextValue("")});
+    UnitAdd(&unit, StoreOperation::removeFactsOf, {TextValue(path), TextValue(name)});
+    UnitAddAll(&unit, StoreOperation::saveFacts, path, facts, kFactsAtOnce, kFactColumns, FactPut);
+    const int saved = NamesAdd(facts) ? RunWriteUnit(Catalogue::media, unit.writes) : -1;
+    return scope.Finish(saved < 0 ? -1 : 0);
+}
+
+int FileTroubleSave(const char *path, std::string_view stamp, std::string_view trouble) {
+    RunScope scope;
+    if (SessionLacksFiles())
+        return scope.Finish(0);
+    const int saved = RunWrite(Catalogue::media, StatementOf(StoreOperation::saveTrouble),
+                               {TextValue(path), TextValue(stamp), TextValue(trouble)});
     return scope.Finish(saved < 0 ? -1 : 0);
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/index/added_time.h"
+#include "platform/index/file_folding.h"
 #include "platform/index/schema.h"
 #include "platform/index/statements.h"
 #include "platform/index/store.h"
@@ -44,11 +45,6 @@ bool StatesAdd(VELUDB *db, int insert, const std::vector<Filled> &files) {
     return true;
 }
 
-std::string Field(const VELUDBResult *rows, int row, const char *column) {
-    const char *field = VELUDBFetchField(rows, row, column);
-    return field != nullptr ? field : "";
-}
-
 // Gives each row of a table that lacks one a state.
 bool TableFill(VELUDB *db, const char *table, int insert) {
     const int select =
@@ -65,9 +61,9 @@ bool TableFill(VELUDB *db, const char *table, int insert) {
             return false;
         std::vector<Filled> files;
         for (int row = -1; VELUDBFetchRow(rows.get(), &row) == 0;)
-            files.push_back(
-                {Field(rows.get(), row, "path"), AddedTimeOf(Field(rows.get(), row, "create_time"),
-                                                             Field(rows.get(), row, "modify_time"), now)});
+            files.push_back({VELUDBFetchText(rows.get(), row, "path"),
+                             AddedTimeOf(VELUDBFetchText(rows.get(), row, "create_time"),
+                                         VELUDBFetchText(rows.get(), row, "modify_time"), now)});
         if (!StatesAdd(db, insert, files))
             return false;
         if (files.size() < static_cast<size_t>(kRowsAtOnce))
@@ -108,36 +104,29 @@ int RulesDiffer(VELUDB *db, RuleSet rules) {
                           const ResultHandle rows = VELUDBQuery(db, "select rules from file_rules");
                           if (rows == nullptr)
                               return -1;
-                          differ = Field(rows.get(), 0, "rules") != RuleSetWord(rules) ? 1 : 0;
+                          differ =
+                              std::string_view(VELUDBFetchText(rows.get(), 0, "rules")) != RuleSetWord(rules)
+                                  ? 1
+                                  : 0;
                           return 0;
                       }) < 0
                ? -1
                : differ;
 }
 
-// Runs `call`, which tells whether all is well, in a transaction.
-template <typename Call>
-int Together(VELUDB *db, Call call) {
-    if (StoreBegin(db, Catalogue::media) != 0)
-        return -1;
-    if (call() && VELUDBCommit(db) == 0)
-        return 0;
-    VELUDBRollback(db);
-    return -1;
-}
-
 int RulesFollow(VELUDB *db, RuleSet rules) {
     const int differ = RulesDiffer(db, rules);
     if (differ <= 0)
         return differ;
-    return Together(db,
-                    [&] { return (rules == RuleSet::appliance || Reconcile(db)) && RulesNote(db, rules); });
+    return StoreTogether(db, Catalogue::media, [&] {
+        return (rules == RuleSet::appliance || Reconcile(db)) && RulesNote(db, rules);
+    });
 }
 
 } // namespace
 
 int FileStatesReconcile(VELUDB *db) {
-    return Together(db, [&] { return Reconcile(db); });
+    return StoreTogether(db, Catalogue::media, [&] { return Reconcile(db); });
 }
 
 int FileTablesReady(VELUDB *db, RuleSet rules, bool *present, bool tell) {
@@ -150,7 +139,7 @@ int FileTablesReady(VELUDB *db, RuleSet rules, bool *present, bool tell) {
         return -1;
     }
     *present = true;
-    if (RulesFollow(db, rules) == 0)
+    if (RulesFollow(db, rules) == 0 && (rules == RuleSet::appliance || FilesFoldAgain(db) == 0))
         return 0;
     if (tell)
         syslog(LOG_ERR, "%s (%d) Failed to prepare the %s for the rules \"%s\". (%s)", kLogName, __LINE__,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // File times as the text that catalogue rows hold.
+#include "platform/index/file_state.h"
 #include "platform/index/run.h"
 #include "platform/veluindex.h"
 
@@ -19,7 +20,21 @@ bool WriteTime(time_t time, char *text, size_t size) {
     return localtime_r(&time, &local) != nullptr && strftime(text, size, "%Y-%m-%d %H:%M:%S", &local) != 0;
 }
 
+// localtime_r alone would keep the time zone of the daemon's start for as long as it runs. A run has asked for it.
+void TimeZoneAsk() {
+    if (!RunIsOpen())
+        tzset();
+}
+
 } // namespace
+
+bool VELUIndexTimeText(time_t time, char *text, size_t size) {
+    TimeZoneAsk();
+    if (WriteTime(time, text, size))
+        return true;
+    Empty(text, size);
+    return false;
+}
 
 int VELUIndexCTimeMTimeGet(const char *path, char *ctime_text, size_t ctime_size, char *mtime_text,
                            size_t mtime_size) {
@@ -30,9 +45,7 @@ int VELUIndexCTimeMTimeGet(const char *path, char *ctime_text, size_t ctime_size
     struct stat status;
     if (stat(path, &status) != 0)
         return -1;
-    // localtime_r alone would keep the time zone of the daemon's start for as long as it runs. A run has asked for it.
-    if (!RunIsOpen())
-        tzset();
+    TimeZoneAsk();
     if (WriteTime(status.st_ctim.tv_sec, ctime_text, ctime_size) &&
         WriteTime(status.st_mtim.tv_sec, mtime_text, mtime_size))
         return 0;

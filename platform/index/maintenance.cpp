@@ -66,11 +66,6 @@ int TruncateMedia(const char *table) {
     return removed;
 }
 
-// False when the catalogue has none, or is away.
-bool HasFileStates() {
-    return SessionOpen(Catalogue::media) && SessionOf(Catalogue::media).connection->has_files;
-}
-
 // Not inside a batch, which cannot be written again with it.
 int FileStatesForget() {
     const StoreConnectionRef connection = RunConnection(Catalogue::media);
@@ -109,7 +104,7 @@ int VELUTruncateTable(const char *name) {
     if (!media && !directory && !states && !IsOneOf(table, kPhotoTables))
         return Refused(table);
     RunScope scope;
-    if (states && !HasFileStates())
+    if (states && !SessionHasFiles())
         return scope.Finish(Refused(table));
     if (states)
         return scope.Finish(FileStatesForget());

@@ -95,7 +95,7 @@ int VELUIndexKnows(Catalogue catalogue, const char *path, bool itself) {
     RunScope scope;
     int known = HasRows(catalogue, range.low, range.high);
     if (known == 0 && itself)
-        known = HasRows(catalogue, key, key + '\x01'); // no path has a smaller byte
+        known = HasRows(catalogue, key, key + kLeastPathByte);
     return scope.Finish(0) != 0 ? -1 : known;
 }
 

@@ -38,7 +38,7 @@ int RemoveCoversFrom(const char *table, std::string low, const std::string *high
                                           : RemoveCovers(from, {TextValue(low)}, &last);
         if (count < kCoverRows)
             return count < 0 ? -1 : 0;
-        low = last + '\x01'; // no path has a smaller byte
+        low = last + kLeastPathByte;
     }
 }
 

@@ -96,13 +96,13 @@ int RunWriteText(Catalogue catalogue, const char *sql) {
     return RunWrite(catalogue, kPlainText, {TextValue(sql)});
 }
 
-ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values) {
+ResultHandle RunRead(Catalogue catalogue, int statement, std::span<const VELUDBValue> values) {
     Session &session = SessionOf(catalogue);
     if (!SessionConnect(catalogue, account.request))
         return nullptr;
     const auto read = [&] {
         return ReadOf(&session, [&](VELUDBResult **rows) {
-            return StoreRun(session.connection.get(), statement, values.begin(), values.size(), rows);
+            return StoreRun(session.connection.get(), statement, values.data(), values.size(), rows);
         });
     };
     ResultHandle rows = read();
@@ -112,7 +112,7 @@ ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<V
         rows = read();
     }
     if (rows == nullptr)
-        SessionFailed(catalogue, SessionAbout(values.begin(), values.size()).c_str());
+        SessionFailed(catalogue, SessionAbout(values.data(), values.size()).c_str());
     return rows;
 }
 
@@ -278,6 +278,10 @@ int RunScope::Finish(int result) {
     return VELUIndexRunEnd() != 0 || run.lost ? -1 : result;
 }
 
-VELUDBValue TextValue(const std::string &text) {
+VELUDBValue TextValue(std::string_view text) {
     return VELUDBValue::Text(text.data(), text.size());
+}
+
+VELUDBValue TextValueOrNull(std::string_view text) {
+    return text.empty() ? VELUDBValue() : TextValue(text);
 }

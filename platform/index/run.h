@@ -9,6 +9,7 @@
 #include <initializer_list>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "platform/index/run_state.h"
 #include "platform/index/store.h"
@@ -27,7 +28,10 @@ int RunWriteUnit(Catalogue catalogue, std::span<const StoreWrite> writes);
 int RunWriteText(Catalogue catalogue, const char *sql);
 
 // Reads through a registered statement; sees what the batch has written. Null on failure, logged likewise.
-ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values);
+ResultHandle RunRead(Catalogue catalogue, int statement, std::span<const VELUDBValue> values);
+inline ResultHandle RunRead(Catalogue catalogue, int statement, std::initializer_list<VELUDBValue> values) {
+    return RunRead(catalogue, statement, std::span(values.begin(), values.size()));
+}
 
 // Commits the batch and lends the connection, for what must not run inside a transaction or goes on using the
 // connection. Null on failure, logged likewise.
@@ -60,4 +64,5 @@ struct RunScope {
     bool own;
 };
 
-VELUDBValue TextValue(const std::string &text);
+VELUDBValue TextValue(std::string_view text);
+VELUDBValue TextValueOrNull(std::string_view text); // an empty text is null

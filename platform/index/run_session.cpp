@@ -190,6 +190,14 @@ bool SessionOpen(Catalogue catalogue) {
     return false;
 }
 
+bool SessionHasFiles() {
+    return SessionOpen(Catalogue::media) && SessionOf(Catalogue::media).connection->has_files;
+}
+
+bool SessionLacksFiles() {
+    return SessionOpen(Catalogue::media) && !SessionOf(Catalogue::media).connection->has_files;
+}
+
 bool SessionConnect(Catalogue catalogue, uint64_t request) {
     if (SessionOpen(catalogue))
         return true;

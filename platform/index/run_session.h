@@ -29,6 +29,10 @@ inline RunAccount::Part &AccountOf(Catalogue catalogue) {
 // Makes sure that there is a connection. False, told once a run, when there is none.
 [[nodiscard]] bool SessionOpen(Catalogue catalogue);
 
+// True when the media catalogue has the tables about files, and when it lacks them; both false when it is away.
+[[nodiscard]] bool SessionHasFiles();
+[[nodiscard]] bool SessionLacksFiles();
+
 // Makes sure that there is a connection for a statement of a request. False, told and on the request's account, when there
 // is none.
 [[nodiscard]] bool SessionConnect(Catalogue catalogue, uint64_t request);

@@ -3,16 +3,12 @@
 
 #include <algorithm>
 
+#include "platform/hash.h"
+
 namespace {
 
-// FNV-1a.
 uint64_t KeyOf(int why, std::string_view path) {
-    constexpr uint64_t kStart = 0xcbf29ce484222325;
-    constexpr uint64_t kPrime = 0x100000001b3;
-    uint64_t key = (kStart ^ static_cast<uint8_t>(why)) * kPrime;
-    for (const char byte : path)
-        key = (key ^ static_cast<uint8_t>(byte)) * kPrime;
-    return key;
+    return HashText(path, HashByte(kHashStart, static_cast<char>(why)));
 }
 
 } // namespace

@@ -86,9 +86,10 @@ std::string SaveFactsText() {
 }
 
 std::string SaveEntriesText() {
-    return "insert into file_entry (file, position, target, found, folded_name) "
-           "select s.id, cast(v.column1 as integer), v.column2, v.column3, v.column4 "
-           "from (select id from file_state where path = $1) as s, " +
+    return "insert into file_entry (file, position, target, written, found, folded_name, unresolved) "
+           "select s.id, cast(v.column1 as integer), v.column2, v.column3, v.column4, v.column5, "
+           "case when v.column5 is not null then 1 end from (select id from file_state where path = $1) as "
+           "s, " +
            ValuesText(kEntriesAtOnce, kEntryColumns, 1) +
            " where v.column1 is not null on conflict (file, position) do nothing";
 }
@@ -100,12 +101,57 @@ std::string AddStatesText() {
            " where v.column1 is not null on conflict (path) do nothing";
 }
 
-// Lengths count as the engine counts them, bytes or characters: a path is cut at a slash, where both agree.
-constexpr char kCopyStates[] =
-    "insert into file_state (path, stamp, added, trouble) "
-    "select cast($1 as text) || substr(path, length(cast($2 as text)) + 1), '', added, '' from file_state "
-    "where path = $3 or (path >= $4 and path < $5) "
-    "on conflict (path) do update set added = excluded.added";
+std::string FoldNamesText() {
+    return "update file_state set folded_name = v.column2 from " +
+           ValuesText(kFoldedAtOnce, kFoldNameColumns, 0) +
+           " where file_state.id = cast(v.column1 as bigint)";
+}
+
+std::string FoldFactsText() {
+    return "update file_fact set folded = v.column4 from " + ValuesText(kFoldedAtOnce, kFoldFactColumns, 0) +
+           " where file_fact.file = cast(v.column1 as bigint) and file_fact.name = cast(v.column2 as "
+           "integer) "
+           "and file_fact.position = cast(v.column3 as integer)";
+}
+
+// Entries behind a place, in the order of an index.
+#define ENTRIES_BEHIND                                                                                       \
+    "from file_entry e join file_state s on s.id = e.file where e.unresolved = 1 and "                       \
+    "(e.folded_name, e.file, e.position) > ($1, $2, $3) "                                                    \
+    "order by e.folded_name, e.file, e.position limit $4"
+
+std::string FilesNamedText() {
+    std::string names;
+    for (size_t i = 1; i <= kNamesAtOnce; ++i)
+        names += (i > 1 ? ", $" : "$") + std::to_string(i);
+    return "select path, folded_name from file_state where folded_name in (" + names + ") limit $" +
+           std::to_string(kNamesAtOnce + 1);
+}
+
+std::string ResolveEntriesText() {
+    return "update file_entry set found = v.column3, folded_name = v.column4, unresolved = null from " +
+           ValuesText(kEntriesAtOnce, kResolvedColumns, 0) +
+           " where file_entry.file = cast(v.column1 as bigint) and "
+           "file_entry.position = cast(v.column2 as integer)";
+}
+
+// Where a path of a tree comes to that moves from $2 to $1, and which of its paths there are. Lengths count as the engine counts
+// them, bytes or characters: a path is cut at a slash, where both agree.
+#define MOVED_PATH "cast($1 as text) || substr(path, length(cast($2 as text)) + 1)"
+#define OF_MOVED_TREE "path = $3 or (path >= $4 and path < $5)"
+
+constexpr char kCopyStates[] = "insert into file_state (path, stamp, added, trouble) "
+                               "select " MOVED_PATH ", '', added, '' from file_state where " OF_MOVED_TREE " "
+                               "on conflict (path) do update set added = excluded.added";
+
+// A stamp that says so has the letter behind the revision of the readers (catalogue/file_stamp).
+std::string RenameMediaAlbumText(const std::string &table) {
+    return "update " + table +
+           " set album = $1 where path >= $2 and path < $3 and album = $4 and "
+           "substr(path, length(cast($5 as text)) + 1) not like '%/%' and exists (select 1 from file_state s "
+           "where s.path = " +
+           table + ".path and s.stamp like '% r%A%')";
+}
 
 // `condition` goes before, and may be empty.
 std::string RemoveLostStatesText(const std::string &condition) {
@@ -120,6 +166,14 @@ std::string RemoveLostStatesText(const std::string &condition) {
 std::string CoversText(const std::string &table, const char *condition) {
     return "select path from " + table + " where " + condition + " and has_cover = 1 order by path limit " +
            std::to_string(kCoverRows);
+}
+
+std::string RowsOfPathText() {
+    std::string text;
+    for (int kind = 0; kind < static_cast<int>(std::size(kMediaTables)); ++kind)
+        text += (kind == 0 ? "select " : " union all select ") + std::to_string(kind) +
+                " as kind, file_size, modify_time, has_cover from " + kMediaTables[kind] + " where path = $1";
+    return text;
 }
 
 // One statement for all tables that rows of a directory may be in.
@@ -166,6 +220,8 @@ std::string StatementText(int statement) {
         return CoversText(table, "path >= $1");
     case StoreOperation::pathsInRange:
         return "select path from " + table + " where path >= $1 and path < $2 order by path limit $3";
+    case StoreOperation::rowsOfPath:
+        return RowsOfPathText();
     case StoreOperation::mediaInRange:
         return MediaInRangeText();
     case StoreOperation::keepPhotos:
@@ -190,8 +246,14 @@ std::string StatementText(int statement) {
         return "delete from photo_share where shareid = $1 and sharename is null";
     case StoreOperation::saveState:
         return kSaveState;
+    case StoreOperation::saveTrouble:
+        return "update file_state set stamp = v.column2, trouble = v.column3 from " + ValuesText(1, 3, 0) +
+               " where file_state.path = v.column1";
     case StoreOperation::removeFacts:
         return "delete from file_fact where file = (select id from file_state where path = $1)";
+    case StoreOperation::removeFactsOf:
+        return "delete from file_fact where file = (select id from file_state where path = $1) "
+               "and name = (select id from fact_name where name = $2)";
     case StoreOperation::saveFacts:
         return SaveFactsText();
     case StoreOperation::addFactName:
@@ -207,6 +269,20 @@ std::string StatementText(int statement) {
                "limit $3";
     case StoreOperation::copyStates:
         return kCopyStates;
+    case StoreOperation::displaceMedia:
+        return "delete from " + table +
+               " where path in (select " MOVED_PATH " from file_state where " OF_MOVED_TREE ")";
+    case StoreOperation::moveMedia:
+        return "update " + table + " set path = " MOVED_PATH " where " OF_MOVED_TREE;
+    case StoreOperation::moveMediaFile:
+        return "update " + table +
+               " set path = $1, title = case when title = $2 then $3 else title end, "
+               "album = case when album = $4 then $5 else album end, create_time = $6 where path = $7";
+    case StoreOperation::renameMediaAlbum:
+        return RenameMediaAlbumText(table);
+    case StoreOperation::stampState:
+        return "update file_state set stamp = v.column2 from " + ValuesText(1, 2, 0) +
+               " where file_state.path = v.column1";
     case StoreOperation::removeLostStates:
         return RemoveLostStatesText("");
     case StoreOperation::removeLostStatesIn:
@@ -217,6 +293,31 @@ std::string StatementText(int statement) {
                ".path) order by path limit $2";
     case StoreOperation::addStates:
         return AddStatesText();
+    case StoreOperation::filesFrom:
+        return "select id, path, folded_name from file_state where id > $1 order by id limit $2";
+    case StoreOperation::filesUnfolded:
+        return "select id, path from file_state where folded_name is null and id > $1 order by id limit $2";
+    case StoreOperation::foldNames:
+        return FoldNamesText();
+    case StoreOperation::factsOfFiles:
+        return "select file, name, position, value, folded from file_fact where file > $1 and file <= $2";
+    case StoreOperation::foldFacts:
+        return FoldFactsText();
+    case StoreOperation::unresolveEntries:
+        return "update file_entry set unresolved = 1 where file > $1 and file <= $2 and folded_name is not "
+               "null";
+    case StoreOperation::claimEntries:
+        return "update file_entry set unresolved = 1 where (file, position) in "
+               "(select e.file, e.position " ENTRIES_BEHIND ")";
+    case StoreOperation::unresolvedEntries:
+        return "select e.file, e.position, e.target, e.written, e.folded_name, s.path " ENTRIES_BEHIND;
+    case StoreOperation::filesNamed:
+        return FilesNamedText();
+    case StoreOperation::resolveEntries:
+        return ResolveEntriesText();
     }
     return {};
 }
+
+#undef OF_MOVED_TREE
+#undef MOVED_PATH

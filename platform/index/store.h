@@ -51,3 +51,15 @@ int StoreAlone(VELUDB *db, Catalogue catalogue, Call call) {
     VELUDBRollback(db);
     return -1;
 }
+
+// Runs `call`, which tells whether all is well, in a transaction of its own: all that it writes is stored, or nothing of it.
+// Returns 0 or -1.
+template <typename Call>
+int StoreTogether(VELUDB *db, Catalogue catalogue, Call call) {
+    if (StoreBegin(db, catalogue) != 0)
+        return -1;
+    if (call() && VELUDBCommit(db) == 0)
+        return 0;
+    VELUDBRollback(db);
+    return -1;
+}

@@ -119,10 +119,7 @@ void CatalogueTextInPlace(char *field, size_t size) {
         return;
     std::string text = CatalogueText(field, size, false);
     if (text.size() >= size) {
-        size_t end = size - 1;
-        while (end > 0 && Utf8IsContinuation(text[end]))
-            --end;
-        text.resize(end);
+        text.resize(Utf8Front(text, size - 1).size());
         TrimBlanks(&text);
     }
     memset(field, 0, size);

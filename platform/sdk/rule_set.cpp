@@ -40,6 +40,10 @@ void RuleSetRead() {
                RuleSetWord(RuleSet::appliance));
 }
 
+void RuleSetFollow() {
+    active = RuleSetConfigured();
+}
+
 RuleSet RuleSetConfigured() {
     char written[kWrittenSize];
     RuleSet rules;

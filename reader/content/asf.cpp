@@ -6,20 +6,11 @@
 #include <string_view>
 
 #include "platform/bytes.h"
+#include "reader/syntax/asf_identifiers.h"
 
 namespace {
 
-using namespace std::string_view_literals;
-
-// Identifiers (ASF 1.20, section 10), as they stand in files.
-constexpr auto kStreamProperties = "\x91\x07\xDC\xB7\xB7\xA9\xCF\x11\x8E\xE6\x00\xC0\x0C\x20\x53\x65"sv;
-constexpr auto kHeaderExtension = "\xB5\x03\xBF\x5F\x2E\xA9\xCF\x11\x8E\xE3\x00\xC0\x0C\x20\x53\x65"sv;
-constexpr auto kExtendedProperties = "\xCB\xA5\xE6\x14\x72\xC6\x32\x43\x83\x99\xA9\x69\x52\x06\x5B\x5A"sv;
-constexpr auto kAudioStream = "\x40\x9E\x69\xF8\x4D\x5B\xCF\x11\xA8\xFD\x00\x80\x5F\x5C\x44\x2B"sv;
-constexpr auto kCommandStream = "\xC0\xCF\xDA\x59\xE6\x59\xD0\x11\xA3\xAC\x00\xA0\xC9\x03\x48\xF6"sv;
-
 constexpr int64_t kObjectHeader = 24; // identifier and size
-constexpr size_t kIdentifier = 16;
 
 struct Walk {
     ReaderInput *input;
@@ -29,7 +20,7 @@ struct Walk {
 };
 
 bool Is(const uint8_t *bytes, std::string_view identifier) {
-    return memcmp(bytes, identifier.data(), kIdentifier) == 0;
+    return memcmp(bytes, identifier.data(), kAsfIdentifierSize) == 0;
 }
 
 uint64_t Little(const uint8_t *bytes, size_t size) {
@@ -37,12 +28,12 @@ uint64_t Little(const uint8_t *bytes, size_t size) {
 }
 
 void StreamRead(Walk *walk, int64_t begin) {
-    uint8_t kind[kIdentifier];
+    uint8_t kind[kAsfIdentifierSize];
     if (!FileBytes(walk->input, begin, kind, sizeof kind))
         return;
-    if (Is(kind, kAudioStream))
+    if (Is(kind, kAsfAudioMedia))
         walk->sound = true;
-    else if (!Is(kind, kCommandStream))
+    else if (!Is(kind, kAsfCommandMedia))
         walk->other = true;
 }
 
@@ -82,16 +73,16 @@ void ObjectsRead(Walk *walk, int64_t begin, int64_t end, int depth) {
         if (!FileBytes(walk->input, position, header, sizeof header))
             return;
         --walk->objects_left;
-        const uint64_t size = Little(header + kIdentifier, 8);
+        const uint64_t size = Little(header + kAsfIdentifierSize, 8);
         if (size < static_cast<uint64_t>(kObjectHeader) || size > static_cast<uint64_t>(end - position))
             return;
         const int64_t inside = position + kObjectHeader;
         const int64_t next = position + static_cast<int64_t>(size);
-        if (Is(header, kStreamProperties))
+        if (Is(header, kAsfStreamProperties))
             StreamRead(walk, inside);
-        else if (Is(header, kHeaderExtension) && depth < kDeepest)
+        else if (Is(header, kAsfHeaderExtension) && depth < kDeepest)
             ObjectsRead(walk, inside + kExtensionFixed, next, depth + 1);
-        else if (Is(header, kExtendedProperties) && depth < kDeepest)
+        else if (Is(header, kAsfExtendedStreamProperties) && depth < kDeepest)
             ObjectsRead(walk, EmbeddedProperties(walk, inside, next), next, depth + 1);
         position = next;
     }
@@ -104,7 +95,7 @@ ContentFormat AsfLook(const ContentHead &head) {
     Walk walk = {head.input};
     const int64_t begin = head.begin + kFirstObject;
     if (head.size > static_cast<size_t>(kFirstObject)) {
-        const uint64_t size = Little(head.bytes.data() + kIdentifier, 8);
+        const uint64_t size = Little(head.bytes.data() + kAsfIdentifierSize, 8);
         const auto left = static_cast<uint64_t>(head.input->size - head.begin);
         ObjectsRead(&walk, begin, head.begin + static_cast<int64_t>(size < left ? size : left), 0);
     }

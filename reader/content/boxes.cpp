@@ -6,23 +6,11 @@
 #include <vector>
 
 #include "platform/bytes.h"
+#include "reader/syntax/boxes.h"
 
 namespace {
 
 using namespace std::string_view_literals;
-
-constexpr uint32_t Type(const char (&name)[5]) {
-    uint32_t type = 0;
-    for (size_t i = 0; i < 4; ++i)
-        type = type << 8 | static_cast<uint8_t>(name[i]);
-    return type;
-}
-
-struct Box {
-    uint32_t type = 0;
-    int64_t begin = 0; // of what it holds
-    int64_t end = 0;
-};
 
 struct Track {
     uint32_t id = 0;
@@ -34,44 +22,17 @@ struct Track {
 };
 
 struct Walk {
-    ReaderInput *input;
-    uint32_t boxes_left = kContentBoxesMax;
+    BoxWalk boxes;
     uint32_t brand = 0;
     bool has_tracks = false;
     std::vector<Track> tracks;
 };
 
-// Reads the header of the box at `position`, which lies in something that ends at `end`.
-bool BoxRead(Walk *walk, int64_t position, int64_t end, Box *box) {
-    constexpr int64_t kHeader = 8;
-    constexpr int64_t kLongHeader = 16;
-    uint8_t bytes[kLongHeader];
-    if (walk->boxes_left == 0 || end - position < kHeader ||
-        !FileBytes(walk->input, position, bytes, static_cast<size_t>(kHeader)))
-        return false;
-    --walk->boxes_left;
-    uint64_t size = BigEndian32(bytes);
-    int64_t header = kHeader;
-    if (size == 1) {
-        if (!FileBytes(walk->input, position, bytes, static_cast<size_t>(kLongHeader)))
-            return false;
-        size = BigEndian64(bytes + 8);
-        header = kLongHeader;
-    }
-    const auto left = static_cast<uint64_t>(end - position);
-    if (size == 0 || size > left)
-        size = left; // to the end of what holds it, or of a file that was cut
-    if (size < static_cast<uint64_t>(header))
-        return false;
-    *box = {BigEndian32(bytes + 4), position + header, position + static_cast<int64_t>(size)};
-    return true;
-}
-
 // Calls `visit` for each box of a range, until it returns false.
 template <typename Visit>
 void BoxesVisit(Walk *walk, int64_t begin, int64_t end, Visit visit) {
     Box box;
-    for (int64_t position = begin; BoxRead(walk, position, end, &box) && visit(box); position = box.end) {
+    for (int64_t at = begin; BoxTake(&walk->boxes, &at, end, &box) && visit(box);) {
     }
 }
 
@@ -79,7 +40,7 @@ void BoxesVisit(Walk *walk, int64_t begin, int64_t end, Visit visit) {
 uint32_t BoxNumber(Walk *walk, const Box &box, int64_t offset) {
     uint8_t bytes[4];
     return box.end - box.begin >= offset + 4 &&
-                   FileBytes(walk->input, box.begin + offset, bytes, sizeof bytes)
+                   FileBytes(walk->boxes.input, box.begin + offset, bytes, sizeof bytes)
                ? BigEndian32(bytes)
                : 0;
 }
@@ -88,12 +49,12 @@ uint32_t BoxNumber(Walk *walk, const Box &box, int64_t offset) {
 void ObjectTypeRead(Walk *walk, const Box &entry, Track *track) {
     constexpr int64_t kVisualEntry = 78; // fields ahead of the boxes
     BoxesVisit(walk, entry.begin + kVisualEntry, entry.end, [&](const Box &box) {
-        if (box.type != Type("esds"))
+        if (box.type != BoxType("esds"))
             return true;
         // Descriptors have lengths of one to four bytes; the object type comes behind DecoderConfigDescrTag (4).
         uint8_t bytes[32] = {};
         const auto size = static_cast<size_t>(std::min<int64_t>(sizeof bytes, box.end - box.begin));
-        if (!FileBytes(walk->input, box.begin, bytes, size))
+        if (!FileBytes(walk->boxes.input, box.begin, bytes, size))
             return false;
         for (size_t i = 4 + 1; i + 6 < sizeof bytes; ++i) {
             if (bytes[i] != 4)
@@ -112,12 +73,13 @@ void ObjectTypeRead(Walk *walk, const Box &entry, Track *track) {
 void SampleTableRead(Walk *walk, const Box &table, Track *track) {
     BoxesVisit(walk, table.begin, table.end, [&](const Box &box) {
         constexpr int64_t kFirstEntry = 8; // version, flags and count
+        int64_t at = box.begin + kFirstEntry;
         Box entry;
-        if (box.type == Type("stsz") || box.type == Type("stz2"))
+        if (box.type == BoxType("stsz") || box.type == BoxType("stz2"))
             track->samples = BoxNumber(walk, box, 8);
-        else if (box.type == Type("stsd") && BoxRead(walk, box.begin + kFirstEntry, box.end, &entry)) {
+        else if (box.type == BoxType("stsd") && BoxTake(&walk->boxes, &at, box.end, &entry)) {
             track->coding = entry.type;
-            if (entry.type == Type("mp4v"))
+            if (entry.type == BoxType("mp4v"))
                 ObjectTypeRead(walk, entry, track);
         }
         return true;
@@ -130,26 +92,26 @@ void TrackRead(Walk *walk, const Box &within, int depth, Track *track) {
     constexpr int kDeepest = 2; // trak.mdia.minf
     BoxesVisit(walk, within.begin, within.end, [&](const Box &box) {
         switch (box.type) {
-        case Type("tkhd"): {
+        case BoxType("tkhd"): {
             const bool wide = (BoxNumber(walk, box, 0) >> 24) == 1;
             track->id = BoxNumber(walk, box, wide ? 20 : 12);
             break;
         }
-        case Type("hdlr"):
+        case BoxType("hdlr"):
             // Tracks of QuickTime have a second one, of their data, deeper inside.
             if (depth == kInMedia)
                 track->handler = BoxNumber(walk, box, 8);
             break;
-        case Type("chap"):
+        case BoxType("chap"):
             track->chapters_for = BoxNumber(walk, box, 0);
             break;
-        case Type("tref"):
-        case Type("mdia"):
-        case Type("minf"):
+        case BoxType("tref"):
+        case BoxType("mdia"):
+        case BoxType("minf"):
             if (depth < kDeepest)
                 TrackRead(walk, box, depth + 1, track);
             break;
-        case Type("stbl"):
+        case BoxType("stbl"):
             SampleTableRead(walk, box, track);
             break;
         default:
@@ -162,7 +124,7 @@ void TrackRead(Walk *walk, const Box &within, int depth, Track *track) {
 void MovieRead(Walk *walk, const Box &movie) {
     walk->has_tracks = true;
     BoxesVisit(walk, movie.begin, movie.end, [&](const Box &box) {
-        if (box.type == Type("trak")) {
+        if (box.type == BoxType("trak")) {
             Track track;
             TrackRead(walk, box, 0, &track);
             walk->tracks.push_back(track);
@@ -175,10 +137,10 @@ void MovieRead(Walk *walk, const Box &movie) {
 bool IsStill(const Walk &walk, const Track &track) {
     constexpr uint8_t kObjectJpeg = 0x6C; // ISO/IEC 14496-1
     constexpr uint8_t kObjectPng = 0x6D;
-    const bool picture_coding = track.coding == Type("jpeg") || track.coding == Type("png ") ||
+    const bool picture_coding = track.coding == BoxType("jpeg") || track.coding == BoxType("png ") ||
                                 track.object_type == kObjectJpeg || track.object_type == kObjectPng;
     const bool chapters = std::any_of(walk.tracks.begin(), walk.tracks.end(), [&track](const Track &other) {
-        return other.chapters_for == track.id && other.handler == Type("soun") && track.id != 0;
+        return other.chapters_for == track.id && other.handler == BoxType("soun") && track.id != 0;
     });
     return chapters || (picture_coding && track.samples == 1);
 }
@@ -186,9 +148,9 @@ bool IsStill(const Walk &walk, const Track &track) {
 ContentFormat TracksFormat(const Walk &walk) {
     bool sound = false;
     for (const Track &track : walk.tracks) {
-        if (track.handler == Type("vide") && !IsStill(walk, track))
+        if (track.handler == BoxType("vide") && !IsStill(walk, track))
             return ContentFormat::film;
-        sound = sound || track.handler == Type("soun");
+        sound = sound || track.handler == BoxType("soun");
     }
     return sound ? ContentFormat::mp4_sound : ContentFormat::film;
 }
@@ -199,18 +161,18 @@ struct Brand {
 };
 
 constexpr Brand kPictureBrands[] = {
-    {Type("heic"), ContentFormat::heif}, {Type("heix"), ContentFormat::heif},
-    {Type("heim"), ContentFormat::heif}, {Type("heis"), ContentFormat::heif},
-    {Type("hevc"), ContentFormat::heif}, {Type("hevx"), ContentFormat::heif},
-    {Type("mif1"), ContentFormat::heif}, {Type("mif2"), ContentFormat::heif},
-    {Type("msf1"), ContentFormat::heif}, {Type("miaf"), ContentFormat::heif},
-    {Type("avif"), ContentFormat::heif}, {Type("avis"), ContentFormat::heif},
-    {Type("avci"), ContentFormat::heif}, {Type("jpeg"), ContentFormat::heif},
-    {Type("crx "), ContentFormat::raw},
+    {BoxType("heic"), ContentFormat::heif}, {BoxType("heix"), ContentFormat::heif},
+    {BoxType("heim"), ContentFormat::heif}, {BoxType("heis"), ContentFormat::heif},
+    {BoxType("hevc"), ContentFormat::heif}, {BoxType("hevx"), ContentFormat::heif},
+    {BoxType("mif1"), ContentFormat::heif}, {BoxType("mif2"), ContentFormat::heif},
+    {BoxType("msf1"), ContentFormat::heif}, {BoxType("miaf"), ContentFormat::heif},
+    {BoxType("avif"), ContentFormat::heif}, {BoxType("avis"), ContentFormat::heif},
+    {BoxType("avci"), ContentFormat::heif}, {BoxType("jpeg"), ContentFormat::heif},
+    {BoxType("crx "), ContentFormat::raw},
 };
 
 // Brands of files that hold sound, should their tracks not be there.
-constexpr uint32_t kSoundBrands[] = {Type("M4A "), Type("M4B "), Type("M4P ")};
+constexpr uint32_t kSoundBrands[] = {BoxType("M4A "), BoxType("M4B "), BoxType("M4P ")};
 
 ContentFormat BrandFormat(uint32_t brand) {
     for (const Brand &row : kPictureBrands) {
@@ -223,14 +185,14 @@ ContentFormat BrandFormat(uint32_t brand) {
 } // namespace
 
 ContentFormat BoxesLook(const ContentHead &head) {
-    Walk walk = {head.input, kContentBoxesMax, 0, false, {}};
+    Walk walk = {{head.input, kContentBoxesMax}, 0, false, {}};
     ContentFormat picture = ContentFormat::unknown;
     bool compatible_picture = false;
     BoxesVisit(&walk, head.begin, head.input->size, [&](const Box &box) {
         constexpr int64_t kFirstCompatible = 8;
         constexpr int64_t kCompatiblesMax = 32;
         switch (box.type) {
-        case Type("ftyp"):
+        case BoxType("ftyp"):
             walk.brand = BoxNumber(&walk, box, 0);
             picture = BrandFormat(walk.brand);
             for (int64_t i = 0; i < kCompatiblesMax; ++i) {
@@ -238,10 +200,10 @@ ContentFormat BoxesLook(const ContentHead &head) {
                 compatible_picture = compatible_picture || BrandFormat(brand) == ContentFormat::heif;
             }
             return picture == ContentFormat::unknown;
-        case Type("moov"):
+        case BoxType("moov"):
             MovieRead(&walk, box);
             return false;
-        case Type("moof"):
+        case BoxType("moof"):
             return false; // a piece of a stream: the film's header is elsewhere
         default:
             return true;

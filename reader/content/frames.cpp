@@ -5,48 +5,21 @@
 #include <iterator>
 
 #include "platform/bytes.h"
+#include "reader/syntax/adts_header.h"
+#include "reader/syntax/mpeg_header.h"
 
 namespace {
 
 constexpr size_t kHeader = 8; // as much as any of these headers takes
 constexpr int kFramesInRow = 3;
 
-// ISO/IEC 11172-3, 2.4.1.3 and 13818-3: returns a frame's bytes, 0 when this is none (or of free format).
+// Each returns a frame's bytes by its header, 0 when this is none (or, of MPEG audio, of free format).
 size_t MpegLength(const uint8_t *bytes) {
-    constexpr uint16_t kRates[5][16] = {
-        {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448, 0}, // version 1, layer I
-        {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384, 0},    // layer II
-        {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 0},     // layer III
-        {0, 32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256, 0},    // version 2, layer I
-        {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160, 0},         // layers II and III
-    };
-    constexpr uint32_t kFrequencies[4] = {44100, 48000, 32000, 0};
-    if (bytes[0] != 0xFF || (bytes[1] & 0xE0) != 0xE0)
-        return 0;
-    const unsigned version = bytes[1] >> 3 & 3; // 3: MPEG-1, 2: MPEG-2, 0: MPEG-2.5
-    const unsigned layer = 4 - (bytes[1] >> 1 & 3);
-    const unsigned padding = bytes[2] >> 1 & 1;
-    if (version == 1 || layer == 4)
-        return 0;
-    const bool first = version == 3;
-    const size_t row = first ? layer - 1 : (layer == 1 ? 3 : 4);
-    const size_t rate = kRates[row][bytes[2] >> 4] * size_t{1000};
-    const size_t frequency = kFrequencies[bytes[2] >> 2 & 3] >> (first ? 0 : version == 2 ? 1 : 2);
-    if (rate == 0 || frequency == 0)
-        return 0;
-    if (layer == 1)
-        return (12 * rate / frequency + padding) * 4;
-    return (layer == 3 && !first ? 72 : 144) * rate / frequency + padding;
+    return MpegHeaderParse({bytes, kHeader}).bytes;
 }
 
-// ISO/IEC 13818-7, 6.2
 size_t AdtsLength(const uint8_t *bytes) {
-    constexpr size_t kShortest = 7;
-    constexpr unsigned kFrequencies = 13;
-    if (bytes[0] != 0xFF || (bytes[1] & 0xF6) != 0xF0 || (bytes[2] >> 2 & 15) >= kFrequencies)
-        return 0;
-    const size_t length = size_t{bytes[3] & 3U} << 11 | size_t{bytes[4]} << 3 | bytes[5] >> 5;
-    return length >= kShortest ? length : 0;
+    return AdtsHeaderParse({bytes, kHeader}).bytes;
 }
 
 // ISO/IEC 14496-3, 1.7.2: LOAS

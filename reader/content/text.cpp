@@ -4,6 +4,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 namespace {
@@ -19,13 +20,14 @@ struct Mark {
 constexpr Mark kBegins[] = {
     {"#EXTM3U"sv, ContentFormat::playlist},
     {"[playlist]"sv, ContentFormat::playlist},
+    {"[Reference]"sv, ContentFormat::playlist},
 };
 
 // What a text that begins with "<" holds.
 constexpr Mark kElements[] = {
     {"<svg"sv, ContentFormat::svg},           {":svg"sv, ContentFormat::svg},
     {"<asx"sv, ContentFormat::playlist},      {"<?wpl"sv, ContentFormat::playlist},
-    {"<playlist"sv, ContentFormat::playlist},
+    {"<playlist"sv, ContentFormat::playlist}, {"<smil"sv, ContentFormat::playlist},
 };
 
 // Where a text says nothing of itself.
@@ -48,11 +50,28 @@ bool Holds(std::string_view text, std::string_view part) {
     return false;
 }
 
+using Buffer = std::array<char, kContentHead>;
+
+// Returns text in UTF-16, by its mark, as far as it is ASCII, which goes into the buffer; other text as it is.
+std::string_view NarrowText(std::string_view text, Buffer *buffer) {
+    const bool big = text.starts_with("\xFE\xFF"sv);
+    if (!big && !text.starts_with("\xFF\xFE"sv))
+        return text;
+    size_t size = 0;
+    for (size_t at = 2; at + 2 <= text.size(); at += 2) {
+        const char high = text[at + (big ? 0 : 1)];
+        const char low = text[at + (big ? 1 : 0)];
+        (*buffer)[size++] = high == '\0' ? low : '?';
+    }
+    return {buffer->data(), size};
+}
+
 } // namespace
 
 ContentFormat TextLook(const ContentHead &head) {
     constexpr auto kByteOrderMark = "\xEF\xBB\xBF"sv;
-    std::string_view text = HeadText(head);
+    Buffer buffer;
+    std::string_view text = NarrowText(HeadText(head), &buffer);
     if (text.find('\0') != std::string_view::npos)
         return ContentFormat::unknown;
     if (text.starts_with(kByteOrderMark))
@@ -69,7 +88,8 @@ ContentFormat TextLook(const ContentHead &head) {
         }
     }
     for (const Mark &mark : kExtensions) {
-        if (head.input->extension == mark.text && !text.empty())
+        // A list without entries is one.
+        if (head.input->extension == mark.text && (!text.empty() || mark.format == ContentFormat::playlist))
             return mark.format;
     }
     return ContentFormat::unknown;

@@ -17,12 +17,15 @@ struct FrameFree {
     void operator()(AVFrame *frame) const noexcept { av_frame_free(&frame); }
 };
 
-CodecHandle CodecOpen(const AVStream &stream) {
+using BufferGet = decltype(AVCodecContext::get_buffer2);
+
+CodecHandle CodecOpen(const AVStream &stream, BufferGet get_buffer = avcodec_default_get_buffer2) {
     const AVCodec *decoder = avcodec_find_decoder(stream.codecpar->codec_id);
     CodecHandle codec(decoder != nullptr ? avcodec_alloc_context3(decoder) : nullptr);
     if (codec == nullptr || avcodec_parameters_to_context(codec.get(), stream.codecpar) < 0)
         return nullptr;
     codec->thread_count = 1; // a reader has one thread
+    codec->get_buffer2 = get_buffer;
     return avcodec_open2(codec.get(), decoder, nullptr) < 0 ? nullptr : std::move(codec);
 }
 
@@ -49,6 +52,22 @@ bool SoundFrameLook(const FilmView &view) {
         return false;
     codec->codec_id = CodecOfFrame(codec->codec_id, *packet);
     return ParametersTake(view, *view.sound, *codec);
+}
+
+bool PictureHeadLook(const FilmView &view) {
+    constexpr int kPackets = 8; // a stream may begin in the middle of a picture
+    // By the time that it asks for memory for the picture, the decoder knows all about it.
+    const BufferGet refuse = [](AVCodecContext *, AVFrame *, int) { return AVERROR(ENOMEM); };
+    const CodecHandle codec = CodecOpen(*view.film, refuse);
+    for (int i = 0; codec != nullptr && i < kPackets; ++i) {
+        const PacketHandle packet = FirstPacketOf(view.format, view.film->index);
+        if (packet == nullptr)
+            return false;
+        static_cast<void>(avcodec_send_packet(codec.get(), packet.get()));
+        if (codec->width > 0 && codec->pix_fmt != AV_PIX_FMT_NONE)
+            return ParametersTake(view, *view.film, *codec);
+    }
+    return false;
 }
 
 bool FilmCodecLook(const FilmView &view) {

@@ -10,3 +10,6 @@
 // tells is in the stream's parameters then. False when it did not work out.
 [[nodiscard]] bool SoundFrameLook(const FilmView &view);
 [[nodiscard]] bool FilmCodecLook(const FilmView &view);
+
+// Has the film's codec read the begin of the next picture, and no more of it. As above.
+[[nodiscard]] bool PictureHeadLook(const FilmView &view);

@@ -3,13 +3,17 @@
 
 #include "container/probe_module/open.h"
 #include "platform/limits.h"
+#include "reader/film/broadcast_pages.h"
 #include "reader/film/codec_look.h"
 #include "reader/film/film_facts.h"
 #include "reader/film/film_input.h"
 #include "reader/film/film_picture.h"
 #include "reader/film/film_tags.h"
 #include "reader/film/midi.h"
+#include "reader/film/mpeg_rate.h"
 #include "reader/film/open_questions.h"
+#include "reader/film/search.h"
+#include "reader/film/track_numbers.h"
 
 namespace {
 
@@ -28,19 +32,68 @@ ContentClass ContentOf(const FilmView &view) {
                                    : ContentClass::unknown;
 }
 
-// Answers what the headers leave open, as cheaply as that can be. Returns libavformat's error of the search.
-int QuestionsAnswer(FilmWay way, FilmView *view, const char **searched) {
-    const OpenQuestion *search = OpenQuestionFor(FilmLook::search, *view);
-    const OpenQuestion *colours = OpenQuestionFor(FilmLook::film_codec, *view);
-    const OpenQuestion *sound = OpenQuestionFor(FilmLook::sound_frame, *view);
-    const bool is_answered = way == FilmWay::as_needed && search == nullptr &&
-                             (colours == nullptr || FilmCodecLook(*view)) &&
-                             (sound == nullptr || SoundFrameLook(*view));
-    if (searched != nullptr && !is_answered)
-        *searched = search != nullptr ? search->words : "asked for";
-    const int error = is_answered ? 0 : avformat_find_stream_info(view->format, nullptr);
-    *view = FilmViewOf(view->format, view->size);
-    return error;
+struct Look {
+    FilmLook what;
+    bool (*take)(const FilmView &);
+    bool reads_on; // packets
+};
+
+// The search has none: it is what is done where one of these does not work out.
+constexpr Look kLooks[] = {{FilmLook::film_codec, FilmCodecLook, false},
+                           {FilmLook::sound_frame, SoundFrameLook, true},
+                           {FilmLook::mpeg_frames, MpegRateLook, true}};
+
+// Answers what the headers leave open, where that can be done without the search. Returns why it takes that, or null.
+const char *SearchReason(FilmWay way, const FilmView &view, bool *read_on) {
+    if (way == FilmWay::always_search)
+        return "asked for";
+    if (const OpenQuestion *search = OpenQuestionFor(FilmLook::search, view))
+        return search->words;
+    for (const Look &look : kLooks) {
+        const OpenQuestion *question = OpenQuestionFor(look.what, view);
+        *read_on = *read_on || (question != nullptr && look.reads_on);
+        if (question != nullptr && !look.take(view))
+            return question->words;
+    }
+    return nullptr;
+}
+
+// The file as libavformat has it open.
+struct OpenFilm {
+    AVIOContext *avio;
+    std::string name;
+    int64_t size; // bytes
+    FormatHandle format;
+    int error = 0; // the library's last one
+};
+
+// From its begin, also for another time.
+bool Open(OpenFilm *film) {
+    film->format.reset();
+    avio_seek(film->avio, 0, SEEK_SET);
+    film->format = FormatOpen(film->name.c_str(), film->avio, kManner, &film->error);
+    return film->format != nullptr;
+}
+
+FilmView ViewOf(const OpenFilm &film) {
+    return FilmViewOf(film.format.get(), film.size);
+}
+
+// Searches for the streams' parameters, which begins where the file does; `read_on`: packets have been read. False when the file
+// cannot be opened once more.
+bool Search(OpenFilm *film, FilmWay way, bool read_on) {
+    if (read_on && !Open(film))
+        return false;
+    if (way == FilmWay::as_needed) {
+        film->error = StreamsSearch(film->format.get());
+        const FilmView found = ViewOf(*film);
+        if (!HasMeanOfFrames(found) && (!IsPictureLeftOut(found) || PictureHeadLook(found)))
+            return true;
+        if (!Open(film))
+            return false;
+    }
+    film->error = avformat_find_stream_info(film->format.get(), nullptr);
+    return true;
 }
 
 } // namespace
@@ -51,26 +104,34 @@ ReadOutcome FilmFactsReadBy(FilmWay way, ReaderInput *input, ContentFormat forma
         *searched = nullptr;
     if (format == ContentFormat::midi)
         return MidiFactsRead(input, facts);
+    if (const char *fault = TrackNumberFault(input))
+        return {AnswerStatus::failed, ContentClass::unknown, fault};
     FilmInput source{.file = input, .position = 0, .left = 0};
     const AvioHandle avio = FilmInputOpen(&source);
     if (avio == nullptr)
         return Failure(*input, AVERROR(ENOMEM));
     // The name's extension alone says what some files without a mark of their own are.
-    const std::string name = input->extension.empty() ? "" : "film." + input->extension;
-    int error = 0;
-    const FormatHandle opened = FormatOpen(name.c_str(), avio.get(), kManner, &error);
-    if (opened == nullptr)
-        return Failure(*input, error);
+    OpenFilm film = {.avio = avio.get(),
+                     .name = input->extension.empty() ? "" : "film." + input->extension,
+                     .size = input->size,
+                     .format = nullptr};
+    if (!Open(&film))
+        return Failure(*input, film.error);
 
-    FilmView view = FilmViewOf(opened.get(), input->size);
-    error = QuestionsAnswer(way, &view, searched);
+    bool read_on = false;
+    const char *reason = SearchReason(way, ViewOf(film), &read_on);
+    if (searched != nullptr)
+        *searched = reason;
+    if (reason != nullptr && !Search(&film, way, read_on))
+        return Failure(*input, film.error);
+    const FilmView view = ViewOf(film);
     const ContentClass content = ContentOf(view);
     if (content == ContentClass::unknown)
-        return Failure(*input, error < 0 ? error : AVERROR_STREAM_NOT_FOUND);
-    FilmPictureTake(*opened, picture);
+        return Failure(*input, film.error < 0 ? film.error : AVERROR_STREAM_NOT_FOUND);
+    FilmPictureTake(*film.format, picture);
     FilmStreamsRead(view, input, facts);
     FilmTagsRead(view, facts);
-    FilmChaptersRead(*opened, facts);
+    FilmChaptersRead(*film.format, facts);
     return {.status = AnswerStatus::read, .content = content, .reason = {}};
 }
 
@@ -80,4 +141,5 @@ ReadOutcome FilmFactsRead(ReaderInput *input, ContentFormat format, FactList *fa
 
 void FilmReaderWarm() {
     av_log_set_level(AV_LOG_QUIET); // its remarks would go to standard error
+    BroadcastPagesOpen();
 }

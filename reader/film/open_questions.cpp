@@ -8,6 +8,7 @@
 
 #include "reader/film/film_times.h"
 #include "reader/film/hdr.h"
+#include "reader/film/mpeg_rate.h"
 
 namespace {
 
@@ -64,11 +65,9 @@ bool ColoursInStream(const FilmView &view) {
 }
 
 // MPEG audio in a container that does not say its rate: each frame may have another one.
-bool RateInManyFrames(const FilmView &view) {
-    if (view.sound == nullptr || view.sound->codecpar->bit_rate > 0)
-        return false;
-    const AVCodecID codec = view.sound->codecpar->codec_id;
-    return codec == AV_CODEC_ID_MP1 || codec == AV_CODEC_ID_MP2 || codec == AV_CODEC_ID_MP3;
+bool RateInMpegFrames(const FilmView &view) {
+    return view.sound != nullptr && view.sound->codecpar->bit_rate <= 0 &&
+           IsMpegAudio(view.sound->codecpar->codec_id);
 }
 
 // Frames of a constant rate. DTS in MP4 has one in its headers too, which counts the padding.
@@ -113,11 +112,11 @@ constexpr OpenQuestion kQuestions[] = {
     {"no frame rate", FilmLook::search, NoFrameRate},
     {"no sample rate", FilmLook::search, NoSampleRate},
     {"colours in the stream", FilmLook::search, ColoursInStream},
-    {"bit rate of varying frames", FilmLook::search, RateInManyFrames},
     {"colours in the configuration", FilmLook::film_codec, ColoursInConfiguration},
     {"bit rate in the frames", FilmLook::sound_frame, RateInFrame},
     {"depth in the stream", FilmLook::sound_frame, DepthInStream},
     {"hidden band", FilmLook::sound_frame, HiddenBand},
+    {"bit rate of varying frames", FilmLook::mpeg_frames, RateInMpegFrames},
 };
 
 } // namespace

@@ -10,8 +10,9 @@
 // What it takes to answer a question, from the cheapest to the dearest.
 enum class FilmLook : uint8_t {
     headers,     // they suffice
-    sound_frame, // one frame of the sound
     film_codec,  // the configuration of the film's codec
+    sound_frame, // one frame of the sound
+    mpeg_frames, // headers of the first frames of MPEG audio
     search,      // libavformat's search
 };
 

@@ -155,7 +155,7 @@ void DateAdd(const PhotoMetadata &metadata, FactList *facts) {
 void SourceAdd(const PhotoMetadata &metadata, const Source &source, FactList *facts) {
     const auto add = [&](const Exiv2::Value *value) {
         if (value != nullptr)
-            source.convert(*value, source.fact, facts);
+            source.convert(*value, {source.fact, facts, metadata.charset});
     };
     switch (source.ground) {
     case Ground::exif:
@@ -183,7 +183,8 @@ void PhotoFactsAdd(const PhotoMetadata &metadata, FactList *facts) {
             SourceAdd(metadata, source, facts);
     }
     if (FactFind(*facts, FactName::comment) == nullptr)
-        FactAddText(facts, FactName::comment, FactSource::exiv2, TextFromBytes(metadata.comment));
+        FactAddText(facts, FactName::comment, FactSource::exiv2,
+                    TextFromBytes(metadata.comment, metadata.charset));
     DateAdd(metadata, facts);
     GpsAdd(metadata, facts);
 }

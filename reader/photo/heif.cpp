@@ -33,94 +33,99 @@ struct Meta {
 };
 
 // The version of a full box, whose flags go to `flags`.
-uint64_t Version(BytesCursor *cursor, uint64_t *flags = nullptr) {
-    const uint64_t both = CursorNumber(cursor, 4);
+uint64_t Version(Cursor *cursor, uint64_t *flags = nullptr) {
+    const uint64_t both = TakeBig(cursor, 4);
     if (flags != nullptr)
         *flags = both & 0xFFFFFF;
     return both >> 24;
 }
 
-std::string_view CursorText(BytesCursor *cursor) {
-    const auto end = std::find(cursor->left.begin(), cursor->left.end(), uint8_t{0});
-    const Bytes text = CursorTake(cursor, static_cast<size_t>(end - cursor->left.begin()));
-    if (!cursor->left.empty())
-        CursorTake(cursor, 1);
-    return {reinterpret_cast<const char *>(text.data()), text.size()};
+std::string_view CursorText(Cursor *cursor) {
+    const auto end = std::find(cursor->rest.begin(), cursor->rest.end(), uint8_t{0});
+    const Bytes text = Take(cursor, static_cast<size_t>(end - cursor->rest.begin()));
+    if (!cursor->rest.empty())
+        Take(cursor, 1);
+    return Characters(text);
+}
+
+// Takes a box that is there whole.
+bool WholeBoxTake(Cursor *cursor, MemoryBox *box) {
+    return MemoryBoxTake(cursor, box) && !cursor->cut;
 }
 
 void ItemInfoRead(Bytes bytes, Meta *meta) {
-    BytesCursor cursor = {bytes};
-    CursorNumber(&cursor, Version(&cursor) == 0 ? 2 : 4);
-    for (MemoryBox box; CursorBox(&cursor, &box);) {
-        BytesCursor entry = {box.bytes};
+    Cursor cursor = {bytes};
+    TakeBig(&cursor, Version(&cursor) == 0 ? 2 : 4);
+    for (MemoryBox box; WholeBoxTake(&cursor, &box);) {
+        Cursor entry = {box.content};
         const uint64_t version = Version(&entry);
-        if (box.type != BoxName("infe") || version < 2)
+        if (!box.Is("infe") || version < 2)
             continue;
-        const uint64_t id = CursorNumber(&entry, version == 2 ? 2 : 4);
-        CursorNumber(&entry, 2);
-        const auto type = static_cast<uint32_t>(CursorNumber(&entry, 4));
+        const uint64_t id = TakeBig(&entry, version == 2 ? 2 : 4);
+        TakeBig(&entry, 2);
+        const auto type = static_cast<uint32_t>(TakeBig(&entry, 4));
         CursorText(&entry); // the item's name
-        if (type == BoxName("Exif") && meta->exif == 0)
+        if (type == BoxType("Exif") && meta->exif == 0)
             meta->exif = id;
-        else if (type == BoxName("mime") && CursorText(&entry) == "application/rdf+xml"sv && meta->xmp == 0)
+        else if (type == BoxType("mime") && CursorText(&entry) == "application/rdf+xml"sv && meta->xmp == 0)
             meta->xmp = id;
     }
 }
 
 void LocationsRead(Bytes bytes, Meta *meta) {
-    BytesCursor cursor = {bytes};
+    Cursor cursor = {bytes};
     const uint64_t version = Version(&cursor);
-    const uint64_t sizes = CursorNumber(&cursor, 2);
+    const uint64_t sizes = TakeBig(&cursor, 2);
     const size_t offset_size = sizes >> 12 & 15;
     const size_t length_size = sizes >> 8 & 15;
     const size_t base_size = sizes >> 4 & 15;
     const size_t index_size = version == 0 ? 0 : sizes & 15;
     if (version > 2 || std::max({offset_size, length_size, base_size, index_size}) > 8)
         return;
-    for (uint64_t left = CursorNumber(&cursor, version < 2 ? 2 : 4); left > 0 && !cursor.failed; --left) {
+    for (uint64_t left = TakeBig(&cursor, version < 2 ? 2 : 4); left > 0 && !cursor.cut; --left) {
         Item item;
-        item.id = CursorNumber(&cursor, version < 2 ? 2 : 4);
-        item.method = version == 0 ? 0 : CursorNumber(&cursor, 2) & 15;
-        CursorNumber(&cursor, 2); // this file
-        const uint64_t base = CursorNumber(&cursor, base_size);
-        for (uint64_t extents = CursorNumber(&cursor, 2); extents > 0 && !cursor.failed; --extents) {
-            CursorNumber(&cursor, index_size);
-            const uint64_t offset = CursorNumber(&cursor, offset_size);
-            item.extents.push_back({base + offset, CursorNumber(&cursor, length_size)});
+        item.id = TakeBig(&cursor, version < 2 ? 2 : 4);
+        item.method = version == 0 ? 0 : TakeBig(&cursor, 2) & 15;
+        TakeBig(&cursor, 2); // this file
+        const uint64_t base = TakeBig(&cursor, base_size);
+        for (uint64_t extents = TakeBig(&cursor, 2); extents > 0 && !cursor.cut; --extents) {
+            TakeBig(&cursor, index_size);
+            const uint64_t offset = TakeBig(&cursor, offset_size);
+            item.extents.push_back({base + offset, TakeBig(&cursor, length_size)});
         }
         meta->items.push_back(std::move(item));
     }
 }
 
 void AssociationsRead(Bytes bytes, Meta *meta) {
-    BytesCursor cursor = {bytes};
+    Cursor cursor = {bytes};
     uint64_t flags = 0;
     const uint64_t version = Version(&cursor, &flags);
     const bool wide = (flags & 1) != 0;
-    for (uint64_t left = CursorNumber(&cursor, 4); left > 0 && !cursor.failed; --left) {
-        const uint64_t item = CursorNumber(&cursor, version < 1 ? 2 : 4);
-        for (uint64_t count = CursorNumber(&cursor, 1); count > 0 && !cursor.failed; --count) {
-            const uint64_t property = CursorNumber(&cursor, wide ? 2 : 1) & (wide ? 0x7FFF : 0x7F);
+    for (uint64_t left = TakeBig(&cursor, 4); left > 0 && !cursor.cut; --left) {
+        const uint64_t item = TakeBig(&cursor, version < 1 ? 2 : 4);
+        for (uint64_t count = TakeBig(&cursor, 1); count > 0 && !cursor.cut; --count) {
+            const uint64_t property = TakeBig(&cursor, wide ? 2 : 1) & (wide ? 0x7FFF : 0x7F);
             meta->associations.emplace_back(item, property);
         }
     }
 }
 
 void PropertiesRead(Bytes bytes, Meta *meta) {
-    BytesCursor cursor = {bytes};
-    for (MemoryBox box; CursorBox(&cursor, &box);) {
-        if (box.type == BoxName("ipma"))
-            AssociationsRead(box.bytes, meta);
-        if (box.type != BoxName("ipco"))
+    Cursor cursor = {bytes};
+    for (MemoryBox box; WholeBoxTake(&cursor, &box);) {
+        if (box.Is("ipma"))
+            AssociationsRead(box.content, meta);
+        if (!box.Is("ipco"))
             continue;
-        BytesCursor properties = {box.bytes};
-        for (MemoryBox property; CursorBox(&properties, &property);) {
+        Cursor properties = {box.content};
+        for (MemoryBox property; WholeBoxTake(&properties, &property);) {
             PhotoSize size;
-            if (property.type == BoxName("ispe")) {
-                BytesCursor extents = {property.bytes};
+            if (property.Is("ispe")) {
+                Cursor extents = {property.content};
                 Version(&extents);
-                size.width = CursorNumber(&extents, 4);
-                size.height = CursorNumber(&extents, 4);
+                size.width = TakeBig(&extents, 4);
+                size.height = TakeBig(&extents, 4);
             }
             meta->properties.push_back(size);
         }
@@ -129,25 +134,25 @@ void PropertiesRead(Bytes bytes, Meta *meta) {
 
 Meta MetaRead(Bytes bytes) {
     Meta meta;
-    BytesCursor cursor = {bytes};
+    Cursor cursor = {bytes};
     Version(&cursor);
-    for (MemoryBox box; CursorBox(&cursor, &box);) {
-        BytesCursor inside = {box.bytes};
+    for (MemoryBox box; WholeBoxTake(&cursor, &box);) {
+        Cursor inside = {box.content};
         switch (box.type) {
-        case BoxName("pitm"):
-            meta.primary = CursorNumber(&inside, Version(&inside) == 0 ? 2 : 4);
+        case BoxType("pitm"):
+            meta.primary = TakeBig(&inside, Version(&inside) == 0 ? 2 : 4);
             break;
-        case BoxName("iinf"):
-            ItemInfoRead(box.bytes, &meta);
+        case BoxType("iinf"):
+            ItemInfoRead(box.content, &meta);
             break;
-        case BoxName("iloc"):
-            LocationsRead(box.bytes, &meta);
+        case BoxType("iloc"):
+            LocationsRead(box.content, &meta);
             break;
-        case BoxName("iprp"):
-            PropertiesRead(box.bytes, &meta);
+        case BoxType("iprp"):
+            PropertiesRead(box.content, &meta);
             break;
-        case BoxName("idat"):
-            meta.data = box.bytes;
+        case BoxType("idat"):
+            meta.data = box.content;
             break;
         default:
             break;
@@ -165,10 +170,11 @@ std::vector<uint8_t> ItemBytes(ReaderInput *input, const Meta &meta, uint64_t id
     for (const Extent &extent : item->extents) {
         std::vector<uint8_t> part;
         if (item->method == 1) {
-            BytesCursor data = {meta.data};
-            CursorTake(&data, extent.offset);
-            const Bytes taken = CursorTake(&data, extent.size);
-            part.assign(taken.begin(), taken.end());
+            Cursor data = {meta.data};
+            Take(&data, extent.offset);
+            const Bytes taken = Take(&data, extent.size);
+            if (!data.cut)
+                part.assign(taken.begin(), taken.end());
         } else if (item->method == 0) {
             // A length of 0 means all that follows.
             const uint64_t rest = static_cast<uint64_t>(input->size) - extent.offset;
@@ -199,8 +205,8 @@ PhotoSize SizeOf(const Meta &meta) {
 } // namespace
 
 void HeifRead(ReaderInput *input, PhotoMetadata *metadata) {
-    for (const FileBox &box : FileBoxes(input)) {
-        if (box.type != BoxName("meta"))
+    for (const Box &box : FileBoxes(input)) {
+        if (!box.Is("meta"))
             continue;
         const std::vector<uint8_t> bytes = FileBoxRead(input, box);
         const Meta meta = MetaRead(bytes);
@@ -208,7 +214,7 @@ void HeifRead(ReaderInput *input, PhotoMetadata *metadata) {
         ExifItemRead(ItemBytes(input, meta, meta.exif), metadata);
         const std::vector<uint8_t> packet = ItemBytes(input, meta, meta.xmp);
         if (!packet.empty())
-            XmpBlockRead({reinterpret_cast<const char *>(packet.data()), packet.size()}, metadata);
+            XmpBlockRead(Characters(packet), metadata);
         return;
     }
 }

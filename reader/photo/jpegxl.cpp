@@ -60,21 +60,21 @@ void JpegXlRead(ReaderInput *input, PhotoMetadata *metadata) {
     CodeStreamRead(input, 0, metadata);
     if (metadata->size.width != 0)
         return;
-    for (const FileBox &box : FileBoxes(input)) {
+    for (const Box &box : FileBoxes(input)) {
         constexpr int64_t kPartNumber = 4;
         switch (box.type) {
-        case BoxName("jxlc"):
+        case BoxType("jxlc"):
             CodeStreamRead(input, box.begin, metadata);
             break;
-        case BoxName("jxlp"):
+        case BoxType("jxlp"):
             CodeStreamRead(input, box.begin + kPartNumber, metadata);
             break;
-        case BoxName("Exif"):
+        case BoxType("Exif"):
             ExifItemRead(FileBoxRead(input, box), metadata);
             break;
-        case BoxName("xml "): {
+        case BoxType("xml "): {
             const std::vector<uint8_t> packet = FileBoxRead(input, box);
-            XmpBlockRead({reinterpret_cast<const char *>(packet.data()), packet.size()}, metadata);
+            XmpBlockRead(Characters(packet), metadata);
             break;
         }
         default:

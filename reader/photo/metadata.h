@@ -22,6 +22,7 @@ struct PhotoMetadata {
     Exiv2::IptcData iptc;
     Exiv2::XmpData xmp;
     std::string comment; // of the format's own kind
+    std::string charset; // of its text that does not say so itself
     PhotoSize size;      // as coded; 0: not told
     FactSource size_source = FactSource::own;
 };

@@ -4,15 +4,18 @@
 #include <algorithm>
 
 #include "platform/limits.h"
-#include "reader/photo/boxes.h"
+#include "reader/photo/code_stream.h"
 #include "reader/photo/facts.h"
+#include "reader/photo/gif.h"
 #include "reader/photo/heif.h"
 #include "reader/photo/jpegxl.h"
 #include "reader/photo/picture.h"
+#include "reader/photo/raf.h"
 #include "reader/photo/size.h"
 #include "reader/photo/tiff_size.h"
 #include "reader/photo/x3f.h"
 #include "reader/readers.h"
+#include "reader/text/code_pages.h"
 
 namespace {
 
@@ -29,6 +32,17 @@ constexpr Coding kCodings[] = {
     {ContentFormat::targa, "targa"},
 };
 
+bool RawRead(ReaderInput *input, PhotoMetadata *metadata, std::string *reason) {
+    if (IsX3f(input)) {
+        X3fRead(input, metadata);
+        return true;
+    }
+    const bool read = PictureMetadataRead(input, 0, input->size, metadata, reason);
+    const PhotoSize raf = RafSize(input);
+    metadata->size = raf.width != 0 ? raf : SensorPartSize(metadata->exif, metadata->size);
+    return read;
+}
+
 // Returns whether the file was what it seemed to be; what could be read counts in any case.
 bool MetadataRead(ReaderInput *input, ContentFormat format, PhotoMetadata *metadata, std::string *reason) {
     switch (format) {
@@ -37,6 +51,9 @@ bool MetadataRead(ReaderInput *input, ContentFormat format, PhotoMetadata *metad
         break;
     case ContentFormat::jpegxl:
         JpegXlRead(input, metadata);
+        break;
+    case ContentFormat::gif:
+        GifRead(input, metadata);
         break;
     case ContentFormat::svg:
         metadata->size = SvgSize(input);
@@ -48,16 +65,10 @@ bool MetadataRead(ReaderInput *input, ContentFormat format, PhotoMetadata *metad
         metadata->size = TargaSize(input);
         break;
     case ContentFormat::raw:
-        if (IsX3f(input)) {
-            X3fRead(input, metadata);
-            return true;
-        }
-        return PictureMetadataRead(input, 0, input->size, metadata, reason);
+        return RawRead(input, metadata, reason);
     case ContentFormat::jpeg2000:
-        metadata->size = CodeStreamSize2000(input);
-        if (metadata->size.width != 0)
-            return true;
-        return PictureMetadataRead(input, 0, input->size, metadata, reason);
+        return CodeStreamRead(input, metadata) ||
+               PictureMetadataRead(input, 0, input->size, metadata, reason);
     default: {
         const bool read = PictureMetadataRead(input, 0, input->size, metadata, reason);
         const PhotoSize plain = PlainSize(input);
@@ -91,6 +102,7 @@ ReadOutcome FactsRead(ReaderInput *input, ContentFormat format, FactList *facts)
     for (const int companion : input->companions)
         SidecarRead(companion, facts);
     PhotoMetadata metadata;
+    metadata.charset = input->charset;
     if (!MetadataRead(input, format, &metadata, &outcome.reason) && metadata.size.width == 0)
         outcome.status = AnswerStatus::failed;
     PhotoFactsAdd(metadata, facts);
@@ -119,6 +131,7 @@ ReadOutcome PhotoFactsRead(ReaderInput *input, ContentFormat format, FactList *f
 }
 
 void PhotoReaderWarm() {
+    CodePagesOpen();
     Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
     Exiv2::LogMsg::setHandler(nullptr);
     Exiv2::enableBMFF(true);

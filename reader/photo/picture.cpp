@@ -26,13 +26,14 @@ bool PictureMetadataRead(ReaderInput *input, int64_t begin, int64_t end, PhotoMe
     }
     if (image.get() == nullptr)
         return false;
+    // Of raw photos it looks for them in the EXIF data, so that these are taken behind.
+    const auto pixels = [](int count) { return static_cast<uint64_t>(count > 0 ? count : 0); };
+    metadata->size = {pixels(image->pixelWidth()), pixels(image->pixelHeight())};
+    metadata->size_source = FactSource::exiv2;
     metadata->exif = std::move(image->exifData());
     metadata->iptc = std::move(image->iptcData());
     metadata->xmp = std::move(image->xmpData());
     metadata->comment = image->comment();
-    const auto pixels = [](int count) { return static_cast<uint64_t>(count > 0 ? count : 0); };
-    metadata->size = {pixels(image->pixelWidth()), pixels(image->pixelHeight())};
-    metadata->size_source = FactSource::exiv2;
     return read;
 }
 

@@ -83,20 +83,6 @@ PhotoSize TargaSize(ReaderInput *input) {
     return {LittleEndian16(head.data() + 12), LittleEndian16(head.data() + 14)};
 }
 
-PhotoSize CodeStreamSize2000(ReaderInput *input) {
-    std::array<uint8_t, 24>
-        head{}; // marks, length, capabilities, extent and offset of the picture (ITU-T T.800, A.5.1)
-    if (InputRead(input, 0, std::as_writable_bytes(std::span(head))) != head.size() || head[0] != 0xFF)
-        return {};
-    const uint64_t right = BigEndian32(head.data() + 8);
-    const uint64_t bottom = BigEndian32(head.data() + 12);
-    const uint64_t left = BigEndian32(head.data() + 16);
-    const uint64_t top = BigEndian32(head.data() + 20);
-    if (left >= right || top >= bottom)
-        return {};
-    return {right - left, bottom - top};
-}
-
 PhotoSize SvgSize(ReaderInput *input) {
     std::string text(kPhotoDrawingHead, '\0');
     text.resize(InputRead(input, 0, std::as_writable_bytes(std::span(text))));

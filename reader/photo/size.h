@@ -12,8 +12,5 @@ PhotoSize PlainSize(ReaderInput *input);
 // Targa, which Exiv2 knows by the name's extension only.
 PhotoSize TargaSize(ReaderInput *input);
 
-// A code stream of JPEG 2000 without a container.
-PhotoSize CodeStreamSize2000(ReaderInput *input);
-
 // The size that a drawing asks for; in pixels of 96 to the inch.
 PhotoSize SvgSize(ReaderInput *input);

@@ -4,17 +4,11 @@
 #include <algorithm>
 
 #include "platform/utf8.h"
+#include "reader/text/code_pages.h"
 
 namespace {
 
 using namespace std::string_view_literals;
-
-bool IsUtf8(std::string_view text) {
-    char32_t character = 0;
-    while (Utf8Take(&text, &character) == Utf8::kCharacter) {
-    }
-    return text.empty();
-}
 
 constexpr bool IsHighSurrogate(char32_t unit) {
     return unit >= 0xD800 && unit < 0xDC00;
@@ -26,14 +20,8 @@ constexpr bool IsLowSurrogate(char32_t unit) {
 
 } // namespace
 
-std::string TextFromBytes(std::string_view bytes) {
-    bytes = bytes.substr(0, bytes.find('\0'));
-    if (IsUtf8(bytes))
-        return std::string(bytes);
-    std::string text;
-    for (const char byte : bytes)
-        Utf8Append(&text, static_cast<uint8_t>(byte));
-    return text;
+std::string TextFromBytes(std::string_view bytes, std::string_view charset) {
+    return TextGuess(bytes.substr(0, bytes.find('\0')), charset);
 }
 
 std::string TextFromUtf16(std::span<const uint8_t> bytes, ByteOrder order) {
@@ -63,7 +51,7 @@ std::string TextFromUtf16(std::span<const uint8_t> bytes, ByteOrder order) {
     return text;
 }
 
-std::string TextFromUserComment(std::string_view value, ByteOrder order) {
+std::string TextFromUserComment(std::string_view value, ByteOrder order, std::string_view charset) {
     constexpr size_t kCode = 8; // EXIF 2.3, section 4.6.5
     const std::string_view code = value.substr(0, kCode);
     std::string_view text = value.substr(std::min(kCode, value.size()));
@@ -71,7 +59,7 @@ std::string TextFromUserComment(std::string_view value, ByteOrder order) {
         return TextFromUtf16({reinterpret_cast<const uint8_t *>(text.data()), text.size()}, order);
     // Some writers leave the code out.
     const bool coded = code == "ASCII\0\0\0"sv || code == "JIS\0\0\0\0\0"sv || code == "\0\0\0\0\0\0\0\0"sv;
-    return TextFromBytes(coded ? text : value);
+    return TextFromBytes(coded ? text : value, charset);
 }
 
 std::vector<std::string> TextParts(std::string_view text) {

@@ -15,6 +15,15 @@ uint64_t Whole(const Exiv2::ExifData &exif, const char *directory, uint16_t tag)
 
 } // namespace
 
+PhotoSize SensorPartSize(const Exiv2::ExifData &exif, PhotoSize whole) {
+    constexpr char kDirectory[] = "PanasonicRaw";
+    const uint64_t top = Whole(exif, kDirectory, 0x0004);
+    const uint64_t left = Whole(exif, kDirectory, 0x0005);
+    const uint64_t bottom = Whole(exif, kDirectory, 0x0006);
+    const uint64_t right = Whole(exif, kDirectory, 0x0007);
+    return left < right && top < bottom ? PhotoSize{right - left, bottom - top} : whole;
+}
+
 PhotoSize TiffSize(const Exiv2::ExifData &exif, PhotoSize first) {
     constexpr const char *kDirectories[] = {"Image",     "SubImage1", "SubImage2", "SubImage3", "SubImage4",
                                             "SubImage5", "SubImage6", "SubImage7", "SubImage8", "SubImage9"};

@@ -9,9 +9,17 @@
 
 namespace {
 
-void AddAll(const std::vector<std::string> &texts, FactName name, FactList *facts) {
+void Add(const FactPlace &place, const std::string &text) {
+    FactAddText(place.facts, place.name, FactSource::exiv2, text);
+}
+
+void Add(const FactPlace &place, double number) {
+    FactAddNumber(place.facts, place.name, FactSource::exiv2, number);
+}
+
+void AddAll(const FactPlace &place, const std::vector<std::string> &texts) {
     for (const std::string &text : texts)
-        FactAddText(facts, name, FactSource::exiv2, text);
+        Add(place, text);
 }
 
 std::string Utf16Text(const Exiv2::Value &value) {
@@ -37,7 +45,7 @@ bool TextNumber(const std::string &text, double *number) {
 
 } // namespace
 
-std::vector<std::string> ValueTexts(const Exiv2::Value &value) {
+std::vector<std::string> ValueTexts(const Exiv2::Value &value, std::string_view charset) {
     std::vector<std::string> texts;
     if (const auto *languages = dynamic_cast<const Exiv2::LangAltValue *>(&value)) {
         const auto standard = languages->value_.find("x-default");
@@ -48,7 +56,7 @@ std::vector<std::string> ValueTexts(const Exiv2::Value &value) {
         for (long i = 0; i < value.count(); ++i)
             texts.push_back(value.toString(i));
     } else {
-        texts.push_back(TextFromBytes(value.toString()));
+        texts.push_back(TextFromBytes(value.toString(), charset));
     }
     return texts;
 }
@@ -87,40 +95,40 @@ bool ValueNumber(const Exiv2::Value &value, long position, double *number) {
     }
 }
 
-void ConvertText(const Exiv2::Value &value, FactName name, FactList *facts) {
-    AddAll(ValueTexts(value), name, facts);
+void ConvertText(const Exiv2::Value &value, const FactPlace &place) {
+    AddAll(place, ValueTexts(value, place.charset));
 }
 
-void ConvertParts(const Exiv2::Value &value, FactName name, FactList *facts) {
-    AddAll(TextParts(TextFromBytes(value.toString())), name, facts);
+void ConvertParts(const Exiv2::Value &value, const FactPlace &place) {
+    AddAll(place, TextParts(TextFromBytes(value.toString(), place.charset)));
 }
 
-void ConvertUtf16(const Exiv2::Value &value, FactName name, FactList *facts) {
-    FactAddText(facts, name, FactSource::exiv2, Utf16Text(value));
+void ConvertUtf16(const Exiv2::Value &value, const FactPlace &place) {
+    Add(place, Utf16Text(value));
 }
 
-void ConvertUtf16Parts(const Exiv2::Value &value, FactName name, FactList *facts) {
-    AddAll(TextParts(Utf16Text(value)), name, facts);
+void ConvertUtf16Parts(const Exiv2::Value &value, const FactPlace &place) {
+    AddAll(place, TextParts(Utf16Text(value)));
 }
 
-void ConvertComment(const Exiv2::Value &value, FactName name, FactList *facts) {
+void ConvertComment(const Exiv2::Value &value, const FactPlace &place) {
     const auto *comment = dynamic_cast<const Exiv2::CommentValue *>(&value);
     if (comment == nullptr) {
-        ConvertText(value, name, facts);
+        ConvertText(value, place);
         return;
     }
     const ByteOrder order = comment->byteOrder_ == Exiv2::bigEndian ? ByteOrder::kBig : ByteOrder::kLittle;
-    FactAddText(facts, name, FactSource::exiv2, TextFromUserComment(comment->value_, order));
+    Add(place, TextFromUserComment(comment->value_, order, place.charset));
 }
 
-void ConvertNumber(const Exiv2::Value &value, FactName name, FactList *facts) {
+void ConvertNumber(const Exiv2::Value &value, const FactPlace &place) {
     double number = 0;
     if (ValueNumber(value, 0, &number))
-        FactAddNumber(facts, name, FactSource::exiv2, number);
+        Add(place, number);
 }
 
 // These are the forms that libexif gives them, which programs that read the catalogue know.
-void ConvertExposure(const Exiv2::Value &value, FactName name, FactList *facts) {
+void ConvertExposure(const Exiv2::Value &value, const FactPlace &place) {
     double seconds = 0;
     if (!ValueNumber(value, 0, &seconds) || seconds < 0)
         return;
@@ -129,27 +137,27 @@ void ConvertExposure(const Exiv2::Value &value, FactName name, FactList *facts) 
         snprintf(text, sizeof text, "1/%.0f sec.", 1 / seconds);
     else
         snprintf(text, sizeof text, "%.0f sec.", seconds);
-    FactAddText(facts, name, FactSource::exiv2, text);
+    Add(place, text);
 }
 
-void ConvertAperture(const Exiv2::Value &value, FactName name, FactList *facts) {
+void ConvertAperture(const Exiv2::Value &value, const FactPlace &place) {
     double number = 0;
     if (!ValueNumber(value, 0, &number) || number < 0)
         return;
     char text[64];
     snprintf(text, sizeof text, "f/%.01f", number);
-    FactAddText(facts, name, FactSource::exiv2, text);
+    Add(place, text);
 }
 
-void ConvertIso(const Exiv2::Value &value, FactName name, FactList *facts) {
+void ConvertIso(const Exiv2::Value &value, const FactPlace &place) {
     constexpr double kBeyondShort = 65535; // EXIF 2.3, table 8: the number stands in another tag
     double number = 0;
     if (ValueNumber(value, 0, &number) && number > 0 && number != kBeyondShort)
-        FactAddNumber(facts, name, FactSource::exiv2, trunc(number));
+        Add(place, trunc(number));
 }
 
-void ConvertOrientation(const Exiv2::Value &value, FactName name, FactList *facts) {
+void ConvertOrientation(const Exiv2::Value &value, const FactPlace &place) {
     double number = 0;
     if (ValueNumber(value, 0, &number) && number >= 1 && number <= 8)
-        FactAddNumber(facts, name, FactSource::exiv2, trunc(number));
+        Add(place, trunc(number));
 }

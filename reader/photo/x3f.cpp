@@ -16,11 +16,6 @@ uint64_t Little(std::span<const uint8_t> bytes, size_t offset) {
     return BytesNumber(bytes.data() + offset, 4, ByteOrder::kLittle);
 }
 
-bool BeginsWith(std::span<const uint8_t> bytes, std::string_view mark) {
-    return bytes.size() >= mark.size() &&
-           std::string_view(reinterpret_cast<const char *>(bytes.data()), mark.size()) == mark;
-}
-
 // The embedded JPEG, if the section is one.
 bool SectionRead(ReaderInput *input, uint64_t offset, uint64_t size, PhotoMetadata *metadata) {
     constexpr size_t kHeader = 28; // mark, version, kind, format, sides and bytes of a line

@@ -9,6 +9,7 @@
 #include <bit>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "platform/clock.h"
 #include "reader/pool/pool_parts.h"
@@ -22,14 +23,24 @@ bool HasRoom(const PoolReader &reader, const ReaderBounds &bounds) {
            reader.handed_count < kReaderSlots;
 }
 
-PoolReader *ReaderWithRoom(ReaderPool *pool, ReaderKind kind) {
+// A reader that no file can have taken over yet.
+bool IsFresh(const PoolReader &reader) {
+    return reader.files == 0 && !reader.gives_way && !reader.hung_up;
+}
+
+PoolReader *ReaderWithRoom(ReaderPool *pool, ReaderKind kind, bool fresh) {
     PoolReader *found = nullptr;
     for (PoolReader &reader : pool->readers) {
-        if (reader.kind == kind && HasRoom(reader, pool->bounds) &&
+        if (reader.kind == kind && HasRoom(reader, pool->bounds) && (!fresh || IsFresh(reader)) &&
             (found == nullptr || reader.handed_count < found->handed_count))
             found = &reader;
     }
     return found;
+}
+
+// A reader has ended at it, perhaps by what that had read before.
+bool IsSuspect(const PoolFile &file) {
+    return file.ended > 0;
 }
 
 uint32_t FreeSlot(const PoolReader &reader) {
@@ -55,8 +66,10 @@ void FileHand(ReaderPool *pool, PoolReader *reader, PoolFile *file) {
     Request request = RequestOf(file->file);
     request.number = ++pool->last_number;
     request.slot = FreeSlot(*reader);
-    const int descriptor = file->file.file.get();
-    if (PacketSend(reader->process.socket.get(), std::as_bytes(std::span(&request, 1)), {&descriptor, 1},
+    std::vector<int> descriptors = {file->file.file.get()};
+    for (const FdHandle &companion : file->file.companions)
+        descriptors.push_back(companion.get());
+    if (PacketSend(reader->process.socket.get(), std::as_bytes(std::span(&request, 1)), descriptors,
                    MSG_DONTWAIT) < 0) {
         const int reason = errno;
         const bool ends =
@@ -74,18 +87,19 @@ void FileHand(ReaderPool *pool, PoolReader *reader, PoolFile *file) {
         PoolReaderBegins(pool, reader);
 }
 
-void FilesHand(ReaderPool *pool) {
+// Those that are suspect, or the others.
+void FilesHand(ReaderPool *pool, bool suspect) {
     bool first = true; // of those that are not read
     for (PoolFile &file : pool->files) {
         const bool others_wait = std::exchange(first, first && file.state == PoolFileState::read);
-        if (file.state != PoolFileState::waits)
+        if (file.state != PoolFileState::waits || IsSuspect(file) != suspect)
             continue;
         // What is read ahead has to wait, but the first is what all others wait for.
         if (pool->bytes >= kReaderAheadBytes && !others_wait)
             return;
         if (const PoolKind &kind = PoolKindOf(pool, file.file.kind); !kind.unavailable.empty())
             PoolFileUnread(pool, &file, ReadEnd::no_reader, kind.unavailable);
-        else if (PoolReader *reader = ReaderWithRoom(pool, file.file.kind); reader != nullptr)
+        else if (PoolReader *reader = ReaderWithRoom(pool, file.file.kind, suspect); reader != nullptr)
             FileHand(pool, reader, &file);
     }
 }
@@ -122,6 +136,21 @@ void ReaderStart(ReaderPool *pool, ReaderKind kind) {
     }
 }
 
+// The reader of a kind that has least to do gives way to one that is fresh.
+void FreshMake(ReaderPool *pool, ReaderKind kind) {
+    PoolReader *least = nullptr;
+    for (PoolReader &reader : pool->readers) {
+        if (reader.kind != kind)
+            continue;
+        if (reader.gives_way)
+            return;
+        if (least == nullptr || reader.handed_count < least->handed_count)
+            least = &reader;
+    }
+    if (least != nullptr)
+        least->gives_way = true;
+}
+
 // Sees to it that a reader of the kind can be started, now or later. Readers of the other kind that have long had nothing to
 // do go, and where the kind has none, one goes that has nothing to do now; if the other kind has several, one of them is not
 // given any more.
@@ -149,16 +178,24 @@ bool PlaceMake(ReaderPool *pool, ReaderKind kind) {
     return false;
 }
 
+bool KindHasReader(const ReaderPool &pool, ReaderKind kind) {
+    return std::ranges::find(pool.readers, kind, &PoolReader::kind) != pool.readers.end();
+}
+
 void ReadersStart(ReaderPool *pool, ReaderKind kind) {
     const auto waits = [&](const PoolFile &file) {
         return file.state == PoolFileState::waits && file.file.kind == kind;
     };
     const auto starts = [&](const PoolReader &reader) { return reader.kind == kind && !reader.ready; };
+    const auto fresh = [&](const PoolReader &reader) { return reader.kind == kind && IsFresh(reader); };
+    const auto suspect = [&](const PoolFile &file) { return waits(file) && IsSuspect(file); };
     const auto waiting = std::ranges::count_if(pool->files, waits);
     if (waiting <= std::ranges::count_if(pool->readers, starts) * kReaderSlots)
         return;
     if (std::ssize(pool->readers) < pool->readers_max || PlaceMake(pool, kind))
         ReaderStart(pool, kind);
+    else if (std::ranges::any_of(pool->files, suspect) && std::ranges::none_of(pool->readers, fresh))
+        FreshMake(pool, kind);
 }
 
 // Notes that a reader ended before it was of use. True when no more are to be started. Who is killed while starting need not
@@ -169,11 +206,19 @@ bool IsLastStart(PoolKind *kind, ReadEnd end) {
     return ++kind->failed_starts >= kReaderStartsMax;
 }
 
-// A bound is passed once. Else the reader may have been ended by what it had read before, or by somebody else.
-int AttemptsOf(ReadEnd end) {
-    if (end == ReadEnd::crashed)
+// Who has used up its time or its memory need not try again: what is remembered of that does not count at once. Else the reader
+// may have been ended by what it had read before, or by somebody else.
+int AttemptsOf(ReadEnd end, const PoolReader &reader) {
+    switch (end) {
+    case ReadEnd::crashed:
         return kReaderCrashesMax;
-    return end == ReadEnd::killed ? kReaderKillsMax : 1;
+    case ReadEnd::killed:
+        return kReaderKillsMax;
+    case ReadEnd::processor_time:
+        return reader.answered ? kReaderCrashesMax : 1;
+    default:
+        return 1;
+    }
 }
 
 } // namespace
@@ -197,7 +242,7 @@ void PoolReaderGiveUp(ReaderPool *pool, PoolReader *reader, ReadEnd end, const s
         if (file == nullptr)
             continue;
         file->state = PoolFileState::waits;
-        if (i == 0 && ++file->ended >= AttemptsOf(end))
+        if (i == 0 && ++file->ended >= AttemptsOf(end, *reader))
             PoolFileUnread(pool, file, end, reason);
     }
     if (reader->handed_count == 0 && !reader->answered && IsLastStart(&kind, end))
@@ -207,7 +252,13 @@ void PoolReaderGiveUp(ReaderPool *pool, PoolReader *reader, ReadEnd end, const s
 
 void PoolDispatch(ReaderPool *pool) {
     DoneEnd(pool);
-    FilesHand(pool);
-    for (const ReaderKind kind : kKinds)
-        ReadersStart(pool, kind);
+    FilesHand(pool, true);
+    FilesHand(pool, false);
+    // A place that was made is for the kind that has none, and not for the one that gave way.
+    for (const bool has_one : {false, true}) {
+        for (const ReaderKind kind : kKinds) {
+            if (KindHasReader(*pool, kind) == has_one)
+                ReadersStart(pool, kind);
+        }
+    }
 }

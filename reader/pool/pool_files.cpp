@@ -13,27 +13,33 @@ namespace {
 
 size_t BytesOf(const ReadResult &read) {
     return sizeof read + read.answer.facts.text_bytes + read.answer.facts.facts.size() * sizeof(Fact) +
-           read.answer.picture_bytes;
+           (read.picture_had ? 0 : read.answer.picture_bytes) + read.entries.packed.size();
 }
 
-// Killed processes are gone within moments, unless they hang in a file system that does not answer. Those are left to the
-// next call.
+// Of all files, const or not.
+template <typename Files>
+auto PlaceOf(Files &files, ReadTicket ticket) {
+    return std::ranges::find(files, ticket, &PoolFile::ticket);
+}
+
+// Killed processes are gone within moments, unless they hang in a file system that does not answer. Those are left to
+// a later call.
 void EndingWait(ReaderPool *pool) {
     const int64_t until = MonotonicMilliseconds() + kReaderEndMilliseconds;
-    PoolEndingReap(pool);
+    ReaderPoolReap(pool);
     while (!pool->ending.empty()) {
         const int64_t left = until - MonotonicMilliseconds();
         pollfd first = {pool->ending.front().alive.get(), POLLIN, 0};
         if (left <= 0 || poll(&first, 1, static_cast<int>(left)) == 0)
             return;
-        PoolEndingReap(pool);
+        ReaderPoolReap(pool);
     }
 }
 
 } // namespace
 
 PoolFile *PoolFileFind(ReaderPool *pool, ReadTicket ticket) {
-    const auto file = std::ranges::find(pool->files, ticket, &PoolFile::ticket);
+    const auto file = PlaceOf(pool->files, ticket);
     return file != pool->files.end() ? &*file : nullptr;
 }
 
@@ -41,6 +47,7 @@ void PoolFileRead(ReaderPool *pool, PoolFile *file, ReadResult read) {
     file->read = std::move(read);
     file->read.kind = file->file.kind;
     file->file.file.Close();
+    file->file.companions.clear();
     file->state = PoolFileState::read;
     file->bytes = BytesOf(file->read);
     pool->bytes += file->bytes;
@@ -53,7 +60,7 @@ void PoolFileUnread(ReaderPool *pool, PoolFile *file, ReadEnd end, std::string r
     PoolFileRead(pool, file, std::move(read));
 }
 
-void PoolEndingReap(ReaderPool *pool) {
+void ReaderPoolReap(ReaderPool *pool) {
     std::erase_if(pool->ending, [](ReaderProcess &process) {
         int status = 0;
         return ReaderProcessReap(&process, &status);
@@ -66,7 +73,7 @@ ReadTicket ReaderPoolHandOver(ReaderPool *pool, FileToRead file) {
 }
 
 bool ReaderPoolIsRead(const ReaderPool &pool, ReadTicket ticket) {
-    const auto file = std::ranges::find(pool.files, ticket, &PoolFile::ticket);
+    const auto file = PlaceOf(pool.files, ticket);
     return file != pool.files.end() && file->state == PoolFileState::read;
 }
 
@@ -79,23 +86,15 @@ ReadResult ReaderPoolTake(ReaderPool *pool, ReadTicket ticket) {
 }
 
 void ReaderPoolForget(ReaderPool *pool, ReadTicket ticket) {
-    const auto file = std::ranges::find(pool->files, ticket, &PoolFile::ticket);
+    const auto file = PlaceOf(pool->files, ticket);
     if (file == pool->files.end())
         return;
     pool->bytes -= file->bytes;
     pool->files.erase(file);
 }
 
-size_t ReaderPoolFiles(const ReaderPool &pool) {
-    return pool.files.size();
-}
-
 size_t ReaderPoolBytes(const ReaderPool &pool) {
     return pool.bytes;
-}
-
-const std::string &ReaderPoolLacks(const ReaderPool &pool, ReaderKind kind) {
-    return pool.kinds[static_cast<size_t>(kind)].unavailable;
 }
 
 void ReaderPoolEnd(ReaderPool *pool) {
@@ -104,6 +103,7 @@ void ReaderPoolEnd(ReaderPool *pool) {
     EndingWait(pool);
     pool->files.clear();
     pool->bytes = 0;
+    pool->recent = {};
     for (PoolKind &kind : pool->kinds) {
         kind.failed_starts = kind.killed_starts = 0;
         kind.unavailable.clear();

@@ -47,6 +47,3 @@ void PoolWatch(ReaderPool *pool);
 
 // Milliseconds until a reader is to be looked at; -1 when none is at work.
 int PoolNextLook(const ReaderPool &pool);
-
-// Takes note of ended processes.
-void PoolEndingReap(ReaderPool *pool);

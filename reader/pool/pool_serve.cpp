@@ -17,7 +17,6 @@
 
 #include "platform/clock.h"
 #include "reader/pool/pool_parts.h"
-#include "reader/pool/slot_picture.h"
 
 namespace {
 
@@ -66,11 +65,18 @@ bool AnswerTake(ReaderPool *pool, PoolReader *reader, std::span<const std::byte>
         return false;
     const ReaderKind kind = SentTo(read.answer.status, reader->kind);
     const FdHandle &slot = reader->process.slots[handed.slot];
-    if (read.answer.picture != PictureFormat::none)
-        read.picture = SlotPictureTake(slot, read.answer.picture, read.answer.picture_bytes);
-    if ((read.answer.picture != PictureFormat::none && !read.picture) ||
+    int wanting = 0; // why the picture could not be taken over
+    if (read.answer.picture != PictureFormat::none) {
+        read.picture = SlotPictureTake(slot, read.answer.picture, read.answer.picture_bytes, &pool->recent,
+                                       &read.picture_had);
+        wanting = read.picture ? 0 : errno;
+        if (!read.picture && wanting == 0)
+            return false;
+    }
+    if (!SlotEntriesTake(slot, read.answer.entries_bytes, &read.entries) ||
         (read.answer.status >= AnswerStatus::films && kind == reader->kind))
         return false;
+    read.entries.cut = read.answer.entries_cut != 0;
     SlotEmpty(slot);
     reader->answered = true;
     PoolKind &of_kind = PoolKindOf(pool, reader->kind);
@@ -81,7 +87,9 @@ bool AnswerTake(ReaderPool *pool, PoolReader *reader, std::span<const std::byte>
     PoolFile *file = PoolFileFind(pool, handed.ticket);
     if (file == nullptr) // given up meanwhile
         return true;
-    if (kind != reader->kind)
+    if (wanting != 0)
+        PoolFileUnread(pool, file, ReadEnd::no_reader, strerror(wanting));
+    else if (kind != reader->kind)
         FileSendOn(pool, file);
     else
         PoolFileRead(pool, file, std::move(read));
@@ -117,13 +125,25 @@ struct ReaderEnd {
     std::string reason;
 };
 
-ReaderEnd ReaderEndOf(const PoolReader &reader, int status) {
-    if (reader.ready && !WIFSIGNALED(status) && WEXITSTATUS(status) == kReaderOutOfMemory)
+// Why it ended by itself; `ready`: it had begun to read.
+ReaderEnd ReaderExitOf(bool ready, int status) {
+    constexpr int kNotLinked = 127; // the dynamic linker's
+    if (status == kReaderOutOfMemory && ready)
         return {ReadEnd::memory, kPoolTooMuchMemory};
-    if (!reader.ready && !WIFSIGNALED(status) && WEXITSTATUS(status) == kReaderUnconfined)
-        return {ReadEnd::crashed, "the kernel has no system call filter"};
+    if (status == kReaderOutOfMemory)
+        return {ReadEnd::crashed, "memory ran out when it started"};
+    if (status == kReaderUnconfined && !ready)
+        return {ReadEnd::crashed,
+                "it reads nothing without a system call filter, which the kernel does not have "
+                "or what the daemon runs in forbids"};
+    if (status == kNotLinked && !ready)
+        return {ReadEnd::crashed, "a library that it needs cannot be loaded"};
+    return {ReadEnd::crashed, "its reader ended with status " + std::to_string(status)};
+}
+
+ReaderEnd ReaderEndOf(const PoolReader &reader, int status) {
     if (!WIFSIGNALED(status))
-        return {ReadEnd::crashed, "its reader ended with status " + std::to_string(WEXITSTATUS(status))};
+        return ReaderExitOf(reader.ready, WEXITSTATUS(status));
     const char *name = sigabbrev_np(WTERMSIG(status));
     return {WTERMSIG(status) == SIGKILL ? ReadEnd::killed : ReadEnd::crashed,
             "its reader ended by signal " + std::to_string(WTERMSIG(status)) +
@@ -158,7 +178,7 @@ void PoolPoll(ReaderPool *pool, int milliseconds) {
         if ((!said || PacketsTake(pool, reader)) && ended)
             ReaderEnded(pool, reader);
     }
-    PoolEndingReap(pool);
+    ReaderPoolReap(pool);
 }
 
 } // namespace

@@ -4,7 +4,8 @@
 // there for whoever asks, in any order. One thread serves all of them; nothing here waits for a reader alone.
 //
 // A file that ends its reader costs itself: those that were handed over behind it go to another. Since a reader may also be
-// ended by somebody else, a file is blamed only when that happens again.
+// ended by somebody else, or by a file before that has taken it over, a file is blamed only when that happens again, in a reader
+// that has read nothing else before.
 #pragma once
 
 #include <poll.h>
@@ -18,12 +19,14 @@
 #include "platform/handle.h"
 #include "platform/limits.h"
 #include "reader/pool/reader_process.h"
+#include "reader/pool/slot_picture.h"
 #include "reader/protocol/message.h"
 
 inline constexpr size_t kReaderKinds = 2;
 
 struct FileToRead {
     FdHandle file;
+    std::vector<FdHandle> companions = {}; // fewer than kReaderDescriptorsMax
     int64_t size = 0;
     ReaderKind kind = ReaderKind::sound_and_photos; // tried first
     std::string extension;                          // as Request has it
@@ -46,7 +49,9 @@ struct ReadResult {
     ReadEnd end = ReadEnd::crashed;
     ReaderKind kind = ReaderKind::sound_and_photos; // of the reader
     Answer answer;                                  // of one that answered
-    FdHandle picture;                               // its answer.picture_bytes, in memory
+    ReadPictureRef picture;                         // of one that has one
+    bool picture_had = false;                       // another file has it, too: it takes no more memory
+    EntryList entries;                              // of a playlist
     std::string reason;                             // for people, when there is no answer
 };
 
@@ -78,15 +83,14 @@ void ReaderPoolForget(ReaderPool *pool, ReadTicket ticket);
 // files given up.
 void ReaderPoolServe(ReaderPool *pool, bool wait);
 
-// Files that were handed over and are not taken yet, and the bytes of what came of them.
-size_t ReaderPoolFiles(const ReaderPool &pool);
+// The bytes of what came of files and is not taken yet.
 size_t ReaderPoolBytes(const ReaderPool &pool);
 
-// Why no reader of a kind could be started since the last ReaderPoolEnd; empty when none was missing.
-const std::string &ReaderPoolLacks(const ReaderPool &pool, ReaderKind kind);
-
-// Ends all readers and gives all files up. The next file starts new ones.
+// Ends all readers and gives all files up. The next file starts new ones. Waits for their ends at most `kReaderEndMilliseconds`.
 void ReaderPoolEnd(ReaderPool *pool);
+
+// Reaps those that were ended and are gone by now: one that hung in a file system that did not answer is gone when it does.
+void ReaderPoolReap(ReaderPool *pool);
 
 // What follows is the pool's own.
 
@@ -114,7 +118,7 @@ struct PoolReader {
     ReaderKind kind = ReaderKind::sound_and_photos;
     bool ready = false;     // it has said hello
     bool answered = false;  // anything
-    bool gives_way = false; // to a reader of the other kind, once it has answered
+    bool gives_way = false; // to a reader of the other kind, or one that is fresh, once it has answered
     bool hung_up = false;   // its end of the connection is closed: it is ending
     PoolHanded handed[kReaderSlots] = {};
     int handed_count = 0;
@@ -141,8 +145,9 @@ struct ReaderPool {
     std::vector<PoolReader> readers;
     std::vector<ReaderProcess> ending; // killed, and not gone yet
     ReadTicket last_ticket = 0;
-    uint32_t last_number = 0;  // of a request
-    size_t bytes = 0;          // of what is read and not taken
+    uint32_t last_number = 0; // of a request
+    size_t bytes = 0;         // of what is read and not taken
+    RecentPictures recent;
     std::vector<pollfd> asked; // of each look at the readers
 
     ReaderPool() = default;

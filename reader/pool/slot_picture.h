@@ -1,17 +1,42 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// The picture that a reader has left in a slot. The reader still has the slot and may change it at any time, so that the
-// picture is copied first and looked at then.
+// The picture that a reader has left in a slot, or the entries of a playlist. The reader still has the slot and may change it at
+// any time, so that what lies there is copied first and looked at then, unless it is a picture that we have: an album has one cover.
 #pragma once
 
 #include <stdint.h>
 
+#include <list>
+#include <memory>
+
 #include "platform/handle.h"
 #include "reader/protocol/message.h"
 
-// Copies the first `bytes` of a slot into a memory file of our own. Empty when they cannot be had or are no picture of
-// that format.
-FdHandle SlotPictureTake(const FdHandle &slot, PictureFormat format, uint32_t bytes);
+struct CoverStored;
+
+// A picture of one or more files. What is in it does not change any more.
+struct ReadPicture {
+    FdHandle file; // in memory
+    uint32_t bytes = 0;
+    PictureFormat format = PictureFormat::none;
+    std::shared_ptr<CoverStored> stored; // for whoever stores it to remember where; nothing here looks at it
+};
+using ReadPictureRef = std::shared_ptr<ReadPicture>;
+
+// Those that were taken last, the last one first, at most kReaderPicturesMax of kReaderPicturesBytes together.
+struct RecentPictures {
+    std::list<ReadPictureRef> pictures = {};
+    size_t bytes = 0;
+};
+
+// Returns the picture that the first `bytes` of a slot are: one of the recent ones (`had` is then true), or a copy in a memory file
+// of our own. Null, with errno 0, when they are no picture of that format; with its reason there when memory or descriptors of our
+// own are wanting, for which the reader can do nothing.
+ReadPictureRef SlotPictureTake(const FdHandle &slot, PictureFormat format, uint32_t bytes,
+                               RecentPictures *recent, bool *had);
+
+// Takes the list of entries in the first `bytes` of a slot. False when they cannot be had or are none.
+[[nodiscard]] bool SlotEntriesTake(const FdHandle &slot, uint32_t bytes, EntryList *entries);
 
 // Gives the memory of a slot back.
 void SlotEmpty(const FdHandle &slot);

@@ -13,3 +13,6 @@ void LibraryWarm();
 
 // Reads a file whose content is of this program's kind, or of none that is known.
 ReadOutcome LibraryRead(ReaderInput *input, ContentFormat format, FactList *facts, PictureSink *picture);
+
+// Reads a playlist, if this program has what that takes.
+ReadOutcome LibraryPlaylistRead(ReaderInput *input, FactList *facts, EntryList *entries);

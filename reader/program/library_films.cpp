@@ -12,3 +12,8 @@ void LibraryWarm() {
 ReadOutcome LibraryRead(ReaderInput *input, ContentFormat format, FactList *facts, PictureSink *picture) {
     return FilmFactsRead(input, format, facts, picture);
 }
+
+// A playlist that is named as a film.
+ReadOutcome LibraryPlaylistRead(ReaderInput * /*input*/, FactList * /*facts*/, EntryList * /*entries*/) {
+    return {AnswerStatus::read, ContentClass::playlist, {}};
+}

@@ -4,12 +4,14 @@
 #include <array>
 #include <utility>
 
+#include "platform/file.h"
 #include "platform/handle.h"
 #include "reader/program/library.h"
 
 namespace {
 
 constexpr char kUnreadable[] = "its bytes cannot be read";
+constexpr char kNoPlace[] = "there is no memory for what it holds";
 
 // Closed however the work on it ends.
 using Descriptors = std::vector<FdHandle>;
@@ -43,19 +45,28 @@ ReaderKind ReaderOf(ContentFormat format) {
     return format == ContentFormat::unknown ? ReaderKind::films : ContentReader(format);
 }
 
-ReadOutcome InputHandle(ReaderInput *input, FactList *facts, PictureSink *picture) {
+ReadOutcome InputHandle(ReaderInput *input, FactList *facts, EntryList *entries, PictureSink *picture) {
     const ContentFormat format = ContentLook(input);
     if (input->failed)
         return {AnswerStatus::unreadable, ContentClass::unknown, kUnreadable};
-    if (format == ContentFormat::playlist)
-        return {AnswerStatus::read, ContentClass::playlist, {}};
-    if (const ReaderKind kind = ReaderOf(format); kind != kLibraryKind)
+    const bool playlist = format == ContentFormat::playlist;
+    if (const ReaderKind kind = ReaderOf(format); kind != kLibraryKind && !playlist)
         return {HandedOn(kind), ContentClassOf(format), {}};
-    ReadOutcome outcome = LibraryRead(input, format, facts, picture);
+    ReadOutcome outcome =
+        playlist ? LibraryPlaylistRead(input, facts, entries) : LibraryRead(input, format, facts, picture);
     // Whatever the library made of what it could get.
     if (input->failed)
         return {AnswerStatus::unreadable, outcome.content, kUnreadable};
     return outcome;
+}
+
+// Entries go where a picture would.
+bool EntriesPut(const PictureSink &slot, const EntryList &entries, Answer *answer) {
+    if (!FileWriteAt(slot.fd, 0, entries.packed))
+        return false;
+    answer->entries_bytes = static_cast<uint32_t>(entries.packed.size());
+    answer->entries_cut = entries.cut ? 1 : 0;
+    return true;
 }
 
 Answer FileAnswer(const Request &request, const Descriptors &descriptors) {
@@ -65,7 +76,11 @@ Answer FileAnswer(const Request &request, const Descriptors &descriptors) {
     picture.wanted = (request.wants & kWantsPicture) != 0;
     Answer answer;
     answer.number = request.number;
-    ReadOutcome outcome = InputHandle(&input, &answer.facts, &picture);
+    EntryList entries;
+    ReadOutcome outcome = InputHandle(&input, &answer.facts, &entries, &picture);
+    if (outcome.content == ContentClass::playlist && outcome.status == AnswerStatus::read &&
+        !EntriesPut(picture, entries, &answer))
+        outcome = {AnswerStatus::unreadable, outcome.content, kNoPlace};
     answer.status = outcome.status;
     answer.content = outcome.content;
     answer.reason = std::move(outcome.reason);

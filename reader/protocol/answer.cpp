@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "platform/playlist_bounds.h"
 #include "platform/utf8.h"
 
 namespace {
@@ -18,6 +19,8 @@ struct Head {
     uint32_t picture_bytes;
     uint32_t facts;
     uint32_t reason_bytes; // they come last
+    uint32_t entries_bytes;
+    uint32_t entries_cut;
 };
 static_assert(sizeof(Head) == kAnswerHeadSize);
 
@@ -103,6 +106,11 @@ bool HasReason(AnswerStatus status) {
     return status == AnswerStatus::failed || status == AnswerStatus::unreadable;
 }
 
+bool MayHaveEntries(const Head &head) {
+    return head.status == AnswerStatus::read && head.content == ContentClass::playlist &&
+           head.picture == PictureFormat::none;
+}
+
 bool IsHeadGood(const Head &head) {
     const bool handed_on = head.status == AnswerStatus::films || head.status == AnswerStatus::sound;
     return head.magic == kAnswerMagic && head.status <= AnswerStatus::sound &&
@@ -111,7 +119,9 @@ bool IsHeadGood(const Head &head) {
            (head.picture == PictureFormat::none) == (head.picture_bytes == 0) &&
            head.facts <= kReaderFactsMax && head.reason_bytes <= kReaderReasonMax &&
            (HasReason(head.status) || head.reason_bytes == 0) &&
-           (!handed_on || (head.facts == 0 && head.picture == PictureFormat::none));
+           (!handed_on || (head.facts == 0 && head.picture == PictureFormat::none)) &&
+           head.entries_bytes <= kPlaylistTextMax && head.entries_cut <= 1 &&
+           (MayHaveEntries(head) || (head.entries_bytes == 0 && head.entries_cut == 0));
 }
 
 } // namespace
@@ -125,7 +135,9 @@ void AnswerEncode(const Answer &answer, std::vector<std::byte> *packet) {
                        answer.picture,
                        answer.picture_bytes,
                        static_cast<uint32_t>(answer.facts.facts.size()),
-                       static_cast<uint32_t>(reason.size())};
+                       static_cast<uint32_t>(reason.size()),
+                       answer.entries_bytes,
+                       answer.entries_cut};
     packet->clear();
     Put(packet, &head, sizeof head);
     for (const Fact &fact : answer.facts.facts)
@@ -138,7 +150,8 @@ bool AnswerDecode(std::span<const std::byte> packet, Answer *answer) {
     const auto head = TakeValue<Head>(&rest);
     if (!rest.good || !IsHeadGood(head))
         return false;
-    *answer = {head.number, head.status, head.content, head.picture, head.picture_bytes, {}, {}};
+    *answer = {head.number, head.status, head.content,       head.picture,    head.picture_bytes,
+               {},          {},          head.entries_bytes, head.entries_cut};
     for (uint32_t i = 0; i < head.facts; ++i) {
         if (!TakeFact(&rest, &answer->facts))
             return false;

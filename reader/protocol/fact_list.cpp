@@ -51,14 +51,6 @@ std::string Validated(std::string_view text) {
     return valid;
 }
 
-void CutAtCharacter(std::string *text, size_t size) {
-    if (text->size() <= size)
-        return;
-    while (size > 0 && Utf8IsContinuation((*text)[size]))
-        --size;
-    text->resize(size);
-}
-
 // Of valid UTF-8.
 void BlanksAtEndDrop(std::string *text) {
     while (!text->empty()) {
@@ -78,7 +70,7 @@ std::string FactText(std::string_view text) {
            static_cast<uint8_t>(text.front()) < 0x80)
         text.remove_prefix(1);
     std::string valid = Validated(text);
-    CutAtCharacter(&valid, kReaderValueMax);
+    valid.resize(Utf8Front(valid, kReaderValueMax).size());
     BlanksAtEndDrop(&valid);
     return valid;
 }
@@ -107,15 +99,6 @@ bool FactAddNumber(FactList *list, FactName name, FactSource source, double numb
 const Fact *FactFind(const FactList &list, FactName name) {
     const auto found = std::ranges::find(list.facts, name, &Fact::name);
     return found != list.facts.end() ? &*found : nullptr;
-}
-
-void FactRemove(FactList *list, FactName name) {
-    std::erase_if(list->facts, [&](const Fact &fact) {
-        if (fact.name != name)
-            return false;
-        list->text_bytes -= fact.text.size();
-        return true;
-    });
 }
 
 const char *FactSourceWord(FactSource source) {

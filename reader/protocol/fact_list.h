@@ -45,9 +45,6 @@ bool FactAddNumber(FactList *list, FactName name, FactSource source, double numb
 // Returns the first value of a name, or null.
 const Fact *FactFind(const FactList &list, FactName name);
 
-// Takes all values of a name out.
-void FactRemove(FactList *list, FactName name);
-
 // Returns a text as FactAddText keeps it; empty: it keeps none.
 std::string FactText(std::string_view text);
 

@@ -5,7 +5,7 @@
 //
 //   reader -> daemon   Hello, once, when it is warm and confined
 //   daemon -> reader   Request, with the file's descriptor and those of companions (SCM_RIGHTS)
-//   reader -> daemon   Answer, one for each request, in their order; a picture lies in the request's slot
+//   reader -> daemon   Answer, one for each request, in their order; a picture, or a playlist's entries, lie in the request's slot
 //
 // Slots are sealed memory files (memfd) of kReaderPictureMax bytes that the daemon makes and the reader inherits, kReaderSlots
 // of them: a request names the one its picture goes into, and the slot is the reader's until it has answered.
@@ -20,12 +20,13 @@
 #include <vector>
 
 #include "platform/limits.h"
+#include "reader/protocol/entry_list.h"
 #include "reader/protocol/fact_list.h"
 #include "reader/protocol/picture_format.h"
 
 // Raised with every change of these messages, of the table of facts and of what readers find: files that an older revision has
 // read are read again.
-inline constexpr uint32_t kReaderRevision = 1;
+inline constexpr uint32_t kReaderRevision = 2;
 
 enum class ReaderKind : uint32_t { sound_and_photos, films };
 
@@ -90,7 +91,9 @@ struct Answer {
     PictureFormat picture = PictureFormat::none; // by its own first bytes
     uint32_t picture_bytes = 0;
     FactList facts;
-    std::string reason; // of a failure, for the log; at most kReaderReasonMax bytes
+    std::string reason;         // of a failure, for the log; at most kReaderReasonMax bytes
+    uint32_t entries_bytes = 0; // of a playlist that was read, an EntryList packed
+    uint32_t entries_cut = 0;   // 1: it has more
 };
 
 // Hello and Request are sent as they lie in memory. Read from a packet; false when its size, its magic or a field is not as it
@@ -100,7 +103,7 @@ struct Answer {
 
 // The largest packet of an answer: what stands before its facts, each fact with its number or the length of its text, all
 // texts, and the reason.
-inline constexpr size_t kAnswerHeadSize = 32;
+inline constexpr size_t kAnswerHeadSize = 40;
 inline constexpr size_t kAnswerFactSize = 12;
 inline constexpr size_t kReaderAnswerSize =
     kAnswerHeadSize + kReaderFactsMax * kAnswerFactSize + kReaderTextMax + kReaderReasonMax;
@@ -112,7 +115,8 @@ void AnswerEncode(const Answer &answer, std::vector<std::byte> *packet);
 
 // Reads a packet; false, and the answer is not to be used, when anything in it is not as AnswerEncode writes it: each fact
 // has to be one that FactAddText or FactAddNumber takes as it is, behind those before it; an answer that sends the file to the
-// other reader has none, nor a picture. The number and whether the picture is one are left to the caller.
+// other reader has none, nor a picture, and only a playlist that was read has entries. The number, whether the picture is one and
+// the entries themselves are left to the caller.
 [[nodiscard]] bool AnswerDecode(std::span<const std::byte> packet, Answer *answer);
 
 // Send and receive a packet with at most kReaderDescriptorsMax descriptors, never with a signal. They return its bytes, 0 at

@@ -5,8 +5,10 @@
 
 #include "platform/limits.h"
 #include "reader/sound/picture_choice.h"
+#include "reader/sound/sound_bytes.h"
 #include "reader/sound/tag_tables.h"
 #include "reader/sound/text.h"
+#include "reader/text/code_pages.h"
 
 namespace {
 
@@ -65,7 +67,7 @@ void ApeTagRead(SoundFile *file, int64_t footer) {
         if (cursor.cut)
             break;
         if ((flags & kKindMask) != kBinary)
-            ItemsAddSplit(&items, key, TextGuess(value, file->input->charset));
+            ItemsAddSplit(&items, key, TextGuess(Characters(value), file->input->charset));
         else if (strncasecmp(key.c_str(), kCover, sizeof kCover - 1) == 0)
             PictureAdd(key, value, &pictures);
     }

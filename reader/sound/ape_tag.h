@@ -3,8 +3,8 @@
 // APEv2 (and 1) tags at the end of a file.
 #pragma once
 
-#include "reader/sound/cursor.h"
 #include "reader/sound/sound_file.h"
+#include "reader/syntax/cursor.h"
 
 inline constexpr size_t kApeFooterSize = 32;
 

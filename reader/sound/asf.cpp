@@ -6,31 +6,20 @@
 #include <utility>
 
 #include "platform/limits.h"
+#include "reader/sound/asf_packets.h"
 #include "reader/sound/library_files.h"
 #include "reader/sound/library_stream.h"
 #include "reader/sound/picture_choice.h"
+#include "reader/sound/sound_bytes.h"
 #include "reader/sound/tag_tables.h"
 #include "reader/sound/wave_codecs.h"
+#include "reader/syntax/asf_identifiers.h"
 
 namespace {
 
-using namespace std::string_view_literals;
-
-// Identifiers of objects (ASF specification, section 10), as files have them.
-constexpr std::string_view kStreamProperties =
-    "\x91\x07\xDC\xB7\xB7\xA9\xCF\x11\x8E\xE6\x00\xC0\x0C\x20\x53\x65"sv;
-constexpr std::string_view kSoundStream =
-    "\x40\x9E\x69\xF8\x4D\x5B\xCF\x11\xA8\xFD\x00\x80\x5F\x5C\x44\x2B"sv;
-
-constexpr size_t kIdentifier = 16;
-
-// Lists of attributes: their number stands at the front of all of them, in two bytes.
-constexpr std::string_view kAttributeLists[] = {
-    "\x40\xA4\xD0\xD2\x07\xE3\xD2\x11\x97\xF0\x00\xA0\xC9\x5E\xA8\x50"sv,
-    "\xEA\xCB\xF8\xC5\xAF\x5B\x77\x48\x84\x67\xAA\x8C\x44\xFA\x4C\xCA"sv,
-    "\x94\x1C\x23\x44\x98\x94\xD1\x49\xA1\x41\x1D\x13\x4E\x45\x70\x54"sv,
-};
-constexpr std::string_view kExtension = "\xB5\x03\xBF\x5F\x2E\xA9\xCF\x11\x8E\xE3\x00\xC0\x0C\x20\x53\x65"sv;
+// Their number of attributes stands at the front of each of these, in two bytes.
+constexpr std::string_view kAttributeLists[] = {kAsfExtendedContentDescription, kAsfMetadata,
+                                                kAsfMetadataLibrary};
 
 // Each object: its identifier and its size. Those of the extension are looked at as if they stood behind one another.
 struct AsfObject {
@@ -38,28 +27,33 @@ struct AsfObject {
     Cursor content; // its beginning
 };
 
+constexpr int64_t kFirstObject = 30; // behind identifier, size, number of objects and two bytes
+
+// Where the header ends; 0 when it is not there.
+int64_t HeaderEnd(ReaderInput *input) {
+    uint8_t header[kFirstObject];
+    if (SoundRead(input, 0, header) < sizeof header)
+        return 0;
+    Cursor size{{header + kAsfIdentifierSize, 8}};
+    return static_cast<int64_t>(std::min(TakeLittle(&size, 8), static_cast<uint64_t>(input->size)));
+}
+
 // Calls `look` for each object of the header, until it returns false. Returns whether it went to the end of all.
 template <class Look>
 bool ObjectsLook(ReaderInput *input, Look look) {
-    constexpr int64_t kFirstObject = 30; // behind identifier, size, number of objects and two bytes
     constexpr size_t kObjectHeader = 24;
     constexpr int64_t kExtensionHeader = 46;
     uint8_t object[kObjectHeader + 54 + 64];
-    uint8_t header[kFirstObject];
-    if (SoundRead(input, 0, header) < sizeof header)
-        return false;
-    Cursor size_of_header{{header + kIdentifier, 8}};
-    const auto end =
-        static_cast<int64_t>(std::min(TakeLittle(&size_of_header, 8), static_cast<uint64_t>(input->size)));
+    const int64_t end = HeaderEnd(input);
     int64_t at = kFirstObject;
     for (int i = 0; at < end; ++i) {
         Cursor cursor{{object, SoundRead(input, at, object)}};
-        const std::string_view identifier = Characters(Take(&cursor, kIdentifier));
+        const std::string_view identifier = Characters(Take(&cursor, kAsfIdentifierSize));
         const uint64_t size = TakeLittle(&cursor, 8);
         if (cursor.cut || size < kObjectHeader || i == kSoundChunksMax ||
             !look(AsfObject{identifier, cursor}))
             return false;
-        if (identifier == kExtension)
+        if (identifier == kAsfHeaderExtension)
             at += kExtensionHeader;
         else
             at += static_cast<int64_t>(std::min(size, static_cast<uint64_t>(input->size)));
@@ -77,15 +71,42 @@ bool AttributesAreBounded(ReaderInput *input) {
     });
 }
 
-void SoundStreamFind(ReaderInput *input, SoundStream *stream) {
+// What the header says of the first stream of sound.
+struct AsfSound {
+    WaveFormat format;
+    uint64_t number = 0; // of the stream; 0: there is none
+    AsfPackets packets;
+};
+
+AsfSound SoundStreamFind(ReaderInput *input, SoundStream *stream) {
+    constexpr int64_t kDataHeader =
+        50; // identifier, size, the file's identifier, number of packets, two bytes
+    AsfSound sound;
     ObjectsLook(input, [&](AsfObject object) {
-        if (object.identifier != kStreamProperties || !BeginsWith(object.content.rest, kSoundStream))
-            return true;
-        Take(&object.content, 54);
-        const WaveFormat format = WaveFormatRead(object.content.rest, stream);
-        stream->bitrate = static_cast<double>(format.bytes_per_second) * 8;
-        return false;
+        if (object.identifier == kAsfFileProperties) {
+            Take(&object.content, 68);
+            sound.packets.size = TakeLittle(&object.content, 4);
+        } else if (object.identifier == kAsfStreamProperties && sound.number == 0 &&
+                   BeginsWith(object.content.rest, kAsfAudioMedia)) {
+            Take(&object.content, 48);
+            sound.number = TakeLittle(&object.content, 2) & 127;
+            Take(&object.content, 4);
+            sound.format = WaveFormatRead(object.content.rest, stream);
+        }
+        return true;
     });
+    sound.packets.begin = HeaderEnd(input) + kDataHeader;
+    return sound;
+}
+
+// bit/s; 0: it cannot be told.
+double BitRate(ReaderInput *input, const AsfSound &sound, double duration) {
+    if (sound.format.bytes_per_second != 0)
+        return static_cast<double>(sound.format.bytes_per_second) * 8;
+    // Left open, as for VBR, and by some for MPEG audio of any kind.
+    const bool is_mpeg = sound.format.tag == kWaveMpeg || sound.format.tag == kWaveMpegLayer3;
+    const double rate = is_mpeg ? AsfMpegRate(input, sound.packets, sound.number) : 0;
+    return rate > 0 ? rate : duration > 0 ? static_cast<double>(input->size) * 8 / duration : 0;
 }
 
 std::string TextOf(const TagLib::ASF::Attribute &attribute) {
@@ -132,11 +153,10 @@ void AsfRead(SoundFile *file) {
     if (!asf.isValid() || asf.tag() == nullptr)
         return;
     SoundStream stream;
-    SoundStreamFind(file->input, &stream);
+    const AsfSound sound = SoundStreamFind(file->input, &stream);
     if (asf.audioProperties() != nullptr)
         stream.duration = asf.audioProperties()->lengthInMilliseconds() / 1000.0;
-    if (!(stream.bitrate > 0) && stream.duration > 0) // left open, as for VBR
-        stream.bitrate = static_cast<double>(file->input->size) * 8 / stream.duration;
+    stream.bitrate = BitRate(file->input, sound, stream.duration);
     stream.container = "asf";
     StreamFactsAdd(stream, FactSource::taglib, file->facts);
 

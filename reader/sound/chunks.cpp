@@ -3,6 +3,7 @@
 
 #include "platform/limits.h"
 #include "reader/sound/text.h"
+#include "reader/text/code_pages.h"
 
 bool ChunkTake(ChunkWalk *walk, Chunk *chunk) {
     uint8_t header[12];
@@ -28,5 +29,5 @@ void ChunkTextAdd(ReaderInput *input, const Chunk &chunk, TagItems *items) {
     Cursor cursor{bytes.View()};
     const Bytes text = TakeText(&cursor, TextEncoding::utf8);
     if (items->size() < kSoundItemsMax)
-        items->push_back({std::string(chunk.name, 4), TextGuess(text, input->charset)});
+        items->push_back({std::string(chunk.name, 4), TextGuess(Characters(text), input->charset)});
 }

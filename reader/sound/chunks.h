@@ -3,7 +3,7 @@
 // Files made of chunks: RIFF (little endian), AIFF and DSDIFF (big endian), each with a name and a size.
 #pragma once
 
-#include "reader/sound/cursor.h"
+#include "reader/sound/sound_bytes.h"
 #include "reader/sound/sound_file.h"
 #include "reader/sound/tag_items.h"
 

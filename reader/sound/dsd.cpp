@@ -6,6 +6,7 @@
 #include "reader/sound/end_tags.h"
 #include "reader/sound/tag_tables.h"
 #include "reader/sound/text.h"
+#include "reader/text/code_pages.h"
 
 namespace {
 
@@ -63,7 +64,7 @@ void EditedRead(ReaderInput *input, const Chunk &edited, TagItems *items) {
         Cursor cursor{bytes.View()};
         const uint64_t size = TakeBig(&cursor, 4);
         const Bytes text = Take(&cursor, static_cast<size_t>(size));
-        items->push_back({std::string(chunk.name, 4), TextGuess(text, input->charset)});
+        items->push_back({std::string(chunk.name, 4), TextGuess(Characters(text), input->charset)});
     }
 }
 

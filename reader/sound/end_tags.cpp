@@ -5,6 +5,7 @@
 #include "reader/sound/id3v1.h"
 #include "reader/sound/id3v2.h"
 #include "reader/sound/id3v2_items.h"
+#include "reader/sound/sound_bytes.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "reader/sound/cursor.h"
+#include "reader/sound/sound_bytes.h"
 
 struct FrameStep {
     uint32_t bytes = 0; // of the frame; 0: here is none

@@ -1,26 +1,58 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "reader/sound/genres.h"
 
-#include <taglib/id3v1genres.h>
-#include <taglib/tstring.h>
-
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <optional>
+
+#include "audio/id3_genres.h"
 
 namespace {
 
-// TagLib has names of its own for these; other players and taggers know them by the ones of the format's first lists.
 struct NumberedGenre {
     unsigned number;
     const char *name;
 };
 
+// As players and taggers know them: the list that the appliance's rows are made from keeps spellings of old.
 constexpr NumberedGenre kUsualNames[] = {
-    {29, "Jazz+Funk"},   {40, "Alt. Rock"},  {59, "Gangsta Rap"}, {81, "Folk-Rock"},
-    {84, "Fast-Fusion"}, {90, "Avantgarde"}, {125, "Dance Hall"}, {129, "Hardcore"},
-    {132, "BritPop"},    {133, "Afro-Punk"}, {146, "JPop"},
+    {40, "Alt. Rock"},
+    {59, "Gangsta Rap"},
+    {67, "Psychedelic"},
+    {81, "Folk-Rock"},
+    {85, "Bebop"},
+    {123, "A Cappella"},
+    {128, "Club-House"},
+    {133, "Afro-Punk"},
+    {136, "Christian Gangsta Rap"},
+    {140, "Contemporary Christian"},
+    {147, "Synthpop"},
 };
+
+// Those behind that list.
+constexpr const char *kAddedNames[] = {"Abstract",      "Art Rock",
+                                       "Baroque",       "Bhangra",
+                                       "Big Beat",      "Breakbeat",
+                                       "Chillout",      "Downtempo",
+                                       "Dub",           "EBM",
+                                       "Eclectic",      "Electro",
+                                       "Electroclash",  "Emo",
+                                       "Experimental",  "Garage",
+                                       "Global",        "IDM",
+                                       "Illbient",      "Industro-Goth",
+                                       "Jam Band",      "Krautrock",
+                                       "Leftfield",     "Lounge",
+                                       "Math Rock",     "New Romantic",
+                                       "Nu-Breakz",     "Post-Punk",
+                                       "Post-Rock",     "Psytrance",
+                                       "Shoegaze",      "Space Rock",
+                                       "Trop Rock",     "World Music",
+                                       "Neoclassical",  "Audiobook",
+                                       "Audio Theatre", "Neue Deutsche Welle",
+                                       "Podcast",       "Indie Rock",
+                                       "G-Funk",        "Dubstep",
+                                       "Garage Rock",   "Psybient"};
 
 bool IsNumber(std::string_view text) {
     return !text.empty() && text.size() <= 3 &&
@@ -55,7 +87,9 @@ std::string GenreName(unsigned number) {
     const auto *usual = std::ranges::find(kUsualNames, number, &NumberedGenre::number);
     if (usual != std::end(kUsualNames))
         return usual->name;
-    return number <= 255 ? TagLib::ID3v1::genre(static_cast<int>(number)).to8Bit(true) : std::string();
+    if (number < kId3GenreCount)
+        return Id3GenreNames[number];
+    return number - kId3GenreCount < std::size(kAddedNames) ? kAddedNames[number - kId3GenreCount] : "";
 }
 
 std::vector<std::string> GenresOf(std::string_view text) {

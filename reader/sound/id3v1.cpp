@@ -2,8 +2,10 @@
 #include "reader/sound/id3v1.h"
 
 #include "reader/sound/genres.h"
+#include "reader/sound/sound_bytes.h"
 #include "reader/sound/tag_tables.h"
 #include "reader/sound/text.h"
+#include "reader/text/code_pages.h"
 
 void Id3v1Read(SoundFile *file, int64_t offset) {
     uint8_t tag[kId3v1Size];
@@ -15,7 +17,7 @@ void Id3v1Read(SoundFile *file, int64_t offset) {
     const auto add = [&](const char *key, Bytes field) {
         Cursor rest{field};
         const Bytes text = TakeText(&rest, TextEncoding::single_bytes);
-        items.push_back({key, TextOfPage(text, file->input->charset)});
+        items.push_back({key, TextOfPage(Characters(text), file->input->charset)});
     };
     add("TIT2", Take(&cursor, 30));
     add("TPE1", Take(&cursor, 30));

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "reader/sound/cursor.h"
+#include "reader/sound/sound_bytes.h"
 
 struct Id3Frame {
     std::string id; // four characters, those of version 2.4 where it has the frame

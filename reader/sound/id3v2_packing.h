@@ -3,7 +3,7 @@
 // What may have been done to an ID3v2 frame, and undoing it.
 #pragma once
 
-#include "reader/sound/cursor.h"
+#include "reader/sound/sound_bytes.h"
 
 struct Id3Packing {
     size_t before = 0;   // bytes in front of the data: group, encryption

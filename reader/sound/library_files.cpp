@@ -12,9 +12,9 @@
 #include <taglib/vorbisfile.h>
 #include <taglib/wavpackfile.h>
 
-#include "reader/sound/cursor.h"
 #include "reader/sound/end_tags.h"
 #include "reader/sound/library_stream.h"
+#include "reader/sound/sound_bytes.h"
 #include "reader/sound/xiph_comments.h"
 
 namespace {

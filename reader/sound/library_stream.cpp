@@ -7,7 +7,7 @@
 #include <algorithm>
 
 #include "platform/limits.h"
-#include "reader/sound/cursor.h"
+#include "reader/sound/sound_bytes.h"
 
 LibraryStream::LibraryStream(ReaderInput *input, int64_t begin, int64_t end)
     : input_(input), begin_(begin), size_(static_cast<long>(std::clamp<int64_t>(end - begin, 0, LONG_MAX))),

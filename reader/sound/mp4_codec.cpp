@@ -8,6 +8,8 @@
 
 namespace {
 
+using namespace std::string_view_literals;
+
 struct Mp4Codec {
     std::string_view type; // of the sample entry
     const char *codec;
@@ -19,7 +21,7 @@ constexpr Mp4Codec kCodecs[] = {
     {"mp4a", "aac"},           {"alac", "alac"},          {"fLaC", "flac"},
     {"Opus", "opus"},          {"ac-3", "ac3"},           {"ec-3", "eac3"},
     {"ac-4", "ac4"},           {"samr", "amr_nb"},        {"sawb", "amr_wb"},
-    {".mp3", "mp3"},           {"ms\0U", "mp3"},          {"dtsc", "dts"},
+    {".mp3", "mp3"},           {"ms\0U"sv, "mp3"},        {"dtsc", "dts"},
     {"dtse", "dts"},           {"dtsh", "dts"},           {"dtsl", "dts"},
     {"mlpa", "truehd"},        {"sowt", "pcm_s16le", 16}, {"twos", "pcm_s16be", 16},
     {"in24", "pcm_s24be", 24}, {"in32", "pcm_s32be", 32}, {"fl32", "pcm_f32be", 32},
@@ -124,18 +126,18 @@ void DolbyMode(Bytes content, size_t rate_at, size_t mode_at, SoundStream *strea
         stream->sample_rate = rate;
 }
 
-void ExtensionRead(const Mp4MemoryBox &box, SoundStream *stream) {
-    if (box.type == "esds")
+void ExtensionRead(const MemoryBox &box, SoundStream *stream) {
+    if (box.Is("esds"))
         ElementaryStream(box.content, stream);
-    else if (box.type == "alac")
+    else if (box.Is("alac"))
         AlacCookie(box.content, stream);
-    else if (box.type == "dfLa")
+    else if (box.Is("dfLa"))
         FlacInfo(box.content, stream);
-    else if (box.type == "dOps")
+    else if (box.Is("dOps"))
         OpusHead(box.content, stream);
-    else if (box.type == "dac3")
+    else if (box.Is("dac3"))
         DolbyMode(box.content, 0, 10, stream);
-    else if (box.type == "dec3")
+    else if (box.Is("dec3"))
         DolbyMode(box.content, 16, 28, stream);
 }
 
@@ -153,7 +155,8 @@ void LongEntry(Cursor *cursor, SoundStream *stream) {
 void Mp4CodecRead(Bytes description, SoundStream *stream) {
     Cursor cursor{description};
     Take(&cursor, 8);
-    const Mp4MemoryBox entry = Mp4MemoryBoxTake(&cursor);
+    MemoryBox entry;
+    MemoryBoxTake(&cursor, &entry);
     Cursor fields{entry.content};
     Take(&fields, 8);
     const uint64_t version = TakeBig(&fields, 2);
@@ -166,16 +169,13 @@ void Mp4CodecRead(Bytes description, SoundStream *stream) {
     else if (version == 2)
         LongEntry(&fields, stream);
     for (const Mp4Codec &known : kCodecs) {
-        if (known.type == entry.type) {
+        if (entry.Is(known.type)) {
             stream->codec = known.codec;
             stream->bits_per_sample = known.bits;
         }
     }
-    while (!fields.rest.empty()) {
-        const Mp4MemoryBox box = Mp4MemoryBoxTake(&fields);
-        if (box.type.empty())
-            break;
-        if (box.type == "wave") // QuickTime's way to have the others in it
+    for (MemoryBox box; MemoryBoxTake(&fields, &box);) {
+        if (box.Is("wave")) // QuickTime's way to have the others in it
             fields.rest = box.content;
         else
             ExtensionRead(box, stream);

@@ -3,8 +3,8 @@
 // What the sample description of an MP4 track tells of its sound.
 #pragma once
 
-#include "reader/sound/cursor.h"
 #include "reader/sound/sound_file.h"
+#include "reader/syntax/cursor.h"
 
 // `description` is what is in the box "stsd".
 void Mp4CodecRead(Bytes description, SoundStream *stream);

@@ -5,12 +5,13 @@
 #include "reader/sound/mp4_fragments.h"
 #include "reader/sound/mp4_items.h"
 #include "reader/sound/mp4_track.h"
+#include "reader/syntax/iso_container.h"
 
 namespace {
 
-std::optional<Mp4Track> SoundTrackFind(Mp4Walk *walk, const Mp4Box &moov) {
-    Mp4Box box;
-    for (int64_t at = moov.begin; Mp4BoxTake(walk, &at, moov.end, &box);) {
+std::optional<Mp4Track> SoundTrackFind(BoxWalk *walk, const Box &moov) {
+    Box box;
+    for (int64_t at = moov.begin; BoxTake(walk, &at, moov.end, &box);) {
         if (!box.Is("trak"))
             continue;
         if (std::optional<Mp4Track> track = Mp4SoundTrackRead(walk, box))
@@ -19,8 +20,8 @@ std::optional<Mp4Track> SoundTrackFind(Mp4Walk *walk, const Mp4Box &moov) {
     return std::nullopt;
 }
 
-uint64_t MovieTimescale(Mp4Walk *walk, const Mp4Box &moov) {
-    const std::optional<Mp4Box> header = Mp4BoxFind(walk, moov, {"mvhd"});
+uint64_t MovieTimescale(BoxWalk *walk, const Box &moov) {
+    const std::optional<Box> header = Mp4BoxFind(walk, moov, {"mvhd"});
     if (!header)
         return 0;
     const SoundBytes bytes = Mp4BoxRead(walk, *header, 24);
@@ -29,7 +30,7 @@ uint64_t MovieTimescale(Mp4Walk *walk, const Mp4Box &moov) {
     return TakeBig(&cursor, 4);
 }
 
-void StreamAdd(Mp4Walk *walk, const Mp4Box &moov, SoundFile *file) {
+void StreamAdd(BoxWalk *walk, const Box &moov, const char *container, SoundFile *file) {
     std::optional<Mp4Track> track = SoundTrackFind(walk, moov);
     if (!track)
         return;
@@ -45,19 +46,22 @@ void StreamAdd(Mp4Walk *walk, const Mp4Box &moov, SoundFile *file) {
     stream.duration = edited > 0 && (edited < media || media == 0) ? edited : media;
     if (track->bytes != 0 && media > 0)
         stream.bitrate = static_cast<double>(track->bytes) * 8 / media;
-    stream.container = "mov,mp4,m4a,3gp,3g2,mj2";
+    stream.container = container;
     StreamFactsAdd(stream, FactSource::own, file->facts);
 }
 
 } // namespace
 
 void Mp4Read(SoundFile *file) {
-    Mp4Walk walk{file->input, kSoundBoxesMax};
-    Mp4Box box;
-    for (int64_t at = 0; Mp4BoxTake(&walk, &at, file->input->size, &box);) {
+    BoxWalk walk{file->input, kSoundBoxesMax};
+    const char *container = IsoContainerName({});
+    Box box;
+    for (int64_t at = 0; BoxTake(&walk, &at, file->input->size, &box);) {
+        if (box.Is("ftyp"))
+            container = IsoContainerName(Characters(Mp4BoxRead(&walk, box, 4).View()));
         if (!box.Is("moov"))
             continue;
-        StreamAdd(&walk, box, file);
+        StreamAdd(&walk, box, container, file);
         Mp4ItemsRead(&walk, box, file);
         break;
     }

@@ -11,10 +11,10 @@ struct Defaults {
 };
 
 // "trex" of the track: what counts where fragments say nothing.
-Defaults MovieDefaults(Mp4Walk *walk, const Mp4Box &moov, uint64_t track) {
-    const std::optional<Mp4Box> mvex = Mp4BoxFind(walk, moov, {"mvex"});
-    Mp4Box box;
-    for (int64_t at = mvex ? mvex->begin : 0; mvex && Mp4BoxTake(walk, &at, mvex->end, &box);) {
+Defaults MovieDefaults(BoxWalk *walk, const Box &moov, uint64_t track) {
+    const std::optional<Box> mvex = Mp4BoxFind(walk, moov, {"mvex"});
+    Box box;
+    for (int64_t at = mvex ? mvex->begin : 0; mvex && BoxTake(walk, &at, mvex->end, &box);) {
         if (!box.Is("trex"))
             continue;
         const SoundBytes bytes = Mp4BoxRead(walk, box, 20);
@@ -62,12 +62,12 @@ void SamplesAdd(Bytes run, const Defaults &defaults, Mp4Track *track) {
     }
 }
 
-void TrackFragmentAdd(Mp4Walk *walk, const Mp4Box &fragment, Defaults defaults, Mp4Track *track) {
+void TrackFragmentAdd(BoxWalk *walk, const Box &fragment, Defaults defaults, Mp4Track *track) {
     // Sixteen bytes at most for each of the samples of a fragment, which has some seconds.
     constexpr int64_t kRunMax = 1024 * 1024;
-    Mp4Box box;
+    Box box;
     bool ours = false;
-    for (int64_t at = fragment.begin; Mp4BoxTake(walk, &at, fragment.end, &box);) {
+    for (int64_t at = fragment.begin; BoxTake(walk, &at, fragment.end, &box);) {
         if (box.Is("tfhd"))
             ours = FragmentDefaults(Mp4BoxRead(walk, box, 32).View(), track->id, &defaults);
         else if (box.Is("trun") && ours)
@@ -77,14 +77,14 @@ void TrackFragmentAdd(Mp4Walk *walk, const Mp4Box &fragment, Defaults defaults, 
 
 } // namespace
 
-void Mp4FragmentsAdd(Mp4Walk *walk, const Mp4Box &moov, Mp4Track *track) {
+void Mp4FragmentsAdd(BoxWalk *walk, const Box &moov, Mp4Track *track) {
     const Defaults defaults = MovieDefaults(walk, moov, track->id);
-    Mp4Box box;
-    Mp4Box fragment;
-    for (int64_t at = moov.end; Mp4BoxTake(walk, &at, walk->input->size, &box);) {
+    Box box;
+    Box fragment;
+    for (int64_t at = moov.end; BoxTake(walk, &at, walk->input->size, &box);) {
         if (!box.Is("moof"))
             continue;
-        for (int64_t inside = box.begin; Mp4BoxTake(walk, &inside, box.end, &fragment);) {
+        for (int64_t inside = box.begin; BoxTake(walk, &inside, box.end, &fragment);) {
             if (fragment.Is("traf"))
                 TrackFragmentAdd(walk, fragment, defaults, track);
         }

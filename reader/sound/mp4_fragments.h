@@ -6,4 +6,4 @@
 #include "reader/sound/mp4_track.h"
 
 // Adds the samples of a track that the fragments behind `moov` tell of to its duration and bytes.
-void Mp4FragmentsAdd(Mp4Walk *walk, const Mp4Box &moov, Mp4Track *track);
+void Mp4FragmentsAdd(BoxWalk *walk, const Box &moov, Mp4Track *track);

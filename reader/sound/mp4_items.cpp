@@ -5,6 +5,7 @@
 #include "reader/sound/genres.h"
 #include "reader/sound/tag_tables.h"
 #include "reader/sound/text.h"
+#include "reader/text/code_pages.h"
 
 namespace {
 
@@ -15,22 +16,28 @@ constexpr int64_t kTextRead = 64 * 1024;
 enum DataType : uint64_t { kImplicit = 0, kUtf16 = 2, kNumber = 21 };
 
 // The first character of Apple's types is no ASCII, and the table has it as UTF-8.
-std::string KeyOf(const Mp4Box &box) {
+std::string KeyOf(const Box &box) {
     std::string key;
-    for (const char character : std::string_view(box.type, 4))
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const auto character = static_cast<char>(box.type >> shift);
         key += character == '\xA9' ? std::string("©") : std::string(1, character);
+    }
     return key;
 }
 
-bool IsPair(const Mp4Box &item) {
+bool IsApples(const Box &box) {
+    return box.type >> 24 == 0xA9;
+}
+
+bool IsPair(const Box &item) {
     return item.Is("trkn") || item.Is("disk");
 }
 
-bool IsNumber(const Mp4Box &item) {
+bool IsNumber(const Box &item) {
     return item.Is("cpil") || item.Is("tmpo") || item.Is("tvsn") || item.Is("tves");
 }
 
-std::string ValueText(const Mp4Box &item, uint64_t type, Bytes value) {
+std::string ValueText(const Box &item, uint64_t type, Bytes value) {
     Cursor cursor{value};
     if (IsPair(item)) {
         Take(&cursor, 2);
@@ -47,7 +54,7 @@ std::string ValueText(const Mp4Box &item, uint64_t type, Bytes value) {
 }
 
 // The type of a value, its language, the value.
-void DataAdd(Mp4Walk *walk, const Mp4Box &item, const Mp4Box &data, const std::string &key, TagItems *items) {
+void DataAdd(BoxWalk *walk, const Box &item, const Box &data, const std::string &key, TagItems *items) {
     const SoundBytes bytes = Mp4BoxRead(walk, data, kTextRead);
     Cursor cursor{bytes.View()};
     const uint64_t type = TakeBig(&cursor, 4) & 0xFFFFFF;
@@ -56,11 +63,11 @@ void DataAdd(Mp4Walk *walk, const Mp4Box &item, const Mp4Box &data, const std::s
         items->push_back({key, ValueText(item, type, cursor.rest)});
 }
 
-void CoverRead(Mp4Walk *walk, const Mp4Box &item, PictureSink *sink) {
+void CoverRead(BoxWalk *walk, const Box &item, PictureSink *sink) {
     constexpr int64_t kDataHeader = 8;
-    Mp4Box data;
+    Box data;
     int tried = 0;
-    for (int64_t at = item.begin; sink->wanted && Mp4BoxTake(walk, &at, item.end, &data);) {
+    for (int64_t at = item.begin; sink->wanted && BoxTake(walk, &at, item.end, &data);) {
         if (!data.Is("data") || data.end - data.begin - kDataHeader > int64_t{kReaderPictureMax})
             continue;
         const SoundBytes bytes = Mp4BoxRead(walk, data, int64_t{kReaderPictureMax} + kDataHeader);
@@ -72,12 +79,12 @@ void CoverRead(Mp4Walk *walk, const Mp4Box &item, PictureSink *sink) {
     }
 }
 
-void ItemRead(Mp4Walk *walk, const Mp4Box &item, SoundFile *file, TagItems *items) {
+void ItemRead(BoxWalk *walk, const Box &item, SoundFile *file, TagItems *items) {
     if (item.Is("covr"))
         return CoverRead(walk, item, file->picture);
     std::string key = KeyOf(item);
-    Mp4Box box;
-    for (int64_t at = item.begin; Mp4BoxTake(walk, &at, item.end, &box);) {
+    Box box;
+    for (int64_t at = item.begin; BoxTake(walk, &at, item.end, &box);) {
         if (box.Is("name") && item.Is("----")) {
             const SoundBytes name = Mp4BoxRead(walk, box, kTextRead);
             key = "----:" + std::string(Characters(name.View().subspan(std::min<size_t>(name.size, 4))));
@@ -88,8 +95,8 @@ void ItemRead(Mp4Walk *walk, const Mp4Box &item, SoundFile *file, TagItems *item
 }
 
 // "meta" has a version before its boxes, but for QuickTime's.
-std::optional<Mp4Box> ItemList(Mp4Walk *walk, const Mp4Box &moov) {
-    std::optional<Mp4Box> meta = Mp4BoxFind(walk, moov, {"udta", "meta"});
+std::optional<Box> ItemList(BoxWalk *walk, const Box &moov) {
+    std::optional<Box> meta = Mp4BoxFind(walk, moov, {"udta", "meta"});
     if (!meta)
         return std::nullopt;
     const SoundBytes begin = Mp4BoxRead(walk, *meta, 8);
@@ -111,12 +118,12 @@ void ChaptersAdd(Bytes content, TagItems *items) {
 }
 
 // 3GPP: version, language, text, which is UTF-16 behind a byte order mark. QuickTime: size, language, text.
-void UserTextAdd(const Mp4Box &box, Bytes content, TagItems *items) {
+void UserTextAdd(const Box &box, Bytes content, TagItems *items) {
     Cursor cursor{content};
-    if (box.type[0] == '\xA9') {
+    if (IsApples(box)) {
         const uint64_t size = TakeBig(&cursor, 2);
         Take(&cursor, 2);
-        items->push_back({KeyOf(box), TextGuess(Take(&cursor, static_cast<size_t>(size)), {})});
+        items->push_back({KeyOf(box), TextGuess(Characters(Take(&cursor, static_cast<size_t>(size))), {})});
         return;
     }
     Take(&cursor, 4);
@@ -130,18 +137,18 @@ void UserTextAdd(const Mp4Box &box, Bytes content, TagItems *items) {
     items->push_back({KeyOf(box), TextDecode(TakeText(&cursor, encoding), encoding, {})});
 }
 
-bool IsUserText(const Mp4Box &box) {
+bool IsUserText(const Box &box) {
     for (const std::string_view type : {"titl", "albm", "perf", "auth", "gnre", "dscp", "yrrc"}) {
         if (box.Is(type))
             return true;
     }
-    return box.type[0] == '\xA9';
+    return IsApples(box);
 }
 
-void UserDataRead(Mp4Walk *walk, const Mp4Box &moov, TagItems *items) {
-    const std::optional<Mp4Box> udta = Mp4BoxFind(walk, moov, {"udta"});
-    Mp4Box box;
-    for (int64_t at = udta ? udta->begin : 0; udta && Mp4BoxTake(walk, &at, udta->end, &box);) {
+void UserDataRead(BoxWalk *walk, const Box &moov, TagItems *items) {
+    const std::optional<Box> udta = Mp4BoxFind(walk, moov, {"udta"});
+    Box box;
+    for (int64_t at = udta ? udta->begin : 0; udta && BoxTake(walk, &at, udta->end, &box);) {
         if (items->size() >= kSoundItemsMax)
             return;
         if (box.Is("chpl"))
@@ -153,11 +160,11 @@ void UserDataRead(Mp4Walk *walk, const Mp4Box &moov, TagItems *items) {
 
 } // namespace
 
-void Mp4ItemsRead(Mp4Walk *walk, const Mp4Box &moov, SoundFile *file) {
+void Mp4ItemsRead(BoxWalk *walk, const Box &moov, SoundFile *file) {
     TagItems items;
-    const std::optional<Mp4Box> list = ItemList(walk, moov);
-    Mp4Box item;
-    for (int64_t at = list ? list->begin : 0; list && Mp4BoxTake(walk, &at, list->end, &item);)
+    const std::optional<Box> list = ItemList(walk, moov);
+    Box item;
+    for (int64_t at = list ? list->begin : 0; list && BoxTake(walk, &at, list->end, &item);)
         ItemRead(walk, item, file, &items);
     UserDataRead(walk, moov, &items);
     FactsFromItems(items, kMp4Table, FactSource::own, file->facts);

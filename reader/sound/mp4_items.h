@@ -6,4 +6,4 @@
 #include "reader/sound/mp4_box.h"
 #include "reader/sound/sound_file.h"
 
-void Mp4ItemsRead(Mp4Walk *walk, const Mp4Box &moov, SoundFile *file);
+void Mp4ItemsRead(BoxWalk *walk, const Box &moov, SoundFile *file);

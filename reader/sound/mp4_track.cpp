@@ -12,16 +12,16 @@ constexpr int64_t kSmallBox = 4096;
 // Sizes of samples are read so many bytes at a time.
 constexpr int64_t kSizesPiece = 64 * 1024;
 
-bool IsSound(Mp4Walk *walk, const Mp4Box &mdia) {
-    const std::optional<Mp4Box> handler = Mp4BoxFind(walk, mdia, {"hdlr"});
+bool IsSound(BoxWalk *walk, const Box &mdia) {
+    const std::optional<Box> handler = Mp4BoxFind(walk, mdia, {"hdlr"});
     if (!handler)
         return false;
     const SoundBytes bytes = Mp4BoxRead(walk, *handler, 12);
     return bytes.size == 12 && BeginsWith(bytes.View().subspan(8), "soun");
 }
 
-void MediaHeaderRead(Mp4Walk *walk, const Mp4Box &mdia, Mp4Track *track) {
-    const std::optional<Mp4Box> header = Mp4BoxFind(walk, mdia, {"mdhd"});
+void MediaHeaderRead(BoxWalk *walk, const Box &mdia, Mp4Track *track) {
+    const std::optional<Box> header = Mp4BoxFind(walk, mdia, {"mdhd"});
     if (!header)
         return;
     const SoundBytes bytes = Mp4BoxRead(walk, *header, 32);
@@ -33,8 +33,8 @@ void MediaHeaderRead(Mp4Walk *walk, const Mp4Box &mdia, Mp4Track *track) {
         track->duration = 0;
 }
 
-uint64_t TrackId(Mp4Walk *walk, const Mp4Box &trak) {
-    const std::optional<Mp4Box> header = Mp4BoxFind(walk, trak, {"tkhd"});
+uint64_t TrackId(BoxWalk *walk, const Box &trak) {
+    const std::optional<Box> header = Mp4BoxFind(walk, trak, {"tkhd"});
     if (!header)
         return 0;
     const SoundBytes bytes = Mp4BoxRead(walk, *header, 24);
@@ -44,8 +44,8 @@ uint64_t TrackId(Mp4Walk *walk, const Mp4Box &trak) {
 }
 
 // What is played of the media. Entries with a time of -1 are silence before it.
-uint64_t EditedDuration(Mp4Walk *walk, const Mp4Box &trak) {
-    const std::optional<Mp4Box> list = Mp4BoxFind(walk, trak, {"edts", "elst"});
+uint64_t EditedDuration(BoxWalk *walk, const Box &trak) {
+    const std::optional<Box> list = Mp4BoxFind(walk, trak, {"edts", "elst"});
     if (!list)
         return 0;
     const SoundBytes bytes = Mp4BoxRead(walk, *list, kSmallBox);
@@ -64,8 +64,8 @@ uint64_t EditedDuration(Mp4Walk *walk, const Mp4Box &trak) {
     return edited;
 }
 
-uint64_t SamplesBytes(Mp4Walk *walk, const Mp4Box &table) {
-    const std::optional<Mp4Box> box = Mp4BoxFind(walk, table, {"stsz"});
+uint64_t SamplesBytes(BoxWalk *walk, const Box &table) {
+    const std::optional<Box> box = Mp4BoxFind(walk, table, {"stsz"});
     if (!box)
         return 0;
     const SoundBytes header = Mp4BoxRead(walk, *box, 12);
@@ -97,19 +97,19 @@ void PcmRateSet(Mp4Track *track) {
 
 } // namespace
 
-std::optional<Mp4Track> Mp4SoundTrackRead(Mp4Walk *walk, const Mp4Box &trak) {
-    const std::optional<Mp4Box> mdia = Mp4BoxFind(walk, trak, {"mdia"});
+std::optional<Mp4Track> Mp4SoundTrackRead(BoxWalk *walk, const Box &trak) {
+    const std::optional<Box> mdia = Mp4BoxFind(walk, trak, {"mdia"});
     if (!mdia || !IsSound(walk, *mdia))
         return std::nullopt;
     Mp4Track track;
     track.id = TrackId(walk, trak);
     MediaHeaderRead(walk, *mdia, &track);
     track.edited = EditedDuration(walk, trak);
-    const std::optional<Mp4Box> table = Mp4BoxFind(walk, *mdia, {"minf", "stbl"});
+    const std::optional<Box> table = Mp4BoxFind(walk, *mdia, {"minf", "stbl"});
     if (!table)
         return track;
     track.bytes = SamplesBytes(walk, *table);
-    if (const std::optional<Mp4Box> entries = Mp4BoxFind(walk, *table, {"stsd"})) {
+    if (const std::optional<Box> entries = Mp4BoxFind(walk, *table, {"stsd"})) {
         const SoundBytes bytes = Mp4BoxRead(walk, *entries, kSmallBox);
         Mp4CodecRead(bytes.View(), &track.stream);
     }

@@ -16,4 +16,4 @@ struct Mp4Track {
 };
 
 // Reads a track; nothing when it is no sound.
-std::optional<Mp4Track> Mp4SoundTrackRead(Mp4Walk *walk, const Mp4Box &trak);
+std::optional<Mp4Track> Mp4SoundTrackRead(BoxWalk *walk, const Box &trak);

@@ -4,10 +4,10 @@
 #include <optional>
 
 #include "platform/limits.h"
-#include "reader/sound/cursor.h"
 #include "reader/sound/end_tags.h"
 #include "reader/sound/frame_walk.h"
-#include "reader/sound/mpeg_header.h"
+#include "reader/sound/sound_bytes.h"
+#include "reader/syntax/mpeg_header.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "reader/sound/mpeg4_audio.h"
 
-#include "reader/sound/aac_rates.h"
+#include "reader/syntax/aac_rates.h"
 
 namespace {
 

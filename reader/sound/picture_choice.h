@@ -5,7 +5,8 @@
 
 #include <vector>
 
-#include "reader/sound/cursor.h"
+#include "reader/input.h"
+#include "reader/syntax/cursor.h"
 
 // ID3v2.4.0-frames, section 4.14; FLAC and ASF have the same numbers.
 inline constexpr unsigned kFrontCover = 3;

@@ -4,12 +4,12 @@
 #include "reader/readers.h"
 #include "reader/sound/adts.h"
 #include "reader/sound/aiff.h"
-#include "reader/sound/code_pages.h"
 #include "reader/sound/dsd.h"
 #include "reader/sound/library_files.h"
 #include "reader/sound/mp4_file.h"
 #include "reader/sound/mpeg.h"
 #include "reader/sound/riff.h"
+#include "reader/text/code_pages.h"
 
 namespace {
 

@@ -1,63 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "reader/sound/text.h"
 
-#include "platform/utf8.h"
-#include "reader/sound/code_pages.h"
-
-namespace {
-
-constexpr char32_t kReplacement = 0xFFFD;
-
-bool IsHighSurrogate(uint16_t unit) {
-    return (unit & 0xFC00) == 0xD800;
-}
-
-bool IsLowSurrogate(uint16_t unit) {
-    return (unit & 0xFC00) == 0xDC00;
-}
-
-std::string TextOfLatin1(Bytes text) {
-    std::string utf8;
-    for (const uint8_t byte : text)
-        Utf8Append(&utf8, byte);
-    return utf8;
-}
-
-bool IsUtf8(Bytes text) {
-    std::string_view rest = Characters(text);
-    char32_t character = 0;
-    while (!rest.empty()) {
-        if (Utf8Take(&rest, &character) != Utf8::kCharacter)
-            return false;
-    }
-    return true;
-}
-
-} // namespace
-
-std::string TextOfUtf16(Bytes text, ByteOrder order) {
-    std::string utf8;
-    Cursor cursor{text};
-    while (cursor.rest.size() >= 2) {
-        const auto unit = static_cast<uint16_t>(TakeNumber(&cursor, 2, order));
-        char32_t character = unit;
-        if (IsHighSurrogate(unit) && cursor.rest.size() >= 2) {
-            Cursor ahead = cursor;
-            const auto low = static_cast<uint16_t>(TakeNumber(&ahead, 2, order));
-            if (IsLowSurrogate(low)) {
-                character = 0x10000 + (static_cast<char32_t>(unit & 0x3FF) << 10 | (low & 0x3FF));
-                cursor = ahead;
-            }
-        }
-        Utf8Append(&utf8, character < 0x10000 && (unit & 0xF800) == 0xD800 ? kReplacement : character);
-    }
-    return utf8;
-}
-
-std::string TextOfPage(Bytes text, std::string_view code_page) {
-    std::string utf8;
-    return CodePageConvert(text, code_page, &utf8) ? utf8 : TextOfLatin1(text);
-}
+#include "reader/text/code_pages.h"
 
 std::string TextDecode(Bytes text, TextEncoding encoding, std::string_view code_page) {
     switch (encoding) {
@@ -72,11 +16,7 @@ std::string TextDecode(Bytes text, TextEncoding encoding, std::string_view code_
     case TextEncoding::single_bytes:
         break;
     }
-    return TextOfPage(text, code_page);
-}
-
-std::string TextGuess(Bytes text, std::string_view code_page) {
-    return IsUtf8(text) ? std::string(Characters(text)) : TextOfPage(text, code_page);
+    return TextOfPage(Characters(text), code_page);
 }
 
 Bytes TakeText(Cursor *cursor, TextEncoding encoding) {

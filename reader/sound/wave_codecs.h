@@ -3,8 +3,11 @@
 // The codecs of Windows' waveform descriptions (RFC 2361), which WAV and ASF have.
 #pragma once
 
-#include "reader/sound/cursor.h"
 #include "reader/sound/sound_file.h"
+#include "reader/syntax/cursor.h"
+
+inline constexpr uint64_t kWaveMpeg = 0x0050; // layers I and II
+inline constexpr uint64_t kWaveMpegLayer3 = 0x0055;
 
 struct WaveFormat {
     uint64_t tag = 0;

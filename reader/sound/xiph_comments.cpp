@@ -5,6 +5,7 @@
 
 #include "platform/limits.h"
 #include "reader/sound/picture_choice.h"
+#include "reader/sound/sound_bytes.h"
 #include "reader/sound/tag_tables.h"
 
 namespace {

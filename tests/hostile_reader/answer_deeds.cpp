@@ -50,18 +50,31 @@ constexpr Lie kLies[] = {
     {"lie-facts", Put<24, UINT32_MAX>},
     {"lie-one-fact", Put<24, 2>},
     {"lie-reason", Put<28, UINT32_MAX>},
+    {"lie-entries", Put<32, 100>},
+    {"lie-more-entries", Put<36, 1>},
     {"lie-fact-name", Put<kAnswerHeadSize, UINT32_MAX>},
     {"lie-fact-size", Put<kAnswerHeadSize + 4, UINT32_MAX>},
     {"lie-text", [](std::vector<std::byte> *packet) { packet->back() = std::byte{0xFF}; }},
     {"cut", [](std::vector<std::byte> *packet) { packet->pop_back(); }},
     {"longer", [](std::vector<std::byte> *packet) { packet->push_back({}); }},
     {"huge", [](std::vector<std::byte> *packet) { packet->resize(kReaderAnswerSize + 1); }},
-    {"empty", [](std::vector<std::byte> *packet) { packet->clear(); }},
+    // Which looks like the end of the connection. Whoever went on would end by the next file, maybe before anybody looked.
+    {"empty",
+     [](std::vector<std::byte> *) {
+         Send({});
+         Sleep();
+     }},
     // A picture that is none: its slot is as it was.
     {"lie-no-picture",
      [](std::vector<std::byte> *packet) {
          Put<16, 2>(packet);
          Put<20, 1000>(packet);
+     }},
+    // A playlist whose entries are none, for the same reason.
+    {"lie-no-entries",
+     [](std::vector<std::byte> *packet) {
+         Put<12, static_cast<uint32_t>(ContentClass::playlist)>(packet);
+         Put<32, 1000>(packet);
      }},
     {"hello",
      [](std::vector<std::byte> *packet) {

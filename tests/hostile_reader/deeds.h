@@ -20,3 +20,6 @@ long LibraryDeed(std::string_view word, const PictureSink &picture);
 
 // Lies in an answer that is about to be sent, or sends another one before it.
 void AnswerDeed(std::string_view word, std::vector<std::byte> *packet);
+
+// Does nothing any more.
+[[noreturn]] long Sleep();

@@ -107,16 +107,20 @@ long MemoryEat() {
     return pieces;
 }
 
+// Takes room until none is left.
+long Exhaust() {
+    constexpr size_t kPiece = size_t{64} << 20;
+    volatile char *last = nullptr;
+    for (;;) {
+        last = new char[kPiece];
+        *last = 1;
+    }
+}
+
 long Overflow(long depth) {
     volatile char room[4096];
     room[0] = '\0';
     return depth > 0 ? Overflow(depth - 1) + room[0] : 0;
-}
-
-[[noreturn]] long Sleep() {
-    const timespec second = {1, 0};
-    for (;;)
-        nanosleep(&second, nullptr);
 }
 
 long Spin() {
@@ -234,6 +238,9 @@ constexpr Deed kDeeds[] = {
          abort();
          return 0L;
      }},
+    {"stop", [] { return long{raise(SIGSTOP)}; }},
+    {"be-killed", [] { return long{raise(SIGKILL)}; }},
+    {"exhaust", [] { return Exhaust(); }},
     {"leave",
      [] {
          _exit(0);
@@ -247,6 +254,12 @@ constexpr Deed kDeeds[] = {
 };
 
 } // namespace
+
+[[noreturn]] long Sleep() {
+    const timespec second = {1, 0};
+    for (;;)
+        nanosleep(&second, nullptr);
+}
 
 long LibraryDeed(std::string_view word, const PictureSink &picture) {
     if (word == "overrun")

@@ -66,6 +66,10 @@ ReadOutcome LibraryRead(ReaderInput *input, ContentFormat, FactList *facts, Pict
     return {AnswerStatus::read, ContentClass::sound, {}};
 }
 
+ReadOutcome LibraryPlaylistRead(ReaderInput *, FactList *, EntryList *) {
+    return {};
+}
+
 void WrappedAnswerEncode(const Answer &answer, std::vector<std::byte> *packet) {
     RealAnswerEncode(answer, packet);
     AnswerDeed(word, packet);

@@ -64,6 +64,10 @@ def version_0_1_0(packages, folder):
     lines = control.read_text(encoding="utf-8").splitlines(keepends=True)
     control.write_text("".join("Version: 0.1.0\n" if line.startswith("Version:") else line for line in lines
                                if not line.startswith("Recommends:")), encoding="utf-8")
+    script = tree / "DEBIAN/postinst"
+    of_old = re.sub(r"(?ms)^if .*? /etc/veluinfo\.conf .*?^fi$", "", script.read_text(encoding="utf-8"))
+    assert ">/etc/veluinfo.conf" not in of_old, "it made no configuration"
+    script.write_text(of_old, encoding="utf-8")
     subprocess.run(["dpkg-deb", "-Znone", "-b", tree, folder / "veluindexd.deb"], check=True, capture_output=True)
     shutil.rmtree(tree)
 

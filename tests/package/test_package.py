@@ -76,6 +76,7 @@ def test_the_probe_moves_out_of_the_package_of_old(machine, before):
     assert owner_of_the_probe(machine) == "veluindexd"
     machine.run("apt-get", "install", "-y", "/mnt/new/veluindexd.deb", "/mnt/new/veluindexd-films.deb")
     assert owner_of_the_probe(machine) == "veluindexd-films"
+    machine.run("test", "!", "-e", "/etc/veluinfo.conf")  # an upgrade changes no rules
     machine.run("apt-get", "purge", "-y", "veluindexd", "veluindexd-films")
 
 
@@ -87,6 +88,11 @@ def test_it_is_installed_and_runs(machine, before):
     assert int(re.search(r"CapBnd:\s*(\w+)", status)[1], 16).bit_count() == 6
     assert machine.run("id", "-un", "velu-reader").stdout == "velu-reader\n"
     assert machine.run("systemd-analyze", "verify", "veluindexd.service").stdout == ""
+
+
+def test_a_new_installation_reads_all_that_files_say(machine):
+    assert machine.run("cat", "/etc/veluinfo.conf").stdout == 'rules="complete"\n'
+    assert "complete" in machine.run("veluctl", "status").stdout
 
 
 def test_other_units_wait_for_the_administrator(machine, unpacked):
@@ -111,6 +117,15 @@ def test_a_folder_is_indexed_without_any_configuration(machine):
     assert "Failed" not in machine.run("journalctl", "-u", "veluindexd", "--no-pager").stdout
 
 
+def test_catalogues_are_for_root_and_the_group(machine):
+    assert machine.run("stat", "-c", "%U %G %a", "/var/lib/velu", "/var/lib/velu/mediaserver.db",
+                       "/var/lib/velu/mediaserver.db-wal").stdout == "root velu 750\nroot velu 640\nroot velu 640\n"
+    asked = ("veluctl", "find", "first song")
+    assert SONG in machine.run("setpriv", "--reuid=nobody", "--regid=nogroup", "--groups=velu", *asked).stdout
+    refused = machine.run("setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups", *asked, check=False)
+    assert refused.returncode != 0 and "sudo adduser NAME velu" in refused.stdout
+
+
 def test_the_manuals_can_be_read(machine, unpacked):
     pages = [page.name.removesuffix(".gz").rpartition(".") for page in unpacked.glob("usr/share/man/man?/*.gz")]
     assert {"veluindexd", "veluctl", "veluinfo.conf", "velu-catalogue", "velumovedb", "veluaacinfo"} <= {page[0] for page in pages}
@@ -119,12 +134,12 @@ def test_the_manuals_can_be_read(machine, unpacked):
 
 
 def test_a_server_needs_its_package(machine):
-    machine.run("sh", "-c", f"echo '{SERVER}' >/etc/veluinfo.conf")
+    machine.run("sh", "-c", f"cp /etc/veluinfo.conf /root && echo '{SERVER}' >>/etc/veluinfo.conf")
     assert "veludb-postgresql.so: cannot open" in machine.run("veluctl", "status", check=False).stdout
     machine.run("apt-get", "install", "-y", "/mnt/new/veluindexd-postgresql.deb")
     said = machine.run("veluctl", "status", check=False).stdout
     assert 'connection to server on socket "/run/none/' in said
-    machine.run("rm", "/etc/veluinfo.conf")
+    machine.run("mv", "/root/veluinfo.conf", "/etc")
 
 
 def test_what_is_queued_while_it_is_stopped_is_done_at_its_start(machine):
@@ -259,6 +274,7 @@ def test_root_runs_it_again(machine):
 
 def test_without_the_readers_of_films_all_else_is_read(machine):
     machine.run("apt-get", "remove", "-y", "veluindexd-films")
+    machine.run("sh", "-c", "cp /etc/veluinfo.conf /root && echo 'rules=\"appliance\"' >/etc/veluinfo.conf")
     machine.run("systemctl", "restart", "veluindexd")  # the module is loaded
     pid = main_pid(machine)
     machine.run("cp", "/mnt/media/tone.ogg", "/srv/music/first.ogg")
@@ -276,6 +292,7 @@ def test_without_the_readers_of_films_all_else_is_read(machine):
     assert rows(machine)["/srv/music/first.ogg"]["title"] == "Second Song"
     assert main_pid(machine) == pid
     machine.run("rm", "/srv/music/first.ogg", "/srv/music/second.ogg")
+    machine.run("mv", "/root/veluinfo.conf", "/etc")
 
 
 def test_removing_it_stops_it_and_keeps_the_data(machine):

@@ -4,11 +4,16 @@
 // no wall around it.
 //
 //   title TEXT       answers with that title; the file is sound
+//   tagged TEXT      likewise, with that artist too, which is a fact beside the row, and a cover
 //   film TEXT        likewise a film; the reader of sound and photos sends it on
 //   song TEXT        likewise sound; the reader of films sends it on
-//   photo TEXT       likewise a picture
+//   photo TEXT       likewise a picture; so is what begins as a JPEG does
 //   picture N TEXT   sound with a cover of N bytes
+//   altered N TEXT   likewise, whose last byte is another one
+//   png, webp, gif N TEXT   likewise, in that format
+//   charset          sound with the character set of the request as its title
 //   failed TEXT      could not read it, for that reason
+//   unreadable       the storage does not give it
 //   crash, exit N, abort      it ends
 //   spin, stop, silent, hang  it uses up time, is stopped, says nothing, closes the connection
 //   memory N         takes N MiB and says nothing
@@ -23,8 +28,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/limits.h"
@@ -33,6 +40,9 @@
 namespace {
 
 constexpr size_t kScriptMax = 512;
+
+// Bytes of the cover of a tagged file, to which come as many as its text has.
+constexpr size_t kTaggedPicture = 200;
 
 ReaderKind own_kind = ReaderKind::sound_and_photos;
 
@@ -54,17 +64,38 @@ void Answered(Answer *answer, ContentClass content, const std::string &title) {
     FactAddText(&answer->facts, FactName::title, FactSource::own, title);
 }
 
+struct PictureWord {
+    std::string_view word;
+    PictureFormat format;
+    std::string_view head;
+    bool altered = false;
+};
+
+constexpr PictureWord kPictures[] = {
+    {"picture", PictureFormat::jpeg, "\xFF\xD8\xFF\xE0"},
+    {"altered", PictureFormat::jpeg, "\xFF\xD8\xFF\xE0", true},
+    {"png", PictureFormat::png, "\x89PNG\r\n\x1A\n"},
+    {"webp", PictureFormat::webp, std::string_view("RIFF\0\0\0\0WEBP", 12)},
+    {"gif", PictureFormat::gif, "GIF89a"},
+};
+
+const PictureWord *PictureFind(const std::string &what) {
+    const auto *found = std::ranges::find(kPictures, what, &PictureWord::word);
+    return found != std::end(kPictures) ? found : nullptr;
+}
+
 // A picture whose bytes follow from its size, so that a test knows them.
-void PicturePut(const Request &request, Answer *answer, size_t size) {
+void PicturePut(const Request &request, Answer *answer, const PictureWord &word, size_t size) {
     std::vector<std::byte> picture(size);
     for (size_t i = 0; i < size; ++i)
         picture[i] = static_cast<std::byte>(i * 7 + size);
-    constexpr unsigned char kJpeg[] = {0xFF, 0xD8, 0xFF, 0xE0};
-    memcpy(picture.data(), kJpeg, std::min(size, sizeof kJpeg));
+    memcpy(picture.data(), word.head.data(), std::min(size, word.head.size()));
+    if (word.altered)
+        picture.back() ^= std::byte{1};
     if (pwrite(kReaderFirstSlot + static_cast<int>(request.slot), picture.data(), size, 0) !=
         static_cast<ssize_t>(size))
         _exit(9);
-    answer->picture = PictureFormat::jpeg;
+    answer->picture = word.format;
     answer->picture_bytes = static_cast<uint32_t>(size);
 }
 
@@ -138,15 +169,27 @@ void Do(const Request &request, const std::string &line) {
     if (what == "title") {
         Answered(&answer, ContentClass::sound, rest);
         Send(answer);
+    } else if (what == "tagged") {
+        Answered(&answer, ContentClass::sound, rest);
+        FactAddText(&answer.facts, FactName::artist, FactSource::own, rest);
+        PicturePut(request, &answer, kPictures[0], kTaggedPicture + rest.size());
+        Send(answer);
     } else if (what == "film") {
         SentOnOr(answer, ReaderKind::films, ContentClass::film, rest);
     } else if (what == "song") {
         SentOnOr(answer, ReaderKind::sound_and_photos, ContentClass::sound, rest);
-    } else if (what == "photo") {
+    } else if (what == "photo" || what.starts_with("\xFF\xD8")) {
         SentOnOr(answer, ReaderKind::sound_and_photos, ContentClass::picture, rest);
-    } else if (what == "picture") {
+    } else if (const PictureWord *word = PictureFind(what); word != nullptr) {
         Answered(&answer, ContentClass::sound, rest.substr(std::min(rest.find(' '), rest.size() - 1) + 1));
-        PicturePut(request, &answer, strtoul(rest.c_str(), nullptr, 10));
+        PicturePut(request, &answer, *word, strtoul(rest.c_str(), nullptr, 10));
+        Send(answer);
+    } else if (what == "unreadable") {
+        answer.status = AnswerStatus::unreadable;
+        answer.reason = "its bytes cannot be read";
+        Send(answer);
+    } else if (what == "charset") {
+        Answered(&answer, ContentClass::sound, *request.charset != '\0' ? request.charset : "none");
         Send(answer);
     } else if (what == "failed") {
         answer.reason = rest;

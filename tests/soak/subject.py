@@ -12,6 +12,7 @@ TABLES = ("music", "video", "photo", "playlist")
 # Columns that a good file's row has from its place and the moment.
 OWN = frozenset(("path", "title", "create_time", "modify_time"))
 BATCH_PATIENCE = 180
+UNREAD = r"(/.*) cannot be read: (.*)\.$"  # a path, and why
 # With a quarantine of its own size the sanitizer's allocator stops growing soon.
 SANITIZER = ":quarantine_size_mb=8:thread_local_quarantine_size_kb=64"
 WARM_UP = 3  # batches
@@ -33,7 +34,7 @@ class SoakDaemon(Daemon):
 class Subject:
     """`good` are whole files by name. Their rows, of the first time, are what they always have to be."""
 
-    def __init__(self, binary, library, good):
+    def __init__(self, binary, library, good, rules):
         with open(binary, "rb") as program:
             self.sanitized = b"__asan_init" in program.read()
         self.daemon = SoakDaemon(binary, library)
@@ -43,7 +44,8 @@ class Subject:
         self.killed = {}
         self.most = {}  # the bounds of what may remain, from the warm-up
         self.peak_growth = 0
-        self.daemon.configure(aacdecoder=binary.with_name("veluaacinfo"), **self.daemon.catalogue.keys)
+        self.complete = rules == "complete"
+        self.daemon.configure(rules=rules, aacdecoder=binary.with_name("veluaacinfo"), **self.daemon.catalogue.keys)
         self.daemon.start()
         self.expected = {name: self._index_good(name) for name, _ in self.good}
         self._forget()
@@ -73,7 +75,8 @@ class Subject:
         good = daemon.write(f"{GOOD}/{self.batches}-{name}", content)
         first = len(daemon.log.lines)
         daemon.index(*(f"A:{share}" for share in SHARES), f"a:{good}", timeout=BATCH_PATIENCE)
-        self._count_kills(daemon.log.texts()[first:])
+        texts = daemon.log.texts()[first:]
+        self._count_kills(texts)
         daemon.check_sanitizers()
         if self._good_row(good) != self.expected[name]:
             raise Finding(f"the row of {good} is {self._good_row(good)}, and not {self.expected[name]}")
@@ -81,6 +84,8 @@ class Subject:
         for path, _ in files:
             if path not in rows:
                 raise Finding(f"{path} has no row")
+        if self.complete:
+            self._check_states(texts)
         self._forget()
         self._check_remains()
 
@@ -89,13 +94,28 @@ class Subject:
         for folder in (*SHARES, GOOD):
             shutil.rmtree(self.daemon.box.path(self.daemon.mkdir(folder)))
         self.daemon.index(*(f"D:{share}" for share in SHARES), f"D:{GOOD}", timeout=BATCH_PATIENCE)
-        left = self.daemon.media_paths()
+        left = self.daemon.media_paths() + (self.daemon.paths("file_state") if self.complete else [])
         if left:
             raise Finding(f"rows of files that are gone: {left[:3]}")
 
+    def _check_states(self, texts):
+        """One row and one state a path, and one line for each file that is in trouble."""
+        paths = self.daemon.media_paths()
+        if len(set(paths)) != len(paths):
+            raise Finding(f"paths with two rows: {sorted(path for path in set(paths) if paths.count(path) > 1)[:3]}")
+        states = {row["path"]: row["trouble"] for row in self.daemon.rows("file_state")}
+        if sorted(states) != sorted(paths):
+            raise Finding(f"rows and states differ: {sorted(set(states) ^ set(paths))[:3]}")
+        told = sorted(found[1] for text in texts if (found := re.search(UNREAD, text)))
+        if told != sorted(path for path, trouble in states.items() if trouble):
+            raise Finding(f"told: {told}; in trouble: {states}")
+
     def _count_kills(self, texts):
-        """Children of the probe that were ended, by how, and their files, which deserve a look. The watchdog's 90 seconds
-        are two of the daemon's fast clock."""
+        """Children of the probe, or readers, that were ended, by how, and their files, which deserve a look. The watchdogs' 90
+        seconds are two of the daemon's fast clock."""
+        for text in texts:
+            if (found := re.search(UNREAD, text)) and re.match("its reader ended|it takes", found[2]):
+                self.killed.setdefault(found[2], []).append(os.path.basename(found[1]))
         for text, following in zip(texts, [*texts[1:], ""]):
             found = re.search(r"Process \d+ (killed by signal \d+|exceeded max \w+)", text)
             if found:

@@ -5,11 +5,8 @@ The binary is build/release/bin/veluindexd, or the one that VELU_BINARY names. V
 have their catalogues on the server that tests/postgres has started around the run.
 """
 import contextlib
-import fcntl
-import hashlib
 import os
 import pathlib
-import shutil
 import subprocess
 import sys
 
@@ -21,12 +18,12 @@ pytest.register_assert_rewrite("harness.music")
 from harness import media  # noqa: E402
 from harness.catalogue import ON_SERVER  # noqa: E402
 from harness.daemon import Daemon  # noqa: E402
+from harness.encoded import encoded, filled  # noqa: E402
 from harness.places import Places, build_places  # noqa: E402
 from harness.sandbox import TREE  # noqa: E402
+from harness.sounds import plain_sounds  # noqa: E402
 from harness.store_faults import patience_of_tests  # noqa: E402
 from selection import select, strangers  # noqa: E402
-
-HARNESS = pathlib.Path(media.__file__).parent
 
 
 def pytest_configure():
@@ -93,34 +90,21 @@ def once(tmp_path_factory):
     return lambda name, make: filled(session / name, make)
 
 
-def filled(folder, make):
-    """A folder that `make` fills for the first who asks; others wait meanwhile."""
-    folder.parent.mkdir(parents=True, exist_ok=True)
-    with open(f"{folder}.lock", "w", encoding="ascii") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
-        if not folder.exists():
-            made = folder.with_name(f"{folder.name}.new")
-            shutil.rmtree(made, ignore_errors=True)  # of a session that was broken off
-            made.mkdir()
-            make(made)
-            made.rename(folder)
-    return folder
-
-
-@pytest.fixture(scope="session")
-def encoded():
-    """A folder of what encoders make, the same for all sessions of this tree, which would only make it again: until one of
-    the scripts changes that describe it."""
-    def find(name, make, *scripts):
-        digest = hashlib.sha256(b"".join(script.read_bytes() for script in (HARNESS / "media.py", *scripts)))
-        return filled(TREE / "build/encoded" / f"{name}-{digest.hexdigest()[:16]}", make)
-    return find
+@pytest.fixture(scope="session", name="encoded")
+def folders_of_encoders():
+    """Makes or finds a folder of what encoders make."""
+    return encoded
 
 
 @pytest.fixture(scope="session")
 def samples(encoded):
     """A folder of small real media files."""
     return encoded("samples", lambda folder: media.make_samples(str(folder)))
+
+
+@pytest.fixture(scope="session", name="sounds")
+def one_sound_of_each_kind():
+    return plain_sounds()
 
 
 @pytest.fixture(scope="session")

@@ -10,16 +10,16 @@ ANY_ENGINE = (
     "test_music_id3_edges", "test_music_id3v1", "test_music_id3v2", "test_music_mp3",
     "test_photo_converters", "test_photo_exif", "test_photo_facts", "test_service", "test_start",
     "test_kept_requests", "test_kept_rows", "test_kept_storage", "test_kept_texts", "test_walk", "test_watch_service",
-    "test_sound_streams", "test_sound_tags",
+    "test_sound_streams", "test_sound_tags", "test_values",
     "test_loop::test_on_the_real_clock_it_sleeps_soundly_and_runs_10_to_20_seconds_after_a_signal",
 )
 
 # Under the sanitizers: what repeats the same few requests to find a bad moment (their code is run once by others), and what
 # looks at a machine, a browser or the sample of a file.
 ANY_MEMORY = (
-    "test_configuration", "test_ctl_hammer", "test_kept_requests", "test_kept_rows", "test_kept_storage",
+    "test_complete_faults", "test_configuration", "test_ctl_hammer", "test_kept_requests", "test_kept_rows", "test_kept_storage",
     "test_kept_texts", "test_random_kills",
-    "test_readers", "test_service", "test_survival",
+    "test_household", "test_readers", "test_service", "test_survival", "test_values",
     "test_watch_service", "test_watch_turmoil",
     "test_ctl_report::test_a_browser_shows_it_on_a_phone_and_on_a_desk",
     "test_scale::test_two_hundred_thousand_entries_in_one_directory",

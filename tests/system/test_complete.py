@@ -6,12 +6,11 @@ import re
 
 import pytest
 
+from harness import readers
 from harness.catalogue import ON_SERVER
 from harness.daemon import wait_for
 
 MUSIC = "/volume1/music"
-INSTALLED = "/tmp/installed"
-READERS = ("velureader", "velureader-films")
 
 
 @pytest.fixture
@@ -20,13 +19,7 @@ def box(make_daemon, binary):
     done at once."""
     daemon = make_daemon(speed=1)
     daemon.configure(rules="complete")
-    modules = binary.parent.parent / "lib/velu"
-    files = {"bin/veluindexd": binary, **{f"lib/velu/{path.name}": path for path in modules.glob("*.so")},
-             **{f"lib/velu/{name}": binary.with_name("scripted_reader") for name in READERS}}
-    for name, source in files.items():
-        daemon.copy(source, f"{INSTALLED}/{name}")
-        os.chmod(daemon.box.path(f"{INSTALLED}/{name}"), 0o755)
-    daemon.binary = f"{INSTALLED}/bin/veluindexd"
+    readers.put_beside(daemon, binary, {name: binary.with_name("scripted_reader") for name in readers.READERS})
     return daemon
 
 
@@ -58,9 +51,7 @@ def test_no_reader_and_no_descriptor_outlives_a_run(box):
     scripts(box, 40, lambda number: "picture 3000 x" if number % 3 else "crash")
     run(box, f"A:{MUSIC}")
     wait_for(box.idle, "the end of the run")
-    assert box.children() == []
-    links = box.box.ask("descriptors", pid=box.pid)["links"]
-    assert not [link for link in links if "memfd" in link or "pidfd" in link or "socket" in link and "log" not in link][1:], links
+    assert readers.left_behind(box) == []
 
 
 def test_a_file_that_ends_its_reader_costs_itself(box):
@@ -77,7 +68,7 @@ def test_a_file_that_ends_its_reader_costs_itself(box):
 
 
 def test_what_no_reader_is_there_for_is_said_once(box):
-    box.remove(f"{INSTALLED}/lib/velu/velureader-films")
+    box.remove(readers.place("velureader-films"))
     paths = [box.write(f"{MUSIC}/{number}.avi", "film F") for number in range(5)]
     song = box.write(f"{MUSIC}/song.mp3", "song S")
     lines = run(box, f"A:{MUSIC}")
@@ -90,9 +81,9 @@ def test_a_daemon_that_is_killed_leaves_no_reader(box):
     box.write(f"{MUSIC}/x.mp3", "silent")
     box.queue(f"A:{MUSIC}")
     box.start(idle=False)
-    readers = wait_for(box.children, "a reader")
+    started = wait_for(box.children, "a reader")
     box.kill()
-    wait_for(lambda: not any(box.alive(pid) for pid in readers), "the readers' end")
+    wait_for(lambda: not any(box.alive(pid) for pid in started), "the readers' end")
 
 
 def test_readers_that_are_killed_cost_no_row(box):
@@ -101,9 +92,10 @@ def test_readers_that_are_killed_cost_no_row(box):
     box.start(idle=False)
     killed, chance = 0, random.Random(15)
     while not box.done():
-        readers = box.children()
-        if readers and chance.random() < 0.01:
-            killed += box.box.ask("kill", pid=chance.choice(readers), number=9)["sent"]
+        working = box.children()
+        # The first one for sure: on a busy machine there are few looks.
+        if working and (killed == 0 or chance.random() < 0.01):
+            killed += box.box.ask("kill", pid=chance.choice(working), number=9)["sent"]
     box.wait_done()
     assert box.log.texts() == [], killed
     assert titles(box) == {path: f"T{number}" for number, path in enumerate(paths)}

@@ -85,7 +85,8 @@ def test_every_key_is_shown_with_its_value_and_its_place(box, manual, decoder):
             assert row["value"] == documented[key]
     assert rows["mediadb"] == {"value": "sqlite:/var/lib/velu/other.db", "source": "/etc/veluinfo.conf:2", "problem": None}
     assert rows["supportphoto"]["source"] == "/etc.defaults/veluinfo.conf:1" and rows["supportphoto"]["value"] == "yes"
-    assert [key for key, row in rows.items() if row["source"] == "default"] == ["photodb", "coverdir", "albumdefpublic", "rules", "readers", "supportcinehall"]
+    assert [key for key, row in rows.items() if row["source"] == "default"] == ["photodb", "coverdir", "albumdefpublic", "rules", "readers", "tagcharset",
+                                                                                     "supportcinehall"]
     table = list(csv.DictReader(io.StringIO(box.ctl("config", "--csv")["out"])))
     assert {row["key"]: row["value"] for row in table} == {key: row["value"] for key, row in rows.items()}
     said = box.ctl("config")

@@ -465,12 +465,19 @@ def test_late_lines_are_kept_before_they_are_done(library):
 # --- what is told
 
 
+def of_first_run(lines):
+    """Those up to what a run tells at its end; on this clock the next one may have begun by the time that the log is read."""
+    ends = [number for number, line in enumerate(lines) if "Failed to store all rows." in line]
+    assert ends, lines
+    return lines[:ends[0] + 1]
+
+
 @pytest.mark.parametrize("kind", ["locked", "stopped", "full", "read-only"])
 def test_a_store_that_is_away_costs_one_line_a_run(library, kind):
     names = [f"{number:03}" for number in range(37)]
     write(library, *(f"{PHOTO}/Trip/{name}.jpg" for name in names))
     with store_fault(library, kind, PHOTO_STORE):
-        lines = library.index(f"A:{PHOTO}/Trip")
+        lines = of_first_run(library.index(f"A:{PHOTO}/Trip"))
     reasons = [line for line in lines if "catalogue failed at" in line or "Failed to open the database" in line]
     assert len(reasons) <= 1
     assert sum("Failed to save photo info." in line for line in lines) == 38, "the indexers' lines stay, one a file"

@@ -26,8 +26,8 @@ FLAC_UNREAD = {"duration": 0, "audio_bitrate": 0, "sample_rate": 0, "channels": 
 PHOTO_UNREAD = {"camera_make": "", "camera_model": "", "date_taken": "", "iso_speed": 0}
 # Slow enough for a look at the rows before what was kept is done again, after half a second.
 SPEED = 20
-# Seconds for one run over some thousand files, a call of each failing, on a machine that builds beside.
-RUN_PATIENCE = 300
+# Seconds for one run over some thousand files, a call of each failing, on a slow machine that builds beside.
+RUN_PATIENCE = 900
 
 SAMPLES = {".mp3": ("tagged.mp3", "music"), ".flac": ("tagged.flac", "music"), ".jpg": ("exif.jpg", "photo"),
            ".m4a": ("tone.m4a", "music"), ".avi": ("clip.avi", "video")}

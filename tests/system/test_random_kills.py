@@ -51,9 +51,17 @@ def state(daemon):
     return daemon.snapshot() | {"covers": files}
 
 
+def began(daemon):
+    """When the queue was taken over, by the clock of its file system: whoever looks may be late. None before and after the run."""
+    try:
+        return os.stat(daemon.box.path(WORKING_COPY)).st_ctime
+    except FileNotFoundError:
+        return None
+
+
 def undisturbed(daemon, samples):
     """Fills the shares. Gives the state after an undisturbed run, and how long that takes."""
-    for number in range(600):
+    for number in range(1000):
         daemon.write(f"{(MUSIC, VIDEO)[number % 2]}/{number % 13}/caf\xe9'{number}.{('pcm', 'srt', 'm3u')[number % 3]}")
     for name in ("plain.mp3", "tagged.mp3", "picture.png", "exif.jpg"):
         daemon.copy(samples / name, f"{MUSIC}/real/{name}")
@@ -63,10 +71,9 @@ def undisturbed(daemon, samples):
     daemon.start()
     daemon.queue(*LINES)
     daemon.signal()
-    wait_for(lambda: daemon.exists(WORKING_COPY), "the run", pause=0)
-    begin = time.monotonic()
+    begin = wait_for(lambda: began(daemon), "the run", pause=0)
     wait_for(daemon.done, "the end of the run", pause=0.001)
-    span = time.monotonic() - begin
+    span = time.time() - begin
     expected = state(daemon)
     assert all(expected[table] for table in ("music", "video", "photo_image", "photo_share", "covers"))
     assert span > 0.05, "too short to be hit"

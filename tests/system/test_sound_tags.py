@@ -2,23 +2,16 @@
 """What the reader of sound finds in tags, beside what mutagen reads of the same file."""
 import pytest
 from harness import sound_tags
-from harness.sounds import ENCODERS, Sounds, dump
+from harness.sounds import ENCODERS, dump
 
 PNG = b"\x89PNG\r\n\x1a\n" + bytes(range(256)) * 5
 
 
-@pytest.fixture(scope="module", name="sounds")
-def made_sounds(tmp_path_factory):
-    return Sounds(tmp_path_factory.mktemp("sounds"))
-
-
-def assert_same(found, expected):
-    facts = {fact: values for fact, values in found.items() if fact in expected}
-    for fact in ("date", "originaldate"):
-        if fact in facts:
-            facts[fact] = [value.replace("T", " ") for value in facts[fact]]
+def assert_same(path, found, expected):
     assert found["status"] == "read"
-    assert facts == {fact: pytest.approx(values) if fact in sound_tags.DECIMALS else values for fact, values in expected.items()}
+    differences = [(fact, mine, theirs) for fact, mine, theirs, alike in sound_tags.compare(expected, found)
+                   if not alike and not sound_tags.reason(path.name, fact, mine, theirs)]
+    assert not differences
 
 
 @pytest.mark.parametrize("kind", [kind for kind in ENCODERS])
@@ -27,23 +20,15 @@ def test_every_fact_in_every_format(sounds, tmp_path, kind):
     sound_tags.write(path)
     expected = sound_tags.read(path)
     assert expected.keys() == {*sound_tags.FACTS, "year"}, "mutagen reads all that it has written"
-    found = dump(kind, path)
-    if kind == "wma":
-        # mutagen has the first value in one object of the header and the others in another, which stands before it.
-        for fact, values in found.items():
-            if isinstance(values, list) and sorted(values) == sorted(expected.get(fact, [])):
-                found[fact] = expected[fact]
-    assert_same(found, expected)
+    assert_same(path, dump(kind, path), expected)
 
 
 @pytest.mark.parametrize("encoding", [0, 1, 2, 3])
 @pytest.mark.parametrize("version", [3, 4])
-def test_id3_versions_and_encodings(sounds, tmp_path, version, encoding, monkeypatch):
-    if encoding == 0:
-        monkeypatch.setitem(sound_tags.FACTS, "title", ["Tïtle ÿ"])
+def test_id3_versions_and_encodings(sounds, tmp_path, version, encoding):
     path = sounds.copy("mp3", tmp_path)
     sound_tags.write(path, encoding, v2_version=version, v23_sep="/" if version == 3 else None)
-    assert_same(dump("mp3", path), sound_tags.read(path))
+    assert_same(path, dump("mp3", path), sound_tags.read(path))
 
 
 @pytest.mark.parametrize("kind", [kind for kind in ENCODERS])

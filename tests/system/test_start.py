@@ -80,7 +80,7 @@ def test_sigterm_in_the_middle_of_a_run_removes_the_pid_file(box):
     box.start()
     box.queue("A:/volume1/music")
     box.signal()
-    assert box.box.ask("kill_when", pid=box.pid, number=int(signal.SIGTERM), path=WORKING_COPY, delay=0.02,
+    assert box.box.ask("kill_when", pid=box.pid, number=int(signal.SIGTERM), path=WORKING_COPY, delay=0.002,
                        timeout=30)["sent"]
     box.wait_gone()
     box.pid = 0

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // What readers say on its way to rows, under the rule set `complete`.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,17 +12,18 @@
 #include <new>
 #include <random>
 
+#include "catalogue/bounds.h"
 #include "catalogue/file_readers.h"
+#include "catalogue/file_stamp.h"
 #include "daemon/index.h"
+#include "daemon/queue_older.h"
 #include "daemon/turns.h"
 #include "daemon/walk_reindex.h"
 #include "daemon/walker.h"
-#include "platform/rule_set.h"
+#include "platform/index/file_state.h"
 #include "platform/veluindex.h"
+#include "tests/unit/complete_fixture.h"
 #include "tests/unit/failing_new.h"
-#include "tests/unit/log_capture.h"
-#include "tests/unit/scripted_readers.h"
-#include "tests/unit/test_files.h"
 
 namespace fs = std::filesystem;
 
@@ -28,53 +31,10 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-constexpr char kMusic[] = "/volume1/music";
-
-void RulesSet(const char *rules) {
-    FileWrite("/etc/veluinfo.conf", std::string("rules=\"") + rules + "\"\n");
-    RuleSetRead();
-}
-
-class CompleteWalkTest : public testing::Test {
-protected:
-    CompleteWalkTest() : folder(ScriptedReadersMake()) {
-        SandboxReset();
-        fs::remove_all("/var/lib/velu/covers");
-        RulesSet("complete");
-        reader_programs[0] = (sound = folder + "/velureader").c_str();
-        reader_programs[1] = (films = folder + "/velureader-films").c_str();
-        LogTake();
-    }
-    ~CompleteWalkTest() override {
-        FileReadersEnd();
-        reader_programs[0] = reader_programs[1] = nullptr;
-        RulesSet("appliance");
-        fs::remove("/etc/veluinfo.conf");
-    }
-
-    std::string folder;
-    std::string sound;
-    std::string films;
-};
-
-template <typename Do>
-void InRun(Do walk) {
-    VELUIndexRunBegin();
-    walk();
-    EXPECT_EQ(VELUIndexRunEnd(), 0);
-    FileReadersEnd();
-}
-
-void Walk() {
-    InRun([] { IndexDirWalk(kMusic, kIndexAdd, kWalkMedia); });
-}
+using CompleteWalkTest = CompleteFixture;
 
 void Reindex() {
     InRun([] { TreeReindex(kMusic); });
-}
-
-std::string Title(const std::string &table, const std::string &path) {
-    return MediaRow(table, path)["title"];
 }
 
 // The lines of the log that hold a text.
@@ -114,6 +74,43 @@ TEST_F(CompleteWalkTest, TheContentDecidesTheTable) {
     EXPECT_EQ(Title("photo", "/volume1/music/photo.mp3"), "P");
     EXPECT_EQ(Title("video", "/volume1/music/unread.avi"), "unread");
     EXPECT_EQ(LinesWith("/volume1/music/unread.avi cannot be read: it is nothing.").size(), 1u);
+}
+
+constexpr char kFilm[] = "/volume1/music/x.avi";
+
+std::string AddedOf(const std::string &path) {
+    return MediaRow("file_state", path)["added"];
+}
+
+// Adds it alone: no sweep would remove what was left.
+TEST_F(CompleteWalkTest, ARowIsInOneTable) {
+    RulesSet("appliance");
+    FileWrite(kFilm, "song S");
+    InRun([] { EXPECT_EQ(IndexFileAdd(kFilm, kIndexAdd), -1) << "nothing that it knows"; });
+    EXPECT_EQ(MediaPaths("video"), Texts{kFilm});
+    RulesSet("complete");
+    InRun([] { EXPECT_EQ(IndexFileAdd(kFilm, kIndexAdd), 0); });
+    const std::string added = AddedOf(kFilm);
+    EXPECT_NE(added, "");
+    const auto expect_in = [&](const char *table, const std::string &script) {
+        FileWrite(kFilm, script);
+        InRun([] { IndexFileAdd(kFilm, kIndexAdd); });
+        for (const char *each : {"music", "video", "photo", "playlist"})
+            EXPECT_EQ(MediaPaths(each), each == std::string_view(table) ? Texts{kFilm} : Texts{}) << script;
+        EXPECT_EQ(AddedOf(kFilm), added);
+    };
+    expect_in("music", "song S");
+    expect_in("video", "film F");
+    expect_in("photo", "photo P");
+    expect_in("music", "picture 3000 S");
+    EXPECT_EQ(MediaRow("music", kFilm)["has_cover"], "1");
+    char cover[4096];
+    ASSERT_EQ(GetCoverPath(kFilm, cover, sizeof cover, 3, 1, kCoverJpeg), 1);
+    EXPECT_TRUE(fs::exists(cover));
+    fs::remove(kFilm);
+    InRun([] { EXPECT_EQ(IndexFileAdd(kFilm, kIndexRemove), 0); });
+    EXPECT_EQ(MediaPaths("music"), Texts{});
+    EXPECT_FALSE(fs::exists(cover));
 }
 
 TEST_F(CompleteWalkTest, ACoverIsStoredWhole) {
@@ -162,6 +159,172 @@ TEST_F(CompleteWalkTest, WithoutAReaderRowsComeByNameAndItIsSaidOnce) {
               1u);
 }
 
+TEST_F(CompleteWalkTest, AReaderThatIsThereAndDoesNotStartIsNoMatterOfPackages) {
+    FileWrite("/tmp/readers/unconfined", "#!/bin/sh\nexit 3\n");
+    chmod("/tmp/readers/unconfined", 0755);
+    reader_programs[1] = "/tmp/readers/unconfined";
+    FileWrite("/volume1/music/1.avi", "film x");
+    Walk();
+    EXPECT_EQ(Title("video", "/volume1/music/1.avi"), "1");
+    EXPECT_EQ(
+        LinesWith("Films cannot be read: /tmp/readers/unconfined: it reads nothing without a system call "
+                  "filter, which the kernel does not have or what the daemon runs in forbids.")
+            .size(),
+        1u);
+    EXPECT_EQ(LinesWith("brings their reader").size(), 0u);
+}
+
+std::string TroubleOfSong() {
+    return MediaRow("file_state", kSong)["trouble"];
+}
+
+TEST_F(CompleteWalkTest, ATroubledFileIsNotTriedAgainUntilItChanges) {
+    OldFileWrite(kSong, "crash");
+    Walk();
+    EXPECT_EQ(LinesWith(kSong).size(), 1u);
+    EXPECT_EQ(TroubleOfSong(), "its reader ended by signal 11 (SIGSEGV)");
+    for (const auto &again : {Walk, Reindex}) {
+        again();
+        EXPECT_TRUE(LogTake().empty());
+        EXPECT_EQ(Title("music", kSong), "song");
+        EXPECT_TRUE(HasNoChild()) << "no reader was needed";
+    }
+    OldFileWrite(kSong, "title good");
+    Walk();
+    EXPECT_EQ(Title("music", kSong), "good");
+    EXPECT_EQ(TroubleOfSong(), "");
+}
+
+TEST_F(CompleteWalkTest, WhatTakesTooMuchMemoryIsTriedThreeTimes) {
+    OldFileWrite(kSong, "exit 4");
+    for (int run = 1; run <= kTroubleTimes + 1; ++run) {
+        Walk();
+        EXPECT_EQ(LinesWith("it takes too much memory").size(), run <= kTroubleTimes ? 1u : 0u) << run;
+        EXPECT_EQ(TroubleOfSong(), run < kTroubleTimes
+                                       ? "it takes too much memory (" + std::to_string(run) + " of 3 times)"
+                                       : "it takes too much memory");
+    }
+}
+
+TEST_F(CompleteWalkTest, WhatIsNoFaultOfTheFileIsNotRememberedAndKeepsItsRow) {
+    OldFileWrite(kSong, "song good");
+    Walk();
+    EXPECT_EQ(Title("music", kSong), "good");
+    reader_programs[0] = "/tmp/readers/none";
+    for (const auto &again : {Walk, Reindex}) {
+        again();
+        EXPECT_EQ(Title("music", kSong), "good");
+        EXPECT_EQ(TroubleOfSong(), "");
+    }
+    reader_programs[0] = sound.c_str();
+    OldFileWrite(kSong, "unreadable");
+    Walk();
+    EXPECT_EQ(Title("music", kSong), "song") << "it has changed";
+    EXPECT_EQ(TroubleOfSong(), "");
+    EXPECT_EQ(LinesWith("cannot be read: its bytes").size(), 1u);
+}
+
+TEST_F(CompleteWalkTest, ARowOfAFileInTroubleStaysUnlessTheFileHasChanged) {
+    OldFileWrite(kSong, "crash");
+    struct stat status;
+    ASSERT_EQ(stat(kSong, &status), 0);
+    ++status.st_ctim.tv_sec; // renamed, or its rights have changed
+    RowSave("as it was", FileStampOf(status));
+    Walk();
+    EXPECT_EQ(Title("music", kSong), "as it was");
+    EXPECT_EQ(TroubleOfSong(), "its reader ended by signal 11 (SIGSEGV)");
+    RowSave("as it was", "another stamp");
+    Walk();
+    EXPECT_EQ(Title("music", kSong), "song");
+}
+
+// What a catalogue was told by readers of another revision.
+TEST_F(CompleteWalkTest, ARowThatAnotherReaderHasReadStaysToo) {
+    OldFileWrite(kSong, "crash");
+    struct stat status;
+    ASSERT_EQ(stat(kSong, &status), 0);
+    const std::string stamp = FileStampOf(status);
+    RowSave("as it was", stamp.substr(0, stamp.rfind('r')) + "r0");
+    OlderFilesBegin();
+    EXPECT_EQ(OlderFilesRead([] { return false; }), 1u);
+    EXPECT_EQ(Title("music", kSong), "as it was");
+    EXPECT_EQ(TroubleOfSong(), "its reader ended by signal 11 (SIGSEGV)");
+}
+
+TEST_F(CompleteWalkTest, WhatAReaderSaysAgainstAFileIsToldOnce) {
+    OldFileWrite(kSong, "failed its header is damaged");
+    Walk();
+    EXPECT_EQ(LinesWith("its header is damaged").size(), 1u);
+    EXPECT_EQ(TroubleOfSong(), "its header is damaged");
+    Walk();
+    EXPECT_TRUE(LogTake().empty());
+}
+
+TEST_F(CompleteWalkTest, TroublesAreForgottenWithTheStamps) {
+    OldFileWrite(kSong, "crash");
+    Walk();
+    EXPECT_EQ(LinesWith(kSong).size(), 1u);
+    InRun([] {
+        EXPECT_EQ(VELUTruncateTable("file_state"), 0);
+        IndexDirWalk(kMusic, kIndexAdd, kWalkMedia);
+    });
+    EXPECT_EQ(LinesWith(kSong).size(), 1u);
+    InRun([] {
+        IndexDirWalk(kMusic, kIndexAdd, kWalkMedia);
+        EXPECT_TRUE(LogTake().empty());
+        EXPECT_EQ(VELUTruncateTable("file_state"), 0);
+        IndexDirWalk(kMusic, kIndexAdd, kWalkMedia);
+    });
+    EXPECT_EQ(LinesWith(kSong).size(), 1u);
+    EXPECT_EQ(Title("music", kSong), "song");
+}
+
+TEST(FileStamp, ATimeThatIsTooNewGivesNone) {
+    FileWrite(kSong, "x");
+    struct stat status;
+    ASSERT_EQ(stat(kSong, &status), 0);
+    const time_t now = status.st_ctim.tv_sec;
+    for (const time_t near : {now - kStampSeconds + 1, now, now + kStampSeconds - 1})
+        EXPECT_EQ(FileStampOfRead(kSong, status, near), "");
+    EXPECT_EQ(FileStampOfRead(kSong, status, now + kStampSeconds), FileStampOf(status));
+    EXPECT_EQ(FileStampOfRead(kSong, status, now - kStampSeconds), FileStampOf(status)) << "a clock set back";
+    EXPECT_EQ(FileStampOfRead("/volume1/none", status, now + kStampSeconds), "");
+    struct stat other = status;
+    ++other.st_size;
+    EXPECT_EQ(FileStampOfRead(kSong, other, now + kStampSeconds), "") << "it has changed since";
+}
+
+TEST(FileStamp, TellsOfEachChangeAndOfTheAge) {
+    FileWrite(kSong, "x");
+    struct stat status;
+    ASSERT_EQ(stat(kSong, &status), 0);
+    const std::string stamp = FileStampOf(status);
+    EXPECT_TRUE(FileStampHasAge(stamp, status));
+    for (const auto &change :
+         {+[](struct stat *of) { of->st_mtim.tv_nsec ^= 1; }, +[](struct stat *of) { ++of->st_mtim.tv_sec; },
+          +[](struct stat *of) { of->st_size = 10; }}) {
+        struct stat other = status;
+        change(&other);
+        EXPECT_NE(FileStampOf(other), stamp);
+        EXPECT_FALSE(FileStampHasAge(stamp, other));
+    }
+    struct stat renamed = status;
+    renamed.st_ctim.tv_nsec ^= 1;
+    EXPECT_NE(FileStampOf(renamed), stamp);
+    EXPECT_TRUE(FileStampHasAge(stamp, renamed));
+    EXPECT_FALSE(FileStampHasAge("", status));
+}
+
+// More than are kept in mind, with files behind each sub-directory.
+TEST_F(CompleteWalkTest, TroublesAreKnownInEachDirectory) {
+    for (size_t i = 0; i < kKnownDirectories + 2; ++i)
+        OldFileWrite("/volume1/music/" + std::to_string(i) + "/x.mp3", "crash");
+    Walk();
+    EXPECT_EQ(LogTake().size(), kKnownDirectories + 2);
+    Walk();
+    EXPECT_TRUE(LogTake().empty());
+}
+
 TEST_F(CompleteWalkTest, AReindexSweepsWhatIsGoneAndKeepsWhatIsThere) {
     for (int i = 0; i < 60; ++i)
         FileWrite("/volume1/music/" + std::to_string(i / 6) + "/" + std::to_string(i) + ".mp3",
@@ -193,11 +356,13 @@ TEST_F(CompleteWalkTest, AFileThatVanishesBeforeItsTurn) {
 }
 
 TEST_F(CompleteWalkTest, FilesThatHoldNothingToReadAreNotHandedOver) {
-    for (const char *name : {"a.pcm", "b.srt", "c.m3u", "d.iso", "e.txt", "._f.mp3", "g"}) {
+    for (const char *name : {"a.pcm", "b.srt", "d.iso", "e.txt", "._f.mp3", "g"}) {
         const std::string path = std::string("/volume1/music/") + name;
         FileWrite(path, "crash");
         EXPECT_EQ(IndexFileHandOver(path.c_str()), 0u) << path;
     }
+    FileWrite("/volume1/music/c.m3u", "title x");
+    EXPECT_NE(IndexFileHandOver("/volume1/music/c.m3u"), 0u) << "playlists are read";
     RulesSet("appliance");
     FileWrite("/volume1/music/h.mp3", "title x");
     EXPECT_EQ(IndexFileHandOver("/volume1/music/h.mp3"), 0u);
@@ -230,6 +395,17 @@ TEST_F(CompleteWalkTest, TurnsKeepTheirOrder) {
     }
     TurnsFinish(&turns);
     EXPECT_EQ(done, expected);
+}
+
+TEST_F(CompleteWalkTest, ReadersAreToldTheCharacterSetOfTheRun) {
+    FileWrite(kSong, "charset");
+    setenv("LC_ALL", "C", 1);
+    Walk();
+    EXPECT_EQ(Title("music", kSong), "none");
+    FileWrite("/etc/veluinfo.conf", "rules=\"complete\"\ntagcharset=\"windows-1251\"\n");
+    Walk();
+    EXPECT_EQ(Title("music", kSong), "CP1251");
+    unsetenv("LC_ALL");
 }
 
 TEST_F(CompleteWalkTest, NoMoreFilesAreAheadThanAgreed) {
@@ -277,6 +453,7 @@ TEST_F(CompleteWalkTest, ReadersThatAreKilledCostNoRow) {
     int turn = 0;
     Turns turns;
     VELUIndexRunBegin();
+    VELUIndexRunRules(RuleSetActive());
     for (int i = 0; i < 400; ++i)
         FileTurnTake(&turns, "/volume1/music/" + std::to_string(i) + ".mp3", [&](const std::string &path) {
             EXPECT_EQ(IndexFileAdd(path.c_str(), kIndexAdd), 0);
@@ -320,3 +497,76 @@ TEST_F(CompleteWalkTest, AsManyReadersAsConfigured) {
 }
 
 } // namespace
+
+// Its row says what its reader would not.
+TEST_F(CompleteWalkTest, AFileThatIsUnchangedIsNotRead) {
+    FileWrite(kSong, "title another");
+    FileWrite("/volume1/music/other.mp3", "title other");
+    struct stat status;
+    ASSERT_EQ(stat(kSong, &status), 0);
+    const std::string stamp = FileStampOf(status);
+    for (const auto &index : {Walk, Reindex, +[] { InRun([] { IndexFileAdd(kSong, kIndexAdd); }); }}) {
+        RowSave("as it was", stamp);
+        index();
+        EXPECT_EQ(Title("music", kSong), "as it was");
+        RowSave("as it was", stamp + "1");
+        index();
+        EXPECT_EQ(Title("music", kSong), "another");
+    }
+    EXPECT_EQ(Title("music", "/volume1/music/other.mp3"), "other");
+    RowSave("as it was", stamp);
+    InRun([] {
+        VELUTruncateTable("file_state");
+        IndexDirWalk(kMusic, kIndexAdd, kWalkMedia);
+    });
+    EXPECT_EQ(Title("music", kSong), "another") << "forgotten";
+    RowSave("as it was", stamp);
+    InRun([] { MediaInfoDBDelete(kMediaMusic, kSong); });
+    Walk();
+    EXPECT_EQ(Title("music", kSong), "another") << "without a row";
+    RowSave("as it was", stamp.substr(0, stamp.rfind('r')) + "r99");
+    Walk();
+    EXPECT_EQ(Title("music", kSong), "another") << "read by a newer revision";
+}
+
+TEST_F(CompleteWalkTest, AFileThatChangesWhileItIsReadIsReadOnceMore) {
+    FileWrite(kSong, "title first");
+    InRun([] {
+        const ReadTicket ticket = IndexFileHandOver(kSong);
+        while (!FileIsRead(ticket))
+            FileReadersServe(true);
+        FileWrite(kSong, "title and then");
+        EXPECT_EQ(IndexFileAdd(kSong, kIndexAdd), 0);
+    });
+    EXPECT_EQ(Title("music", kSong), "and then");
+    FileState state;
+    InRun([&] { EXPECT_EQ(FileStateOf(kSong, &state), 1); });
+    EXPECT_EQ(state.stamp, "") << "it has changed just now";
+}
+
+TEST_F(CompleteWalkTest, AFilmChangesWithItsSubtitles) {
+    const char *film = "/volume1/music/film.mkv";
+    FileWrite(film, "film F");
+    struct stat status;
+    ASSERT_EQ(stat(film, &status), 0);
+    const auto row_save = [&](const std::string &stamp) {
+        MediaInfo record = {};
+        snprintf(record.path, sizeof record.path, "%s", film);
+        snprintf(record.title, sizeof record.title, "as it was");
+        InRun([&] { EXPECT_EQ(MediaInfoDBSaveFile(kMediaVideo, &record, {.stamp = stamp}), 0); });
+    };
+    row_save(FileStampOf(status));
+    Walk();
+    EXPECT_EQ(Title("video", film), "as it was");
+    FileWrite("/volume1/music/film.en.srt", "subtitles");
+    Walk();
+    EXPECT_EQ(Title("video", film), "as it was") << "it is not opened for that";
+    const std::string with = FileStampOf(status) + FileStampBeside({"/volume1/music/film.en.srt"});
+    EXPECT_EQ(MediaRow("file_state", film)["stamp"], with);
+    row_save(with);
+    Walk();
+    EXPECT_EQ(Title("video", film), "as it was");
+    fs::remove("/volume1/music/film.en.srt");
+    InRun([] { SubtitleFilmsUpdate("/volume1/music/film.en.srt"); });
+    EXPECT_EQ(MediaRow("file_state", film)["stamp"], FileStampOf(status));
+}

@@ -75,6 +75,16 @@ TEST(ConfigValue, Counts) {
             << bad;
 }
 
+TEST(ConfigValue, CharacterSets) {
+    for (const char *good :
+         {"auto", "CP1251", "windows-1251", "koi8-r", "ISO-8859-1", "latin1", "utf8", "Shift_JIS", "GB18030"})
+        EXPECT_EQ(Of(ConfigurationKind::charset, good), "") << good;
+    for (const char *bad : {"", "Auto", "CP", "russian", "ISO-8859-", "UTF-16"})
+        EXPECT_EQ(Of(ConfigurationKind::charset, bad),
+                  "is neither auto nor a character set that is known: auto holds")
+            << bad;
+}
+
 TEST(ConfigValue, DefaultsAreGood) {
     for (const ConfigurationKey &key : kConfigurationKeys) {
         if (key.kind == ConfigurationKind::program) // which the machine may lack

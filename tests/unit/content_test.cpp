@@ -171,6 +171,15 @@ TEST(Content, TextsTell) {
     EXPECT_EQ(ContentFormat::svg, LookAt("<!--" + std::string(kContentHead, '-'), "svg"));
     EXPECT_EQ(ContentFormat::unknown, LookAt("<html><p>svg</p>", "html"));
     EXPECT_EQ(ContentFormat::playlist, LookAt("a.mp3\n", "m3u"));
+    EXPECT_EQ(ContentFormat::playlist, LookAt("[Reference]\r\nRef1=x", "txt"));
+    EXPECT_EQ(ContentFormat::playlist, LookAt("<smil><body/></smil>", "txt"));
+    EXPECT_EQ(ContentFormat::playlist, LookAt("\xFF\xFE#\0E\0X\0T\0M\0003\0U\0"s, "txt"));
+    EXPECT_EQ(ContentFormat::playlist, LookAt("\xFE\xFF\0a\0.\1\2"s, "m3u"));
+    EXPECT_EQ(ContentFormat::unknown, LookAt("\xFF\xFE#\0E\0\0\0"s, "m3u"));
+    for (const char *empty : {"", "\n\n"}) {
+        EXPECT_EQ(ContentFormat::playlist, LookAt(empty, "m3u"));
+        EXPECT_EQ(ContentFormat::unknown, LookAt(empty, "svg"));
+    }
     EXPECT_EQ(ContentFormat::unknown, LookAt("a\0mp3"s, "m3u"));
 }
 

@@ -122,10 +122,6 @@ TEST(FactList, AsMuchTextAsThereIsRoomFor) {
     EXPECT_EQ(kReaderTextMax, list.text_bytes);
     EXPECT_FALSE(FactAddText(&list, FactName::keyword, kSource, "y"));
     EXPECT_TRUE(FactAddNumber(&list, FactName::year, kSource, 1));
-    FactRemove(&list, FactName::keyword);
-    EXPECT_EQ(0U, list.text_bytes);
-    EXPECT_EQ(1U, list.facts.size());
-    EXPECT_TRUE(FactAddText(&list, FactName::keyword, kSource, "y"));
 }
 
 TEST(FactList, SourcesHaveTheirWords) {

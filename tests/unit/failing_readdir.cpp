@@ -11,6 +11,7 @@ namespace {
 
 std::string failing_name;
 int failing_error = 0;
+std::string hidden_name;
 
 using Readdir = dirent *(*)(DIR *);
 
@@ -28,8 +29,14 @@ void ReaddirFailAt(const char *name, int error) {
     failing_error = error;
 }
 
+void ReaddirHide(const char *name) {
+    hidden_name = name;
+}
+
 extern "C" dirent *readdir(DIR *directory) {
     dirent *entry = Next()(directory);
+    if (entry != nullptr && !hidden_name.empty() && hidden_name == entry->d_name)
+        entry = Next()(directory);
     if (failing_error == 0 || entry == nullptr || failing_name != entry->d_name)
         return entry;
     errno = failing_error;

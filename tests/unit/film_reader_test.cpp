@@ -3,11 +3,16 @@
 // The reader of films: its bounds, and what no encoder makes.
 #include "reader/film/film.h"
 
+#include "child_process.h"
 #include "platform/limits.h"
+#include "tests/unit/content_look.h"
+#include "tests/unit/mp4_boxes.h"
 #include "tests/unit/scratch_file.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <iconv.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "platform/handle.h"
@@ -108,6 +113,57 @@ TEST(FilmReader, AFileThatCannotBeReadSaysSo) {
     const ReadOutcome outcome = FilmFactsRead(&input, ContentFormat::film, &facts, &picture);
     EXPECT_EQ(outcome.status, AnswerStatus::failed);
     EXPECT_EQ(outcome.reason, "Input/output error");
+}
+
+TEST(FilmReader, CharacterSetsOfBroadcastsNeedNoFileOnceItIsWarm) {
+    const int status = ChildRunStatus([] {
+        FilmReaderWarm();
+        const rlimit none = {};
+        if (setrlimit(RLIMIT_NOFILE, &none) != 0)
+            return 1;
+        for (const char *page : {"ISO6937", "ISO-8859-5", "ISO-8859-15", "UCS-2BE", "GB2312"}) {
+            if (iconv_open("UTF-8", page) == reinterpret_cast<iconv_t>(-1))
+                return 2;
+        }
+        return 0;
+    });
+    EXPECT_EQ(0, status);
+}
+
+// A film in fragments, or not, of one track with that header.
+std::string FragmentsOf(const std::string &header, bool fragments = true) {
+    return BoxBytes("ftyp", "isom" + Zeros(4)) + BoxBytes("free", "") +
+           BoxBytes("moov", BoxBytes("mvhd", Zeros(100)) + BoxBytes("trak", header) +
+                                (fragments ? BoxBytes("mvex", "") : std::string())) +
+           BoxBytes("moof", "");
+}
+
+std::string TrackHeader(uint8_t version, uint32_t number) {
+    return U8(version) + Zeros(3) + Zeros(version == 1 ? 16 : 8) + U32(number) + Zeros(68);
+}
+
+TEST(FilmReader, NumbersOfTracksAreBounded) {
+    const std::string reason = "the number of a track is out of bounds";
+    for (const bool fragments : {false, true}) {
+        for (const uint8_t version : {0, 1}) {
+            const auto film = [&](uint32_t number) {
+                return FragmentsOf(BoxBytes("tkhd", TrackHeader(version, number)), fragments);
+            };
+            EXPECT_EQ(Read(film(0x8000'0000)).outcome.reason, reason);
+            EXPECT_EQ(Read(film(0xFFFF'FFFF)).outcome.reason, reason);
+            EXPECT_NE(Read(film(0x7FFF'FFFF)).outcome.reason, reason);
+        }
+    }
+    // The box may say that it ends in front of the number.
+    EXPECT_EQ(Read(FragmentsOf(BoxBytes("tkhd", "") + TrackHeader(0, 0x8000'0000))).outcome.reason, reason);
+}
+
+TEST(FilmReader, TracksInFragmentsHaveNumbers) {
+    const std::string reason = "a track has no number";
+    EXPECT_EQ(Read(FragmentsOf("")).outcome.reason, reason);
+    EXPECT_EQ(Read(FragmentsOf(BoxBytes("tkhe", TrackHeader(0, 1)))).outcome.reason, reason);
+    EXPECT_NE(Read(FragmentsOf(BoxBytes("tkhd", TrackHeader(0, 1)))).outcome.reason, reason);
+    EXPECT_NE(Read(FragmentsOf("", false)).outcome.reason, reason);
 }
 
 TEST(FilmReader, OfMidiTheHeaderAloneIsRead) {

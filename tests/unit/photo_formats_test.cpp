@@ -58,9 +58,89 @@ TEST(PhotoTarga, UnderAnyName) {
     EXPECT_EQ(Sides(48, 36), SidesOf(header + "pixelsTRUEVISION-XFILE.\0"s));
 }
 
+// --- JPEG 2000
+
+const std::string kCodeStream =
+    "\xFF\x4F\xFF\x51\0\x29\0\0"s + U32(50) + U32(40) + U32(2) + U32(4) + Zeros(21);
+
+std::string Segment(const std::string &mark, const std::string &content) {
+    return mark + U16(static_cast<uint16_t>(content.size() + 2)) + content;
+}
+
+std::string CommentOf(std::string_view file) {
+    return TextOf(PhotoAnswerOf(file).facts, FactName::comment);
+}
+
 TEST(PhotoJpeg2000, TheCodeStreamAlone) {
-    EXPECT_EQ(Sides(48, 36), SidesOf("\xFF\x4F\xFF\x51\0\x2F\0\0"s + U32(50) + U32(40) + U32(2) + U32(4)));
+    EXPECT_EQ(Sides(48, 36), SidesOf(kCodeStream));
     EXPECT_EQ(Sides(-1, -1), SidesOf("\xFF\x4F\xFF\x51\0\x2F\0\0"s + U32(2) + U32(40) + U32(2) + U32(4)));
+}
+
+TEST(PhotoJpeg2000, TheFirstCommentInTextBeforeTheFirstTile) {
+    const std::string binary = Segment("\xFF\x64", U16(0) + "\1\2\3");
+    const std::string text = Segment("\xFF\x64", U16(1) + "Made by hand");
+    const std::string tile = Segment("\xFF\x90", Zeros(8));
+    EXPECT_EQ("Made by hand", CommentOf(kCodeStream + binary + text + tile));
+    EXPECT_EQ("", CommentOf(kCodeStream + binary + tile + text));
+    EXPECT_EQ("", CommentOf(kCodeStream + "\xFF\x64\0\3"s + U16(1) + "x"));
+    EXPECT_EQ("", CommentOf(kCodeStream + "\xFF\x64\xFF\xFF"s + U16(1) + "cut"));
+    std::string many = kCodeStream;
+    for (size_t i = 2; i < kPhotoBoxesMax; ++i)
+        many += binary;
+    EXPECT_EQ("Made by hand", CommentOf(many + text));
+    EXPECT_EQ("", CommentOf(many + binary + text));
+}
+
+// --- GIF
+
+const std::string kScreen = "GIF89a\x30\0\x24\0\x80\0\0"s + Zeros(6);
+const std::string kGifPicture =
+    "\x2C\0\0\0\0\x30\0\x24\0\x80"s + Zeros(6) + "\x02\x03" + "\x3B\x21\xFE" + "\x01!" + "\0"s;
+
+std::string XmpExtension(const std::string &packet) {
+    std::string behind = "\x01";
+    for (int byte = 0xFF; byte >= 0; --byte)
+        behind += static_cast<char>(byte);
+    return "\x21\xFF\x0BXMP DataXMP" + packet + behind + "\0"s;
+}
+
+std::string XmpOfMaker(const std::string &maker) {
+    return "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF "
+           "xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
+           "<rdf:Description rdf:about='' xmlns:tiff='http://ns.adobe.com/tiff/1.0/' tiff:Make='" +
+           maker + "'/></rdf:RDF></x:xmpmeta>";
+}
+
+TEST(PhotoGif, XmpAndCommentsStandAmongPictures) {
+    const std::string comment = "\x21\xFE\x03one\x04 two\0"s;
+    const std::string loop = "\x21\xFF\x0BNETSCAPE2.0\x03\x01\0\0\0"s;
+    const std::string file = kScreen + loop + kGifPicture + comment + XmpExtension(XmpOfMaker("M")) +
+                             kGifPicture + "\x21\xFE\x05other\0;"s;
+    EXPECT_EQ(Sides(48, 36), SidesOf(file));
+    EXPECT_EQ("M", MakeOf(file));
+    EXPECT_EQ("one two", CommentOf(file));
+    EXPECT_EQ("", MakeOf(kScreen + ";" + XmpExtension(XmpOfMaker("M")))) << "behind the end";
+    for (size_t size = kScreen.size(); size < file.size(); ++size)
+        EXPECT_EQ(Sides(48, 36), SidesOf(file.substr(0, size))) << size;
+}
+
+TEST(PhotoGif, IsGoneThroughToABound) {
+    const auto with_xmp_behind = [](int64_t bytes) {
+        PhotoInput made = PhotoInputOf(kScreen, bytes + 4096);
+        const std::string part = "\x21\x01"s;
+        // One extension of blocks of 255 bytes, of noughts but for their sizes.
+        std::string blocks = part;
+        while (static_cast<int64_t>(kScreen.size() + blocks.size()) + 256 < bytes)
+            blocks += "\xFF" + Zeros(255);
+        blocks += "\0"s + XmpExtension(XmpOfMaker("M")) + ";";
+        EXPECT_EQ(static_cast<ssize_t>(blocks.size()),
+                  pwrite(made.file.get(), blocks.data(), blocks.size(), static_cast<off_t>(kScreen.size())));
+        FactList facts;
+        PhotoFactsRead(&made.input, ContentFormat::gif, &facts);
+        return TextOf(facts, FactName::camera_make);
+    };
+    EXPECT_EQ("M", with_xmp_behind(kPhotoBytesMax - 4096));
+    EXPECT_EQ("", with_xmp_behind(kPhotoBytesMax + 4096));
 }
 
 // --- JPEG XL
@@ -148,6 +228,30 @@ TEST(PhotoHeif, TheSizeIsThatOfThePrimaryItem) {
     EXPECT_EQ(Sides(320, 240), SidesOf(Heif(BoxBytes("pitm", U32(0) + U16(3)) + properties)));
     EXPECT_EQ(Sides(4032, 3024), SidesOf(Heif(properties)));
     EXPECT_EQ(AnswerStatus::failed, PhotoAnswerOf(Heif("")).outcome.status);
+}
+
+TEST(PhotoRaf, SizeOfWhatIsKeptOfTheSensorsPicture) {
+    const std::string exif = "Exif\0\0"s + kTiff;
+    const std::string jpeg =
+        "\xFF\xD8\xFF\xE1"s + U16(static_cast<uint16_t>(exif.size() + 2)) + exif + "\xFF\xDA\0\x02\xFF\xD9"s;
+    const auto record = [](uint16_t tag, const std::string &content) {
+        return U16(tag) + U16(static_cast<uint16_t>(content.size())) + content;
+    };
+    const auto raf = [&](uint32_t count, const std::string &records) {
+        const auto begin = static_cast<uint32_t>(0x94);
+        const auto behind = begin + static_cast<uint32_t>(jpeg.size());
+        std::string head = "FUJIFILMCCD-RAW 0201"s + Zeros(64) + U32(begin) +
+                           U32(static_cast<uint32_t>(jpeg.size())) + U32(behind) +
+                           U32(static_cast<uint32_t>(records.size()) + 4);
+        head.resize(begin);
+        return head + jpeg + U32(count) + records + Zeros(100);
+    };
+    const std::string sides = record(0x100, U16(40) + U16(56)) + record(0x111, U16(36) + U16(48));
+    EXPECT_EQ(Sides(48, 36), SidesOf(raf(2, sides)));
+    EXPECT_EQ("A maker", MakeOf(raf(2, sides)));
+    EXPECT_EQ(Sides(-1, -1), SidesOf(raf(1, sides)));
+    EXPECT_EQ(Sides(-1, -1), SidesOf(raf(2, record(0x100, "") + U16(0x111) + U16(900))));
+    EXPECT_EQ("A maker", MakeOf(raf(1, sides)));
 }
 
 TEST(PhotoX3f, SizeAndTheEmbeddedJpeg) {

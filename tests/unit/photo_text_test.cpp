@@ -20,11 +20,12 @@ std::string DateOf(std::string_view text) {
 }
 
 TEST(PhotoText, BytesAreUtf8OrLatin1) {
-    EXPECT_EQ("Straße", TextFromBytes("Straße"));
+    EXPECT_EQ("Straße", TextFromBytes("Straße", ""));
     EXPECT_EQ("Straße", TextFromBytes("Stra\xDF"
-                                      "e"));
-    EXPECT_EQ("a", TextFromBytes("a\0b"s));
-    EXPECT_EQ("", TextFromBytes(""));
+                                      "e",
+                                      ""));
+    EXPECT_EQ("a", TextFromBytes("a\0b"s, ""));
+    EXPECT_EQ("", TextFromBytes("", ""));
 }
 
 TEST(PhotoText, Utf16InEitherOrder) {
@@ -37,12 +38,12 @@ TEST(PhotoText, Utf16InEitherOrder) {
 }
 
 TEST(PhotoText, CommentsNameTheirCharacters) {
-    EXPECT_EQ("words", TextFromUserComment("ASCII\0\0\0words"s, ByteOrder::kBig));
-    EXPECT_EQ("é", TextFromUserComment("\0\0\0\0\0\0\0\0\xE9"s, ByteOrder::kBig));
-    EXPECT_EQ("a", TextFromUserComment("UNICODE\0\0a"s, ByteOrder::kBig));
-    EXPECT_EQ("a", TextFromUserComment("UNICODE\0a\0"s, ByteOrder::kLittle));
-    EXPECT_EQ("no code here", TextFromUserComment("no code here", ByteOrder::kBig));
-    EXPECT_EQ("", TextFromUserComment("ASC", ByteOrder::kBig).substr(3));
+    EXPECT_EQ("words", TextFromUserComment("ASCII\0\0\0words"s, ByteOrder::kBig, ""));
+    EXPECT_EQ("é", TextFromUserComment("\0\0\0\0\0\0\0\0\xE9"s, ByteOrder::kBig, ""));
+    EXPECT_EQ("a", TextFromUserComment("UNICODE\0\0a"s, ByteOrder::kBig, ""));
+    EXPECT_EQ("a", TextFromUserComment("UNICODE\0a\0"s, ByteOrder::kLittle, ""));
+    EXPECT_EQ("no code here", TextFromUserComment("no code here", ByteOrder::kBig, ""));
+    EXPECT_EQ("", TextFromUserComment("ASC", ByteOrder::kBig, "").substr(3));
 }
 
 TEST(PhotoText, PartsBetweenSemicolons) {

@@ -15,7 +15,7 @@ using Packet = std::vector<std::byte>;
 
 // Where the fields are.
 constexpr size_t kMagic = 0, kStatus = 8, kContent = 12, kPicture = 16, kPictureBytes = 20, kFactCount = 24,
-                 kReasonBytes = 28;
+                 kReasonBytes = 28, kEntriesBytes = 32, kEntriesCut = 36;
 constexpr size_t kFirstFact = kAnswerHeadSize;
 
 Answer Example() {
@@ -138,6 +138,24 @@ TEST(ReaderAnswer, WhatIsTheOtherReadersHasNothing) {
         FactAddNumber(&with_facts.facts, FactName::year, FactSource::own, 1999);
         EXPECT_FALSE(IsBelieved(Encoded(with_facts)));
     }
+}
+
+TEST(ReaderAnswer, OnlyAPlaylistThatWasReadHasEntries) {
+    Answer sent = {1, AnswerStatus::read, ContentClass::playlist, {}, 0, {}, {}, 1234, 1};
+    Answer answer;
+    ASSERT_TRUE(AnswerDecode(Encoded(sent), &answer));
+    EXPECT_EQ(answer.entries_bytes, 1234u);
+    EXPECT_EQ(answer.entries_cut, 1u);
+    const Packet good = Encoded(sent);
+    EXPECT_TRUE(IsBelieved(With(good, kEntriesBytes, static_cast<uint32_t>(kPlaylistTextMax))));
+    EXPECT_FALSE(IsBelieved(With(good, kEntriesBytes, static_cast<uint32_t>(kPlaylistTextMax) + 1)));
+    EXPECT_FALSE(IsBelieved(With(good, kEntriesCut, uint32_t{2})));
+    EXPECT_FALSE(IsBelieved(With(good, kContent, ContentClass::sound)));
+    EXPECT_FALSE(IsBelieved(With(good, kStatus, AnswerStatus::failed)));
+    EXPECT_FALSE(IsBelieved(With(With(good, kPicture, PictureFormat::jpeg), kPictureBytes, uint32_t{5})));
+    sent.content = ContentClass::sound;
+    sent.entries_bytes = 0;
+    EXPECT_FALSE(IsBelieved(Encoded(sent))) << "nor more of them";
 }
 
 TEST(ReaderAnswer, EachFieldOfItsHeadLiedIn) {

@@ -6,12 +6,16 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <string.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <map>
 #include <new>
 #include <random>
+#include <set>
 
+#include "platform/clock.h"
 #include "platform/file.h"
 #include "tests/unit/failing_new.h"
 #include "tests/unit/scripted_readers.h"
@@ -69,7 +73,7 @@ TEST_F(ReaderPoolTest, EachFileGetsItsOwnAnswer) {
         tickets.push_back(HandOver("title " + std::to_string(i)));
     for (int i = 99; i >= 0; --i)
         EXPECT_EQ(TitleOf(Take(tickets[static_cast<size_t>(i)])), std::to_string(i));
-    EXPECT_EQ(ReaderPoolFiles(pool), 0u);
+    EXPECT_EQ(pool.files.size(), 0u);
     EXPECT_EQ(ReaderPoolBytes(pool), 0u);
 }
 
@@ -220,6 +224,34 @@ TEST_F(ReaderPoolTest, AReaderWithoutWorkGivesWay) {
     EXPECT_EQ(TitleOf(Read("film back", kFilms)), "back");
 }
 
+TEST_F(ReaderPoolTest, APlaceIsMadeForTheKindThatHasNone) {
+    std::vector<ReadTicket> tickets;
+    std::set<pid_t> started;
+    const auto songs = [&](int count) {
+        for (int i = 0; i < count; ++i)
+            tickets.push_back(HandOver("song x"));
+    };
+    const auto take_all = [&] {
+        for (const ReadTicket ticket : tickets) {
+            while (!ReaderPoolIsRead(pool, ticket)) {
+                ReaderPoolServe(&pool, true);
+                for (const PoolReader &reader : pool.readers)
+                    started.insert(reader.process.pid);
+            }
+            ReaderPoolTake(&pool, ticket);
+        }
+        tickets.clear();
+    };
+    songs(64);
+    take_all();
+    ASSERT_EQ(started.size(), 2u);
+    songs(16);
+    tickets.push_back(HandOver("film x", kFilms));
+    songs(64);
+    take_all();
+    EXPECT_EQ(started.size(), 3u);
+}
+
 TEST_F(ReaderPoolTest, WithoutAReaderItsFilesAreToldSo) {
     pool.kinds[1].program = "/tmp/readers/none";
     const ReadTicket film = HandOver("film x", kFilms);
@@ -228,10 +260,10 @@ TEST_F(ReaderPoolTest, WithoutAReaderItsFilesAreToldSo) {
     EXPECT_EQ(Take(film).reason, "/tmp/readers/none: No such file or directory");
     EXPECT_EQ(Take(sent_on).end, ReadEnd::no_reader);
     EXPECT_EQ(TitleOf(Take(song)), "x");
-    EXPECT_FALSE(ReaderPoolLacks(pool, kFilms).empty());
-    EXPECT_TRUE(ReaderPoolLacks(pool, kSound).empty());
+    EXPECT_FALSE(pool.kinds[1].unavailable.empty());
+    EXPECT_TRUE(pool.kinds[0].unavailable.empty());
     ReaderPoolEnd(&pool);
-    EXPECT_TRUE(ReaderPoolLacks(pool, kFilms).empty());
+    EXPECT_TRUE(pool.kinds[1].unavailable.empty());
 }
 
 TEST_F(ReaderPoolTest, AReaderThatEndsAtItsStartIsMissing) {
@@ -244,6 +276,22 @@ TEST_F(ReaderPoolTest, AReaderThatEndsAtItsStartIsMissing) {
     EXPECT_GE(pool.kinds[0].failed_starts, kReaderStartsMax);
     EXPECT_LT(pool.kinds[0].failed_starts,
               kReaderStartsMax + kReadersMax); // those that started with the last
+}
+
+TEST_F(ReaderPoolTest, AReaderSaysWhyItCannotStart) {
+    const std::pair<const char *, const char *> reasons[] = {
+        {"3",
+         "it reads nothing without a system call filter, which the kernel does not have or what the daemon "
+         "runs in forbids"},
+        {"4", "memory ran out when it started"},
+        {"127", "a library that it needs cannot be loaded"}};
+    for (const auto &[status, reason] : reasons) {
+        FileWrite("/tmp/readers/ends", std::string("#!/bin/sh\nexit ") + status + "\n");
+        chmod("/tmp/readers/ends", 0755);
+        pool.kinds[0].program = "/tmp/readers/ends";
+        EXPECT_EQ(Read("title x").reason, std::string("/tmp/readers/ends: ") + reason);
+        ReaderPoolEnd(&pool);
+    }
 }
 
 TEST_F(ReaderPoolTest, AReaderThatIsKilledAtItsStartIsStartedAgain) {
@@ -274,7 +322,7 @@ TEST_F(ReaderPoolTest, PicturesComeWholeAndLeaveNothing) {
         ASSERT_EQ(read.answer.picture_bytes, size);
         ASSERT_TRUE(read.picture);
         std::vector<unsigned char> bytes(size);
-        ASSERT_TRUE(FileReadAt(read.picture, 0, bytes.data(), size));
+        ASSERT_TRUE(FileReadAt(read.picture->file, 0, bytes.data(), size));
         for (const size_t at : {size_t{4}, size / 2, size - 1})
             ASSERT_EQ(bytes[at], static_cast<unsigned char>(at * 7 + size)) << at;
         for (const FdHandle &slot : pool.readers[0].process.slots) {
@@ -299,13 +347,62 @@ TEST_F(ReaderPoolTest, NoMoreIsReadAheadThanFits) {
     tickets.push_back(HandOver("silent"));
     pool.bounds.milliseconds = 500;
     for (int i = 0; i < 30; ++i)
-        tickets.push_back(HandOver("picture 3000000 x"));
+        tickets.push_back(HandOver("picture " + std::to_string(3'000'000 + i) + " x"));
     while (!ReaderPoolIsRead(pool, tickets[0])) {
         ReaderPoolServe(&pool, true);
         EXPECT_LT(ReaderPoolBytes(pool), kReaderAheadBytes + 2 * kReaderSlots * 3'100'000);
     }
     for (size_t i = 1; i < tickets.size(); ++i)
-        EXPECT_EQ(Take(tickets[i]).answer.picture_bytes, 3'000'000u);
+        EXPECT_EQ(Take(tickets[i]).answer.picture_bytes, 3'000'000u + i - 1);
+}
+
+TEST_F(ReaderPoolTest, APictureThatIsTheSameIsKeptOnce) {
+    pool.readers_max = 1;
+    const ReadResult first = Read("picture 1000000 x");
+    const ReadResult other = Read("picture 1000001 x");
+    const ReadResult again = Read("picture 1000000 y");
+    EXPECT_FALSE(first.picture_had);
+    EXPECT_FALSE(other.picture_had);
+    EXPECT_TRUE(again.picture_had);
+    EXPECT_EQ(again.picture, first.picture);
+    EXPECT_NE(other.picture, first.picture);
+}
+
+TEST_F(ReaderPoolTest, OneThatDiffersInItsLastByteIsAnotherPicture) {
+    const ReadResult first = Read("picture 1000000 x");
+    const ReadResult other = Read("altered 1000000 x");
+    ASSERT_EQ(other.answer.picture_bytes, first.answer.picture_bytes);
+    EXPECT_FALSE(other.picture_had);
+    EXPECT_NE(other.picture, first.picture);
+}
+
+TEST_F(ReaderPoolTest, NoMorePicturesAreKeptThanFit) {
+    for (int i = 0; i < 10; ++i) {
+        Read("picture " + std::to_string(1'000'000 + i) + " x");
+        EXPECT_LE(pool.recent.bytes, kReaderPicturesBytes);
+    }
+    EXPECT_EQ(pool.recent.pictures.size(), kReaderPicturesBytes / 1'000'000);
+    const size_t bytes = pool.recent.bytes;
+    EXPECT_TRUE(Read("picture " + std::to_string(kReaderPicturesBytes + 1) + " x").picture);
+    EXPECT_EQ(pool.recent.bytes, bytes) << "it is kept by nobody but its file";
+}
+
+TEST_F(ReaderPoolTest, NorMoreThanAreSoonCompared) {
+    for (size_t i = 0; i < kReaderPicturesMax + 2; ++i)
+        Read("picture " + std::to_string(1000 + i) + " x");
+    EXPECT_EQ(pool.recent.pictures.size(), kReaderPicturesMax);
+    EXPECT_TRUE(Read("picture " + std::to_string(1000 + 2) + " x").picture_had);
+    EXPECT_FALSE(Read("picture 1000 x").picture_had);
+}
+
+// Each counts for what it is when the same one comes thirty times: they are all read ahead.
+TEST_F(ReaderPoolTest, TheSamePictureTakesNoMoreMemory) {
+    for (int i = 0; i < 30; ++i)
+        HandOver("picture 3000000 x");
+    ReadTicket last = HandOver("title x");
+    while (!ReaderPoolIsRead(pool, last))
+        ReaderPoolServe(&pool, true);
+    EXPECT_LT(ReaderPoolBytes(pool), 2 * 3'100'000u);
 }
 
 TEST_F(ReaderPoolTest, AReaderIsReplacedAfterSoManyFiles) {
@@ -366,6 +463,24 @@ TEST_F(ReaderPoolTest, AFileThatIsGivenUpLeavesTheOthers) {
     EXPECT_FALSE(ReaderPoolIsRead(pool, one));
 }
 
+TEST_F(ReaderPoolTest, APictureForWhichThisProcessHasNoDescriptorIsNotTheFilesFault) {
+    Read("title x"); // a reader is there
+    const ReadTicket ticket = HandOver("picture 500 x");
+    ReaderPoolServe(&pool, false); // it has the file
+    rlimit before;
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const FdHandle next(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const rlimit none = {static_cast<rlim_t>(next.get()), before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    while (!ReaderPoolIsRead(pool, ticket))
+        ReaderPoolServe(&pool, true);
+    const ReadResult read = ReaderPoolTake(&pool, ticket);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(read.end, ReadEnd::no_reader);
+    EXPECT_EQ(read.reason, strerror(EMFILE));
+    EXPECT_EQ(Read("picture 500 x").answer.picture_bytes, 500u);
+}
+
 TEST_F(ReaderPoolTest, NothingIsLeftBehind) {
     const size_t before = OpenDescriptors();
     pool.bounds.look_milliseconds = 20;
@@ -397,10 +512,15 @@ TEST_F(ReaderPoolTest, KilledReadersThatHangLetNoMoreBeStarted) {
         pool.ending.push_back(std::move(process));
     }
     EXPECT_EQ(Read("title x").end, ReadEnd::no_reader);
+    ReaderPoolReap(&pool);
+    EXPECT_FALSE(pool.ending.empty());
     for (ReaderProcess &process : pool.ending)
         kill(process.pid, SIGKILL);
-    ReaderPoolEnd(&pool);
+    const int64_t until = MonotonicMilliseconds() + kReaderEndMilliseconds;
+    while (!pool.ending.empty() && MonotonicMilliseconds() < until)
+        ReaderPoolReap(&pool);
     EXPECT_TRUE(pool.ending.empty());
+    ReaderPoolEnd(&pool);
     EXPECT_EQ(TitleOf(Read("title x")), "x");
 }
 
@@ -426,7 +546,7 @@ TEST_F(ReaderPoolTest, WithoutMemoryAllIsGivenUpAndBeginsAnew) {
         }
         failed = NewFailed();
         ReaderPoolEnd(&pool);
-        ASSERT_EQ(ReaderPoolFiles(pool), 0u);
+        ASSERT_EQ(pool.files.size(), 0u);
         ASSERT_EQ(ReaderPoolBytes(pool), 0u);
     }
     EXPECT_EQ(TitleOf(Read("title again")), "again");

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <nlohmann/json.hpp>
+
 #include "tools/veluctl/json_text.h"
 
 namespace {

@@ -137,6 +137,12 @@ TEST(SoundContainers, HighEfficiencyAacIsAsItIsHeard) {
     EXPECT_EQ(hidden.Number(FactName::sample_rate), 48000);
 }
 
+TEST(SoundContainers, CodecsOfQuickTimeByTheNumbersOfWindows) {
+    const SoundFound found =
+        SoundFind(Box("moov", SoundTrack(SampleEntry("ms\0U"s, ""))), ContentFormat::mp4_sound);
+    EXPECT_EQ(found.Text(FactName::codec), "mp3");
+}
+
 TEST(SoundContainers, TextsOfQuickTimeAndChaptersOfNero) {
     const std::string name = "\xA9nam";
     const std::string texts =

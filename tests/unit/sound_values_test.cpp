@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "platform/limits.h"
+#include "reader/sound/genres.h"
 #include "reader/sound/tag_tables.h"
 
 #include <gtest/gtest.h>
+#include <taglib/id3v1genres.h>
+#include <taglib/tstring.h>
 
 namespace {
 
@@ -74,6 +77,18 @@ TEST(SoundValues, TheFirstKeyThatGivesSomethingCounts) {
     EXPECT_EQ(Text({{"DESCRIPTION", "second"}, {"COMMENT", " "}}, FactName::comment), "second");
     EXPECT_EQ(Text({{"GENRE", "(17)"}}, FactName::genre), "Rock");
     EXPECT_EQ(Text({{"GENRE", "(17)Rock"}}, FactName::genre), "(17)Rock");
+}
+
+TEST(SoundValues, GenresOfNumbersAreTagLibsButForThoseOfTheFirstLists) {
+    std::string others;
+    for (unsigned number = 0; number < 256; ++number) {
+        if (GenreName(number) != TagLib::ID3v1::genre(static_cast<int>(number)).to8Bit(true))
+            others += std::to_string(number) + " " + GenreName(number) + "|";
+    }
+    EXPECT_EQ(others, "29 Jazz+Funk|40 Alt. Rock|59 Gangsta Rap|81 Folk-Rock|84 Fast-Fusion|90 Avantgarde|"
+                      "125 Dance Hall|129 Hardcore|132 BritPop|133 Afro-Punk|146 JPop|");
+    EXPECT_EQ(GenreName(191), "Psybient");
+    EXPECT_EQ(GenreName(192) + GenreName(4000), "");
 }
 
 TEST(SoundValues, ManyValuesLeaveRoomForOthers) {

@@ -51,8 +51,9 @@ std::map<std::string, std::string> MediaRow(const std::string &table, const std:
     std::string literal(path.size() * 2 + 1, '\0');
     literal.resize(VELUDBEscapeString(literal.data(), path.c_str(), path.size()));
     VELUDBResult *result = nullptr;
-    const std::string columns = table == "directory"
-                                    ? "path,title,create_time,modify_time"
+    const std::string columns = table == "directory" ? "path,title,create_time,modify_time"
+                                : table == "file_state"
+                                    ? "path,stamp,added,trouble"
                                     : "path,title,album,artist,genre,composer,comment,track,disc,year,"
                                       "duration,audio_bitrate,video_bitrate,sample_rate,channels,width,"
                                       "height,file_size,create_time,modify_time,has_cover,camera_make,"

@@ -57,4 +57,13 @@ TEST(Utf8Text, OneCharacterIsTakenAtATime) {
     EXPECT_EQ(taken, U"aé€!");
 }
 
+TEST(Utf8Text, TheFrontEndsAtACharacter) {
+    constexpr std::string_view kText = "a\xC3\xA9\xE2\x82\xAC";
+    const size_t fronts[] = {0, 1, 1, 3, 3, 3, 6, 6};
+    for (size_t size = 0; size < std::size(fronts); ++size)
+        EXPECT_EQ(Utf8Front(kText, size), kText.substr(0, fronts[size])) << size;
+    EXPECT_EQ(Utf8Front("", 0), "");
+    EXPECT_EQ(Utf8Front("\xF0\x9F\x98\x80", 3), "");
+}
+
 } // namespace

@@ -37,6 +37,7 @@ TEST_P(VeluDb, NullArgumentsFail) {
     int row = -1;
     EXPECT_EQ(VELUDBFetchRow(nullptr, &row), -1);
     EXPECT_EQ(VELUDBFetchField(nullptr, 0, "x"), nullptr);
+    EXPECT_STREQ(VELUDBFetchText(nullptr, 0, "x"), "");
 }
 
 TEST_P(VeluDb, CountsTheRowsThatAStatementChanged) {
@@ -91,6 +92,8 @@ TEST_P(VeluDb, StepsThroughTheRowsOnce) {
     EXPECT_EQ(VELUDBFetchRow(rows, &row), 0);
     EXPECT_EQ(VELUDBFetchRow(rows, &row), 0);
     EXPECT_STREQ(VELUDBFetchField(rows, row, "b"), "4");
+    EXPECT_STREQ(VELUDBFetchText(rows, row, "b"), "4");
+    EXPECT_STREQ(VELUDBFetchText(rows, row, "c"), "");
     EXPECT_EQ(VELUDBFetchRow(rows, &row), -1);
     EXPECT_EQ(row, 1);
     EXPECT_EQ(VELUDBFetchField(rows, 2, "b"), nullptr);

@@ -25,9 +25,10 @@ LOG_SHOWN = 20
 QUIET = (10, 20)
 # Longest wait for a run to begin: the quiet time, and some for a busy machine.
 PATIENCE = 40
-PHOTOS = {"jpg", "jpeg", "jpe", "bmp", "gif", "ico", "png", "psd", "tif", "tiff", "ufo"}
+PHOTOS = {"jpg", "jpeg", "jpe", "bmp", "gif", "ico", "png", "psd", "tif", "tiff", "ufo", "heic", "heif", "avif", "webp", "jxl",
+          "dng", "cr2", "cr3", "nef", "arw", "orf", "rw2", "raf"}
 VIDEOS = {"avi", "mpg", "mpeg", "dat", "asf", "wmv", "vob", "mov", "rm", "rmvb", "mp4", "divx", "xvid", "flv", "mkv",
-          "ts", "m2ts", "m2t", "mts", "m4v", "3gp", "3g2", "qt", "swf", "dvr-ms", "iso", "ifo", "trp", "tp"}
+          "ts", "m2ts", "m2t", "mts", "m4v", "3gp", "3g2", "qt", "swf", "dvr-ms", "iso", "ifo", "trp", "tp", "webm", "ogv"}
 
 
 class TryError(Exception):
@@ -122,7 +123,7 @@ def write_page(daemon):
     PAGE.write_bytes(done["out"].encode("latin-1"))
 
 
-def main(folder):
+def main(rules, folder):
     progress = Progress()
     binds = []
     if folder:
@@ -137,9 +138,9 @@ def main(folder):
             place = "/volume1/music/library"
             library.make(daemon.box.path(place), lambda what: progress.show("making a small library: ", what))
             progress.end()
-        daemon.configure(aacdecoder=os.path.join(os.path.dirname(BINARY), "veluaacinfo"))
+        daemon.configure(rules=rules, aacdecoder=os.path.join(os.path.dirname(BINARY), "veluaacinfo"))
         daemon.start()
-        print(f"the daemon runs in its sandbox (root: {daemon.box.root}); queued: A:{place}")
+        print(f"the daemon runs in its sandbox (root: {daemon.box.root}) by the rules {rules!r}; queued: A:{place}")
         daemon.queue(f"A:{place}")
         daemon.signal()
         waited, took = wait_for_run(daemon, progress)
@@ -159,7 +160,7 @@ def main(folder):
 
 if __name__ == "__main__":
     try:
-        main(sys.argv[1] if len(sys.argv) > 1 else None)
+        main(sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else None)
     except (TryError, SandboxError, MediaError, AssertionError) as problem:
         print(f"\ntry: {problem}", file=sys.stderr)
         sys.exit(1)

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/catalogue_reader.h"
 
+#include <errno.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <algorithm>
 
+#include "platform/own_group.h"
 #include "platform/path.h"
+#include "platform/veluindex.h"
 #include "tools/veluctl/log_lines.h"
 
 namespace {
@@ -64,6 +68,17 @@ Query PortionQuery(const CatalogueTable &table, const std::vector<const char *> 
     return query;
 }
 
+// What whoever may not read a catalogue's file can do about it.
+std::string RightHint(Catalogue catalogue) {
+    char uri[kCatalogueUriSize];
+    const char *file = VELUIndexUriGet(catalogue, uri, sizeof uri) == 0 ? VELUDBFileGet(uri) : nullptr;
+    if (file == nullptr || access(file, R_OK) == 0 || errno != EACCES)
+        return {};
+    std::string hint = "; root may read it, and who is in the group ";
+    hint.append(kOwnGroup).append(": \"sudo adduser NAME ").append(kOwnGroup);
+    return hint.append("\" adds NAME, from the next login on");
+}
+
 } // namespace
 
 VELUDB *CatalogueConnect(CatalogueReader *reader, Catalogue catalogue) {
@@ -72,7 +87,7 @@ VELUDB *CatalogueConnect(CatalogueReader *reader, Catalogue catalogue) {
         LogLinesTake();
         database.reset(VELUIndexReaderOpen(catalogue));
         if (database == nullptr)
-            reader->failure = LogReasonTake();
+            reader->failure = LogReasonTake() + RightHint(catalogue);
     }
     return database.get();
 }
@@ -115,8 +130,7 @@ bool CatalogueRowsRead(CatalogueReader *reader, const CatalogueTable &table,
         if (rows == nullptr)
             return false;
         for (int at = -1; VELUDBFetchRow(rows.get(), &at) == 0;) {
-            const char *key = VELUDBFetchField(rows.get(), at, "row_key");
-            after = key != nullptr ? key : "";
+            after = VELUDBFetchText(rows.get(), at, "row_key");
             Row row;
             for (const char *column : columns) {
                 const char *field = VELUDBFetchField(rows.get(), at, column);

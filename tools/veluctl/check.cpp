@@ -12,6 +12,7 @@
 
 #include "catalogue/features.h"
 #include "daemon/queue.h"
+#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 #include "tools/veluctl/check_readers.h"
 #include "tools/veluctl/commands.h"
@@ -112,6 +113,7 @@ bool CatalogueCheck(CatalogueReader *reader, std::vector<Finding> *findings) {
 
 ExitCode CheckCommand(const Options &options) {
     FeatureSwitchesRead();
+    RuleSetFollow();
     CatalogueReader reader;
     std::vector<Finding> findings;
     if (!CatalogueCheck(&reader, &findings))

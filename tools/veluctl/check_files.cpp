@@ -2,15 +2,14 @@
 //
 // What is known of files against the rows that it belongs to.
 #include <stdlib.h>
-#include <string.h>
 
 #include <string>
 
 #include "daemon/queue_line.h"
-#include "platform/db/words.h"
 #include "platform/index/schema.h"
 #include "platform/veluindex.h"
 #include "tools/veluctl/check.h"
+#include "tools/veluctl/file_facts.h"
 
 namespace {
 
@@ -55,13 +54,7 @@ std::string InNoTable() {
 } // namespace
 
 bool FilesCheck(CatalogueReader *reader, std::vector<Finding> *findings) {
-    VELUDB *database = CatalogueConnect(reader, Catalogue::media);
-    if (database == nullptr)
-        return false;
-    std::string has_files = VELUDBWordsOf(database).has_table;
-    has_files.replace(has_files.find("TABLE"), strlen("TABLE"), kFileVersionTable);
-    const int64_t there = Number(reader, "select " + has_files + " as n");
-    if (there <= 0)
+    if (const int there = FileTablesLook(reader); there <= 0)
         return there == 0;
     if (!PathsFind(reader, kStateWithoutRow, "select path from file_state where " + InNoTable(), findings))
         return false;

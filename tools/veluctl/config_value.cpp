@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "platform/veludb.h"
+#include "reader/protocol/charset.h"
 
 namespace {
 
@@ -107,8 +108,13 @@ std::string WordProblem(const ConfigurationKey &key, const std::string &value, b
 
 std::string CountProblem(const std::string &value) {
     const bool digits = value.find_first_not_of("0123456789") == std::string::npos;
-    const bool good = value == kCountAuto || (digits && value.find_first_not_of('0') != std::string::npos);
+    const bool good = value == kAuto || (digits && value.find_first_not_of('0') != std::string::npos);
     return good ? "" : "is neither auto nor a whole number from 1 on: auto holds";
+}
+
+std::string CharsetProblem(const std::string &value) {
+    const bool good = value == kAuto || CharsetFind(value) != nullptr;
+    return good ? "" : "is neither auto nor a character set that is known: auto holds";
 }
 
 } // namespace
@@ -127,6 +133,8 @@ std::string ConfigurationProblem(const ConfigurationKey &key, const std::string 
         return WordProblem(key, value, true);
     case ConfigurationKind::count:
         return CountProblem(value);
+    case ConfigurationKind::charset:
+        return CharsetProblem(value);
     }
     return {};
 }

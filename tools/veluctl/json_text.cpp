@@ -4,6 +4,8 @@
 #include <errno.h>
 #include <stdlib.h>
 
+#include <nlohmann/json.hpp>
+
 #include "platform/utf8.h"
 #include "tools/veluctl/terminal.h"
 
@@ -66,6 +68,13 @@ void JsonValuePut(Json *object, const Column &column, const Value &value) {
         (*object)[column.name] = *value == "t";
     else
         (*object)[column.name] = NumberOf(*value, column.type);
+}
+
+std::string JsonRow(std::span<const Column> columns, const Row &row, bool ascii) {
+    Json object = Json::object();
+    for (size_t at = 0; at < columns.size(); ++at)
+        JsonValuePut(&object, columns[at], row[at]);
+    return JsonWrite(object, false, ascii);
 }
 
 std::string JsonWrite(const Json &value, bool indented, bool ascii) {

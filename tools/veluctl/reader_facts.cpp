@@ -18,7 +18,7 @@ constexpr size_t kNumberSize = 64;
 
 // In the order of the enumerations.
 constexpr const char *kContents[] = {"nothing known", "sound", "a film", "a picture", "a playlist"};
-constexpr const char *kPictures[] = {"none", "JPEG", "PNG", "WebP", "GIF"};
+constexpr const char *kPictureFormats[] = {"none", "JPEG", "PNG", "WebP", "GIF"};
 
 std::string ValueOf(const Fact &fact) {
     if (FactKindOf(fact.name).type == FactType::text)
@@ -78,8 +78,7 @@ std::vector<RecordPart> ReaderFactParts(const std::string &path) {
     const IndexHandler *handler = IndexHandlerOf(path.c_str());
     const ByReader *by = handler != nullptr ? IndexRecipeOf(handler->indexer).complete : nullptr;
     LogLinesTake();
-    const FileReport report =
-        FileReadTake(path.c_str(), by != nullptr ? by->first : ReaderKind::sound_and_photos);
+    const FileReport report = FileReadTake(path.c_str(), by != nullptr ? by->use : ReaderUse());
     FileReadersEnd();
     RecordPart first = {kPartName, {}, {}, {}};
     if (const std::string reason = WhyNothing(report); !reason.empty())
@@ -89,7 +88,7 @@ std::vector<RecordPart> ReaderFactParts(const std::string &path) {
                              kContents[static_cast<size_t>(report.read.answer.content)]);
     if (const Answer &answer = report.read.answer; answer.picture != PictureFormat::none)
         first.said.push_back(std::string("with a picture, ") +
-                             kPictures[static_cast<size_t>(answer.picture)] + " of " +
+                             kPictureFormats[static_cast<size_t>(answer.picture)] + " of " +
                              std::to_string(answer.picture_bytes) + " bytes");
     for (std::string &line : LogLinesTake())
         first.said.push_back(std::move(line));

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/record_print.h"
 
+#include <string.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
 #include "tools/shared/safe_text.h"
 #include "tools/veluctl/json_text.h"
 
 namespace {
 
-constexpr int kNameWidth = 16; // the longest column's name and a gap
+constexpr size_t kNameWidth = 16; // the longest column's name and a gap; some facts have longer ones
 
 // Fields that a record does not have hold zeros or nothing, and a person is not told of each.
 bool SaysSomething(const Value &value) {
@@ -21,9 +26,12 @@ std::string ValueExplain(const Value &value, Type type) {
 
 void PartShow(const RecordPart &part, FILE *out) {
     fprintf(out, "%s\n", SafeText(part.name).c_str());
+    size_t width = kNameWidth;
+    for (const Column &column : part.columns)
+        width = std::max(width, strlen(column.name));
     for (size_t at = 0; at < part.columns.size(); ++at) {
         if (SaysSomething(part.values[at]))
-            fprintf(out, "  %-*s %s\n", kNameWidth, part.columns[at].name,
+            fprintf(out, "  %-*s %s\n", static_cast<int>(width), part.columns[at].name,
                     ValueExplain(part.values[at], part.columns[at].type).c_str());
     }
     for (const std::string &sentence : part.said)

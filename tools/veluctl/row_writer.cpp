@@ -101,10 +101,7 @@ void RowWriter::Add(const Row &row) {
 }
 
 void RowWriter::JsonAdd(const Row &row) {
-    Json object = Json::object();
-    for (size_t at = 0; at < columns_.size(); ++at)
-        JsonValuePut(&object, columns_[at], row[at]);
-    fprintf(out_, "%s\n  %s", count_ == 1 ? "[" : ",", JsonWrite(object, false, terminal_).c_str());
+    fprintf(out_, "%s\n  %s", count_ == 1 ? "[" : ",", JsonRow(columns_, row, terminal_).c_str());
 }
 
 void RowWriter::CsvAdd(const Row &row) {

@@ -9,7 +9,7 @@
 #include "tools/veluctl/catalogue_reader.h"
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/covers.h"
-#include "tools/veluctl/json_text.h"
+#include "tools/veluctl/file_facts.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/record_print.h"
 
@@ -57,6 +57,10 @@ ExitCode ShowCommand(const Options &options) {
     for (const Found &one : found)
         parts.push_back(
             {one.table->kind, {}, {one.table->columns.begin(), one.table->columns.end()}, one.row});
+    FileParts known;
+    if (!found.empty() && !FilePartsRead(&reader, path, &known))
+        return Complain(kUnreachable, reader.failure);
+    parts.insert(parts.end(), known.parts.begin(), known.parts.end());
     for (const KeptCover &cover : covers)
         parts.push_back(CoverPart(cover));
     RecordPrint(parts, options.json, stdout);

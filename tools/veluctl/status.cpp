@@ -7,6 +7,8 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <nlohmann/json.hpp>
+
 #include "daemon/queue.h"
 #include "daemon/queue_kept.h"
 #include "platform/rule_set.h"

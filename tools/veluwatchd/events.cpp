@@ -226,6 +226,13 @@ void EventHandle(const Event &event) {
     OthersEnd(event);
     // Its directory may have been taken out of the tree before this event was read, even just now.
     const std::vector<NodeId> nodes = tree.WatchedAs(event.watch);
+    if (IsRuleName(event.name)) {
+        for (const NodeId node : nodes) {
+            if (event.IsFrom(node))
+                RulesChanged(event.watcher, node);
+        }
+        return;
+    }
     if (came) {
         MovedTo(event, from, nodes);
         return;

@@ -11,6 +11,7 @@
 
 #include <exception>
 
+#include "platform/rule_set.h"
 #include "tools/shared/safe_text.h"
 #include "tools/veluwatchd/instance.h"
 #include "tools/veluwatchd/watch_loop.h"
@@ -40,6 +41,7 @@ ExitCode Run(int argc, char **argv) {
     const ProgramLine asked = OptionsRead(argc, argv, &options);
     if (asked != ProgramLine::run)
         return asked == ProgramLine::done ? kDone : kUsage;
+    RuleSetFollow();
     // A person at a terminal sees what the log gets.
     openlog("veluwatchd", isatty(STDERR_FILENO) != 0 ? LOG_PERROR : 0, LOG_DAEMON);
     bool broken_off = false;

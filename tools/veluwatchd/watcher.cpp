@@ -136,6 +136,8 @@ void TreeWatch(Watcher *watcher, NodeId top) {
             continue;
         DirectoryReader reader = {.rules = &ActiveWalkRules().index};
         const bool there = DirectoryOpen(&reader, path.c_str());
+        if (there && DirectoryIsMarked(reader))
+            continue;
         while (const dirent *entry = there ? DirectoryNext(&reader) : nullptr) {
             const EntryKind kind = EntryKindGet(&reader, *entry);
             const bool directory = kind == EntryKind::directory || kind == EntryKind::linked_directory;
@@ -162,6 +164,18 @@ void TreeForget(Watcher *watcher, NodeId top) {
     }
     // Before their numbers are used again.
     std::erase_if(watcher->doubtful, [&](NodeId node) { return !watcher->tree.Exists(node); });
+}
+
+bool IsRuleName(std::string_view name) {
+    const NameRules &rules = ActiveWalkRules().index;
+    return (rules.marker != nullptr && name == rules.marker) ||
+           (rules.ignore != nullptr && name == rules.ignore);
+}
+
+void RulesChanged(Watcher *watcher, NodeId node) {
+    ChildrenForget(watcher, node);
+    TreeWatch(watcher, node);
+    TreeMissed(&watcher->changes, watcher->tree.Path(node));
 }
 
 void NodeVerify(Watcher *watcher, NodeId node) {

@@ -39,6 +39,12 @@ void WatcherClose(Watcher *watcher);
 // True for what the daemon's walk leaves out.
 [[nodiscard]] bool IsLeftOut(const std::string &directory, std::string_view name);
 
+// True for the name of an entry by which the daemon's walk decides what it leaves out.
+[[nodiscard]] bool IsRuleName(std::string_view name);
+
+// Watches a directory anew in which such an entry has come, changed or gone, and has it indexed anew.
+void RulesChanged(Watcher *watcher, NodeId node);
+
 // Watches a directory with all below it. Each is watched before it is read: what comes later is an event.
 void TreeWatch(Watcher *watcher, NodeId top);
 

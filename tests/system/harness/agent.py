@@ -119,8 +119,11 @@ def kill(pid, number):
     return {"sent": True}
 
 
-def kill_when(pid, number, path, delay, timeout):
-    """Signals a process once a file has come up and `delay` seconds have passed."""
+def kill_when(pid, number, path, delay, timeout, before=0):
+    """Signals a process once a file has come up and `delay` seconds have passed. It gets the signal `before` at once: what that
+    brings about may be over before another request comes."""
+    if before:
+        kill(pid, before)
     end = time.monotonic() + timeout
     while not os.path.lexists(path):
         if time.monotonic() > end:

@@ -63,9 +63,9 @@ class SqliteCatalogues:
         found = self._read(table, f'select count(*) as n from "{table}"')
         return found[0]["n"] if found else 0
 
-    def store(self, sql, values):
-        """Writes to the photo catalogue, with `values` in the places of "?"."""
-        connection = sqlite3.connect(self._file("photo_image"), timeout=30)
+    def store(self, sql, values, table="photo_image"):
+        """Writes to the catalogue of a table, with `values` in the places of "?"."""
+        connection = sqlite3.connect(self._file(table), timeout=30)
         try:
             connection.execute(sql, values)
             connection.commit()
@@ -109,8 +109,8 @@ class ServerCatalogues:
         found = self._read(table, f'select count(*) as n from "{table}"')
         return found[0]["n"] if found else 0
 
-    def store(self, sql, values):
-        self.server.query(self.keys["photodb"], sql.replace("?", "%s") if values else sql, values or None)
+    def store(self, sql, values, table="photo_image"):
+        self.server.query(self.keys[_key_of(table)], sql.replace("?", "%s") if values else sql, values or None)
 
     def forget(self):
         for uri in self.keys.values():

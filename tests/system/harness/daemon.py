@@ -26,19 +26,25 @@ THUMB_DAEMON, FLV_DAEMON = "velumkthumbd", "velumkflvd"
 
 # How many times faster than the wall's the daemon's clock goes: its 10 seconds of sleep become 0.2.
 SPEED = 50
-PATIENCE = 60
+# Seconds: a machine that builds beside may stand still for a minute.
+PATIENCE = 180
+# Seconds between two looks at what is waited for. Most is there within moments; looking costs, too, of which other tests wait.
+FIRST_PAUSE, LAST_PAUSE = 0.002, 0.02
 
 
-def wait_for(condition, what, timeout=PATIENCE, pause=0.005):
-    """Waits until `condition` holds and gives its value."""
+def wait_for(condition, what, timeout=PATIENCE, pause=None):
+    """Waits until `condition` holds and gives its value. `pause`: seconds between two looks, where the moment matters."""
     end = time.monotonic() + timeout
+    between = FIRST_PAUSE if pause is None else pause
     while True:
         value = condition()
         if value:
             return value
         if time.monotonic() > end:
             raise AssertionError(f"waited {timeout} s in vain for {what}")
-        time.sleep(pause)
+        time.sleep(between)
+        if pause is None:
+            between = min(between * 1.5, LAST_PAUSE)
 
 
 class Daemon:
@@ -238,9 +244,8 @@ class Daemon:
     def kill_in_run(self, delay, number=None):
         """Has the queue worked through and ends the daemon, by SIGKILL or another signal, so many seconds after it
         has taken the queue over."""
-        self.signal()
         self.box.ask("kill_when", pid=self.pid, number=int(number or signal.SIGKILL), path=WORKING_COPY, delay=delay,
-                     timeout=PATIENCE)
+                     timeout=PATIENCE, before=int(signal.SIGUSR1))
         self.wait_gone()
         self.pid = 0
 

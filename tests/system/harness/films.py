@@ -154,6 +154,7 @@ FILES = {
     "h264_flac.mkv": ("h264", ["flac"], ()),
     "h264_flac24.mkv": ("h264", ["flac_24"], ()),
     "h264_mp3.mkv": ("h264", ["mp3"], ()),
+    "h264_mp3_vbr.mkv": ("h264", ["mp3_vbr"], ()),
     "h264_mp2.mkv": ("h264", ["mp2"], ()),
     "h264_pcm.mkv": ("h264", ["pcm"], ()),
     "h264_vorbis.mkv": ("h264", ["vorbis"], ()),

@@ -5,7 +5,7 @@ import pathlib
 import shutil
 import subprocess
 
-from . import media
+from . import media, raws
 
 EXIF = {"IFD0:Make": "Maker & Sons", "IFD0:Model": "Modèl 7", "ExifIFD:ExposureTime": "1/125", "ExifIFD:FNumber": "2.8",
         "ExifIFD:ISO": "400", "ExifIFD:DateTimeOriginal": "2019:05:04 10:11:12", "ExifIFD:OffsetTimeOriginal": "+02:00",
@@ -68,29 +68,43 @@ def _shapes():
     yield Shape("south-east.jpg", {"GPS:GPSLatitude": "33.5", "GPS:GPSLatitudeRef": "S", "GPS:GPSLongitude": "151.25",
                                    "GPS:GPSLongitudeRef": "E"})
     yield Shape("rational-zero.jpg", {"ExifIFD:FNumber": "undef", "ExifIFD:FocalLength": "inf", "ExifIFD:ISO": "100"})
-    for kind in ("dng", "nef", "arw", "pef", "srw"):
+    for kind in ("dng", "nef", "nrw", "arw", "sr2", "pef", "srw", "erf", "mef", "mos", "iiq", "rwl"):
         yield Shape(f"raw.{kind}", EXIF, source="tif")
+    for kind in raws.WRITABLE:
+        yield Shape(f"raw.{kind}", EXIF, source=kind)
     yield Shape("big-tags.jpg", {"IFD0:ImageDescription": "x" * 3000, "IFD0:Artist": "A; B ;C"})
 
 
+def orf(tif):
+    """Olympus's format: TIFF under another number."""
+    return tif[:2] + b"RO" + tif[4:]
+
+
 SHAPES = list(_shapes())
+# What exiftool does not make: the name, the shape that it is made of, and how.
+MADE_OF = {"raw.orf": ("exif-II.tif", orf), "raw.crw": ("plain.jpg", raws.crw), "raw.raf": ("exif-II.jpg", raws.raf),
+           "raw.x3f": ("exif-II.jpg", raws.x3f),
+           "raw.mrw": ("exif-MM.tif", raws.mrw)}
 TOOLS = {"heic": lambda png, out: ("heif-enc", "-q", "50", png, "-o", out),
          "avif": lambda png, out: ("avifenc", "-s", "10", png, out),
          "jxl": lambda png, out: ("cjxl", "--container=1", "-e", "1", png, out)}
 
+ASKED = "asked.json"
+
 
 def make(folder):
-    """Writes all shapes into a folder."""
-    folder = pathlib.Path(folder)
+    """Writes all shapes into a folder, and what exiftool reads in them."""
     sources = folder / "sources"
     sources.mkdir()
     kinds = sorted({shape.source for shape in SHAPES})
     png = sources / "a.png"
     media.call("convert", "-size", "48x36", "gradient:red-blue", str(png))
-    plain = [kind for kind in kinds if kind not in TOOLS and kind != "png"]
+    plain = [kind for kind in kinds if kind not in TOOLS and kind not in raws.WRITABLE and kind != "png"]
     media.call("convert", str(png), *[part for kind in plain for part in ("-write", str(sources / f"a.{kind}"))], "null:")
     for kind, command in TOOLS.items():
         media.call(*command(str(png), str(sources / f"a.{kind}")))
+    for kind, how in raws.WRITABLE.items():
+        (sources / f"a.{kind}").write_bytes(how((sources / "a.jpg").read_bytes()))
     lines = []
     for shape in SHAPES:
         shutil.copy(sources / f"a.{shape.source}", folder / shape.name)
@@ -101,11 +115,22 @@ def make(folder):
             lines += [str(folder / shape.name), "-execute"]
     (folder / "arguments").write_text("\n".join(lines), encoding="utf-8")
     media.call("exiftool", "-@", str(folder / "arguments"))
-    return [folder / shape.name for shape in SHAPES]
+    for name, (source, how) in MADE_OF.items():
+        (folder / name).write_bytes(how((folder / source).read_bytes()))
+    (folder / ASKED).write_text(json.dumps(_exiftool(every(folder))), encoding="utf-8")
 
 
-def exiftool(paths):
-    """What exiftool reads: for each path its tags by group and name, numbers as numbers."""
+def every(folder):
+    """The paths of all shapes."""
+    return [folder / name for name in (*(shape.name for shape in SHAPES), *MADE_OF)]
+
+
+def exiftool(folder):
+    """What exiftool reads: for each shape's name its tags by group and name, numbers as numbers."""
+    return json.loads((folder / ASKED).read_text(encoding="utf-8"))
+
+
+def _exiftool(paths):
     done = subprocess.run(["exiftool", "-j", "-n", "-G1", "-a", "-struct", "-charset", "iptc=latin1", "-charset", "exif=utf8",
                            *map(str, paths)], capture_output=True, check=False)
-    return {entry["SourceFile"]: entry for entry in json.loads(done.stdout)}
+    return {pathlib.Path(entry["SourceFile"]).name: entry for entry in json.loads(done.stdout)}

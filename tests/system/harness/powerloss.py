@@ -9,10 +9,14 @@ from dataclasses import dataclass
 from .faults import TRACE, traced
 
 FOLDERS = ("/var/spool", "/var/lib/velu")
+STARTED = "/var/lib/velu/started"
 CALLS = ("open,openat,creat,write,pwrite64,writev,pwritev,ftruncate,truncate,rename,renameat,renameat2,unlink,unlinkat,mkdir,"
-         "mkdirat,rmdir,link,linkat,symlink,symlinkat,fsync,fdatasync,syncfs,sync")
+         "mkdirat,rmdir,link,linkat,symlink,symlinkat,fsync,fdatasync,syncfs,sync,"
+         "sendfile")
 LINE = re.compile(r"^\d+ +(\w+)\((.*)\) += (\d+)")
 TEXT = re.compile(r'"((?:\\x[0-9a-f]{2})*)"')
+BEGUN = re.compile(r"^(\d+) +(.*) <unfinished \.\.\.>$")
+ENDED = re.compile(r"^(\d+) +<\.\.\. \w+ resumed>(.*)$")
 OPEN_FILE = re.compile(r"(?:\d+|AT_FDCWD)<((?:\\x[0-9a-f]{2})*)>")
 
 
@@ -42,6 +46,7 @@ class Parser:
         self.folders = folders
         self.operations = []
         self.synchronous = set()
+        self.begun = {}
 
     def _is_ours(self, path):
         return any(path == folder or path.startswith(folder + "/") for folder in self.folders)
@@ -57,8 +62,16 @@ class Parser:
         names = [text.decode("latin-1") for text in _texts(arguments)]
         return [os.path.join(folders[index] if index < len(folders) else "/", name) for index, name in enumerate(names)]
 
+    def _whole(self, line):
+        """A call that was told in two parts, since another process was heard meanwhile."""
+        if found := BEGUN.match(line):
+            self.begun[found[1]] = line[:found.end(2)]
+        elif found := ENDED.match(line):
+            return self.begun.pop(found[1], "") + found[2]
+        return line
+
     def take(self, line):
-        found = LINE.match(line)
+        found = LINE.match(self._whole(line))
         if not found:
             return
         call, arguments, result = found[1], found[2], int(found[3])
@@ -72,10 +85,10 @@ class Parser:
                 self._add("truncate", path, at=0)
         elif call.startswith(("rename", "link", "symlink")):
             old, new = self._paths(arguments)
-            if not call.startswith("rename"):
+            if call.startswith("symlink"):
                 raise ValueError(f"no model for {line}")
             if self._is_ours(old) or self._is_ours(new):
-                self.operations.append(Operation("rename", old, data=new.encode("latin-1")))
+                self.operations.append(Operation(call.removesuffix("2").removesuffix("at"), old, data=new.encode("latin-1")))
         elif call.startswith(("unlink", "rmdir")):
             self._add("rmdir" if call == "rmdir" or "AT_REMOVEDIR" in arguments else "unlink", self._paths(arguments)[0])
         elif call.startswith("mkdir"):
@@ -86,6 +99,8 @@ class Parser:
             path = _bytes(OPEN_FILE.match(arguments)[1]).decode("latin-1")
             if call in ("fsync", "fdatasync"):
                 self._add("sync", path)
+            elif call == "sendfile":
+                self._add("copy", path, at=result)
             elif call == "ftruncate":
                 self._add("truncate", path, at=int(arguments.rsplit(", ", 1)[1]))
             else:
@@ -101,7 +116,26 @@ def recorded(daemon, operations, folders=FOLDERS):
     parser = Parser(folders)
     for line in daemon.lines(TRACE):
         parser.take(line)
-    operations.extend(parser.operations)
+    operations.extend(with_copied(daemon, parser.operations))
+
+
+def with_copied(daemon, operations):
+    """Has what the kernel copied be written. The bytes are those that the file has at last."""
+    copied = {}
+    for number, operation in enumerate(operations):
+        if operation.name == "create":
+            copied[operation.path] = 0
+        if operation.name != "copy":
+            continue
+        path = operation.path
+        for later in operations[number:]:
+            if later.name == "rename" and later.path == path:
+                path = later.data.decode("latin-1")
+        begin, copied[operation.path] = copied[operation.path], copied[operation.path] + operation.at
+        data = daemon.read(path)[begin:copied[operation.path]]
+        assert len(data) == operation.at, f"{path} has gone or is another one by now"
+        operations[number] = Operation("write", operation.path, data)
+    return operations
 
 
 @dataclass
@@ -158,6 +192,8 @@ class Disk:
             files.pop(path)
         elif name == "rename":
             files[operation.data.decode("latin-1")] = files.pop(path)
+        elif name == "link":  # one more name of it
+            files[operation.data.decode("latin-1")] = files[path]
         elif name == "sync":
             for file in [files[path]] if path in files else files.values() if not path else ():
                 file.durable, file.waiting = file.content(lambda _: True), ()
@@ -179,11 +215,11 @@ class Disk:
 
 
 def restore(daemon, image, tops=FOLDERS):
-    """Makes the folders of a daemon that does not run what an image says."""
+    """Makes the folders of a daemon that does not run what an image says. The machine has been started anew since."""
     folders, files = image
     for top in tops:
         shutil.rmtree(daemon.box.path(top))
     for folder in folders:
         daemon.mkdir(folder)
     for path, content in files:
-        daemon.write(path, content)
+        daemon.write(path, b"another start\n" if path == STARTED else content)

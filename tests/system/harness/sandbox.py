@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """A throw-away root with a system log and an agent inside (tests/sandbox makes it)."""
+import functools
 import marshal
 import os
 import pathlib
@@ -12,6 +13,12 @@ TREE = pathlib.Path(__file__).resolve().parents[3]
 AGENT = pathlib.Path(__file__).resolve().with_name("agent.py")
 
 
+@functools.cache
+def scratch():
+    """Where the roots are made."""
+    return subprocess.run([TREE / "tests/scratch"], capture_output=True, text=True, check=True).stdout.strip()
+
+
 class SandboxError(Exception):
     """The sandbox, or a command in it, did not do what it was told."""
 
@@ -20,7 +27,7 @@ class Sandbox:
     """`root` is the folder that holds what the sandbox sees as /etc, /var, /run, /volume1, /tmp."""
 
     def __init__(self, binds=()):
-        self.root = pathlib.Path(tempfile.mkdtemp(prefix="velu-system-"))
+        self.root = pathlib.Path(tempfile.mkdtemp(prefix="velu-system-", dir=scratch()))
         self.binds = list(binds)
         self.log = Log(str(self.root / "log"))
         self.agent = None

@@ -61,67 +61,103 @@ ASF = {"title": "Title", "album": "WM/AlbumTitle", "artist": "Author", "albumart
        "artistsort": "WM/ArtistSortOrder", "albumsort": "WM/AlbumSortOrder"}
 
 
-def texts(fact, values=None):
+def texts(fact, values=None, facts=FACTS):
     """The values of a fact as a tagger writes them."""
-    values = FACTS[fact] if values is None else values
+    values = facts[fact] if values is None else values
     unit = " dB" if fact.startswith("replaygain") else ""
     return [f"{value}{unit}" for value in values]
 
 
-def pair(number, total):
-    return f"{FACTS[number][0]}/{FACTS[total][0]}"
+def latin_1(fact, facts=FACTS):
+    """The values of a fact, without letters that ISO-8859-1 lacks."""
+    return [re.sub(r"[^\0-\xff]", "ÿ", value) if isinstance(value, str) else value for value in facts[fact]]
 
 
-def id3_frames(encoding=3):
+def pair(number, total, facts=FACTS):
+    return f"{facts[number][0]}/{facts[total][0]}"
+
+
+def _written(table, facts):
+    """What a table names and there is a value of: (fact, key, texts)."""
+    return [(fact, key, texts(fact, facts=facts)) for fact, key in table.items() if fact in facts]
+
+
+def id3_frames(encoding=3, facts=FACTS):
     """Frames with all facts, for any of mutagen's ID3 containers."""
-    frames = [getattr(mutagen.id3, name)(encoding=encoding, text=texts(fact)) for fact, name in ID3_TEXTS.items()]
-    frames += [mutagen.id3.TXXX(encoding=encoding, desc=name, text=texts(fact)) for fact, name in ID3_DESCRIBED.items()]
-    frames += [mutagen.id3.TRCK(encoding=encoding, text=pair("track", "tracktotal")),
-               mutagen.id3.TPOS(encoding=encoding, text=pair("disc", "disctotal")),
-               mutagen.id3.COMM(encoding=encoding, lang="eng", desc="", text=texts("comment")),
-               mutagen.id3.COMM(encoding=0, lang="eng", desc="iTunNORM", text="000"),
-               mutagen.id3.USLT(encoding=encoding, lang="eng", desc="", text=texts("lyrics")[0]),
-               mutagen.id3.UFID(owner="http://musicbrainz.org", data=texts("musicbrainz_trackid")[0].encode())]
-    return frames
+    id3 = mutagen.id3
+    frames = [getattr(id3, name)(encoding=encoding, text=texts(fact, latin_1(fact, facts)) if encoding == 0 else found)
+              for fact, name, found in _written(ID3_TEXTS, facts)]
+    frames += [id3.TXXX(encoding=encoding, desc=name, text=found) for _, name, found in _written(ID3_DESCRIBED, facts)]
+    frames += [getattr(id3, name)(encoding=encoding, text=pair(fact, total, facts))
+               for fact, total, name in (("track", "tracktotal", "TRCK"), ("disc", "disctotal", "TPOS")) if fact in facts]
+    made = {"comment": lambda found: id3.COMM(encoding=encoding, lang="eng", desc="", text=found),
+            "lyrics": lambda found: id3.USLT(encoding=encoding, lang="eng", desc="", text=found[0]),
+            "musicbrainz_trackid": lambda found: id3.UFID(owner="http://musicbrainz.org", data=found[0].encode())}
+    frames += [make(texts(fact, facts=facts)) for fact, make in made.items() if fact in facts]
+    return [*frames, id3.COMM(encoding=0, lang="eng", desc="iTunNORM", text="000")]
 
 
-def write(path, encoding=3, **id3_options):
-    """Writes all facts into a file in the way of its format."""
+def apev2_file(path):
+    """An MP3 that has this tag alone, which mutagen does not look for in one; None for any other file."""
+    if path.suffix != ".mp3" or mutagen.File(path).tags is not None:
+        return None
+    try:
+        return mutagen.apev2.APEv2File(path)
+    except mutagen.apev2.error:
+        return None
+
+
+def write(path, encoding=3, facts=FACTS, **id3_options):
+    """Writes facts, all that there are if none are given, into a file in the way of its format. A number and its total come
+    together."""
     if path.suffix in (".aac", ".mp2"):
         tags = mutagen.id3.ID3()
-        for frame in id3_frames(encoding):
+        for frame in id3_frames(encoding, facts):
             tags.add(frame)
         tags.save(path, **id3_options)
         return
-    file = mutagen.File(path)
+    file = apev2_file(path) or mutagen.File(path)
     if file.tags is None:
         file.add_tags()
     if isinstance(file.tags, mutagen.id3.ID3):
-        for frame in id3_frames(encoding):
+        for frame in id3_frames(encoding, facts):
             file.tags.add(frame)
         file.save(path, **id3_options)
         return
     if isinstance(file.tags, mutagen.apev2.APEv2):
-        for fact, key in APE.items():
-            file.tags[key] = texts(fact)
-        file.tags["Track"], file.tags["Disc"] = pair("track", "tracktotal"), pair("disc", "disctotal")
+        _write_pairs(file.tags, "Track", "Disc", facts)
+        table = APE
     elif isinstance(file.tags, mutagen.mp4.MP4Tags):
-        for fact, key in MP4.items():
-            file.tags[key] = texts(fact)
-        for fact, key in MP4_FREE.items():
-            file.tags[f"----:com.apple.iTunes:{key}"] = [value.encode() for value in texts(fact)]
-        file.tags["trkn"] = [(FACTS["track"][0], FACTS["tracktotal"][0])]
-        file.tags["disk"] = [(FACTS["disc"][0], FACTS["disctotal"][0])]
-        file.tags["cpil"], file.tags["tmpo"] = True, FACTS["bpm"]
+        _write_mp4(file.tags, facts)
+        table = MP4
     elif isinstance(file.tags, mutagen.asf.ASFTags):
-        for fact, key in ASF.items():
-            file.tags[key] = texts(fact)
-        file.tags["WM/TrackNumber"], file.tags["WM/PartOfSet"] = pair("track", "tracktotal"), pair("disc", "disctotal")
-        file.tags["WM/IsCompilation"] = [mutagen.asf.ASFBoolAttribute(True)]
+        _write_pairs(file.tags, "WM/TrackNumber", "WM/PartOfSet", facts)
+        table = ASF
     else:
-        for fact, key in XIPH.items():
-            file.tags[key] = texts(fact)
+        table = XIPH
+    for _, key, found in _written(table, facts):
+        file.tags[key] = found
+    if table is ASF and "compilation" in facts:
+        file.tags["WM/IsCompilation"] = [mutagen.asf.ASFBoolAttribute(True)]
     file.save()
+
+
+def _write_pairs(tags, track, disc, facts):
+    for fact, total, key in (("track", "tracktotal", track), ("disc", "disctotal", disc)):
+        if fact in facts:
+            tags[key] = pair(fact, total, facts)
+
+
+def _write_mp4(tags, facts):
+    for _, key, found in _written(MP4_FREE, facts):
+        tags[f"----:com.apple.iTunes:{key}"] = [value.encode() for value in found]
+    for fact, total, key in (("track", "tracktotal", "trkn"), ("disc", "disctotal", "disk")):
+        if fact in facts:
+            tags[key] = [(facts[fact][0], facts[total][0])]
+    if "compilation" in facts:
+        tags["cpil"] = True
+    if "bpm" in facts:
+        tags["tmpo"] = facts["bpm"]
 
 
 def _number_pair(facts, name, total, text):
@@ -183,8 +219,13 @@ def _typed(facts):
 def read(path):
     """What mutagen reads of a file, as facts."""
     if path.suffix in (".aac", ".mp2"):
-        return _typed(_id3(mutagen.id3.ID3(path)))
-    tags = mutagen.File(path).tags
+        try:
+            return _typed(_id3(mutagen.id3.ID3(path)))
+        except mutagen.id3.ID3NoHeaderError:
+            return {}
+    tags = (apev2_file(path) or mutagen.File(path)).tags
+    if tags is None:
+        return {}
     if isinstance(tags, mutagen.id3.ID3):
         return _typed(_id3(tags))
     if isinstance(tags, mutagen.mp4.MP4Tags):
@@ -197,10 +238,39 @@ def read(path):
         return _typed(facts)
     if isinstance(tags, mutagen.asf.ASFTags):
         facts = _keyed(tags, ASF, lambda value: str(int(value.value)) if isinstance(value.value, bool) else str(value))
-        _number_pair(facts, "track", "tracktotal", tags["WM/TrackNumber"][0])
-        _number_pair(facts, "disc", "disctotal", tags["WM/PartOfSet"][0])
+        for key, name, total in (("WM/TrackNumber", "track", "tracktotal"), ("WM/PartOfSet", "disc", "disctotal")):
+            if key in tags:
+                _number_pair(facts, name, total, tags[key][0])
         return _typed(facts)
-    return _typed(_keyed(tags, XIPH))
+    facts = _keyed(tags, XIPH)
+    for name, total in (("track", "tracktotal"), ("disc", "disctotal")):
+        if "/" in facts.get(name, [""])[0]:
+            _number_pair(facts, name, total, facts.pop(name)[0])
+    return _typed(facts)
+
+
+ORDER = ("mutagen writes the first value into one object of the header and the others into another, which stands before it, and reads "
+         "the objects in an order of its own; the reader gives the values as they stand in the file")
+# Of which file and fact the reader gives the values in another order, and why.
+OTHER_ORDER = dict.fromkeys((("wma.wma", "genre"), ("wma.wma", "composer"), ("wma.wma", "musicbrainz_artistid")), ORDER)
+
+
+def compare(expected, found):
+    """Each fact of mutagen's as (fact, the reader's, mutagen's, whether they are alike)."""
+    for fact, theirs in expected.items():
+        mine = found.get(fact, [])
+        if fact in ("date", "originaldate"):
+            mine = [value.replace("T", " ") for value in mine]
+        if fact in DECIMALS:
+            same = len(mine) == len(theirs) and all(abs(one - other) < 1e-6 for one, other in zip(mine, theirs))
+        else:
+            same = mine == theirs
+        yield fact, mine, theirs, same
+
+
+def reason(name, fact, mine, theirs):
+    """Why a fact is another than mutagen's; None for no reason."""
+    return OTHER_ORDER.get((name, fact)) if sorted(mine) == sorted(theirs) else None
 
 
 def picture_add(path, pictures):

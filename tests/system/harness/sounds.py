@@ -8,9 +8,11 @@ import struct
 import subprocess
 
 from harness import media
+from harness.encoded import encoded
 from harness.sandbox import TREE
 
 SECONDS = 0.7
+WAV = "from.wav"
 
 # Name: (what the reader calls the format, extension, how it is made of a WAV: a program, or ffmpeg's options).
 ENCODERS = {
@@ -60,33 +62,40 @@ def dsdiff_bytes(rate=2822400, channels=2, seconds=SECONDS):
     return struct.pack(">4sQ", b"FRM8", len(body)) + body
 
 
-class Sounds:
-    """A folder with one file of each kind, made when it is first asked for."""
-
-    def __init__(self, folder):
-        self.folder = pathlib.Path(folder)
-        self.wav = self.folder / "from.wav"
-        wave(self.wav)
-
-    def _make(self, kind, path):
-        how = ENCODERS[kind][2]
+def make_sounds(folder):
+    """Fills a folder with one file of each kind, and with the WAV that they are made of."""
+    wav = folder / WAV
+    wave(wav)
+    for kind, (_, extension, how) in ENCODERS.items():
+        path = folder / f"{kind}.{extension}"
         if kind == "dsf":
             path.write_bytes(dsf_bytes())
         elif kind == "dsdiff":
             path.write_bytes(dsdiff_bytes())
         elif how[0].startswith("-"):
-            media.ffmpeg("-i", str(self.wav), "-map_metadata", "-1", *how, str(path))
+            media.ffmpeg("-i", str(wav), "-map_metadata", "-1", *how, str(path))
         else:
-            media.call(*[part.format(wav=self.wav, out=path) for part in how])
+            media.call(*[part.format(wav=wav, out=path) for part in how])
+
+
+class Sounds:
+    """What make_sounds() has made."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        self.wav = folder / WAV
 
     def copy(self, kind, path):
         """A file of a kind for oneself. Returns its path."""
         made = self.folder / f"{kind}.{ENCODERS[kind][1]}"
-        if not made.exists():
-            self._make(kind, made)
         path = pathlib.Path(path) / made.name
         shutil.copyfile(made, path)
         return path
+
+
+def plain_sounds():
+    """One file of each kind, made once."""
+    return Sounds(encoded("sounds", make_sounds, pathlib.Path(__file__)))
 
 
 def dump(kind_or_format, path, charset="", picture=None):
@@ -106,8 +115,8 @@ def ffprobe(path):
     return found["streams"][0], found["format"]
 
 
-def ffprobe_packets(path):
-    """The bytes of the packets of sound."""
-    done = subprocess.run(["ffprobe", "-v", "error", "-of", "csv=p=0", "-select_streams", "a:0", "-show_entries", "packet=size",
-                           str(path)], capture_output=True, check=True)
-    return sum(int(size.strip(b",")) for size in done.stdout.split())
+def ffprobe_packets(path, field="size"):
+    """The sum over the packets of sound: of "size" in bytes, of "duration_time" in seconds."""
+    done = subprocess.run(["ffprobe", "-v", "error", "-of", "csv=p=0", "-select_streams", "a:0", "-show_entries",
+                           f"packet={field}", str(path)], capture_output=True, check=True)
+    return sum(float(one.strip(b",")) for one in done.stdout.split())

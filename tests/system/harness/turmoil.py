@@ -151,7 +151,7 @@ class Turmoil:
     def discard(self):
         """Into the bin, which is no part of the share, and there something goes on."""
         old = self.folder() if self.random.random() < 0.3 else self.file()
-        if old in self.shares or sum(file.startswith(old + b"/") for file in self.files) > 200:
+        if old is None or old in self.shares or sum(file.startswith(old + b"/") for file in self.files) > 200:
             return
         bin_folder = self.share_of(old) + b"/#recycle"
         os.makedirs(bin_folder, exist_ok=True)

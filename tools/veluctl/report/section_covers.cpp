@@ -35,8 +35,7 @@ Albums AlbumsTake(Report *report) {
         {});
     report->tallies.failed = rows == nullptr;
     const auto field = [&](int at, const char *column) {
-        const char *text = VELUDBFetchField(rows.get(), at, column);
-        return std::string(text != nullptr ? text : "");
+        return std::string(VELUDBFetchText(rows.get(), at, column));
     };
     for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;) {
         const std::string artist = field(at, "first_artist");

@@ -17,18 +17,13 @@ std::string SecondsSum() {
            " then duration else 0 end)";
 }
 
-const char *FieldOf(const VELUDBResult *rows, int row, const char *column) {
-    const char *field = VELUDBFetchField(rows, row, column);
-    return field != nullptr ? field : "";
-}
-
 double RealOf(const VELUDBResult *rows, int row, const char *column) {
-    const double value = strtod(FieldOf(rows, row, column), nullptr);
+    const double value = strtod(VELUDBFetchText(rows, row, column), nullptr);
     return isfinite(value) ? value : 0;
 }
 
 int64_t IntegerOf(const VELUDBResult *rows, int row, const char *column) {
-    return strtoll(FieldOf(rows, row, column), nullptr, 10);
+    return strtoll(VELUDBFetchText(rows, row, column), nullptr, 10);
 }
 
 ResultHandle RowsTake(TallyReader *tallies, const std::string &sql) {
@@ -44,7 +39,7 @@ Tally GroupsTake(TallyReader *tallies, const std::string &select, size_t limit) 
                                                     std::to_string(limit != 0 ? limit : kGroupsMax));
     Tally tally;
     for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;) {
-        tally.groups.push_back({FieldOf(rows.get(), at, "name"), IntegerOf(rows.get(), at, "files"),
+        tally.groups.push_back({VELUDBFetchText(rows.get(), at, "name"), IntegerOf(rows.get(), at, "files"),
                                 RealOf(rows.get(), at, "bytes"), RealOf(rows.get(), at, "seconds")});
         tally.groups_in_all = IntegerOf(rows.get(), at, "groups_in_all");
     }

@@ -3,12 +3,14 @@
 // Going through bytes that have been read. Taking more than there is gives what there is, or 0, and is remembered.
 #pragma once
 
+#include <stddef.h>
+#include <stdint.h>
+
 #include <algorithm>
-#include <memory>
+#include <span>
 #include <string_view>
 
 #include "platform/bytes.h"
-#include "reader/input.h"
 
 using Bytes = std::span<const uint8_t>;
 
@@ -17,9 +19,10 @@ struct Cursor {
     bool cut = false; // more was asked for than there was
 };
 
-inline Bytes Take(Cursor *cursor, size_t size) {
+inline Bytes Take(Cursor *cursor, uint64_t size) {
     cursor->cut = cursor->cut || size > cursor->rest.size();
-    const Bytes taken = cursor->rest.first(std::min(size, cursor->rest.size()));
+    const Bytes taken =
+        cursor->rest.first(static_cast<size_t>(std::min<uint64_t>(size, cursor->rest.size())));
     cursor->rest = cursor->rest.subspan(taken.size());
     return taken;
 }
@@ -44,28 +47,4 @@ inline std::string_view Characters(Bytes bytes) {
 
 inline bool BeginsWith(Bytes bytes, std::string_view text) {
     return Characters(bytes).starts_with(text);
-}
-
-// Returns how many bytes of `out` there are in the file at an offset.
-inline size_t SoundRead(ReaderInput *input, int64_t offset, std::span<uint8_t> out) {
-    return InputRead(input, offset, std::as_writable_bytes(out));
-}
-
-// Bytes of a file in memory of their own.
-struct SoundBytes {
-    std::unique_ptr<uint8_t[]> data;
-    size_t size = 0;
-
-    Bytes View() const { return {data.get(), size}; }
-};
-
-// Reads what the file has from `offset` on, at most `size` bytes, which are the caller's to bound.
-inline SoundBytes SoundBytesRead(ReaderInput *input, int64_t offset, int64_t size) {
-    SoundBytes bytes;
-    size = std::min(size, input->size - offset);
-    if (offset < 0 || size <= 0)
-        return bytes;
-    bytes.data = std::make_unique_for_overwrite<uint8_t[]>(static_cast<size_t>(size));
-    bytes.size = SoundRead(input, offset, {bytes.data.get(), static_cast<size_t>(size)});
-    return bytes;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "reader/sound/mpeg_header.h"
+#include "reader/syntax/mpeg_header.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 // The header of a frame of MPEG audio (ISO/IEC 11172-3, 2.4.2.3; 13818-3; and the lower rates of "2.5").
 #pragma once
 
-#include "reader/sound/cursor.h"
+#include "reader/syntax/cursor.h"
 
 inline constexpr size_t kMpegHeaderSize = 4;
 
@@ -18,6 +18,10 @@ struct MpegHeader {
     uint32_t bytes = 0;      // of the frame; 0: free format
     uint32_t side_bytes = 0; // between the header and a Xing header
 };
+
+// Frames that have to be alike for a bit rate that does not vary, more than half a second: encoders of a varying rate begin
+// with some frames of silence that are.
+inline constexpr int kMpegSteadyFrames = 24;
 
 MpegHeader MpegHeaderParse(Bytes bytes);
 

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "catalogue/folder_cover.h"
+
+#include <dirent.h>
+#include <strings.h>
+
+#include <algorithm>
+#include <span>
+#include <tuple>
+#include <utility>
+
+#include "catalogue/bounds.h"
+#include "catalogue/cover_format.h"
+#include "daemon/walk_rules.h"
+#include "platform/file.h"
+#include "platform/limits.h"
+
+namespace {
+
+// Its place in the list; the list's size when it is not there.
+size_t PlaceIn(NameList names, std::string_view name) {
+    const auto is_it = [name](std::string_view one) {
+        return one.size() == name.size() && strncasecmp(one.data(), name.data(), name.size()) == 0;
+    };
+    return static_cast<size_t>(std::ranges::find_if(names, is_it) - names.begin());
+}
+
+// By how much a picture's name counts, what counts more first.
+using Rank = std::tuple<size_t, size_t, std::string_view>;
+
+Rank RankOf(std::string_view name) {
+    const size_t dot = std::min(name.rfind('.'), name.size());
+    return {PlaceIn(ActiveWalkRules().cover_names, name.substr(0, dot)),
+            PlaceIn(ActiveWalkRules().cover_extensions, name.substr(std::min(dot + 1, name.size()))), name};
+}
+
+bool CountsMore(const std::string &one, const std::string &other) {
+    return RankOf(one) < RankOf(other);
+}
+
+void NamesRead(FolderCovers::Directory *directory) {
+    directory->names.clear();
+    const DirHandle open(opendir(directory->path.empty() ? "/" : directory->path.c_str()));
+    while (const dirent *entry = open != nullptr ? readdir(open.get()) : nullptr) {
+        if (!IsFolderCover(entry->d_name))
+            continue;
+        auto &names = directory->names;
+        const std::string name = entry->d_name;
+        names.insert(std::ranges::upper_bound(names, name, CountsMore), name);
+        if (names.size() > kFolderCoversMax)
+            names.pop_back();
+    }
+}
+
+// What does not look like one is no picture.
+bool IsFit(const struct stat &status) {
+    return S_ISREG(status.st_mode) && status.st_size > 0 && status.st_size <= int64_t{kReaderPictureMax};
+}
+
+FolderCoverRef CoverLook(const FolderCovers::Directory &directory) {
+    FolderCover cover;
+    cover.looked = time(nullptr);
+    for (const std::string &name : directory.names) {
+        PictureBeside picture = {directory.path + '/' + name};
+        if (stat(picture.path.c_str(), &picture.status) == 0 && IsFit(picture.status))
+            cover.pictures.push_back(std::move(picture));
+    }
+    if (cover.pictures.empty())
+        return nullptr;
+    cover.stamp = FileStampBeside(cover.pictures);
+    if (directory.cover != nullptr && directory.cover->stamp == cover.stamp) // it has been stored, perhaps
+        return directory.cover;
+    return std::make_shared<FolderCover>(std::move(cover));
+}
+
+void DirectoryLook(FolderCovers::Directory *directory) {
+    struct stat status;
+    const time_t now = time(nullptr);
+    if (stat(directory->path.empty() ? "/" : directory->path.c_str(), &status) != 0)
+        status = {};
+    // Another name might have come in the same tick of the clock.
+    if (directory->looked == 0 || FileIsRecent(directory->status, directory->looked) ||
+        FileStampOf(status) != FileStampOf(directory->status)) {
+        directory->status = status;
+        directory->looked = now;
+        NamesRead(directory);
+    }
+    directory->cover = CoverLook(*directory);
+}
+
+// Opens a picture that is still the one that was looked at; empty when it is none.
+FdHandle PictureOpen(const PictureBeside &picture, PictureFormat *format) {
+    FdHandle file = OpenForReading(picture.path.c_str());
+    struct stat status;
+    std::byte head[kPictureHeadSize];
+    if (!file || fstat(file.get(), &status) != 0 || FileStampOf(status) != FileStampOf(picture.status))
+        return {};
+    const size_t got = FileReadUpTo(file, 0, head, sizeof head);
+    *format = PictureFormatOf(std::span(head).first(got));
+    return file;
+}
+
+} // namespace
+
+bool IsFolderCover(std::string_view name) {
+    const auto [named, extension, all] = RankOf(name);
+    return named < ActiveWalkRules().cover_names.size() &&
+           extension < ActiveWalkRules().cover_extensions.size();
+}
+
+FolderCoverRef FolderCoverOf(FolderCovers *known, const std::string &media_path, bool ahead) {
+    const size_t slash = media_path.rfind('/');
+    if (slash == std::string::npos)
+        return nullptr;
+    const std::string path = media_path.substr(0, slash);
+    auto &all = known->directories;
+    const auto found = std::ranges::find(all, path, &FolderCovers::Directory::path);
+    if (found != all.end())
+        all.splice(all.begin(), all, found);
+    else
+        all.push_front({path});
+    if (all.size() > kKnownDirectories)
+        all.pop_back();
+    FolderCovers::Directory &directory = all.front();
+    if (!ahead || !directory.walked)
+        DirectoryLook(&directory);
+    directory.walked = ahead;
+    return directory.cover;
+}
+
+FolderCoverEnd FolderCoverStore(FolderCover *cover, const char *media_path) {
+    for (const PictureBeside &picture : cover->pictures) {
+        PictureFormat format = PictureFormat::none;
+        const FdHandle file = PictureOpen(picture, &format);
+        if (!file)
+            return FolderCoverEnd::failed; // it has changed since, and will be looked at again
+        if (format == PictureFormat::none)
+            continue;
+        const auto bytes = static_cast<uint64_t>(picture.status.st_size);
+        if (CoverStore(media_path, {file.get(), bytes, CoverFormatOf(format)}, &cover->stored) != 0)
+            return FolderCoverEnd::failed;
+        return FileIsRecent(picture.status, cover->looked) ? FolderCoverEnd::unsure : FolderCoverEnd::stored;
+    }
+    return FolderCoverEnd::none;
+}

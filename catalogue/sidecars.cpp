@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "catalogue/sidecars.h"
+
+#include <dirent.h>
+#include <strings.h>
+
+#include <algorithm>
+
+#include "catalogue/bounds.h"
+#include "platform/file.h"
+
+namespace {
+
+constexpr std::string_view kExtension = ".xmp";
+
+bool IsSidecar(std::string_view name) {
+    return name.size() > kExtension.size() && strncasecmp(name.data() + name.size() - kExtension.size(),
+                                                          kExtension.data(), kExtension.size()) == 0;
+}
+
+// A directory that cannot be read may have some.
+bool HasSidecars(const std::string &folder) {
+    const DirHandle entries(opendir(folder.empty() ? "/" : folder.c_str()));
+    if (entries == nullptr)
+        return true;
+    while (const dirent *entry = readdir(entries.get())) {
+        if (IsSidecar(entry->d_name))
+            return true;
+    }
+    return false;
+}
+
+bool HasSidecarsKnown(SidecarFolders *known, const std::string &folder) {
+    auto &all = known->folders;
+    const auto found = std::ranges::find(all, folder, [](const auto &one) { return one.first; });
+    if (found != all.end()) {
+        all.splice(all.begin(), all, found);
+    } else {
+        all.emplace_front(folder, HasSidecars(folder));
+        if (all.size() > kKnownDirectories)
+            all.pop_back();
+    }
+    return all.front().second;
+}
+
+// In whatever case the extension is written.
+FdHandle SidecarOpen(const std::string &stem) {
+    constexpr unsigned kCases = 1u << (kExtension.size() - 1);
+    std::string path = stem + std::string(kExtension);
+    for (unsigned upper = 0; upper < kCases; ++upper) {
+        for (size_t i = 1; i < kExtension.size(); ++i) {
+            const bool raised = (upper >> (i - 1) & 1u) != 0;
+            path[stem.size() + i] = static_cast<char>(kExtension[i] - (raised ? 'a' - 'A' : 0));
+        }
+        if (FdHandle file = RegularFileOpen(path.c_str(), nullptr); file)
+            return file;
+    }
+    return {};
+}
+
+} // namespace
+
+std::vector<FdHandle> SidecarsOpen(SidecarFolders *known, const std::string &photo, bool ahead) {
+    const size_t slash = photo.rfind('/');
+    const size_t dot = photo.rfind('.');
+    std::vector<FdHandle> sidecars;
+    if (slash == std::string::npos || (ahead && !HasSidecarsKnown(known, photo.substr(0, slash))))
+        return sidecars;
+    if (FdHandle own = SidecarOpen(photo); own)
+        sidecars.push_back(std::move(own));
+    if (dot != std::string::npos && dot > slash + 1) {
+        if (FdHandle shared = SidecarOpen(photo.substr(0, dot)); shared)
+            sidecars.push_back(std::move(shared));
+    }
+    return sidecars;
+}

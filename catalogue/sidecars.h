@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// XMP files beside photos: "photo.jpg.xmp", as darktable and digiKam name them, which is of that file alone, before "photo.xmp", as
+// Adobe's programs do, which all files of the name share. What either says counts more than the photo itself: programs
+// write a sidecar where they leave the photo as the camera made it, so that it has what people have changed since, and digiKam,
+// darktable and Lightroom read it so.
+#pragma once
+
+#include <list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/handle.h"
+
+// Whether a directory has any, of those that were asked about last.
+struct SidecarFolders {
+    std::list<std::pair<std::string, bool>> folders = {}; // the last one first
+};
+
+// Opens those of a photo, the one that counts more first. With `ahead` its directory is looked through once, because others of
+// it will follow.
+std::vector<FdHandle> SidecarsOpen(SidecarFolders *known, const std::string &photo, bool ahead);

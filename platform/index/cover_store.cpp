@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "platform/index/cover_store.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <utility>
+
+#include "platform/file_bytes.h"
+#include "platform/index/cover_pictures.h"
+#include "platform/index/cover_place.h"
+#include "platform/media_record.h"
+#include "platform/own_group.h"
+
+namespace {
+
+constexpr char kLogName[] = "cover_store.c";
+
+// It is the picture that counts, and the only one that is kept (id3.org 2.3.0, section 4.15).
+constexpr int kFrontCover = 3;
+constexpr int kCoverIndex = 1;
+
+// A cover and what surrounds it.
+struct Place {
+    std::string path;
+    std::string folder; // of the media file's covers
+    std::string covers; // of all covers
+    bool had_covers = false;
+};
+
+bool PlaceMake(const char *media_path, int format, Place *place) {
+    char text[kMediaPathSize];
+    struct stat status;
+    if (GetCoverFolder(media_path, text, sizeof text) == 0)
+        return false;
+    place->folder = text;
+    place->had_covers = lstat(text, &status) == 0;
+    if (VELUIndexCoverDirGet(text, sizeof text) != 0)
+        return false;
+    place->covers = text;
+    if (!CoverPathMake(media_path, text, sizeof text, kFrontCover, kCoverIndex, format))
+        return false;
+    place->path = text;
+    return true;
+}
+
+// Puts what has been made beside the place into it.
+bool PlaceTake(const Place &place, const std::string &made) {
+    if (place.had_covers) {
+        const FdHandle covers = OpenForReading(place.covers.c_str(), O_DIRECTORY);
+        CoverPictureLeave(covers.get(), AT_FDCWD, place.path.c_str());
+    }
+    return rename(made.c_str(), place.path.c_str()) == 0;
+}
+
+std::string BesidePlace(const Place &place) {
+    return place.folder + '/' + kCoverNew;
+}
+
+// A link that is there already is as good.
+bool PlaceLink(const Place &place, const CoverStored &stored) {
+    if (stored.path.empty())
+        return false;
+    if (link(stored.path.c_str(), place.path.c_str()) != 0) {
+        if (errno != EEXIST)
+            return false;
+        if (IsFileAt(place.path.c_str(), stored.file.get()))
+            return true;
+        const std::string made = BesidePlace(place);
+        unlink(made.c_str());
+        if (link(stored.path.c_str(), made.c_str()) != 0 || !PlaceTake(place, made))
+            return false;
+    }
+    return IsFileAt(place.path.c_str(), stored.file.get());
+}
+
+// Returns the file, open; empty, with the reason in errno, on failure.
+FdHandle PlaceCopy(const Place &place, const CoverPicture &picture) {
+    const std::string made = BesidePlace(place);
+    unlink(made.c_str());
+    FdHandle file(open(made.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, OwnFileMode()));
+    if (file && FileBytesCopy(picture.file, file.get(), picture.bytes) &&
+        fchmod(file.get(), OwnFileMode()) == 0 && PlaceTake(place, made))
+        return file;
+    return {};
+}
+
+bool PictureStore(const Place &place, const CoverPicture &picture, CoverStored *stored) {
+    if (PlaceLink(place, *stored))
+        return true;
+    const std::string name = CoverPictureName(picture.file, picture.bytes);
+    if (name.empty()) {
+        errno = EIO;
+        return false;
+    }
+    const std::string by_content = place.covers + '/' + name;
+    if (FdHandle file = CoverPictureFind(by_content, picture.file, picture.bytes); file) {
+        OwnGroupGive(by_content.c_str());
+        *stored = {by_content, std::move(file)};
+        if (PlaceLink(place, *stored))
+            return true;
+    }
+    FdHandle file = PlaceCopy(place, picture);
+    if (!file)
+        return false;
+    const bool entered = CoverPictureEnter(place.path, by_content);
+    *stored = {entered ? by_content : place.path, std::move(file)};
+    return true;
+}
+
+} // namespace
+
+int CoverStore(const char *media_path, const CoverPicture &picture, CoverStored *stored) {
+    Place place;
+    errno = 0;
+    if (PlaceMake(media_path, picture.format, &place) && PictureStore(place, picture, stored)) {
+        if (place.had_covers)
+            CoverFolderClean(place.folder.c_str(), place.path.c_str() + place.folder.size() + 1);
+        return 0;
+    }
+    syslog(LOG_ERR, "%s (%d) Failed to store the cover of %s. (%s)", kLogName, __LINE__, media_path,
+           errno != 0 ? strerror(errno) : "there is no place for it");
+    *stored = {};
+    if (!place.folder.empty())
+        CleanOldCover(place.folder.c_str());
+    return -1;
+}

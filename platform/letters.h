@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Words of formats and protocols, which are those of ASCII.
+#pragma once
+
+#include <strings.h>
+
+#include <string_view>
+
+// Without regard to the case of ASCII.
+inline bool IsSame(std::string_view text, std::string_view other) {
+    return text.size() == other.size() && strncasecmp(text.data(), other.data(), text.size()) == 0;
+}

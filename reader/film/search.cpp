@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "reader/film/search.h"
+
+#include <string>
+
+#include "reader/film/mpeg_rate.h"
+
+namespace {
+
+// Those whose parameter sets libavformat takes out of the packets. Of others it takes the size from decoded pictures alone.
+bool HasParameterSets(AVCodecID codec) {
+    return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC;
+}
+
+// The names of all decoders but theirs, with commas.
+const std::string &DecodersLetIn() {
+    static const std::string let_in = [] {
+        std::string names;
+        void *place = nullptr;
+        while (const AVCodec *codec = av_codec_iterate(&place)) {
+            if (av_codec_is_decoder(codec) != 0 && !HasParameterSets(codec->id))
+                names.append(names.empty() ? "" : ",").append(codec->name);
+        }
+        return names;
+    }();
+    return let_in;
+}
+
+} // namespace
+
+int StreamsSearch(AVFormatContext *format) {
+    format->codec_whitelist = av_strdup(DecodersLetIn().c_str());
+    return format->codec_whitelist != nullptr ? avformat_find_stream_info(format, nullptr) : AVERROR(ENOMEM);
+}
+
+bool HasMeanOfFrames(const FilmView &view) {
+    constexpr int64_t kRateStep = 8000; // between rates that a frame of MPEG audio can have, in bit/s
+    return view.sound != nullptr && IsMpegAudio(view.sound->codecpar->codec_id) &&
+           view.sound->codecpar->bit_rate % kRateStep != 0;
+}
+
+bool IsPictureLeftOut(const FilmView &view) {
+    return view.film != nullptr && HasParameterSets(view.film->codecpar->codec_id) &&
+           (view.film->codecpar->width == 0 || view.film->codecpar->format == AV_PIX_FMT_NONE);
+}

@@ -1,0 +1,84 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""XMP files beside photos, which exiftool writes and reads."""
+import json
+import subprocess
+
+import pytest
+
+from harness import media
+
+PHOTO = "/volume1/photo"
+
+
+def written(path, **tags):
+    """Has exiftool write tags into a file, which it makes when it is XMP's. Gives its bytes."""
+    subprocess.run(["exiftool", "-q", "-overwrite_original", *(f"-{name.replace('_', ':')}={value}" for name, value in tags.items()), path],
+                   check=True)
+    return path.read_bytes()
+
+
+def title(path):
+    """What exiftool reads of it."""
+    told = subprocess.run(["exiftool", "-j", "-XMP-dc:Title", path], capture_output=True, check=True).stdout
+    return json.loads(told)[0].get("Title")
+
+
+@pytest.fixture
+def picture(tmp_path):
+    """A photo with a title and a camera of its own."""
+    path = tmp_path / "photo.jpg"
+    media.picture(str(path), 48, 36)
+    return written(path, **{"XMP-dc_Title": "In the file", "IFD0_Model": "M-1", "ExifIFD_ISO": 400})
+
+
+@pytest.fixture
+def sidecar(tmp_path):
+    def make(text):
+        path = tmp_path / f"{text}.xmp"
+        path.unlink(missing_ok=True)
+        content = written(path, **{"XMP-dc_Title": text})
+        assert title(path) == text
+        return content
+    return make
+
+
+def titles(daemon):
+    return {row["path"].rsplit("/", 1)[1]: row["title"] for row in daemon.rows("photo")}
+
+
+def test_what_lies_beside_a_photo_counts_more(box, picture, sidecar):
+    box.configure(rules="complete")
+    names = {"plain.jpg": (), "own.jpg": ("own.jpg.xmp",), "shared.jpg": ("shared.xmp",), "both.jpg": ("both.xmp", "both.jpg.xmp"),
+             "upper.JPG": ("upper.JPG.XMP",), "mixed.jpg": ("mixed.Xmp",), "more.dots.jpg": ("more.dots.xmp",),
+             "other.jpg": ("other.png.xmp", "othe.xmp", "other.jpg.xmp.bak", "another.xmp")}
+    for folder in ("with", "alone"):
+        for name, beside in names.items():
+            box.write(f"{PHOTO}/{folder}/{name}", picture)
+            for other in beside:
+                box.write(f"{PHOTO}/{folder}/{other}", sidecar(other))
+    box.mkdir(f"{PHOTO}/without")
+    box.write(f"{PHOTO}/without/plain.jpg", picture)
+    box.start()
+    box.index(f"A:{PHOTO}/with", f"A:{PHOTO}/without")
+    expected = {"plain.jpg": "In the file", "own.jpg": "own.jpg.xmp", "shared.jpg": "shared.xmp", "both.jpg": "both.jpg.xmp",
+                "upper.JPG": "upper.JPG.XMP", "mixed.jpg": "mixed.Xmp", "more.dots.jpg": "more.dots.xmp", "other.jpg": "In the file"}
+    assert titles(box) == expected
+    assert {row["camera_model"] for row in box.rows("photo")} == {"M-1"}
+    box.index(*(f"a:{PHOTO}/alone/{name}" for name in names))
+    assert {row["path"].rsplit("/", 1)[1]: row["title"] for row in box.rows("photo") if "/alone/" in row["path"]} == expected
+
+
+def test_what_is_no_sidecar_harms_nobody(box, picture):
+    box.configure(rules="complete")
+    for name in ("folder", "pipe", "damaged", "huge", "lost"):
+        box.write(f"{PHOTO}/{name}.jpg", picture)
+    box.mkdir(f"{PHOTO}/folder.xmp")
+    box.box.ask("run", arguments=["/usr/bin/mkfifo", f"{PHOTO}/pipe.xmp"], environment={}, timeout=60)
+    box.box.ask("run", arguments=["/bin/ln", "-s", "nowhere", f"{PHOTO}/lost.xmp"], environment={}, timeout=60)
+    box.write(f"{PHOTO}/damaged.xmp", b"<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF" + b"\xff<" * 100)
+    box.write(f"{PHOTO}/huge.xmp", b" " * (20 << 20))
+    box.start()
+    first = len(box.log.lines)
+    box.index(f"A:{PHOTO}")
+    assert titles(box) == {f"{name}.jpg": "In the file" for name in ("folder", "pipe", "damaged", "huge", "lost")}
+    assert not [line for line in box.log.texts()[first:] if "cannot be read" in line]
