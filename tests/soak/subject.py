@@ -4,7 +4,7 @@ import os
 import re
 import shutil
 
-from harness.daemon import Daemon
+from harness.daemon import Daemon, wait_for
 
 SHARES = ("/volume1/music/soak", "/volume1/photo/soak")
 GOOD = "/volume1/music/good"
@@ -12,6 +12,7 @@ TABLES = ("music", "video", "photo", "playlist")
 # Columns that a good file's row has from its place and the moment.
 OWN = frozenset(("path", "title", "create_time", "modify_time"))
 BATCH_PATIENCE = 180
+SETTLE_PATIENCE = 20
 UNREAD = r"(/.*) cannot be read: (.*)\.$"  # a path, and why
 # With a quarantine of its own size the sanitizer's allocator stops growing soon.
 SANITIZER = ":quarantine_size_mb=8:thread_local_quarantine_size_kb=64"
@@ -134,12 +135,20 @@ class Subject:
             "files": sorted(files),
         }
 
-    def _check_remains(self):
-        remains = self._remains()
-        for what, now in remains.items():
+    def _left_behind(self):
+        """What there is more of than at first, in a sentence, or None."""
+        for what, now in self._remains().items():
             more = [one for one in now if one not in self.baseline[what]]
             if len(now) > len(self.baseline[what]) or (what == "files" and more):
-                raise Finding(f"{what} that stay behind: {more or now}")
+                return f"{what} that stay behind: {more or now}"
+        return None
+
+    def _check_remains(self):
+        # The run says that it is over before it lets go of its queue.
+        try:
+            wait_for(lambda: not self._left_behind(), "what a run holds to be let go of", SETTLE_PATIENCE)
+        except AssertionError as late:
+            raise Finding(self._left_behind() or str(late)) from None
         memory = int(self.daemon.status_field("VmRSS"))
         if self.batches <= WARM_UP:
             self.most["memory"] = max(memory, self.most.get("memory", 0))
