@@ -15,6 +15,7 @@
 #include "catalogue/fact_rows.h"
 #include "catalogue/file_stamp.h"
 #include "catalogue/file_trouble.h"
+#include "catalogue/last_picture.h"
 #include "catalogue/photo_date.h"
 #include "catalogue/playlist_entries.h"
 #include "catalogue/reader_cover.h"
@@ -93,6 +94,8 @@ int RowSave(MediaKind named, const FileReport &report, const char *path, const s
     std::vector<std::string> date_source;
     if (kind == kMediaPhoto)
         date_source = PhotoDateFill(report.status.st_mtim.tv_sec, &record);
+    if (kind == kMediaPhoto)
+        LastPictureKeep(record);
     FactRowsAdd(&known, "date_source", date_source);
     if (kind == kMediaVideo)
         FactRowsAdd(&known, kSubtitleFact, report.subtitles);
@@ -157,6 +160,7 @@ int NeighboursSave(const FileReport &report, const char *path) {
 } // namespace
 
 int ByReaderAdd(const ByReader &by, MediaKind named, const char *path) {
+    LastPictureForget();
     FileReport report = FileReadTake(path, by.use);
     bool changed = false;
     std::string stamp = IsRead(report) ? FileStampOfRead(path, report.status, report.looked, &changed) : "";

@@ -24,7 +24,7 @@ struct Row {
 
 constexpr ByReader kSound = {.use = {.first = ReaderKind::sound_and_photos, .folder_cover = true}};
 constexpr ByReader kFilm = {.use = {.first = ReaderKind::films, .subtitles = true, .folder_cover = true}};
-// The photo library looks at a picture by itself.
+// The photo library has pictures that cannot be read, too.
 constexpr ByReader kPhoto = {.use = {.first = ReaderKind::sound_and_photos, .sidecars = true},
                              .unread_fails = false};
 

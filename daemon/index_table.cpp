@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <strings.h>
 
+#include <algorithm>
 #include <iterator>
+#include <string_view>
 
 #include "daemon/index.h"
 #include "daemon/walk_rules.h"
+#include "daemon/walk_rules_pictures.h"
 #include "platform/rule_set.h"
 
 constexpr IndexHandler IndexHandlerTable[] = {
@@ -162,6 +165,20 @@ constexpr IndexHandler CompleteHandlerTable[] = {
 static_assert(std::size(CompleteHandlerTable) == 72 + 1);
 
 namespace {
+
+constexpr bool IsCompletePhoto(const IndexHandler &row) {
+    return row.extension == nullptr || row.indexer != Indexer::photo ||
+           std::ranges::find(kCompletePictures, std::string_view(row.extension)) !=
+               std::end(kCompletePictures);
+}
+
+constexpr bool IsPhotoRow(const IndexHandler &row) {
+    return row.extension != nullptr && row.indexer == Indexer::photo;
+}
+
+static_assert(std::ranges::all_of(CompleteHandlerTable, IsCompletePhoto) &&
+                  std::ranges::count_if(CompleteHandlerTable, IsPhotoRow) == std::ssize(kCompletePictures),
+              "the photo library and the media catalogue have the same pictures");
 
 const IndexHandler *Find(const IndexHandler *row, const char *extension) {
     for (; row->extension != nullptr; ++row) {

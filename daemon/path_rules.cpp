@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "daemon/walk_rules.h"
+#include "platform/veluindex.h"
 
 namespace {
 
@@ -53,6 +54,15 @@ bool IsLibraryPath(const char *path) {
     const std::string_view text = path;
     return !IsAttributePath(path) &&
            !IsNameLeftOut(ActiveWalkRules().library, text.substr(text.rfind('/') + 1));
+}
+
+bool IsPictureExtension(const char *extension) {
+    return extension != nullptr &&
+           (BlVELUIndexIsPhotoOnWeb(extension) != 0 || IsExtensionOf(ActiveWalkRules().pictures, extension));
+}
+
+bool HasPictureExtension(const char *path) {
+    return IsPictureExtension(VELUIndexExtGet(path));
 }
 
 bool IsLibrarySize(int64_t size) {

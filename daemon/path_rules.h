@@ -27,5 +27,9 @@ int IsRecyclePath(const char *path);
 // True for a file that the photo library may have by its path: none that is hidden or in an attribute directory.
 [[nodiscard]] bool IsLibraryPath(const char *path);
 
+// True for the extension of a picture that the photo library takes, without its dot; null: none. And for a path that has one.
+[[nodiscard]] bool IsPictureExtension(const char *extension);
+[[nodiscard]] bool HasPictureExtension(const char *path);
+
 // True for the size in bytes of a picture that the photo library takes.
 [[nodiscard]] bool IsLibrarySize(int64_t size);

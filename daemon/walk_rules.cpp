@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "daemon/walk_rules_pictures.h"
 #include "platform/limits.h"
 #include "platform/rule_set.h"
 
@@ -66,8 +67,9 @@ constexpr WalkRules kCompleteRules = {
     .companions = kDiscCompanions,
     .cover_names = kCoverNames,
     .cover_extensions = kCoverExtensions,
+    .pictures = kCompletePictures,
     .picture_size_min = 1,
-    .picture_size_end = kPhotoSizeEnd,
+    .picture_size_end = kReadPictureSizeEnd,
     .volume_length = std::string_view("/volume1").size(),
     .photo_share = "photo",
 };
@@ -111,6 +113,10 @@ bool IsNameLeftOut(const NameRules &rules, std::string_view name) {
 
 bool IsDirectoryNameLeftOut(const NameRules &rules, std::string_view name) {
     return IsNameLeftOut(rules, name) || IsListed(rules.directory_names, name) || HasPartLeftOut(rules, name);
+}
+
+bool IsExtensionOf(NameList extensions, std::string_view extension) {
+    return IsListedInAnyCase(extensions, extension);
 }
 
 LeftOut ExtensionLeftOut(std::string_view extension) {

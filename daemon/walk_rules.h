@@ -62,6 +62,8 @@ struct WalkRules {
     NameList cover_names = {};
     NameList cover_extensions = {};
 
+    NameList pictures = {}; // extensions of pictures of the photo library, beside those of web photos
+
     int64_t picture_size_min; // bytes of a picture of the photo library, at least
     int64_t picture_size_end; // and less than
 
@@ -88,6 +90,9 @@ LeftOut NameLeftOut(const NameRules &rules, std::string_view name);
 
 // True when the rules leave a directory of this name out: those for entries, and those for directories alone.
 [[nodiscard]] bool IsDirectoryNameLeftOut(const NameRules &rules, std::string_view name);
+
+// True when an extension is one of a list (compared without case).
+[[nodiscard]] bool IsExtensionOf(NameList extensions, std::string_view extension);
 
 // Returns why the rules leave out files of an extension (compared without case); nothing also for an unknown one.
 LeftOut ExtensionLeftOut(std::string_view extension);

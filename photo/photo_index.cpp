@@ -10,12 +10,14 @@
 
 #include "catalogue/exif.h"
 #include "catalogue/features.h"
+#include "catalogue/picture_columns.h"
 #include "catalogue/util.h"
 #include "daemon/path_rules.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_ea.h"
 #include "photo/photo_queue.h"
 #include "photo/photo_record.h"
+#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -62,17 +64,8 @@ Met MetWithout() {
     return gone ? Met::left_out : Met::unreadable;
 }
 
-Met FileStore(const char *path, PhotoRecord *record) {
-    struct stat status;
-    if (stat(path, &status) != 0)
-        return MetWithout();
-    if (!S_ISREG(status.st_mode) || !IsLibrarySize(status.st_size))
-        return Met::left_out;
-    record->file_size = status.st_size;
-    ExifInfoGet(record);
-    if (stat(path, &status) != 0)
-        return MetWithout();
-    CreateTimeStore(status.st_ctime, record);
+// Puts the size of the picture itself in the place of that in its EXIF data, and takes out what cameras write by mistake.
+void HeaderStore(const char *path, PhotoRecord *record) {
     int width = 0;
     int height = 0;
     if (VELUIndexImgResGet(path, &width, &height) == 0) {
@@ -80,6 +73,25 @@ Met FileStore(const char *path, PhotoRecord *record) {
         record->height = height;
     }
     PhotoRecordSanitize(record);
+}
+
+Met FileStore(const char *path, PhotoRecord *record) {
+    struct stat status;
+    if (stat(path, &status) != 0)
+        return MetWithout();
+    if (!S_ISREG(status.st_mode) || !IsLibrarySize(status.st_size))
+        return Met::left_out;
+    record->file_size = status.st_size;
+    const bool by_reader = RuleSetActive() == RuleSet::complete; // which has seen all of it
+    if (by_reader && !PictureColumnsGet(record))
+        return Met::unreadable;
+    if (!by_reader)
+        ExifInfoGet(record);
+    if (stat(path, &status) != 0)
+        return MetWithout();
+    CreateTimeStore(status.st_ctime, record);
+    if (!by_reader)
+        HeaderStore(path, record);
     if (record->date_taken[0] == '\0')
         DateFromTimes(status.st_ctime, record);
     return Met::stored;
@@ -136,12 +148,11 @@ bool IsInPhotoLibrary(const char *path) {
 }
 
 bool IsLibraryPicture(const char *path, int64_t size) {
-    return IsInPhotoLibrary(path) && BlVELUIndexIsPhotoOnWebFile(path) != 0 && IsLibraryPath(path) &&
-           IsLibrarySize(size);
+    return IsInPhotoLibrary(path) && HasPictureExtension(path) && IsLibraryPath(path) && IsLibrarySize(size);
 }
 
 PhotoFileKind PhotoFileKindGet(const char *extension) {
-    if (BlVELUIndexIsPhotoOnWeb(extension))
+    if (IsPictureExtension(extension))
         return PhotoFileKind::picture;
     if (BlVELUIndexIsVideoOnWeb(extension))
         return PhotoFileKind::web_video;

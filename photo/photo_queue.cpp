@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "catalogue/features.h"
+#include "daemon/path_rules.h"
 #include "platform/handle.h"
 #include "platform/limits.h"
 #include "platform/veluindex.h"
@@ -76,7 +77,7 @@ int LineAppend(int file, const char *line, const char *queue_file) {
 bool ThumbTargetGet(char *path, mode_t type) {
     if (S_ISDIR(type))
         return true;
-    if (!BlVELUIndexIsPhotoOnWebFile(path))
+    if (!HasPictureExtension(path))
         return false;
     if (char *slash = strrchr(path, '/'); slash != nullptr)
         *slash = '\0';

@@ -85,12 +85,12 @@ bool KnownGet(const char *dir, bool again, Known *known) {
 
 // True for a known picture that the media catalogue has lost.
 bool LacksMedia(const Known &known, const char *path) {
-    return known.media_told && known.media.count(path) == 0 && BlVELUIndexIsPhotoOnWebFile(path) != 0;
+    return known.media_told && known.media.count(path) == 0 && HasPictureExtension(path);
 }
 
 void KnownPathUpdate(const Known &known, const char *path, bool *missed) {
     if (!IsSeen(path)) {
-        *missed = BlVELUIndexIsPhotoOnWebFile(path) != 0;
+        *missed = HasPictureExtension(path);
         return;
     }
     VELUIndexRunPause();

@@ -98,6 +98,10 @@ inline constexpr uint64_t kMp4DescriptorPrefix = 512;
 // A picture for the photo library is smaller than this: decoding larger ones is beyond a small machine.
 inline constexpr int64_t kPhotoSizeEnd = int64_t{20} * 1024 * 1024;
 
+// The same under the rules `complete`, whose readers take no more of a picture than what says something about it: raw photos are
+// TIFF files mostly, whose offsets reach no further.
+inline constexpr int64_t kReadPictureSizeEnd = int64_t{4} * 1024 * 1024 * 1024;
+
 // What the readers of picture sizes hold of a file at a time. Most pictures tell their size within the first
 // page, and a page is what a read brings in anyway.
 inline constexpr size_t kImageWindow = 4096;

@@ -47,6 +47,11 @@ constexpr char kSavePhoto[] =
     "excluded.iso, "
     "file_size = excluded.file_size, updated = excluded.updated";
 
+// A picture in the media catalogue, by the names that the photo catalogue has.
+#define PICTURE_COLUMNS                                                                                      \
+    "camera_make as make, camera_model as model, exposure_time as exposure, f_number as fnumber, "           \
+    "date_taken, width, height, iso_speed as iso"
+
 // What a user wrote about the video stays.
 constexpr char kMarkVideo[] =
     "insert into video_desc (path, title, description, updated) values ($1, '', '', '1') "
@@ -224,6 +229,8 @@ std::string StatementText(int statement) {
         return RowsOfPathText();
     case StoreOperation::mediaInRange:
         return MediaInRangeText();
+    case StoreOperation::pictureOf:
+        return "select " PICTURE_COLUMNS " from photo where path = $1";
     case StoreOperation::keepPhotos:
         return "update photo_image set updated = '1' where path = $1 or (path >= $2 and path < $3)";
     case StoreOperation::savePhoto:

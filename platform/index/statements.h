@@ -20,6 +20,7 @@ enum class StoreOperation : int {
     pathsInRange,  // from, before, how many: of a table of the photo catalogue
     rowsOfPath,    // path: kind, size, time of change and cover of its media rows
     mediaInRange, // from, before, how many: kind (kMediaTree for `directory`) and path of media rows, in their order
+    pictureOf,     // path: what a media row has of a picture, by the names of photo_image
     keepPhotos,    // path, from, before
     savePhoto,     // the columns of photo_image, the path first; title and description handed over, else null
     displacePhoto, // path that is to be free, path that is to move there

@@ -8,6 +8,7 @@
 //   film TEXT        likewise a film; the reader of sound and photos sends it on
 //   song TEXT        likewise sound; the reader of films sends it on
 //   photo TEXT       likewise a picture; so is what begins as a JPEG does
+//   camera TEXT      a picture of that camera, with a date and a size
 //   picture N TEXT   sound with a cover of N bytes
 //   altered N TEXT   likewise, whose last byte is another one
 //   png, webp, gif N TEXT   likewise, in that format
@@ -180,6 +181,14 @@ void Do(const Request &request, const std::string &line) {
         SentOnOr(answer, ReaderKind::sound_and_photos, ContentClass::sound, rest);
     } else if (what == "photo" || what.starts_with("\xFF\xD8")) {
         SentOnOr(answer, ReaderKind::sound_and_photos, ContentClass::picture, rest);
+    } else if (what == "camera") {
+        Answered(&answer, ContentClass::picture, rest);
+        FactAddText(&answer.facts, FactName::camera_model, FactSource::own, rest);
+        FactAddText(&answer.facts, FactName::date_taken, FactSource::own, "2001-02-03 04:05:06");
+        FactAddNumber(&answer.facts, FactName::width, FactSource::own, 12000);
+        FactAddNumber(&answer.facts, FactName::height, FactSource::own, 9000);
+        FactAddNumber(&answer.facts, FactName::iso_speed, FactSource::own, 400);
+        Send(answer);
     } else if (const PictureWord *word = PictureFind(what); word != nullptr) {
         Answered(&answer, ContentClass::sound, rest.substr(std::min(rest.find(' '), rest.size() - 1) + 1));
         PicturePut(request, &answer, *word, strtoul(rest.c_str(), nullptr, 10));

@@ -14,6 +14,7 @@
 #include "container/metavideo.h"
 #include "container/mp4_reader.h"
 #include "daemon/index.h"
+#include "daemon/path_rules.h"
 #include "platform/veluindex.h"
 #include "tools/veluctl/record_parts.h"
 
@@ -116,7 +117,7 @@ std::span<const Reader> Readers() {
 }
 
 unsigned ReaderKindsOf(const char *extension) {
-    if (BlVELUIndexIsPhotoOnWeb(extension))
+    if (IsPictureExtension(extension))
         return kPictureFiles;
     if (BlVELUIndexIsVideo(extension))
         return kVideoFiles;

@@ -76,7 +76,7 @@ bool IsLibraryRename(const Changes &changes, const Rename &move) {
 bool IsSameKind(const Rename &move) {
     const char *to = VELUIndexExtGet(move.new_path.c_str());
     const char *from = VELUIndexExtGet(move.old_path.c_str());
-    return BlVELUIndexIsPhotoOnWeb(to) == BlVELUIndexIsPhotoOnWeb(from) &&
+    return IsPictureExtension(to) == IsPictureExtension(from) &&
            BlVELUIndexIsVideoOnWeb(to) == BlVELUIndexIsVideoOnWeb(from) &&
            BlVELUIndexIsVideo(to) == BlVELUIndexIsVideo(from);
 }

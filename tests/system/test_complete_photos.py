@@ -1,0 +1,94 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The photo library under the rules `complete`: what it has of pictures of every format beside exiftool and the media catalogue."""
+import pytest
+
+from harness import pictures
+from harness.photo_facts import EXPLAINED, expected, library
+from test_complete_facts import again as done
+from test_complete_facts import box, read  # noqa: F401  (box is a fixture)
+
+PHOTO = "/volume1/photo"
+# The photo library's columns, the media catalogue's, and the facts that exiftool's tags amount to.
+COLUMNS = {"make": "camera_make", "model": "camera_model", "exposure": "exposure_time", "fnumber": "f_number", "date_taken": "date_taken",
+           "iso": "iso_speed", "width": "width", "height": "height", "file_size": "file_size"}
+NOT_TAGS = {"width", "height", "file_size"}
+# What the daemon knows no extension of.
+UNKNOWN = ("j2k", "mef", "mos")
+
+
+def by_path(box, table):
+    return {row["path"]: row for row in read(box, table)}
+
+
+def differences(box):
+    """Between the two catalogues."""
+    media = by_path(box, "photo")
+    library_rows = by_path(box, "photo_image")
+    assert media.keys() == library_rows.keys()
+    return [(path, name, row[name], media[path][other]) for path, row in library_rows.items() for name, other in COLUMNS.items()
+            if row[name] != media[path][other]]
+
+
+@pytest.mark.parametrize("lines", [(f"A:{PHOTO}",), ("R:photo",)], ids=["added", "resynchronised"])
+def test_pictures_of_every_format_as_exiftool_reads_them(box, lines):  # noqa: F811
+    folder = library()
+    shapes = [path for path in pictures.every(folder) if path.suffix[1:] not in UNKNOWN]
+    for path in shapes:
+        box.copy(path, f"{PHOTO}/Formats/{path.name}")
+    done(box, *lines)
+    assert not differences(box)
+    rows = by_path(box, "photo_image")
+    assert len(rows) == len(shapes)
+    tags = pictures.exiftool(folder)
+    wrong = []
+    for path in shapes:
+        row, told = rows[f"{PHOTO}/Formats/{path.name}"], expected(tags[path.name])
+        assert (row["width"], row["height"]) == (48, 36), path.name
+        for name, fact in COLUMNS.items():
+            if fact in NOT_TAGS or (path.name, fact) in EXPLAINED or (fact == "date_taken" and fact not in told):
+                continue
+            theirs = int(told.get(fact, [0])[0]) if name == "iso" else told.get(fact, [""])[0]
+            if row[name] != theirs:
+                wrong.append(f"{path.name}: {name}: {row[name]!r} instead of {theirs!r}")
+    assert not wrong, "\n".join(wrong)
+
+
+def test_large_raw_photos_and_sidecars_are_of_the_library(box):  # noqa: F811
+    folder = library()
+    raw = box.write(f"{PHOTO}/Raw/large.dng", (folder / "raw.dng").read_bytes())
+    with open(box.box.path(raw), "r+b") as file:
+        file.truncate(200 * 1024 * 1024)
+    plain = box.copy(folder / "plain.heic", f"{PHOTO}/Raw/IMG_20190504_101112.heic")
+    done(box, f"A:{PHOTO}")
+    assert not differences(box)
+    rows = by_path(box, "photo_image")
+    assert rows[raw]["file_size"] == 200 * 1024 * 1024 and rows[raw]["make"]
+    assert rows[plain]["date_taken"] == "2019-05-04 10:11:12"
+
+
+def test_every_command_keeps_both_catalogues_in_step(box):  # noqa: F811
+    folder = library()
+    names = {"a.heic": "all.heic", "b.webp": "all.webp", "c.cr2": "raw.cr2", "d.jpg": "exif-MM.jpg", "e.avif": "xmp.avif"}
+    for name, shape in names.items():
+        box.copy(folder / shape, f"{PHOTO}/One/{name}")
+    done(box, f"A:{PHOTO}/One")
+    assert len(by_path(box, "photo_image")) == len(names) and not differences(box)
+    box.box.ask("run", arguments=["/bin/mv", f"{PHOTO}/One", f"{PHOTO}/Two"], environment={}, timeout=60)
+    done(box, f"N:{PHOTO}/Two:{PHOTO}/One")
+    assert len(by_path(box, "photo_image")) == len(names) and not differences(box)
+    box.box.ask("run", arguments=["/bin/mv", f"{PHOTO}/Two/a.heic", f"{PHOTO}/Two/f.heic"], environment={}, timeout=60)
+    done(box, f"N:{PHOTO}/Two/f.heic:{PHOTO}/Two/a.heic")
+    assert f"{PHOTO}/Two/f.heic" in by_path(box, "photo_image") and not differences(box)
+    box.copy(folder / "plain.jpg", f"{PHOTO}/Two/d.jpg")
+    box.remove(f"{PHOTO}/Two/b.webp")
+    done(box, f"a:{PHOTO}/Two/d.jpg", f"d:{PHOTO}/Two/b.webp")
+    rows = by_path(box, "photo_image")
+    assert rows[f"{PHOTO}/Two/d.jpg"]["make"] == "" and f"{PHOTO}/Two/b.webp" not in rows and not differences(box)
+    box.copy(folder / "exif-II.jpg", f"{PHOTO}/Two/d.jpg")
+    done(box, "U:photo")
+    assert by_path(box, "photo_image")[f"{PHOTO}/Two/d.jpg"]["make"] and not differences(box)
+    box.remove(f"{PHOTO}/Two/c.cr2")
+    box.copy(folder / "raw.nef", f"{PHOTO}/Two/g.nef")
+    done(box, "R:photo", "R:all")
+    assert set(by_path(box, "photo_image")) == {f"{PHOTO}/Two/{name}" for name in ("d.jpg", "e.avif", "f.heic", "g.nef")}
+    assert not differences(box)

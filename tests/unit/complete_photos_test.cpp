@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The photo library under the rules `complete`: it has of each picture what was read for the media catalogue.
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "catalogue/file_stamp.h"
+#include "daemon/index.h"
+#include "daemon/path_rules.h"
+#include "photo/photo_queue.h"
+#include "platform/limits.h"
+#include "tests/unit/complete_fixture.h"
+#include "tests/unit/photo_catalogue.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string kPhotos = "/volume1/photo";
+const std::string kPicture = kPhotos + "/A/a.heic";
+constexpr char kThumbQueue[] = "/var/spool/thumb_create.queue";
+constexpr char kThumbPidFile[] = "/var/run/velumkthumbd.pid";
+
+class CompletePhotos : public CompleteFixture {
+protected:
+    CompletePhotos() { supportphoto = 1; }
+    ~CompletePhotos() override { supportphoto = 0; }
+};
+
+// What both catalogues have of a picture, in the words of the photo library's columns.
+using Columns = std::map<std::string, std::string>;
+
+Columns LibraryColumns(const std::string &path) {
+    Columns columns;
+    for (const char *name :
+         {"make", "model", "exposure", "fnumber", "date_taken", "width", "height", "iso", "file_size"})
+        columns[name] =
+            PhotoQuery("select " + std::string(name) + " as x from photo_image where path = '" + path + "'");
+    return columns;
+}
+
+Columns MediaColumns(const std::string &path) {
+    std::map<std::string, std::string> row = MediaRow("photo", path);
+    return {
+        {"make", row["camera_make"]}, {"model", row["camera_model"]},    {"exposure", row["exposure_time"]},
+        {"fnumber", row["f_number"]}, {"date_taken", row["date_taken"]}, {"width", row["width"]},
+        {"height", row["height"]},    {"iso", row["iso_speed"]},         {"file_size", row["file_size"]}};
+}
+
+std::string Model(const std::string &path) {
+    return PhotoQuery("select model as x from photo_image where path = '" + path + "'");
+}
+
+void PhotosWalk(int mode = kIndexAdd, int mask = kWalkMedia | kWalkPhotoLibrary) {
+    InRun([=] { IndexDirWalk(kPhotos.c_str(), mode, mask); });
+}
+
+// Saves a media row of a picture as if it had been read, long at rest, and were of another camera than it says.
+void UnchangedSave(const std::string &path, const std::string &model) {
+    MediaInfo record = {};
+    snprintf(record.path, sizeof record.path, "%s", path.c_str());
+    snprintf(record.camera_model, sizeof record.camera_model, "%s", model.c_str());
+    struct stat status;
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    const std::string stamp = FileStampOf(status);
+    InRun([&] { EXPECT_EQ(MediaInfoDBSaveFile(kMediaPhoto, &record, {.stamp = stamp}), 0); });
+}
+
+} // namespace
+
+TEST_F(CompletePhotos, AreOfEveryFormatAndOfAnySize) {
+    for (const char *name : {"a.jpg", "b.HEIC", "c.avif", "d.webp", "e.cr2", "f.dng", "g.svg"}) {
+        const std::string path = kPhotos + "/" + name;
+        FileWrite(path, "camera " + std::string(name));
+        PhotosWalk();
+        EXPECT_EQ(LibraryColumns(path), MediaColumns(path)) << name;
+        EXPECT_EQ(Model(path), name);
+        EXPECT_EQ(LibraryColumns(path)["date_taken"], "2001-02-03 04:05:06");
+        EXPECT_EQ(LibraryColumns(path)["width"], "12000");
+    }
+    for (const IndexHandler *row = CompleteHandlerTable; row->extension != nullptr; ++row)
+        EXPECT_EQ(IsPictureExtension(row->extension), IndexRecipeOf(row->indexer).kind == kMediaPhoto)
+            << row->extension;
+    EXPECT_FALSE(IsPictureExtension(nullptr));
+    EXPECT_TRUE(IsLibrarySize(kPhotoSizeEnd));
+    EXPECT_TRUE(IsLibrarySize(kReadPictureSizeEnd - 1));
+    EXPECT_FALSE(IsLibrarySize(kReadPictureSizeEnd));
+    RulesSet("appliance");
+    EXPECT_FALSE(IsPictureExtension("heic"));
+    EXPECT_TRUE(IsPictureExtension("JPG"));
+    EXPECT_FALSE(IsLibrarySize(kPhotoSizeEnd));
+}
+
+TEST_F(CompletePhotos, AreReadOnceForBothCatalogues) {
+    FileWrite(kPicture, "camera One");
+    InRun([] {
+        EXPECT_EQ(IndexFileAdd(kPicture.c_str(), kIndexAdd), 0);
+        FileReadersEnd();
+        reader_programs[0] = "/nonexistent"; // whoever asks it costs a line
+        EXPECT_EQ(PhotoLibraryFileUpdate(kPicture.c_str(), kIndexUpdate), 0);
+    });
+    EXPECT_EQ(Model(kPicture), "One");
+    EXPECT_EQ(LogTakeTexts(), Texts{});
+}
+
+TEST_F(CompletePhotos, AreNotReadAgainWhileTheyHaveNotChanged) {
+    FileWrite(kPicture, "camera One");
+    UnchangedSave(kPicture, "known");
+    PhotosWalk(kIndexUpdate, kWalkPhotoLibrary);
+    EXPECT_EQ(Model(kPicture), "known");
+    UnchangedSave(kPicture, "known by then");
+    PhotosWalk();
+    EXPECT_EQ(Model(kPicture), "known by then");
+}
+
+TEST_F(CompletePhotos, ThatHaveChangedAreReadForBothCatalogues) {
+    FileWrite(kPicture, "camera One");
+    UnchangedSave(kPicture, "known");
+    FileWrite(kPicture, "camera Second");
+    PhotosWalk(kIndexUpdate, kWalkPhotoLibrary);
+    EXPECT_EQ(Model(kPicture), "Second");
+    EXPECT_EQ(LibraryColumns(kPicture), MediaColumns(kPicture));
+}
+
+TEST_F(CompletePhotos, ThatCannotBeReadHaveRowsAllTheSame) {
+    const std::string path = kPhotos + "/IMG_20190504_101112.jpg";
+    FileWrite(path, "failed on purpose");
+    PhotosWalk();
+    EXPECT_EQ(LibraryColumns(path)["date_taken"], "2019-05-04 10:11:12");
+    EXPECT_EQ(LibraryColumns(path), MediaColumns(path));
+}
+
+// One whose name is a picture's is of the photo library, and has nothing of a picture.
+TEST_F(CompletePhotos, ThatAreNoneHaveTheFilesTime) {
+    const std::string path = kPhotos + "/film.jpg";
+    FileWrite(path, "camera One");
+    PhotosWalk();
+    FileWrite(path, "film F");
+    PhotosWalk();
+    EXPECT_EQ(MediaPaths("video"), Texts{path});
+    EXPECT_EQ(Model(path), "");
+    EXPECT_EQ(LibraryColumns(path)["date_taken"].size(), std::string("2001-02-03 04:05:06").size());
+}
+
+TEST_F(CompletePhotos, KeepTheirRowsWhileTheMediaCatalogueIsAway) {
+    FileWrite(kPicture, "camera One");
+    PhotosWalk();
+    EXPECT_EQ(Model(kPicture), "One");
+    FileWrite(kPicture, "camera Second");
+    FileWrite("/etc/veluinfo.conf", "rules=\"complete\"\nmediadb=\"sqlite:/proc/none.db\"\n");
+    VELUIndexRunBegin();
+    VELUIndexRunRules(RuleSet::complete);
+    bool missed = false;
+    EXPECT_EQ(PhotoLibraryFileUpdate(kPicture.c_str(), kIndexUpdate, &missed), 0);
+    EXPECT_TRUE(missed);
+    VELUIndexRunEnd();
+    EXPECT_EQ(Model(kPicture), "One");
+}
+
+TEST_F(CompletePhotos, OfAnyFormatHaveTheirDirectoriesAskedFor) {
+    FileWrite(kThumbPidFile, std::to_string(getpid()) + "\n");
+    unlink(kThumbQueue);
+    signal(SIGUSR1, SIG_IGN);
+    FileWrite(kPicture, "camera One");
+    PhotosWalk();
+    signal(SIGUSR1, SIG_DFL);
+    EXPECT_EQ(FileRead(kThumbQueue), kPhotos + "/A\n");
+    unlink(kThumbPidFile);
+}
