@@ -160,28 +160,27 @@ void ItemsAddJoined(TagItems *items, const AVDictionaryEntry &entry) {
     }
 }
 
-void ItemsAdd(TagItems *items, const AVDictionary *tags, bool joined) {
+void TagsAdd(const AVDictionary *tags, bool joined, FactList *facts) {
+    TagItems items;
     const AVDictionaryEntry *entry = nullptr;
     while ((entry = av_dict_get(tags, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
         if (joined)
-            ItemsAddJoined(items, *entry);
+            ItemsAddJoined(&items, *entry);
         else
-            items->push_back({entry->key, entry->value});
+            items.push_back({entry->key, entry->value});
     }
+    FactsFromItems(items, {kFilmTags, std::size(kFilmTags)}, FactSource::libavformat, facts);
 }
 
 } // namespace
 
 void FilmTagsRead(const FilmView &view, FactList *facts) {
-    const TagTable table{kFilmTags, std::size(kFilmTags)};
-    // In an Ogg file the tags are the streams'; elsewhere those of a stream name the stream.
+    // In an Ogg file the tags are the streams', those of the sound before those of the film; elsewhere they name the stream.
     const bool in_streams = strcmp(view.format->iformat->name, "ogg") == 0;
-    TagItems items;
-    ItemsAdd(&items, view.format->metadata, in_streams);
+    TagsAdd(view.format->metadata, in_streams, facts);
     for (const AVStream *stream : {view.sound, view.film}) {
         if (in_streams && stream != nullptr)
-            ItemsAdd(&items, stream->metadata, true);
+            TagsAdd(stream->metadata, true, facts);
     }
-    FactsFromItems(items, table, FactSource::libavformat, facts);
     LocationRead(view.format->metadata, facts);
 }

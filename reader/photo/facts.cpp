@@ -73,8 +73,8 @@ constexpr Source kSources[] = {
     Exif(FactName::focal_length, "Photo", 0x920A, ConvertNumber),
     Exif(FactName::focal_length, "Image", 0x920A, ConvertNumber),
     Xmp(FactName::focal_length, "exif", "FocalLength", ConvertNumber),
-    Xmp(FactName::title, "dc", "title", ConvertText),
-    Iptc(FactName::title, 5, ConvertText), // object name
+    Xmp(FactName::title, "dc", "title", ConvertOneText),
+    Iptc(FactName::title, 5, ConvertOneText), // object name
     Exif(FactName::title, "Image", 0x9C9B, ConvertUtf16),
     Xmp(FactName::description, "dc", "description", ConvertText),
     Iptc(FactName::description, 120, ConvertText), // caption

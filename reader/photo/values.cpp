@@ -99,6 +99,12 @@ void ConvertText(const Exiv2::Value &value, const FactPlace &place) {
     AddAll(place, ValueTexts(value, place.charset));
 }
 
+void ConvertOneText(const Exiv2::Value &value, const FactPlace &place) {
+    const std::vector<std::string> texts = ValueTexts(value, place.charset);
+    if (!texts.empty() && FactFind(*place.facts, place.name) == nullptr)
+        Add(place, texts.front());
+}
+
 void ConvertParts(const Exiv2::Value &value, const FactPlace &place) {
     AddAll(place, TextParts(TextFromBytes(value.toString(), place.charset)));
 }

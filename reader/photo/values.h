@@ -21,6 +21,7 @@ struct FactPlace {
 using ValueConvert = void (*)(const Exiv2::Value &value, const FactPlace &place);
 
 void ConvertText(const Exiv2::Value &value, const FactPlace &place);       // each of several
+void ConvertOneText(const Exiv2::Value &value, const FactPlace &place);    // the first of all that say it
 void ConvertParts(const Exiv2::Value &value, const FactPlace &place);      // between semicolons
 void ConvertUtf16(const Exiv2::Value &value, const FactPlace &place);      // in bytes, as Windows writes it
 void ConvertUtf16Parts(const Exiv2::Value &value, const FactPlace &place); // likewise, between semicolons

@@ -98,7 +98,8 @@ void PlaylistEntryAdd(PlaylistOut *out, std::string_view written) {
 }
 
 void PlaylistFactAdd(PlaylistOut *out, FactName name, std::string_view written) {
-    FactAddText(out->facts, name, FactSource::own, TextGuess(written, out->charset));
+    if (name != FactName::title || FactFind(*out->facts, name) == nullptr)
+        FactAddText(out->facts, name, FactSource::own, TextGuess(written, out->charset));
 }
 
 ReadOutcome PlaylistEntriesRead(ReaderInput *input, FactList *facts, EntryList *entries) {

@@ -95,8 +95,8 @@ struct FactKind {
 };
 
 inline constexpr FactKind kFacts[] = {
-    {FactName::title, "title", FactType::text},
-    {FactName::album, "album", FactType::text},
+    {FactName::title, "title", FactType::text, true},
+    {FactName::album, "album", FactType::text, true},
     {FactName::artist, "artist", FactType::text, true},
     {FactName::albumartist, "albumartist", FactType::text, true},
     {FactName::genre, "genre", FactType::text, true},

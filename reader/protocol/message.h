@@ -26,7 +26,7 @@
 
 // Raised with every change of these messages, of the table of facts and of what readers find: files that an older revision has
 // read are read again.
-inline constexpr uint32_t kReaderRevision = 2;
+inline constexpr uint32_t kReaderRevision = 3;
 
 enum class ReaderKind : uint32_t { sound_and_photos, films };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "reader/sound/mp4_items.h"
 
+#include <algorithm>
+
 #include "platform/limits.h"
 #include "reader/sound/genres.h"
 #include "reader/sound/tag_tables.h"
@@ -145,6 +147,11 @@ bool IsUserText(const Box &box) {
     return IsApples(box);
 }
 
+bool HasKey(const TagItems &items, const std::string &key) {
+    return std::ranges::find(items, key, &TagItem::key) != items.end();
+}
+
+// Of boxes of one type each has the text in another language; the first counts.
 void UserDataRead(BoxWalk *walk, const Box &moov, TagItems *items) {
     const std::optional<Box> udta = Mp4BoxFind(walk, moov, {"udta"});
     Box box;
@@ -153,7 +160,7 @@ void UserDataRead(BoxWalk *walk, const Box &moov, TagItems *items) {
             return;
         if (box.Is("chpl"))
             ChaptersAdd(Mp4BoxRead(walk, box, kTextRead).View(), items);
-        else if (IsUserText(box))
+        else if (IsUserText(box) && !HasKey(*items, KeyOf(box)))
             UserTextAdd(box, Mp4BoxRead(walk, box, kTextRead).View(), items);
     }
 }
@@ -166,6 +173,8 @@ void Mp4ItemsRead(BoxWalk *walk, const Box &moov, SoundFile *file) {
     Box item;
     for (int64_t at = list ? list->begin : 0; list && BoxTake(walk, &at, list->end, &item);)
         ItemRead(walk, item, file, &items);
-    UserDataRead(walk, moov, &items);
     FactsFromItems(items, kMp4Table, FactSource::own, file->facts);
+    TagItems texts;
+    UserDataRead(walk, moov, &texts);
+    FactsFromItems(texts, kMp4Table, FactSource::own, file->facts);
 }

@@ -105,6 +105,16 @@ def test_totals_come_with_their_numbers(library, dump):
         assert (found["track"], found["tracktotal"]) == ([3], [12])
 
 
+def test_several_titles_of_a_stream_are_kept_and_those_of_another_stream_are_not(dump, tmp_path):
+    """Ogg has its tags in the streams; libavformat joins those of one name."""
+    path = tmp_path / "titles.ogv"
+    ffmpeg("-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25:duration=0.2", "-f", "lavfi", "-i", "sine=duration=0.2", "-c:v", "libtheora",
+           "-c:a", "libvorbis", "-metadata:s:v", "title=Of the picture", "-metadata:s:v", "album=Album",
+           "-metadata:s:a", "title=One;Two; too", str(path))
+    found, = dump(path)
+    assert (found["title"], found["album"]) == (["One", "Two; too"], ["Album"])
+
+
 def test_what_names_other_content_is_not_read(dump, tmp_path, library):
     film = library[0].parent / "h264_aac.mp4"
     (tmp_path / "list.mp4").write_text(f"ffconcat version 1.0\nfile {film}\n", encoding="utf-8")

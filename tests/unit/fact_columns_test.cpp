@@ -67,6 +67,15 @@ TEST(FactColumns, SeveralValuesAreJoined) {
     Told told;
     told.Text(FactName::artist, "One").Text(FactName::artist, "Two").Text(FactName::artist, "Three");
     EXPECT_STREQ(told.Record().artist, "One; Two; Three");
+    for (const FactName name :
+         {FactName::title, FactName::album, FactName::genre, FactName::composer, FactName::comment})
+        told.Text(name, std::string("A ") + FactKindOf(name).word).Text(name, "B");
+    const MediaInfo record = told.Record();
+    EXPECT_STREQ(record.title, "A title; B");
+    EXPECT_STREQ(record.album, "A album; B");
+    EXPECT_STREQ(record.genre, "A genre; B");
+    EXPECT_STREQ(record.composer, "A composer; B");
+    EXPECT_STREQ(record.comment, "A comment; B");
 }
 
 TEST(FactColumns, TextIsCutAtACharacter) {

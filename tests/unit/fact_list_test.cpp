@@ -69,8 +69,8 @@ TEST(FactList, WhatIsKeptIsKeptAgainAsItIs) {
 
 TEST(FactList, OneValueOrSeveral) {
     FactList list;
-    EXPECT_TRUE(FactAddText(&list, FactName::title, kSource, "a"));
-    EXPECT_FALSE(FactAddText(&list, FactName::title, kSource, "b"));
+    EXPECT_TRUE(FactAddText(&list, FactName::titlesort, kSource, "a"));
+    EXPECT_FALSE(FactAddText(&list, FactName::titlesort, kSource, "b"));
     EXPECT_TRUE(FactAddText(&list, FactName::artist, kSource, "a"));
     EXPECT_TRUE(FactAddText(&list, FactName::artist, kSource, "b"));
     EXPECT_FALSE(FactAddText(&list, FactName::artist, kSource, " a "));

@@ -3,6 +3,8 @@
 // Both rule sets write a photo's values alike, although two libraries read them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "catalogue/exif.h"
 #include "tests/unit/exif_bytes.h"
 #include "tests/unit/photo_input.h"
@@ -44,6 +46,19 @@ TEST(PhotoForms, ExposuresAndAperturesOfEveryKind) {
                                                         Rational(kAperture, above, below), Short(kIso, 400)}),
                                      64, 48));
     }
+}
+
+TEST(PhotoForms, APictureHasOneTitle) {
+    using namespace std::string_literals;
+    const std::string titles = "\x1C\x02\x05\0\x03One\x1C\x02\x05\0\x03Two"s;
+    const std::string resource = "Photoshop 3.0\0"s + "8BIM\x04\x04\0\0\0\0\0\x10"s + titles;
+    const std::string windows = "W\0\0\0"s;
+    const std::string jpeg = exif_bytes::Jpeg(exif_bytes::Block({Text(0x9C9B, windows)}, {}, {}), 64, 48);
+    const PhotoAnswer answer =
+        PhotoAnswerOf(jpeg.substr(0, 2) + "\xFF\xED\0"s + static_cast<char>(resource.size() + 2) + resource +
+                      jpeg.substr(2));
+    EXPECT_EQ("One", TextOf(answer.facts, FactName::title));
+    EXPECT_EQ(1, std::ranges::count(answer.facts.facts, FactName::title, &Fact::name));
 }
 
 TEST(PhotoForms, ANumberDividedByZeroIsNone) {

@@ -78,6 +78,9 @@ TEST(PlaylistReader, M3uOfPlayers) {
     EXPECT_EQ(EntriesOf(list), (Texts{"Artist\\Album\\01 Title.mp3", "http://radio.example/stream",
                                       "../b #1.mp3", "/volume1/music/c.mp3"}));
     EXPECT_EQ(Said(list, FactName::title), "Road songs");
+    const Playlist renamed = Read("#EXTM3U\n#PLAYLIST:Old\n#PLAYLIST:New\na.mp3\n", "m3u");
+    ASSERT_EQ(renamed.facts.facts.size(), 1U);
+    EXPECT_EQ(Said(renamed, FactName::title), "Old");
     EXPECT_EQ(Entries("a.mp3\nb.mp3\n", "m3u"), (Texts{"a.mp3", "b.mp3"}));
     EXPECT_EQ(Entries("a.mp3\rb.mp3\r", "m3u"), (Texts{"a.mp3", "b.mp3"})) << "of an old Mac";
     EXPECT_EQ(Entries("", "m3u"), Texts());

@@ -156,6 +156,26 @@ TEST(SoundContainers, TextsOfQuickTimeAndChaptersOfNero) {
     EXPECT_EQ(found.Texts(FactName::chapter), (std::vector<std::string>{"One", "Two"}));
 }
 
+TEST(SoundContainers, TextsOfQuickTimeAreForWhatItunesItemsDoNotSay) {
+    const auto data = [](const std::string &text) {
+        return Box("data", BigNumber(1, 4) + BigNumber(0, 4) + text);
+    };
+    const auto text = [](const std::string &type, const std::string &content) {
+        return Box(type, BigNumber(content.size(), 2) + BigNumber(0, 2) + content);
+    };
+    const std::string items = Box("ilst", Box("\xA9nam", data("One") + data("Two")));
+    const std::string texts = Box("meta", BigNumber(0, 4) + items) + text("\xA9nam", "Three") +
+                              text("\xA9"
+                                   "alb",
+                                   "Album") +
+                              text("\xA9"
+                                   "alb",
+                                   "in another language");
+    const SoundFound found = SoundFind(Box("moov", Box("udta", texts)), ContentFormat::mp4_sound);
+    EXPECT_EQ(found.Texts(FactName::title), (std::vector<std::string>{"One", "Two"}));
+    EXPECT_EQ(found.Texts(FactName::album), std::vector<std::string>{"Album"});
+}
+
 TEST(SoundContainers, NumberedGenresOfMp4) {
     const std::string item = Box("gnre", Box("data", BigNumber(0, 4) + BigNumber(0, 4) + BigNumber(18, 2)));
     const std::string meta = Box("meta", BigNumber(0, 4) + Box("ilst", item));

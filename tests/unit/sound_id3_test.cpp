@@ -84,6 +84,15 @@ TEST(SoundId3, FramesOfVersion22) {
     EXPECT_EQ(found.picture, "\x89PNG\r\n\x1A\n...");
 }
 
+TEST(SoundId3, SeveralTitlesAndAlbums) {
+    const std::vector<std::string> both = {"One", "Two"};
+    const SoundFound found =
+        Tagged(4, SoundFrame(4, "TIT2", Latin("One" + Nul() + "Two" + Nul() + "One")) +
+                      SoundFrame(4, "TALB", Latin("One")) + SoundFrame(4, "TALB", Latin("Two")));
+    EXPECT_EQ(found.Texts(FactName::title), both);
+    EXPECT_EQ(found.Texts(FactName::album), both);
+}
+
 TEST(SoundId3, NamesOf22InATagOf23) {
     EXPECT_EQ(Tagged(3, SoundFrame(3, "TT2"s + Nul(), Latin("Title"))).Text(FactName::title), "Title");
 }

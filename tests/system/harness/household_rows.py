@@ -147,7 +147,6 @@ def brings_picture(item):
 
 # Why a field is another than what the reference programs say, where the file's own library does not tell.
 GENRE_NUMBER = re.compile(r"\(?(\d+)\)?")
-FIRST = "of several titles in a file the first is kept"
 SAME_SOUND = "as ffprobe says of the same sound without these tags, which make it guess from the size of the file"
 
 
@@ -192,8 +191,8 @@ def _tags(catalogue, item, found):
         told["genre"] = named(told["genre"])
     expected = {name: ["; ".join(map(str, one))] if name in TEXTS else one for name, one in told.items()}
     for fact, mine, theirs, alike in sound_tags.compare(expected, found):
-        first = told[fact][:1] == mine and fact in ("title", "album")
-        yield _value(item, fact, mine, theirs, alike, FIRST if first else _order(item, mine, theirs))
+        values_of = [text.split("; ") for text in (mine[0], theirs[0])] if mine and fact in TEXTS else (mine, theirs)
+        yield _value(item, fact, mine, theirs, alike, _order(item, *values_of))
     for field, mine, theirs, alike in joined(told, found, catalogue, path):
         yield _value(item, field, mine, theirs, alike, _order(item, mine.split("; "), theirs.split("; ")))
     for name in TEXTS[:2]:
