@@ -18,8 +18,8 @@ inline constexpr const char *kShareLinks[] = {kMusicShareLink, kVideoShareLink, 
 // The longest path of a share directory, terminator included.
 inline constexpr size_t kSharePathSize = 4096;
 
-// Gets the directory that a share's link names, without a slash at its end, as the paths of rows begin. False
-// when there is no such link.
+// Gets the directory that a share's link names, without a slash at its end, as the paths of rows begin; by the rules `complete`
+// where that is a link itself, what it leads to. False when there is no such link.
 [[nodiscard]] bool ShareTargetGet(const char *link, char (&target)[kSharePathSize]);
 
 // Those of all shares that there are.

@@ -4,9 +4,13 @@
 #include <string.h>
 #include <strings.h>
 
+#include <optional>
+#include <string>
 #include <string_view>
 
+#include "catalogue/shares.h"
 #include "daemon/walk_rules.h"
+#include "platform/path.h"
 #include "platform/veluindex.h"
 
 namespace {
@@ -20,9 +24,24 @@ std::string_view FromSlash(const char *path, int count) {
     return path;
 }
 
+std::optional<std::string> photo_share;
+
+// Where the photo share's link leads; empty: it has its fixed place.
+const std::string &PhotoShareFound() {
+    static const std::string nowhere;
+    const char *link = ActiveWalkRules().photo_link;
+    if (link == nullptr)
+        return nowhere;
+    if (char target[kSharePathSize]; !photo_share)
+        photo_share = ShareTargetGet(link, target) ? target : "";
+    return *photo_share;
+}
+
 } // namespace
 
 int IsPhotoPath(const char *path) {
+    if (const std::string &share = PhotoShareFound(); !share.empty())
+        return PathIsAtOrUnder(path, share) ? 1 : 0;
     const WalkRules &rules = ActiveWalkRules();
     const size_t start = rules.volume_length + 1;
     if (strlen(path) <= start || path[rules.volume_length] != '/')
@@ -34,8 +53,30 @@ int IsPhotoPath(const char *path) {
 }
 
 size_t PhotoSharePathLength() {
+    if (const std::string &share = PhotoShareFound(); !share.empty())
+        return share.size();
     const WalkRules &rules = ActiveWalkRules();
     return rules.volume_length + 1 + rules.photo_share.size();
+}
+
+const char *BelowPhotoShare(const char *path) {
+    const size_t length = strnlen(path, PhotoSharePathLength() + 1);
+    return PhotoShareFound().empty() || IsPhotoPath(path) != 0 ? path + length : path + strlen(path);
+}
+
+bool IsPhotoShare(const char *path) {
+    return strlen(path) == PhotoSharePathLength() && (PhotoShareFound().empty() || IsPhotoPath(path) != 0);
+}
+
+bool MayHoldPhotoPaths(std::string_view path) {
+    const std::string_view place = PathWithoutEndSlashes(path);
+    if (const std::string &share = PhotoShareFound(); !share.empty())
+        return PathIsAtOrUnder(place, share) || PathIsUnder(share, place);
+    return IsPhotoPath(std::string(path).c_str()) != 0 || place.size() <= ActiveWalkRules().volume_length;
+}
+
+void PhotoShareForget() {
+    photo_share.reset();
 }
 
 int IsRecyclePath(const char *path) {

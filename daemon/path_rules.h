@@ -7,15 +7,32 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <string_view>
+
 // The names of a share's path: its volume and its own.
 inline constexpr int kShareParts = 2;
 
-// Returns 1 when the path is the photo share or lies in it: the volume in front ("/volume1") is taken to be
-// eight characters long, the share's name is compared without case.
+// Returns 1 when the path is the photo share or lies in it. By the rules `complete` that is what its link leads to, and where there is
+// no link, and by the others, a fixed place: the volume in front ("/volume1") is taken to be eight characters long, the share's
+// name is compared without case.
 int IsPhotoPath(const char *path);
 
-// Returns the bytes of the photo share's path, which has no slash at its end: 14, as for "/volume1/photo".
+// Returns the bytes of the photo share's path, which has no slash at its end: at its fixed place 14, as for "/volume1/photo".
 size_t PhotoSharePathLength();
+
+// Returns what follows the share's path and its slash, within a path; empty for a shorter one, and for one that lies elsewhere
+// where that can be told.
+const char *BelowPhotoShare(const char *path);
+
+// True for the path of the share itself. At its fixed place only its length is looked at.
+[[nodiscard]] bool IsPhotoShare(const char *path);
+
+// True for a path at, under or above which photo paths lie.
+[[nodiscard]] bool MayHoldPhotoPaths(std::string_view path);
+
+// Has the share's link looked at anew when it is asked about next. To be called before a request, and by programs that stay
+// whenever they look at their shares.
+void PhotoShareForget();
 
 // Returns 1 when the path is the recycle bin of a share (third level: volume, share, "#recycle") or lies in
 // it. A directory of that name anywhere else is an ordinary one.

@@ -16,7 +16,9 @@
 #include "daemon/storage_away.h"
 #include "daemon/walk_presence.h"
 #include "daemon/walk_reindex.h"
+#include "daemon/walk_rules.h"
 #include "daemon/walker.h"
+#include "photo/album_path.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
 #include "photo/photo_known.h"
@@ -107,7 +109,7 @@ void TreeAdd(const char *path) {
     if (IsInPhotoLibrary(path) && IsDirExist(path) &&
         StorageAwayIn(tree, CatalogueKnows) != std::vector<std::string>{tree}) {
         PhotoShareFsCheck();
-        PhotoShareTreeAdd(path);
+        PhotoShareTreeAdd(AlbumPathOf(path).c_str());
     }
 }
 
@@ -116,7 +118,7 @@ void TreeRemove(const char *path) {
         return;
     IndexDirWalk(path, kIndexRemove, kWalkBoth);
     if (IsInPhotoLibrary(path))
-        PhotoShareUpdate(path, kAlbumDelete);
+        PhotoShareUpdate(AlbumPathOf(path).c_str(), kAlbumDelete);
 }
 
 void FileAdd(const char *path) {
@@ -132,7 +134,7 @@ void FileAdd(const char *path) {
     else
         FlvConverterRun(path);
     if (IsDirExist(path))
-        PhotoShareUpdate(path, kAlbumCreate);
+        PhotoShareUpdate(AlbumPathOf(path).c_str(), kAlbumCreate);
 }
 
 void FileRemove(const char *path) {
@@ -156,18 +158,32 @@ void Rename(const QueueRequest &request) {
         PathRename(new_path, old_path);
 }
 
+void PhotoLibraryReindex(bool again) {
+    PhotoShareFsCheck();
+    PhotoLibraryResync(nullptr, again);
+    PhotoDBVacuum();
+    PhotoShareResync(nullptr);
+}
+
+bool HasPhotoShare() {
+    char target[kSharePathSize];
+    return supportphoto && ShareTargetGet(kPhotoShareLink, target);
+}
+
 void Reindex(const char *what, bool again) {
+    const bool follows = ActiveWalkRules().library_follows;
     if (strcmp(what, kPhotoWord) == 0) {
-        PhotoShareFsCheck();
-        PhotoLibraryResync(nullptr, again);
-        PhotoDBVacuum();
-        PhotoShareResync(nullptr);
+        if (follows)
+            ShareReindex(kPhotoShareLink);
+        PhotoLibraryReindex(again);
     } else if (strcmp(what, kMusicWord) == 0) {
         IndexDirWalk(nullptr, kIndexReindex, kWalkMusicShare);
     } else if (strcmp(what, kVideoWord) == 0) {
         IndexDirWalk(nullptr, kIndexReindex, kWalkVideoShare);
     } else {
         IndexDirWalk(nullptr, kIndexReindex, kWalkMedia);
+        if (follows && HasPhotoShare())
+            PhotoLibraryReindex(again);
     }
 }
 

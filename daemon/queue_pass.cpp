@@ -11,6 +11,7 @@
 #include "catalogue/file_readers.h"
 #include "catalogue/playlist_entries.h"
 #include "daemon/index_left_out.h"
+#include "daemon/path_rules.h"
 #include "daemon/queue_commands.h"
 #include "daemon/queue_files.h"
 #include "daemon/queue_kept.h"
@@ -102,6 +103,7 @@ struct TextsScope {
 
 void RequestDo(Pass *pass, const QueueRequest &request) {
     VELUIndexRunRequest(pass->number);
+    PhotoShareForget();
     if (MustWait(*pass, request)) {
         NumberSetAdd(&pass->untried, pass->number);
         QueueTouchAdd(&pass->met, request);

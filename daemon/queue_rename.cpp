@@ -15,7 +15,9 @@
 #include "daemon/index_covers.h"
 #include "daemon/storage_away.h"
 #include "daemon/walk_reindex.h"
+#include "daemon/walk_rules.h"
 #include "daemon/walker.h"
+#include "photo/album_path.h"
 #include "photo/photo_index.h"
 #include "photo/photo_share.h"
 #include "photo/photo_sync.h"
@@ -139,6 +141,14 @@ void RowMove(const char *new_path, const char *old_path) {
         MovedFileKeep(new_path, old_path);
 }
 
+// Takes out of the photo library what has moved to where it has none.
+void LibraryLeave(const char *old_path) {
+    if (!ActiveWalkRules().library_follows || !IsInPhotoLibrary(old_path) || IsThereAgain(old_path))
+        return;
+    IndexDirWalk(old_path, kIndexRemove, kWalkPhotoLibrary);
+    PhotoShareUpdate(AlbumPathOf(old_path).c_str(), kAlbumDelete);
+}
+
 void FileRename(const char *new_path, const char *old_path) {
     const bool left_out = IsLeftOutPath(new_path);
     if (!left_out)
@@ -150,8 +160,10 @@ void FileRename(const char *new_path, const char *old_path) {
     SubtitleFilmsUpdate(new_path);
     CoverFilesUpdate(old_path);
     CoverFilesUpdate(new_path);
-    if (!IsInPhotoLibrary(new_path))
+    if (!IsInPhotoLibrary(new_path)) {
+        LibraryLeave(old_path);
         return;
+    }
     PhotoPathRename(new_path, old_path, 0);
     if (supportcinehall && BlVELUIndexIsVideoOnWebFile(new_path))
         VideoTablesRename(new_path, old_path);
@@ -171,10 +183,12 @@ void TreeRename(const char *new_path, const char *old_path) {
         IndexDirWalk(old_path, kIndexRemove, kWalkMedia);
         IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
     }
-    if (!IsInPhotoLibrary(new_path))
+    if (!IsInPhotoLibrary(new_path)) {
+        LibraryLeave(old_path);
         return;
+    }
     PhotoPathRename(new_path, old_path, 1);
-    PhotoShareRename(new_path, old_path);
+    PhotoShareRename(AlbumPathOf(new_path).c_str(), AlbumPathOf(old_path).c_str());
     if (supportcinehall)
         VideoTablesRename(new_path, old_path);
 }

@@ -8,6 +8,7 @@
 #include "catalogue/features.h"
 #include "catalogue/shares.h"
 #include "daemon/path_rules.h"
+#include "daemon/walk_rules.h"
 #include "platform/hash.h"
 #include "platform/path.h"
 
@@ -16,9 +17,6 @@ namespace {
 // Values of a path's entry.
 constexpr uint64_t kAsked = 1; // a request is about this path
 constexpr uint64_t kAbove = 2; // a request is about a path below this one
-
-// A photo path begins with a volume of so many characters; what contains photo paths is not longer.
-constexpr size_t kVolumeLength = 8;
 
 // Calls `visit(hash, whole)` for each directory above a path, from the root on, and for the path itself with `whole`
 // true, until one call returns true. Returns whether one did.
@@ -53,14 +51,14 @@ bool IsMediaTable(const std::string &name) {
     return IsOneOf(name, kMediaTables) || name == kDirectoryTable || name == kFileStateTable;
 }
 
-// True for a path at, under or above which photo paths lie.
-bool HasPhotoPaths(const std::string &path) {
-    return IsPhotoPath(path.c_str()) || PathWithoutEndSlashes(path).size() <= kVolumeLength;
-}
-
 bool IsAboutPhotoLibrary(const QueueRequest &request) {
     return request.argument == kPhotoWord &&
            (request.command == kCommandReindex || request.command == kCommandUpdate);
+}
+
+// True for the word of a request that is about all shares.
+bool IsEvery(const std::string &word) {
+    return word != kMusicWord && word != kVideoWord && word != kPhotoWord;
 }
 
 std::vector<std::string> ShareTargets(const std::string &word) {
@@ -70,7 +68,7 @@ std::vector<std::string> ShareTargets(const std::string &word) {
         if (ShareTargetGet(link, target))
             targets.emplace_back(target);
     };
-    const bool every = word != kMusicWord && word != kVideoWord && word != kPhotoWord;
+    const bool every = IsEvery(word);
     if (every || word == kMusicWord)
         add(kMusicShareLink);
     if (every || word == kVideoWord)
@@ -126,15 +124,17 @@ QueueCatalogues QueueCataloguesOf(const QueueRequest &request) {
         photo = IsOneOf(request.argument, kPhotoTables);
         break;
     case kCommandReindex:
-        photo = IsAboutPhotoLibrary(request); // which adds the files that are new to it to both
+        // The photo library adds the files that are new to it to both.
+        photo = IsAboutPhotoLibrary(request) ||
+                (ActiveWalkRules().library_follows && supportphoto && IsEvery(request.argument));
         break;
     case kCommandUpdate:
         media = false;
         photo = IsAboutPhotoLibrary(request);
         break;
     default:
-        photo = supportphoto && (HasPhotoPaths(request.argument) ||
-                                 (request.command == kCommandRename && HasPhotoPaths(request.old_path)));
+        photo = supportphoto && (MayHoldPhotoPaths(request.argument) ||
+                                 (request.command == kCommandRename && MayHoldPhotoPaths(request.old_path)));
         break;
     }
     return {{media, photo}};

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "catalogue/shares.h"
 #include "daemon/walk_rules_pictures.h"
 #include "platform/limits.h"
 #include "platform/rule_set.h"
@@ -70,6 +71,8 @@ constexpr WalkRules kCompleteRules = {
     .pictures = kCompletePictures,
     .picture_size_min = 1,
     .picture_size_end = kReadPictureSizeEnd,
+    .photo_link = kPhotoShareLink,
+    .library_follows = true,
     .volume_length = std::string_view("/volume1").size(),
     .photo_share = "photo",
 };

@@ -67,8 +67,11 @@ struct WalkRules {
     int64_t picture_size_min; // bytes of a picture of the photo library, at least
     int64_t picture_size_end; // and less than
 
-    // Where the photo share lies: "/", a volume's name, "/" and the share's name. The volume with its slash has this
-    // length, whatever it is called: a fixed place, known to every program that writes the queue.
+    // Where the photo share lies: what this link leads to; without one "/", a volume's name, "/" and the share's name. The
+    // volume with its slash has this length, whatever it is called: a fixed place, known to every program that writes the queue.
+    const char *photo_link = nullptr;
+    bool library_follows =
+        false; // it is brought in step whenever the media rows of its share are, and the other way round
     size_t volume_length;
     std::string_view photo_share; // without regard to case
 };

@@ -4,9 +4,15 @@
 #include <string.h>
 
 #include "daemon/path_rules.h"
+#include "platform/path.h"
+#include "platform/rule_set.h"
+
+std::string AlbumPathOf(const char *path) {
+    return RuleSetActive() == RuleSet::complete ? std::string(PathOfDirectory(path)) : path;
+}
 
 const char *AlbumNameOf(const char *path) {
-    return path + strnlen(path, PhotoSharePathLength() + 1);
+    return BelowPhotoShare(path);
 }
 
 AlbumLevel PhotoShareLevelGet(const char *path) {
@@ -22,5 +28,5 @@ AlbumLevel PhotoShareLevelGet(const char *path) {
 }
 
 int IsPhotoShareRoot(const char *path) {
-    return strlen(path) == PhotoSharePathLength();
+    return IsPhotoShare(path) ? 1 : 0;
 }

@@ -3,6 +3,11 @@
 // Album names: the paths of directories in the photo share without the share's own.
 #pragma once
 
+#include <string>
+
+// Returns the path of a directory as the names of albums are made from it: by the rules `complete` without slashes at its end.
+std::string AlbumPathOf(const char *path);
+
 // How deep a directory lies in the photo share.
 enum AlbumLevel : int {
     kAlbumTop = 0,    // directly in the share
@@ -12,9 +17,9 @@ enum AlbumLevel : int {
 
 AlbumLevel PhotoShareLevelGet(const char *path);
 
-// Returns the name of the album of a directory, within its path: what follows the share's path and "/", which
-// are taken to be 15 characters ("/volume1/photo/"). Empty for a shorter path.
+// Returns the name of the album of a directory, within its path: what follows the share's path and "/" (BelowPhotoShare). Empty
+// for a shorter path.
 const char *AlbumNameOf(const char *path);
 
-// Returns 1 for the path of the share itself. Only its length is looked at.
+// Returns 1 for the path of the share itself (IsPhotoShare).
 int IsPhotoShareRoot(const char *path);

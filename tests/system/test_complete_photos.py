@@ -1,5 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The photo library under the rules `complete`: what it has of pictures of every format beside exiftool and the media catalogue."""
+import os
+
 import pytest
 
 from harness import pictures
@@ -92,3 +94,54 @@ def test_every_command_keeps_both_catalogues_in_step(box):  # noqa: F811
     done(box, "R:photo", "R:all")
     assert set(by_path(box, "photo_image")) == {f"{PHOTO}/Two/{name}" for name in ("d.jpg", "e.avif", "f.heic", "g.nef")}
     assert not differences(box)
+
+
+# Where the share's link leads, and further links on the way there.
+PLACES = {"the usual one": ("/volume1/photo", {}), "short": ("/volume1/p", {}), "deep": ("/volume1/data/pictures/family", {}),
+          "a link to a link": ("/volume1/data/real", {"/volume1/data/first": "second", "/volume1/data/second": "/volume1/data/real"})}
+
+
+@pytest.mark.parametrize("place", PLACES)
+def test_albums_and_rights_wherever_the_share_lies(box, place):  # noqa: F811
+    share, links = PLACES[place]
+    folder = library()
+    box.mkdir(share)
+    for name, target in links.items():
+        os.symlink(target, box.box.path(name))
+    link = box.box.path("/var/services/photo")
+    os.unlink(link)
+    os.symlink(next(iter(links), share), link)
+    names = {"Trips/2009/a.jpg": "exif-II.jpg", "Trips/2009/May/b.heic": "all.heic", "Trips/c.cr2": "raw.cr2", "Trips2/d.png": "exif-MM.png"}
+    for name, shape in names.items():
+        box.copy(folder / shape, f"{share}/{name}")
+    sibling = box.copy(folder / "plain.jpg", f"{share}2/e.jpg")
+
+    def library_is(pictures_there, albums_there):
+        assert set(by_path(box, "photo_image")) == {f"{share}/{name}" for name in pictures_there}
+        assert {row["sharename"] for row in box.rows("photo_share")} == set(albums_there)
+        media = by_path(box, "photo")
+        assert set(media) == {sibling, *by_path(box, "photo_image")}
+
+    def moved(new, old):
+        box.box.ask("run", arguments=["/bin/mv", f"{share}/{old}", f"{share}/{new}"], environment={}, timeout=60)
+        done(box, f"N:{share}/{new}:{share}/{old}")
+
+    done(box, f"A:{share}/Trips", f"A:{share}/Trips2/", f"A:{share}2")
+    library_is(names, {"Trips", "Trips/2009", "Trips2"})
+    box.catalogue.store("update photo_share set public = 'false' where sharename = 'Trips'", ())
+    box.catalogue.store("insert into photo_access_right select 7, shareid, 'now' from photo_share where sharename = 'Trips'", ())
+    box.mkdir(f"{share}/Trips/2010")
+    done(box, f"A:{share}/Trips/2010")
+    ids = {row["sharename"]: row["shareid"] for row in box.rows("photo_share")}
+    assert {row["shareid"] for row in box.rows("photo_access_right")} == {ids["Trips"], ids["Trips/2010"]}
+    moved("Travel", "Trips")
+    library_is([name.replace("Trips/", "Travel/") for name in names], {"Travel", "Travel/2009", "Travel/2010", "Trips2"})
+    assert {row["shareid"]: row["sharename"].replace("Travel", "Trips") for row in box.rows("photo_share")} == {
+        number: name for name, number in ids.items()}
+    box.box.ask("run", arguments=["/bin/rm", "-r", f"{share}/Travel/2009"], environment={}, timeout=60)
+    box.copy(folder / "plain.webp", f"{share}/New/f.webp")
+    done(box, "R:all")
+    library_is(["Travel/c.cr2", "Trips2/d.png", "New/f.webp"], {"Travel", "Travel/2010", "Trips2", "New"})
+    box.box.ask("run", arguments=["/bin/rm", "-r", f"{share}/Travel"], environment={}, timeout=60)
+    done(box, f"D:{share}/Travel")
+    library_is(["Trips2/d.png", "New/f.webp"], {"Trips2", "New"})

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "catalogue/shares.h"
+#include "daemon/path_rules.h"
 #include "daemon/queue_line.h"
 #include "daemon/storage_away.h"
 #include "daemon/storage_mounts.h"
@@ -19,6 +20,7 @@ namespace {
 std::string PathNow(const Share &share) {
     if (share.link.empty())
         return share.path;
+    PhotoShareForget();
     char target[kSharePathSize];
     return ShareTargetGet(share.link.c_str(), target) && *target == '/' ? target : std::string();
 }
