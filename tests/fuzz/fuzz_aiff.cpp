@@ -4,9 +4,10 @@
 #include <cmath>
 
 #include "catalogue/indexers.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     const MemoryFile input(data, size);
     MediaInfo record;
     if (AiffInfoGet(input.path.c_str(), &record) != 0 || !std::isfinite(record.duration) ||
@@ -14,3 +15,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_aiff", Try);

@@ -6,7 +6,9 @@
 #include <stdint.h>
 #include <stdlib.h>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+#include "tests/fuzz/fuzz_target.h"
+
+static int Try(const uint8_t *data, size_t size) {
     const auto *field = reinterpret_cast<const char *>(data);
     for (bool utf16 : {false, true}) {
         const std::string text = CatalogueText(field, size, utf16);
@@ -22,3 +24,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_catalogue_text", Try);

@@ -2,9 +2,10 @@
 //
 // What a file is, by its bytes. The first byte chooses the name's extension.
 #include "reader/content/content.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     constexpr const char *kExtensions[] = {"", "mp3", "tga", "svg", "m3u"};
     if (size == 0)
         return 0;
@@ -18,3 +19,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_content", Try);

@@ -5,9 +5,10 @@
 
 #include <stdio.h>
 
-#include "memory_file.h"
+#include "tests/fuzz/fuzz_target.h"
+#include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     const MemoryFile file(data, size);
     PhotoRecord record = {};
     snprintf(record.path, sizeof record.path, "%s", file.path.c_str());
@@ -15,3 +16,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_exif", Try);

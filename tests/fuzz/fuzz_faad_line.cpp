@@ -9,8 +9,9 @@
 
 #include "catalogue/media_info.h"
 #include "container/faad_line.h"
+#include "tests/fuzz/fuzz_target.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     const std::string line(reinterpret_cast<const char *>(data), size);
     MediaInfo record = {};
     if ((FaadLineParse(line.c_str(), &record) && line.find("duration;") == std::string::npos) ||
@@ -18,3 +19,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_faad_line", Try);

@@ -4,9 +4,10 @@
 #include <sys/mman.h>
 
 #include "reader/readers.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     static const int slot = [] {
         FilmReaderWarm();
         return memfd_create("picture", MFD_CLOEXEC);
@@ -28,3 +29,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_film", Try);

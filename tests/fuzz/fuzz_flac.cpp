@@ -7,9 +7,10 @@
 
 #include "catalogue/media_info.h"
 #include "container/flac.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     const MemoryFile input(data, size);
     MediaInfo record = {};
     FlacMetadataRead(input.path.c_str(), &record);
@@ -18,3 +19,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_flac", Try);

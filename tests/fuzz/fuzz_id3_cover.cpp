@@ -4,10 +4,11 @@
 // the covers.
 #include "audio/id3_cover.h"
 
-#include "memory_file.h"
 #include "platform/veluindex.h"
+#include "tests/fuzz/fuzz_target.h"
+#include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     constexpr char kMedia[] = "/volume1/music";
     for (int version : {2, 3}) {
         Mp3FileCtx ctx;
@@ -24,3 +25,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_id3_cover", Try);

@@ -3,9 +3,10 @@
 // Both walks over the frames of a tag, the tag at the end, and the merge of what they give.
 #include "audio/id3_merge.h"
 
-#include "memory_file.h"
+#include "tests/fuzz/fuzz_target.h"
+#include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     for (auto *walk : {Id3v22FramesRead, Id3v23FramesRead}) {
         Mp3FileCtx ctx;
         Mp3FileAttach(&ctx, MemoryFileOpen(data, size), static_cast<int64_t>(size));
@@ -21,3 +22,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_id3v2", Try);

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <span>
 
+#include "tests/fuzz/fuzz_target.h"
+
 namespace {
 
 size_t ReadMemory(void *context, uint64_t offset, uint8_t *out, size_t size) {
@@ -23,7 +25,7 @@ size_t ReadMemory(void *context, uint64_t offset, uint8_t *out, size_t size) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     std::span<const uint8_t> bytes(data, size);
     int width = 0;
     int height = 0;
@@ -32,3 +34,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_image_size", Try);

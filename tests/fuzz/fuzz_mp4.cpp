@@ -10,6 +10,8 @@
 
 #include <initializer_list>
 
+#include "tests/fuzz/fuzz_target.h"
+
 namespace {
 
 // The file that each run fills anew, by its name.
@@ -54,7 +56,7 @@ void AskTags(MP4FileHandle file) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     static const MemoryFile memory;
     if (ftruncate(memory.fd, 0) != 0 || pwrite(memory.fd, data, size, 0) != static_cast<ssize_t>(size))
         abort();
@@ -66,3 +68,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     MP4Close(file);
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_mp4", Try);

@@ -4,9 +4,10 @@
 #include "audio/mpeg_header.h"
 #include "audio/vbr_header.h"
 
-#include "memory_file.h"
+#include "tests/fuzz/fuzz_target.h"
+#include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     Mp3FileCtx ctx;
     Mp3FileAttach(&ctx, MemoryFileOpen(data, size), static_cast<int64_t>(size));
     const ByteSource source = Mp3Source(&ctx);
@@ -22,3 +23,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_mpeg_scan", Try);

@@ -3,10 +3,11 @@
 // The reader of MPEG video, from the file to the record.
 #include "container/metavideo.h"
 
-#include "memory_file.h"
 #include "platform/media_record.h"
+#include "tests/fuzz/fuzz_target.h"
+#include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     const MemoryFile file(data, size);
     MediaInfo record = {};
     if (MpegVideoInfoGet(file.path.c_str(), &record) != 0 && (record.width != 0 || record.duration != 0))
@@ -16,3 +17,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_mpeg_stream", Try);

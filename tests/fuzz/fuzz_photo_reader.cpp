@@ -2,14 +2,11 @@
 //
 // The reader of photos, from bytes that any format may begin to facts.
 #include "reader/readers.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+static int Try(const uint8_t *data, size_t size) {
     PhotoReaderWarm();
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const FdHandle file = MemoryFileOpen(data, size);
     ReaderInput input;
     input.fd = file.get();
@@ -24,3 +21,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_photo_reader", Try);

@@ -3,9 +3,10 @@
 // The reader of playlists: the first byte says which extension the rest has. What it has found is believed.
 #include "reader/readers.h"
 
+#include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     constexpr const char *kExtensions[] = {"m3u", "pls", "xspf", "wpl", "asx", "cue"};
     if (size == 0)
         return 0;
@@ -25,3 +26,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_playlist", Try);

@@ -8,8 +8,9 @@
 #include "daemon/path_rules.h"
 #include "daemon/queue_line.h"
 #include "platform/veluindex.h"
+#include "tests/fuzz/fuzz_target.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     QueueRequest request;
     if (!QueueLineParse({reinterpret_cast<const char *>(data), size}, request))
         return 0;
@@ -26,3 +27,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_queue_line", Try);

@@ -7,7 +7,9 @@
 
 #include <algorithm>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+#include "tests/fuzz/fuzz_target.h"
+
+static int Try(const uint8_t *data, size_t size) {
     const auto packet = std::as_bytes(std::span(data, size));
     Answer answer;
     if (!AnswerDecode(packet, &answer))
@@ -18,3 +20,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_reader_answer", Try);

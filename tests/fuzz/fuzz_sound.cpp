@@ -3,9 +3,10 @@
 // The reader of sound: the first byte says which format the rest is.
 #include "reader/readers.h"
 
+#include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/memory_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+static int Try(const uint8_t *data, size_t size) {
     constexpr auto kFirst = static_cast<unsigned>(ContentFormat::mpeg_audio);
     constexpr auto kFormats = static_cast<unsigned>(ContentFormat::dsdiff) - kFirst + 1;
     if (size == 0)
@@ -28,3 +29,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         abort();
     return 0;
 }
+
+static const FuzzTarget kTarget("fuzz_sound", Try);
