@@ -54,13 +54,15 @@ class Line:
 
 class Rows:
     """`rows`: by (table, key), whether the row is there and its typed texts. `disk`: paths, each "file" or "dir".
-    `handed`: by path, the texts that lie beside a picture."""
+    `handed`: by path, the texts that lie beside a picture. `renamed_over`: pictures that had a row already when a rename
+    brought them another, which may have taken the place of texts that were read before."""
 
-    def __init__(self, rows=None):
+    def __init__(self, rows=None, renamed_over=()):
         self.rows = dict(rows or {})
+        self.renamed_over = set(renamed_over)
 
     def copy(self):
-        return Rows(self.rows)
+        return Rows(self.rows, self.renamed_over)
 
     def get(self, table, key):
         return self.rows.get((table, key), ABSENT)
@@ -69,7 +71,7 @@ class Rows:
         self.rows[table, key] = value
 
     def merged(self, other):
-        merged = Rows()
+        merged = Rows(renamed_over=self.renamed_over | other.renamed_over)
         for key in {*self.rows, *other.rows}:
             (here, text), (there, other_text) = self.rows.get(key, ABSENT), other.rows.get(key, ABSENT)
             merged.rows[key] = (here if here == there else MAYBE,
@@ -97,6 +99,8 @@ class Rows:
     def _add_photo(self, path, handed):
         if below(path, PHOTO) and path.endswith(".jpg"):
             self._save("photo_image", path, (default_title(path), ""), handed.get(path))
+            if path in handed and path in self.renamed_over:
+                self.set("photo_image", path, (YES, UNKNOWN))
 
     def _add_album(self, path):
         name = album_of(path)
@@ -250,6 +254,8 @@ class Rows:
                 old_key = old + key[len(new):]
                 if texts is not None and texts[0] == default_title(old_key):
                     texts = (default_title(key), texts[1])
+                if self.get("photo_image", key)[0] != NO:
+                    self.renamed_over.add(key)
                 self.set("photo_image", key, (presence, texts))
         if again and (disk.get(new) == "dir" or old in disk):
             self._add_pictures(new, disk, handed)

@@ -61,6 +61,7 @@ class Storm:
         for key, texts in actual.items():
             self.model.rows.setdefault(key, (YES, texts))
         self.model.rows = {key: value for key, value in self.model.rows.items() if value[0] != NO}
+        self.model.renamed_over.clear()
 
     def check(self, model, when):
         actual = self.actual()
