@@ -130,12 +130,10 @@ def inside(daemon, path):
 
 def _last_descendant(pid):
     """The agent itself, below the programs that have made its sandbox."""
-    while True:
-        with open(f"/proc/{pid}/cmdline", "rb") as text:
-            if b"agent.py" in text.read() and _name(pid).startswith("python"):
-                return pid
+    while not _name(pid).startswith("python"):
         with open(f"/proc/{pid}/task/{pid}/children", encoding="ascii") as text:
             pid = int(text.read().split()[0])
+    return pid
 
 
 def _name(pid):
