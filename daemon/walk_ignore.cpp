@@ -191,15 +191,19 @@ void IgnoreLeave(IgnoreRules *rules, size_t directory_size) {
     }
 }
 
+std::optional<bool> IgnoreVerdict(const std::vector<IgnorePattern> &patterns, std::string_view path,
+                                  bool is_directory) {
+    const auto found = std::find_if(patterns.rbegin(), patterns.rend(), [&](const IgnorePattern &pattern) {
+        return (is_directory || !pattern.directories) && IgnoreMatches(pattern, path);
+    });
+    return found != patterns.rend() ? std::optional(!found->takes_back) : std::nullopt;
+}
+
 bool IsIgnored(const IgnoreRules &rules, std::string_view path, bool is_directory) {
     for (auto file = rules.files.rbegin(); file != rules.files.rend(); ++file) {
-        const std::string_view below = path.substr(file->directory_size + 1);
-        const auto found =
-            std::find_if(file->patterns.rbegin(), file->patterns.rend(), [&](const IgnorePattern &pattern) {
-                return (is_directory || !pattern.directories) && IgnoreMatches(pattern, below);
-            });
-        if (found != file->patterns.rend())
-            return !found->takes_back;
+        const auto said = IgnoreVerdict(file->patterns, path.substr(file->directory_size + 1), is_directory);
+        if (said)
+            return *said;
     }
     return false;
 }

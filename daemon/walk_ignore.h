@@ -10,6 +10,7 @@
 
 #include <stddef.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,6 +43,10 @@ std::vector<IgnorePattern> IgnorePatternsOf(std::string_view text, size_t most, 
 // that cannot be used whole has a line. And take away those of directories at least as long.
 void IgnoreEnter(IgnoreRules *rules, const char *name, std::string_view directory);
 void IgnoreLeave(IgnoreRules *rules, size_t directory_size);
+
+// What the patterns of one file say of a path below its directory: whether it is left out; nothing when none matches.
+std::optional<bool> IgnoreVerdict(const std::vector<IgnorePattern> &patterns, std::string_view path,
+                                  bool is_directory);
 
 // True when the patterns leave an entry out, whose path lies below all their directories.
 [[nodiscard]] bool IsIgnored(const IgnoreRules &rules, std::string_view path, bool is_directory);

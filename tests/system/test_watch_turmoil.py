@@ -21,9 +21,12 @@ SEED = int(os.environ.get("VELU_WATCH_SEED", str(random.randrange(1 << 32))))
 PATIENCE = 60 + FILES // 100
 
 
-def test_the_catalogue_ends_as_a_fresh_index(make_daemon, samples, stream):
+@pytest.mark.parametrize("rules", ["appliance", "complete"])
+def test_the_catalogue_ends_as_a_fresh_index(make_daemon, samples, stream, rules):
     print(f"VELU_WATCH_FILES={FILES} VELU_WATCH_SEED={SEED}")
-    daemon = make_daemon().start()
+    daemon = make_daemon()
+    daemon.configure(rules=rules)
+    daemon.start()
     daemon.index(*(f"A:{share}" for share in SHARES))
     watcher = Watcher(daemon)
     contents = {".mp3": stream[:2000], ".jpg": (samples / "exif.jpg").read_bytes(), ".m3u": b"#EXTM3U\n"}

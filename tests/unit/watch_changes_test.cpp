@@ -12,6 +12,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 const WatchTime kBegin = WatchTime() + std::chrono::hours(1);
 constexpr std::chrono::seconds kSettle(3);
 
@@ -222,6 +224,23 @@ TEST(WatchChanges, RenamesOutsideTheLibraryAreRemovalsAndAdditions) {
         scene.Disk(share + "t", kDirectory);
         EXPECT_EQ(scene.Plan(), "D:" + share + "s\nA:" + share + "t\nd:" + share + "x\na:" + share + "y\n");
     }
+}
+
+TEST(WatchChanges, RowsFollowRenamesWhereTheRulesKeepThem) {
+    Scene scene;
+    scene.changes.rows_move = true;
+    FileMoved(&scene.changes, FileFrom(kMusic + "x", "/volume1/video/y"), kBegin);
+    TreeMoved(&scene.changes, TreeFrom(kMusic + "s", kMusic + "t"), kBegin);
+    TreeMoved(&scene.changes, TreeFrom(kMusic + "a/b/c/d", kMusic + "a/b/c/e"), kBegin);
+    FileMoved(&scene.changes, FileFrom(kPhoto + "p", kMusic + "p"), kBegin);
+    TreeMoved(&scene.changes, TreeFrom(kMusic + "q", kPhoto + "q"), kBegin);
+    for (const std::string &path : {"/volume1/video/y"s, kMusic + "p"})
+        scene.Disk(path, kFile);
+    for (const std::string &path : {kMusic + "t", kMusic + "a/b/c/e", kPhoto + "q"})
+        scene.Disk(path, kDirectory);
+    EXPECT_EQ(scene.Plan(), "N:/volume1/video/y:" + kMusic + "x\nN:" + kMusic + "t:" + kMusic +
+                                "s\nN:" + kMusic + "a/b/c/e:" + kMusic + "a/b/c/d\na:" + kMusic +
+                                "p\nD:" + kMusic + "q\nd:" + kPhoto + "p\nA:" + kPhoto + "q\n");
 }
 
 TEST(WatchChanges, ALibraryFollowsRenames) {

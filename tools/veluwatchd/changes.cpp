@@ -63,11 +63,12 @@ void ForgetBelow(Changes *changes, const std::string &path) {
     changes->paths.erase(first, EndBelow(changes->paths, first, path));
 }
 
-// A rename that the photo library is told of as such. Elsewhere it is no more than a removal and an addition, which
-// are exact whatever happens meanwhile.
-bool IsLibraryRename(const Changes &changes, const Rename &move) {
-    return changes.photo_library && IsPhotoPath(move.new_path.c_str()) != 0 &&
-           IsPhotoPath(move.old_path.c_str()) != 0 &&
+// A rename that the daemon is told of as such. Any other is no more than a removal and an addition, which are exact whatever
+// happens meanwhile: the photo library forgets and takes up what leaves and enters its share.
+bool IsToldRename(const Changes &changes, const Rename &move) {
+    const bool from_photo = IsPhotoPath(move.old_path.c_str()) != 0;
+    const bool to_photo = IsPhotoPath(move.new_path.c_str()) != 0;
+    return from_photo == to_photo && (changes.rows_move || (from_photo && changes.photo_library)) &&
            RenameLineForm(move.new_path, move.old_path).refusal.empty();
 }
 
@@ -157,7 +158,7 @@ void FileMoved(Changes *changes, const Rename &move, WatchTime now) {
     // The photo library has no hidden pictures: one that becomes hidden leaves it, and the other way round.
     const bool other =
         !IsLibraryPath(move.old_path.c_str()) || !IsLibraryPath(move.new_path.c_str()) || !IsSameKind(move);
-    if (unknown || other || in_the_way || asked.lost || !IsLibraryRename(*changes, move)) {
+    if (unknown || other || in_the_way || asked.lost || !IsToldRename(*changes, move)) {
         RenameSplit(changes, move, now);
         return;
     }
@@ -196,7 +197,7 @@ void TreeMoved(Changes *changes, const Rename &move, WatchTime now) {
     const uint8_t new_flags = FlagsAt(*changes, move.new_path) | AskedAt(asked, move.new_path);
     const bool unknown = (old_flags & kTreeCame) != 0 || IsInNewTree(*changes, move.old_path) ||
                          IsInAskedTree(asked, move.old_path) || LeadsInto(asked.renames, move.old_path);
-    if (unknown || (new_flags & kGone) != 0 || asked.lost || !IsLibraryRename(*changes, move)) {
+    if (unknown || (new_flags & kGone) != 0 || asked.lost || !IsToldRename(*changes, move)) {
         RenameSplit(changes, move, now);
         return;
     }

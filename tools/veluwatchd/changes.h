@@ -56,12 +56,13 @@ struct Asked {
 
 struct Changes {
     ChangeMap paths;
-    // Renames within the photo library, in their order: titles, comments and albums follow them. They are
-    // asked for in front of everything in `paths`.
+    // Renames that rows follow, in their order: those within the photo library, with titles, comments and albums, and where
+    // `rows_move` all others. They are asked for in front of everything in `paths`.
     std::vector<Rename> renames;
     std::set<std::string> reindex; // trees of which changes were missed
     Asked asked;
     bool photo_library = false; // whether there is one
+    bool rows_move = false;     // the daemon's rules keep the rows of what is renamed anywhere
 
     [[nodiscard]] bool empty() const { return paths.empty() && renames.empty() && reindex.empty(); }
     [[nodiscard]] size_t size() const { return paths.size() + renames.size(); }

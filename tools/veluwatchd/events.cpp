@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "daemon/walk_rules.h"
+#include "platform/velusdk.h"
 #include "tools/veluwatchd/bounds.h"
 
 namespace {
@@ -23,6 +24,17 @@ struct Event {
     WatchTime now;
 
     [[nodiscard]] bool directory() const { return (mask & IN_ISDIR) != 0; }
+
+    // True when the rules leave its entry out of a directory. A link's event does not tell where it leads.
+    [[nodiscard]] bool IsLeftOut(NodeId node, const std::string &path) const {
+        const auto left_out = [&](bool is_directory) {
+            return ::IsLeftOut(watcher->rules, watcher->tree, node, path, name, is_directory);
+        };
+        if (directory() || watcher->tree.ChildFind(node, name) != kNoNode)
+            return left_out(true);
+        const bool file = left_out(false);
+        return file == left_out(true) ? file : left_out(IsDirExist((path + '/' + name).c_str()));
+    }
 
     // True as long as the number still means the directory that the event came from. Handling the event may
     // take the directory out of the tree, and the number may be given to another.
@@ -144,6 +156,9 @@ void EntryMoved(const Event &event, const EventReader::Leaving &from, NodeId par
         TreeMoved(&watcher->changes, {path, from.path, true}, event.now);
         // The watch was found by a name, which may have been another directory's by then.
         NodeVerify(watcher, node);
+        if (tree.Exists(node) &&
+            (HasPatterns(watcher->rules, tree, left) || HasPatterns(watcher->rules, tree, parent)))
+            watcher->rules_changed.insert(node);
     } else if (node != kNoNode || event.directory() || !plain) {
         EntryGone(watcher, left, from.path, from.name, event.directory(), event.now);
         if (event.IsFrom(parent))
@@ -164,7 +179,7 @@ void MovedTo(const Event &event, const std::optional<EventReader::Leaving> &from
              const std::vector<NodeId> &parents) {
     if (from && parents.size() == 1) {
         const std::string directory = event.watcher->tree.Path(parents.front());
-        if (!IsLeftOut(directory, event.name)) {
+        if (!event.IsLeftOut(parents.front(), directory)) {
             EntryMoved(event, *from, parents.front(), directory + '/' + event.name);
             return;
         }
@@ -176,7 +191,7 @@ void MovedTo(const Event &event, const std::optional<EventReader::Leaving> &from
             continue;
         const std::string directory = event.watcher->tree.Path(parent);
         const std::string there = directory + '/' + event.name;
-        if (IsLeftOut(directory, event.name))
+        if (event.IsLeftOut(parent, directory))
             continue;
         if (event.watcher->tree.ChildFind(parent, event.name) != kNoNode)
             EntryGone(event.watcher, parent, there, event.name, true, event.now);
@@ -187,7 +202,7 @@ void MovedTo(const Event &event, const std::optional<EventReader::Leaving> &from
 void EntryEvent(const Event &event, NodeId parent, bool alone) {
     Watcher *watcher = event.watcher;
     const std::string directory = watcher->tree.Path(parent);
-    if (IsLeftOut(directory, event.name))
+    if (event.IsLeftOut(parent, directory))
         return;
     const std::string path = directory + '/' + event.name;
     if ((event.mask & IN_MOVED_FROM) != 0 && alone) {
@@ -229,8 +244,10 @@ void EventHandle(const Event &event) {
     if (IsRuleName(event.name)) {
         for (const NodeId node : nodes) {
             if (event.IsFrom(node))
-                RulesChanged(event.watcher, node);
+                event.watcher->rules_changed.insert(node);
         }
+        if (from)
+            LeavingEnd(event.watcher, *from, event.now);
         return;
     }
     if (came) {
@@ -268,6 +285,7 @@ EventResult EventsRead(EventReader *reader, Watcher *watcher) {
         }
     }
     UnmountedSettle(watcher);
+    RulesSettle(watcher);
     DoubtfulVerify(watcher);
     return EventResult::drained;
 }

@@ -151,7 +151,8 @@ void RenamesPlan(Plan *plan) {
         plan->lines += formed.line;
         if (rename.directory) {
             plan->asked.renames.push_back(rename);
-            plan->photo_resync = plan->photo_resync || LeavesAlbumRows(rename);
+            plan->photo_resync =
+                plan->photo_resync || (InLibrary(*plan, rename.new_path) && LeavesAlbumRows(rename));
             continue;
         }
         plan->asked.paths[rename.new_path] |= kFileTouched;

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "catalogue/features.h"
+#include "platform/rule_set.h"
 #include "tools/shared/safe_text.h"
 #include "tools/veluwatchd/events.h"
 #include "tools/veluwatchd/queue_output.h"
@@ -193,6 +194,7 @@ void End(Loop *loop, bool failed) {
 int Begin(Loop *loop, bool reindex) {
     FeatureSwitchesRead();
     loop->watcher.changes.photo_library = supportphoto != 0;
+    loop->watcher.changes.rows_move = RuleSetActive() == RuleSet::complete;
     if (!WatcherOpen(&loop->watcher))
         return errno;
     SharesCheck(&loop->shares, &loop->watcher, true);

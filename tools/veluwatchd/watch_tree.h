@@ -35,6 +35,7 @@ public:
 
     // True for a directory that was reached through a link, or lies below one that was.
     [[nodiscard]] bool Linked(NodeId node) const { return At(node).linked; }
+    [[nodiscard]] std::string_view Name(NodeId node) const { return At(node).name.get(); }
     [[nodiscard]] std::string Path(NodeId node) const;
     [[nodiscard]] bool Exists(NodeId node) const {
         return node < nodes_.size() && nodes_[node].name != nullptr;

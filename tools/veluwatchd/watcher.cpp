@@ -112,11 +112,8 @@ void WatcherClose(Watcher *watcher) {
     watcher->unmounting.clear();
     watcher->unmounted.clear();
     watcher->entered_again.clear();
-}
-
-bool IsLeftOut(const std::string &directory, std::string_view name) {
-    return IsNameLeftOut(ActiveWalkRules().index, name) ||
-           IsRecyclePath((directory + '/' + std::string(name)).c_str()) != 0;
+    watcher->rules.clear();
+    watcher->rules_changed.clear();
 }
 
 bool IsEmptyDirectory(const std::string &path) {
@@ -136,12 +133,12 @@ void TreeWatch(Watcher *watcher, NodeId top) {
             continue;
         DirectoryReader reader = {.rules = &ActiveWalkRules().index};
         const bool there = DirectoryOpen(&reader, path.c_str());
-        if (there && DirectoryIsMarked(reader))
+        if (there && !DirectoryRulesRead(&watcher->rules, tree, node, reader))
             continue;
         while (const dirent *entry = there ? DirectoryNext(&reader) : nullptr) {
             const EntryKind kind = EntryKindGet(&reader, *entry);
             const bool directory = kind == EntryKind::directory || kind == EntryKind::linked_directory;
-            if (!directory || IsLeftOut(path, entry->d_name) ||
+            if (!directory || IsLeftOut(watcher->rules, tree, node, path, entry->d_name, true) ||
                 tree.ChildFind(node, entry->d_name) != kNoNode)
                 continue;
             open.push_back(tree.ChildAdd(node, entry->d_name, kind == EntryKind::linked_directory));
@@ -161,21 +158,11 @@ void TreeForget(Watcher *watcher, NodeId top) {
         watcher->unwatched.erase(node);
         watcher->unmounted.erase(node);
         watcher->entered_again.erase(node);
+        watcher->rules.erase(node);
+        watcher->rules_changed.erase(node);
     }
     // Before their numbers are used again.
     std::erase_if(watcher->doubtful, [&](NodeId node) { return !watcher->tree.Exists(node); });
-}
-
-bool IsRuleName(std::string_view name) {
-    const NameRules &rules = ActiveWalkRules().index;
-    return (rules.marker != nullptr && name == rules.marker) ||
-           (rules.ignore != nullptr && name == rules.ignore);
-}
-
-void RulesChanged(Watcher *watcher, NodeId node) {
-    ChildrenForget(watcher, node);
-    TreeWatch(watcher, node);
-    TreeMissed(&watcher->changes, watcher->tree.Path(node));
 }
 
 void NodeVerify(Watcher *watcher, NodeId node) {
@@ -202,6 +189,18 @@ void DoubtfulVerify(Watcher *watcher) {
         if (watcher->tree.Exists(node) && watcher->tree.Watch(node) == kNoWatch &&
             !IsDirExist(path.c_str()) && watcher->tree.Parent(node) != kNoNode)
             TreeForget(watcher, node);
+    }
+}
+
+void RulesSettle(Watcher *watcher) {
+    for (const NodeId node : std::exchange(watcher->rules_changed, {})) {
+        if (!watcher->tree.Exists(node))
+            continue;
+        const bool nothing_before = IsLeftOutWhole(watcher->rules, node);
+        ChildrenForget(watcher, node);
+        TreeWatch(watcher, node);
+        if (watcher->tree.Exists(node) && !(nothing_before && IsLeftOutWhole(watcher->rules, node)))
+            TreeMissed(&watcher->changes, watcher->tree.Path(node));
     }
 }
 

@@ -11,6 +11,7 @@
 
 #include "platform/handle.h"
 #include "tools/veluwatchd/changes.h"
+#include "tools/veluwatchd/watch_rules.h"
 #include "tools/veluwatchd/watch_tree.h"
 
 struct Watcher {
@@ -27,6 +28,9 @@ struct Watcher {
     std::set<NodeId> unmounted;
     // Directories below one link that another link leads to a second time.
     std::set<NodeId> entered_again;
+    // What is left out of them, and those in which that has changed, or that have come where it is something else.
+    WatchRules rules;
+    std::set<NodeId> rules_changed;
     bool limit_told = false;
 };
 
@@ -35,15 +39,6 @@ struct Watcher {
 
 // Forgets all directories and their watches.
 void WatcherClose(Watcher *watcher);
-
-// True for what the daemon's walk leaves out.
-[[nodiscard]] bool IsLeftOut(const std::string &directory, std::string_view name);
-
-// True for the name of an entry by which the daemon's walk decides what it leaves out.
-[[nodiscard]] bool IsRuleName(std::string_view name);
-
-// Watches a directory anew in which such an entry has come, changed or gone, and has it indexed anew.
-void RulesChanged(Watcher *watcher, NodeId node);
 
 // Watches a directory with all below it. Each is watched before it is read: what comes later is an event.
 void TreeWatch(Watcher *watcher, NodeId top);
@@ -56,6 +51,9 @@ void NodeVerify(Watcher *watcher, NodeId node);
 
 // Compares the doubtful directories with the disk. To be called when all events are read.
 void DoubtfulVerify(Watcher *watcher);
+
+// Watches directories anew whose rules have changed, and has them indexed anew. To be called when all events are read.
+void RulesSettle(Watcher *watcher);
 
 // Stops watching what was unmounted, without taking it for removed. To be called when all events are read.
 void UnmountedSettle(Watcher *watcher);
