@@ -7,9 +7,10 @@
 
 namespace {
 
-// Those whose parameter sets libavformat takes out of the packets. Of others it takes the size from decoded pictures alone.
-bool HasParameterSets(AVCodecID codec) {
-    return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC;
+// Those of which the container, the parameter sets or the head of a picture tell all; decoded pictures are large. Of others
+// libavformat takes the size from decoded pictures alone.
+bool IsToldByHeads(AVCodecID codec) {
+    return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC || codec == AV_CODEC_ID_VP9;
 }
 
 // The names of all decoders but theirs, with commas.
@@ -18,7 +19,7 @@ const std::string &DecodersLetIn() {
         std::string names;
         void *place = nullptr;
         while (const AVCodec *codec = av_codec_iterate(&place)) {
-            if (av_codec_is_decoder(codec) != 0 && !HasParameterSets(codec->id))
+            if (av_codec_is_decoder(codec) != 0 && !IsToldByHeads(codec->id))
                 names.append(names.empty() ? "" : ",").append(codec->name);
         }
         return names;
@@ -40,6 +41,6 @@ bool HasMeanOfFrames(const FilmView &view) {
 }
 
 bool IsPictureLeftOut(const FilmView &view) {
-    return view.film != nullptr && HasParameterSets(view.film->codecpar->codec_id) &&
+    return view.film != nullptr && IsToldByHeads(view.film->codecpar->codec_id) &&
            (view.film->codecpar->width == 0 || view.film->codecpar->format == AV_PIX_FMT_NONE);
 }

@@ -60,10 +60,12 @@ def peak_kilobytes(program, path):
     return usage.ru_maxrss
 
 
-@pytest.mark.parametrize("codec", [("libx264", "-preset", "ultrafast"), films.X265[1:]])
-def test_the_search_takes_no_memory_for_pictures(binary, library, dump, tmp_path, codec):
+@pytest.mark.parametrize("name, codec", [
+    ("large.ts", ("libx264", "-preset", "ultrafast")), ("large.ts", films.X265[1:]),
+    ("large.webm", (*films.PICTURES["vp9"][1:], "-live", "1"))])
+def test_the_search_takes_no_memory_for_pictures(binary, library, dump, tmp_path, name, codec):
     """One picture of the larger film is 12 MB."""
-    large = tmp_path / "large.ts"
+    large = tmp_path / name
     ffmpeg("-f", "lavfi", "-i", "testsrc2=size=3840x2160:rate=25:duration=0.2", "-c:v", *codec, "-pix_fmt", "yuv420p", str(large))
     found, = dump(large)
     assert (found["width"], found["height"], found["frame_rate"]) == ([3840], [2160], [25])

@@ -175,6 +175,7 @@ FILES = {
     "sound_only.mkv": (None, ["vorbis"], ()),
     "vp8_vorbis.webm": ("vp8", ["vorbis"], ()),
     "vp9_opus.webm": ("vp9", ["opus"], TAGGED),
+    "vp9_live.webm": ("vp9", ["opus"], ("-live", "1")),
     "av1_opus.webm": ("av1", ["opus"], ()),
     "sound_only.webm": (None, ["opus"], TAGGED),
     "sound_only.weba": (None, ["vorbis"], ("-f", "webm")),
