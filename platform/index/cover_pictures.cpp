@@ -32,7 +32,7 @@ bool PartHash(int picture, uint64_t offset, size_t bytes, uint64_t *hash) {
     char part[kHashedBytes];
     if (FileReadUpTo(picture, offset, part, bytes) != bytes)
         return false;
-    *hash = HashText({part, bytes}, *hash);
+    *hash = HashBlock({part, bytes}, *hash);
     return true;
 }
 
