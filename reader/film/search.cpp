@@ -36,6 +36,11 @@ int StreamsSearch(AVFormatContext *format) {
 
 bool HasMeanOfFrames(const FilmView &view) {
     constexpr int64_t kRateStep = 8000; // between rates that a frame of MPEG audio can have, in bit/s
+    // Decoders keep half a dozen pictures, of one and a half bytes a pixel, so that a reader gets by with 48 MB.
+    constexpr int64_t kDecodedPixelsMax = 4 << 20;
+    if (view.film != nullptr &&
+        int64_t{view.film->codecpar->width} * view.film->codecpar->height > kDecodedPixelsMax)
+        return false;
     return view.sound != nullptr && IsMpegAudio(view.sound->codecpar->codec_id) &&
            view.sound->codecpar->bit_rate % kRateStep != 0;
 }

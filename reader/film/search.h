@@ -9,7 +9,8 @@
 // Searches, in a file that has just been opened. Returns what the library returns.
 int StreamsSearch(AVFormatContext *format);
 
-// True when the bit rate of the sound is the mean of as many frames as the search came by, which were others with pictures.
+// True when the bit rate of the sound is the mean of as many frames as the search came by, which were others with pictures. Those of
+// larger films are not decoded for it.
 [[nodiscard]] bool HasMeanOfFrames(const FilmView &view);
 
 // True when the search has left out what a picture's head would have told.

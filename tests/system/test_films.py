@@ -73,6 +73,19 @@ def test_the_search_takes_no_memory_for_pictures(binary, library, dump, tmp_path
     assert peak_kilobytes(program, large) < peak_kilobytes(program, library[0].parent / "h264_aac.ts") + 10000
 
 
+def test_a_varying_rate_beside_large_pictures_takes_no_memory_for_them(binary, library, dump, tmp_path):
+    """The mean that programs tell is that of the first frames, as many as they read until pictures were decoded. Where these are not,
+    more frames are read, and it is the mean of the sound."""
+    large, sound = tmp_path / "large.mkv", tmp_path / "sound.mp3"
+    ffmpeg("-f", "lavfi", "-i", "testsrc2=size=3840x2160:rate=25:duration=2", "-f", "lavfi", "-i", "anoisesrc=duration=2",
+           "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-c:a", "libmp3lame", "-q:a", "4", str(large))
+    ffmpeg("-i", str(large), "-vn", "-c:a", "copy", "-write_xing", "0", "-id3v2_version", "0", str(sound))
+    found, = dump(large)
+    assert found["audio_bitrate"][0] == pytest.approx(sound.stat().st_size * 8 / 2, rel=0.05)
+    program = binary.parent / "film_dump"
+    assert peak_kilobytes(program, large) < peak_kilobytes(program, library[0].parent / "h264_aac.ts") + 10000
+
+
 @pytest.mark.parametrize("name, container", [
     ("h264_aac.mp4", "mp4"), ("h264.m4v", "mp4"), ("sound_only.m4a", "m4a"), ("h264_pcm.mov", "mov"), ("h264.3gp", "3gp"),
     ("h264.3g2", "3g2"), ("h264_aac.mkv", "matroska"), ("sound_only.mka", "matroska"), ("vp9_opus.webm", "webm"),
