@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "platform/db/sqlite_connection.h"
+#include "platform/db/sqlite_spill.h"
 #include "platform/handle.h"
 #include "platform/limits.h"
 #include "platform/own_group.h"
@@ -37,8 +38,8 @@ constexpr int kStatementJournal = 256 << 10;
 // For the process, as long as it has opened nothing yet; later it is as if it had not been. Nobody asks how much memory SQLite has,
 // and counting that takes a lock for each piece.
 void LibrarySetUp() {
-    static_cast<void>(sqlite3_config(SQLITE_CONFIG_STMTJRNL_SPILL, kStatementJournal));
-    static_cast<void>(sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0));
+    static_cast<void>(sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0)); // before any file is
+    static_cast<void>(SqliteSpillSetUp(kStatementJournal));
 }
 
 // The daemon runs with an empty umask, so that modes are given in full: its owner alone may change the catalogue.

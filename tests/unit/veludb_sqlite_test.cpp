@@ -130,4 +130,19 @@ TEST_F(SqliteDb, LikeWithAPrefixUsesTheIndex) {
     EXPECT_NE(Plan("select x from t where path like '%a'").find("SCAN"), std::string::npos);
 }
 
+// What its pages were before is set aside meanwhile, in memory and then in a file.
+TEST_F(SqliteDb, AStatementMayChangeAnyNumberOfRows) {
+    ASSERT_EQ(Exec("create table t (path text primary key, x text)"), 0);
+    ASSERT_EQ(VELUDBBegin(db), 0);
+    ASSERT_EQ(Exec("with recursive n (i) as (select 1 union all select i + 1 from n where i < 20000) "
+                   "insert into t select '/one/' || i, hex(zeroblob(60)) from n"),
+              20000);
+    ASSERT_EQ(VELUDBCommit(db), 0);
+    ASSERT_EQ(VELUDBBegin(db), 0);
+    ASSERT_EQ(Exec("insert into t values ('/first', '')"), 1);
+    EXPECT_EQ(Exec("update t set path = '/other' || substr(path, 5) where path > '/one/'"), 20000);
+    EXPECT_EQ(VELUDBCommit(db), 0);
+    EXPECT_EQ(Query("select count(*) as x from t where path like '/other/%'"), "20000");
+}
+
 } // namespace
