@@ -28,6 +28,10 @@ void LastPictureKeep(const MediaInfo &record) {
                                 .iso = record.iso_speed}};
 }
 
+void LastPictureKeep(const char *path, PictureColumns columns) {
+    last_picture = {.path = path, .columns = std::move(columns)};
+}
+
 void LastPictureForget() {
     last_picture.reset();
 }

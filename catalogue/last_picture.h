@@ -7,6 +7,7 @@
 #include "platform/index/picture_rows.h"
 
 void LastPictureKeep(const MediaInfo &record);
+void LastPictureKeep(const char *path, PictureColumns columns);
 void LastPictureForget();
 
 // Takes what is kept. False when that is not of this path.

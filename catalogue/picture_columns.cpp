@@ -4,6 +4,7 @@
 #include <stdio.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "catalogue/index_recipe.h"
 #include "catalogue/indexers.h"
@@ -29,6 +30,12 @@ bool ColumnsFind(const char *path, PictureColumns *columns) {
 }
 
 } // namespace
+
+void PictureRowUse(const char *path) {
+    PictureColumns columns;
+    if (PictureRowOf(path, &columns) == 1)
+        LastPictureKeep(path, std::move(columns));
+}
 
 bool PictureColumnsGet(PhotoRecord *record) {
     PictureColumns columns;

@@ -9,3 +9,6 @@
 // of one that has not changed; one that has is read now, and its media row is saved. A picture that cannot be read has what its row says, or
 // nothing. False when that cannot be told at this moment.
 [[nodiscard]] bool PictureColumnsGet(PhotoRecord *record);
+
+// Has it take the media row of a picture that is known to have it as it is now, without a look.
+void PictureRowUse(const char *path);

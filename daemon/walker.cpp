@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "catalogue/picture_columns.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
 #include "daemon/index_left_out.h"
@@ -30,6 +31,8 @@ void FileVisit(const char *path, int mode, int mask, bool kept = false) {
     if ((mask & kWalkMedia) && !kept)
         result = IndexFileAdd(path, mode);
     if ((mask & kWalkPhotoLibrary) && IsInPhotoLibrary(path) && IsSeen(path)) {
+        if (kept)
+            PictureRowUse(path);
         if (result == 0)
             PhotoLibraryFileUpdate(path, mode);
         else

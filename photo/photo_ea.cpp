@@ -7,6 +7,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <string>
+
 #include "photo/hand_over_file.h"
 #include "photo/hand_over_spool.h"
 #include "platform/file.h"
@@ -76,7 +78,28 @@ HandOver FileTake(const char *path, const char *attribute, char *buffer, int siz
     return HasText(buffer) ? HandOver::text : HandOver::empty;
 }
 
+// The place of a picture's attribute file; empty: it has none.
+std::string AttributePath(const char *path, const char *attribute) {
+    char file[kAttributePathSize] = "";
+    return VELUEAPath(path, attribute, file, sizeof file) == 0 ? file : "";
+}
+
+std::string Above(const std::string &path) {
+    return path.substr(0, path.rfind('/'));
+}
+
 } // namespace
+
+bool PhotoTextsWait(const char *path) {
+    const std::string title = AttributePath(path, kTitleAttribute);
+    return IsDirExist(Above(title).c_str()) &&
+           (BlKLIBFileExist(title.c_str()) || BlKLIBFileExist(AttributePath(path, kDescAttribute).c_str()));
+}
+
+bool PhotoTextsMayBeIn(const char *directory) {
+    const std::string of_any = AttributePath((std::string(directory) + "/any").c_str(), kTitleAttribute);
+    return IsDirExist(Above(Above(of_any)).c_str());
+}
 
 HandOver HandOverTake(const char *path, const char *attribute, char *buffer, int size) {
     if (path == nullptr || attribute == nullptr || buffer == nullptr || size < 1)

@@ -26,6 +26,10 @@ int PhotoEaRead(const char *path, const char *attribute, char *buffer, int size)
 HandOver PhotoTitleTake(const char *path, PhotoRecord *record);
 HandOver PhotoDescTake(const char *path, PhotoRecord *record);
 
+// True when texts are handed over to a picture, and when any may be to one in a directory, as far as files tell.
+[[nodiscard]] bool PhotoTextsWait(const char *path);
+[[nodiscard]] bool PhotoTextsMayBeIn(const char *directory);
+
 // The same. They return 1 when there was a text, else 0.
 int PhotoTitleGet(const char *path, PhotoRecord *record);
 int PhotoDescGet(const char *path, PhotoRecord *record);

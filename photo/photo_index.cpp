@@ -45,11 +45,6 @@ unsigned TextsTake(const char *path, PhotoRecord *record) {
     return handed_over;
 }
 
-void CreateTimeStore(time_t changed, PhotoRecord *record) {
-    const char *text = ctime(&changed); // null for a year of more than four digits
-    snprintf(record->create_time, sizeof record->create_time, "%s", text != nullptr ? text : "");
-}
-
 void DateFromTimes(time_t changed, PhotoRecord *record) {
     struct tm local;
     if (localtime_r(&changed, &local) != nullptr)
@@ -89,7 +84,7 @@ Met FileStore(const char *path, PhotoRecord *record) {
         ExifInfoGet(record);
     if (stat(path, &status) != 0)
         return MetWithout();
-    CreateTimeStore(status.st_ctime, record);
+    PhotoTimeText(status.st_ctime, record->create_time, sizeof record->create_time);
     if (!by_reader)
         HeaderStore(path, record);
     if (record->date_taken[0] == '\0')
@@ -141,6 +136,11 @@ int PhotoIndexDelete(const char *path) {
     if (PhotoInfoDBDelete(path) != 0)
         syslog(LOG_ERR, "%s (%d) Failed to remove %s from database.", kLogName, __LINE__, path);
     return 0;
+}
+
+void PhotoTimeText(time_t time, char *text, size_t size) {
+    const char *written = ctime(&time);
+    snprintf(text, size, "%s", written != nullptr ? written : "");
 }
 
 bool IsInPhotoLibrary(const char *path) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <stdint.h>
+#include <time.h>
 
 #include "platform/veluindex.h"
 
@@ -26,6 +27,9 @@ int PhotoLibraryFileUpdate(const char *path, int mode, bool *missed = nullptr);
 
 // True for a regular file of so many bytes that the photo library has a row of.
 [[nodiscard]] bool IsLibraryPicture(const char *path, int64_t size);
+
+// Writes a time as the column create_time has it; empty for a year of more than four digits.
+void PhotoTimeText(time_t time, char *text, size_t size);
 
 // What the photo library makes of a file, by its extension.
 enum class PhotoFileKind { none, picture, web_video, video };

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "catalogue/picture_columns.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
@@ -24,7 +25,9 @@
 #include "photo/photo_index.h"
 #include "photo/photo_known.h"
 #include "photo/photo_rows.h"
+#include "photo/pictures_in_step.h"
 #include "photo/sql_text.h"
+#include "platform/index/picture_rows.h"
 
 namespace {
 
@@ -45,8 +48,11 @@ struct Sweep {
 
 // The rows directly in a directory.
 struct Known {
-    PathSet paths; // of pictures and of videos
-    PathSet media; // of pictures, in the media catalogue
+    bool follows = false;     // the library takes from the media catalogue what that has
+    PicturesInStep step = {}; // then
+    Paths marks = {};         // rows to which nothing else is done
+    PathSet paths;            // of pictures and of videos
+    PathSet media;            // of pictures, in the media catalogue
     bool media_told = false;
 };
 
@@ -88,6 +94,14 @@ bool LacksMedia(const Known &known, const char *path) {
     return known.media_told && known.media.count(path) == 0 && HasPictureExtension(path);
 }
 
+// Looks at a file of a directory. What the media catalogue has of it as it is now, the library takes from there.
+PictureStep StepLook(const PicturesInStep &pictures, const char *path) {
+    const PictureStep step = PictureStepOf(pictures, path + pictures.directory.size() + 1);
+    if (step == PictureStep::media)
+        PictureRowUse(path);
+    return step;
+}
+
 void KnownPathUpdate(const Known &known, const char *path, bool *missed) {
     if (!IsSeen(path)) {
         *missed = HasPictureExtension(path);
@@ -99,11 +113,12 @@ void KnownPathUpdate(const Known &known, const char *path, bool *missed) {
     PhotoLibraryFileUpdate(path, kIndexUpdate, missed);
 }
 
-void NewPathAdd(const char *path) {
+void NewPathAdd(const Known &known, const char *path) {
     if (!IsSeen(path))
         return;
     VELUIndexRunPause();
-    if (IndexFileAdd(path, kIndexAdd) == 0)
+    const bool indexed = known.follows && StepLook(known.step, path) != PictureStep::behind;
+    if (indexed || IndexFileAdd(path, kIndexAdd) == 0)
         PhotoLibraryFileUpdate(path, kIndexAdd);
     else
         FlvConverterRun(path);
@@ -138,6 +153,8 @@ int DirectoryRefresh(const char *dir, const std::vector<std::string> &entries, b
         RowsKeep(sweep, dir, "its rows could not be read");
         return -1;
     }
+    known.follows = sweep != nullptr && !again && ActiveWalkRules().library_follows &&
+                    PicturesInStepGet(dir, &known.step);
     Paths new_paths;
     for (const std::string &entry : entries) {
         char path[kPathSize];
@@ -145,15 +162,20 @@ int DirectoryRefresh(const char *dir, const std::vector<std::string> &entries, b
         if (length >= static_cast<int>(sizeof path))
             RowsKeep(sweep, path, strerror(ENAMETOOLONG));
         bool missed = false;
-        if (known.paths.count(path) != 0)
+        const bool is_known = known.paths.count(path) != 0;
+        if (is_known && known.follows && StepLook(known.step, path) == PictureStep::both)
+            known.marks.emplace_back(path);
+        else if (is_known)
             KnownPathUpdate(known, path, &missed);
         else
             new_paths.emplace_back(path);
         if (missed && sweep != nullptr)
             RowKeep(sweep, path);
     }
+    if (PictureRowsMark(known.marks) != 0)
+        RowsKeep(sweep, dir, "its rows could not be marked");
     for (const std::string &path : new_paths)
-        NewPathAdd(path.c_str());
+        NewPathAdd(known, path.c_str());
     return 0;
 }
 

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "platform/index/rows.h"
+#include "platform/index/directory_rows.h"
 #include "platform/index/run.h"
 #include "platform/index/run_session.h"
 #include "platform/index/statements.h"
@@ -17,32 +17,8 @@
 
 namespace {
 
-// A portion grows as long as it holds nothing but files of the directory itself, and begins anew behind a folder of it.
-constexpr int kFirstPortion = 64;
-constexpr int kLastPortion = 2048;
-
-// Takes what a portion has of the directory of `size` bytes, and gives where the next one begins. Returns whether it met
-// folders.
-bool PortionTake(size_t size, const VELUDBResult *rows, std::string *low, const FileStateTake &take) {
-    bool folders = false;
-    std::string_view last;
-    for (int row = -1; VELUDBFetchRow(rows, &row) == 0;) {
-        const std::string_view path = VELUDBFetchText(rows, row, "path");
-        if (path < *low) // in a folder that is done with
-            continue;
-        const size_t slash = path.find('/', size + 1);
-        folders = folders || slash != std::string_view::npos;
-        last = path;
-        if (slash != std::string_view::npos)
-            *low = RangeUnder(std::string(path.substr(0, slash))).high;
-        else
-            take(path.substr(size + 1), VELUDBFetchText(rows, row, "stamp"),
-                 VELUDBFetchText(rows, row, "trouble"));
-    }
-    if (last >= *low)
-        *low = std::string(last) + kLeastPathByte;
-    return folders;
-}
+// The states that are read at a time.
+constexpr int kPortion = 2048;
 
 } // namespace
 
@@ -53,22 +29,14 @@ bool FileTablesThere() {
 }
 
 int FileStatesRead(const char *directory, const FileStateTake &take) {
-    const std::string path = WithoutTrailingSlashes(directory);
-    PathRange range = RangeUnder(path);
     RunScope scope;
     if (SessionLacksFiles())
         return scope.Finish(1);
-    for (int portion = kFirstPortion;;) {
-        const ResultHandle rows =
-            RunRead(Catalogue::media, StatementOf(StoreOperation::statesInRange),
-                    {TextValue(range.low), TextValue(range.high), VELUDBValue::Integer(portion)});
-        if (rows == nullptr)
-            return scope.Finish(-1);
-        const bool folders = PortionTake(path.size(), rows.get(), &range.low, take);
-        if (VELUDBRowCount(rows.get()) < portion)
-            return scope.Finish(0);
-        portion = folders ? kFirstPortion : std::min(4 * portion, kLastPortion);
-    }
+    return scope.Finish(DirectoryRowsRead(Catalogue::media, StoreOperation::statesInRange, directory,
+                                          [&](std::string_view name, const VELUDBResult *rows, int row) {
+                                              take(name, VELUDBFetchText(rows, row, "stamp"),
+                                                   VELUDBFetchText(rows, row, "trouble"));
+                                          }));
 }
 
 int FileStatesNext(const std::string &directory, const std::string &behind, const FileStateTake &take) {
@@ -79,7 +47,7 @@ int FileStatesNext(const std::string &directory, const std::string &behind, cons
         return scope.Finish(0);
     const ResultHandle rows =
         RunRead(Catalogue::media, StatementOf(StoreOperation::statesInRange),
-                {TextValue(std::max(low, all.low)), TextValue(all.high), VELUDBValue::Integer(kLastPortion)});
+                {TextValue(std::max(low, all.low)), TextValue(all.high), VELUDBValue::Integer(kPortion)});
     if (rows == nullptr)
         return scope.Finish(-1);
     for (int row = -1; VELUDBFetchRow(rows.get(), &row) == 0;)

@@ -3,6 +3,10 @@
 
 #include <stdlib.h>
 
+#include <algorithm>
+#include <vector>
+
+#include "platform/index/directory_rows.h"
 #include "platform/index/run.h"
 #include "platform/index/statements.h"
 #include "platform/veluindex.h"
@@ -20,7 +24,9 @@ PictureColumns ColumnsOf(const VELUDBResult *rows, int row) {
             .date_taken = VELUDBFetchText(rows, row, "date_taken"),
             .width = number("width"),
             .height = number("height"),
-            .iso = number("iso")};
+            .iso = number("iso"),
+            .create_time = VELUDBFetchText(rows, row, "create_time"),
+            .file_size = number("file_size")};
 }
 
 } // namespace
@@ -36,4 +42,26 @@ int PictureRowOf(const char *path, PictureColumns *columns) {
     if (there)
         *columns = ColumnsOf(rows.get(), 0);
     return scope.Finish(there ? 1 : 0);
+}
+
+int PictureRowsRead(Catalogue catalogue, const char *directory, const PictureTake &take) {
+    const StoreOperation operation = catalogue == Catalogue::media ? StoreOperation::picturesInRange
+                                                                   : StoreOperation::libraryPicturesInRange;
+    RunScope scope;
+    return scope.Finish(DirectoryRowsRead(
+        catalogue, operation, directory,
+        [&](std::string_view name, const VELUDBResult *rows, int row) { take(name, ColumnsOf(rows, row)); }));
+}
+
+int PictureRowsMark(std::span<const std::string> paths) {
+    RunScope scope;
+    int result = 0;
+    for (; !paths.empty(); paths = paths.subspan(std::min(paths.size(), kMarkedAtOnce))) {
+        std::vector<VELUDBValue> values(kMarkedAtOnce);
+        std::ranges::transform(paths.first(std::min(paths.size(), kMarkedAtOnce)), values.begin(), TextValue);
+        if (RunWrite(Catalogue::photo, StatementOf(StoreOperation::markPhotos), values.data(),
+                     values.size()) < 0)
+            result = -1;
+    }
+    return scope.Finish(result);
 }

@@ -70,6 +70,14 @@ std::string ValuesText(size_t count, size_t columns, size_t before) {
     return "(values " + values + ") as v";
 }
 
+// The first parameters of a statement.
+std::string ParametersText(size_t count) {
+    std::string parameters;
+    for (size_t i = 1; i <= count; ++i)
+        parameters += (i > 1 ? ", $" : "$") + std::to_string(i);
+    return parameters;
+}
+
 std::string RenamePhotosText() {
     constexpr size_t kColumns = 4;
     return "update photo_image set path = v.column2, name = v.column3, album = v.column4 from " +
@@ -126,11 +134,8 @@ std::string FoldFactsText() {
     "order by e.folded_name, e.file, e.position limit $4"
 
 std::string FilesNamedText() {
-    std::string names;
-    for (size_t i = 1; i <= kNamesAtOnce; ++i)
-        names += (i > 1 ? ", $" : "$") + std::to_string(i);
-    return "select path, folded_name from file_state where folded_name in (" + names + ") limit $" +
-           std::to_string(kNamesAtOnce + 1);
+    return "select path, folded_name from file_state where folded_name in (" + ParametersText(kNamesAtOnce) +
+           ") limit $" + std::to_string(kNamesAtOnce + 1);
 }
 
 std::string ResolveEntriesText() {
@@ -230,7 +235,16 @@ std::string StatementText(int statement) {
     case StoreOperation::mediaInRange:
         return MediaInRangeText();
     case StoreOperation::pictureOf:
-        return "select " PICTURE_COLUMNS " from photo where path = $1";
+        return "select create_time, file_size, " PICTURE_COLUMNS " from photo where path = $1";
+    case StoreOperation::picturesInRange:
+        return "select path, create_time, file_size, " PICTURE_COLUMNS
+               " from photo where path >= $1 and path < $2 order by path limit $3";
+    case StoreOperation::libraryPicturesInRange:
+        return "select path, create_time, file_size, make, model, exposure, fnumber, date_taken, width, "
+               "height, iso "
+               "from photo_image where path >= $1 and path < $2 order by path limit $3";
+    case StoreOperation::markPhotos:
+        return "update photo_image set updated = '1' where path in (" + ParametersText(kMarkedAtOnce) + ")";
     case StoreOperation::keepPhotos:
         return "update photo_image set updated = '1' where path = $1 or (path >= $2 and path < $3)";
     case StoreOperation::savePhoto:

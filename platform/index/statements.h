@@ -20,8 +20,11 @@ enum class StoreOperation : int {
     pathsInRange,  // from, before, how many: of a table of the photo catalogue
     rowsOfPath,    // path: kind, size, time of change and cover of its media rows
     mediaInRange, // from, before, how many: kind (kMediaTree for `directory`) and path of media rows, in their order
-    pictureOf,     // path: what a media row has of a picture, by the names of photo_image
-    keepPhotos,    // path, from, before
+    pictureOf,              // path: what a media row has of a picture, by the names of photo_image
+    picturesInRange,        // from, before, how many: path and that of media rows
+    libraryPicturesInRange, // likewise of photo_image
+    keepPhotos,             // path, from, before
+    markPhotos,             // path: kMarkedAtOnce of them, or null
     savePhoto,     // the columns of photo_image, the path first; title and description handed over, else null
     displacePhoto, // path that is to be free, path that is to move there
     renamePhoto,   // new path, name, album, the titles by default of the old and the new name, old path
@@ -68,6 +71,9 @@ inline constexpr int kCoverRows = 200;
 
 // A server takes as long to answer a statement about so many rows as one about a few.
 inline constexpr size_t kRenamedAtOnce = 50;
+
+// As many pictures as most directories have.
+inline constexpr size_t kMarkedAtOnce = 200;
 
 // The values of a list's element and how many of them go in one statement: most files have some twenty facts.
 inline constexpr size_t kFactColumns = 4;

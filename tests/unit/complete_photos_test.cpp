@@ -10,6 +10,8 @@
 #include "catalogue/file_stamp.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
+#include "daemon/queue_commands.h"
+#include "daemon/queue_line.h"
 #include "photo/photo_queue.h"
 #include "platform/limits.h"
 #include "tests/unit/complete_fixture.h"
@@ -67,6 +69,16 @@ void UnchangedSave(const std::string &path, const std::string &model) {
     ASSERT_EQ(stat(path.c_str(), &status), 0);
     const std::string stamp = FileStampOf(status);
     InRun([&] { EXPECT_EQ(MediaInfoDBSaveFile(kMediaPhoto, &record, {.stamp = stamp}), 0); });
+}
+
+void ShareDo(const char *line) {
+    QueueRequest request;
+    ASSERT_TRUE(QueueLineParse(line, request));
+    InRun([&] { QueueRequestExecute(request); });
+}
+
+void RowChange(const std::string &sql) {
+    ASSERT_GE(PhotoDBExec(sql.c_str()), 0);
 }
 
 } // namespace
@@ -169,4 +181,39 @@ TEST_F(CompletePhotos, OfAnyFormatHaveTheirDirectoriesAskedFor) {
     signal(SIGUSR1, SIG_DFL);
     EXPECT_EQ(FileRead(kThumbQueue), kPhotos + "/A\n");
     unlink(kThumbPidFile);
+}
+
+TEST_F(CompletePhotos, InStepAreMarkedAndNotWritten) {
+    for (int i = 0; i < 450; ++i) // more than one statement marks
+        FileWrite(kPhotos + "/A/" + std::to_string(i) + ".jpg", "camera One");
+    ShareDo("R:photo");
+    EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image where model = 'One'"), "450");
+    RowChange("create table written (path text)");
+    RowChange("create trigger telling after update of model on photo_image begin insert into written values "
+              "(new.path); end");
+    ShareDo("R:photo");
+    ShareDo("R:all");
+    EXPECT_EQ(PhotoQuery("select count(*) as x from written"), "0");
+    EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image where updated = '1'"), "450");
+    FileWrite(kPhotos + "/A/7.jpg", "camera Second");
+    fs::remove(kPhotos + "/A/8.jpg");
+    RowChange("update photo_image set model = 'lost' where path = '" + kPhotos + "/A/9.jpg'");
+    RowChange("delete from written");
+    ShareDo("R:photo");
+    EXPECT_EQ(PhotoQuery("select path as x from written order by path limit 3"),
+              kPhotos + "/A/7.jpg|" + kPhotos + "/A/9.jpg");
+    EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image"), "449");
+    EXPECT_EQ(Model(kPhotos + "/A/7.jpg"), "Second");
+    EXPECT_EQ(Model(kPhotos + "/A/9.jpg"), "One");
+}
+
+TEST_F(CompletePhotos, InStepTakeTextsThatAreHandedOver) {
+    for (const char *name : {"a.jpg", "b.jpg", "c.jpg"})
+        FileWrite(kPhotos + "/A/" + name, "camera One");
+    ShareDo("R:photo");
+    FileWrite(kPhotos + "/A/@eaDir/a.jpg/VELUPHOTO:TITLE", "Typed");
+    FileWrite(kPhotos + "/A/@eaDir/b.jpg/VELUPHOTO:DESC", "Described");
+    FileWrite(kPhotos + "/A/@eaDir/c.jpg/thumb.jpg", "x");
+    ShareDo("R:photo");
+    EXPECT_EQ(PhotoField("title || description"), "Typed|bDescribed|c");
 }
