@@ -17,6 +17,7 @@ constexpr char kNoNumber[] = "-";
 // No word behind has letters like these: the store finds stamps by them.
 constexpr char kTitleFromName = 'T';
 constexpr char kAlbumFromName = 'A';
+constexpr char kCoverMark = 'c';
 
 // A walk makes a stamp of each file that it meets.
 template <typename Number>
@@ -134,7 +135,7 @@ std::string FileStampBeside(const std::vector<PictureBeside> &pictures) {
         all += picture.path.substr(picture.path.rfind('/') + 1) + '/';
         AgePut(&all, picture.status);
     }
-    return BesideOf('c', all);
+    return BesideOf(kCoverMark, all);
 }
 
 bool FileIsRecent(const struct stat &status, time_t looked) {
@@ -173,6 +174,10 @@ std::string_view FileStampCover(std::string_view stamp) {
     if (beside.starts_with(" s"))
         beside.remove_prefix(std::min(kSubtitlesWord, beside.size()));
     return beside;
+}
+
+bool FileStampIsFolderCover(std::string_view cover) {
+    return cover.size() > 1 && cover[1] == kCoverMark;
 }
 
 std::string FileStampLook(std::string_view stamp) {

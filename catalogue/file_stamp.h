@@ -63,8 +63,9 @@ struct FileStampWords {
 };
 FileStampWords FileStampWordsOf(std::string_view stamp);
 
-// What the stamp of a film or of sound says of its cover.
+// What the stamp of a film or of sound says of its cover, and whether that is of pictures beside it.
 std::string_view FileStampCover(std::string_view stamp);
+[[nodiscard]] bool FileStampIsFolderCover(std::string_view cover);
 
 // The words by which a file counts as unchanged, one behind the other: all but `reading`. Of one that an older revision has
 // read they count, too: it is read again when nothing else is to be done (FileStampIsOlder). Empty for a stamp of a newer

@@ -23,15 +23,22 @@ MediaInfo DefaultsOf(const std::string &path) {
     return record;
 }
 
+bool AreInOneDirectory(std::string_view path, std::string_view other) {
+    return path.substr(0, path.rfind('/')) == other.substr(0, other.rfind('/'));
+}
+
 // The stamp of a file that has moved: the time of its status is another one, and the number counts as it did. What lies beside
-// it is looked at with the file.
-std::string MovedStamp(const std::string &before, const struct stat &status) {
+// it is looked at with the file; the cover of another directory is another one, also where it looks like the one before.
+std::string MovedStamp(const std::string &before, const struct stat &status, bool in_place) {
     const FileStampWords then = FileStampWordsOf(before);
     const std::string own = FileStampOf(status);
     const FileStampWords now = FileStampWordsOf(own);
     std::string stamp(now.age);
     stamp.append(now.changed).append(" ").append(FileStampCountsNumber(before) ? now.number : then.number);
-    return stamp.append(" ").append(then.reading).append(then.beside);
+    stamp.append(" ").append(then.reading).append(then.beside);
+    if (!in_place && FileStampIsFolderCover(FileStampCover(before)))
+        stamp.resize(stamp.size() - FileStampCover(before).size());
+    return stamp;
 }
 
 } // namespace
@@ -50,7 +57,7 @@ int MovedFileKeep(const char *new_path, const char *old_path) {
     const MediaInfo after = DefaultsOf(new_path);
     char create_time[kMediaTimeSize];
     VELUIndexTimeText(status.st_ctim.tv_sec, create_time, sizeof create_time);
-    const std::string stamp = MovedStamp(state.stamp, status);
+    const std::string stamp = MovedStamp(state.stamp, status, AreInOneDirectory(new_path, old_path));
     const MediaMoved moved = {.old_title = from_name.title ? before.title : "",
                               .new_title = after.title,
                               .old_album = from_name.album ? before.album : "",

@@ -28,6 +28,9 @@ VELUDB *VELUDBOpen(const char *uri, const char *owner = nullptr, bool tell = tru
 // Opens only what is there: a file that is missing is not made, but fails like a database that cannot be reached.
 VELUDB *VELUDBOpenExisting(const char *uri, const char *owner = nullptr);
 
+// True for a file that is missing, with the reason in errno; nobody is told.
+[[nodiscard]] bool VELUDBIsMissing(const char *uri);
+
 // What the URI of a file begins with.
 inline constexpr char kVELUDBFileScheme[] = "sqlite:";
 

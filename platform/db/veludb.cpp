@@ -172,12 +172,16 @@ VELUDB *VELUDBOpen(const char *uri, const char *owner, bool tell) {
     return OpenFailed(owner, tell, error.c_str());
 }
 
-VELUDB *VELUDBOpenExisting(const char *uri, const char *owner) {
+bool VELUDBIsMissing(const char *uri) {
     const char *file = VELUDBFileGet(uri);
-    if (file == nullptr || access(file, F_OK) == 0)
+    return file != nullptr && access(file, F_OK) != 0;
+}
+
+VELUDB *VELUDBOpenExisting(const char *uri, const char *owner) {
+    if (!VELUDBIsMissing(uri))
         return VELUDBOpen(uri, owner);
     char reason[kReasonSize];
-    snprintf(reason, sizeof reason, "%s: %s", file, strerror(errno));
+    snprintf(reason, sizeof reason, "%s: %s", VELUDBFileGet(uri), strerror(errno));
     return OpenFailed(owner, true, reason);
 }
 

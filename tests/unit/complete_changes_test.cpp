@@ -421,6 +421,27 @@ TEST_F(CompleteChanges, WhatAnOlderRevisionHasReadIsReadWhenNothingWaits) {
     EXPECT_EQ(OlderFilesRead([] { return false; }), 0u);
 }
 
+TEST_F(CompleteChanges, NoCatalogueIsMadeToLookForWhatAnOlderRevisionHasRead) {
+    const std::string catalogue = "/var/lib/velu/mediaserver.db";
+    fs::remove(catalogue);
+    static int64_t now;
+    now = 0;
+    run_clock = [] { return now; };
+    OlderFilesBegin();
+    LogTake();
+    EXPECT_EQ(OlderFilesRead([] { return false; }), 0u);
+    EXPECT_FALSE(fs::exists(catalogue));
+    EXPECT_TRUE(LogTake().empty());
+    FileWrite(kSong, "title another");
+    KnownSave(kSong, "as it was");
+    StampAge();
+    EXPECT_EQ(OlderFilesRead([] { return false; }), 0u) << "it is looked for now and then";
+    now += kQueueRetryLast;
+    EXPECT_EQ(OlderFilesRead([] { return false; }), 1u);
+    EXPECT_EQ(Title("music", kSong), "another");
+    run_clock = MonotonicMilliseconds;
+}
+
 TEST_F(CompleteChanges, WhatAnOlderRevisionHasReadIsReadForSomeTimeAtOnce) {
     FileWrite(kSong, "title another");
     KnownSave(kSong, "as it was");

@@ -116,6 +116,21 @@ TEST_F(CompleteCoverMoves, AFileTakesTheCoverOfItsNewDirectory) {
     EXPECT_TRUE(NothingIsKept());
 }
 
+TEST_F(CompleteCoverMoves, AFileTakesACoverThatLooksLikeTheOneBefore) {
+    OldFileWrite(kA + "/song.mp3", "title T");
+    OldFileWrite(kA + "/own.mp3", "picture 70000 T");
+    OldFileWrite(kA + "/cover.jpg", kJpegHead + "A");
+    OldFileWrite(kB + "/cover.jpg", kJpegHead + "B");
+    WalkSettled();
+    Settle(kA + "/own.mp3", kStampOwnCover);
+    Rename(kB + "/song.mp3", kA + "/song.mp3");
+    EXPECT_EQ(CoverOf(kB + "/song.mp3"), kJpegHead + "B");
+    reader_programs[0] = kNone;
+    Rename(kB + "/own.mp3", kA + "/own.mp3");
+    EXPECT_EQ(CoverOf(kB + "/own.mp3").size(), 70000u) << "one with a cover of its own is not opened";
+    ExpectCovers(2);
+}
+
 TEST_F(CompleteCoverMoves, PicturesStayOneFileAndGoWithTheLast) {
     for (const std::string name : {"/1.mp3", "/2.mp3", "/deep/3.mp3"})
         OldFileWrite(kA + name, "picture 70000 T");
