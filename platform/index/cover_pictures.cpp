@@ -13,6 +13,7 @@
 
 #include "platform/file_bytes.h"
 #include "platform/hash.h"
+#include "platform/index/run_state.h"
 #include "platform/own_group.h"
 
 namespace {
@@ -76,8 +77,9 @@ std::string CoverPictureName(int picture, uint64_t bytes) {
 FdHandle CoverPictureFind(const std::string &path, int picture, uint64_t bytes) {
     struct stat status;
     FdHandle file = PictureOpen(AT_FDCWD, path.c_str(), &status);
-    const bool same =
-        file && static_cast<uint64_t>(status.st_size) == bytes && FileBytesEqual(file.get(), picture, bytes);
+    const bool same = file && status.st_mtim.tv_sec > run_state.covers_failed &&
+                      static_cast<uint64_t>(status.st_size) == bytes &&
+                      FileBytesEqual(file.get(), picture, bytes);
     return same ? std::move(file) : FdHandle();
 }
 

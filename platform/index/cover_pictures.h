@@ -18,7 +18,7 @@ inline constexpr size_t kCoverGroupDigits = 2;
 // Returns the name of a picture below the folder of all covers; empty when it cannot be read.
 std::string CoverPictureName(int picture, uint64_t bytes);
 
-// Opens the file that has the name by content `path` when it holds that picture.
+// Opens the file that has the name by content `path` when it holds that picture, and holds it on the disk as far as is known.
 FdHandle CoverPictureFind(const std::string &path, int picture, uint64_t bytes);
 
 // Gives a cover a name by content, which another file may have had. False where files have one name only.

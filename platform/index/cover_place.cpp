@@ -21,6 +21,7 @@
 #include <string.h>
 #include <sys/stat.h>
 #include <syslog.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -226,8 +227,10 @@ bool CoversSync() {
     const FdHandle folder(open(CoverDir().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder && errno == ENOENT) // somebody has taken all covers away
         return true;
-    if (!folder || syncfs(folder.get()) != 0)
+    if (!folder || syncfs(folder.get()) != 0) {
+        run_state.covers_failed = time(nullptr);
         return false;
+    }
     run_state.covers_placed = false;
     return true;
 }

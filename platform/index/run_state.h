@@ -4,6 +4,7 @@
 #pragma once
 
 #include <stdint.h>
+#include <time.h>
 
 #include <optional>
 #include <string>
@@ -51,7 +52,10 @@ struct RunState {
     RunAccount account; // of the run, also when it is over
     // What outlives a run.
     bool covers_placed = false; // since the covers were last brought to the disk
-    bool music_dirty = false;   // the table was written to since its marker was cleared
+    // When that failed last. What the kernel could not write it may take for written: pictures that are as old are read from
+    // memory as they should be, and may be on the disk otherwise.
+    time_t covers_failed = 0;
+    bool music_dirty = false; // the table was written to since its marker was cleared
     bool video_dirty = false;
     SavedRows saved;  // by the sweep that goes on
     MovedFiles moved; // by the rename that goes on

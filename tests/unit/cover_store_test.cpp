@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/index/cover_place.h"
+#include "platform/index/run_state.h"
 #include "tests/unit/failing_link.h"
 #include "tests/unit/log_capture.h"
 #include "tests/unit/test_files.h"
@@ -69,6 +70,7 @@ protected:
     }
     ~CoverStoreTest() override {
         LinkFailAt(0, 0);
+        run_state.covers_failed = 0;
         fs::remove_all(kCovers);
     }
 
@@ -108,6 +110,28 @@ TEST_F(CoverStoreTest, OnePictureIsStoredOnce) {
     EXPECT_EQ(FilesKept().size(), 1u);
     for (int i = 0; i < 10; ++i)
         EXPECT_EQ(FileRead(PlaceOf(Media(i))), Picture('1')) << i;
+}
+
+TEST_F(CoverStoreTest, WhatMayNotHaveReachedTheDiskIsWrittenAgain) {
+    const time_t begin = time(nullptr);
+    ASSERT_EQ(StoreAlone(1, Picture('1')), 0);
+    const ino_t before = NumberOf(PlaceOf(Media(1)));
+    const std::string away = std::string(kCovers) + ".away";
+    fs::rename(kCovers, away);
+    FileWrite(kCovers, "no folder");
+    EXPECT_FALSE(CoversSync());
+    EXPECT_GE(run_state.covers_failed, begin);
+    fs::remove(kCovers);
+    fs::rename(away, kCovers);
+    ASSERT_EQ(StoreAlone(2, Picture('1')), 0);
+    EXPECT_NE(NumberOf(PlaceOf(Media(2))), before);
+    ASSERT_EQ(StoreAlone(1, Picture('1')), 0);
+    EXPECT_NE(NumberOf(PlaceOf(Media(1))), before);
+    run_state.covers_failed = begin - 1; // some seconds later
+    ASSERT_EQ(StoreAlone(2, Picture('1')), 0);
+    EXPECT_EQ(NumberOf(PlaceOf(Media(2))), NumberOf(PlaceOf(Media(1)))) << "it is one picture again";
+    EXPECT_EQ(FilesKept().size(), 1u);
+    EXPECT_TRUE(CoversSync());
 }
 
 TEST_F(CoverStoreTest, NothingIsLeftBehindTheLast) {
