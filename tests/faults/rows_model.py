@@ -55,14 +55,17 @@ class Line:
 class Rows:
     """`rows`: by (table, key), whether the row is there and its typed texts. `disk`: paths, each "file" or "dir".
     `handed`: by path, the texts that lie beside a picture. `renamed_over`: pictures that had a row already when a rename
-    brought them another, which may have taken the place of texts that were read before."""
+    brought them another, which may have taken the place of texts that were read before. `media`: the tables of files, by
+    extension. `texted`: the tables whose rows have texts that are to be kept."""
+    media = MEDIA
+    texted = ("photo_image", "photo_share")
 
     def __init__(self, rows=None, renamed_over=()):
         self.rows = dict(rows or {})
         self.renamed_over = set(renamed_over)
 
     def copy(self):
-        return Rows(self.rows, self.renamed_over)
+        return type(self)(self.rows, self.renamed_over)
 
     def get(self, table, key):
         return self.rows.get((table, key), ABSENT)
@@ -71,12 +74,25 @@ class Rows:
         self.rows[table, key] = value
 
     def merged(self, other):
-        merged = Rows(renamed_over=self.renamed_over | other.renamed_over)
+        merged = type(self)(renamed_over=self.renamed_over | other.renamed_over)
         for key in {*self.rows, *other.rows}:
             (here, text), (there, other_text) = self.rows.get(key, ABSENT), other.rows.get(key, ABSENT)
             merged.rows[key] = (here if here == there else MAYBE,
                                 text if text == other_text or there == NO else other_text if here == NO else UNKNOWN)
         return merged
+
+    def table_of(self, path):
+        return self.media.get(os.path.splitext(path)[1])
+
+    def keeps_texts(self, table, texts):
+        """Whether a row's texts are known and to be kept."""
+        return table in self.texted and texts is not UNKNOWN
+
+    def settle(self, disk):
+        """Forgets what does so at the end of a run."""
+
+    def moved_settled(self):
+        """At the end of a run in which nothing was forgotten."""
 
     def keys(self, table, top):
         return [key for kind, key in self.rows if kind == table and below(key, top)]
@@ -92,7 +108,7 @@ class Rows:
         self.set(table, key, ABSENT)
 
     def _add_media(self, path):
-        table = MEDIA.get(os.path.splitext(path)[1])
+        table = self.table_of(path)
         if table:
             self._save(table, path)
 
@@ -129,6 +145,10 @@ class Rows:
         elif line.paths[0] not in disk:
             self._gone(letter, line.paths[0])
 
+    def unseen(self, line, disk, places):
+        """What else may come of a line while places cannot be seen."""
+        return ()
+
     def _add(self, letter, path, disk, handed):
         kind = disk.get(path)
         if kind == "file":
@@ -157,7 +177,7 @@ class Rows:
 
     def _gone(self, letter, path):
         if letter == "d":
-            table = MEDIA.get(os.path.splitext(path)[1])
+            table = self.table_of(path)
             if table:
                 self._remove(table, path)
             if below(path, PHOTO) and path.endswith(".jpg"):
@@ -171,7 +191,7 @@ class Rows:
                 self._remove("photo_share", key)
 
     def _remove_media_tree(self, path):
-        for table in (*MEDIA.values(), "directory"):
+        for table in (*self.media.values(), "directory"):
             for key in self.keys(table, path):
                 self._remove(table, key)
 
@@ -206,7 +226,7 @@ class Rows:
     def _add_new_media(self, path, again):
         """A resync of the library tells the media catalogue of what it does not know itself; done again, of all it lacks."""
         known = self.get("photo_image", path)[0]
-        table = MEDIA.get(os.path.splitext(path)[1])
+        table = self.table_of(path)
         if table and (again or known == NO or table != "photo"):
             self._add_media(path)
         elif table and known == MAYBE and self.get(table, path)[0] != YES:
@@ -221,8 +241,8 @@ class Rows:
             self._remove_media_tree(old)
             self._walk(new, disk, {}, photo=False)
         else:
-            if old not in disk and MEDIA.get(os.path.splitext(old)[1]):
-                self._remove(MEDIA[os.path.splitext(old)[1]], old)
+            if old not in disk and self.table_of(old):
+                self._remove(self.table_of(old), old)
             if disk.get(new) == "file":
                 self._add_media(new)
         if below(new, PHOTO):
@@ -230,7 +250,7 @@ class Rows:
             self._rename_albums(new, old, disk, again)
 
     def _remove_gone(self, top, disk):
-        for table in MEDIA.values():
+        for table in self.media.values():
             for key in self.keys(table, top):
                 if key not in disk:
                     self._remove(table, key)
@@ -310,7 +330,7 @@ def compare(model, actual):
             wrong.append(f"{table}: {key!r} is forgotten")
         elif there == NO and (table, key) in actual:
             wrong.append(f"{table}: {key!r} is still there")
-        elif there == YES and texts is not UNKNOWN and table in ("photo_image", "photo_share") and actual[table, key] != texts:
+        elif there == YES and model.keeps_texts(table, texts) and actual[table, key] != texts:
             wrong.append(f"{table}: {key!r} has {actual[table, key]!r}, not {texts!r}")
     wrong += [f"{table}: {key!r} is made up" for table, key in actual if (table, key) not in model.rows]
     return wrong

@@ -20,21 +20,23 @@ class Wrong(Exception):
 
 
 class Storm:
-    """A daemon in the middle of it. `told` has what was done since the last time that all was well."""
+    """A daemon in the middle of it. `told` has what was done since the last time that all was well. `whole`: the lines that bring all
+    in step."""
+    make_work, make_rows, whole = Work, Rows, ("R:all", "R:photo")
 
     def __init__(self, daemon, seed):
         self.random = random.Random(seed)
         self.seed = seed
         self.daemon = daemon
         self.world = World(daemon, MOUNTS, {}, {})
-        self.work = Work(self.random, self.world, self.tell)
+        self.work = self.make_work(self.random, self.world, self.tell)
         self.faults = RandomFaults(self.random, daemon, self.world, MOUNTS)
         self.epochs = self.runs = 0
         self.told = []
         self.kinds = {}
         daemon.start()
-        self.daemon.index("R:all", "R:photo")
-        self.model = Rows()
+        self.daemon.index(*self.whole)
+        self.model = self.make_rows()
         self.learn()
 
     def tell(self, text):
@@ -69,6 +71,9 @@ class Storm:
         wrong = compare(model, actual)
         if wrong:
             raise Wrong(f"{when}:\n  " + "\n  ".join(wrong[:12]))
+
+    def check_in_step(self):
+        """What else holds when all is in step with the disk."""
 
     # --- epochs
 
@@ -113,9 +118,12 @@ class Storm:
                     not_done = at_once.copy()
                     at_once.apply(line, disk, handed)
                     if places and any(touch(place, other) for place in places for other in line.places()):
-                        at_once = at_once.merged(not_done)
+                        for rows in (not_done, *not_done.unseen(line, disk, places)):
+                            at_once = at_once.merged(rows)
                     unswept.apply(line, disk, handed, sweeps=False)
                     possible = possible.merged(at_once).merged(unswept)
+                at_once, unswept = (self.settled_run(rows, disk, places) for rows in (at_once, unswept))
+                possible = possible.merged(at_once).merged(unswept)
                 again = self.run(lines) or again
                 self.work.forget_taken()
                 for done in self.done_again(possible, all_lines):
@@ -137,12 +145,22 @@ class Storm:
         if self.daemon.exists(TEXTS) and self.daemon.read(TEXTS):
             raise Wrong("the spool has a text when all is done")
 
+    @staticmethod
+    def settled_run(rows, disk, places):
+        """The rows at a run's end; what lies on storage that is away may stay."""
+        done = rows.copy()
+        done.settle(disk)
+        rows.moved_settled()
+        return done.merged(rows) if places else done
+
     def done_again(self, rows, lines):
         """What comes of lines that are done with the disk as it is now: of the first, of the first two, and so on."""
         rows, disk = rows.copy(), self.work.disk()
         for line, _, handed in lines:
             rows.apply(line, disk, handed, again=True)
-            yield rows.copy()
+            done = rows.copy()
+            done.settle(disk)
+            yield done
 
     def settled(self, at_once, possible, lines, disks):
         """What all lines have come to, whether they were done at once, again at the end or in between, which is all the same
@@ -174,12 +192,13 @@ class Storm:
         """All is brought in step with the disk, and then it has what the disk has."""
         self.told = self.told[-200:]
         self.tell("--- in step")
-        self.run_whole("R:all", "R:photo")
+        self.run_whole(*self.whole)
         disk = self.work.disk()
-        for line in map(Line, ("R:all", "R:photo")):
+        for line in map(Line, self.whole):
             self.model.apply(line, disk, self.work.handed)
         self.settle_handed(self.model, set(self.work.handed))
         self.check(self.model, "in step with the disk")
+        self.check_in_step()
         self.learn()
         self.type_in()
 

@@ -16,6 +16,8 @@ FILES_MAX = 60
 class Work:
     """`handed`: by path, the texts that lie beside a picture, or where one was. `tell` takes a line about each thing that happens."""
 
+    extensions = EXTENSIONS
+
     def __init__(self, random, world, tell):
         self.random, self.world, self.tell = random, world, tell
         self.number = 0
@@ -35,6 +37,9 @@ class Work:
 
     # --- each of these gives the line that a watcher would write, or none
 
+    def write(self, path):
+        self.world.write(path)
+
     def some_folder(self, disk):
         return self.random.choice([path for path, kind in disk.items() if kind == "dir"])
 
@@ -43,13 +48,13 @@ class Work:
         return self.random.choice(files) if files else None
 
     def name_in(self, folder):
-        return f"{folder}/{self.random.choice(NAMES)}{self.random.choice(EXTENSIONS[share_of(folder)])}"
+        return f"{folder}/{self.random.choice(NAMES)}{self.random.choice(self.extensions[share_of(folder)])}"
 
     def new_file(self, disk):
         path = self.name_in(self.some_folder(disk))
         if disk.get(path) == "dir" or len(disk) > FILES_MAX * 2:
             return self.delete(disk)
-        self.world.write(path)
+        self.write(path)
         return f"a:{path}"
 
     def new_folder(self, disk):
@@ -59,7 +64,7 @@ class Work:
             return None
         os.makedirs(self.world.path(folder))
         for _ in range(self.random.randrange(4)):
-            self.world.write(self.name_in(folder))
+            self.write(self.name_in(folder))
         return f"A:{folder}"
 
     def delete(self, disk):
@@ -140,11 +145,13 @@ class Work:
                                    f"D:{folder}/none", self.random.choice(["T:music", "T:photo_image", "T:photo_share",
                                                                            "T:directory", "bad line", "U:else"])])
 
+    def kinds(self):
+        return {self.new_file: 10, self.new_folder: 4, self.delete: 4, self.delete_folder: 2, self.rename: 6,
+                self.rename_folder: 5, self.hand_over: 3, self.ask: 6}
+
     def work(self):
         """A few things happen. Gives the lines."""
-        kinds = {self.new_file: 10, self.new_folder: 4, self.delete: 4, self.delete_folder: 2, self.rename: 6,
-                 self.rename_folder: 5, self.hand_over: 3, self.ask: 6}
-        lines = []
+        kinds, lines = self.kinds(), []
         for _ in range(self.random.choice((1, 1, 2, 3, 6))):
             kind = self.random.choices(list(kinds), list(kinds.values()))[0]
             line = kind(self.disk())

@@ -18,9 +18,10 @@ REFUSED = "refused"
 TABLES = {MEDIA: ("music", "video", "photo", "playlist"), PHOTO: ("photo_image",)}
 
 
-def patience_of_tests(daemon):
-    """A server's locks are waited for in a test's time and not in the server's, and the server on a clock that goes fast."""
-    daemon.configure(**{key: uri.replace("connect_timeout=600", "connect_timeout=6000&options=-c%20lock_timeout%3D30")
+def patience_of_tests(daemon, **keys):
+    """A server's locks are waited for in a test's time and not in the server's, and the server on a clock that goes fast. `keys` are
+    configured too."""
+    daemon.configure(**keys, **{key: uri.replace("connect_timeout=600", "connect_timeout=6000&options=-c%20lock_timeout%3D30")
                         for key, uri in daemon.catalogue.keys.items()})
 
 
