@@ -73,6 +73,16 @@ void GoneDirectoriesForget(std::string directory, const std::string &top) {
         MediaDirectoryForget(directory.c_str());
 }
 
+// Returns the first that is gone of the directories on the way down to a path, or the path.
+std::string FirstGone(const std::string &path, const std::string &from) {
+    for (size_t end = path.find('/', from.size() + 1); end != std::string::npos;
+         end = path.find('/', end + 1)) {
+        if (PathIsGone(path.substr(0, end).c_str()))
+            return path.substr(0, end);
+    }
+    return path;
+}
+
 // Moves the rows under a directory that is there again whose files have moved, and leaves those of files that came later. `again`:
 // those may have their rows already.
 void MovedRowsMove(const char *new_path, const char *directory, bool again) {
@@ -83,13 +93,19 @@ void MovedRowsMove(const char *new_path, const char *directory, bool again) {
         return;
     }
     moved_to.push_back(to);
+    std::string moved; // the last directory that was moved whole
     std::string left;
     RowsBelow(from, [&](const std::string &path) {
-        const std::string target = to + path.substr(from.size());
-        if (!IsGone(path) && (again || PathIsGone(target.c_str())))
+        if (!moved.empty() && PathIsAtOrUnder(path, moved))
             return;
-        MovedTreeKeep(target, path);
-        if (const std::string above = path.substr(0, path.rfind('/')); above != left)
+        const std::string top = FirstGone(path, from);
+        const std::string target = to + top.substr(from.size());
+        if (!IsGone(top) && (again || PathIsGone(target.c_str())))
+            return;
+        MovedTreeKeep(target, top);
+        if (top != path)
+            moved = top;
+        else if (const std::string above = path.substr(0, path.rfind('/')); above != left)
             GoneDirectoriesForget(left = above, from);
     });
     MovedAlbumKeep(to, from);

@@ -322,6 +322,29 @@ TEST_F(CompleteChanges, ATreeThatMovesIntoOneThatIsKnownTakesItsPlace) {
     EXPECT_EQ(Title("video", "/volume1/music/New/2.avi"), "F");
 }
 
+TEST_F(CompleteChanges, OfATreeThatIsThereAgainWhatHasMovedTakesItsRowsAlong) {
+    const std::string old_tree = "/volume1/music/Old";
+    const std::string new_tree = "/volume1/music/New";
+    const Texts names = {"/1.mp3", "/Deep/2.mp3", "/Deep/er/3.mp3", "/Deep/er/4.mp3", "/Kept/5.mp3"};
+    for (const std::string &name : names)
+        FileWrite(old_tree + name, "picture 3000 read");
+    Walk();
+    std::vector<std::string> ids;
+    for (const std::string &name : names)
+        ids.push_back(StateField(old_tree + name, "id"));
+    fs::rename(old_tree, new_tree);
+    FileWrite(old_tree + "/Kept/6.mp3", "title came");
+    Do("N:" + new_tree + ":" + old_tree);
+    for (size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(StateField(new_tree + names[i], "id"), ids[i]) << names[i];
+        EXPECT_TRUE(fs::exists(CoverOf(new_tree + names[i]))) << names[i];
+    }
+    EXPECT_EQ(MediaPaths("music").size(), names.size());
+    EXPECT_EQ(MediaPaths("directory"),
+              (Texts{"/volume1/music", new_tree, new_tree + "/Deep", new_tree + "/Deep/er",
+                     new_tree + "/Kept", old_tree, old_tree + "/Kept"}));
+}
+
 // The disk is further on than the requests.
 TEST_F(CompleteChanges, RenamesInARowAreFollowed) {
     const std::string last = "/volume1/music/C/last.mp3";
