@@ -200,8 +200,9 @@ inline constexpr int64_t kReaderResidentMax = int64_t{256} << 20;
 // looking costs nothing.
 inline constexpr int64_t kReaderLookMilliseconds = 1000;
 
-// Milliseconds that a reader may take to start. It loads its libraries, from a disk that may have to wake up.
-inline constexpr int64_t kReaderStartMilliseconds = 30'000;
+// Milliseconds that a reader may take to start. It loads its libraries, from a disk that may have to wake up, and on a machine that
+// may be busy with others.
+inline constexpr int64_t kReaderStartMilliseconds = 90'000;
 
 // Attempts to start a reader, one after the other, before its kind counts as missing; and those at which somebody else kills
 // it, whom nobody wants to wait for without end.
