@@ -10,9 +10,11 @@
 #include "catalogue/features.h"
 #include "catalogue/listed_name.h"
 #include "catalogue/moved_file.h"
+#include "catalogue/photo_date.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
 #include "daemon/index_covers.h"
+#include "daemon/path_rules.h"
 #include "daemon/storage_away.h"
 #include "daemon/walk_reindex.h"
 #include "daemon/walk_rules.h"
@@ -140,11 +142,13 @@ void GoneRowsMove(const char *new_path, const char *directory) {
     }
 }
 
-// True for files that are handed to the same reader under the same extension, which may decide how they are read.
+// True for files that are handed to the same reader under the same extension, which may decide how they are read. A picture may
+// have its date from its name.
 bool AreReadAlike(const char *path, const char *other) {
     const IndexHandler *handler = IndexHandlerOf(path);
     return handler != nullptr && handler == IndexHandlerOf(other) &&
-           IndexRecipeReader(IndexRecipeOf(handler->indexer), path) != nullptr;
+           IndexRecipeReader(IndexRecipeOf(handler->indexer), path) != nullptr &&
+           (!HasPictureExtension(path) || DateOfName(path) == DateOfName(other));
 }
 
 // Moves the row of a file that need not be read again, or of what is no more at the new path: its next rename comes behind.
@@ -181,6 +185,8 @@ void FileRename(const char *new_path, const char *old_path) {
         return;
     }
     PhotoPathRename(new_path, old_path, 0);
+    if (ActiveWalkRules().library_follows && HasPictureExtension(new_path) && !left_out)
+        PhotoLibraryFileUpdate(new_path, kIndexUpdate);
     if (supportcinehall && BlVELUIndexIsVideoOnWebFile(new_path))
         VideoTablesRename(new_path, old_path);
 }

@@ -217,3 +217,23 @@ TEST_F(CompletePhotos, InStepTakeTextsThatAreHandedOver) {
     ShareDo("R:photo");
     EXPECT_EQ(PhotoField("title || description"), "Typed|bDescribed|c");
 }
+
+TEST_F(CompletePhotos, TakeTheirDateFromTheNameThatTheyHave) {
+    const std::string before = kPhotos + "/A/IMG_20190504_101112.jpg",
+                      after = kPhotos + "/A/2020-01-02 03.04.05.jpg";
+    FileWrite(before, "photo P");
+    UnchangedSave(before, "known");
+    PhotosWalk(kIndexUpdate, kWalkPhotoLibrary);
+    RowChange("update photo_image set title = 'Typed'");
+    fs::rename(before, after);
+    ShareDo(("N:" + after + ":" + before).c_str());
+    EXPECT_EQ(LibraryColumns(after), MediaColumns(after));
+    EXPECT_EQ(LibraryColumns(after)["date_taken"], "2020-01-02 03:04:05");
+    EXPECT_EQ(PhotoField("title"), "Typed");
+    const std::string again = kPhotos + "/A/20200102_030405.jpg"; // the same moment: nothing is read
+    UnchangedSave(after, "kept");
+    fs::rename(after, again);
+    ShareDo(("N:" + again + ":" + after).c_str());
+    EXPECT_EQ(Model(again), "kept");
+    EXPECT_EQ(PhotoField("name"), "20200102_030405.jpg");
+}
