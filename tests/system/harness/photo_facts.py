@@ -33,17 +33,20 @@ TAGS = {
 UNSET = re.compile(r"|undef|inf|[0 :]+:[0 :]+")
 LATIN_1 = "exiftool takes the texts of EXIF for one character set alone, here for UTF-8; these are ISO-8859-1 and read as such"
 CODED = "in blocks and units of the maker's own, which are not decoded"
+PAIR = "exiftool shows both values; the first is the sensitivity"
 # Of which file and fact the reader says otherwise or nothing, and why.
 EXPLAINED = {
     ("raw.crw", "iso_speed"): CODED, ("raw.crw", "focal_length"): CODED,
     ("latin1.jpg", "description"): LATIN_1, ("latin1.jpg", "artist"): LATIN_1,
+    ("camera-iso-pair-II.jpg", "iso_speed"): PAIR, ("camera-iso-pair-MM.jpg", "iso_speed"): PAIR,
     ("plain.tga", "size"): "exiftool reads no TGA; it is 48 by 36",
 }
 
 
 def library():
     """The folder of the pictures."""
-    return encoded("pictures", pictures.make, pathlib.Path(pictures.__file__), pathlib.Path(pictures.raws.__file__))
+    return encoded("pictures", pictures.make, pathlib.Path(pictures.__file__), pathlib.Path(pictures.raws.__file__),
+                   pathlib.Path(pictures.camera_exif.__file__))
 
 
 def first(tags, names):

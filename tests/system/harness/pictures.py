@@ -1,11 +1,12 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Pictures of every format with metadata of every kind, made by encoders and exiftool, and what exiftool says of them."""
+import functools
 import json
 import pathlib
 import shutil
 import subprocess
 
-from . import media, raws
+from . import camera_exif, media, photo, raws
 
 EXIF = {"IFD0:Make": "Maker & Sons", "IFD0:Model": "Modèl 7", "ExifIFD:ExposureTime": "1/125", "ExifIFD:FNumber": "2.8",
         "ExifIFD:ISO": "400", "ExifIFD:DateTimeOriginal": "2019:05:04 10:11:12", "ExifIFD:OffsetTimeOriginal": "+02:00",
@@ -80,11 +81,29 @@ def orf(tif):
     return tif[:2] + b"RO" + tif[4:]
 
 
+def with_film(jpg):
+    """A photo with a film behind it, as phones write those that move."""
+    return jpg + raws.box(b"ftyp", b"mp42\0\0\0\0isom") + raws.box(b"mdat", bytes(5000))
+
+
+def padded(jpg):
+    """Fill bytes in front of the first marker."""
+    return jpg[:2] + b"\xff" * 9 + jpg[2:]
+
+
+def with_second_picture(jpg):
+    """A preview behind the picture, as in the files of cameras with two lenses."""
+    return jpg + jpg
+
+
 SHAPES = list(_shapes())
 # What exiftool does not make: the name, the shape that it is made of, and how.
 MADE_OF = {"raw.orf": ("exif-II.tif", orf), "raw.crw": ("plain.jpg", raws.crw), "raw.raf": ("exif-II.jpg", raws.raf),
            "raw.x3f": ("exif-II.jpg", raws.x3f),
-           "raw.mrw": ("exif-MM.tif", raws.mrw)}
+           "raw.mrw": ("exif-MM.tif", raws.mrw), "film-behind.jpg": ("exif-II.jpg", with_film), "padded.jpg": ("exif-MM.jpg", padded),
+           "second-picture.jpg": ("everything.jpg", with_second_picture),
+           **{f"camera-{name}.jpg": ("plain.jpg", functools.partial(photo.with_exif, tiff=block))
+              for name, block in camera_exif.shapes().items()}}
 TOOLS = {"heic": lambda png, out: ("heif-enc", "-q", "50", png, "-o", out),
          "avif": lambda png, out: ("avifenc", "-s", "10", png, out),
          "jxl": lambda png, out: ("cjxl", "--container=1", "-e", "1", png, out)}
