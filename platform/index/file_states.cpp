@@ -13,6 +13,7 @@
 #include "platform/index/run_session.h"
 #include "platform/index/statements.h"
 #include "platform/limits.h"
+#include "platform/path.h"
 #include "platform/veluindex.h"
 
 namespace {
