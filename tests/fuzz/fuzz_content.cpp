@@ -3,18 +3,15 @@
 // What a file is, by its bytes. The first byte chooses the name's extension.
 #include "reader/content/content.h"
 #include "tests/fuzz/fuzz_target.h"
-#include "tests/fuzz/memory_file.h"
+#include "tests/fuzz/reader_file.h"
 
 static int Try(const uint8_t *data, size_t size) {
     constexpr const char *kExtensions[] = {"", "mp3", "tga", "svg", "m3u"};
     if (size == 0)
         return 0;
-    const FdHandle file = MemoryFileOpen(data + 1, size - 1);
-    ReaderInput input;
-    input.fd = file.get();
-    input.size = static_cast<int64_t>(size - 1);
-    input.extension = kExtensions[data[0] % std::size(kExtensions)];
-    const ContentFormat format = ContentLook(&input);
+    ReaderFile file(data + 1, size - 1);
+    file.input.extension = kExtensions[data[0] % std::size(kExtensions)];
+    const ContentFormat format = ContentLook(&file.input);
     if (ContentClassOf(format) == ContentClass::unknown && format != ContentFormat::unknown)
         abort();
     return 0;

@@ -3,23 +3,14 @@
 // All calls of the MP4 reader, over a file in memory.
 #include "compat/mp4v2/mp4.h"
 
-#include <stdio.h>
 #include <stdlib.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <initializer_list>
 
 #include "tests/fuzz/fuzz_target.h"
+#include "tests/fuzz/memory_file.h"
 
 namespace {
-
-// The file that each run fills anew, by its name.
-struct MemoryFile {
-    int fd = memfd_create("mp4", MFD_CLOEXEC);
-    char path[64];
-    MemoryFile() { snprintf(path, sizeof path, "/proc/self/fd/%d", fd); }
-};
 
 void AskTrack(MP4FileHandle file, MP4TrackId track) {
     const MP4Duration duration = MP4GetTrackDuration(file, track);
@@ -57,10 +48,8 @@ void AskTags(MP4FileHandle file) {
 } // namespace
 
 static int Try(const uint8_t *data, size_t size) {
-    static const MemoryFile memory;
-    if (ftruncate(memory.fd, 0) != 0 || pwrite(memory.fd, data, size, 0) != static_cast<ssize_t>(size))
-        abort();
-    const MP4FileHandle file = MP4Read(memory.path, 0);
+    const MemoryFile memory(data, size);
+    const MP4FileHandle file = MP4Read(memory.path.c_str(), 0);
     const uint32_t count = MP4GetNumberOfTracks(file, nullptr, 0);
     for (uint32_t i = 0; i < count; ++i)
         AskTrack(file, MP4FindTrackId(file, static_cast<uint16_t>(i), nullptr, 0));
