@@ -56,9 +56,11 @@ int PictureRowsRead(Catalogue catalogue, const char *directory, const PictureTak
 int PictureRowsMark(std::span<const std::string> paths) {
     RunScope scope;
     int result = 0;
-    for (; !paths.empty(); paths = paths.subspan(std::min(paths.size(), kMarkedAtOnce))) {
-        std::vector<VELUDBValue> values(kMarkedAtOnce);
-        std::ranges::transform(paths.first(std::min(paths.size(), kMarkedAtOnce)), values.begin(), TextValue);
+    while (!paths.empty()) {
+        const auto part = paths.first(std::min(paths.size(), kMarkedAtOnce));
+        paths = paths.subspan(part.size());
+        std::vector<VELUDBValue> values(kMarkedAtOnce); // a place that is left is null, which no path is
+        std::ranges::transform(part, values.begin(), TextValue);
         if (RunWrite(Catalogue::photo, StatementOf(StoreOperation::markPhotos), values.data(),
                      values.size()) < 0)
             result = -1;
