@@ -14,7 +14,6 @@
 #include "platform/index/run_state.h"
 #include "platform/limits.h"
 #include "platform/rule_set.h"
-#include "platform/veludb.h"
 #include "platform/veluindex.h"
 
 namespace {
@@ -39,12 +38,6 @@ bool PortionRead(Portion *portion) {
                               if (FileStampIsOlder(stamp))
                                   portion->paths.emplace_back(path);
                           }) == 0;
-}
-
-// A file that nobody has made yet has none of them, and is not made for that; one whose storage is away may come back.
-bool CatalogueIsThere() {
-    char uri[kCatalogueUriSize];
-    return VELUIndexUriGet(Catalogue::media, uri, sizeof uri) == 0 && !VELUDBIsMissing(uri);
 }
 
 void FileRead(const std::string &path) {
@@ -83,7 +76,8 @@ size_t OlderFilesRead(bool (*stop)()) {
     const int64_t begin = run_clock();
     if (older.done || begin < older.wait_until || RuleSetActive() != RuleSet::complete)
         return 0;
-    if (!CatalogueIsThere()) {
+    // It is made by whoever has something for it; one whose storage is away may come back.
+    if (!FileTablesAreMade()) {
         older.wait_until = begin + kQueueRetryLast;
         return 0;
     }

@@ -57,6 +57,9 @@ int FileNamesFold();
 // True when the catalogue has these tables, false also when it is away.
 [[nodiscard]] bool FileTablesThere();
 
+// The same, outside of a run and without a line: a look makes neither a catalogue nor tables.
+[[nodiscard]] bool FileTablesAreMade();
+
 // Saves a row as MediaInfoDBSave does, and in the place of what was known of its file the findings. All of it is stored, or
 // nothing of it; when the file was first catalogued stays.
 int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &findings);

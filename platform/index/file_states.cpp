@@ -11,6 +11,7 @@
 #include "platform/index/directory_rows.h"
 #include "platform/index/run.h"
 #include "platform/index/run_session.h"
+#include "platform/index/schema.h"
 #include "platform/index/statements.h"
 #include "platform/limits.h"
 #include "platform/path.h"
@@ -27,6 +28,15 @@ bool FileTablesThere() {
     RunScope scope;
     const bool there = SessionHasFiles();
     return scope.Finish(0) == 0 && there;
+}
+
+bool FileTablesAreMade() {
+    char uri[kCatalogueUriSize];
+    if (VELUIndexUriGet(Catalogue::media, uri, sizeof uri) != 0 || VELUDBIsMissing(uri))
+        return false;
+    const DatabaseHandle db(VELUDBOpen(uri, CatalogueName(Catalogue::media), false));
+    bool made = false;
+    return db != nullptr && SchemaVersion(db.get(), kVersionTable, &made) >= 0 && made;
 }
 
 int FileStatesRead(const char *directory, const FileStateTake &take) {
