@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "catalogue/by_reader.h"
 
-#include <errno.h>
 #include <stdio.h>
 #include <string.h>
 #include <syslog.h>
@@ -20,6 +19,7 @@
 #include "catalogue/playlist_entries.h"
 #include "catalogue/reader_cover.h"
 #include "catalogue/util.h"
+#include "platform/file.h"
 #include "platform/index/file_state.h"
 #include "platform/veluindex.h"
 
@@ -43,11 +43,6 @@ MediaKind KindOf(ContentClass content, MediaKind named) {
         break;
     }
     return named;
-}
-
-// A path that leads to no file, as opposed to one that cannot be looked at.
-bool IsNoFile(int error) {
-    return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG || error == EINVAL;
 }
 
 bool IsRead(const FileReport &report) {
@@ -86,9 +81,12 @@ int RowSave(MediaKind named, const FileReport &report, const char *path, const s
     }
     FromName from_name;
     MediaInfo record = RecordOf(report, path, &from_name);
-    const FileCover cover = FileCoverSave(report, kind, path);
+    const bool had_cover = std::ranges::any_of(rows, &FileRow::has_cover);
+    const FileCover cover = FileCoverSave(report, kind, path, had_cover);
     record.has_cover = cover.there ? 1 : 0;
-    const std::string whole = cover.sure ? WholeStamp(stamp, from_name, report, cover.stamp) : std::string();
+    const std::string whole = cover.sure && !report.beside_unseen
+                                  ? WholeStamp(stamp, from_name, report, cover.stamp)
+                                  : std::string();
     FileFindings findings = {.stamp = whole, .trouble = trouble, .displaced = others};
     FactRows known = FactRowsOf(report.read.answer);
     std::vector<std::string> date_source;
@@ -124,6 +122,15 @@ bool HasRowOfItsAge(const std::vector<FileRow> &rows, const FileState &state, co
     return std::ranges::any_of(rows, [&](const FileRow &row) {
         return row.size == static_cast<uint64_t>(status.st_size) && row.modify_time == written;
     });
+}
+
+// True, with the row left as it is, when that is of the file as it is now. What lies beside it gives values to it, too.
+bool IsKept(const std::vector<FileRow> &rows, const FileReport &report, const char *path) {
+    FileState state;
+    if (rows.empty() || FileStateOf(path, &state) < 0 || !HasRowOfItsAge(rows, state, report.status))
+        return false;
+    MediaSweepKeep(path);
+    return true;
 }
 
 // Notes what is known of a file that could not be read, and gives it a row by its name where it has none of its age. What
@@ -183,6 +190,8 @@ int ByReaderAdd(const ByReader &by, MediaKind named, const char *path) {
     std::vector<FileRow> rows;
     if (report.status.st_mode == 0 || (report.known.may_have_row && FileRowsOf(path, &rows) != 0))
         return -1;
+    if (report.beside_unseen && IsKept(rows, report, path))
+        return 0;
     if (!read)
         return UnreadSave(named, report, path, rows) == 0 ? unread : -1;
     // Storage that gives a file another number at each look keeps none.

@@ -47,6 +47,7 @@ struct HandedOver {
     std::string beside = {};
     std::vector<std::string> subtitles = {};
     FolderCoverRef folder_cover = {};
+    bool beside_unseen = false;
     KnownFile known = {};
 };
 
@@ -115,16 +116,18 @@ FdHandle FileOpen(const char *path, struct stat *status, int *error) {
 // Looks at what lies beside a file and gives values to it: where that changes, the file counts as changed.
 void BesideLook(FileReaders *of, const ReaderUse &use, bool ahead, HandedOver *entry, FileToRead *file) {
     if (use.sidecars) {
-        file->companions = SidecarsOpen(&of->sidecars, entry->path, ahead);
+        file->companions = SidecarsOpen(&of->sidecars, entry->path, ahead, &entry->beside_unseen);
         for (const FdHandle &sidecar : file->companions)
             entry->beside += FileStampBeside(sidecar);
     }
     if (use.subtitles && RuleSetActive() == RuleSet::complete) {
-        entry->subtitles = SubtitlesOf(entry->path, ahead ? &of->subtitles : nullptr);
+        entry->subtitles = SubtitlesOf(entry->path, ahead ? &of->subtitles : nullptr, &entry->beside_unseen);
         entry->beside += FileStampBeside(entry->subtitles);
     }
     if (use.folder_cover && RuleSetActive() == RuleSet::complete)
         entry->folder_cover = FolderCoverOf(&of->folder_covers, entry->path, ahead);
+    entry->beside_unseen =
+        entry->beside_unseen || (entry->folder_cover != nullptr && entry->folder_cover->unseen);
 }
 
 bool IsToBeRead(const HandedOver &entry) {
@@ -144,7 +147,8 @@ KnownFile KnownOf(FileReaders *of, const HandedOver &entry, const ReaderUse &use
         FileKnown(&of->known, entry.path, std::span(stamps).subspan(use.folder_cover ? 0 : 1), ahead);
     const std::string_view covered = FileStampCover(known.stamp);
     // Sidecars are read together with their file.
-    known.neighbours = known.neighbours && !use.sidecars && (covered == kStampOwnCover || covered == cover);
+    known.neighbours = known.neighbours && !entry.beside_unseen && !use.sidecars &&
+                       (covered == kStampOwnCover || covered == cover);
     const bool doubted = trusted == FileTrust::all_but_covers && (known.unchanged || known.neighbours);
     return doubted && FileHasCover(entry.path.c_str()) != 0 ? KnownFile() : known;
 }
@@ -243,6 +247,7 @@ FileReport FileReadTake(const char *path, const ReaderUse &use) {
                          std::move(file->beside),
                          std::move(file->subtitles),
                          std::move(file->folder_cover),
+                         file->beside_unseen,
                          std::move(file->known),
                          {}};
     if (file->pool_ticket != 0)

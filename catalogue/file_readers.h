@@ -22,6 +22,7 @@ struct FileReport {
     std::string beside;                 // what its stamp says of files beside it
     std::vector<std::string> subtitles; // those that belong to it
     FolderCoverRef folder_cover;        // what may be its cover when it has none in itself; null: nothing
+    bool beside_unseen = false;         // of these three there may be more, which could not be looked at
     KnownFile known; // of one that is unchanged, but for its neighbours, or in trouble, nothing is read
     ReadResult read;
 };

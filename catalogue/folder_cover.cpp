@@ -2,6 +2,7 @@
 #include "catalogue/folder_cover.h"
 
 #include <dirent.h>
+#include <errno.h>
 #include <strings.h>
 
 #include <algorithm>
@@ -40,8 +41,9 @@ bool CountsMore(const std::string &one, const std::string &other) {
 
 void NamesRead(FolderCovers::Directory *directory) {
     directory->names.clear();
+    directory->unseen = false;
     const DirHandle open(opendir(directory->path.empty() ? "/" : directory->path.c_str()));
-    while (const dirent *entry = open != nullptr ? readdir(open.get()) : nullptr) {
+    while (const dirent *entry = DirectoryNext(open, &directory->unseen)) {
         if (!IsFolderCover(entry->d_name))
             continue;
         auto &names = directory->names;
@@ -60,15 +62,19 @@ bool IsFit(const struct stat &status) {
 FolderCoverRef CoverLook(const FolderCovers::Directory &directory) {
     FolderCover cover;
     cover.looked = time(nullptr);
+    cover.unseen = directory.unseen;
     for (const std::string &name : directory.names) {
         PictureBeside picture = {directory.path + '/' + name};
-        if (stat(picture.path.c_str(), &picture.status) == 0 && IsFit(picture.status))
+        const bool seen = stat(picture.path.c_str(), &picture.status) == 0;
+        cover.unseen = cover.unseen || (!seen && !IsNoFile(errno));
+        if (seen && IsFit(picture.status))
             cover.pictures.push_back(std::move(picture));
     }
-    if (cover.pictures.empty())
+    if (cover.pictures.empty() && !cover.unseen)
         return nullptr;
     cover.stamp = FileStampBeside(cover.pictures);
-    if (directory.cover != nullptr && directory.cover->stamp == cover.stamp) // it has been stored, perhaps
+    if (directory.cover != nullptr && directory.cover->stamp == cover.stamp &&
+        directory.cover->unseen == cover.unseen) // it has been stored, perhaps
         return directory.cover;
     return std::make_shared<FolderCover>(std::move(cover));
 }
@@ -79,7 +85,7 @@ void DirectoryLook(FolderCovers::Directory *directory) {
     if (stat(directory->path.empty() ? "/" : directory->path.c_str(), &status) != 0)
         status = {};
     // Another name might have come in the same tick of the clock.
-    if (directory->looked == 0 || FileIsRecent(directory->status, directory->looked) ||
+    if (directory->looked == 0 || directory->unseen || FileIsRecent(directory->status, directory->looked) ||
         FileStampOf(status) != FileStampOf(directory->status)) {
         directory->status = status;
         directory->looked = now;
@@ -88,9 +94,10 @@ void DirectoryLook(FolderCovers::Directory *directory) {
     directory->cover = CoverLook(*directory);
 }
 
-// Opens a picture that is still the one that was looked at; empty when it is none.
-FdHandle PictureOpen(const PictureBeside &picture, PictureFormat *format) {
+// Opens a picture that is still the one that was looked at; empty when it is none, or, with `unseen`, when it may be.
+FdHandle PictureOpen(const PictureBeside &picture, PictureFormat *format, bool *unseen) {
     FdHandle file = OpenForReading(picture.path.c_str());
+    *unseen = !file && !IsNoFile(errno);
     struct stat status;
     std::byte head[kPictureHeadSize];
     if (!file || fstat(file.get(), &status) != 0 || FileStampOf(status) != FileStampOf(picture.status))
@@ -129,11 +136,14 @@ FolderCoverRef FolderCoverOf(FolderCovers *known, const std::string &media_path,
 }
 
 FolderCoverEnd FolderCoverStore(FolderCover *cover, const char *media_path) {
+    if (cover->unseen)
+        return FolderCoverEnd::unseen;
     for (const PictureBeside &picture : cover->pictures) {
         PictureFormat format = PictureFormat::none;
-        const FdHandle file = PictureOpen(picture, &format);
-        if (!file)
-            return FolderCoverEnd::failed; // it has changed since, and will be looked at again
+        bool unseen = false;
+        const FdHandle file = PictureOpen(picture, &format, &unseen);
+        if (!file) // if it has changed since, it will be looked at again
+            return unseen ? FolderCoverEnd::unseen : FolderCoverEnd::failed;
         if (format == PictureFormat::none)
             continue;
         const auto bytes = static_cast<uint64_t>(picture.status.st_size);

@@ -20,6 +20,7 @@
 struct FolderCover {
     std::vector<PictureBeside> pictures = {};
     std::string stamp = {}; // what is said of them in the stamps of the files
+    bool unseen = false;    // there may be others, which cannot be looked at
     time_t looked = 0;
     CoverStored stored = {};
 };
@@ -32,6 +33,7 @@ struct FolderCovers {
         struct stat status = {};             // when its names were read
         time_t looked = 0;                   // at that time
         std::vector<std::string> names = {}; // of those that may be covers
+        bool unseen = false;                 // there may be more
         FolderCoverRef cover = {};
         bool walked = false; // by a walk, which comes to it once
     };
@@ -50,6 +52,7 @@ enum class FolderCoverEnd {
     stored,
     unsure, // it was stored, but is so new that another change might not show
     failed,
+    unseen, // there may be one
 };
 
 // Makes it the cover of a media file.

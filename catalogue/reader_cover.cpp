@@ -18,12 +18,14 @@ FileCover OwnCoverSave(const ReadPictureRef &picture, const char *path) {
 
 } // namespace
 
-FileCover FileCoverSave(const FileReport &report, MediaKind kind, const char *path) {
+FileCover FileCoverSave(const FileReport &report, MediaKind kind, const char *path, bool had_cover) {
     if (report.read.picture != nullptr)
         return OwnCoverSave(report.read.picture, path);
     FileCover cover = {.stamp = FileCoverStamp(report)};
     if (report.folder_cover != nullptr && (kind == kMediaMusic || kind == kMediaVideo)) {
         const FolderCoverEnd end = FolderCoverStore(report.folder_cover.get(), path);
+        if (end == FolderCoverEnd::unseen)
+            return {had_cover, false, cover.stamp};
         cover.there = end == FolderCoverEnd::stored || end == FolderCoverEnd::unsure;
         cover.sure = end == FolderCoverEnd::stored || end == FolderCoverEnd::none;
     }

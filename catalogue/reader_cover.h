@@ -15,8 +15,9 @@ struct FileCover {
     std::string stamp; // what the stamp of the file says of it
 };
 
-// Stores it, and removes what covers the file had. Only songs and films have that of their directory.
-FileCover FileCoverSave(const FileReport &report, MediaKind kind, const char *path);
+// Stores it, and removes what covers the file had. Only songs and films have that of their directory; where that cannot be looked
+// at, a cover that the file had stays.
+FileCover FileCoverSave(const FileReport &report, MediaKind kind, const char *path, bool had_cover);
 
 // Returns what the stamp of a file says of its cover when it has none in itself.
 std::string FileCoverStamp(const FileReport &report);

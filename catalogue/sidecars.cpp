@@ -2,6 +2,7 @@
 #include "catalogue/sidecars.h"
 
 #include <dirent.h>
+#include <errno.h>
 #include <strings.h>
 
 #include <algorithm>
@@ -44,7 +45,7 @@ bool HasSidecarsKnown(SidecarFolders *known, const std::string &folder) {
 }
 
 // In whatever case the extension is written.
-FdHandle SidecarOpen(const std::string &stem) {
+FdHandle SidecarOpen(const std::string &stem, bool *unseen) {
     constexpr unsigned kCases = 1u << (kExtension.size() - 1);
     std::string path = stem + std::string(kExtension);
     for (unsigned upper = 0; upper < kCases; ++upper) {
@@ -52,24 +53,27 @@ FdHandle SidecarOpen(const std::string &stem) {
             const bool raised = (upper >> (i - 1) & 1u) != 0;
             path[stem.size() + i] = static_cast<char>(kExtension[i] - (raised ? 'a' - 'A' : 0));
         }
+        errno = 0; // of what is no regular file
         if (FdHandle file = RegularFileOpen(path.c_str(), nullptr); file)
             return file;
+        *unseen = *unseen || (errno != 0 && !IsNoFile(errno));
     }
     return {};
 }
 
 } // namespace
 
-std::vector<FdHandle> SidecarsOpen(SidecarFolders *known, const std::string &photo, bool ahead) {
+std::vector<FdHandle> SidecarsOpen(SidecarFolders *known, const std::string &photo, bool ahead,
+                                   bool *unseen) {
     const size_t slash = photo.rfind('/');
     const size_t dot = photo.rfind('.');
     std::vector<FdHandle> sidecars;
     if (slash == std::string::npos || (ahead && !HasSidecarsKnown(known, photo.substr(0, slash))))
         return sidecars;
-    if (FdHandle own = SidecarOpen(photo); own)
+    if (FdHandle own = SidecarOpen(photo, unseen); own)
         sidecars.push_back(std::move(own));
     if (dot != std::string::npos && dot > slash + 1) {
-        if (FdHandle shared = SidecarOpen(photo.substr(0, dot)); shared)
+        if (FdHandle shared = SidecarOpen(photo.substr(0, dot), unseen); shared)
             sidecars.push_back(std::move(shared));
     }
     return sidecars;

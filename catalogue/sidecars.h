@@ -20,4 +20,5 @@ struct SidecarFolders {
 
 // Opens those of a photo, the one that counts more first. With `ahead` its directory is looked through once, because others of
 // it will follow.
-std::vector<FdHandle> SidecarsOpen(SidecarFolders *known, const std::string &photo, bool ahead);
+// `unseen` becomes true when there may be one that cannot be opened.
+std::vector<FdHandle> SidecarsOpen(SidecarFolders *known, const std::string &photo, bool ahead, bool *unseen);

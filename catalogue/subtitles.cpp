@@ -7,7 +7,7 @@
 
 #include "catalogue/bounds.h"
 #include "daemon/walk_rules.h"
-#include "platform/handle.h"
+#include "platform/file.h"
 #include "platform/path.h"
 #include "platform/veluindex.h"
 
@@ -41,7 +41,7 @@ KnownSubtitles::Directory DirectoryRead(const std::string &path) {
     const DirHandle open(opendir(path.c_str()));
     // Most directories have none, and their names are not worth keeping: two passes.
     const auto names_take = [&](bool subtitles, std::vector<std::string> *names) {
-        while (const dirent *entry = open != nullptr ? readdir(open.get()) : nullptr) {
+        while (const dirent *entry = DirectoryNext(open, &directory.unseen)) {
             const std::string_view name = entry->d_name;
             if (IsSubtitle(name) == subtitles && name.find('.', 1) != std::string_view::npos &&
                 names->size() < kSubtitleNamesMax)
@@ -76,13 +76,14 @@ bool IsSubtitle(std::string_view name) {
     return ExtensionLeftOut(ExtensionOf(name)) == LeftOut::subtitle;
 }
 
-std::vector<std::string> SubtitlesOf(const std::string &film, KnownSubtitles *known) {
+std::vector<std::string> SubtitlesOf(const std::string &film, KnownSubtitles *known, bool *unseen) {
     const size_t slash = film.rfind('/');
     if (slash == std::string::npos)
         return {};
     KnownSubtitles alone;
     const KnownSubtitles::Directory &of =
         DirectoryOf(known != nullptr ? known : &alone, film.substr(0, slash));
+    *unseen = *unseen || of.unseen;
     const std::string_view name = std::string_view(film).substr(slash + 1);
     const size_t length = NameWithoutExtension(name).size();
     std::vector<std::string> found;

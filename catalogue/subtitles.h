@@ -18,13 +18,15 @@ struct KnownSubtitles {
         std::string path;
         std::vector<std::string> subtitles = {}; // sorted
         std::vector<std::string> others = {};    // what may be a film, where there are subtitles
+        bool unseen = false;                     // there may be more of either
     };
     std::list<Directory> directories = {}; // the last one first
 };
 
 // Returns the paths of the subtitles beside a film, sorted. A name belongs to the longest name of a film that it begins with,
 // extensions apart, and goes on behind it with neither letter nor digit. `known`, unless null, is used and added to.
-std::vector<std::string> SubtitlesOf(const std::string &film, KnownSubtitles *known);
+// `unseen` becomes true when there may be more of them.
+std::vector<std::string> SubtitlesOf(const std::string &film, KnownSubtitles *known, bool *unseen);
 
 // Returns the paths of what may be the films of a subtitle: all files whose names it begins with.
 std::vector<std::string> FilmsOf(const std::string &subtitle);

@@ -4,6 +4,7 @@
 // never makes a read come back early. Writing and synchronising the daemon's own.
 #pragma once
 
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <stdint.h>
@@ -18,6 +19,20 @@
 // are further flags of open(2). Empty, with the reason in errno, on failure.
 inline FdHandle OpenForReading(const char *path, int more_flags = 0) noexcept {
     return FdHandle(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | more_flags));
+}
+
+// True for a reason in errno that says that a path leads to no file; what cannot be looked at for another one may be there.
+[[nodiscard]] inline bool IsNoFile(int error) noexcept {
+    return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG || error == EINVAL;
+}
+
+// Returns the next entry of a directory; null behind the last, for one that could not be opened, or when the rest cannot be read.
+// `unseen` becomes true in the latter two cases.
+inline const dirent *DirectoryNext(const DirHandle &directory, bool *unseen) noexcept {
+    errno = 0;
+    const dirent *entry = directory != nullptr ? readdir(directory.get()) : nullptr;
+    *unseen = *unseen || directory == nullptr || (entry == nullptr && errno != 0);
+    return entry;
 }
 
 // Opens a regular file for reading; its size in bytes goes to `size` unless that is null. Anything else gives an

@@ -56,19 +56,6 @@ void KnownSave(const std::string &path, const std::string &title, const std::str
     InRun([&] { EXPECT_EQ(MediaInfoDBSaveFile(kind, &record, {.stamp = stamp, .facts = kFacts}), 0); });
 }
 
-// "name=value" of a file's facts.
-Texts FactsOf(const std::string &path) {
-    Texts facts;
-    const DatabaseHandle db(VELUIndexReaderOpen(Catalogue::media));
-    const ResultHandle rows =
-        VELUDBQuery(db.get(), ("select name || '=' || value as x from fact where path = '" + path +
-                               "' order by name, position")
-                                  .c_str());
-    for (int row = -1; VELUDBFetchRow(rows.get(), &row) == 0;)
-        facts.push_back(VELUDBFetchText(rows.get(), row, "x"));
-    return facts;
-}
-
 void Do(const std::string &line) {
     QueueRequest request;
     ASSERT_TRUE(QueueLineParse(line, request)) << line;

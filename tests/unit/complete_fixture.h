@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "catalogue/file_readers.h"
 #include "daemon/walker.h"
@@ -64,6 +65,19 @@ inline void Walk() {
 
 inline std::string Title(const std::string &table, const std::string &path) {
     return MediaRow(table, path)["title"];
+}
+
+// "name=value" of a file's facts.
+inline std::vector<std::string> FactsOf(const std::string &path) {
+    std::vector<std::string> facts;
+    const DatabaseHandle db(VELUIndexReaderOpen(Catalogue::media));
+    const ResultHandle rows =
+        VELUDBQuery(db.get(), ("select name || '=' || value as x from fact where path = '" + path +
+                               "' order by name, position")
+                                  .c_str());
+    for (int row = -1; VELUDBFetchRow(rows.get(), &row) == 0;)
+        facts.push_back(VELUDBFetchText(rows.get(), row, "x"));
+    return facts;
 }
 
 // Saves a row that was read when the file had that stamp.

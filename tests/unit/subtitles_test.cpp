@@ -30,16 +30,20 @@ protected:
         RuleSetFollow();
     }
 
+    static inline bool unseen = false;
+
     static void Write(const Names &names) {
         for (const std::string &name : names)
             FileWrite(std::string(kFolder) + '/' + name, "");
     }
     static Names Of(const std::string &film, KnownSubtitles *known = nullptr) {
         Names names;
-        for (const std::string &path : SubtitlesOf(std::string(kFolder) + '/' + film, known)) {
+        unseen = false;
+        for (const std::string &path : SubtitlesOf(std::string(kFolder) + '/' + film, known, &unseen)) {
             EXPECT_TRUE(path.starts_with(std::string(kFolder) + '/')) << path;
             names.push_back(path.substr(sizeof kFolder));
         }
+        EXPECT_FALSE(unseen);
         return names;
     }
 };
@@ -51,8 +55,10 @@ TEST_F(Subtitles, BelongToTheFilmWhoseNameTheyBeginWith) {
            "filmed.srt", "other.srt", "film.txt", "film", "Film.srt"});
     EXPECT_EQ(Of("film.mkv"), (Names{"film (director).idx", "film-de.SUB", "film.en.srt", "film.srt"}));
     EXPECT_EQ(Of("nothing.mkv"), Names());
-    EXPECT_EQ(SubtitlesOf("no path", nullptr), Names());
-    EXPECT_EQ(SubtitlesOf("/not/there.mkv", nullptr), Names());
+    EXPECT_EQ(SubtitlesOf("no path", nullptr, &unseen), Names());
+    EXPECT_FALSE(unseen);
+    EXPECT_EQ(SubtitlesOf("/not/there.mkv", nullptr, &unseen), Names());
+    EXPECT_TRUE(unseen) << "the film is there";
 }
 
 TEST_F(Subtitles, BelongToTheLongestName) {
@@ -73,7 +79,7 @@ TEST_F(Subtitles, AreAskedForOnceInAWalk) {
     EXPECT_EQ(Of("film.mkv", &known), Names{"film.srt"});
     EXPECT_EQ(Of("film.mkv"), (Names{"film.en.srt", "film.srt"}));
     for (size_t i = 0; i <= kSubtitleDirectories; ++i)
-        SubtitlesOf("/volume1/video/" + std::to_string(i) + "/film.mkv", &known);
+        SubtitlesOf("/volume1/video/" + std::to_string(i) + "/film.mkv", &known, &unseen);
     EXPECT_EQ(known.directories.size(), kSubtitleDirectories);
     EXPECT_EQ(Of("film.mkv", &known).size(), 2u) << "asked again";
 }
