@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "daemon/queue_rename.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <string>
 #include <string_view>
@@ -151,11 +153,18 @@ bool AreReadAlike(const char *path, const char *other) {
            (!HasPictureExtension(path) || DateOfName(path) == DateOfName(other));
 }
 
-// Moves the row of a file that need not be read again, or of what is no more at the new path: its next rename comes behind.
+// True when a file is not at a path, or cannot be looked at there.
+bool IsOutOfSight(const char *path) {
+    struct stat status;
+    return stat(std::string(PathOfDirectory(path)).c_str(), &status) != 0;
+}
+
+// Moves the row of a file that need not be read again, or cannot be, or of what is no more at the new path: its next rename comes
+// behind.
 void RowMove(const char *new_path, const char *old_path) {
     if (RuleSetActive() != RuleSet::complete)
         return;
-    if (PathIsGone(new_path))
+    if (IsOutOfSight(new_path))
         RowsMove(new_path, old_path);
     else if (!IsThereAgain(old_path) && AreReadAlike(new_path, old_path))
         MovedFileKeep(new_path, old_path);
