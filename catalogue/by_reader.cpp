@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "audio/cover_file.h"
 #include "catalogue/fact_columns.h"
 #include "catalogue/fact_rows.h"
 #include "catalogue/file_stamp.h"
@@ -88,6 +89,7 @@ int RowSave(MediaKind named, const FileReport &report, const char *path, const s
                                   ? WholeStamp(stamp, from_name, report, cover.stamp)
                                   : std::string();
     FileFindings findings = {.stamp = whole, .trouble = trouble, .displaced = others};
+    findings.first_cover = cover.there && !had_cover;
     FactRows known = FactRowsOf(report.read.answer);
     std::vector<std::string> date_source;
     if (kind == kMediaPhoto)
@@ -109,6 +111,8 @@ int RowSave(MediaKind named, const FileReport &report, const char *path, const s
                                         : MediaInfoDBSave(kind, &record); // in a run that follows no rules
     if (saved == 0)
         return 0;
+    if (findings.first_cover)
+        CoversClean(path);
     syslog(LOG_ERR, "%s (%d) Failed to save media info to database. [%s]", kLogName, __LINE__, path);
     return -1;
 }

@@ -23,6 +23,8 @@ struct StoreWrite {
 struct Batch {
     std::string bytes;
     size_t rows = 0; // and units
+    // Files whose covers stand in no row but those of the batch: where one is not stored, its cover belongs to nobody.
+    std::vector<std::string> first_covers = {};
 };
 
 // Where an open batch can be rolled back to, for an engine that takes nothing more after a statement that failed. Without

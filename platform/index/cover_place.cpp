@@ -291,6 +291,10 @@ void CoverFolderClean(const char *folder, const char *kept) {
         unlinkat(base.get(), parts.group.c_str(), AT_REMOVEDIR);
 }
 
+void CoversRemove(const std::string &media_path) {
+    CleanOldCover(CoverFolder(media_path.c_str()).c_str());
+}
+
 bool CoversMove(const char *new_media_path, const char *old_media_path) {
     const std::string from = CoverFolder(old_media_path);
     const std::string to = CoverFolder(new_media_path);

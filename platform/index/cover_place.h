@@ -21,6 +21,9 @@ inline constexpr char kCoverNew[] = ".new";
 // Removes what CleanOldCover does, but for the cover named `kept`; null: all of it.
 void CoverFolderClean(const char *folder, const char *kept);
 
+// Removes all covers of a media file.
+void CoversRemove(const std::string &media_path);
+
 // Brings the covers that have got a place since the last call to the disk. False, with the reason in errno, when
 // they may not be there.
 bool CoversSync();

@@ -44,7 +44,9 @@ struct FileFindings {
     std::string_view folded_name = {}; // the last component of its path, folded
     std::span<const FileFact> facts = {};
     std::span<const FileEntry> entries = {}; // of a playlist
-    std::span<const int> displaced = {};     // other kinds, in whose tables the path has no row from now on
+    bool first_cover =
+        false; // no row says yet that the file has a cover: it goes when a row that was taken is not stored
+    std::span<const int> displaced = {}; // other kinds, in whose tables the path has no row from now on
 };
 
 // Returns the last component of a path as searches fold it.

@@ -111,7 +111,8 @@ int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &f
     const std::string_view path(row.values[0].text, row.values[0].length);
     const std::string now = AddedTimeText(time(nullptr));
     const int saved = NamesAdd(findings.facts)
-                          ? RunWriteUnit(Catalogue::media, UnitOf(kind, row, path, now, findings).writes)
+                          ? RunWriteUnit(Catalogue::media, UnitOf(kind, row, path, now, findings).writes,
+                                         findings.first_cover)
                           : -1;
     if (saved < 0)
         return scope.Finish(-1);

@@ -7,6 +7,7 @@
 
 #include <initializer_list>
 
+#include "platform/index/cover_place.h"
 #include "platform/index/run.h"
 #include "platform/index/statements.h"
 #include "platform/media_record.h"
@@ -21,9 +22,7 @@ int RemoveCovers(int statement, std::initializer_list<VELUDBValue> values, std::
         return -1;
     for (int row = -1; VELUDBFetchRow(rows.get(), &row) == 0;) {
         *last = VELUDBFetchField(rows.get(), row, "path");
-        char folder[kMediaPathSize];
-        if (GetCoverFolder(last->c_str(), folder, sizeof folder) != 0)
-            CleanOldCover(folder);
+        CoversRemove(*last);
     }
     return VELUDBRowCount(rows.get());
 }

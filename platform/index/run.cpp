@@ -53,15 +53,14 @@ ResultHandle ReadOf(Session *session, Call call) {
 
 } // namespace
 
-int RunWriteUnit(Catalogue catalogue, std::span<const StoreWrite> writes) {
+int RunWriteUnit(Catalogue catalogue, std::span<const StoreWrite> writes, bool first_cover) {
     Session &session = SessionOf(catalogue);
     if (SessionBatchIsFull(session))
         SessionCommit(catalogue);
     if (!SessionConnect(catalogue, account.request))
         return -1;
-    const auto failed = [&] {
-        return SessionFailed(catalogue, SessionAbout(writes[0].values, writes[0].count).c_str());
-    };
+    const std::string about = SessionAbout(writes[0].values, writes[0].count);
+    const auto failed = [&] { return SessionFailed(catalogue, about.c_str()); };
     if (!SessionBatchBegin(&session))
         return failed();
     int affected = SessionMark(&session) ? SessionRunUnit(&session, writes) : -1;
@@ -76,7 +75,9 @@ int RunWriteUnit(Catalogue catalogue, std::span<const StoreWrite> writes) {
         return failed();
     if (session.batch_open)
         BatchAddUnit(&session.batch, account.request, writes);
-    else
+    if (session.batch_open && first_cover)
+        session.batch.first_covers.push_back(about);
+    if (!session.batch_open)
         session.committed = true;
     if (SessionBatchIsFull(session))
         SessionCommit(catalogue);
@@ -247,7 +248,7 @@ VELUIndexTogether::~VELUIndexTogether() {
     Session &session = SessionOf(catalogue);
     if (session.together) { // whoever asked is broken off, and asks again
         session.together = false;
-        session.batch = {};
+        BatchCoversRemove(std::exchange(session.batch, {}));
         SessionDrop(catalogue);
     }
     if (own && run.active)

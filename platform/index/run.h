@@ -21,8 +21,9 @@ int RunWrite(Catalogue catalogue, int statement, std::initializer_list<VELUDBVal
 int RunWrite(Catalogue catalogue, int statement, const VELUDBValue *values, size_t count);
 
 // Writes what stands or falls together, in the order of the list: all of it is stored, or nothing of it. Returns what the
-// first write alone would.
-int RunWriteUnit(Catalogue catalogue, std::span<const StoreWrite> writes);
+// first write alone would. `first_cover`: the file that they are about has a cover, and no row of it says so yet: when writes that
+// were taken are not stored after all, the cover goes.
+int RunWriteUnit(Catalogue catalogue, std::span<const StoreWrite> writes, bool first_cover = false);
 
 // Writes through a statement that somebody has put together.
 int RunWriteText(Catalogue catalogue, const char *sql);

@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <deque>
 #include <new>
+#include <set>
 #include <utility>
 
 #include "platform/clock.h"
+#include "platform/index/cover_place.h"
 #include "platform/index/file_tables.h"
 #include "platform/limits.h"
 
@@ -73,6 +75,7 @@ bool BatchNextUnit(const Batch &batch, size_t *position, BatchUnit *unit) {
 
 void BatchDoAgain(Catalogue catalogue, const Batch &batch) {
     Session &session = SessionOf(catalogue);
+    std::set<std::string> unstored(batch.first_covers.begin(), batch.first_covers.end());
     size_t position = 0;
     BatchUnit unit;
     while (BatchNextUnit(batch, &position, &unit)) {
@@ -80,16 +83,17 @@ void BatchDoAgain(Catalogue catalogue, const Batch &batch) {
             SetLost(catalogue);
             continue;
         }
+        const std::string about = SessionAbout(unit.writes[0].values, unit.writes[0].count);
         if (SessionRunUnit(&session, unit.writes) >= 0) {
             session.committed = true;
+            unstored.erase(about);
             continue;
         }
         SetLost(catalogue);
-        const StoreWrite &first = unit.writes[0];
-        if (StatementFailed(catalogue, unit.request, SessionAbout(first.values, first.count).c_str(),
-                            session.connection->db.get()))
+        if (StatementFailed(catalogue, unit.request, about.c_str(), session.connection->db.get()))
             SessionDrop(catalogue);
     }
+    std::ranges::for_each(unstored, CoversRemove);
 }
 
 // Does the writes of a batch that was given up again, each for itself.
@@ -237,6 +241,10 @@ int SessionRunUnit(Session *session, std::span<const StoreWrite> writes) {
     return -1;
 }
 
+void BatchCoversRemove(const Batch &batch) {
+    std::ranges::for_each(batch.first_covers, CoversRemove);
+}
+
 std::string SessionAbout(const VELUDBValue *values, size_t count) {
     return count > 0 && values->type == VELUDBValue::Type::text ? std::string(values->text, values->length)
                                                                 : "";
@@ -257,7 +265,9 @@ void SessionDrop(Catalogue catalogue) {
 
 void SessionTakeBack(Catalogue catalogue) {
     Session &session = SessionOf(catalogue);
-    const size_t writes = std::exchange(session.batch, {}).rows;
+    const Batch batch = std::exchange(session.batch, {});
+    const size_t writes = batch.rows;
+    BatchCoversRemove(batch);
     const std::string reason = VELUDBErrorGet(session.connection->db.get());
     session.together = false;
     SessionDrop(catalogue);
@@ -283,6 +293,7 @@ void SessionCommit(Catalogue catalogue) {
     }
     session.batch.bytes.clear();
     session.batch.rows = 0;
+    session.batch.first_covers.clear();
 }
 
 bool SessionMark(Session *session) {

@@ -47,6 +47,9 @@ int SessionRun(Session *session, int statement, const VELUDBValue *values, size_
 // Returns the number of rows that the first has changed, or -1.
 int SessionRunUnit(Session *session, std::span<const StoreWrite> writes);
 
+// Removes the covers that stand in no row but those of a batch that is not stored.
+void BatchCoversRemove(const Batch &batch);
+
 // What a log line calls a write.
 std::string SessionAbout(const VELUDBValue *values, size_t count);
 

@@ -10,7 +10,8 @@ import pytest
 from harness import readers
 from harness.daemon import wait_for
 from harness.faults import files_below
-from harness.store_faults import AWAY, COMMIT, MEDIA, store_fault
+from harness.known import covers_below
+from harness.store_faults import AWAY, COMMIT, KINDS, MEDIA, REFUSED, patience_of_tests, store_fault
 
 MUSIC = "/volume1/music"
 COVERS = "/var/lib/velu/covers"
@@ -164,3 +165,22 @@ def test_failures_of_the_store_leave_what_is_known_of_files_whole(make_placed, b
             box.index(*lines)
         wait_for(lambda: box.done() and box.idle(), "all requests to be done")
         library.check(f"VELU_SEED={SEED}: {lines} while the store was {kind}, {moment}")
+
+
+def test_a_song_that_goes_before_its_row_is_stored_leaves_no_cover(make_placed, binary):
+    box = make_placed(speed=SPEED)
+    patience_of_tests(box, rules="complete")
+    readers.put_beside(box, binary, {name: binary.with_name("scripted_reader") for name in readers.READERS})
+    stays = box.write(f"{MUSIC}/stays.mp3", "tagged stays")
+    box.start()
+    box.index(f"A:{MUSIC}")
+    covers = covers_below(box)
+    assert len(covers) == 1
+    for kind in (*KINDS, COMMIT):
+        songs = [box.write(f"{MUSIC}/{kind}/{REFUSED} {number}.mp3", f"tagged {kind} {number}") for number in range(3)]
+        with store_fault(box, kind, MEDIA, 1):
+            box.index(f"A:{MUSIC}/{kind}")
+            for song in songs:
+                box.remove(song)
+        box.index("R:music")  # behind what waits
+        assert box.done() and (box.paths("music"), covers_below(box)) == ([stays], covers), kind
