@@ -4,20 +4,18 @@ rows, and what holds of states, facts, covers and entries.
 
 The text of a row is when its file was added, which is kept by renames and by reading again."""
 import collections
-import hashlib
 import os
 import re
 import time
 
 from harness import id3, photo
-from harness.faults import files_below
+from harness.known import COVERS, place_of, torn, wrong_covers
 from rows_model import MAYBE, MUSIC, NO, PHOTO, UNKNOWN, VIDEO, YES, Rows, below
 from storm import Storm, Wrong
 from work import Work
 
 MEDIA = {".mp3": "music", ".jpg": "photo", ".m3u": "playlist"}
 FILE_TABLES = ("music", "video", "photo", "playlist")
-COVERS = "/var/lib/velu/covers"
 NEW = ("", "")  # of a row whose file is added now
 SOUND = (b"\xff\xfb\x90\x64" + bytes(413)) * 3
 TOKEN = re.compile(rb"token (\d+)\n")
@@ -34,23 +32,16 @@ def song(token):
     return id3.tag(4, *frames) + SOUND + f"token {token}\n".encode()
 
 
-def place_of(path):
-    """Where a file's cover lies."""
-    digest = hashlib.sha256(path.encode("latin-1")).hexdigest()
-    return f"{digest[:2]}/{digest}"
-
-
 class CompleteWork(Work):
-    """`lists`: by token, the entries of a playlist. `written`: the files that have come since that was last emptied."""
+    """`lists`: by token, the entries of a playlist."""
     extensions = {MUSIC: (".mp3", ".mp3", ".mp3", ".m3u", ".txt"), VIDEO: (".mp3", ".txt"), PHOTO: (".jpg", ".jpg", ".m3u")}
 
     def __init__(self, random, world, tell):
         super().__init__(random, world, tell)
-        self.lists, self.written = {}, set()
+        self.lists = {}
 
     def write(self, path):
         self.number += 1
-        self.written.add(path)
         extension = os.path.splitext(path)[1]
         end = f"token {self.number}\n".encode()
         if extension == ".mp3":
@@ -74,16 +65,6 @@ class CompleteWork(Work):
 
     def kinds(self):
         return {kind: weight for kind, weight in super().kinds().items() if kind != self.hand_over}
-
-    def rename(self, disk):
-        line = super().rename(disk)
-        self.written |= self.disk().keys() - disk.keys()
-        return line
-
-    def rename_folder(self, disk):
-        line = super().rename_folder(disk)
-        self.written |= self.disk().keys() - disk.keys()
-        return line
 
     def ask(self, disk):
         folder = self.some_folder(disk)
@@ -189,12 +170,7 @@ class CompleteRows(Rows):
 
 
 class CompleteStorm(Storm):
-    """`covered`: by the place of its cover, each file that had one when all was well."""
     make_work, make_rows, whole = CompleteWork, CompleteRows, ("R:all",)
-
-    def __init__(self, daemon, seed):
-        self.covered = {}
-        super().__init__(daemon, seed)
 
     def actual(self):
         added = {row["path"]: row["added"] for row in self.daemon.rows("file_state")}
@@ -206,8 +182,6 @@ class CompleteStorm(Storm):
     def learn(self):
         """Each file has a moment of its own from then on."""
         super().learn()
-        self.covered = {place_of(row["path"]): row["path"] for table in FILE_TABLES for row in self.daemon.rows(table) if row["has_cover"]}
-        self.work.written.clear()
         for (table, path), (there, texts) in self.model.rows.items():
             if table in FILE_TABLES and there == YES and not texts[0].startswith("mark"):
                 self.work.number += 1
@@ -230,49 +204,26 @@ class CompleteStorm(Storm):
         while (wrong := list(self.torn())) and when.startswith("during") and time.monotonic() < end:
             time.sleep(0.1)
         if not when.startswith("during"):
-            wrong += self.wrong_covers()
+            wrong += wrong_covers(self.daemon)
         if wrong:
             raise Wrong(f"{when}:\n  " + "\n  ".join(wrong[:12]))
 
     def torn(self):
         """What is not of the same file, or is there twice or without the rest of it."""
         daemon = self.daemon
-        rows = [(table, row) for table in FILE_TABLES for row in daemon.rows(table)]
-        count = collections.Counter(row["path"] for _, row in rows)
-        states = collections.Counter(row["path"] for row in daemon.rows("file_state"))
-        if count != states or set(count.values()) > {1}:
-            yield f"rows and states: {sorted((count - states).items())} {sorted((states - count).items())}"
-        artists, entries = collections.defaultdict(list), collections.defaultdict(list)
-        for row in sorted(daemon.rows("fact"), key=lambda row: row["position"]):
-            if row["name"] == "artist":
-                artists[row["path"]].append(row["value"])
+        yield from torn(daemon)
+        entries = collections.defaultdict(list)
         for row in sorted(daemon.rows("playlist_entry"), key=lambda row: row["position"]):
             entries[row["path"]].append(row["target"])
-        known = {row["id"] for row in daemon.rows("file_state")}
-        lost = [row for table in ("file_fact", "file_entry") for row in daemon.rows(table) if row["file"] not in known]
-        if lost:
-            yield f"{len(lost)} facts and entries of no file"
-        for table, row in rows:
+        for table, row in [(table, row) for table in FILE_TABLES for row in daemon.rows(table)]:
             path, title = row["path"], row["title"]
             token = int(title[1:]) if re.fullmatch(r"[TL]\d+", title) else None
-            if table == "music" and (row["artist"], artists[path]) != ((f"A{token}", [f"A{token}"]) if token else ("", [])):
-                yield f"{path!r} is {title!r} by {row['artist']!r}, its facts say {artists[path]}"
+            if table == "music" and row["artist"] != (f"A{token}" if token else ""):
+                yield f"{path!r} is {title!r} by {row['artist']!r}"
             if table == "playlist" and entries[path] != (self.work.lists[token] if token else []):
                 yield f"{path!r} is {title!r} with {entries[path]}"
             if table == "music" and row["has_cover"] != (1 if token else 0):
                 yield f"{path!r} is {title!r}, has_cover {row['has_cover']}"
-
-    def wrong_covers(self):
-        """A cover belongs to a row that has one. It is written first: where the row could not be stored, and its file has gone by the
-        time that it can, the cover of a file that was new stays."""
-        top = len(self.daemon.box.path(COVERS)) + 1
-        # A picture that a cover is has its own name, too, for the next file that has it.
-        found = {path[top:] for path in files_below(self.daemon, COVERS) if "/.pictures/" not in path or os.stat(path).st_nlink < 2}
-        wanted = {f"{place_of(row['path'])}/3_1.jpg" for table in FILE_TABLES for row in self.daemon.rows(table) if row["has_cover"]}
-        for place in found ^ wanted:
-            path = self.covered.get(os.path.dirname(place))
-            if place in wanted or (path and path not in self.work.written):
-                yield f"{'a cover is left over' if place in found else 'no cover'}: {path or place!r}"
 
     def check_in_step(self):
         """Each row is of the file that is there now, and its cover too; entries lead to what is catalogued."""

@@ -28,7 +28,7 @@ class Storm:
         self.random = random.Random(seed)
         self.seed = seed
         self.daemon = daemon
-        self.world = World(daemon, MOUNTS, {}, {})
+        self.world = World(daemon, MOUNTS)
         self.work = self.make_work(self.random, self.world, self.tell)
         self.faults = RandomFaults(self.random, daemon, self.world, MOUNTS)
         self.epochs = self.runs = 0

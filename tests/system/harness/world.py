@@ -6,15 +6,17 @@ import hashlib
 import os
 import shutil
 import sqlite3
+import subprocess
 
 from . import photo
 from .catalogue import MEDIA_TABLES
 from .daemon import QUEUE, WORKING_COPY, wait_for
 from .faults import files_below
+from .known import COVERS, covers_below, known_of_files
 from .places import mount, unmount
 
 KEPT, TEXTS = f"{QUEUE}.kept", f"{QUEUE}.texts"
-REMEMBERED, FSTAB, COVERS = "/var/lib/velu/mounts", "/etc/fstab", "/var/lib/velu/covers"
+REMEMBERED, FSTAB = "/var/lib/velu/mounts", "/etc/fstab"
 VOLUMES = "/tmp/volumes"
 WRITTEN = 1_234_567_890  # when the files were, for all that the daemon can see
 PICTURE = photo.jpeg(3, 2)
@@ -22,17 +24,21 @@ PICTURE = photo.jpeg(3, 2)
 # What a row has of the moment in which the file was made or read.
 MOMENT = {"create_time", "modify_time", "date_taken", "updated"}
 NUMBERS = {"photo_image": "id", "photo_share": "shareid"}
-PHOTO_CATALOGUE = ("photo_image", "video_desc", "video_comment", "photo_share", "photo_access_right")
 MEDIA_CATALOGUE = (*MEDIA_TABLES, "directory")
 
 
-class World:
-    """`mounts`: where file systems are mounted, outer ones first. `files`: the paths of the first state, each with the name of its
-    content; `contents` has those that are no pictures."""
+def plain(path):
+    """What is in a file where only pictures have content."""
+    return PICTURE if path.endswith(".jpg") else b""
 
-    def __init__(self, daemon, mounts, files, contents):
-        self.daemon, self.mounts, self.files = daemon, mounts, files
-        self.contents = {"": b"", "picture": PICTURE, **contents}
+
+class World:
+    """`mounts`: where file systems are mounted, outer ones first. `files`: the paths of the first state. `content`: what is in a
+    file of which nothing else is said."""
+
+    def __init__(self, daemon, mounts, files=(), content=plain):
+        self.daemon, self.mounts, self.files, self.content = daemon, mounts, files, content
+        self.filled = {}
         for place in mounts:
             daemon.mkdir(self.volume(place))
             self.mount(place)
@@ -74,7 +80,7 @@ class World:
         place = self.path(path)
         os.makedirs(os.path.dirname(place), exist_ok=True)
         with open(place, "wb") as file:
-            file.write(PICTURE if content is None and path.endswith(".jpg") else content or b"")
+            file.write(self.content(path) if content is None else content)
 
     def remove(self, path):
         place = self.path(path)
@@ -88,23 +94,27 @@ class World:
         """Whether a file is on the disk, mounted or not."""
         return path in self.mounts or os.path.lexists(self.path(path))
 
-    def _clear(self, share):
-        keep = set(map(self.path, self.mounts))
+    def _clear(self, share, keep):
         for folder, folders, names in os.walk(self.path(share + "/"), topdown=False):
             for name in names:
-                os.unlink(os.path.join(folder, name))
+                if os.path.join(folder, name) not in keep:
+                    os.unlink(os.path.join(folder, name))
             for name in folders:
                 place = os.path.join(folder, name)
-                if place not in keep and os.path.join(folder, name, "") not in keep:
+                if place not in keep and os.path.join(folder, name, "") not in keep and not os.listdir(place):
                     os.rmdir(place)
 
     def fill(self, shares):
-        """Makes the files what they are at first."""
+        """Makes the files what they are at first. Those that nobody has touched since stay the same files."""
+        untouched = {place for place, look in self.filled.items() if os.path.lexists(place) and _look(place) == look}
         for share in (*shares, *self.mounts):
-            self._clear(share)
-        for path, kind in self.files.items():
-            self.write(path, self.contents[kind])
-            os.utime(self.path(path), (WRITTEN, WRITTEN))
+            self._clear(share, {*untouched, *map(self.path, self.mounts)})
+        for path in self.files:
+            place = self.path(path)
+            if place not in untouched:
+                self.write(path)
+                os.utime(place, (WRITTEN, WRITTEN))
+                self.filled[place] = _look(place)
 
     # --- the first state
 
@@ -112,7 +122,8 @@ class World:
         """The catalogue, and what else the daemon has on disk, are from now on the first state."""
         wait_for(self.daemon.idle, "the main loop")
         self.saved = _ServerCopy(self.daemon) if self.daemon.catalogue.keys else _FileCopy(self.daemon)
-        self.kept_covers = {path: open(path, "rb").read() for path in files_below(self.daemon, COVERS)}
+        self.covers = f"{self.daemon.box.path(COVERS)}.first"
+        _copy_folder(self.daemon.box.path(COVERS), self.covers)
         self.remembered = self.daemon.read(REMEMBERED) if self.daemon.exists(REMEMBERED) else None
         self.first = None
         self.first = self.state()
@@ -120,11 +131,7 @@ class World:
     def put_back(self):
         """Makes the catalogue and all else what they were."""
         self.saved.put_back()
-        shutil.rmtree(self.daemon.box.path(COVERS), ignore_errors=True)
-        for path, content in self.kept_covers.items():
-            os.makedirs(os.path.dirname(path), exist_ok=True)
-            with open(path, "wb") as file:
-                file.write(content)
+        _copy_folder(self.covers, self.daemon.box.path(COVERS))
         for path in (QUEUE, WORKING_COPY, KEPT, TEXTS, REMEMBERED, FSTAB):
             with contextlib.suppress(FileNotFoundError):
                 self.daemon.remove(path)
@@ -134,8 +141,8 @@ class World:
     # --- what there is
 
     def state(self):
-        """All rows by table and key, without what hangs on the moment; rights by album and user; covers by their place.
-        A number counts where the first state had it."""
+        """All rows by table and key, without what hangs on the moment; rights by album and user; covers by their place; what is
+        known of files beside their rows. A number counts where the first state had it, and so does when a file was added."""
         daemon = self.daemon
         found = {table: {row["path"]: row for row in daemon.rows(table)} for table in (*MEDIA_CATALOGUE, "photo_image")}
         albums = daemon.rows("photo_share")
@@ -147,8 +154,25 @@ class World:
                  for table, rows in found.items()}
         state["rights"] = {(names[row["shareid"]], row["userid"]): {} for row in daemon.rows("photo_access_right")
                            if row["shareid"] in names}
-        state["covers"] = {path: {"digest": _digest(path)} for path in files_below(daemon, COVERS)}
+        state["covers"] = {path: {"digest": _digest(path)} for path in covers_below(daemon)}
+        state.update(known_of_files(daemon))
+        moments = {row["added"] for row in (self.first or state)["file_state"].values()}
+        for row in state["file_state"].values():
+            row["added"] = row["added"] if row["added"] in moments else None
         return state
+
+
+def _look(place):
+    """By what one tells that a file is still the same, and untouched."""
+    status = os.lstat(place)
+    return status.st_ino, status.st_ctime_ns, status.st_mtime_ns
+
+
+def _copy_folder(source, target):
+    """Makes a folder a copy of another, in which names of one file are that again."""
+    shutil.rmtree(target, ignore_errors=True)
+    if os.path.isdir(source):
+        subprocess.run(["cp", "-a", source, target], check=True)
 
 
 def _digest(path):
@@ -188,39 +212,45 @@ class _ServerCopy:
 
     def __init__(self, daemon):
         self.catalogue = daemon.catalogue
-        self.tables = {"mediadb": MEDIA_CATALOGUE, "photodb": PHOTO_CATALOGUE}
+        self.tables = {key: self._tables(key) for key in self.catalogue.keys}
         for key, tables in self.tables.items():
-            self._do(key, "drop schema if exists first cascade", "create schema first", *(f"create table first.{table} as table public.{table}" for table in tables))
+            self._do(key, "drop schema if exists first cascade", "create schema first",
+                     *(f"create table first.{table} as table public.{table}" for table in tables))
+
+    def _tables(self, key):
+        rows = self._do(key, "select tablename from pg_tables where schemaname = 'public' order by 1")
+        return [row["tablename"] for row in rows]
 
     def _do(self, key, *statements):
-        self.catalogue.server.query(self.catalogue.keys[key], "; ".join(statements))
+        return self.catalogue.server.query(self.catalogue.keys[key], "; ".join(statements))
 
     def put_back(self):
+        """Without what triggers would do about it."""
         for key, tables in self.tables.items():
-            self._do(key, *(f"delete from public.{table}; insert into public.{table} table first.{table}"
-                            for table in tables))
+            self._do(key, "set local session_replication_role = replica",
+                     *(f"delete from public.{table}; insert into public.{table} table first.{table}" for table in tables))
 
 
-def differences(now, wanted):
-    """What one state has and the other has not."""
+def differences(now, wanted, any_value=()):
+    """What one state has and the other has not. `any_value`: columns of which that is not to be said."""
     told = []
     for table, rows in wanted.items():
         told += [f"{table}: {key!r} is missing" for key in rows if key not in now[table]]
         told += [f"{table}: {key!r} is there" for key in now[table] if key not in rows]
         told += [f"{table}: {key!r} has {name} {now[table][key][name]!r}, not {value!r}" for key, row in rows.items()
-                 if key in now[table] for name, value in row.items() if now[table][key][name] != value]
+                 if key in now[table] for name, value in row.items() if now[table][key][name] != value and name not in any_value]
     return told
 
 
-def forgotten(now, first, last, unread=()):
+def forgotten(now, first, last, unread=(), unread_file=None):
     """What is in both states and not in this one, and what is in neither and is here. `unread`: columns that come from the
-    content of a file, which could not be read."""
+    content of a file, which could not be read; facts of that file do so, too."""
     told = []
     for table, rows in first.items():
         if table == "covers":  # written before their rows, they are only sure when those are
             continue
         for key, row in rows.items():
-            if key not in last[table]:
+            if key not in last[table] or (table == "fact" and key[0] == unread_file):
                 continue
             if key not in now[table]:
                 told.append(f"{table}: {key!r} is forgotten")
