@@ -88,7 +88,7 @@ double StoreMeasure(int songs, const FdHandle &picture, uint64_t bytes, bool rem
     return Measured(songs, [&](int song) {
         if (!remembered)
             stored = {};
-        return CoverStore(SongPath(song).c_str(), {picture.get(), bytes, kCoverJpeg}, &stored) == 0;
+        return CoverStore(SongPath(song).c_str(), {{bytes, picture.get()}, kCoverJpeg}, &stored) == 0;
     });
 }
 

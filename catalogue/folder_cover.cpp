@@ -147,7 +147,7 @@ FolderCoverEnd FolderCoverStore(FolderCover *cover, const char *media_path) {
         if (format == PictureFormat::none)
             continue;
         const auto bytes = static_cast<uint64_t>(picture.status.st_size);
-        if (CoverStore(media_path, {file.get(), bytes, CoverFormatOf(format)}, &cover->stored) != 0)
+        if (CoverStore(media_path, {{bytes, file.get()}, CoverFormatOf(format)}, &cover->stored) != 0)
             return FolderCoverEnd::failed;
         return FileIsRecent(picture.status, cover->looked) ? FolderCoverEnd::unsure : FolderCoverEnd::stored;
     }

@@ -10,9 +10,8 @@ namespace {
 FileCover OwnCoverSave(const ReadPictureRef &picture, const char *path) {
     if (picture->stored == nullptr)
         picture->stored = std::make_shared<CoverStored>();
-    const bool stored =
-        CoverStore(path, {picture->file.get(), picture->bytes, CoverFormatOf(picture->format)},
-                   picture->stored.get()) == 0;
+    const bool stored = CoverStore(path, {ReadPictureBytes(*picture), CoverFormatOf(picture->format)},
+                                   picture->stored.get()) == 0;
     return {stored, stored, kStampOwnCover};
 }
 

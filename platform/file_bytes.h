@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Whole files of bytes: copied within the kernel, and compared.
+// Bytes that are in memory or in a file: read, copied and compared in one way.
 #pragma once
 
 #include <errno.h>
@@ -10,6 +10,7 @@
 #include <sys/sendfile.h>
 
 #include <algorithm>
+#include <string_view>
 
 #include "platform/file.h"
 
@@ -35,14 +36,38 @@ inline constexpr size_t kComparedBytes = 32768;
     return true;
 }
 
-// True when the first `bytes` of two files are there and are the same.
-[[nodiscard]] inline bool FileBytesEqual(int one, int other, uint64_t bytes) noexcept {
-    uint8_t of_one[kComparedBytes];
-    uint8_t of_other[kComparedBytes];
-    for (uint64_t done = 0; done < bytes;) {
-        const auto wanted = static_cast<size_t>(std::min<uint64_t>(kComparedBytes, bytes - done));
-        if (FileReadUpTo(one, done, of_one, wanted) != wanted ||
-            FileReadUpTo(other, done, of_other, wanted) != wanted || memcmp(of_one, of_other, wanted) != 0)
+// Bytes that somebody else keeps, in memory where `held` is not empty, else the first ones of a file.
+struct BytesRef {
+    uint64_t bytes = 0;
+    int file = -1;
+    std::string_view held = {}; // all of them
+};
+
+// Gives a part of them, which has to lie within them: where they are held, else what has been read to `out`, which has room for it.
+// Null when it could not be read.
+[[nodiscard]] inline const char *BytesPart(const BytesRef &all, uint64_t offset, size_t part,
+                                           char *out) noexcept {
+    if (!all.held.empty())
+        return all.held.data() + offset;
+    return FileReadUpTo(all.file, offset, out, part) == part ? out : nullptr;
+}
+
+// Writes them to a new file. False, with the reason in errno, when not all of them could be read or written.
+[[nodiscard]] inline bool BytesWrite(const BytesRef &all, int to) noexcept {
+    return all.held.empty() ? FileBytesCopy(all.file, to, all.bytes) : FileWriteAt(to, 0, all.held);
+}
+
+// True when all of both are there and are the same.
+[[nodiscard]] inline bool BytesEqual(const BytesRef &one, const BytesRef &other) noexcept {
+    if (one.bytes != other.bytes)
+        return false;
+    char of_one[kComparedBytes];
+    char of_other[kComparedBytes];
+    for (uint64_t done = 0; done < one.bytes;) {
+        const auto wanted = static_cast<size_t>(std::min<uint64_t>(kComparedBytes, one.bytes - done));
+        const char *part = BytesPart(one, done, wanted, of_one);
+        const char *other_part = BytesPart(other, done, wanted, of_other);
+        if (part == nullptr || other_part == nullptr || memcmp(part, other_part, wanted) != 0)
             return false;
         done += wanted;
     }

@@ -165,7 +165,11 @@ inline constexpr size_t kReaderReasonMax = 256;
 // A picture above this is no cover: scans at print resolution stay below it.
 inline constexpr uint32_t kReaderPictureMax = uint32_t{32} << 20;
 
-// Files that one reader has been handed and has not answered yet, with a place for a picture each.
+// A picture up to this comes within its answer and is held in memory as it came, which saves more calls than the bytes cost; many
+// covers do.
+inline constexpr uint32_t kReaderSmallPictureMax = uint32_t{32} << 10;
+
+// Files that one reader has been handed and has not answered yet, with a place for a larger picture each.
 inline constexpr int kReaderSlots = 4;
 
 // Descriptors of one request: the file, and what lies beside it and belongs to it.
@@ -179,6 +183,9 @@ inline constexpr int kReadersMax = 4;
 // fewer, readers would stand still behind one long film.
 inline constexpr size_t kReaderAheadFiles = 32;
 inline constexpr size_t kReaderAheadBytes = size_t{8} << 20;
+
+// Bytes of answers that wait, up to which a small picture among them is held in the daemon's own memory and not in a file.
+inline constexpr size_t kReaderHeldBytes = size_t{256} << 10;
 
 // Pictures that are kept to tell whether the next file has the same one, and their bytes. The songs of an album come one after
 // the other, those of several albums where these lie in one directory; each picture of the same size is read to be compared.

@@ -31,6 +31,7 @@ size_t InputRead(ReaderInput *input, int64_t offset, std::span<std::byte> out);
 // Where the cover goes: the slot of the request, or nowhere.
 struct PictureSink {
     int fd = -1;
+    std::string *small = nullptr; // where one of at most kReaderSmallPictureMax bytes goes; null: there, too
     bool wanted = false;
     PictureFormat format = PictureFormat::none;
     uint32_t bytes = 0;

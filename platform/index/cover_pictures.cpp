@@ -29,9 +29,10 @@ constexpr size_t kHashedBytes = 8192;
 
 constexpr nlink_t kCoverAndName = 2;
 
-bool PartHash(int picture, uint64_t offset, size_t bytes, uint64_t *hash) {
-    char part[kHashedBytes];
-    if (FileReadUpTo(picture, offset, part, bytes) != bytes)
+bool PartHash(const BytesRef &picture, uint64_t offset, size_t bytes, uint64_t *hash) {
+    char read[kHashedBytes];
+    const char *part = BytesPart(picture, offset, bytes, read);
+    if (part == nullptr)
         return false;
     *hash = HashBlock({part, bytes}, *hash);
     return true;
@@ -63,10 +64,10 @@ FdHandle PictureOpen(int folder, const char *name, struct stat *status) {
 
 } // namespace
 
-std::string CoverPictureName(int picture, uint64_t bytes) {
-    uint64_t hash = HashText(std::to_string(bytes));
-    const auto part = static_cast<size_t>(std::min<uint64_t>(kHashedBytes, bytes));
-    if (!PartHash(picture, 0, part, &hash) || !PartHash(picture, bytes - part, part, &hash))
+std::string CoverPictureName(const BytesRef &picture) {
+    uint64_t hash = HashText(std::to_string(picture.bytes));
+    const auto part = static_cast<size_t>(std::min<uint64_t>(kHashedBytes, picture.bytes));
+    if (!PartHash(picture, 0, part, &hash) || !PartHash(picture, picture.bytes - part, part, &hash))
         return {};
     char digits[sizeof hash * 2 + 1];
     snprintf(digits, sizeof digits, "%016" PRIx64, hash);
@@ -74,12 +75,11 @@ std::string CoverPictureName(int picture, uint64_t bytes) {
     return std::string(kFolder) + '/' + name.substr(0, kCoverGroupDigits) + '/' + name;
 }
 
-FdHandle CoverPictureFind(const std::string &path, int picture, uint64_t bytes) {
+FdHandle CoverPictureFind(const std::string &path, const BytesRef &picture) {
     struct stat status;
     FdHandle file = PictureOpen(AT_FDCWD, path.c_str(), &status);
     const bool same = file && status.st_mtim.tv_sec > run_state.covers_failed &&
-                      static_cast<uint64_t>(status.st_size) == bytes &&
-                      FileBytesEqual(file.get(), picture, bytes);
+                      BytesEqual({static_cast<uint64_t>(status.st_size), file.get()}, picture);
     return same ? std::move(file) : FdHandle();
 }
 
@@ -104,7 +104,7 @@ void CoverPictureLeave(int covers, int folder, const char *cover) {
         return;
     const FdHandle file = PictureOpen(folder, cover, &status);
     const std::string name =
-        file ? CoverPictureName(file.get(), static_cast<uint64_t>(status.st_size)) : std::string();
+        file ? CoverPictureName({static_cast<uint64_t>(status.st_size), file.get()}) : std::string();
     struct stat named;
     if (name.empty() || fstatat(covers, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 ||
         !IsSameFile(status, named) || unlinkat(covers, name.c_str(), 0) != 0)

@@ -10,16 +10,17 @@
 
 #include <string>
 
+#include "platform/file_bytes.h"
 #include "platform/handle.h"
 
 // First digits of a hash, by which folders are grouped.
 inline constexpr size_t kCoverGroupDigits = 2;
 
 // Returns the name of a picture below the folder of all covers; empty when it cannot be read.
-std::string CoverPictureName(int picture, uint64_t bytes);
+std::string CoverPictureName(const BytesRef &picture);
 
 // Opens the file that has the name by content `path` when it holds that picture, and holds it on the disk as far as is known.
-FdHandle CoverPictureFind(const std::string &path, int picture, uint64_t bytes);
+FdHandle CoverPictureFind(const std::string &path, const BytesRef &picture);
 
 // Gives a cover a name by content, which another file may have had. False where files have one name only.
 bool CoverPictureEnter(const std::string &cover, const std::string &path);

@@ -71,12 +71,9 @@ std::string CoverDir() {
     return *run.cover_dir;
 }
 
-// Returns the folder of a media file's covers; empty when there is none.
-std::string CoverFolder(const char *media_path) {
-    if (media_path == nullptr || *media_path == '\0')
-        return {};
-    std::string folder = CoverDir();
-    if (folder.empty())
+// Returns the folder of a media file's covers below that of all covers; empty when there is none.
+std::string FolderIn(std::string folder, const char *media_path) {
+    if (media_path == nullptr || *media_path == '\0' || folder.empty())
         return {};
     char hash[SHA256_DIGEST_STRING_LENGTH];
     if (SHA256Data(reinterpret_cast<const uint8_t *>(media_path), strlen(media_path), hash) == nullptr)
@@ -86,6 +83,10 @@ std::string CoverFolder(const char *media_path) {
     folder += '/';
     folder += hash;
     return folder;
+}
+
+std::string CoverFolder(const char *media_path) {
+    return FolderIn(CoverDir(), media_path);
 }
 
 int CopyPath(const std::string &path, char *out, size_t size) {
@@ -106,17 +107,21 @@ struct UmaskCleared {
     ~UmaskCleared() { umask(before); }
 };
 
+enum class Made { no, was_there, is_new };
+
 // Other programs, which run as other users, show the covers. A folder that is there keeps the mode that its owner gave it.
-bool MakeFolder(const std::string &path) {
-    return mkdir(path.c_str(), OwnFolderMode()) == 0 || (errno == EEXIST && IsDirectory(path.c_str()));
+Made MakeFolder(const std::string &path) {
+    if (mkdir(path.c_str(), OwnFolderMode()) == 0)
+        return Made::is_new;
+    return errno == EEXIST && IsDirectory(path.c_str()) ? Made::was_there : Made::no;
 }
 
 // The innermost folder is tried first: those above it are mostly there.
-bool MakeFolders(const std::string &path) {
-    if (MakeFolder(path))
-        return true;
+Made MakeFolders(const std::string &path) {
+    if (const Made made = MakeFolder(path); made != Made::no || errno != ENOENT)
+        return made;
     const size_t slash = path.rfind('/');
-    return errno == ENOENT && slash != 0 && MakeFolders(path.substr(0, slash)) && MakeFolder(path);
+    return slash != 0 && MakeFolders(path.substr(0, slash)) != Made::no ? MakeFolder(path) : Made::no;
 }
 
 const char *ExtensionOf(int format) {
@@ -240,29 +245,36 @@ int GetCoverPath(const char *media_path, char *out, size_t size, int picture_typ
     if (out == nullptr || size == 0)
         return 0;
     *out = '\0';
-    if (format != kCoverJpeg && format != kCoverPng)
+    CoverPlace place;
+    if ((format != kCoverJpeg && format != kCoverPng) ||
+        !CoverPlaceGet(media_path, picture_type, cover_index, format, &place) || place.path.size() >= size ||
+        !CoverPlaceMake(&place))
         return 0;
-    return CoverPathMake(media_path, out, size, picture_type, cover_index, format) ? 1 : 0;
+    return CopyPath(place.path, out, size);
 }
 
-bool CoverPathMake(const char *media_path, char *out, size_t size, int picture_type, int cover_index,
-                   int format) {
+bool CoverPlaceGet(const char *media_path, int picture_type, int cover_index, int format, CoverPlace *place) {
     const char *extension = ExtensionOf(format);
     if (extension == nullptr || picture_type < 0 || picture_type > kLastPictureType ||
         cover_index < kFirstCoverIndex)
         return false;
-    const std::string folder = CoverFolder(media_path);
-    if (folder.empty())
+    place->covers = CoverDir();
+    place->folder = FolderIn(place->covers, media_path);
+    if (place->folder.empty())
         return false;
-    const std::string path =
-        folder + '/' + std::to_string(picture_type) + '_' + std::to_string(cover_index) + extension;
-    if (path.size() >= size)
-        return false;
+    place->path =
+        place->folder + '/' + std::to_string(picture_type) + '_' + std::to_string(cover_index) + extension;
+    return true;
+}
+
+bool CoverPlaceMake(CoverPlace *place) {
     const UmaskCleared cleared;
-    if (!MakeFolders(folder))
+    const Made made = MakeFolders(place->folder);
+    if (made == Made::no)
         return false;
     run_state.covers_placed = true;
-    return CopyPath(path, out, size) != 0;
+    place->is_new = made == Made::is_new;
+    return true;
 }
 
 void CleanOldCover(const char *folder) {
@@ -304,7 +316,7 @@ bool CoversMove(const char *new_media_path, const char *old_media_path) {
         return true;
     CleanOldCover(to.c_str());
     const UmaskCleared cleared;
-    if (!MakeFolders(to.substr(0, to.rfind('/'))) || rename(from.c_str(), to.c_str()) != 0) {
+    if (MakeFolders(to.substr(0, to.rfind('/'))) == Made::no || rename(from.c_str(), to.c_str()) != 0) {
         syslog(LOG_ERR, "%s (%d) Failed to move the covers of %s. (%s)", kLogName, __LINE__, old_media_path,
                strerror(errno));
         return false;

@@ -3,8 +3,6 @@
 // The folders of covers, for those who store covers, and what a run has to know of those that it has stored.
 #pragma once
 
-#include <stddef.h>
-
 #include <string>
 
 // Formats beside those of CoverFormat, which the rules `complete` keep.
@@ -14,9 +12,20 @@ inline constexpr int kCoverGif = 4;
 // The name of what is made beside a cover to take its place.
 inline constexpr char kCoverNew[] = ".new";
 
-// Gets the place of a cover and makes its folder, as GetCoverPath does, for covers of any format. False when there is none.
-[[nodiscard]] bool CoverPathMake(const char *media_path, char *out, size_t size, int picture_type,
-                                 int cover_index, int format);
+// A cover and what surrounds it.
+struct CoverPlace {
+    std::string covers; // folder of all covers
+    std::string folder; // of the media file's covers
+    std::string path;
+    bool is_new = false; // its folder is: nothing is in it
+};
+
+// Gets the place of a cover, as GetCoverPath does, for covers of any format. False when there is none.
+[[nodiscard]] bool CoverPlaceGet(const char *media_path, int picture_type, int cover_index, int format,
+                                 CoverPlace *place);
+
+// Makes its folder. False, with the reason in errno, when it cannot be made.
+[[nodiscard]] bool CoverPlaceMake(CoverPlace *place);
 
 // Removes what CleanOldCover does, but for the cover named `kept`; null: all of it.
 void CoverFolderClean(const char *folder, const char *kept);

@@ -24,45 +24,27 @@ constexpr char kLogName[] = "cover_store.c";
 constexpr int kFrontCover = 3;
 constexpr int kCoverIndex = 1;
 
-// A cover and what surrounds it.
-struct Place {
-    std::string path;
-    std::string folder; // of the media file's covers
-    std::string covers; // of all covers
-    bool had_covers = false;
-};
-
-bool PlaceMake(const char *media_path, int format, Place *place) {
-    char text[kMediaPathSize];
-    struct stat status;
-    if (GetCoverFolder(media_path, text, sizeof text) == 0)
-        return false;
-    place->folder = text;
-    place->had_covers = lstat(text, &status) == 0;
-    if (VELUIndexCoverDirGet(text, sizeof text) != 0)
-        return false;
-    place->covers = text;
-    if (!CoverPathMake(media_path, text, sizeof text, kFrontCover, kCoverIndex, format))
-        return false;
-    place->path = text;
-    return true;
+// Other programs have room for so long a path.
+bool PlaceMake(const char *media_path, int format, CoverPlace *place) {
+    return CoverPlaceGet(media_path, kFrontCover, kCoverIndex, format, place) &&
+           place->path.size() < kMediaPathSize && CoverPlaceMake(place);
 }
 
 // Puts what has been made beside the place into it.
-bool PlaceTake(const Place &place, const std::string &made) {
-    if (place.had_covers) {
+bool PlaceTake(const CoverPlace &place, const std::string &made) {
+    if (!place.is_new) {
         const FdHandle covers = OpenForReading(place.covers.c_str(), O_DIRECTORY);
         CoverPictureLeave(covers.get(), AT_FDCWD, place.path.c_str());
     }
     return rename(made.c_str(), place.path.c_str()) == 0;
 }
 
-std::string BesidePlace(const Place &place) {
+std::string BesidePlace(const CoverPlace &place) {
     return place.folder + '/' + kCoverNew;
 }
 
 // A link that is there already is as good.
-bool PlaceLink(const Place &place, const CoverStored &stored) {
+bool PlaceLink(const CoverPlace &place, const CoverStored &stored) {
     if (stored.path.empty())
         return false;
     if (link(stored.path.c_str(), place.path.c_str()) != 0) {
@@ -79,26 +61,27 @@ bool PlaceLink(const Place &place, const CoverStored &stored) {
 }
 
 // Returns the file, open; empty, with the reason in errno, on failure.
-FdHandle PlaceCopy(const Place &place, const CoverPicture &picture) {
+FdHandle PlaceCopy(const CoverPlace &place, const CoverPicture &picture) {
     const std::string made = BesidePlace(place);
-    unlink(made.c_str());
+    if (!place.is_new)
+        unlink(made.c_str());
     FdHandle file(open(made.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, OwnFileMode()));
-    if (file && FileBytesCopy(picture.file, file.get(), picture.bytes) &&
-        fchmod(file.get(), OwnFileMode()) == 0 && PlaceTake(place, made))
+    if (file && BytesWrite(picture.content, file.get()) && fchmod(file.get(), OwnFileMode()) == 0 &&
+        PlaceTake(place, made))
         return file;
     return {};
 }
 
-bool PictureStore(const Place &place, const CoverPicture &picture, CoverStored *stored) {
+bool PictureStore(const CoverPlace &place, const CoverPicture &picture, CoverStored *stored) {
     if (PlaceLink(place, *stored))
         return true;
-    const std::string name = CoverPictureName(picture.file, picture.bytes);
+    const std::string name = CoverPictureName(picture.content);
     if (name.empty()) {
         errno = EIO;
         return false;
     }
     const std::string by_content = place.covers + '/' + name;
-    if (FdHandle file = CoverPictureFind(by_content, picture.file, picture.bytes); file) {
+    if (FdHandle file = CoverPictureFind(by_content, picture.content); file) {
         OwnGroupGive(by_content.c_str());
         *stored = {by_content, std::move(file)};
         if (PlaceLink(place, *stored))
@@ -115,10 +98,10 @@ bool PictureStore(const Place &place, const CoverPicture &picture, CoverStored *
 } // namespace
 
 int CoverStore(const char *media_path, const CoverPicture &picture, CoverStored *stored) {
-    Place place;
+    CoverPlace place;
     errno = 0;
     if (PlaceMake(media_path, picture.format, &place) && PictureStore(place, picture, stored)) {
-        if (place.had_covers)
+        if (!place.is_new)
             CoverFolderClean(place.folder.c_str(), place.path.c_str() + place.folder.size() + 1);
         return 0;
     }

@@ -7,13 +7,13 @@
 
 #include <string>
 
+#include "platform/file_bytes.h"
 #include "platform/handle.h"
 #include "platform/veluindex.h"
 
-// A picture to be stored, a regular file from its begin on.
+// A picture to be stored.
 struct CoverPicture {
-    int file = -1;
-    uint64_t bytes = 0;
+    BytesRef content = {};
     int format = 0; // of CoverFormat, or of cover_place.h
 };
 

@@ -67,8 +67,7 @@ bool AnswerTake(ReaderPool *pool, PoolReader *reader, std::span<const std::byte>
     const FdHandle &slot = reader->process.slots[handed.slot];
     int wanting = 0; // why the picture could not be taken over
     if (read.answer.picture != PictureFormat::none) {
-        read.picture = SlotPictureTake(slot, read.answer.picture, read.answer.picture_bytes, &pool->recent,
-                                       &read.picture_had);
+        read.picture = AnswerPictureTake(slot, &read.answer, pool->bytes, &pool->recent, &read.picture_had);
         wanting = read.picture ? 0 : errno;
         if (!read.picture && wanting == 0)
             return false;

@@ -18,12 +18,10 @@
 
 namespace {
 
-ReadPictureRef RecentFind(const FdHandle &slot, PictureFormat format, uint32_t bytes,
-                          RecentPictures *recent) {
+ReadPictureRef RecentFind(const BytesRef &bytes, PictureFormat format, RecentPictures *recent) {
     auto &all = recent->pictures;
     const auto found = std::ranges::find_if(all, [&](const ReadPictureRef &picture) {
-        return picture->format == format && picture->bytes == bytes &&
-               FileBytesEqual(slot.get(), picture->file.get(), bytes);
+        return picture->format == format && BytesEqual(bytes, ReadPictureBytes(*picture));
     });
     if (found == all.end())
         return nullptr;
@@ -42,25 +40,37 @@ void RecentAdd(const ReadPictureRef &picture, RecentPictures *recent) {
     }
 }
 
+bool IsOfFormat(const BytesRef &picture, PictureFormat format) {
+    char read[kPictureHeadSize];
+    const auto looked_at = static_cast<size_t>(std::min<uint64_t>(sizeof read, picture.bytes));
+    const char *head = BytesPart(picture, 0, looked_at, read);
+    return head != nullptr && PictureFormatOf(std::as_bytes(std::span(head, looked_at))) == format;
+}
+
 } // namespace
 
-ReadPictureRef SlotPictureTake(const FdHandle &slot, PictureFormat format, uint32_t bytes,
-                               RecentPictures *recent, bool *had) {
+ReadPictureRef AnswerPictureTake(const FdHandle &slot, Answer *answer, size_t waiting, RecentPictures *recent,
+                                 bool *had) {
     errno = 0;
-    if (bytes == 0 || bytes > kReaderPictureMax)
+    if (answer->picture_bytes == 0 || answer->picture_bytes > kReaderPictureMax)
         return nullptr;
-    ReadPictureRef picture = RecentFind(slot, format, bytes, recent);
+    std::string small = std::exchange(answer->small_picture, {});
+    const BytesRef there = {answer->picture_bytes, slot.get(), small};
+    ReadPictureRef picture = RecentFind(there, answer->picture, recent);
     *had = picture != nullptr;
     if (*had)
         return picture;
-    picture = std::make_shared<ReadPicture>(
-        ReadPicture{FdHandle(memfd_create("picture", MFD_CLOEXEC)), bytes, format, nullptr});
-    if (!picture->file || !FileBytesCopy(slot.get(), picture->file.get(), bytes))
-        return nullptr;
-    std::byte head[kPictureHeadSize];
-    const size_t looked_at = std::min<size_t>(sizeof head, bytes);
-    if (!FileReadAt(picture->file, 0, head, looked_at) ||
-        PictureFormatOf(std::span(head).first(looked_at)) != format) {
+    picture = std::make_shared<ReadPicture>();
+    picture->bytes = answer->picture_bytes;
+    picture->format = answer->picture;
+    if (!small.empty() && waiting + small.size() <= kReaderHeldBytes) {
+        picture->held = std::move(small);
+    } else {
+        picture->file = FdHandle(memfd_create("picture", MFD_CLOEXEC));
+        if (!picture->file || !BytesWrite(there, picture->file.get()))
+            return nullptr;
+    }
+    if (!IsOfFormat(ReadPictureBytes(*picture), picture->format)) {
         errno = 0;
         return nullptr;
     }

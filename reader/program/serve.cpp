@@ -75,6 +75,7 @@ Answer FileAnswer(const Request &request, const Descriptors &descriptors) {
     picture.fd = kReaderFirstSlot + static_cast<int>(request.slot);
     picture.wanted = (request.wants & kWantsPicture) != 0;
     Answer answer;
+    picture.small = &answer.small_picture;
     answer.number = request.number;
     EntryList entries;
     ReadOutcome outcome = InputHandle(&input, &answer.facts, &entries, &picture);
@@ -86,6 +87,7 @@ Answer FileAnswer(const Request &request, const Descriptors &descriptors) {
     answer.reason = std::move(outcome.reason);
     if (answer.status == AnswerStatus::films || answer.status == AnswerStatus::sound) {
         answer.facts = {};
+        answer.small_picture.clear();
     } else {
         answer.picture = picture.format;
         answer.picture_bytes = picture.bytes;

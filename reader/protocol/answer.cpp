@@ -18,7 +18,7 @@ struct Head {
     PictureFormat picture;
     uint32_t picture_bytes;
     uint32_t facts;
-    uint32_t reason_bytes; // they come last
+    uint32_t reason_bytes; // they come behind the facts, and then a small picture
     uint32_t entries_bytes;
     uint32_t entries_cut;
 };
@@ -143,6 +143,7 @@ void AnswerEncode(const Answer &answer, std::vector<std::byte> *packet) {
     for (const Fact &fact : answer.facts.facts)
         PutFact(packet, fact);
     Put(packet, reason.data(), reason.size());
+    Put(packet, answer.small_picture.data(), answer.small_picture.size());
 }
 
 bool AnswerDecode(std::span<const std::byte> packet, Answer *answer) {
@@ -150,12 +151,22 @@ bool AnswerDecode(std::span<const std::byte> packet, Answer *answer) {
     const auto head = TakeValue<Head>(&rest);
     if (!rest.good || !IsHeadGood(head))
         return false;
-    *answer = {head.number, head.status, head.content,       head.picture,    head.picture_bytes,
-               {},          {},          head.entries_bytes, head.entries_cut};
+    *answer = {.number = head.number,
+               .status = head.status,
+               .content = head.content,
+               .picture = head.picture,
+               .picture_bytes = head.picture_bytes,
+               .facts = {},
+               .reason = {},
+               .entries_bytes = head.entries_bytes,
+               .entries_cut = head.entries_cut,
+               .small_picture = {}};
     for (uint32_t i = 0; i < head.facts; ++i) {
         if (!TakeFact(&rest, &answer->facts))
             return false;
     }
     answer->reason = TakeText(&rest, head.reason_bytes);
+    if (IsSmallPicture(head.picture, head.picture_bytes))
+        answer->small_picture = TakeText(&rest, head.picture_bytes);
     return rest.good && rest.bytes.empty() && answer->reason == ReasonText(answer->reason);
 }

@@ -5,7 +5,8 @@
 //
 //   reader -> daemon   Hello, once, when it is warm and confined
 //   daemon -> reader   Request, with the file's descriptor and those of companions (SCM_RIGHTS)
-//   reader -> daemon   Answer, one for each request, in their order; a picture, or a playlist's entries, lie in the request's slot
+//   reader -> daemon   Answer, one for each request, in their order, with a picture of at most kReaderSmallPictureMax bytes; a larger
+//                      one, or a playlist's entries, lie in the request's slot
 //
 // Slots are sealed memory files (memfd) of kReaderPictureMax bytes that the daemon makes and the reader inherits, kReaderSlots
 // of them: a request names the one its picture goes into, and the slot is the reader's until it has answered.
@@ -24,8 +25,8 @@
 #include "reader/protocol/fact_list.h"
 #include "reader/protocol/picture_format.h"
 
-// Raised with every change of these messages, of the table of facts and of what readers find: files that an older revision has
-// read are read again.
+// Raised with every change of the table of facts and of what readers find: files that an older revision has read are read again.
+// A change of these messages alone raises the magic of Hello.
 inline constexpr uint32_t kReaderRevision = 3;
 
 enum class ReaderKind : uint32_t { sound_and_photos, films };
@@ -45,7 +46,7 @@ enum ReaderExit : int {
     kReaderOutOfMemory = 4, // of what it may take
 };
 
-inline constexpr uint32_t kHelloMagic = 0x76726831;
+inline constexpr uint32_t kHelloMagic = 0x76726832;
 inline constexpr uint32_t kRequestMagic = 0x76727131;
 inline constexpr uint32_t kAnswerMagic = 0x76726131;
 
@@ -91,10 +92,16 @@ struct Answer {
     PictureFormat picture = PictureFormat::none; // by its own first bytes
     uint32_t picture_bytes = 0;
     FactList facts;
-    std::string reason;         // of a failure, for the log; at most kReaderReasonMax bytes
-    uint32_t entries_bytes = 0; // of a playlist that was read, an EntryList packed
-    uint32_t entries_cut = 0;   // 1: it has more
+    std::string reason;             // of a failure, for the log; at most kReaderReasonMax bytes
+    uint32_t entries_bytes = 0;     // of a playlist that was read, an EntryList packed
+    uint32_t entries_cut = 0;       // 1: it has more
+    std::string small_picture = {}; // its bytes, where it is one
 };
+
+// A picture that comes within its answer.
+inline bool IsSmallPicture(PictureFormat format, uint64_t bytes) {
+    return format != PictureFormat::none && bytes <= kReaderSmallPictureMax;
+}
 
 // Hello and Request are sent as they lie in memory. Read from a packet; false when its size, its magic or a field is not as it
 // has to be (a text has its terminator).
@@ -102,11 +109,11 @@ struct Answer {
 [[nodiscard]] bool RequestDecode(std::span<const std::byte> packet, Request *request);
 
 // The largest packet of an answer: what stands before its facts, each fact with its number or the length of its text, all
-// texts, and the reason.
+// texts, the reason and a small picture.
 inline constexpr size_t kAnswerHeadSize = 40;
 inline constexpr size_t kAnswerFactSize = 12;
-inline constexpr size_t kReaderAnswerSize =
-    kAnswerHeadSize + kReaderFactsMax * kAnswerFactSize + kReaderTextMax + kReaderReasonMax;
+inline constexpr size_t kReaderAnswerSize = kAnswerHeadSize + kReaderFactsMax * kAnswerFactSize +
+                                            kReaderTextMax + kReaderReasonMax + kReaderSmallPictureMax;
 
 // Writes an answer as a packet. One whose facts come from FactAddText and FactAddNumber is at most kReaderAnswerSize bytes. Of
 // the reason, control characters become blanks, and what is too long is cut; where the status is neither failed nor unreadable it
@@ -115,8 +122,8 @@ void AnswerEncode(const Answer &answer, std::vector<std::byte> *packet);
 
 // Reads a packet; false, and the answer is not to be used, when anything in it is not as AnswerEncode writes it: each fact
 // has to be one that FactAddText or FactAddNumber takes as it is, behind those before it; an answer that sends the file to the
-// other reader has none, nor a picture, and only a playlist that was read has entries. The number, whether the picture is one and
-// the entries themselves are left to the caller.
+// other reader has none, nor a picture, only a playlist that was read has entries, and a small picture has the bytes that it is
+// said to have. The number, whether the picture is one and the entries themselves are left to the caller.
 [[nodiscard]] bool AnswerDecode(std::span<const std::byte> packet, Answer *answer);
 
 // Send and receive a packet with at most kReaderDescriptorsMax descriptors, never with a signal. They return its bytes, 0 at

@@ -30,6 +30,14 @@ void OfAnother(std::vector<std::byte> *packet) {
     memcpy(packet->data() + 4, &number, sizeof number);
 }
 
+// Says that there is a picture of so many bytes, and sends zeros for it.
+template <uint32_t Claimed, size_t Sent>
+void PictureLie(std::vector<std::byte> *packet) {
+    Put<16, static_cast<uint32_t>(PictureFormat::png)>(packet);
+    Put<20, Claimed>(packet);
+    packet->resize(packet->size() + Sent);
+}
+
 struct Lie {
     const char *word;
     void (*tell)(std::vector<std::byte> *packet);
@@ -64,12 +72,13 @@ constexpr Lie kLies[] = {
          Send({});
          Sleep();
      }},
-    // A picture that is none: its slot is as it was.
-    {"lie-no-picture",
-     [](std::vector<std::byte> *packet) {
-         Put<16, 2>(packet);
-         Put<20, 1000>(packet);
-     }},
+    // A picture that is none: its slot is as it was. Likewise small ones, of whose bytes all or one are missing, there is one too
+    // many, or which are none of a picture.
+    {"lie-no-picture", PictureLie<kReaderSmallPictureMax + 1, 0>},
+    {"lie-small-picture", PictureLie<1000, 0>},
+    {"lie-small-picture-cut", PictureLie<1000, 999>},
+    {"lie-small-picture-longer", PictureLie<1000, 1001>},
+    {"lie-no-small-picture", PictureLie<1000, 1000>},
     // A playlist whose entries are none, for the same reason.
     {"lie-no-entries",
      [](std::vector<std::byte> *packet) {

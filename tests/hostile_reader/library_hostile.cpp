@@ -8,6 +8,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <string>
 
 #include "tests/hostile_reader/deeds.h"
 
@@ -56,8 +57,11 @@ ReadOutcome LibraryRead(ReaderInput *input, ContentFormat, FactList *facts, Pict
     FactAddText(facts, FactName::title, FactSource::own, word.empty() ? "honest" : word);
     if (word == "to-films")
         return {AnswerStatus::films, ContentClass::film, {}};
-    if (word == "picture")
-        PictureTake(picture, std::as_bytes(std::span(std::string_view("GIF89a and so on"))));
+    std::string cover = "GIF89a and so on";
+    if (word == "large-picture")
+        cover.resize(kReaderSmallPictureMax + 1);
+    if (word == "picture" || word == "large-picture")
+        PictureTake(picture, std::as_bytes(std::span(cover)));
     const long result = LibraryDeed(word, *picture);
     if (result == -1)
         return {AnswerStatus::failed, ContentClass::sound, strerrorname_np(errno)};

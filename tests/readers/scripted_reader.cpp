@@ -18,7 +18,7 @@
 //   crash, exit N, abort      it ends
 //   spin, stop, silent, hang  it uses up time, is stopped, says nothing, closes the connection
 //   memory N         takes N MiB and says nothing
-//   number, twice, garbage, empty, format, size, kind   what it says is none of what was agreed
+//   number, twice, garbage, empty, format, slot, kind   what it says is none of what was agreed
 #include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
@@ -93,8 +93,10 @@ void PicturePut(const Request &request, Answer *answer, const PictureWord &word,
     memcpy(picture.data(), word.head.data(), std::min(size, word.head.size()));
     if (word.altered)
         picture.back() ^= std::byte{1};
-    if (pwrite(kReaderFirstSlot + static_cast<int>(request.slot), picture.data(), size, 0) !=
-        static_cast<ssize_t>(size))
+    if (IsSmallPicture(word.format, size))
+        answer->small_picture.assign(reinterpret_cast<const char *>(picture.data()), size);
+    else if (pwrite(kReaderFirstSlot + static_cast<int>(request.slot), picture.data(), size, 0) !=
+             static_cast<ssize_t>(size))
         _exit(9);
     answer->picture = word.format;
     answer->picture_bytes = static_cast<uint32_t>(size);
@@ -116,6 +118,11 @@ void Lie(const std::string &what, Answer answer) {
     } else if (what == "format") {
         answer.picture = PictureFormat::png;
         answer.picture_bytes = 100;
+        answer.small_picture.assign(100, '\0');
+        Send(answer);
+    } else if (what == "slot") {
+        answer.picture = PictureFormat::png;
+        answer.picture_bytes = kReaderSmallPictureMax + 1;
         Send(answer);
     } else {
         answer.content = ContentClass::unknown;
@@ -204,7 +211,7 @@ void Do(const Request &request, const std::string &line) {
         answer.reason = rest;
         Send(answer);
     } else if (what == "number" || what == "twice" || what == "garbage" || what == "empty" ||
-               what == "format" || what == "kind") {
+               what == "format" || what == "slot" || what == "kind") {
         Lie(what, answer);
     } else {
         End(what, atoi(rest.c_str()));

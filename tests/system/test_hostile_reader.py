@@ -11,7 +11,8 @@ MUSIC = "/volume1/music"
 
 # The clock of the daemon is fast, so that its 90 seconds are soon over.
 LIES = ("lie-magic", "lie-status", "lie-content", "lie-picture", "lie-picture-kind", "lie-picture-size", "lie-facts", "lie-one-fact",
-        "lie-reason", "lie-entries", "lie-more-entries", "lie-no-entries", "lie-fact-name", "lie-fact-size", "lie-text", "lie-no-picture", "cut", "longer", "huge", "empty", "hello",
+        "lie-reason", "lie-entries", "lie-more-entries", "lie-no-entries", "lie-fact-name", "lie-fact-size", "lie-text", "lie-no-picture", "lie-small-picture", "lie-small-picture-cut",
+        "lie-small-picture-longer", "lie-no-small-picture", "cut", "longer", "huge", "empty", "hello",
         "of-the-next", "of-the-last", "of-nothing", "hang-up")
 ENDS = "abort", "leave", "open-write", "kill-parent", "be-killed"
 SILENT = "sleep", "stop"

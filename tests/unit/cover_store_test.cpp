@@ -77,7 +77,7 @@ protected:
     int Store(int number, const std::string &bytes, int format = kCoverJpeg) {
         FileWrite(kSource, bytes);
         const FdHandle file(open(kSource, O_RDONLY | O_CLOEXEC));
-        return CoverStore(Media(number).c_str(), {file.get(), bytes.size(), format}, &stored);
+        return CoverStore(Media(number).c_str(), {{bytes.size(), file.get()}, format}, &stored);
     }
 
     // As if nothing was known of the pictures before.
@@ -278,7 +278,7 @@ TEST_F(CoverStoreTest, WhatDoesNotFitOnTheDiskIsNoCover) {
     const auto handler = signal(SIGXFSZ, SIG_IGN);
     const rlimit small = {10'000, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const int result = CoverStore(Media(1).c_str(), {file.get(), Picture('1').size(), kCoverJpeg}, &stored);
+    const int result = CoverStore(Media(1).c_str(), {{Picture('1').size(), file.get()}, kCoverJpeg}, &stored);
     setrlimit(RLIMIT_FSIZE, &before);
     signal(SIGXFSZ, handler);
     EXPECT_EQ(result, -1);
@@ -292,7 +292,7 @@ TEST_F(CoverStoreTest, WhatDoesNotFitOnTheDiskIsNoCover) {
 TEST_F(CoverStoreTest, APictureThatEndsBeforeItsEndIsNone) {
     FileWrite(kSource, "short");
     const FdHandle file(open(kSource, O_RDONLY | O_CLOEXEC));
-    EXPECT_EQ(CoverStore(Media(1).c_str(), {file.get(), 100, kCoverJpeg}, &stored), -1);
+    EXPECT_EQ(CoverStore(Media(1).c_str(), {{100, file.get()}, kCoverJpeg}, &stored), -1);
     EXPECT_TRUE(NothingIsKept());
 }
 

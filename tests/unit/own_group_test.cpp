@@ -85,7 +85,7 @@ protected:
         FileWrite("/tmp/picture", "a picture");
         const FdHandle file(open("/tmp/picture", O_RDONLY | O_CLOEXEC));
         CoverStored stored;
-        EXPECT_EQ(CoverStore(media, {file.get(), 9, kCoverJpeg}, &stored), 0);
+        EXPECT_EQ(CoverStore(media, {{9, file.get()}, kCoverJpeg}, &stored), 0);
         char folder[4096];
         EXPECT_EQ(GetCoverFolder(media, folder, sizeof folder), 1);
         return std::string(folder) + "/3_1.jpg";

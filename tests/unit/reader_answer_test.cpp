@@ -19,12 +19,25 @@ constexpr size_t kMagic = 0, kStatus = 8, kContent = 12, kPicture = 16, kPicture
 constexpr size_t kFirstFact = kAnswerHeadSize;
 
 Answer Example() {
-    Answer answer = {7, AnswerStatus::failed, ContentClass::sound, PictureFormat::png, 1234, {}, "no frame"};
+    Answer answer = {7,
+                     AnswerStatus::failed,
+                     ContentClass::sound,
+                     PictureFormat::png,
+                     kReaderSmallPictureMax + 1,
+                     {},
+                     "no frame"};
     FactAddText(&answer.facts, FactName::title, FactSource::taglib, "A title");
     FactAddNumber(&answer.facts, FactName::duration, FactSource::own, 12.5);
     FactAddText(&answer.facts, FactName::artist, FactSource::taglib, "One");
     FactAddText(&answer.facts, FactName::artist, FactSource::taglib, "Zwölf");
     FactAddNumber(&answer.facts, FactName::year, FactSource::libavformat, 1999);
+    return answer;
+}
+
+Answer ExampleWithPicture(uint32_t bytes) {
+    Answer answer = Example();
+    answer.picture_bytes = bytes;
+    answer.small_picture.assign(bytes, 'p');
     return answer;
 }
 
@@ -51,6 +64,7 @@ void ExpectSame(const Answer &expected, const Answer &answer) {
     EXPECT_EQ(expected.content, answer.content);
     EXPECT_EQ(expected.picture, answer.picture);
     EXPECT_EQ(expected.picture_bytes, answer.picture_bytes);
+    EXPECT_EQ(expected.small_picture, answer.small_picture);
     EXPECT_EQ(expected.reason, answer.reason);
     EXPECT_EQ(expected.facts.text_bytes, answer.facts.text_bytes);
     ASSERT_EQ(expected.facts.facts.size(), answer.facts.facts.size());
@@ -70,6 +84,22 @@ TEST(ReaderAnswer, ComesAsItWasSent) {
     ExpectSame(Example(), answer);
     ASSERT_TRUE(AnswerDecode(Encoded({}), &answer));
     ExpectSame({}, answer);
+    for (const uint32_t bytes : {1U, 1234U, kReaderSmallPictureMax}) {
+        ASSERT_TRUE(AnswerDecode(Encoded(ExampleWithPicture(bytes)), &answer));
+        ExpectSame(ExampleWithPicture(bytes), answer);
+    }
+}
+
+TEST(ReaderAnswer, ASmallPictureComesWithItAndALargerOneDoesNot) {
+    const Packet good = Encoded(ExampleWithPicture(1234));
+    for (const uint32_t bytes : {1U, 1233U, 1235U, kReaderSmallPictureMax, kReaderSmallPictureMax + 1})
+        EXPECT_FALSE(IsBelieved(With(good, kPictureBytes, bytes))) << bytes;
+    Packet without = good;
+    without.resize(good.size() - 1234);
+    EXPECT_FALSE(IsBelieved(without));
+    EXPECT_TRUE(IsBelieved(With(without, kPictureBytes, kReaderSmallPictureMax + 1)));
+    EXPECT_FALSE(IsBelieved(Encoded(ExampleWithPicture(kReaderSmallPictureMax + 1))));
+    EXPECT_FALSE(IsBelieved(With(With(good, kPicture, PictureFormat::none), kPictureBytes, uint32_t{0})));
 }
 
 TEST(ReaderAnswer, EveryFactComesAsItWasSent) {
@@ -89,9 +119,10 @@ TEST(ReaderAnswer, TheLargestOneFits) {
                    AnswerStatus::failed,
                    ContentClass::sound,
                    PictureFormat::jpeg,
-                   kReaderPictureMax,
+                   kReaderSmallPictureMax,
                    {},
                    std::string(kReaderReasonMax, 'r')};
+    sent.small_picture.assign(kReaderSmallPictureMax, 'p');
     constexpr size_t kEach = kReaderTextMax / kReaderFactsMax;
     for (size_t i = 0; i < kReaderFactsMax; ++i)
         ASSERT_TRUE(FactAddText(&sent.facts, FactName::keyword, FactSource::own,
@@ -206,12 +237,15 @@ TEST(ReaderAnswer, NumbersLiedIn) {
 }
 
 TEST(ReaderAnswer, OneThatIsCutOrGoesOnIsNone) {
-    const Packet good = Encoded(Example());
-    for (size_t size = 0; size < good.size(); ++size)
-        EXPECT_FALSE(IsBelieved(Packet(good.begin(), good.begin() + static_cast<ptrdiff_t>(size)))) << size;
-    Packet longer = good;
-    longer.push_back(std::byte{0});
-    EXPECT_FALSE(IsBelieved(longer));
+    for (const Answer &sent : {Example(), ExampleWithPicture(100)}) {
+        const Packet good = Encoded(sent);
+        for (size_t size = 0; size < good.size(); ++size)
+            EXPECT_FALSE(IsBelieved(Packet(good.begin(), good.begin() + static_cast<ptrdiff_t>(size))))
+                << size;
+        Packet longer = good;
+        longer.push_back(std::byte{0});
+        EXPECT_FALSE(IsBelieved(longer));
+    }
 }
 
 TEST(ReaderAnswer, MoreFactsThanThereMayBe) {

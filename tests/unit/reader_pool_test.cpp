@@ -10,6 +10,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <map>
 #include <new>
 #include <random>
@@ -65,6 +66,14 @@ protected:
 std::string TitleOf(const ReadResult &read) {
     const Fact *title = FactFind(read.answer.facts, FactName::title);
     return read.end == ReadEnd::answered && title != nullptr ? title->text : "(" + read.reason + ")";
+}
+
+std::string BytesOf(const ReadPicture &picture) {
+    if (!picture.held.empty())
+        return picture.held;
+    std::string bytes(picture.bytes, '\0');
+    EXPECT_TRUE(FileReadAt(picture.file, 0, bytes.data(), bytes.size()));
+    return bytes;
 }
 
 TEST_F(ReaderPoolTest, EachFileGetsItsOwnAnswer) {
@@ -129,7 +138,7 @@ TEST_F(ReaderPoolTest, FilesAroundThoseThatEndTheirReadersAreAnswered) {
 
 TEST_F(ReaderPoolTest, WhatIsNoAnswerIsNotBelieved) {
     pool.bounds.look_milliseconds = 200;
-    for (const char *lie : {"number", "garbage", "empty", "format", "kind"}) {
+    for (const char *lie : {"number", "garbage", "empty", "format", "slot", "kind"}) {
         const ReadTicket before = HandOver("title before");
         const ReadTicket told = HandOver(lie);
         const ReadTicket behind = HandOver("title behind");
@@ -317,14 +326,15 @@ TEST_F(ReaderPoolTest, AReaderOfTheOtherKindIsNone) {
 }
 
 TEST_F(ReaderPoolTest, PicturesComeWholeAndLeaveNothing) {
-    for (const size_t size : {size_t{12}, size_t{100'000}, size_t{kReaderPictureMax}}) {
+    for (const size_t size : {size_t{12}, size_t{kReaderSmallPictureMax}, size_t{kReaderSmallPictureMax} + 1,
+                              size_t{100'000}, size_t{kReaderPictureMax}}) {
         const ReadResult read = Read("picture " + std::to_string(size) + " x");
         ASSERT_EQ(read.answer.picture_bytes, size);
         ASSERT_TRUE(read.picture);
-        std::vector<unsigned char> bytes(size);
-        ASSERT_TRUE(FileReadAt(read.picture->file, 0, bytes.data(), size));
+        const std::string bytes = BytesOf(*read.picture);
+        ASSERT_EQ(bytes.size(), size);
         for (const size_t at : {size_t{4}, size / 2, size - 1})
-            ASSERT_EQ(bytes[at], static_cast<unsigned char>(at * 7 + size)) << at;
+            ASSERT_EQ(static_cast<unsigned char>(bytes[at]), static_cast<unsigned char>(at * 7 + size)) << at;
         for (const FdHandle &slot : pool.readers[0].process.slots) {
             struct stat status;
             ASSERT_EQ(fstat(slot.get(), &status), 0);
@@ -369,11 +379,38 @@ TEST_F(ReaderPoolTest, APictureThatIsTheSameIsKeptOnce) {
 }
 
 TEST_F(ReaderPoolTest, OneThatDiffersInItsLastByteIsAnotherPicture) {
-    const ReadResult first = Read("picture 1000000 x");
-    const ReadResult other = Read("altered 1000000 x");
-    ASSERT_EQ(other.answer.picture_bytes, first.answer.picture_bytes);
-    EXPECT_FALSE(other.picture_had);
-    EXPECT_NE(other.picture, first.picture);
+    for (const std::string size : {"1000000", "1000"}) {
+        const ReadResult first = Read("picture " + size + " x");
+        const ReadResult other = Read("altered " + size + " x");
+        ASSERT_EQ(other.answer.picture_bytes, first.answer.picture_bytes);
+        EXPECT_FALSE(other.picture_had);
+        EXPECT_NE(other.picture, first.picture);
+        EXPECT_TRUE(Read("altered " + size + " x").picture_had);
+    }
+}
+
+// Small ones are held as they came while little waits; behind that each is in a file, and the same one is known either way.
+TEST_F(ReaderPoolTest, NoMoreIsHeldThanFits) {
+    constexpr size_t kFiles = 2 * kReaderPicturesMax;
+    std::vector<ReadTicket> tickets;
+    for (size_t i = 0; i < kFiles; ++i)
+        tickets.push_back(HandOver("picture " + std::to_string(kReaderSmallPictureMax - i) + " x"));
+    while (!std::ranges::all_of(tickets, [&](ReadTicket ticket) { return ReaderPoolIsRead(pool, ticket); }))
+        ReaderPoolServe(&pool, true);
+    const ReadResult again = Read("picture " + std::to_string(kReaderSmallPictureMax - kFiles + 1) + " x");
+    size_t held = 0;
+    for (size_t i = 0; i < kFiles; ++i) {
+        const ReadResult read = Take(tickets[i]);
+        ASSERT_TRUE(read.picture);
+        EXPECT_EQ(read.picture->held.empty(), static_cast<bool>(read.picture->file));
+        EXPECT_EQ(BytesOf(*read.picture).size(), kReaderSmallPictureMax - i);
+        held += read.picture->held.size();
+    }
+    EXPECT_GT(held, kReaderHeldBytes / 4);
+    EXPECT_LE(held, kReaderHeldBytes);
+    EXPECT_TRUE(again.picture_had);
+    EXPECT_TRUE(again.picture->held.empty());
+    EXPECT_FALSE(Read("picture 1000 x").picture->held.empty()) << "nothing waits any more";
 }
 
 TEST_F(ReaderPoolTest, NoMorePicturesAreKeptThanFit) {
@@ -465,7 +502,7 @@ TEST_F(ReaderPoolTest, AFileThatIsGivenUpLeavesTheOthers) {
 
 TEST_F(ReaderPoolTest, APictureForWhichThisProcessHasNoDescriptorIsNotTheFilesFault) {
     Read("title x"); // a reader is there
-    const ReadTicket ticket = HandOver("picture 500 x");
+    const ReadTicket ticket = HandOver("picture 100000 x");
     ReaderPoolServe(&pool, false); // it has the file
     rlimit before;
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
@@ -478,7 +515,7 @@ TEST_F(ReaderPoolTest, APictureForWhichThisProcessHasNoDescriptorIsNotTheFilesFa
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
     EXPECT_EQ(read.end, ReadEnd::no_reader);
     EXPECT_EQ(read.reason, strerror(EMFILE));
-    EXPECT_EQ(Read("picture 500 x").answer.picture_bytes, 500u);
+    EXPECT_EQ(Read("picture 100000 x").answer.picture_bytes, 100'000u);
 }
 
 TEST_F(ReaderPoolTest, NothingIsLeftBehind) {

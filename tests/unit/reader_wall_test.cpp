@@ -8,6 +8,7 @@
 
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <map>
@@ -298,17 +299,38 @@ TEST(ReaderWall, APictureLiesInItsSlot) {
     ASSERT_TRUE(reader.Greets());
     Answer answer;
     for (int slot = 0; slot < 2 * kReaderSlots; ++slot) {
+        ASSERT_TRUE(reader.HandOver("hostile:large-picture"));
+        ASSERT_TRUE(reader.Answers(&answer));
+        EXPECT_EQ(PictureFormat::gif, answer.picture);
+        EXPECT_EQ(kReaderSmallPictureMax + 1, answer.picture_bytes);
+        EXPECT_TRUE(answer.small_picture.empty());
+        char bytes[16] = {};
+        EXPECT_EQ(16, pread(reader.slots[slot % kReaderSlots].get(), bytes, sizeof bytes, 0));
+        EXPECT_EQ(0, memcmp("GIF89a and so on", bytes, sizeof bytes));
+    }
+    ASSERT_TRUE(reader.HandOver("hostile:large-picture", 0)); // none is wanted
+    ASSERT_TRUE(reader.Answers(&answer));
+    EXPECT_EQ(PictureFormat::none, answer.picture);
+}
+
+TEST(ReaderWall, ASmallPictureComesWithItsAnswer) {
+    StartedReader reader(HostileReader());
+    ASSERT_TRUE(reader.Greets());
+    Answer answer;
+    for (int slot = 0; slot < 2 * kReaderSlots; ++slot) {
         ASSERT_TRUE(reader.HandOver("hostile:picture"));
         ASSERT_TRUE(reader.Answers(&answer));
         EXPECT_EQ(PictureFormat::gif, answer.picture);
-        char bytes[16] = {};
-        ASSERT_EQ(sizeof bytes, answer.picture_bytes);
-        EXPECT_EQ(16, pread(reader.slots[slot % kReaderSlots].get(), bytes, sizeof bytes, 0));
-        EXPECT_EQ(0, memcmp("GIF89a and so on", bytes, sizeof bytes));
+        EXPECT_EQ(16U, answer.picture_bytes);
+        EXPECT_EQ("GIF89a and so on", answer.small_picture);
+        struct stat status = {};
+        ASSERT_EQ(0, fstat(reader.slots[slot % kReaderSlots].get(), &status));
+        EXPECT_EQ(0, status.st_blocks);
     }
     ASSERT_TRUE(reader.HandOver("hostile:picture", 0)); // none is wanted
     ASSERT_TRUE(reader.Answers(&answer));
     EXPECT_EQ(PictureFormat::none, answer.picture);
+    EXPECT_TRUE(answer.small_picture.empty());
 }
 
 TEST(ReaderWall, AFileForTheOtherReaderIsSaidToBeOne) {
@@ -372,10 +394,27 @@ TEST(ReaderWall, ItEndsWithTheOneThatStartedIt) {
 }
 
 TEST(ReaderWall, TheDaemonSeesThroughEachLie) {
-    for (const char *word :
-         {"lie-magic", "lie-status", "lie-content", "lie-picture", "lie-picture-kind", "lie-picture-size",
-          "lie-facts", "lie-one-fact", "lie-reason", "lie-entries", "lie-more-entries", "lie-fact-name",
-          "lie-fact-size", "lie-text", "cut", "longer", "huge", "hello"}) {
+    for (const char *word : {"lie-magic",
+                             "lie-status",
+                             "lie-content",
+                             "lie-picture",
+                             "lie-picture-kind",
+                             "lie-picture-size",
+                             "lie-facts",
+                             "lie-one-fact",
+                             "lie-reason",
+                             "lie-entries",
+                             "lie-more-entries",
+                             "lie-fact-name",
+                             "lie-fact-size",
+                             "lie-text",
+                             "lie-small-picture",
+                             "lie-small-picture-cut",
+                             "lie-small-picture-longer",
+                             "cut",
+                             "longer",
+                             "huge",
+                             "hello"}) {
         StartedReader reader(HostileReader());
         ASSERT_TRUE(reader.Greets());
         Answer answer;
