@@ -187,6 +187,10 @@ inline constexpr size_t kReaderAheadBytes = size_t{8} << 20;
 // Bytes of answers that wait, up to which a small picture among them is held in the daemon's own memory and not in a file.
 inline constexpr size_t kReaderHeldBytes = size_t{256} << 10;
 
+// Files for which a reader that has nothing to do is woken, while nobody waits for one of them: to wake a processor that sleeps takes
+// longer than a small file does.
+inline constexpr int kReaderWakeFiles = 8;
+
 // Pictures that are kept to tell whether the next file has the same one, and their bytes. The songs of an album come one after
 // the other, those of several albums where these lie in one directory; each picture of the same size is read to be compared.
 inline constexpr size_t kReaderPicturesMax = 8;

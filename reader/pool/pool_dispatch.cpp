@@ -221,6 +221,14 @@ int AttemptsOf(ReadEnd end, const PoolReader &reader) {
     }
 }
 
+// True while a reader is better left alone than woken for what there is.
+bool MayRest(const ReaderPool &pool) {
+    const auto waits = [](const PoolFile &file) { return file.state == PoolFileState::waits; };
+    const auto rests = [](const PoolReader &reader) { return reader.ready && reader.handed_count == 0; };
+    return std::ranges::any_of(pool.readers, rests) &&
+           std::ranges::count_if(pool.files, waits) < kReaderWakeFiles;
+}
+
 } // namespace
 
 void PoolReaderBegins(const ReaderPool *pool, PoolReader *reader) {
@@ -250,8 +258,10 @@ void PoolReaderGiveUp(ReaderPool *pool, PoolReader *reader, ReadEnd end, const s
     PoolReaderEnd(pool, reader);
 }
 
-void PoolDispatch(ReaderPool *pool) {
+void PoolDispatch(ReaderPool *pool, bool wait) {
     DoneEnd(pool);
+    if (!wait && MayRest(*pool))
+        return;
     FilesHand(pool, true);
     FilesHand(pool, false);
     // A place that was made is for the kind that has none, and not for the one that gave way.

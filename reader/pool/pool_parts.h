@@ -29,8 +29,8 @@ PoolFile *PoolFileFind(ReaderPool *pool, ReadTicket ticket);
 void PoolFileRead(ReaderPool *pool, PoolFile *file, ReadResult read);
 void PoolFileUnread(ReaderPool *pool, PoolFile *file, ReadEnd end, std::string reason);
 
-// Hands what waits to readers with room, and starts readers.
-void PoolDispatch(ReaderPool *pool);
+// Hands what waits to readers with room, and starts readers; unless `wait`, several at a time.
+void PoolDispatch(ReaderPool *pool, bool wait);
 
 // From now on the reader is at the first of its files.
 void PoolReaderBegins(const ReaderPool *pool, PoolReader *reader);

@@ -184,10 +184,10 @@ void PoolPoll(ReaderPool *pool, int milliseconds) {
 
 void ReaderPoolServe(ReaderPool *pool, bool wait) {
     try {
-        PoolDispatch(pool);
+        PoolDispatch(pool, wait);
         PoolPoll(pool, wait ? std::max(PoolNextLook(*pool), 0) : 0);
         PoolWatch(pool);
-        PoolDispatch(pool);
+        PoolDispatch(pool, wait);
     } catch (const std::bad_alloc &) {
         ReaderPoolEnd(pool);
         throw;

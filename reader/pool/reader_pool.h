@@ -78,8 +78,9 @@ ReadResult ReaderPoolTake(ReaderPool *pool, ReadTicket ticket);
 // Gives a file up, read or not. A ticket that is no longer one does nothing.
 void ReaderPoolForget(ReaderPool *pool, ReadTicket ticket);
 
-// Takes what the readers have to say, looks after those that take long, and hands them what waits. With `wait` it waits until
-// one has something to say or is to be looked at, if any is at work. When memory runs out in it, all readers are ended and all
+// Takes what the readers have to say, looks after those that take long, and hands them what waits, to one that has nothing to do
+// several files at a time. With `wait` it hands all of it over and waits until one has something to say or is to be looked at, if
+// any is at work. When memory runs out in it, all readers are ended and all
 // files given up.
 void ReaderPoolServe(ReaderPool *pool, bool wait);
 

@@ -99,6 +99,31 @@ TEST_F(ReaderPoolTest, AsManyReadersAsAreNeededAndNoMore) {
     EXPECT_EQ(pool.readers.size(), 2u);
 }
 
+// Once it is awake it gets each file at once.
+TEST_F(ReaderPoolTest, AReaderIsNotWokenForAFewFilesForWhichNobodyWaits) {
+    pool.readers_max = 1;
+    Read("title first");
+    ASSERT_EQ(pool.readers.size(), 1u);
+    for (int i = 1; i < kReaderWakeFiles; ++i) {
+        HandOver("silent");
+        ReaderPoolServe(&pool, false);
+        ASSERT_EQ(pool.readers[0].handed_count, 0) << i;
+    }
+    const ReadTicket last = HandOver("silent");
+    ReaderPoolServe(&pool, false);
+    EXPECT_EQ(pool.readers[0].handed_count, std::min(kReaderWakeFiles, kReaderSlots));
+    ReaderPoolEnd(&pool);
+    ReaderPoolForget(&pool, last);
+    Read("title second");
+    HandOver("silent");
+    pool.bounds.look_milliseconds = 1;
+    ReaderPoolServe(&pool, true);
+    EXPECT_EQ(pool.readers[0].handed_count, 1) << "somebody waits";
+    HandOver("title third");
+    ReaderPoolServe(&pool, false);
+    EXPECT_EQ(pool.readers[0].handed_count, 2) << "it is awake";
+}
+
 TEST_F(ReaderPoolTest, AReaderHasNoMoreFilesThanSlots) {
     std::vector<ReadTicket> tickets;
     for (int i = 0; i < kReaderSlots + 2; ++i)
