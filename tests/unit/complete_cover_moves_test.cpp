@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "daemon/walk_reindex.h"
 #include "platform/veluindex.h"
 #include "tests/unit/complete_covers.h"
 #include "tests/unit/complete_fixture.h"
