@@ -4,12 +4,12 @@
 
 # A target, or a folder's targets, with the property VELU_UNOPTIMISED build fast instead of running fast. What describes it to a debugger would
 # take two fifths of the time: it is of the debug build, and the lines alone of the sanitizers' reports.
-# VELU_UNJUDGED ones are no subject of the sanitizers.
+# VELU_UNJUDGED ones are no subject of the sanitizers, whose reports name their functions without lines.
 define_property(TARGET PROPERTY VELU_UNOPTIMISED INHERITED)
 define_property(TARGET PROPERTY VELU_UNJUDGED)
 set(velu_unoptimised -O0)
 if(VELU_SANITIZE)
-    list(APPEND velu_unoptimised -g1)
+    list(APPEND velu_unoptimised $<IF:$<BOOL:$<TARGET_PROPERTY:VELU_UNJUDGED>>,-g0,-g1>)
 elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     list(APPEND velu_unoptimised -g0)
 endif()

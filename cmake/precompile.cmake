@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 # Most of the time to compile a file of ours goes to the standard library's headers. With VELU_PRECOMPILE the libraries
-# share them compiled once, and their files are compiled a dozen at a time, which takes two thirds of the processor time that
+# share them compiled once, and their files are compiled two dozen at a time, which takes two thirds of the processor time that
 # compiled headers alone take. `./test long` builds without, so that a file which includes too little is found.
 
 # Files that are compiled together see each other's helpers. Constants of the same name are told apart below; a file whose other
 # helpers are called like those of a neighbour is compiled by itself.
-set(velu_together_max 12)
+set(velu_together_max 24)
 set(velu_by_itself boxes ogg photo_share run walk_presence watch_loop)
 
 # velu_constants_of_several(OUT SOURCE...): which constants more than one of the sources have to themselves.

@@ -11,10 +11,11 @@ ON_ALL_ENGINES(FileFacts);
 
 TEST_P(FileFacts, ARowAndWhatIsKnownOfItsFileAreSavedTogether) {
     Complete([] {
-        EXPECT_EQ(
-            SaveFile(kSong, {.stamp = "1", .trouble = "a crash", .folded_name = "f", .facts = kTwoFacts}), 0);
+        EXPECT_EQ(SaveFile(kStoredSong,
+                           {.stamp = "1", .trouble = "a crash", .folded_name = "f", .facts = kTwoFacts}),
+                  0);
     });
-    EXPECT_EQ(Paths("music"), kSong);
+    EXPECT_EQ(Paths("music"), kStoredSong);
     EXPECT_EQ(Field("stamp") + Field("trouble") + Field("folded_name"), "1a crashf");
     EXPECT_EQ(Facts(), "artist/0=ABBA<abba|artist/1=b<b");
     EXPECT_EQ(Peer().Query("select count(*) as x from file_fact where folded is null"), "1")
@@ -23,7 +24,7 @@ TEST_P(FileFacts, ARowAndWhatIsKnownOfItsFileAreSavedTogether) {
     ASSERT_EQ(added.size(), strlen("2026-11-22T10:11:12Z"));
     EXPECT_EQ(Peer().Exec("update file_state set added = '2001-01-01T00:00:00Z'"), 1);
     const FileFact other[] = {{"codec", 0, "mp3", "mp3"}};
-    Complete([&] { EXPECT_EQ(SaveFile(kSong, Found("2", other)), 0); });
+    Complete([&] { EXPECT_EQ(SaveFile(kStoredSong, Found("2", other)), 0); });
     EXPECT_EQ(Field("stamp") + Field("trouble"), "2");
     EXPECT_EQ(Field("added"), "2001-01-01T00:00:00Z");
     EXPECT_EQ(Facts(), "codec/0=mp3<mp3");
@@ -64,7 +65,7 @@ TEST_P(FileFacts, LongTextsAreCutAtACharacter) {
                              {"lyrics", 1, std::string_view(value).substr(0, kFactValueMax - 1),
                               std::string_view(folded).substr(0, kFactFoldedMax - 2)},
                              {"lyrics", 2, full_value, full_folded}};
-    Complete([&] { EXPECT_EQ(SaveFile(kSong, Found("1", kept)), 0); });
+    Complete([&] { EXPECT_EQ(SaveFile(kStoredSong, Found("1", kept)), 0); });
     const std::string bytes = OnSqlite() ? "length(cast(" : "octet_length((";
     const std::string end = OnSqlite() ? " as blob))" : "))";
     EXPECT_EQ(Peer().Query("select " + bytes + "value" + end + " as x from fact order by position"),
@@ -165,10 +166,10 @@ TEST_P(FileFacts, WithAReaderOnTheConnectionEachFileIsStillWhole) {
 }
 
 TEST_P(FileFacts, WithoutTheTablesAFileIsNotSaved) {
-    EXPECT_EQ(SaveFile(kSong, Found("1")), -1);
+    EXPECT_EQ(SaveFile(kStoredSong, Found("1")), -1);
     EXPECT_EQ(Peer().Count("music"), 0);
     EXPECT_EQ(SaveFile("", Found("1")), -1);
-    EXPECT_EQ(SaveFile(kSong, Found("1"), 4), -1);
+    EXPECT_EQ(SaveFile(kStoredSong, Found("1"), 4), -1);
     EXPECT_EQ(MediaInfoDBSaveFile(kMediaMusic, nullptr, Found("1")), -1);
 }
 

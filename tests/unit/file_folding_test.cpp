@@ -43,7 +43,7 @@ TEST_P(FileFolding, NamesAreOfTheLastComponentAndItsText) {
 }
 
 TEST_P(FileFolding, ANewCatalogueIsOfThePresentFolding) {
-    Complete([] { EXPECT_EQ(SaveFile(kSong, Found("1", kArtists)), 0); });
+    Complete([] { EXPECT_EQ(SaveFile(kStoredSong, Found("1", kArtists)), 0); });
     EXPECT_EQ(Version(), Present());
     EXPECT_EQ(Names(), "song.mp3");
 }
@@ -143,7 +143,7 @@ TEST_P(FileFolding, WhenItCannotBeStoredItIsDoneByTheNextRun) {
 }
 
 TEST_P(FileFolding, TextsOfANewerFoldingStayAndAreNotTrusted) {
-    Complete([] { EXPECT_EQ(SaveFile(kSong, Found("1", kArtists)), 0); });
+    Complete([] { EXPECT_EQ(SaveFile(kStoredSong, Found("1", kArtists)), 0); });
     FoldOtherwise(FoldingVersion() + 1);
     Complete([] { EXPECT_TRUE(FileTablesThere()); });
     EXPECT_EQ(Names(), "other");
@@ -151,7 +151,7 @@ TEST_P(FileFolding, TextsOfANewerFoldingStayAndAreNotTrusted) {
 }
 
 TEST_P(FileFolding, CataloguesOfBeforeHaveAllOfItFolded) {
-    Complete([] { EXPECT_EQ(SaveFile(kSong, Found("1", kArtists)), 0); });
+    Complete([] { EXPECT_EQ(SaveFile(kStoredSong, Found("1", kArtists)), 0); });
     FoldOtherwise(0);
     {
         Peer peer;

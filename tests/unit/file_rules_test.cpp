@@ -13,7 +13,7 @@ class FileRules : public FileStore {};
 ON_ALL_ENGINES(FileRules);
 
 TEST_P(FileRules, TheTablesComeWithTheFirstRunThatWantsThem) {
-    EXPECT_EQ(Appliance([] { EXPECT_EQ(Save(kMediaMusic, kSong), 0); }), 0);
+    EXPECT_EQ(Appliance([] { EXPECT_EQ(Save(kMediaMusic, kStoredSong), 0); }), 0);
     EXPECT_FALSE(HasTables());
     EXPECT_EQ(Complete([] {}), 0);
     EXPECT_FALSE(HasTables()) << "nothing was asked of the store";
@@ -23,7 +23,7 @@ TEST_P(FileRules, TheTablesComeWithTheFirstRunThatWantsThem) {
     EXPECT_EQ(Peer().Query("select version as x from schema_version"), "1")
         << "an older program opens the rest";
     EXPECT_EQ(Peer().Query("select rules as x from file_rules"), "complete");
-    EXPECT_EQ(Paths("file_state"), "/b|" + kSong);
+    EXPECT_EQ(Paths("file_state"), "/b|" + kStoredSong);
     ExpectNothingLost();
 }
 

@@ -45,13 +45,13 @@ TEST_P(FileState_, DeletesSweepsAndEmptiedTablesTakeAllOfAFileAlong) {
 
 TEST_P(FileState_, AFileOfTwoKindsGoesWithTheLastOfItsRows) {
     Complete([] {
-        EXPECT_EQ(SaveFile(kSong, Found("1")), 0);
-        EXPECT_EQ(SaveFile(kSong, Found("2"), kMediaVideo), 0);
-        EXPECT_EQ(MediaInfoDBDelete(kMediaMusic, kSong.c_str()), 0);
+        EXPECT_EQ(SaveFile(kStoredSong, Found("1")), 0);
+        EXPECT_EQ(SaveFile(kStoredSong, Found("2"), kMediaVideo), 0);
+        EXPECT_EQ(MediaInfoDBDelete(kMediaMusic, kStoredSong.c_str()), 0);
     });
     EXPECT_EQ(Field("stamp"), "2");
     EXPECT_EQ(Facts(), "artist/0=ABBA<abba|artist/1=b<b");
-    Complete([] { EXPECT_EQ(MediaInfoDBDelete(kMediaVideo, kSong.c_str()), 0); });
+    Complete([] { EXPECT_EQ(MediaInfoDBDelete(kMediaVideo, kStoredSong.c_str()), 0); });
     EXPECT_EQ(Peer().Count("file_state") + Peer().Count("file_fact"), 0);
 }
 
@@ -228,12 +228,13 @@ TEST_P(FileState_, OfACatalogueWithoutStatesThereAreNone) {
 TEST_P(FileState_, FactsOfANameAreReplacedWithTheStamp) {
     const FileFact facts[] = {{"subtitle", 0, "/a.srt", "/a.srt"}, {"subtitle", 1, "/b.srt", "/b.srt"}};
     Complete([&] {
-        EXPECT_EQ(SaveFile(kSong, Found("1")), 0);
-        EXPECT_EQ(FileFactsReplace(kSong.c_str(), "subtitle", facts, "2"), 0);
+        EXPECT_EQ(SaveFile(kStoredSong, Found("1")), 0);
+        EXPECT_EQ(FileFactsReplace(kStoredSong.c_str(), "subtitle", facts, "2"), 0);
     });
     EXPECT_EQ(Facts(), "artist/0=ABBA<abba|artist/1=b<b|subtitle/0=/a.srt</a.srt|subtitle/1=/b.srt</b.srt");
-    Complete(
-        [&] { EXPECT_EQ(FileFactsReplace(kSong.c_str(), "subtitle", std::span(facts).last(1), "3"), 0); });
+    Complete([&] {
+        EXPECT_EQ(FileFactsReplace(kStoredSong.c_str(), "subtitle", std::span(facts).last(1), "3"), 0);
+    });
     EXPECT_EQ(Facts(), "artist/0=ABBA<abba|artist/1=b<b|subtitle/1=/b.srt</b.srt");
     EXPECT_EQ(Field("stamp"), "3");
     Complete([&] { EXPECT_EQ(FileFactsReplace("/none", "subtitle", facts, "3"), 0); });

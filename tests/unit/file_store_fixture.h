@@ -9,7 +9,7 @@
 #include "catalogue_fixture.h"
 #include "platform/index/file_state.h"
 
-inline const std::string kSong = "/volume1/music/A/song.mp3";
+inline const std::string kStoredSong = "/volume1/music/A/song.mp3";
 
 class FileStore : public CatalogueStore {
 protected:
@@ -23,12 +23,12 @@ protected:
     static int Complete(const std::function<void()> &work) { return RunBy(RuleSet::complete, work); }
     static int Appliance(const std::function<void()> &work) { return RunBy(RuleSet::appliance, work); }
 
-    static std::string Field(const std::string &field, const std::string &path = kSong) {
+    static std::string Field(const std::string &field, const std::string &path = kStoredSong) {
         return Peer().Query("select " + field + " as x from file_state where path = '" + path + "'");
     }
 
     // "name/position=value<folded" of a file's facts.
-    static std::string Facts(const std::string &path = kSong) {
+    static std::string Facts(const std::string &path = kStoredSong) {
         return Peer().Query("select name || '/' || position || '=' || value || '<' || folded as x from fact "
                             "where path = '" +
                             path + "' order by name, position");
