@@ -217,10 +217,10 @@ class Storm:
         self.daemon.index(*lines)
         self.recover()
 
-    def go_on(self, seconds):
-        """Until the time is over."""
-        end = time.monotonic() + seconds
-        while time.monotonic() < end:
+    def go_on(self, epochs=None, seconds=None):
+        """For so many more epochs, or until the time is over."""
+        last, end = self.epochs + (epochs or 0), time.monotonic() + (seconds or 0)
+        while self.epochs < last or time.monotonic() < end:
             try:
                 self.epoch()
                 if self.random.random() < 0.1:
