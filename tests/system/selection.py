@@ -6,21 +6,24 @@ import re
 # On the server: what depends on files, on the queue's writers or on the machine, and of the store needs the row alone, as
 # the tests of the formats, commands and indexers show it on either engine.
 ANY_ENGINE = (
-    "test_configuration", "test_covers", "test_ctl_requests", "test_library_faults", "test_music_aiff", "test_music_covers",
-    "test_music_id3_edges", "test_music_id3v1", "test_music_id3v2", "test_music_mp3",
-    "test_photo_converters", "test_photo_exif", "test_photo_facts", "test_service", "test_start",
+    "test_configuration", "test_covers", "test_ctl_requests", "test_films", "test_hostile_reader", "test_library_faults",
+    "test_music_aiff", "test_music_covers", "test_music_hostile", "test_music_id3_edges", "test_music_id3v1", "test_music_id3v2", "test_music_mp3",
+    "test_photo_converters", "test_photo_exif", "test_photo_facts", "test_photo_hostile", "test_probe_faults", "test_service",
+    "test_sidecars", "test_start",
     "test_kept_requests", "test_kept_rows", "test_kept_storage", "test_kept_texts", "test_walk", "test_watch_service",
     "test_sound_streams", "test_sound_tags", "test_values",
     "test_loop::test_on_the_real_clock_it_sleeps_soundly_and_runs_10_to_20_seconds_after_a_signal",
 )
 
 # Under the sanitizers: what repeats the same few requests to find a bad moment (their code is run once by others), and what
-# looks at a machine, a browser or the sample of a file.
+# looks at a machine, a browser, the sample of a file or the memory that a film takes.
 ANY_MEMORY = (
     "test_complete_faults", "test_configuration", "test_ctl_hammer", "test_kept_requests", "test_kept_rows", "test_kept_storage",
     "test_kept_texts", "test_random_kills",
     "test_household", "test_readers", "test_service", "test_survival", "test_values",
     "test_watch_service", "test_watch_turmoil",
+    "test_films::test_the_search_takes_no_memory_for_pictures",
+    "test_films::test_a_varying_rate_beside_large_pictures_takes_no_memory_for_them",
     "test_ctl_report::test_a_browser_shows_it_on_a_phone_and_on_a_desk",
     "test_scale::test_two_hundred_thousand_entries_in_one_directory",
 )

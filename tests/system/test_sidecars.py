@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """XMP files beside photos, which exiftool writes and reads."""
+import functools
 import json
 import subprocess
 
@@ -10,17 +11,12 @@ from harness import media
 PHOTO = "/volume1/photo"
 
 
-def written(path, **tags):
-    """Has exiftool write tags into a file, which it makes when it is XMP's. Gives its bytes."""
-    subprocess.run(["exiftool", "-q", "-overwrite_original", *(f"-{name.replace('_', ':')}={value}" for name, value in tags.items()), path],
-                   check=True)
-    return path.read_bytes()
-
-
-def title(path):
-    """What exiftool reads of it."""
-    told = subprocess.run(["exiftool", "-j", "-XMP-dc:Title", path], capture_output=True, check=True).stdout
-    return json.loads(told)[0].get("Title")
+def written(path, *asked, **tags):
+    """Has exiftool write tags into a file, which it makes when it is XMP's. Gives what it then reads of those that are asked for."""
+    tags = (f"-{name.replace('_', ':')}={value}" for name, value in tags.items())
+    told = subprocess.run(["exiftool", "-q", "-overwrite_original", *tags, path, "-execute", "-j", *asked, path], capture_output=True,
+                          check=True).stdout
+    return json.loads(told)[0]
 
 
 @pytest.fixture
@@ -28,17 +24,17 @@ def picture(tmp_path):
     """A photo with a title and a camera of its own."""
     path = tmp_path / "photo.jpg"
     media.picture(str(path), 48, 36)
-    return written(path, **{"XMP-dc_Title": "In the file", "IFD0_Model": "M-1", "ExifIFD_ISO": 400})
+    written(path, **{"XMP-dc_Title": "In the file", "IFD0_Model": "M-1", "ExifIFD_ISO": 400})
+    return path.read_bytes()
 
 
 @pytest.fixture
 def sidecar(tmp_path):
+    @functools.cache
     def make(text):
         path = tmp_path / f"{text}.xmp"
-        path.unlink(missing_ok=True)
-        content = written(path, **{"XMP-dc_Title": text})
-        assert title(path) == text
-        return content
+        assert written(path, "-XMP-dc:Title", **{"XMP-dc_Title": text})["Title"] == text
+        return path.read_bytes()
     return make
 
 

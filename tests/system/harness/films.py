@@ -10,7 +10,7 @@ from concurrent.futures import ThreadPoolExecutor
 
 from harness.film_patches import dolby_vision, dynamic_hdr10
 from harness.limits import LIMITS
-from harness.media import ffmpeg
+from harness.media import TOGETHER_MAX, ffmpeg, ffmpeg_together
 
 ASKED = "parts/asked.json"
 PICTURE = "testsrc2=size=160x120:rate=25:duration=2"
@@ -313,6 +313,12 @@ def every(work, names):
         list(pool.map(work, names))
 
 
+def make_every(job, names):
+    """Makes what `job` gives for each name, some with one call."""
+    jobs = [job(name) for name in names]
+    every(lambda some: ffmpeg_together(some, "-bitexact"), [jobs[at:at + TOGETHER_MAX] for at in range(0, len(jobs), TOGETHER_MAX)])
+
+
 def sound_part(name):
     return f"a_{name}.{PART_KINDS.get(name, 'nut')}"
 
@@ -320,14 +326,14 @@ def sound_part(name):
 def encode(folder):
     """Encodes every codec once."""
     def picture(name):
-        make("-f", "lavfi", "-i", PICTURE, *PICTURES[name], "-threads", "1", folder / f"v_{name}.nut")
+        return [("-f", "lavfi", "-i", PICTURE)], (*PICTURES[name], "-threads", "1"), folder / f"v_{name}.nut"
 
     def sound(name):
         rate, encoder = SOUNDS[name]
-        make("-f", "lavfi", "-i", TONE.format(rate=rate), *encoder, folder / sound_part(name))
+        return [("-f", "lavfi", "-i", TONE.format(rate=rate))], encoder, folder / sound_part(name)
 
-    every(picture, PICTURES)
-    every(sound, SOUNDS)
+    make_every(picture, PICTURES)
+    make_every(sound, SOUNDS)
     for name, size in {"front.jpg": "320x320", "back.png": "160x160", "front.webp": "64x64"}.items():
         make("-f", "lavfi", "-i", f"testsrc2=size={size}:rate=1:duration=1", "-frames:v", "1", folder / name)
     # Frames that do not come evenly, and one raw stream with metadata that no encoder here writes.
@@ -364,14 +370,12 @@ def make_films(folder):
         picture, sounds, options = FILES[name]
         inputs = [f"v_{picture}.nut"] if picture else []
         inputs += [sound_part(sound) for sound in sounds]
-        words = [word for part in inputs for word in ("-i", parts / part)]
-        maps = [word for number in range(len(inputs)) for word in ("-map", number)]
-        make(*words, *maps, "-c", "copy", *options, folder / name)
+        return [("-i", parts / part) for part in inputs], ("-c", "copy", *options), folder / name
 
     def another(name):
         make(*(parts / word[1:] if word.startswith("@") else word for word in OTHERS[name].split()), folder / name)
 
-    every(one, FILES)
+    make_every(one, FILES)
     every(another, OTHERS)
     (folder / "dolby_vision.mp4").write_bytes(dolby_vision((folder / "hdr10.mp4").read_bytes()))
     (folder / "speech.amr").write_bytes(b"#!AMR\n" + (b"\x3c" + bytes(31)) * 100)

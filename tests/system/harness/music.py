@@ -16,8 +16,11 @@ TAG_COLUMNS = ("title", "artist", "album", "genre", "composer", "comment", "trac
 @functools.cache
 def _second(rate, channels):
     """A second of a rising and falling tone."""
-    loudness = (int(12000 * math.sin(math.pi * i / rate) * math.sin(500 * math.pi * (i / rate) ** 2)) for i in range(rate))
-    return array.array("h", (value for value in loudness for _ in range(channels))).tobytes()
+    one = array.array("h", [int(12000 * math.sin(math.pi * i / rate) * math.sin(500 * math.pi * (i / rate) ** 2)) for i in range(rate)])
+    every = array.array("h", bytes(one.itemsize * channels * rate))
+    for channel in range(channels):
+        every[channel::channels] = one
+    return every.tobytes()
 
 
 def tone(path, samples, rate=44100, channels=2):
