@@ -8,9 +8,11 @@ from mutagen.flac import FLAC
 from mutagen.id3 import APIC, ID3, TALB, TCON, TDRC, TIT2, TPE1, TRCK
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests/system"))
-from harness import media  # noqa: E402
+from harness import media, raws  # noqa: E402
 
-KINDS = ("mp3", "mp3-cover", "mp3-long", "flac", "photo", "film", "mixed")
+KINDS = ("mp3", "mp3-cover", "mp3-long", "flac", "photo", "photo-heic", "photo-raw", "film", "mixed")
+# Which the peers do not know, nor the rules `appliance` all of them.
+OF_TODAY = ("photo-heic", "photo-raw")
 FILES_OF_A_FOLDER = 16
 LONG_SECONDS = 240
 
@@ -43,7 +45,7 @@ def make_bases(folder):
         media.call("sox", "-n", "-r", "44100", "-c", "2", "-b", "16", wav, "synth", str(4 + number), "sine", str(pitch),
                    "tremolo", "3", "vol", "0.3")
         music.append(wav)
-    bases = {"mp3": [], "mp3-long": [], "flac": [], "photo": [], "cover": []}
+    bases = {"mp3": [], "mp3-long": [], "flac": [], "photo": [], "photo-heic": [], "photo-raw": [], "cover": []}
     for number, wav in enumerate(music):
         for name, mode in (("cbr", ("-b", "128")), ("vbr", ("-V", "4"))):
             media.call("lame", "--quiet", *mode, wav, f"{folder}/{name}{number}.mp3")
@@ -54,9 +56,17 @@ def make_bases(folder):
         picture, small = f"{folder}/{number}.jpg", f"{folder}/small{number}.jpg"
         media.picture(picture, 1024, 768, "-quality", "80")
         media.call("convert", picture, "-thumbnail", "160x120", small)
-        media.exif(picture, Make="Maker", Model=f"Model {number}", DateTimeOriginal=DATE.decode(), CreateDate=DATE.decode(),
-                   ISO=200, FNumber=4, ExposureTime="1/125", **{"ThumbnailImage<": small})
+        camera = {"Make": "Maker", "Model": f"Model {number}", "DateTimeOriginal": DATE.decode(), "CreateDate": DATE.decode(),
+                  "ISO": 200, "FNumber": 4, "ExposureTime": "1/125"}
+        media.exif(picture, **camera, **{"ThumbnailImage<": small})
         bases["photo"].append(picture)
+        heic, raw = f"{folder}/{number}.heic", f"{folder}/{number}.cr2"
+        media.call("heif-enc", "-q", "50", picture, "-o", heic)
+        media.exif(heic, **camera)
+        bases["photo-heic"].append(heic)
+        pathlib.Path(raw).write_bytes(raws.cr2(pathlib.Path(picture).read_bytes()))
+        media.exif(raw, **camera)
+        bases["photo-raw"].append(raw)
         media.picture(f"{folder}/cover{number}.jpg", 300, 300, "-quality", "80")
         bases["cover"].append(f"{folder}/cover{number}.jpg")
     whole = f"{folder}/long.wav"
@@ -101,19 +111,21 @@ def write_flac(path, number, base):
 def write_photo(path, number, base):
     date = f"20{number // 1728000 % 60:02}:{number // 86400 % 12 + 1:02}:{number // 3600 % 28 + 1:02} " \
            f"{number // 3600 % 24:02}:{number // 60 % 60:02}:{number % 60:02}"
-    path.write_bytes(base.replace(DATE, date.encode()) + f"{number:08}".encode())
+    # What follows is a box of HEIC, and nothing to the others.
+    path.write_bytes(base.replace(DATE, date.encode()) + raws.box(b"free", f"{number:08}".encode()))
 
 
 def write_file(folder, number, form, bases):
     choice = bases["mp3" if form == "mp3-cover" else form]
     base = choice[number % len(choice)]
-    extension = {"mp3-cover": "mp3", "mp3-long": "mp3", "photo": "jpg"}.get(form, form.removeprefix("film."))
+    extension = {"mp3-cover": "mp3", "mp3-long": "mp3", "photo": "jpg", "photo-heic": "heic", "photo-raw": "cr2"}.get(
+        form, form.removeprefix("film."))
     path = folder / f"{number:06}.{extension}"
     if form.startswith("mp3"):
         write_mp3(path, number, base, bases["cover"][number % 3] if form == "mp3-cover" else None)
     elif form == "flac":
         write_flac(path, number, base)
-    elif form == "photo":
+    elif form.startswith("photo"):
         write_photo(path, number, base)
     else:
         path.write_bytes(base.replace(TITLE, f"Title {number:06}".encode()))

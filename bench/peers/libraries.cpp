@@ -46,7 +46,12 @@ bool FileRead(const std::string &path) {
         if (path.ends_with(extension))
             return SoundRead(path);
     }
-    return path.ends_with(".jpg") ? PictureRead(path) : FilmRead(path);
+    constexpr std::string_view kPictures[] = {".jpg", ".heic", ".cr2"};
+    for (const std::string_view extension : kPictures) {
+        if (path.ends_with(extension))
+            return PictureRead(path);
+    }
+    return FilmRead(path);
 }
 
 long TreeRead(const std::string &folder) {
@@ -72,6 +77,7 @@ int main(int argc, char **argv) {
         return 2;
     }
     av_log_set_level(AV_LOG_QUIET);
+    Exiv2::enableBMFF(true);
     const FdHandle begin(open(argv[2], O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
     printf("%ld files\n", TreeRead(argv[1]));
 }
