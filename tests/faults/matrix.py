@@ -196,9 +196,14 @@ def possible(request, fault):
     return True
 
 
+def renames(request):
+    """The new and the old path of each of its renames."""
+    return [line.split(":")[1:] for line in request.lines if line.startswith("N:")]
+
+
 def newly_added(request, fault):
     """Whether files that were renamed are added anew: where their new names led to none."""
-    return request.name[0] == "N" and isinstance(fault, CallFault) and fault.code == errno.ENOENT
+    return bool(renames(request)) and isinstance(fault, CallFault) and fault.code == errno.ENOENT
 
 
 def whole(asked):

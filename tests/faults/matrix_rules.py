@@ -54,7 +54,7 @@ def appliance(samples: pathlib.Path):
         return (samples / "tagged.mp3").read_bytes() if path.endswith(".mp3") else plain(path)
     return Rules("appliance", {}, {}, files(".pcm", ".srt"), requests(".pcm", ".srt"), content,
                  {"photo_image": 12, "photo_share": 8, "covers": 2, "file_state": 0},
-                 lambda _: ())
+                 lambda *_: ())
 
 
 def complete(samples: pathlib.Path):

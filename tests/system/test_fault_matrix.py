@@ -73,7 +73,7 @@ class Matrix:
 
     def not_added_when_they_were(self, request, last):
         """Files that the request has left or renamed and the catalogue takes for added at another time."""
-        names = [line.split(":")[1:] for line in request.lines if line.startswith("N:")]
+        names = matrix.renames(request)
         first, now = (state["file_state"] for state in (self.world.first, last))
         for path, row in first.items():
             for new, old in names:
@@ -81,11 +81,12 @@ class Matrix:
             if path in now and now[path]["added"] != row["added"]:
                 yield path
 
-    def torn(self):
+    def torn(self, request):
         """What is not of one file while a fault lasts, seen twice: the tables are read one behind the other, and what waits is tried
         again at any time."""
         end = time.monotonic() + STEADY
-        while (wrong := list(self.rules.torn(self.daemon))) and time.monotonic() < end:
+        moving = [new for new, _ in matrix.renames(request)]
+        while (wrong := list(self.rules.torn(self.daemon, moving))) and time.monotonic() < end:
             time.sleep(0.1)
         return wrong
 
@@ -105,7 +106,7 @@ class Matrix:
             fired = self.daemon.places.seen() >= fault.first
         # A picture whose content cannot be read keeps what does not need it.
         unread = (("width", "height"), place) if fault.call == "open" else ()
-        wrong = forgotten(self.world.state(), self.world.first, last, *unread) + self.torn()
+        wrong = forgotten(self.world.state(), self.world.first, last, *unread) + self.torn(request)
         if fired and request.sweeps and fault.where != "file" and not any(
                 KEEPING.search(line) and place in line for line in lines):
             wrong.append(f"no line names {place}")
@@ -128,7 +129,7 @@ class Matrix:
             os.rename(self.daemon.box.path(share), self.daemon.box.path(away))
         try:
             lines = self.daemon.index(*request.lines)
-            wrong = forgotten(self.world.state(), self.world.first, last) + self.torn()
+            wrong = forgotten(self.world.state(), self.world.first, last) + self.torn(request)
             if request.sweeps and not any(KEEPING.search(line) and place in line for line in lines):
                 wrong.append(f"no line names {place}")
         finally:
@@ -145,7 +146,7 @@ class Matrix:
             self.daemon.index(*request.lines)
             if fault.kind != "stopped" or not self.daemon.catalogue.keys:
                 now = self.world.state()
-                wrong += forgotten(now, self.world.first, last) + self.torn()
+                wrong += forgotten(now, self.world.first, last) + self.torn(request)
                 left = self.requests_left()
                 if left not in ([], [KEPT]):
                     wrong.append(f"left over: {left}")
