@@ -9,15 +9,11 @@
 
 #include "catalogue/bounds.h"
 #include "platform/file.h"
+#include "platform/path.h"
 
 namespace {
 
 constexpr std::string_view kExtension = ".xmp";
-
-bool IsSidecar(std::string_view name) {
-    return name.size() > kExtension.size() && strncasecmp(name.data() + name.size() - kExtension.size(),
-                                                          kExtension.data(), kExtension.size()) == 0;
-}
 
 // A directory that cannot be read may have some.
 bool HasSidecars(const std::string &folder) {
@@ -62,6 +58,29 @@ FdHandle SidecarOpen(const std::string &stem, bool *unseen) {
 }
 
 } // namespace
+
+bool IsSidecar(std::string_view name) {
+    return name.size() > kExtension.size() && strncasecmp(name.data() + name.size() - kExtension.size(),
+                                                          kExtension.data(), kExtension.size()) == 0;
+}
+
+std::vector<std::string> PhotosOf(const std::string &sidecar) {
+    const size_t slash = sidecar.rfind('/');
+    if (slash == std::string::npos || !IsSidecar(sidecar))
+        return {};
+    const std::string folder = sidecar.substr(0, slash + 1);
+    const std::string_view stem =
+        std::string_view(sidecar).substr(slash + 1, sidecar.size() - slash - 1 - kExtension.size());
+    std::vector<std::string> photos;
+    const DirHandle entries(opendir(folder.c_str()));
+    while (const dirent *entry = entries != nullptr ? readdir(entries.get()) : nullptr) {
+        const std::string_view name = entry->d_name;
+        if ((name == stem || NameWithoutExtension(name) == stem) && !IsSidecar(name))
+            photos.push_back(folder + entry->d_name);
+    }
+    std::ranges::sort(photos);
+    return photos;
+}
 
 std::vector<FdHandle> SidecarsOpen(SidecarFolders *known, const std::string &photo, bool ahead,
                                    bool *unseen) {

@@ -8,6 +8,7 @@
 
 #include <list>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -17,6 +18,12 @@
 struct SidecarFolders {
     std::list<std::pair<std::string, bool>> folders = {}; // the last one first
 };
+
+// True for the name of one.
+[[nodiscard]] bool IsSidecar(std::string_view name);
+
+// Returns the paths of what may be the photos of a sidecar, sorted.
+std::vector<std::string> PhotosOf(const std::string &sidecar);
 
 // Opens those of a photo, the one that counts more first. With `ahead` its directory is looked through once, because others of
 // it will follow.

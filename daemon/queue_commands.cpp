@@ -11,7 +11,7 @@
 #include "catalogue/listed_name.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
-#include "daemon/index_covers.h"
+#include "daemon/index_beside.h"
 #include "daemon/queue_rename.h"
 #include "daemon/storage_away.h"
 #include "daemon/walk_presence.h"
@@ -125,8 +125,7 @@ void FileAdd(const char *path) {
     if (IsInPlaceOfStorage(path) || IsLeftOutForgotten(path) || !IsListedName(path))
         return;
     const int result = IndexFileAdd(path, kIndexAdd);
-    SubtitleFilmsUpdate(path);
-    CoverFilesUpdate(path);
+    BesideUpdate(path);
     if (!IsInPhotoLibrary(path))
         return;
     if (result == 0)
@@ -141,8 +140,7 @@ void FileRemove(const char *path) {
     if (StillExists(path))
         return;
     IndexFileAdd(path, kIndexRemove);
-    SubtitleFilmsUpdate(path);
-    CoverFilesUpdate(path);
+    BesideUpdate(path);
     if (IsInPhotoLibrary(path))
         PhotoLibraryFileUpdate(path, kIndexRemove);
 }

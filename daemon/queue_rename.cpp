@@ -15,7 +15,7 @@
 #include "catalogue/photo_date.h"
 #include "catalogue/shares.h"
 #include "daemon/index.h"
-#include "daemon/index_covers.h"
+#include "daemon/index_beside.h"
 #include "daemon/path_rules.h"
 #include "daemon/storage_away.h"
 #include "daemon/walk_reindex.h"
@@ -185,10 +185,8 @@ void FileRename(const char *new_path, const char *old_path) {
     IndexFileAdd(old_path, kIndexRemove);
     if (!left_out)
         IndexFileAdd(new_path, kIndexAdd);
-    SubtitleFilmsUpdate(old_path);
-    SubtitleFilmsUpdate(new_path);
-    CoverFilesUpdate(old_path);
-    CoverFilesUpdate(new_path);
+    BesideUpdate(old_path);
+    BesideUpdate(new_path);
     if (!IsInPhotoLibrary(new_path)) {
         LibraryLeave(old_path);
         return;

@@ -2,6 +2,7 @@
 """XMP files beside photos, which exiftool writes and reads."""
 import functools
 import json
+import os
 import subprocess
 
 import pytest
@@ -78,3 +79,31 @@ def test_what_is_no_sidecar_harms_nobody(box, picture):
     box.index(f"A:{PHOTO}")
     assert titles(box) == {f"{name}.jpg": "In the file" for name in ("folder", "pipe", "damaged", "huge", "lost")}
     assert not [line for line in box.log.texts()[first:] if "cannot be read" in line]
+
+
+def test_photos_follow_requests_about_their_sidecars(box, picture, sidecar, tmp_path):
+    """As one that watches asks: about the file that came, went or changed, and nothing else."""
+    box.configure(rules="complete")
+    for name in ("one.jpg", "one.png.jpg", "two.jpg"):
+        box.write(f"{PHOTO}/{name}", picture)
+    box.start()
+    box.index(f"A:{PHOTO}")
+    plain = {"one.jpg": "In the file", "one.png.jpg": "In the file", "two.jpg": "In the file"}
+    assert titles(box) == plain
+    one, two = f"{PHOTO}/one.xmp", f"{PHOTO}/two.jpg.XMP"
+    for text in ("first", "second"):
+        box.write(one, sidecar(text))
+        box.index(f"a:{one}")
+        assert titles(box) == {**plain, "one.jpg": text}
+    dated = tmp_path / "dated.xmp"
+    written(dated, **{"XMP-dc_Title": "dated", "XMP-exif_DateTimeOriginal": "2001:02:03 04:05:06"})
+    box.copy(dated, one)
+    box.index(f"a:{one}")
+    dates = [box.row(table, f"{PHOTO}/one.jpg")["date_taken"] for table in ("photo", "photo_image")]
+    assert dates == ["2001-02-03 04:05:06"] * 2, "in both catalogues"
+    os.rename(box.box.path(one), box.box.path(two))
+    box.index(f"N:{two}:{one}")
+    assert titles(box) == {**plain, "two.jpg": "dated"}
+    box.remove(two)
+    box.index(f"d:{two}")
+    assert titles(box) == plain
