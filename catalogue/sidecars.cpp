@@ -8,12 +8,14 @@
 #include <algorithm>
 
 #include "catalogue/bounds.h"
+#include "daemon/walk_rules.h"
 #include "platform/file.h"
 #include "platform/path.h"
 
 namespace {
 
 constexpr std::string_view kExtension = ".xmp";
+static_assert(kExtension.substr(1) == kSidecarExtension);
 
 // A directory that cannot be read may have some.
 bool HasSidecars(const std::string &folder) {

@@ -21,6 +21,9 @@ extern const IndexHandler CompleteHandlerTable[];
 // Returns the row of an extension (compared without case), or null for one that is not indexed by the rules that hold.
 const IndexHandler *IndexHandlerFind(const char *extension);
 
+// True for the extension of a file that has a row, or gives values to those beside it.
+[[nodiscard]] bool IsExtensionOfUse(const char *extension);
+
 // Returns the row of a path's extension, or null for a file that no indexer takes.
 const IndexHandler *IndexHandlerOf(const char *path);
 

@@ -190,6 +190,11 @@ const IndexHandler *Find(const IndexHandler *row, const char *extension) {
 
 } // namespace
 
+bool IsExtensionOfUse(const char *extension) {
+    return IndexHandlerFind(extension) != nullptr || ExtensionLeftOut(extension) == LeftOut::subtitle ||
+           IsExtensionOf(ActiveWalkRules().sidecars, extension);
+}
+
 const IndexHandler *IndexHandlerFind(const char *extension) {
     if (ExtensionLeftOut(extension) != LeftOut::nothing)
         return nullptr;

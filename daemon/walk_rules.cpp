@@ -41,6 +41,7 @@ constexpr char kIgnoreFile[] = ".veluignore";
 
 constexpr std::string_view kSubtitles[] = {"srt", "ass", "ssa", "sub", "idx", "smi", "psb", "vtt", "sup"};
 constexpr std::string_view kDiscCompanions[] = {"ifo", "bup"};
+constexpr std::string_view kSidecars[] = {kSidecarExtension};
 
 constexpr std::string_view kCoverNames[] = {"cover", "folder", "front", "album", "albumart"};
 constexpr std::string_view kCoverExtensions[] = {"jpg", "jpeg", "png", "webp"};
@@ -66,6 +67,7 @@ constexpr WalkRules kCompleteRules = {
     .file_prefixes = kHidden,
     .subtitles = kSubtitles,
     .companions = kDiscCompanions,
+    .sidecars = kSidecars,
     .cover_names = kCoverNames,
     .cover_extensions = kCoverExtensions,
     .pictures = kCompletePictures,

@@ -35,6 +35,9 @@ inline void LeftOutCount(LeftOutCounts *counts, LeftOut why) {
 
 using NameList = std::span<const std::string_view>;
 
+// Of files that say more about the photo beside them.
+inline constexpr std::string_view kSidecarExtension = "xmp";
+
 // What the walks of one kind leave out, with all below it. Names are compared byte by byte.
 struct NameRules {
     NameList names = {};           // entries so named
@@ -56,6 +59,7 @@ struct WalkRules {
     NameList file_prefixes;     // files whose names begin so are met by walks, and never indexed
     NameList subtitles = {};    // extensions of files that belong to a film
     NameList companions = {};   // and to the films of a disc
+    NameList sidecars = {};     // and to a photo
 
     // Pictures that are the covers of what lies beside them: names without extension, and extensions, of either the one that
     // counts more first. In any case.

@@ -63,6 +63,20 @@ def test_nothing_is_asked_for_that_is_left_out(box):
     watcher.stop()
 
 
+def test_files_are_asked_for_that_have_rows_or_give_values(box):
+    useful = ("cover.jpg", "film.srt", "list.m3u8", "photo.CR3", "photo.xmp", "song.mp3")
+    box.write(f"{MUSIC}/d/song.mp3")
+    watcher = Watcher(box)
+    for name in ("notes.txt", "without", "disc.ifo", "song.mp3.part", "photo.xmp.bak", *useful):
+        box.write(f"{MUSIC}/d/{name}")
+    assert watcher.requests() == [f"a:{MUSIC}/d/{name}" for name in useful]
+    box.remove(f"{MUSIC}/d/notes.txt")
+    assert watcher.requests() == [f"d:{MUSIC}/d/notes.txt"], "other rules may have given it a row"
+    move(box, f"{MUSIC}/d/without", f"{MUSIC}/d/with.mp3")
+    assert watcher.requests() == [f"N:{MUSIC}/d/with.mp3:{MUSIC}/d/without"]
+    watcher.stop()
+
+
 def test_patterns_that_name_all_but_directories(box):
     box.write(f"{MUSIC}/.veluignore", "*\n!*/\n!*.flac\n!mark*\n")
     box.write("/volume1/elsewhere/a.flac")

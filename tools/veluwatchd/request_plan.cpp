@@ -4,8 +4,10 @@
 #include <set>
 #include <utility>
 
+#include "daemon/index.h"
 #include "daemon/path_rules.h"
 #include "photo/album_path.h"
+#include "platform/rule_set.h"
 #include "tools/queue/request_line.h"
 #include "tools/queue/request_path.h"
 #include "tools/veluwatchd/bounds.h"
@@ -75,6 +77,12 @@ void DirectoryPlan(Plan *plan, const std::string &path, uint8_t flags) {
     // Else a link to a directory was touched.
 }
 
+// By the rules `complete` files are not asked for of which nothing comes; by the others the daemon looks at all.
+bool MayMatter(const std::string &path) {
+    const char *extension = VELUIndexExtGet(path.c_str());
+    return RuleSetActive() != RuleSet::complete || (extension != nullptr && IsExtensionOfUse(extension));
+}
+
 void PathPlan(Plan *plan, const std::string &path, uint8_t flags, PathKind kind) {
     switch (kind) {
     case PathKind::directory:
@@ -83,7 +91,7 @@ void PathPlan(Plan *plan, const std::string &path, uint8_t flags, PathKind kind)
     case PathKind::file:
         if ((flags & kTreeGone) != 0) // rows below a file: no request for the file's path removes them
             TreeReindex(plan, ParentOf(path));
-        else
+        else if (MayMatter(path))
             RequestAdd(plan, kCommandFileAdd, path, kFileTouched);
         break;
     case PathKind::gone:
