@@ -9,6 +9,7 @@
 
 #include "catalogue/file_readers.h"
 #include "daemon/queue.h"
+#include "daemon/quiet_interval.h"
 #include "platform/clock.h"
 #include "platform/limits.h"
 #include "platform/veluindex.h"
@@ -21,9 +22,6 @@ time_t last_vacuum = 0;
 namespace {
 
 constexpr char kLogName[] = "veluindexd.c";
-
-// The quiet time that must follow the last signal, in seconds: whole copies of albums end in one run.
-constexpr unsigned kQuietSleep = 10;
 
 // A writer that signals without a pause must not hold the queue back for ever.
 constexpr sig_atomic_t kSignalsForced = 9999;
@@ -115,17 +113,19 @@ void QueueRetry() {
 }
 
 void MainLoop() {
-    for (;;) {
-        sleep(kQuietSleep);
+    for (unsigned quiet = QuietSeconds();;) {
+        sleep(quiet);
         FileReadersReap();
         if (signal_count > kSignalsForced) {
             signal_count = 0;
             DatabasesVacuum();
             FlagsClear();
+            quiet = QuietSeconds();
             QueueRun();
         }
         switch (WakeUpHandle(time(nullptr))) {
         case WakeUp::process:
+            quiet = QuietSeconds();
             QueueRun();
             break;
         case WakeUp::retry:

@@ -22,6 +22,7 @@ enum class ConfigurationKind {
     any_case,  // the same in whatever case
     count,     // kAuto, or a whole number from 1 on
     charset,   // kAuto, or a character set
+    seconds,   // a whole number from 1 to kSecondsMax
 };
 
 struct ConfigurationKey {
@@ -35,6 +36,7 @@ struct ConfigurationKey {
 };
 
 inline constexpr char kAuto[] = "auto";
+inline constexpr int kSecondsMax = 60; // nobody waits longer for what has come
 
 // Chosen when the program is built.
 extern const char kStandardAacDecoder[];
@@ -74,6 +76,11 @@ inline constexpr ConfigurationKey kConfigurationKeys[] = {
      "that of the locale of the daemon, if it has one of single bytes (LANG=ru_RU.KOI8-R); in a UTF-8 "
      "locale, which says nothing of old tags, ISO-8859-1. Any other value costs a log line and counts as "
      "auto. What has been catalogued is read anew after T:file_state."},
+    {kConfigurationFile, "quiet", "10", ConfigurationKind::seconds, "with each run",
+     "Under the rules complete, how many seconds, from 1 to 60, must pass without a signal before the queue "
+     "is "
+     "taken over. What is copied in the meantime comes into one run. Any other value costs a log line and "
+     "counts as 10."},
     {kDefaultsFile, "supportphoto", "no", ConfigurationKind::word, "when the daemon starts",
      "yes switches the photo library on.", "yes no"},
     {kDefaultsFile, "supportcinehall", "no", ConfigurationKind::word, "when the daemon starts",

@@ -8,6 +8,9 @@ import re
 
 import pytest
 
+from harness.daemon import wait_for
+from harness.faults import TRACE, traced
+
 
 @pytest.fixture(scope="module")
 def sample(binary):
@@ -45,6 +48,16 @@ def test_raw_aac_files_are_read_with_the_sample(box, samples, binary, sample):
     row = box.row("music", path)
     assert row["sample_rate"] == 44100
     assert row["duration"] >= 1
+
+
+@pytest.mark.tracing
+def test_as_much_quiet_is_waited_for_as_is_configured(make_daemon):
+    daemon = make_daemon(speed=1)
+    daemon.configure(rules="complete", quiet=2)
+    daemon.start()
+    with traced(daemon, "-e", "trace=clock_nanosleep"):
+        daemon.signal()  # which ends a sleep
+        wait_for(lambda: any("{tv_sec=2, tv_nsec=0}" in line for line in daemon.lines(TRACE)), "the next sleep")
 
 
 DONE, FOUND = 0, 1
@@ -85,7 +98,7 @@ def test_every_key_is_shown_with_its_value_and_its_place(box, manual, decoder):
             assert row["value"] == documented[key]
     assert rows["mediadb"] == {"value": "sqlite:/var/lib/velu/other.db", "source": "/etc/veluinfo.conf:2", "problem": None}
     assert rows["supportphoto"]["source"] == "/etc.defaults/veluinfo.conf:1" and rows["supportphoto"]["value"] == "yes"
-    assert [key for key, row in rows.items() if row["source"] == "default"] == ["photodb", "coverdir", "albumdefpublic", "rules", "readers", "tagcharset",
+    assert [key for key, row in rows.items() if row["source"] == "default"] == ["photodb", "coverdir", "albumdefpublic", "rules", "readers", "tagcharset", "quiet",
                                                                                      "supportcinehall"]
     table = list(csv.DictReader(io.StringIO(box.ctl("config", "--csv")["out"])))
     assert {row["key"]: row["value"] for row in table} == {key: row["value"] for key, row in rows.items()}

@@ -75,6 +75,13 @@ TEST(ConfigValue, Counts) {
             << bad;
 }
 
+TEST(ConfigValue, Seconds) {
+    for (const char *good : {"1", "10", "60", "05"})
+        EXPECT_EQ(Of(ConfigurationKind::seconds, good), "") << good;
+    for (const char *bad : {"", "0", "61", "-1", "+1", "2.5", "2x", "auto", "99999999999"})
+        EXPECT_EQ(Of(ConfigurationKind::seconds, bad), "is no whole number from 1 to 60: no holds") << bad;
+}
+
 TEST(ConfigValue, CharacterSets) {
     for (const char *good :
          {"auto", "CP1251", "windows-1251", "koi8-r", "ISO-8859-1", "latin1", "utf8", "Shift_JIS", "GB18030"})

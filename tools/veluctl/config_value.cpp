@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <string_view>
 
 #include "platform/veludb.h"
@@ -112,6 +113,16 @@ std::string CountProblem(const std::string &value) {
     return good ? "" : "is neither auto nor a whole number from 1 on: auto holds";
 }
 
+std::string SecondsProblem(const ConfigurationKey &key, const std::string &value) {
+    int seconds = 0;
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), seconds);
+    const bool good =
+        error == std::errc() && end == value.data() + value.size() && seconds >= 1 && seconds <= kSecondsMax;
+    return good ? ""
+                : "is no whole number from 1 to " + std::to_string(kSecondsMax) + ": " + key.standard +
+                      " holds";
+}
+
 std::string CharsetProblem(const std::string &value) {
     const bool good = value == kAuto || CharsetFind(value) != nullptr;
     return good ? "" : "is neither auto nor a character set that is known: auto holds";
@@ -135,6 +146,8 @@ std::string ConfigurationProblem(const ConfigurationKey &key, const std::string 
         return CountProblem(value);
     case ConfigurationKind::charset:
         return CharsetProblem(value);
+    case ConfigurationKind::seconds:
+        return SecondsProblem(key, value);
     }
     return {};
 }
