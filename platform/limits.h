@@ -184,8 +184,9 @@ inline constexpr int kReadersMax = 4;
 inline constexpr size_t kReaderAheadFiles = 32;
 inline constexpr size_t kReaderAheadBytes = size_t{8} << 20;
 
-// Bytes of answers that wait, up to which a small picture among them is held in the daemon's own memory and not in a file.
-inline constexpr size_t kReaderHeldBytes = size_t{256} << 10;
+// Bytes of answers that wait, up to which a small picture among them is held in the daemon's own memory and not in a file; and of
+// small ones that are held to be compared with the next.
+inline constexpr size_t kReaderHeldBytes = size_t{128} << 10;
 
 // Files for which a reader that has nothing to do is woken, while nobody waits for one of them: to wake a processor that sleeps takes
 // longer than a small file does.

@@ -29,12 +29,20 @@ ReadPictureRef RecentFind(const BytesRef &bytes, PictureFormat format, RecentPic
     return all.front();
 }
 
+size_t HeldBytes(const RecentPictures &recent) {
+    size_t bytes = 0;
+    for (const ReadPictureRef &picture : recent.pictures)
+        bytes += picture->held.size();
+    return bytes;
+}
+
 void RecentAdd(const ReadPictureRef &picture, RecentPictures *recent) {
     if (picture->bytes > kReaderPicturesBytes)
         return;
     recent->pictures.push_front(picture);
     recent->bytes += picture->bytes;
-    while (recent->bytes > kReaderPicturesBytes || recent->pictures.size() > kReaderPicturesMax) {
+    while (recent->bytes > kReaderPicturesBytes || recent->pictures.size() > kReaderPicturesMax ||
+           HeldBytes(*recent) > kReaderHeldBytes) {
         recent->bytes -= recent->pictures.back()->bytes;
         recent->pictures.pop_back();
     }

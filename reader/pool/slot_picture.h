@@ -31,7 +31,8 @@ inline BytesRef ReadPictureBytes(const ReadPicture &picture) {
     return {picture.bytes, picture.file.get(), picture.held};
 }
 
-// Those that were taken last, the last one first, at most kReaderPicturesMax of kReaderPicturesBytes together.
+// Those that were taken last, the last one first, at most kReaderPicturesMax of kReaderPicturesBytes together, of
+// which kReaderHeldBytes are held.
 struct RecentPictures {
     std::list<ReadPictureRef> pictures = {};
     size_t bytes = 0;

@@ -449,6 +449,19 @@ TEST_F(ReaderPoolTest, NoMorePicturesAreKeptThanFit) {
     EXPECT_EQ(pool.recent.bytes, bytes) << "it is kept by nobody but its file";
 }
 
+TEST_F(ReaderPoolTest, NorMoreThanAreToBeHeld) {
+    for (size_t i = 0; i < kReaderPicturesMax; ++i) {
+        Read("picture " + std::to_string(kReaderSmallPictureMax - i) + " x");
+        size_t held = 0;
+        for (const ReadPictureRef &picture : pool.recent.pictures)
+            held += picture->held.size();
+        EXPECT_GT(held, 0u);
+        EXPECT_LE(held, kReaderHeldBytes);
+        EXPECT_EQ(held, pool.recent.bytes);
+    }
+    EXPECT_EQ(pool.recent.pictures.size(), kReaderHeldBytes / kReaderSmallPictureMax);
+}
+
 TEST_F(ReaderPoolTest, NorMoreThanAreSoonCompared) {
     for (size_t i = 0; i < kReaderPicturesMax + 2; ++i)
         Read("picture " + std::to_string(1000 + i) + " x");
