@@ -15,6 +15,10 @@ inline constexpr int kTroubleTimes = 3;
 // files behind sub-directories.
 inline constexpr size_t kKnownDirectories = 16;
 
+// Directories of which a walk keeps in mind what both catalogues have of pictures, 32 bytes a picture: the one that it is in, and
+// the one above.
+inline constexpr size_t kPictureDirectories = 2;
+
 // Seconds that the last change of a file has to be over when it is read: another one in the same tick of its clock would not
 // show in its times, and writers change files several times in a row.
 inline constexpr int kStampSeconds = 3;

@@ -71,6 +71,19 @@ void RowsBelow(const std::string &directory, Take take) {
     }
 }
 
+// Removes the library's rows at and below a path that are of pictures which are not there.
+void GonePicturesRemove(const std::string &path) {
+    if (!ActiveWalkRules().library_follows || !IsInPhotoLibrary(path.c_str()))
+        return;
+    std::vector<std::string> gone;
+    if (!RowsGoneGet(Catalogue::photo, kPhotoTableImage, path.c_str(), &gone))
+        return;
+    if (IsGone(path))
+        gone.push_back(path);
+    for (const std::string &picture : gone)
+        PhotoIndexDelete(picture.c_str());
+}
+
 // Removes the rows of a directory and of those above it, below `top`, that are gone.
 void GoneDirectoriesForget(std::string directory, const std::string &top) {
     for (; directory.size() > top.size() && IsGone(directory); directory.resize(directory.rfind('/')))
@@ -203,21 +216,24 @@ bool IsOneTree(std::string_view one, std::string_view other) {
 }
 
 void TreeRename(const char *new_path, const char *old_path) {
+    const bool is_one = IsOneTree(new_path, old_path);
+    // The library's rows move before the walk that is to find them in step.
+    const bool walked_last = !is_one && ActiveWalkRules().library_follows && IsInPhotoLibrary(new_path);
     // A tree that is renamed to itself is indexed anew: what of it cannot be read now is not forgotten.
-    if (IsOneTree(new_path, old_path)) {
+    if (is_one)
         SubTreeReindex(new_path);
-    } else if (RowsMove(new_path, old_path)) {
-        IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
-    } else {
+    else if (!RowsMove(new_path, old_path))
         IndexDirWalk(old_path, kIndexRemove, kWalkMedia);
+    if (!is_one && !walked_last)
         IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
-    }
     if (!IsInPhotoLibrary(new_path)) {
         LibraryLeave(old_path);
         return;
     }
     PhotoPathRename(new_path, old_path, 1);
     PhotoShareRename(AlbumPathOf(new_path).c_str(), AlbumPathOf(old_path).c_str());
+    if (walked_last)
+        IndexDirWalk(new_path, kIndexAdd, kWalkMedia | kWalkPhotoLibrary);
     if (supportcinehall)
         VideoTablesRename(new_path, old_path);
 }
@@ -228,6 +244,7 @@ void RenamesSettle() {
     for (const std::string &tree : std::exchange(moved_to, {})) {
         GoneRowRemove(tree);
         RowsBelow(tree, GoneRowRemove);
+        GonePicturesRemove(tree);
     }
 }
 

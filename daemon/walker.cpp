@@ -9,6 +9,7 @@
 #include "catalogue/shares.h"
 #include "daemon/index.h"
 #include "daemon/index_left_out.h"
+#include "daemon/path_rules.h"
 #include "daemon/storage_away.h"
 #include "daemon/tree_cursor.h"
 #include "daemon/turns.h"
@@ -17,6 +18,7 @@
 #include "daemon/walk_rules.h"
 #include "photo/flv_converter.h"
 #include "photo/photo_index.h"
+#include "photo/pictures_in_step.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 
@@ -40,6 +42,15 @@ void FileVisit(const char *path, int mode, int mask, bool kept = false) {
     }
 }
 
+// Visits a file that the media catalogue has as it is. What the library has as it is, too, is nobody's concern.
+void KeptFileVisit(KnownPictures *known, const char *path, int mode, int mask) {
+    if ((mask & kWalkPhotoLibrary) && ActiveWalkRules().library_follows && HasPictureExtension(path) &&
+        IsInPhotoLibrary(path) && IsSeen(path) && IsPictureInStep(known, path))
+        VELUIndexRunPause();
+    else
+        FileVisit(path, mode, mask, true);
+}
+
 // Brings the media catalogue in step with rules that leave a place out by now.
 void PlaceForget(const std::string &place, bool is_file) {
     if (is_file ? FileMayBeKnown(place.c_str()) : MediaKnows(place, true) == 1)
@@ -55,7 +66,8 @@ void TreeWalk(const char *path, int mode, int mask) {
         IsDirExist(path) ? StorageAwayIn(cursor.path, MediaKnows) : std::vector<std::string>();
     const auto add = [&](const std::string &directory) { IndexFileAdd(directory.c_str(), mode); };
     const auto visit = [&](const std::string &file) { FileVisit(file.c_str(), mode, mask); };
-    const auto keep = [&](const std::string &file) { FileVisit(file.c_str(), mode, mask, true); };
+    KnownPictures known;
+    const auto keep = [&](const std::string &file) { KeptFileVisit(&known, file.c_str(), mode, mask); };
     Turns turns;
     for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
         if (event == TreeEvent::entered && std::ranges::find(away, cursor.path) != away.end()) {

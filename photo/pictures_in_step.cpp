@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+#include "catalogue/bounds.h"
 #include "photo/photo_ea.h"
 #include "photo/photo_index.h"
 #include "platform/hash.h"
@@ -61,6 +62,21 @@ const uint64_t *Find(const PictureHashes &hashes, uint64_t look) {
     return found != hashes.end() && found->first == look ? &found->second : nullptr;
 }
 
+const PicturesInStep &DirectoryOf(KnownPictures *known, const std::string &path) {
+    auto &all = known->directories;
+    const auto found = std::ranges::find(all, path, &PicturesInStep::directory);
+    if (found != all.end()) {
+        all.splice(all.begin(), all, found);
+    } else {
+        if (all.size() == kPictureDirectories)
+            all.pop_back();
+        // Of one that a catalogue does not answer for, nothing is known, and all is written.
+        if (!PicturesInStepGet(path, &all.emplace_front()))
+            all.front() = {.directory = path};
+    }
+    return all.front();
+}
+
 } // namespace
 
 bool PicturesInStepGet(const std::string &directory, PicturesInStep *pictures) {
@@ -86,4 +102,10 @@ PictureStep PictureStepOf(const PicturesInStep &pictures, const std::string &nam
     const bool same = library != nullptr && *library == *media;
     return same && !(pictures.may_have_texts && PhotoTextsWait(path.c_str())) ? PictureStep::both
                                                                               : PictureStep::media;
+}
+
+bool IsPictureInStep(KnownPictures *known, const std::string &path) {
+    const size_t slash = path.rfind('/');
+    return slash != std::string::npos && PictureStepOf(DirectoryOf(known, path.substr(0, slash)),
+                                                       path.substr(slash + 1)) == PictureStep::both;
 }

@@ -5,6 +5,7 @@
 
 #include <stdint.h>
 
+#include <list>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,3 +31,12 @@ enum class PictureStep {
 
 // Looks at a picture of the directory.
 PictureStep PictureStepOf(const PicturesInStep &pictures, const std::string &name);
+
+// The directories that a walk has asked about last. What is written meanwhile does not show: a walk comes to each file once, and
+// forgets all of it at its end.
+struct KnownPictures {
+    std::list<PicturesInStep> directories = {}; // the last one first
+};
+
+// True for a picture of which nothing is to be written.
+[[nodiscard]] bool IsPictureInStep(KnownPictures *known, const std::string &path);

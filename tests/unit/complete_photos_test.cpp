@@ -7,11 +7,13 @@
 #include <map>
 #include <string>
 
+#include "catalogue/bounds.h"
 #include "catalogue/file_stamp.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
 #include "daemon/queue_commands.h"
 #include "daemon/queue_line.h"
+#include "daemon/queue_rename.h"
 #include "photo/photo_queue.h"
 #include "platform/limits.h"
 #include "tests/unit/complete_fixture.h"
@@ -30,6 +32,15 @@ class CompletePhotos : public CompleteFixture {
 protected:
     CompletePhotos() { supportphoto = 1; }
     ~CompletePhotos() override { supportphoto = 0; }
+
+    // From here on the library tells which rows are written.
+    static void WritesTell() {
+        ASSERT_GE(PhotoDBExec("create table written (path text)"), 0);
+        ASSERT_GE(PhotoDBExec("create trigger telling after update of model on photo_image begin insert into "
+                              "written values "
+                              "(new.path); end"),
+                  0);
+    }
 };
 
 // What both catalogues have of a picture, in the words of the photo library's columns.
@@ -65,8 +76,11 @@ void UnchangedSave(const std::string &path, const std::string &model) {
     MediaInfo record = {};
     snprintf(record.path, sizeof record.path, "%s", path.c_str());
     snprintf(record.camera_model, sizeof record.camera_model, "%s", model.c_str());
+    snprintf(record.date_taken, sizeof record.date_taken, "2001-02-03 04:05:06");
     struct stat status;
     ASSERT_EQ(stat(path.c_str(), &status), 0);
+    record.file_size = status.st_size;
+    VELUIndexTimeText(status.st_ctim.tv_sec, record.create_time, sizeof record.create_time);
     const std::string stamp = FileStampOf(status);
     InRun([&] { EXPECT_EQ(MediaInfoDBSaveFile(kMediaPhoto, &record, {.stamp = stamp}), 0); });
 }
@@ -188,9 +202,7 @@ TEST_F(CompletePhotos, InStepAreMarkedAndNotWritten) {
         FileWrite(kPhotos + "/A/" + std::to_string(i) + ".jpg", "camera One");
     ShareDo("R:photo");
     EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image where model = 'One'"), "450");
-    RowChange("create table written (path text)");
-    RowChange("create trigger telling after update of model on photo_image begin insert into written values "
-              "(new.path); end");
+    WritesTell();
     ShareDo("R:photo");
     ShareDo("R:all");
     EXPECT_EQ(PhotoQuery("select count(*) as x from written"), "0");
@@ -205,6 +217,63 @@ TEST_F(CompletePhotos, InStepAreMarkedAndNotWritten) {
     EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image"), "449");
     EXPECT_EQ(Model(kPhotos + "/A/7.jpg"), "Second");
     EXPECT_EQ(Model(kPhotos + "/A/9.jpg"), "One");
+}
+
+TEST_F(CompletePhotos, InStepAreNotWrittenByAnAddOfTheirTree) {
+    std::string deep = kPhotos;
+    for (size_t level = 0; level < kPictureDirectories + 2; ++level) { // more than are kept in mind
+        for (const char *name : {"a.jpg", "z.jpg"})
+            FileWrite(deep + "/" + name, "photo One");
+        deep += "/m";
+    }
+    const std::string top = kPhotos + "/a.jpg", lost = kPhotos + "/m/z.jpg", texts = kPhotos + "/m/m/a.jpg";
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(kPhotos))
+        if (entry.is_regular_file())
+            UnchangedSave(entry.path(), "One");
+    PhotosWalk();
+    EXPECT_EQ(PhotoQuery("select count(*) as x from photo_image where model = 'One'"),
+              std::to_string(2 * (kPictureDirectories + 2)));
+    WritesTell();
+    PhotosWalk();
+    EXPECT_EQ(PhotoQuery("select path as x from written"), "");
+    RowChange("update photo_image set model = 'lost' where path = '" + lost + "'");
+    FileWrite(kPhotos + "/m/m/@eaDir/a.jpg/VELUPHOTO:TITLE", "Typed");
+    UnchangedSave(top, "Second");
+    RowChange("delete from written");
+    PhotosWalk();
+    EXPECT_EQ(PhotoQuery("select path as x from written order by path"), top + "|" + texts + "|" + lost);
+    EXPECT_EQ(Model(top) + Model(lost), "SecondOne");
+    EXPECT_EQ(PhotoQuery("select title as x from photo_image where path = '" + texts + "'"), "Typed");
+}
+
+TEST_F(CompletePhotos, OfARenamedTreeAreInStepWithWhatHasChangedMeanwhile) {
+    const std::string before = kPhotos + "/Before", after = kPhotos + "/After";
+    for (const char *name : {"kept", "changed", "gone"}) {
+        const std::string path = before + "/Sub/" + name + ".jpg";
+        FileWrite(path, "photo One");
+        UnchangedSave(path, "known");
+    }
+    ShareDo(("A:" + before).c_str());
+    RowChange("update photo_image set title = 'Typed'");
+    fs::rename(before, after);
+    FileWrite(after + "/Sub/changed.jpg", "camera Second");
+    FileWrite(after + "/Sub/new.jpg", "camera New");
+    fs::remove(after + "/Sub/gone.jpg");
+    WritesTell();
+    InRun([&] {
+        QueueRequest request;
+        ASSERT_TRUE(QueueLineParse("N:" + after + ":" + before, request));
+        QueueRequestExecute(request);
+        RenamesSettle();
+    });
+    EXPECT_EQ(PhotoQuery("select path || model || title as x from photo_image order by path"),
+              after + "/Sub/changed.jpgSecondTyped|" + after + "/Sub/kept.jpgknownTyped|" + after +
+                  "/Sub/new.jpgNewnew");
+    EXPECT_EQ(PhotoQuery("select path as x from written"), after + "/Sub/changed.jpg");
+    for (const char *name : {"kept", "changed", "new"})
+        EXPECT_EQ(LibraryColumns(after + "/Sub/" + name + ".jpg"),
+                  MediaColumns(after + "/Sub/" + name + ".jpg"))
+            << name;
 }
 
 TEST_F(CompletePhotos, InStepTakeTextsThatAreHandedOver) {
