@@ -93,7 +93,7 @@ def test_a_server_whose_disk_is_full(small, make_daemon):
 
 
 def test_a_server_that_stands_still_does_not_hold_the_daemon(daemon, server):
-    fill(daemon, 1500)
+    fill(daemon, 6000)  # most of which is to come when the server has been stopped
     daemon.configure(**{key: uri.replace("connect_timeout=600", "connect_timeout=60")
                         for key, uri in daemon.catalogue.keys.items()})
     begin(daemon, f"A:{MUSIC}")
@@ -107,7 +107,7 @@ def test_a_server_that_stands_still_does_not_hold_the_daemon(daemon, server):
     finally:
         server.go_on(stopped)
     daemon.wait_done()
-    assert len(daemon.paths("music")) == 500
+    assert len(daemon.paths("music")) == 2000
 
 
 def test_a_password_that_is_wrong_is_told_but_not_shown(daemon):
