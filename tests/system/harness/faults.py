@@ -33,8 +33,9 @@ def traced(daemon, *options):
     try:
         yield
     finally:
-        daemon.box.ask("kill", pid=tracer, number=int(signal.SIGTERM))
-        wait_for(lambda: daemon.status_field("TracerPid") in ("0", None), "the end of strace")
+        # Again and again: a signal that comes right before strace waits for the daemon ends nothing until that does something.
+        wait_for(lambda: not daemon.box.ask("kill", pid=tracer, number=int(signal.SIGTERM))["sent"]
+                 or daemon.status_field("TracerPid") in ("0", None), "the end of strace")
 
 
 def failing(daemon, calls, path, code, when="1+"):
