@@ -15,6 +15,7 @@
 #include "daemon/walk_rules.h"
 #include "platform/file.h"
 #include "platform/limits.h"
+#include "platform/recent.h"
 
 namespace {
 
@@ -120,15 +121,9 @@ FolderCoverRef FolderCoverOf(FolderCovers *known, const std::string &media_path,
     if (slash == std::string::npos)
         return nullptr;
     const std::string path = media_path.substr(0, slash);
-    auto &all = known->directories;
-    const auto found = std::ranges::find(all, path, &FolderCovers::Directory::path);
-    if (found != all.end())
-        all.splice(all.begin(), all, found);
-    else
-        all.push_front({path});
-    if (all.size() > kKnownDirectories)
-        all.pop_back();
-    FolderCovers::Directory &directory = all.front();
+    FolderCovers::Directory &directory =
+        RecentOf(&known->directories, &FolderCovers::Directory::path, path, kKnownDirectories,
+                 [](const std::string &asked) { return FolderCovers::Directory{asked}; });
     if (!ahead || !directory.walked)
         DirectoryLook(&directory);
     directory.walked = ahead;

@@ -10,6 +10,7 @@
 #include "catalogue/file_trouble.h"
 #include "platform/hash.h"
 #include "platform/limits.h"
+#include "platform/recent.h"
 
 namespace {
 
@@ -44,16 +45,8 @@ KnownFiles::Directory DirectoryRead(const std::string &path) {
 }
 
 const KnownFiles::Directory &DirectoryOf(KnownFiles *known, const std::string &path) {
-    auto &all = known->directories;
-    const auto found = std::ranges::find(all, path, &KnownFiles::Directory::path);
-    if (found != all.end()) {
-        all.splice(all.begin(), all, found);
-    } else {
-        all.push_front(DirectoryRead(path));
-        if (all.size() > kKnownDirectories)
-            all.pop_back();
-    }
-    return all.front();
+    return RecentOf(&known->directories, &KnownFiles::Directory::path, path, kKnownDirectories,
+                    DirectoryRead);
 }
 
 KnownFile KnownAlone(const std::string &path, std::span<const std::string> stamps) {

@@ -11,6 +11,7 @@
 #include "daemon/walk_rules.h"
 #include "platform/file.h"
 #include "platform/path.h"
+#include "platform/recent.h"
 
 namespace {
 
@@ -30,16 +31,8 @@ bool HasSidecars(const std::string &folder) {
 }
 
 bool HasSidecarsKnown(SidecarFolders *known, const std::string &folder) {
-    auto &all = known->folders;
-    const auto found = std::ranges::find(all, folder, [](const auto &one) { return one.first; });
-    if (found != all.end()) {
-        all.splice(all.begin(), all, found);
-    } else {
-        all.emplace_front(folder, HasSidecars(folder));
-        if (all.size() > kKnownDirectories)
-            all.pop_back();
-    }
-    return all.front().second;
+    const auto look = [](const std::string &path) { return SidecarFolders::Folder{path, HasSidecars(path)}; };
+    return RecentOf(&known->folders, &SidecarFolders::Folder::path, folder, kKnownDirectories, look).has;
 }
 
 // In whatever case the extension is written.

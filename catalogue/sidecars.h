@@ -9,14 +9,17 @@
 #include <list>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "platform/handle.h"
 
 // Whether a directory has any, of those that were asked about last.
 struct SidecarFolders {
-    std::list<std::pair<std::string, bool>> folders = {}; // the last one first
+    struct Folder {
+        std::string path;
+        bool has = false; // or may have
+    };
+    std::list<Folder> folders = {}; // the last one first
 };
 
 // True for the name of one.

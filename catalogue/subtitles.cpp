@@ -9,6 +9,7 @@
 #include "daemon/walk_rules.h"
 #include "platform/file.h"
 #include "platform/path.h"
+#include "platform/recent.h"
 #include "platform/veluindex.h"
 
 namespace {
@@ -58,16 +59,8 @@ KnownSubtitles::Directory DirectoryRead(const std::string &path) {
 }
 
 const KnownSubtitles::Directory &DirectoryOf(KnownSubtitles *known, const std::string &path) {
-    auto &all = known->directories;
-    const auto found = std::ranges::find(all, path, &KnownSubtitles::Directory::path);
-    if (found != all.end()) {
-        all.splice(all.begin(), all, found);
-    } else {
-        all.push_front(DirectoryRead(path));
-        if (all.size() > kSubtitleDirectories)
-            all.pop_back();
-    }
-    return all.front();
+    return RecentOf(&known->directories, &KnownSubtitles::Directory::path, path, kSubtitleDirectories,
+                    DirectoryRead);
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "catalogue/bounds.h"
 #include "photo/photo_ea.h"
@@ -16,6 +17,7 @@
 #include "platform/limits.h"
 #include "platform/media_record.h"
 #include "platform/photo_record.h"
+#include "platform/recent.h"
 
 namespace {
 
@@ -62,19 +64,15 @@ const uint64_t *Find(const PictureHashes &hashes, uint64_t look) {
     return found != hashes.end() && found->first == look ? &found->second : nullptr;
 }
 
+// Of a directory that a catalogue does not answer for, nothing is known, and all is written.
+PicturesInStep DirectoryRead(const std::string &path) {
+    PicturesInStep pictures;
+    return PicturesInStepGet(path, &pictures) ? std::move(pictures) : PicturesInStep{.directory = path};
+}
+
 const PicturesInStep &DirectoryOf(KnownPictures *known, const std::string &path) {
-    auto &all = known->directories;
-    const auto found = std::ranges::find(all, path, &PicturesInStep::directory);
-    if (found != all.end()) {
-        all.splice(all.begin(), all, found);
-    } else {
-        if (all.size() == kPictureDirectories)
-            all.pop_back();
-        // Of one that a catalogue does not answer for, nothing is known, and all is written.
-        if (!PicturesInStepGet(path, &all.emplace_front()))
-            all.front() = {.directory = path};
-    }
-    return all.front();
+    return RecentOf(&known->directories, &PicturesInStep::directory, path, kPictureDirectories,
+                    DirectoryRead);
 }
 
 } // namespace
