@@ -78,8 +78,7 @@ inline constexpr ConfigurationKey kConfigurationKeys[] = {
      "auto. What has been catalogued is read anew after T:file_state."},
     {kConfigurationFile, "quiet", "10", ConfigurationKind::seconds, "with each run",
      "Under the rules complete, how many seconds, from 1 to 60, must pass without a signal before the queue "
-     "is "
-     "taken over. What is copied in the meantime comes into one run. Any other value costs a log line and "
+     "is taken over. What is copied in the meantime comes into one run. Any other value costs a log line and "
      "counts as 10."},
     {kDefaultsFile, "supportphoto", "no", ConfigurationKind::word, "when the daemon starts",
      "yes switches the photo library on.", "yes no"},
@@ -104,6 +103,9 @@ int ConfigurationGet(const ConfigurationKey &key, char *out, size_t size);
 // Reads what the file says, cut to `size` - 1 bytes. Returns its length, or -1 (and the empty string) when file
 // or key is missing.
 int ConfigurationGetWritten(const ConfigurationKey &key, char *out, size_t size);
+
+// Returns the seconds that a value of the kind `seconds` gives, or 0 when it is none.
+[[nodiscard]] int ConfigurationSeconds(std::string_view value);
 
 // Returns 1 when the file holds the key with exactly `value`.
 int BlConfigurationIs(const ConfigurationKey &key, const char *value);

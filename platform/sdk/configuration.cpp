@@ -3,6 +3,8 @@
 
 #include <stdio.h>
 
+#include <charconv>
+
 #include "platform/velusdk.h"
 
 const char kStandardAacDecoder[] = VELU_AAC_DECODER;
@@ -16,6 +18,13 @@ int ConfigurationGet(const ConfigurationKey &key, char *out, size_t size) {
 
 int ConfigurationGetWritten(const ConfigurationKey &key, char *out, size_t size) {
     return KLIBFileGetKeyValue(key.file, key.name, out, size, 0);
+}
+
+int ConfigurationSeconds(std::string_view value) {
+    int seconds = 0;
+    const char *end = value.data() + value.size();
+    const auto [rest, error] = std::from_chars(value.data(), end, seconds);
+    return error == std::errc() && rest == end && seconds >= 1 && seconds <= kSecondsMax ? seconds : 0;
 }
 
 int BlConfigurationIs(const ConfigurationKey &key, const char *value) {

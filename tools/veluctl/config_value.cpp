@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <string_view>
 
 #include "platform/veludb.h"
@@ -114,13 +113,9 @@ std::string CountProblem(const std::string &value) {
 }
 
 std::string SecondsProblem(const ConfigurationKey &key, const std::string &value) {
-    int seconds = 0;
-    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), seconds);
-    const bool good =
-        error == std::errc() && end == value.data() + value.size() && seconds >= 1 && seconds <= kSecondsMax;
-    return good ? ""
-                : "is no whole number from 1 to " + std::to_string(kSecondsMax) + ": " + key.standard +
-                      " holds";
+    return ConfigurationSeconds(value) != 0 ? ""
+                                            : "is no whole number from 1 to " + std::to_string(kSecondsMax) +
+                                                  ": " + key.standard + " holds";
 }
 
 std::string CharsetProblem(const std::string &value) {
