@@ -120,36 +120,10 @@ protected:
 };
 
 TEST_F(HostileWalkTest, LiesInEachFieldOfTheAnswer) {
-    ExpectEachCostsItself({"lie-magic",
-                           "lie-status",
-                           "lie-content",
-                           "lie-picture",
-                           "lie-picture-kind",
-                           "lie-picture-size",
-                           "lie-facts",
-                           "lie-one-fact",
-                           "lie-reason",
-                           "lie-entries",
-                           "lie-more-entries",
-                           "lie-no-entries",
-                           "lie-fact-name",
-                           "lie-fact-size",
-                           "lie-text",
-                           "lie-no-picture",
-                           "lie-small-picture",
-                           "lie-small-picture-cut",
-                           "lie-small-picture-longer",
-                           "lie-no-small-picture",
-                           "cut",
-                           "longer",
-                           "huge",
-                           "empty",
-                           "hello",
-                           "of-the-next",
-                           "of-the-last",
-                           "of-nothing",
-                           "hang-up"},
-                          "its reader did not keep to what was agreed");
+    std::vector<std::string> words = kAnswersNobodyDecodes;
+    words.insert(words.end(), {"lie-no-entries", "lie-no-picture", "lie-no-small-picture", "empty",
+                               "of-the-next", "of-the-last", "of-nothing", "hang-up"});
+    ExpectEachCostsItself(words, "its reader did not keep to what was agreed");
 }
 
 TEST_F(HostileWalkTest, WaysToEnd) {

@@ -394,31 +394,11 @@ TEST(ReaderWall, ItEndsWithTheOneThatStartedIt) {
 }
 
 TEST(ReaderWall, TheDaemonSeesThroughEachLie) {
-    for (const char *word : {"lie-magic",
-                             "lie-status",
-                             "lie-content",
-                             "lie-picture",
-                             "lie-picture-kind",
-                             "lie-picture-size",
-                             "lie-facts",
-                             "lie-one-fact",
-                             "lie-reason",
-                             "lie-entries",
-                             "lie-more-entries",
-                             "lie-fact-name",
-                             "lie-fact-size",
-                             "lie-text",
-                             "lie-small-picture",
-                             "lie-small-picture-cut",
-                             "lie-small-picture-longer",
-                             "cut",
-                             "longer",
-                             "huge",
-                             "hello"}) {
+    for (const std::string &word : kAnswersNobodyDecodes) {
         StartedReader reader(HostileReader());
         ASSERT_TRUE(reader.Greets());
         Answer answer;
-        ASSERT_TRUE(reader.HandOver(std::string("hostile:") + word));
+        ASSERT_TRUE(reader.HandOver("hostile:" + word));
         const auto packet = reader.Receive();
         EXPECT_FALSE(packet.empty()) << word;
         EXPECT_FALSE(AnswerDecode(packet, &answer)) << word;

@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/handle.h"
 #include "platform/limits.h"
@@ -31,6 +32,29 @@ inline std::string BuiltFile(const std::string &path) {
 inline std::string HostileReader() {
     return BuiltFile("hostile/lib/velu/velureader");
 }
+
+// What a taken-over reader can send that is no answer; the names are those of tests/hostile_reader.
+inline const std::vector<std::string> kAnswersNobodyDecodes = {"lie-magic",
+                                                               "lie-status",
+                                                               "lie-content",
+                                                               "lie-picture",
+                                                               "lie-picture-kind",
+                                                               "lie-picture-size",
+                                                               "lie-facts",
+                                                               "lie-one-fact",
+                                                               "lie-reason",
+                                                               "lie-entries",
+                                                               "lie-more-entries",
+                                                               "lie-fact-name",
+                                                               "lie-fact-size",
+                                                               "lie-text",
+                                                               "lie-small-picture",
+                                                               "lie-small-picture-cut",
+                                                               "lie-small-picture-longer",
+                                                               "cut",
+                                                               "longer",
+                                                               "huge",
+                                                               "hello"};
 
 struct StartedReader {
     explicit StartedReader(const std::string &program) {
