@@ -59,8 +59,8 @@ int RunWriteUnit(Catalogue catalogue, std::span<const StoreWrite> writes, bool f
         SessionCommit(catalogue);
     if (!SessionConnect(catalogue, account.request))
         return -1;
-    const std::string about = SessionAbout(writes[0].values, writes[0].count);
-    const auto failed = [&] { return SessionFailed(catalogue, about.c_str()); };
+    const auto about = [&] { return SessionAbout(writes[0].values, writes[0].count); };
+    const auto failed = [&] { return SessionFailed(catalogue, about().c_str()); };
     if (!SessionBatchBegin(&session))
         return failed();
     int affected = SessionMark(&session) ? SessionRunUnit(&session, writes) : -1;
@@ -73,12 +73,13 @@ int RunWriteUnit(Catalogue catalogue, std::span<const StoreWrite> writes, bool f
     }
     if (affected < 0)
         return failed();
-    if (session.batch_open)
+    if (session.batch_open) {
         BatchAddUnit(&session.batch, account.request, writes);
-    if (session.batch_open && first_cover)
-        session.batch.first_covers.push_back(about);
-    if (!session.batch_open)
+        if (first_cover)
+            session.batch.first_covers.push_back(about());
+    } else {
         session.committed = true;
+    }
     if (SessionBatchIsFull(session))
         SessionCommit(catalogue);
     return affected;
