@@ -44,8 +44,8 @@ void FileVisit(const char *path, int mode, int mask, bool kept = false) {
 
 // Visits a file that the media catalogue has as it is. What the library has as it is, too, is nobody's concern.
 void KeptFileVisit(KnownPictures *known, const char *path, int mode, int mask) {
-    if ((mask & kWalkPhotoLibrary) && ActiveWalkRules().library_follows && HasPictureExtension(path) &&
-        IsInPhotoLibrary(path) && IsSeen(path) && IsPictureInStep(known, path))
+    if ((mask & kWalkPhotoLibrary) && HasPictureExtension(path) && IsInPhotoLibrary(path) &&
+        IsPictureInStep(known, path))
         VELUIndexRunPause();
     else
         FileVisit(path, mode, mask, true);
