@@ -10,6 +10,8 @@
 #include <taglib/fileref.h>
 #include <taglib/tag.h>
 
+#include <algorithm>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -40,17 +42,16 @@ bool FilmRead(const std::string &path) {
     return opened;
 }
 
+bool EndsWithOneOf(const std::string &path, std::initializer_list<std::string_view> extensions) {
+    return std::ranges::any_of(extensions,
+                               [&](std::string_view extension) { return path.ends_with(extension); });
+}
+
 bool FileRead(const std::string &path) {
-    constexpr std::string_view kSound[] = {".mp3", ".flac", ".m4a", ".ogg", ".opus"};
-    for (const std::string_view extension : kSound) {
-        if (path.ends_with(extension))
-            return SoundRead(path);
-    }
-    constexpr std::string_view kPictures[] = {".jpg", ".heic", ".cr2"};
-    for (const std::string_view extension : kPictures) {
-        if (path.ends_with(extension))
-            return PictureRead(path);
-    }
+    if (EndsWithOneOf(path, {".mp3", ".flac", ".m4a", ".ogg", ".opus"}))
+        return SoundRead(path);
+    if (EndsWithOneOf(path, {".jpg", ".heic", ".cr2"}))
+        return PictureRead(path);
     return FilmRead(path);
 }
 
