@@ -339,6 +339,8 @@ QueuePassEnd QueuePass(QueueReader *copy, bool again) {
     try {
         Pass pass;
         PassDo(&pass, copy, again, &end);
+        if (RuleSetActive() == RuleSet::complete && !end.waits)
+            VELUIndexCoversSettle();
         LeftOutTell();
         return end;
     } catch (const std::bad_alloc &) {

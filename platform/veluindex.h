@@ -281,6 +281,10 @@ VELUDB *VELUIndexReaderOpen(Catalogue catalogue);
 // absolute path or does not fit.
 int VELUIndexCoverDirGet(char *out, size_t size);
 
+// Removes what a run that was broken off has left of covers whose rows were not committed, by the rules `complete`. To be called
+// between runs, when no request waits that would bring such a row.
+void VELUIndexCoversSettle();
+
 // Lets this process keep covers in `folder` (an absolute path) instead of the configured one from now on: a
 // program that only looks at files must not change the covers of others. Null takes the configuration again.
 void VELUIndexCoverDirSet(const char *folder);

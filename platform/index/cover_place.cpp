@@ -267,6 +267,11 @@ bool CoverPlaceGet(const char *media_path, int picture_type, int cover_index, in
     return true;
 }
 
+bool CoverDirMake(const std::string &covers) {
+    const UmaskCleared cleared;
+    return MakeFolders(covers) != Made::no;
+}
+
 bool CoverPlaceMake(CoverPlace *place) {
     const UmaskCleared cleared;
     const Made made = MakeFolders(place->folder);

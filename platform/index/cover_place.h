@@ -24,6 +24,9 @@ struct CoverPlace {
 [[nodiscard]] bool CoverPlaceGet(const char *media_path, int picture_type, int cover_index, int format,
                                  CoverPlace *place);
 
+// Makes the folder of all covers. False, with the reason in errno, when it cannot be made.
+[[nodiscard]] bool CoverDirMake(const std::string &covers);
+
 // Makes its folder. False, with the reason in errno, when it cannot be made.
 [[nodiscard]] bool CoverPlaceMake(CoverPlace *place);
 

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/file_bytes.h"
+#include "platform/index/cover_notes.h"
 #include "platform/index/cover_pictures.h"
 #include "platform/index/cover_place.h"
 #include "platform/media_record.h"
@@ -26,8 +27,11 @@ constexpr int kCoverIndex = 1;
 
 // Other programs have room for so long a path.
 bool PlaceMake(const char *media_path, int format, CoverPlace *place) {
-    return CoverPlaceGet(media_path, kFrontCover, kCoverIndex, format, place) &&
-           place->path.size() < kMediaPathSize && CoverPlaceMake(place);
+    if (!CoverPlaceGet(media_path, kFrontCover, kCoverIndex, format, place) ||
+        place->path.size() >= kMediaPathSize)
+        return false;
+    CoverNoteAdd(place->covers, media_path);
+    return CoverPlaceMake(place);
 }
 
 // Puts what has been made beside the place into it.

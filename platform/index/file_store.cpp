@@ -8,6 +8,7 @@
 #include <deque>
 
 #include "platform/index/added_time.h"
+#include "platform/index/cover_notes.h"
 #include "platform/index/media_row.h"
 #include "platform/index/rows.h"
 #include "platform/index/run.h"
@@ -116,6 +117,7 @@ int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &f
                           : -1;
     if (saved < 0)
         return scope.Finish(-1);
+    CoverNotesInBatch();
     MediaRowSaved(kind, *record);
     for (const int other : findings.displaced)
         MarkDirty(kMediaTables[other]);

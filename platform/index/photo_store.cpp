@@ -25,7 +25,7 @@ constexpr char kLogName[] = "photo_store.c";
 constexpr const char *kPathTables[] = {kPhotoTables[kPhotoTableImage], kPhotoTables[kPhotoTableVideoDesc],
                                        kPhotoTables[kPhotoTableVideoComment]};
 
-int BadParameter(int line) {
+int BadPhotoParameter(int line) {
     syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, line);
     return -1;
 }
@@ -114,7 +114,7 @@ bool MayMoveTogether(const std::string &from, const std::string &to) {
 int PhotoInfoDBDirDelete(const char *path) {
     const std::string directory = WithoutTrailingSlashes(path != nullptr ? path : "");
     if (directory.empty()) // a tree without a name would be everything
-        return BadParameter(__LINE__);
+        return BadPhotoParameter(__LINE__);
     RunScope scope;
     for (const char *table : kPathTables)
         if (RemoveTree(Catalogue::photo, table, directory) < 0)
@@ -124,14 +124,14 @@ int PhotoInfoDBDirDelete(const char *path) {
 
 int PhotoInfoDBDelete(const char *path) {
     if (path == nullptr || *path == '\0')
-        return BadParameter(__LINE__);
+        return BadPhotoParameter(__LINE__);
     RunScope scope;
     return scope.Finish(RemoveRow(Catalogue::photo, kPhotoTables[kPhotoTableImage], path) < 0 ? -1 : 0);
 }
 
 int PhotoDBExec(const char *sql) {
     if (sql == nullptr || *sql == '\0')
-        return BadParameter(__LINE__);
+        return BadPhotoParameter(__LINE__);
     RunScope scope;
     return scope.Finish(RunWriteText(Catalogue::photo, sql));
 }
@@ -154,7 +154,7 @@ int VELUPhotoShareIdReserve(int id) {
 
 int PhotoInfoDBSave(const PhotoRecord *record, int mode) {
     if (record == nullptr)
-        return BadParameter(__LINE__);
+        return BadPhotoParameter(__LINE__);
     unsigned handed_over = 0;
     if (Text(record->title) != DefaultTitle(RecordPath(*record)))
         handed_over |= kPhotoTitle;
@@ -165,7 +165,7 @@ int PhotoInfoDBSave(const PhotoRecord *record, int mode) {
 
 int PhotoInfoDBSaveHandedOver(const PhotoRecord *record, int mode, unsigned handed_over) {
     if (record == nullptr || record->path[0] == '\0' || (mode != kIndexAdd && mode != kIndexUpdate))
-        return BadParameter(__LINE__);
+        return BadPhotoParameter(__LINE__);
     const std::string title = Text(record->title);
     const std::string description = Text(record->description);
     const std::string texts[] = {Text(record->name),
@@ -202,7 +202,7 @@ int VELUPhotoInitAllRows() {
 int VELUPhotoKeepRows(const char *path) {
     const std::string key = WithoutTrailingSlashes(path != nullptr ? path : "");
     if (key.empty())
-        return BadParameter(__LINE__);
+        return BadPhotoParameter(__LINE__);
     const PathRange range = RangeUnder(key);
     RunScope scope;
     const int kept = RunWrite(Catalogue::photo, StatementOf(StoreOperation::keepPhotos),
@@ -220,7 +220,7 @@ int VELUPhotoDeleteNoUpdateRows() {
 
 int VELUIndexPhotoUpdateVideoStatus(const char *path) {
     if (path == nullptr || *path == '\0')
-        return BadParameter(__LINE__);
+        return BadPhotoParameter(__LINE__);
     RunScope scope;
     return scope.Finish(
         RunWrite(Catalogue::photo, StatementOf(StoreOperation::markVideo), {TextValue(path)}) < 0 ? -1 : 0);
@@ -230,7 +230,7 @@ int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const c
     const std::string from = WithoutTrailingSlashes(old_path != nullptr ? old_path : "");
     const std::string to = WithoutTrailingSlashes(new_path != nullptr ? new_path : "");
     if (from.empty() || to.empty())
-        return BadParameter(__LINE__);
+        return BadPhotoParameter(__LINE__);
     if (from == to)
         return 0;
     RunScope scope;

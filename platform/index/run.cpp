@@ -11,6 +11,7 @@
 #include <new>
 #include <utility>
 
+#include "platform/index/cover_notes.h"
 #include "platform/index/cover_place.h"
 #include "platform/index/run_session.h"
 
@@ -234,6 +235,7 @@ int VELUIndexRunEnd() {
         AccountTell(account);
     for (Session &session : run.sessions)
         session = Session();
+    CoverNotesEnd();
     run.cover_dir.reset();
     run.active = false;
     return run.away ? -1 : 0;

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/clock.h"
+#include "platform/index/cover_notes.h"
 #include "platform/index/cover_place.h"
 #include "platform/index/file_tables.h"
 #include "platform/limits.h"
@@ -104,6 +105,7 @@ void Replay(Catalogue catalogue) {
         BatchDoAgain(catalogue, batch);
     } catch (const std::bad_alloc &) {
         // It hits whoever writes now, and may have cost others their rows.
+        CoverNotesKeep();
         run.lost = true;
         SessionDoubt(catalogue);
         throw;
@@ -294,6 +296,8 @@ void SessionCommit(Catalogue catalogue) {
     session.batch.bytes.clear();
     session.batch.rows = 0;
     session.batch.first_covers.clear();
+    if (catalogue == Catalogue::media)
+        CoverNotesCommitted();
 }
 
 bool SessionMark(Session *session) {

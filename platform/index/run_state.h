@@ -4,11 +4,13 @@
 #pragma once
 
 #include <stdint.h>
+#include <sys/types.h>
 #include <time.h>
 
 #include <optional>
 #include <string>
 
+#include "platform/handle.h"
 #include "platform/index/batch.h"
 #include "platform/index/run_account.h"
 #include "platform/index/saved_rows.h"
@@ -47,6 +49,16 @@ struct MovedFiles {
     bool copied = false; // states stand at new paths that have no rows yet
 };
 
+// Of files whose rows are yet to come (cover_notes.h).
+struct CoverNotes {
+    FdHandle file = {};
+    std::string path = {}; // of the file
+    off_t left = 0;        // so many bytes at its begin are of a run that was broken off
+    bool ahead = false;    // a file is noted whose row is in no batch yet
+    bool added = false;    // something is noted whose row is not committed
+    bool unsettled = true; // there may be notes of a run that was broken off
+};
+
 struct RunState {
     Run run;
     RunAccount account; // of the run, also when it is over
@@ -59,6 +71,7 @@ struct RunState {
     bool video_dirty = false;
     SavedRows saved;  // by the sweep that goes on
     MovedFiles moved; // by the rename that goes on
+    CoverNotes cover_notes;
 };
 
 extern RunState run_state;

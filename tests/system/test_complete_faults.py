@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """kill -9 at random moments, and catalogues that fail, under the rules `complete`: a row is never there without its facts, its state and its cover, never twice,
 and when a file was added is never lost, wherever the file has moved."""
+import itertools
 import os
 import random
+import shutil
 import time
 
 import pytest
@@ -11,6 +13,7 @@ from harness import readers
 from harness.daemon import wait_for
 from harness.faults import files_below
 from harness.known import covers_below
+from harness.places import KILL, Rule
 from harness.store_faults import AWAY, COMMIT, KINDS, MEDIA, REFUSED, patience_of_tests, store_fault
 
 MUSIC = "/volume1/music"
@@ -184,3 +187,61 @@ def test_a_song_that_goes_before_its_row_is_stored_leaves_no_cover(make_placed, 
                 box.remove(song)
         box.index("R:music")  # behind what waits
         assert box.done() and (box.paths("music"), covers_below(box)) == ([stays], covers), kind
+
+
+def killed_at(box, rule, line):
+    """Asks for something with a rule that may end the daemon, and tells whether it did."""
+    box.places.set(rule)
+    box.queue(line)
+    box.signal()
+    wait_for(lambda: not box.alive() or (box.done() and box.idle()), "the daemon's end, or that of the run")
+    if box.alive():
+        box.places.clear()
+        return False
+    box.wait_gone()
+    box.pid = 0
+    box.places.forget()
+    return True
+
+
+def left_of_covers(box):
+    """All that lies in their folder, but for folders that several files share."""
+    top = box.box.path(COVERS)
+    found = [os.path.relpath(os.path.join(above, name), top) for above, folders, files in os.walk(top) for name in folders + files]
+    return sorted(name for name in found if len(name) > 2)
+
+
+@pytest.mark.parametrize("work, call, place, apart", [("come", "step", f"{COVERS}*", 1), ("come", "write", "*/mediaserver.db*", 3),
+                                                     ("move", "step", f"{COVERS}*", 2), ("move", "write", "*/mediaserver.db*", 4)])
+@pytest.mark.sqlite
+def test_a_kill_leaves_no_cover_of_songs_that_go_before_they_are_asked_for_again(make_placed, binary, work, call, place, apart):
+    box = make_placed(speed=SPEED)
+    patience_of_tests(box, rules="complete", quiet="1")
+    readers.put_beside(box, binary, {name: binary.with_name("scripted_reader") for name in readers.READERS})
+    stays = box.write(f"{MUSIC}/stays.mp3", "tagged stays")
+    box.start()
+    box.index(f"A:{MUSIC}")
+    covers = left_of_covers(box)
+    kills = 0
+    for moment in itertools.count(1, apart):
+        folder = f"{MUSIC}/{moment}"
+        line = f"A:{folder}"
+        for number in range(3):
+            box.write(f"{folder}/{number}.mp3", f"tagged {number}")
+        if work == "move":
+            box.index(line)
+            os.rename(box.box.path(folder), box.box.path(f"{folder} new"))
+            line = f"N:{folder} new:{folder}"
+            folder = f"{folder} new"
+        killed = killed_at(box, Rule(call, place, KILL, first=moment), line)
+        shutil.rmtree(box.box.path(folder))
+        if killed:
+            box.start()
+            wait_for(lambda: box.done() and box.idle(), "what was broken off to be done")
+        box.index(f"D:{folder}")
+        assert (box.media_paths(), left_of_covers(box)) == ([stays], covers), (work, moment)
+        kills += killed
+        if not killed:
+            break
+    print(f"{kills} kills")
+    assert kills >= 5, "songs with covers take more calls than that"
