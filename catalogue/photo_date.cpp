@@ -8,6 +8,7 @@
 #include <chrono>
 
 #include "platform/index/file_state.h"
+#include "platform/letters.h"
 #include "platform/path.h"
 
 namespace {
@@ -22,10 +23,6 @@ struct Moment {
     int year = 0, month = 0, day = 0;
     int hour = 0, minute = 0, second = 0;
 };
-
-bool IsDigit(char byte) {
-    return byte >= '0' && byte <= '9';
-}
 
 size_t DigitsAhead(std::string_view text) {
     return static_cast<size_t>(std::ranges::find_if_not(text, IsDigit) - text.begin());

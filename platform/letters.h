@@ -7,6 +7,10 @@
 
 #include <string_view>
 
+[[nodiscard]] constexpr bool IsDigit(char byte) {
+    return byte >= '0' && byte <= '9';
+}
+
 // Without regard to the case of ASCII.
 inline bool IsSame(std::string_view text, std::string_view other) {
     return text.size() == other.size() && strncasecmp(text.data(), other.data(), text.size()) == 0;

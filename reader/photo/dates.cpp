@@ -5,11 +5,9 @@
 
 #include <algorithm>
 
-namespace {
+#include "platform/letters.h"
 
-bool IsDigit(char character) {
-    return character >= '0' && character <= '9';
-}
+namespace {
 
 // Takes a number of at most `digits` digits off the front.
 bool TakeNumber(std::string_view *text, size_t digits, int *number) {

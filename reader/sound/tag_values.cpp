@@ -7,16 +7,13 @@
 #include <optional>
 #include <string>
 
+#include "platform/letters.h"
 #include "reader/sound/genres.h"
 
 namespace {
 
 // What ReplayGain has above R 128's level of loudness, in dB.
 constexpr double kReplayGainAboveR128 = 5.0;
-
-bool IsDigit(char character) {
-    return character >= '0' && character <= '9';
-}
 
 std::string_view BlanksDropped(std::string_view text) {
     while (!text.empty() && static_cast<uint8_t>(text.front()) <= ' ')
