@@ -81,17 +81,9 @@ FolderCoverRef CoverLook(const FolderCovers::Directory &directory) {
 }
 
 void DirectoryLook(FolderCovers::Directory *directory) {
-    struct stat status;
-    const time_t now = time(nullptr);
-    if (stat(directory->path.empty() ? "/" : directory->path.c_str(), &status) != 0)
-        status = {};
-    // Another name might have come in the same tick of the clock.
-    if (directory->looked == 0 || directory->unseen || FileIsRecent(directory->status, directory->looked) ||
-        FileStampOf(status) != FileStampOf(directory->status)) {
-        directory->status = status;
-        directory->looked = now;
+    const bool holds = NamesHold(directory->path, &directory->age);
+    if (!holds || directory->unseen)
         NamesRead(directory);
-    }
     directory->cover = CoverLook(*directory);
 }
 

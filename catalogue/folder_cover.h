@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "catalogue/file_stamp.h"
+#include "catalogue/names_age.h"
 #include "platform/index/cover_store.h"
 
 // What may be the cover of a directory's files, the one that counts most first: the first that is a picture by its first bytes
@@ -30,8 +31,7 @@ using FolderCoverRef = std::shared_ptr<FolderCover>;
 struct FolderCovers {
     struct Directory {
         std::string path;
-        struct stat status = {};             // when its names were read
-        time_t looked = 0;                   // at that time
+        NamesAge age = {};
         std::vector<std::string> names = {}; // of those that may be covers
         bool unseen = false;                 // there may be more
         FolderCoverRef cover = {};
