@@ -28,7 +28,8 @@ namespace {
 
 constexpr char kLogName[] = "by_reader.c";
 
-constexpr char kSubtitleFact[] = "subtitle";
+constexpr std::string_view kCompanionFact = "companion";
+constexpr std::string_view kSubtitleFact = "subtitle";
 
 // What the content is counts, not what the name says.
 MediaKind KindOf(ContentClass content, MediaKind named) {
@@ -97,6 +98,7 @@ int RowSave(MediaKind named, const FileReport &report, const char *path, const s
     if (kind == kMediaPhoto)
         LastPictureKeep(record);
     FactRowsAdd(&known, "date_source", date_source);
+    FactRowsAdd(&known, kCompanionFact, report.companions);
     if (kind == kMediaVideo)
         FactRowsAdd(&known, kSubtitleFact, report.subtitles);
     findings.facts = known.facts;
@@ -157,15 +159,23 @@ int UnreadSave(MediaKind named, const FileReport &report, const char *path,
                : FileTroubleSave(path, WholeStamp(stamp, FromNameOf(before.stamp), report, cover), trouble);
 }
 
-// Brings a row in step with what lies beside its file, which is not opened for that.
-int NeighboursSave(const FileReport &report, const char *path) {
+// Brings a row in step with the names of what lies beside its file, which is not opened for that.
+int NeighboursSave(const ReaderUse &use, const FileReport &report, const char *path) {
     FactRows known;
-    FactRowsAdd(&known, kSubtitleFact, report.subtitles);
-    const FileStampWords words = FileStampWordsOf(report.known.stamp);
-    const std::string stamp = report.known.stamp.substr(0, report.known.stamp.size() - words.beside.size()) +
-                              report.beside + std::string(FileStampCover(report.known.stamp));
+    std::vector<std::string_view> names;
+    if (use.companions) {
+        FactRowsAdd(&known, kCompanionFact, report.companions);
+        names.push_back(kCompanionFact);
+    }
+    if (use.subtitles) {
+        FactRowsAdd(&known, kSubtitleFact, report.subtitles);
+        names.push_back(kSubtitleFact);
+    }
+    const std::string &before = report.known.stamp;
+    std::string stamp = before.substr(0, before.size() - FileStampWordsOf(before).beside.size());
+    stamp.append(FileStampNames(stamp + report.beside)).append(FileStampCover(before));
     MediaSweepKeep(path);
-    return FileFactsReplace(path, kSubtitleFact, known.facts, stamp);
+    return FileFactsReplace(path, names, known.facts, stamp);
 }
 
 } // namespace
@@ -186,7 +196,7 @@ int ByReaderAdd(const ByReader &by, MediaKind named, const char *path) {
         return report.known.unchanged ? 0 : unread;
     }
     if (report.known.neighbours)
-        return NeighboursSave(report, path);
+        return NeighboursSave(by.use, report, path);
     const bool read = IsRead(report);
     if (!read)
         syslog(LOG_ERR, "%s (%d) %s cannot be read: %s.", kLogName, __LINE__, path,

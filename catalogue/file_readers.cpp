@@ -14,6 +14,7 @@
 #include <span>
 #include <utility>
 
+#include "catalogue/companions.h"
 #include "catalogue/file_stamp.h"
 #include "catalogue/reader_settings.h"
 #include "catalogue/sidecars.h"
@@ -45,6 +46,7 @@ struct HandedOver {
     struct stat status = {};
     time_t looked = 0;
     std::string beside = {};
+    std::vector<std::string> companions = {};
     std::vector<std::string> subtitles = {};
     FolderCoverRef folder_cover = {};
     bool beside_unseen = false;
@@ -60,6 +62,7 @@ struct FileReaders {
     bool told[kReaderKinds] = {};
     KnownFiles known;
     SidecarFolders sidecars;
+    KnownCompanions companions;
     KnownSubtitles subtitles;
     FolderCovers folder_covers;
 };
@@ -115,6 +118,10 @@ FdHandle FileOpen(const char *path, struct stat *status, int *error) {
 
 // Looks at what lies beside a file and gives values to it: where that changes, the file counts as changed.
 void BesideLook(FileReaders *of, const ReaderUse &use, bool ahead, HandedOver *entry, FileToRead *file) {
+    if (use.companions && RuleSetActive() == RuleSet::complete) {
+        entry->companions = CompanionsOf(&of->companions, entry->path, ahead, &entry->beside_unseen);
+        entry->beside += FileStampCompanions(entry->companions);
+    }
     if (use.sidecars) {
         file->companions = SidecarsOpen(&of->sidecars, entry->path, ahead, &entry->beside_unseen);
         for (const FdHandle &sidecar : file->companions)
@@ -143,12 +150,13 @@ KnownFile KnownOf(FileReaders *of, const HandedOver &entry, const ReaderUse &use
     const std::string stamp = FileStampOf(entry.status) + entry.beside;
     const std::string cover = entry.folder_cover != nullptr ? entry.folder_cover->stamp : std::string();
     const std::string stamps[] = {stamp + kStampOwnCover, stamp + cover};
-    KnownFile known =
-        FileKnown(&of->known, entry.path, std::span(stamps).subspan(use.folder_cover ? 0 : 1), ahead);
-    const std::string_view covered = FileStampCover(known.stamp);
-    // Sidecars are read together with their file.
-    known.neighbours = known.neighbours && !entry.beside_unseen && !use.sidecars &&
-                       (covered == kStampOwnCover || covered == cover);
+    const std::span<const std::string> likely = std::span(stamps).subspan(use.folder_cover ? 0 : 1);
+    KnownFile known = FileKnown(&of->known, entry.path, likely, ahead);
+    // Of other neighbours than names alone, covers are stored and sidecars read together with their file.
+    const auto covers = [&](const std::string &now) {
+        return FileStampCover(now) == FileStampCover(known.stamp);
+    };
+    known.neighbours = known.neighbours && !entry.beside_unseen && std::ranges::any_of(likely, covers);
     const bool doubted = trusted == FileTrust::all_but_covers && (known.unchanged || known.neighbours);
     return doubted && FileHasCover(entry.path.c_str()) != 0 ? KnownFile() : known;
 }
@@ -245,6 +253,7 @@ FileReport FileReadTake(const char *path, const ReaderUse &use) {
                          file->status,
                          file->looked,
                          std::move(file->beside),
+                         std::move(file->companions),
                          std::move(file->subtitles),
                          std::move(file->folder_cover),
                          file->beside_unseen,
@@ -261,6 +270,11 @@ bool FileMayBeKnown(const char *path) {
     return FileMayHaveRow(&ReadersGet()->known, path);
 }
 
+std::vector<std::string> FileCompanions(const char *path) {
+    bool unseen = false;
+    return CompanionsOf(&ReadersGet()->companions, path, false, &unseen);
+}
+
 FileTrustScope::FileTrustScope(FileTrust trust) {
     trusted = trust;
 }
@@ -274,6 +288,7 @@ void FilesKnownForget() {
         return;
     readers->known = {};
     readers->sidecars = {};
+    readers->companions = {};
     readers->subtitles = {};
     readers->folder_covers = {};
 }

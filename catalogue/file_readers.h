@@ -16,13 +16,14 @@
 
 // What came of a file.
 struct FileReport {
-    int error = 0;                      // why it could not be opened; EINVAL: it is no regular file
-    struct stat status = {};            // of the file that was read; all zero when it could not be looked at
-    time_t looked = 0;                  // when it was
-    std::string beside;                 // what its stamp says of files beside it
-    std::vector<std::string> subtitles; // those that belong to it
-    FolderCoverRef folder_cover;        // what may be its cover when it has none in itself; null: nothing
-    bool beside_unseen = false;         // of these three there may be more, which could not be looked at
+    int error = 0;                       // why it could not be opened; EINVAL: it is no regular file
+    struct stat status = {};             // of the file that was read; all zero when it could not be looked at
+    time_t looked = 0;                   // when it was
+    std::string beside;                  // what its stamp says of files beside it
+    std::vector<std::string> companions; // those that were taken with it
+    std::vector<std::string> subtitles;  // those that belong to it
+    FolderCoverRef folder_cover;         // what may be its cover when it has none in itself; null: nothing
+    bool beside_unseen = false;          // of these there may be more, which could not be looked at
     KnownFile known; // of one that is unchanged, but for its neighbours, or in trouble, nothing is read
     ReadResult read;
 };
@@ -31,6 +32,7 @@ struct FileReport {
 struct ReaderUse {
     ReaderKind first = ReaderKind::sound_and_photos; // tried first
     bool sidecars = false;                           // with those that lie beside it
+    bool companions = false;                         // others beside it may have been taken with it
     bool subtitles = false;                          // those beside it belong to it
     bool folder_cover = false; // it has the cover of its directory, unless one of its own
 };
@@ -54,6 +56,10 @@ void FileReadersServe(bool wait);
 
 // Takes what came of a file, of the one that was handed over ahead if that was done; waits for it.
 FileReport FileReadTake(const char *path, const ReaderUse &use);
+
+// Returns the paths of the files beside one, be it there or not, that were taken with it (catalogue/companions); those that cannot
+// be seen at the moment are missing.
+std::vector<std::string> FileCompanions(const char *path);
 
 // Where the readers of each kind are, and what they may take. Tests have their own; null: beside the modules.
 extern const char *reader_programs[kReaderKinds];

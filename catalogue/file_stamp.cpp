@@ -18,6 +18,8 @@ constexpr char kNoNumber[] = "-";
 constexpr char kTitleFromName = 'T';
 constexpr char kAlbumFromName = 'A';
 constexpr char kCoverMark = 'c';
+constexpr char kSubtitlesMark = 's';
+constexpr char kCompanionsMark = 'm';
 
 // A walk makes a stamp of each file that it meets.
 template <typename Number>
@@ -48,12 +50,20 @@ bool IsRecent(time_t changed, time_t looked) {
     return llabs(static_cast<long long>(looked) - changed) < kStampSeconds;
 }
 
-// A word for what lies beside a file; none for nothing.
+// A word for what lies beside a file, of that length with a blank in front; none for nothing.
+constexpr size_t kBesideWord = 2 + 16;
 std::string BesideOf(char mark, const std::string &all) {
     char text[32] = "";
     if (!all.empty())
         snprintf(text, sizeof text, " %c%016" PRIx64, mark, HashText(all));
     return text;
+}
+
+std::string NamesBeside(char mark, const std::vector<std::string> &paths) {
+    std::string all;
+    for (const std::string &path : paths)
+        all.append(path.c_str(), path.size() + 1);
+    return BesideOf(mark, all);
 }
 
 // The revision that a stamp says, or -1.
@@ -123,10 +133,11 @@ std::string FileStampBeside(const FdHandle &file) {
 }
 
 std::string FileStampBeside(const std::vector<std::string> &paths) {
-    std::string all;
-    for (const std::string &path : paths)
-        all.append(path.c_str(), path.size() + 1);
-    return BesideOf('s', all);
+    return NamesBeside(kSubtitlesMark, paths);
+}
+
+std::string FileStampCompanions(const std::vector<std::string> &paths) {
+    return NamesBeside(kCompanionsMark, paths);
 }
 
 std::string FileStampBeside(const std::vector<PictureBeside> &pictures) {
@@ -168,12 +179,24 @@ FileStampWords FileStampWordsOf(std::string_view stamp) {
     return words;
 }
 
+bool FileStampHasCompanions(std::string_view stamp, const std::vector<std::string> &paths) {
+    const std::string_view names = FileStampNames(stamp);
+    const bool says = names.size() > 1 && names[1] == kCompanionsMark;
+    return names.substr(0, says ? kBesideWord : 0) == FileStampCompanions(paths);
+}
+
+std::string_view FileStampNames(std::string_view stamp) {
+    const std::string_view beside = FileStampWordsOf(stamp).beside;
+    size_t end = 0;
+    for (const char mark : {kCompanionsMark, kSubtitlesMark}) {
+        if (beside.size() - end >= kBesideWord && beside[end + 1] == mark)
+            end += kBesideWord;
+    }
+    return beside.substr(0, end);
+}
+
 std::string_view FileStampCover(std::string_view stamp) {
-    constexpr size_t kSubtitlesWord = 2 + 16; // as BesideOf writes it
-    std::string_view beside = FileStampWordsOf(stamp).beside;
-    if (beside.starts_with(" s"))
-        beside.remove_prefix(std::min(kSubtitlesWord, beside.size()));
-    return beside;
+    return FileStampWordsOf(stamp).beside.substr(FileStampNames(stamp).size());
 }
 
 bool FileStampIsFolderCover(std::string_view cover) {

@@ -30,9 +30,13 @@ std::string FileStampNamed(const FromName &from_name);
 FromName FromNameOf(std::string_view stamp);
 
 // Returns what the stamp of a file says, at its end, of another one beside it that gives values to it, and of the names of such
-// files; the empty text for none.
+// files, of subtitles or of what was taken together; the empty text for none.
 std::string FileStampBeside(const FdHandle &file);
 std::string FileStampBeside(const std::vector<std::string> &paths);
+std::string FileStampCompanions(const std::vector<std::string> &paths);
+
+// True for a stamp that says so of what was taken together with its file.
+[[nodiscard]] bool FileStampHasCompanions(std::string_view stamp, const std::vector<std::string> &paths);
 
 // The same of pictures beside it that are its cover, as they look.
 struct PictureBeside {
@@ -63,8 +67,12 @@ struct FileStampWords {
 };
 FileStampWords FileStampWordsOf(std::string_view stamp);
 
-// What the stamp of a film or of sound says of its cover, and whether that is of pictures beside it.
+// What a stamp says of files beside it whose names alone count, which comes first; and the rest: of a film or of sound about its
+// cover, of a photo about its sidecars.
+std::string_view FileStampNames(std::string_view stamp);
 std::string_view FileStampCover(std::string_view stamp);
+
+// Whether it says of a cover that it is of pictures beside it.
 [[nodiscard]] bool FileStampIsFolderCover(std::string_view cover);
 
 // The words by which a file counts as unchanged, one behind the other: all but `reading`. Of one that an older revision has

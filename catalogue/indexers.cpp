@@ -23,10 +23,12 @@ struct Row {
 };
 
 constexpr ByReader kSound = {.use = {.first = ReaderKind::sound_and_photos, .folder_cover = true}};
-constexpr ByReader kFilm = {.use = {.first = ReaderKind::films, .subtitles = true, .folder_cover = true}};
+constexpr ByReader kFilm = {
+    .use = {.first = ReaderKind::films, .companions = true, .subtitles = true, .folder_cover = true}};
 // The photo library has pictures that cannot be read, too.
-constexpr ByReader kPhoto = {.use = {.first = ReaderKind::sound_and_photos, .sidecars = true},
-                             .unread_fails = false};
+constexpr ByReader kPhoto = {
+    .use = {.first = ReaderKind::sound_and_photos, .sidecars = true, .companions = true},
+    .unread_fails = false};
 
 constexpr ByReader kPlaylist = {.use = {.first = ReaderKind::sound_and_photos}};
 

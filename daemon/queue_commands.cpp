@@ -105,6 +105,8 @@ void TreeAdd(const char *path) {
     if (IsInPlaceOfStorage(path) || IsLeftOutForgotten(path) || !IsListedName(path))
         return;
     IndexDirWalk(path, kIndexAdd, kWalkBoth);
+    if (!IsDirExist(path))
+        BesideUpdate(path);
     const std::string tree = RowPathOf(path);
     if (IsInPhotoLibrary(path) && IsDirExist(path) &&
         StorageAwayIn(tree, CatalogueKnows) != std::vector<std::string>{tree}) {
@@ -117,6 +119,7 @@ void TreeRemove(const char *path) {
     if (StillExists(path))
         return;
     IndexDirWalk(path, kIndexRemove, kWalkBoth);
+    BesideUpdate(path);
     if (IsInPhotoLibrary(path))
         PhotoShareUpdate(AlbumPathOf(path).c_str(), kAlbumDelete);
 }

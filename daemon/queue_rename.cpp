@@ -267,6 +267,8 @@ void PathRenameAgain(const char *new_path, const char *old_path) {
         GoneRowsMove(new_path, old_path);
         if (!PathIsGone(new_path))
             IndexDirWalk(new_path, kIndexAdd, kWalkMedia);
+        BesideUpdate(old_path);
+        BesideUpdate(new_path);
         move.Finish();
     } else {
         PathRename(new_path, old_path);

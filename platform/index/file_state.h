@@ -66,10 +66,10 @@ int FileNamesFold();
 // nothing of it; when the file was first catalogued stays.
 int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &findings);
 
-// Keeps a file's row and other facts, and has these in the place of those of a name, with the stamp that the file has by then; where
-// the catalogue has these tables.
-int FileFactsReplace(const char *path, std::string_view name, std::span<const FileFact> facts,
-                     std::string_view stamp);
+// Keeps a file's row and other facts, and has these in the place of those of some names, with the stamp that the file has by then;
+// where the catalogue has these tables.
+int FileFactsReplace(const char *path, std::span<const std::string_view> names,
+                     std::span<const FileFact> facts, std::string_view stamp);
 
 // Keeps a file's row and facts, and notes why it could not be read when it had that stamp; where the catalogue has these tables.
 int FileTroubleSave(const char *path, std::string_view stamp, std::string_view trouble);

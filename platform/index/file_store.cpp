@@ -124,14 +124,15 @@ int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &f
     return scope.Finish(0);
 }
 
-int FileFactsReplace(const char *path, std::string_view name, std::span<const FileFact> facts,
-                     std::string_view stamp) {
+int FileFactsReplace(const char *path, std::span<const std::string_view> names,
+                     std::span<const FileFact> facts, std::string_view stamp) {
     RunScope scope;
     if (SessionLacksFiles())
         return scope.Finish(0);
     Unit unit;
     UnitAdd(&unit, StoreOperation::saveTrouble, {TextValue(path), TextValue(stamp), TextValue("")});
-    UnitAdd(&unit, StoreOperation::removeFactsOf, {TextValue(path), TextValue(name)});
+    for (const std::string_view name : names)
+        UnitAdd(&unit, StoreOperation::removeFactsOf, {TextValue(path), TextValue(name)});
     UnitAddAll(&unit, StoreOperation::saveFacts, path, facts, kFactsAtOnce, kFactColumns, FactPut);
     const int saved = NamesAdd(facts) ? RunWriteUnit(Catalogue::media, unit.writes) : -1;
     return scope.Finish(saved < 0 ? -1 : 0);

@@ -227,17 +227,17 @@ TEST_P(FileState_, OfACatalogueWithoutStatesThereAreNone) {
 
 TEST_P(FileState_, FactsOfANameAreReplacedWithTheStamp) {
     const FileFact facts[] = {{"subtitle", 0, "/a.srt", "/a.srt"}, {"subtitle", 1, "/b.srt", "/b.srt"}};
+    const std::string_view names[] = {"subtitle", "none"};
     Complete([&] {
         EXPECT_EQ(SaveFile(kStoredSong, Found("1")), 0);
-        EXPECT_EQ(FileFactsReplace(kStoredSong.c_str(), "subtitle", facts, "2"), 0);
+        EXPECT_EQ(FileFactsReplace(kStoredSong.c_str(), names, facts, "2"), 0);
     });
     EXPECT_EQ(Facts(), "artist/0=ABBA<abba|artist/1=b<b|subtitle/0=/a.srt</a.srt|subtitle/1=/b.srt</b.srt");
-    Complete([&] {
-        EXPECT_EQ(FileFactsReplace(kStoredSong.c_str(), "subtitle", std::span(facts).last(1), "3"), 0);
-    });
+    Complete(
+        [&] { EXPECT_EQ(FileFactsReplace(kStoredSong.c_str(), names, std::span(facts).last(1), "3"), 0); });
     EXPECT_EQ(Facts(), "artist/0=ABBA<abba|artist/1=b<b|subtitle/1=/b.srt</b.srt");
     EXPECT_EQ(Field("stamp"), "3");
-    Complete([&] { EXPECT_EQ(FileFactsReplace("/none", "subtitle", facts, "3"), 0); });
+    Complete([&] { EXPECT_EQ(FileFactsReplace("/none", names, facts, "3"), 0); });
     EXPECT_EQ(Peer().Count("file_state"), 1);
 }
 
