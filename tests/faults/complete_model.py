@@ -14,7 +14,8 @@ from rows_model import MAYBE, MUSIC, NO, PHOTO, SHARES, UNKNOWN, VIDEO, YES, Row
 from storm import Storm, Wrong
 from work import Work
 
-MEDIA = {".mp3": "music", ".jpg": "photo", ".m3u": "playlist"}
+MEDIA = {".mp3": "music", ".jpg": "photo", ".cr2": "photo", ".m3u": "playlist"}
+OTHERS = {".jpg": ".cr2", ".cr2": ".jpg"}  # of a photo that was taken with one
 FILE_TABLES = ("music", "video", "photo", "playlist")
 NEW = ("", "")  # of a row whose file is added now
 SOUND = (b"\xff\xfb\x90\x64" + bytes(413)) * 3
@@ -34,7 +35,7 @@ def song(token):
 
 class CompleteWork(Work):
     """`lists`: by token, the entries of a playlist."""
-    extensions = {MUSIC: (".mp3", ".mp3", ".mp3", ".m3u", ".txt"), VIDEO: (".mp3", ".txt"), PHOTO: (".jpg", ".jpg", ".m3u")}
+    extensions = {MUSIC: (".mp3", ".mp3", ".mp3", ".m3u", ".txt"), VIDEO: (".mp3", ".txt"), PHOTO: (".jpg", ".jpg", ".cr2", ".m3u")}
 
     def __init__(self, random, world, tell):
         super().__init__(random, world, tell)
@@ -46,7 +47,7 @@ class CompleteWork(Work):
         end = f"token {self.number}\n".encode()
         if extension == ".mp3":
             content = song(self.number)
-        elif extension == ".jpg":
+        elif MEDIA.get(extension) == "photo":
             content = photo.jpeg(3, 2) + end
         elif extension == ".m3u":
             songs = [one for one in self.disk() if one.endswith(".mp3") and PLAIN.fullmatch(one)]
@@ -227,7 +228,8 @@ class CompleteStorm(Storm):
                 yield f"{path!r} is {title!r}, has_cover {row['has_cover']}"
 
     def check_in_step(self):
-        """Each row is of the file that is there now, and its cover too; entries lead to what is catalogued."""
+        """Each row is of the file that is there now, and its cover too; entries lead to what is catalogued, and raw photos and their
+        pictures to each other."""
         daemon, wrong = self.daemon, []
         there = {row["path"]: (table, row) for table in FILE_TABLES for row in daemon.rows(table)}
         for path, (table, row) in there.items():
@@ -236,6 +238,15 @@ class CompleteStorm(Storm):
                 wrong.append(f"{path!r} is {row['title']!r}, the file is {token}")
             if table == "music" and self.cover_of(path) != cover(token):
                 wrong.append(f"{path!r} has the cover of another file")
+        disk, companions = self.work.disk(), collections.defaultdict(list)
+        for row in daemon.rows("fact"):
+            if row["name"] == "companion":
+                companions[row["path"]].append(row["value"])
+        for path, (table, _) in there.items():
+            stem, extension = os.path.splitext(path)
+            other = stem + OTHERS.get(extension, "")
+            if companions[path] != ([other] if extension in OTHERS and disk.get(other) == "file" else []):
+                wrong.append(f"{path!r} was taken with {companions[path]}")
         for row in daemon.rows("playlist_entry"):
             if row["found"] != (row["target"] if row["target"] in there else ""):
                 wrong.append(f"{row['path']!r}: {row['target']!r} is found at {row['found']!r}")

@@ -121,13 +121,15 @@ def requests(sound, film):
     ]
 
 
-def of_neighbours(cover, subtitle, sidecar):
+def of_neighbours(cover, subtitle, sidecar, companion):
     """Requests about files that give values to those beside them, and about what is known of files."""
     return [
         Request("song by cover", (f"a:{MUSIC}/a/1.mp3",), changed(cover), f"{MUSIC}/a", f"{MUSIC}/a", cover, beside=True),
         Request("song", (f"a:{MUSIC}/a/1.mp3",), changed(f"{MUSIC}/a/1.mp3"), f"{MUSIC}/a", f"{MUSIC}/a", cover, beside=True),
         Request("film by subtitle", (f"a:{VIDEO}/v/1.mp4",), nothing, f"{VIDEO}/v", f"{VIDEO}/v", subtitle, beside=True),
         Request("photo by sidecar", (f"A:{PHOTO}/Trip",), nothing, f"{PHOTO}/Trip", f"{PHOTO}/Trip", sidecar, beside=True),
+        Request("photo by companion", (f"a:{PHOTO}/Trip/1.jpg",), nothing, f"{PHOTO}/Trip", f"{PHOTO}/Trip", companion, beside=True),
+        Request("d companion", (f"d:{companion}",), removed(companion), f"{PHOTO}/Trip", f"{PHOTO}/Trip", f"{PHOTO}/Trip/1.jpg"),
         Request("a cover", (f"a:{cover}",), changed(cover), f"{MUSIC}/a", f"{MUSIC}/a", cover, beside=True),
         Request("d cover", (f"d:{cover}",), removed(cover), f"{MUSIC}/a", f"{MUSIC}/a", f"{MUSIC}/a/1.mp3"),
         Request("d subtitle", (f"d:{subtitle}",), removed(subtitle), f"{VIDEO}/v", f"{VIDEO}/v", f"{VIDEO}/v/1.mp4"),

@@ -12,7 +12,8 @@ READERS_SPEED = 50  # of a clock at which readers answer in their time
 
 # What gives values to its neighbours: to films one that is there before its film.
 FOLDER_COVER, SUBTITLE, SIDECAR = f"{MUSIC}/a/folder.jpg", f"{VIDEO}/v/1.srt", f"{PHOTO}/Trip/2.xmp"
-NEIGHBOURS = (FOLDER_COVER, f"{MUSIC}/old/folder.jpg", SIDECAR, SUBTITLE, f"{VIDEO}/v/new.srt", f"{VIDEO}/gone/3.en.srt")
+COMPANION = f"{PHOTO}/Trip/1.cr2"
+NEIGHBOURS = (FOLDER_COVER, f"{MUSIC}/old/folder.jpg", SIDECAR, SUBTITLE, f"{VIDEO}/v/new.srt", f"{VIDEO}/gone/3.en.srt", COMPANION)
 SOUND = (b"\xff\xfb\x90\x64" + bytes(413)) * 3
 COVER = photo.jpeg(3, 2) + b"in songs"
 
@@ -59,13 +60,14 @@ def appliance(samples: pathlib.Path):
 
 def complete(samples: pathlib.Path):
     kinds = {".mp3": lambda path: song(path, path.endswith("/cover.mp3")), ".m3u": playlist, ".xmp": sidecar,
-             ".mp4": lambda _: (samples / "clip.mp4").read_bytes(), ".jpg": lambda path: plain(path) + path.encode()}
+             ".mp4": lambda _: (samples / "clip.mp4").read_bytes(), ".jpg": lambda path: plain(path) + path.encode(),
+             ".cr2": lambda path: plain(".jpg") + path.encode()}
 
     def content(path):
         return kinds.get(path[-4:], plain)(path)
     return Rules("complete", {"rules": "complete"}, {"speed": READERS_SPEED},
-                 (*files(".mp3", ".mp4"), *NEIGHBOURS), requests(".mp3", ".mp4") + of_neighbours(FOLDER_COVER, SUBTITLE, SIDECAR), content,
-                 {"photo_image": 12, "photo_share": 8, "covers": 5, "file_state": 29}, torn)
+                 (*files(".mp3", ".mp4"), *NEIGHBOURS), requests(".mp3", ".mp4") + of_neighbours(FOLDER_COVER, SUBTITLE, SIDECAR, COMPANION), content,
+                 {"photo_image": 13, "photo_share": 8, "covers": 5, "file_state": 30}, torn)
 
 
 RULES = {"appliance": appliance, "complete": complete}
