@@ -27,8 +27,14 @@ bool AreInOneDirectory(std::string_view path, std::string_view other) {
     return path.substr(0, path.rfind('/')) == other.substr(0, other.rfind('/'));
 }
 
+// The cover of another directory is another one, also where it looks like the one before.
+void FolderCoverForget(std::string *stamp) {
+    if (FileStampIsFolderCover(FileStampCover(*stamp)))
+        stamp->resize(stamp->size() - FileStampCover(*stamp).size());
+}
+
 // The stamp of a file that has moved: the time of its status is another one, and the number counts as it did. What lies beside
-// it is looked at with the file; the cover of another directory is another one, also where it looks like the one before.
+// it is looked at with the file.
 std::string MovedStamp(const std::string &before, const struct stat &status, bool in_place) {
     const FileStampWords then = FileStampWordsOf(before);
     const std::string own = FileStampOf(status);
@@ -36,9 +42,23 @@ std::string MovedStamp(const std::string &before, const struct stat &status, boo
     std::string stamp(now.age);
     stamp.append(now.changed).append(" ").append(FileStampCountsNumber(before) ? now.number : then.number);
     stamp.append(" ").append(then.reading).append(then.beside);
-    if (!in_place && FileStampIsFolderCover(FileStampCover(before)))
-        stamp.resize(stamp.size() - FileStampCover(before).size());
+    if (!in_place)
+        FolderCoverForget(&stamp);
     return stamp;
+}
+
+// Moves the row, with what it has from the file's name. `create_time` may be empty: then it stays.
+int FileMoved(const char *new_path, const char *old_path, const char *create_time, const std::string &stamp) {
+    const FromName from_name = FromNameOf(stamp);
+    const MediaInfo before = DefaultsOf(old_path);
+    const MediaInfo after = DefaultsOf(new_path);
+    return MediaFileMove(new_path, old_path,
+                         {.old_title = from_name.title ? before.title : "",
+                          .new_title = after.title,
+                          .old_album = from_name.album ? before.album : "",
+                          .new_album = after.album,
+                          .create_time = create_time,
+                          .stamp = stamp});
 }
 
 } // namespace
@@ -52,19 +72,20 @@ int MovedFileKeep(const char *new_path, const char *old_path) {
     if (known != 1 || stat(new_path, &status) != 0 || !S_ISREG(status.st_mode) ||
         !FileStampHoldsMoved(state.stamp, FileStampOf(status)))
         return known < 0 ? -1 : 0;
-    const FromName from_name = FromNameOf(state.stamp);
-    const MediaInfo before = DefaultsOf(old_path);
-    const MediaInfo after = DefaultsOf(new_path);
     char create_time[kMediaTimeSize];
     VELUIndexTimeText(status.st_ctim.tv_sec, create_time, sizeof create_time);
     const std::string stamp = MovedStamp(state.stamp, status, AreInOneDirectory(new_path, old_path));
-    const MediaMoved moved = {.old_title = from_name.title ? before.title : "",
-                              .new_title = after.title,
-                              .old_album = from_name.album ? before.album : "",
-                              .new_album = after.album,
-                              .create_time = create_time,
-                              .stamp = stamp};
-    return MediaFileMove(new_path, old_path, moved) == 0 ? 1 : -1;
+    return FileMoved(new_path, old_path, create_time, stamp) == 0 ? 1 : -1;
+}
+
+int MovedUnseenKeep(const std::string &new_path, const std::string &old_path) {
+    FileState state;
+    const int known = FileStateOf(old_path.c_str(), &state);
+    if (known != 1)
+        return known < 0 ? -1 : MovedTreeKeep(new_path, old_path);
+    if (!AreInOneDirectory(new_path, old_path))
+        FolderCoverForget(&state.stamp);
+    return FileMoved(new_path.c_str(), old_path.c_str(), "", state.stamp);
 }
 
 int MovedTreeKeep(const std::string &new_path, const std::string &old_path) {

@@ -14,3 +14,7 @@ int MovedTreeKeep(const std::string &new_path, const std::string &old_path);
 
 // Has the album of files right in a directory, where it was made from the directory's name, follow the new name. Likewise.
 int MovedAlbumKeep(const std::string &new_path, const std::string &old_path);
+
+// Moves the rows of a file or a tree that cannot be looked at, or is no more, where it is to be: of a file, what it has from its
+// name follows the name. Likewise.
+int MovedUnseenKeep(const std::string &new_path, const std::string &old_path);

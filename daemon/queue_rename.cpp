@@ -139,7 +139,7 @@ bool RowsMove(const char *new_path, const char *old_path) {
         return true;
     }
     moved_to.push_back(to);
-    return MovedTreeKeep(to, from) == 0;
+    return MovedUnseenKeep(to, from) == 0;
 }
 
 // Removes the media rows under a directory whose files are gone, or moves them.

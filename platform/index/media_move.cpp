@@ -160,7 +160,7 @@ int MediaFileMove(const char *new_path, const char *old_path, const MediaMoved &
                                        TextValue(moved.new_title),
                                        TextValueOrNull(moved.old_album),
                                        TextValue(moved.new_album),
-                                       TextValue(moved.create_time),
+                                       TextValueOrNull(moved.create_time),
                                        TextValue(from)};
     std::vector<VELUDBValue> state = {TextValue(to), TextValue(covered ? moved.stamp : "")};
     std::vector<StoreWrite> writes;

@@ -24,7 +24,7 @@ struct MediaMoved {
     std::string_view new_title = {};
     std::string_view old_album = {}; // likewise
     std::string_view new_album = {};
-    std::string_view create_time = {}; // the time of the file's status now
+    std::string_view create_time = {}; // the time of the file's status now; empty: it stays
     std::string_view stamp = {};       // by which the file counts as unchanged now
 };
 

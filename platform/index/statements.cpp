@@ -298,7 +298,8 @@ std::string StatementText(int statement) {
     case StoreOperation::moveMediaFile:
         return "update " + table +
                " set path = $1, title = case when title = $2 then $3 else title end, "
-               "album = case when album = $4 then $5 else album end, create_time = $6 where path = $7";
+               "album = case when album = $4 then $5 else album end, create_time = coalesce($6, create_time) "
+               "where path = $7";
     case StoreOperation::renameMediaAlbum:
         return RenameMediaAlbumText(table);
     case StoreOperation::stampState:

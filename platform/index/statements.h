@@ -46,8 +46,8 @@ enum class StoreOperation : int {
     statesInRange, // from, before, how many: path, stamp and trouble
     copyStates,    // new path, old path, old path, from, before: when they were added goes to new paths
     displaceMedia, // of a media table: new path, old path, old path, from, before: what is in the way of a tree that moves
-    moveMedia,     // likewise: the rows of the tree itself
-    moveMediaFile, // of a media table: new path, old and new title, old and new album, time of status, old path
+    moveMedia, // likewise: the rows of the tree itself
+    moveMediaFile, // of a media table: new path, old and new title, old and new album, time of status or null, old path
     renameMediaAlbum,   // of a media table: new album, from, before, old album, the directory with its slash
     stampState,         // path, stamp
     removeLostStates,   // those of files without a row

@@ -56,13 +56,20 @@ void KnownSave(const std::string &path, const std::string &title, const std::str
     InRun([&] { EXPECT_EQ(MediaInfoDBSaveFile(kind, &record, {.stamp = stamp, .facts = kFacts}), 0); });
 }
 
-void Do(const std::string &line) {
-    QueueRequest request;
-    ASSERT_TRUE(QueueLineParse(line, request)) << line;
+// In one run.
+void Do(const Texts &lines) {
     InRun([&] {
-        QueueRequestExecute(request);
+        for (const std::string &line : lines) {
+            QueueRequest request;
+            ASSERT_TRUE(QueueLineParse(line, request)) << line;
+            QueueRequestExecute(request);
+        }
         RenamesSettle();
     });
+}
+
+void Do(const std::string &line) {
+    Do(Texts{line});
 }
 
 // Has the one stamp of this revision of the readers be of an older one.
@@ -332,6 +339,24 @@ TEST_F(CompleteChanges, OfATreeThatIsThereAgainWhatHasMovedTakesItsRowsAlong) {
                      new_tree + "/Kept", old_tree, old_tree + "/Kept"}));
 }
 
+// At the next rename a file is gone from where the one before has brought it.
+TEST_F(CompleteChanges, WhatCameFromANameFollowsTheLastOfManyRenames) {
+    const Texts places = {kSong, "/volume1/music/A/first.mp3", "/volume1/music/B/second.mp3",
+                          "/volume1/music/B/third.mp3", "/volume1/music/C/last.mp3"};
+    FileWrite(kSong, "title another");
+    KnownSave(kSong, "song", "A", "TA");
+    fs::create_directories("/volume1/music/C");
+    fs::rename(kSong, places.back());
+    Texts lines;
+    for (size_t i = 1; i < places.size(); ++i)
+        lines.push_back("N:" + places[i] + ":" + places[i - 1]);
+    Do(lines);
+    EXPECT_EQ(MediaPaths("music"), Texts{places.back()});
+    EXPECT_EQ(Title("music", places.back()), "last");
+    EXPECT_EQ(MediaRow("music", places.back())["album"], "C");
+    EXPECT_EQ(StateField(places.back(), "stamp"), StampNow(places.back()) + "TA");
+}
+
 // The disk is further on than the requests.
 TEST_F(CompleteChanges, RenamesInARowAreFollowed) {
     const std::string last = "/volume1/music/C/last.mp3";
@@ -341,46 +366,36 @@ TEST_F(CompleteChanges, RenamesInARowAreFollowed) {
     fs::create_directories("/volume1/music/C");
     fs::rename(kSong, last);
     fs::remove("/volume1/music/A");
-    const auto requests = [&](const Texts &lines) {
-        InRun([&] {
-            for (const std::string &line : lines) {
-                QueueRequest request;
-                ASSERT_TRUE(QueueLineParse(line, request));
-                QueueRequestExecute(request);
-            }
-            RenamesSettle();
-        });
-    };
     const Texts lines = {"N:/volume1/music/B:/volume1/music/A",
                          "N:/volume1/music/B/next.mp3:/volume1/music/B/song.mp3",
                          "N:" + last + ":/volume1/music/B/next.mp3"};
-    requests(lines);
+    Do(lines);
     EXPECT_EQ(MediaPaths("music"), Texts{last});
     EXPECT_EQ(Title("music", last), "as it was");
     EXPECT_EQ(StateField(last, "id"), id);
-    requests(lines);
+    Do(lines);
     EXPECT_EQ(StateField(last, "id"), id);
     // By then another thing is where it began.
     FileWrite("/volume1/music/C/deep/more.mp3", "title more");
     KnownSave("/volume1/music/C/deep/more.mp3", "as it was");
     fs::rename("/volume1/music/C", "/volume1/music/E");
     FileWrite("/volume1/music/C/came.mp3", "title came");
-    requests({"N:/volume1/music/D:/volume1/music/C", "a:/volume1/music/C/came.mp3",
-              "N:/volume1/music/E:/volume1/music/D"});
+    Do({"N:/volume1/music/D:/volume1/music/C", "a:/volume1/music/C/came.mp3",
+        "N:/volume1/music/E:/volume1/music/D"});
     EXPECT_EQ(MediaPaths("music"), (Texts{"/volume1/music/C/came.mp3", "/volume1/music/E/deep/more.mp3",
                                           "/volume1/music/E/last.mp3"}));
     EXPECT_EQ(StateField("/volume1/music/E/last.mp3", "id"), id);
     EXPECT_EQ(Title("music", "/volume1/music/E/deep/more.mp3"), "as it was");
     EXPECT_EQ(MediaPaths("directory"), (Texts{"/volume1/music/E", "/volume1/music/E/deep"}));
-    requests({"N:/volume1/music/none:/volume1/music/E"});
+    Do("N:/volume1/music/none:/volume1/music/E");
     EXPECT_EQ(StateField("/volume1/music/E/last.mp3", "id"), id) << "it has not moved";
     fs::remove_all("/volume1/music/C");
-    requests({"D:/volume1/music/C"});
+    Do("D:/volume1/music/C");
     fs::rename("/volume1/music/E", "/volume1/music/C");
-    requests({"N:/volume1/music/C:/volume1/music/E"});
+    Do("N:/volume1/music/C:/volume1/music/E");
     // And where it ends nowhere.
     fs::remove_all("/volume1/music/C");
-    requests({"N:/volume1/music/D:/volume1/music/C"});
+    Do("N:/volume1/music/D:/volume1/music/C");
     EXPECT_EQ(MediaPaths("music"), Texts{});
 }
 
