@@ -79,11 +79,7 @@ def test_sigterm_in_the_middle_of_a_run_removes_the_pid_file(box):
         box.write(f"/volume1/music/{number}.pcm")
     box.start()
     box.queue("A:/volume1/music")
-    box.signal()
-    assert box.box.ask("kill_when", pid=box.pid, number=int(signal.SIGTERM), path=WORKING_COPY, delay=0.002,
-                       timeout=30)["sent"]
-    box.wait_gone()
-    box.pid = 0
+    box.kill_in_run(0.002, signal.SIGTERM)
     assert not box.exists(PID_FILE)
 
 
