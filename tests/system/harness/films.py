@@ -5,9 +5,9 @@ the codecs that people have in it.
 Each codec is encoded once, two seconds of it; the files are put together from those without encoding anew.
 """
 import json
-import subprocess
 from concurrent.futures import ThreadPoolExecutor
 
+from harness import started
 from harness.film_patches import dolby_vision, dynamic_hdr10
 from harness.limits import LIMITS
 from harness.media import TOGETHER_MAX, ffmpeg, ffmpeg_together
@@ -351,7 +351,7 @@ def encode(folder):
 def ask(path):
     """What ffprobe says of a film, and whether its first frames have dynamic metadata."""
     def probe(*words):
-        return subprocess.run(["ffprobe", "-v", "quiet", *words, path], capture_output=True, check=True).stdout
+        return started.said("ffprobe", "-v", "quiet", *words, path)
 
     told = json.loads(probe("-of", "json", "-show_format", "-show_streams", "-show_chapters"))
     if any(stream.get("color_transfer") == "smpte2084" for stream in told["streams"]):

@@ -3,19 +3,24 @@
 import os
 import subprocess
 
+from harness import started
+
 
 class MediaError(Exception):
     """An encoder failed."""
 
 
 def call(*arguments):
-    done = subprocess.run(arguments, stdin=subprocess.DEVNULL, capture_output=True, check=False)
+    _succeeded(subprocess.run(arguments, stdin=subprocess.DEVNULL, capture_output=True, check=False))
+
+
+def _succeeded(done):
     if done.returncode:
-        raise MediaError(f"{arguments[0]}: {done.stderr.decode(errors='replace')[-500:]}")
+        raise MediaError(f"{done.args[0]}: {done.stderr.decode(errors='replace')[-500:]}")
 
 
 def ffmpeg(*arguments):
-    call("ffmpeg", "-nostdin", "-loglevel", "error", "-y", *arguments)
+    _succeeded(started.run("ffmpeg", "-nostdin", "-loglevel", "error", "-y", *arguments))
 
 
 # Each start of ffmpeg loads two hundred libraries, which takes longer than to write a small file.

@@ -7,7 +7,7 @@ import shutil
 import struct
 import subprocess
 
-from harness import media
+from harness import media, started
 from harness.encoded import encoded
 from harness.sandbox import TREE
 
@@ -109,14 +109,13 @@ def dump(kind_or_format, path, charset="", picture=None):
 
 def ffprobe(path):
     """The first stream of sound and the container, as ffprobe tells them."""
-    done = subprocess.run(["ffprobe", "-v", "error", "-of", "json", "-select_streams", "a:0", "-show_streams", "-show_format",
-                           str(path)], capture_output=True, check=True)
-    found = json.loads(done.stdout)
+    found = json.loads(started.said("ffprobe", "-v", "error", "-of", "json", "-select_streams", "a:0", "-show_streams",
+                                    "-show_format", path))
     return found["streams"][0], found["format"]
 
 
 def ffprobe_packets(path, field="size"):
     """The sum over the packets of sound: of "size" in bytes, of "duration_time" in seconds."""
-    done = subprocess.run(["ffprobe", "-v", "error", "-of", "csv=p=0", "-select_streams", "a:0", "-show_entries",
-                           f"packet={field}", str(path)], capture_output=True, check=True)
-    return sum(float(one.strip(b",")) for one in done.stdout.split())
+    packets = started.said("ffprobe", "-v", "error", "-of", "csv=p=0", "-select_streams", "a:0", "-show_entries",
+                           f"packet={field}", path)
+    return sum(float(one.strip(b",")) for one in packets.split())
