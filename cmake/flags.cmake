@@ -8,6 +8,14 @@
 define_property(TARGET PROPERTY VELU_UNOPTIMISED INHERITED)
 define_property(TARGET PROPERTY VELU_UNJUDGED)
 set(velu_unoptimised -O0)
+
+# To optimise what the sanitizers add to a library takes longer than it runs in all tests. None of these is fuzzed.
+function(velu_unfuzzed)
+    if(VELU_SANITIZE)
+        set_target_properties(${ARGV} PROPERTIES VELU_UNOPTIMISED ON)
+    endif()
+endfunction()
+
 if(VELU_SANITIZE)
     list(APPEND velu_unoptimised $<IF:$<BOOL:$<TARGET_PROPERTY:VELU_UNJUDGED>>,-g0,-g1>)
 elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
