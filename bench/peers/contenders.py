@@ -8,7 +8,7 @@ import sqlite3
 import subprocess
 import tempfile
 
-from corpus import OF_TODAY, music_files, without_webm
+from corpus import OF_TODAY, music_files, without_newer
 
 TREE = pathlib.Path(__file__).resolve().parents[2]
 MEASURE = pathlib.Path(__file__).resolve().with_name("measure.py")
@@ -137,7 +137,7 @@ class Velu(Contender):
         return count(root / "var/lib/velu/mediaserver.db", f"select {media}")
 
     def expected(self, kind, files):
-        return files if self.rules == "complete" else without_webm(kind, files)
+        return files if self.rules == "complete" else without_newer(kind, files)
 
 
 class Minidlna(Contender):
@@ -160,7 +160,7 @@ class Minidlna(Contender):
 
     @staticmethod
     def expected(kind, files):
-        return without_webm(kind, files)
+        return without_newer(kind, files)
 
 
 class Mpd(Contender):

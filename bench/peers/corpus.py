@@ -6,11 +6,14 @@ import sys
 
 from mutagen.flac import FLAC
 from mutagen.id3 import APIC, ID3, TALB, TCON, TDRC, TIT2, TPE1, TRCK
+from mutagen.mp4 import MP4
+from mutagen.oggopus import OggOpus
+from mutagen.oggvorbis import OggVorbis
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests/system"))
 from harness import media, raws  # noqa: E402
 
-KINDS = ("mp3", "mp3-cover", "mp3-long", "flac", "photo", "photo-heic", "photo-raw", "film", "mixed")
+KINDS = ("mp3", "mp3-cover", "mp3-long", "flac", "sound", "photo", "photo-heic", "photo-raw", "film", "mixed")
 # Which the peers do not know, nor the rules `appliance` all of them.
 OF_TODAY = ("photo-heic", "photo-raw")
 FILES_OF_A_FOLDER = 16
@@ -22,6 +25,9 @@ DATE = b"2009:03:07 08:09:10"
 
 # Of twenty files of the mixed tree: music mostly, with a cover here and there, photos, a few of other formats.
 MIX = ("mp3",) * 8 + ("mp3-cover",) * 2 + ("flac",) * 3 + ("photo",) * 5 + ("m4a",) + ("avi",)
+
+# Other music, in turn.
+SOUND = {"ogg": ("-c:a", "libvorbis"), "opus": ("-c:a", "libopus"), "m4a": ("-c:a", "aac")}
 
 # Films as people have them, short: what a header says of them all that is wanted.
 FILM_SECONDS = 5
@@ -77,6 +83,9 @@ def make_bases(folder):
     media.audio(f"{folder}/base.m4a", music[0], title=TITLE.decode())
     media.clip(f"{folder}/base.avi", "-c:v", "mpeg4", "-c:a", "mp3", title=TITLE.decode())
     bases["m4a"], bases["avi"] = [f"{folder}/base.m4a"], [f"{folder}/base.avi"]
+    for name, options in SOUND.items():
+        media.ffmpeg("-i", music[0], *options, f"{folder}/sound.{name}")
+        bases[f"sound.{name}"] = [f"{folder}/sound.{name}"]
     for name, options in FILMS.items():
         film = f"{folder}/film.{name}"
         media.ffmpeg(*FILM_PICTURE, *options, "-metadata", f"title={TITLE.decode()}", film)
@@ -99,12 +108,21 @@ def write_mp3(path, number, base, cover):
     tag.save(path, v2_version=3)
 
 
-def write_flac(path, number, base):
+def write_comments(path, number, base, form):
     path.write_bytes(base)
-    file = FLAC(path)
+    file = form(path)
     file.update({"title": f"Title {number:06}", "artist": f"Artist {number // 192:04}", "genre": "Jazz",
                  "album": f"Album {number // FILES_OF_A_FOLDER:05}", "date": str(1960 + number % 60),
                  "tracknumber": str(number % FILES_OF_A_FOLDER + 1)})
+    file.save()
+
+
+def write_items(path, number, base):
+    path.write_bytes(base)
+    file = MP4(path)
+    file.update({"\xa9nam": f"Title {number:06}", "\xa9ART": f"Artist {number // 192:04}", "\xa9gen": "Jazz",
+                 "\xa9alb": f"Album {number // FILES_OF_A_FOLDER:05}", "\xa9day": str(1960 + number % 60),
+                 "trkn": [(number % FILES_OF_A_FOLDER + 1, FILES_OF_A_FOLDER)]})
     file.save()
 
 
@@ -115,16 +133,22 @@ def write_photo(path, number, base):
     path.write_bytes(base.replace(DATE, date.encode()) + raws.box(b"free", f"{number:08}".encode()))
 
 
+# Forms with such comments, and what writes them.
+COMMENTS = {"flac": FLAC, "sound.ogg": OggVorbis, "sound.opus": OggOpus}
+
+
 def write_file(folder, number, form, bases):
     choice = bases["mp3" if form == "mp3-cover" else form]
     base = choice[number % len(choice)]
     extension = {"mp3-cover": "mp3", "mp3-long": "mp3", "photo": "jpg", "photo-heic": "heic", "photo-raw": "cr2"}.get(
-        form, form.removeprefix("film."))
+        form, form.split(".")[-1])
     path = folder / f"{number:06}.{extension}"
     if form.startswith("mp3"):
         write_mp3(path, number, base, bases["cover"][number % 3] if form == "mp3-cover" else None)
-    elif form == "flac":
-        write_flac(path, number, base)
+    elif form in COMMENTS:
+        write_comments(path, number, base, COMMENTS[form])
+    elif form == "sound.m4a":
+        write_items(path, number, base)
     elif form.startswith("photo"):
         write_photo(path, number, base)
     else:
@@ -134,6 +158,8 @@ def write_file(folder, number, form, bases):
 def form_of(kind, number):
     if kind == "film":
         return f"film.{list(FILMS)[number % len(FILMS)]}"
+    if kind == "sound":
+        return f"sound.{list(SOUND)[number % len(SOUND)]}"
     return MIX[number * 7 % len(MIX)] if kind == "mixed" else kind
 
 
@@ -143,12 +169,12 @@ def folder_of(number):
 
 def music_files(kind, files):
     """How many of a corpus are music, and so of a music player's concern."""
-    return sum(form_of(kind, number).startswith(("mp3", "flac", "m4a")) for number in range(files))
+    return sum(form_of(kind, number).startswith(("mp3", "flac", "m4a", "sound")) for number in range(files))
 
 
-def without_webm(kind, files):
-    """How many of a corpus those index that do not know WebM."""
-    return sum(form_of(kind, number) != "film.webm" for number in range(files))
+def without_newer(kind, files):
+    """How many of a corpus those index that know neither WebM nor Opus."""
+    return sum(form_of(kind, number) not in ("film.webm", "sound.opus") for number in range(files))
 
 
 class Corpora:
