@@ -65,6 +65,13 @@ void UnitAddAll(Unit *unit, StoreOperation operation, std::string_view path,
     }
 }
 
+void UnitAddFacts(Unit *unit, std::string_view path, std::span<const FileFact> facts) {
+    if (facts.size() <= kFewFacts)
+        UnitAddAll(unit, StoreOperation::saveFewFacts, path, facts, kFewFacts, kFactColumns, FactPut);
+    else
+        UnitAddAll(unit, StoreOperation::saveFacts, path, facts, kFactsAtOnce, kFactColumns, FactPut);
+}
+
 // Facts are kept by the numbers of their names. A name is written before the unit in which it comes first: what
 // undoes the unit leaves the name.
 bool NamesAdd(std::span<const FileFact> facts) {
@@ -93,7 +100,7 @@ Unit UnitOf(int kind, const MediaRow &row, std::string_view path, const std::str
             {TextValue(path), TextValue(findings.stamp), TextValue(now), TextValue(findings.trouble),
              TextValueOrNull(folded_name)});
     UnitAdd(&unit, StoreOperation::removeFacts, {TextValue(path)});
-    UnitAddAll(&unit, StoreOperation::saveFacts, path, findings.facts, kFactsAtOnce, kFactColumns, FactPut);
+    UnitAddFacts(&unit, path, findings.facts);
     if (kind != kMediaPlaylist)
         return unit;
     UnitAdd(&unit, StoreOperation::removeEntries, {TextValue(path)});
@@ -133,7 +140,7 @@ int FileFactsReplace(const char *path, std::span<const std::string_view> names,
     UnitAdd(&unit, StoreOperation::saveTrouble, {TextValue(path), TextValue(stamp), TextValue("")});
     for (const std::string_view name : names)
         UnitAdd(&unit, StoreOperation::removeFactsOf, {TextValue(path), TextValue(name)});
-    UnitAddAll(&unit, StoreOperation::saveFacts, path, facts, kFactsAtOnce, kFactColumns, FactPut);
+    UnitAddFacts(&unit, path, facts);
     const int saved = NamesAdd(facts) ? RunWriteUnit(Catalogue::media, unit.writes) : -1;
     return scope.Finish(saved < 0 ? -1 : 0);
 }

@@ -89,13 +89,14 @@ constexpr char kSaveState[] =
     "on conflict (path) do update set stamp = excluded.stamp, trouble = excluded.trouble, "
     "folded_name = excluded.folded_name";
 
-// What fills up a statement has neither name nor position.
-std::string SaveFactsText() {
+// What fills up a statement has neither name nor position. The file is looked for once, not for each fact.
+std::string SaveFactsText(size_t count) {
+    const std::string file = "(select id from file_state where path = $1)";
     return "insert into file_fact (file, name, position, value, folded) "
-           "select s.id, n.id, cast(v.column2 as integer), v.column3, v.column4 "
-           "from (select id from file_state where path = $1) as s, " +
-           ValuesText(kFactsAtOnce, kFactColumns, 1) +
-           ", fact_name n where n.name = v.column1 on conflict (file, name, position) do nothing";
+           "select " +
+           file + ", n.id, cast(v.column2 as integer), v.column3, v.column4 from " +
+           ValuesText(count, kFactColumns, 1) + " cross join fact_name n where n.name = v.column1 and " +
+           file + " is not null on conflict (file, name, position) do nothing";
 }
 
 std::string SaveEntriesText() {
@@ -276,7 +277,9 @@ std::string StatementText(int statement) {
         return "delete from file_fact where file = (select id from file_state where path = $1) "
                "and name = (select id from fact_name where name = $2)";
     case StoreOperation::saveFacts:
-        return SaveFactsText();
+        return SaveFactsText(kFactsAtOnce);
+    case StoreOperation::saveFewFacts:
+        return SaveFactsText(kFewFacts);
     case StoreOperation::addFactName:
         return "insert into fact_name (name) values ($1) on conflict (name) do nothing";
     case StoreOperation::removeEntries:

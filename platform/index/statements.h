@@ -39,6 +39,7 @@ enum class StoreOperation : int {
     removeFacts,   // path
     removeFactsOf, // path, name
     saveFacts,     // path; name, position, value, folded value or null: kFactsAtOnce of them, or null
+    saveFewFacts,  // likewise kFewFacts of them
     addFactName,   // name
     removeEntries, // path
     saveEntries, // path; position, target, written or null, found, folded name or null: kEntriesAtOnce of them, or null
@@ -78,6 +79,9 @@ inline constexpr size_t kMarkedAtOnce = 200;
 // The values of a list's element and how many of them go in one statement: most files have some twenty facts.
 inline constexpr size_t kFactColumns = 4;
 inline constexpr size_t kFactsAtOnce = 24;
+
+// Most songs have no more, and what fills up the other statement costs them as much as an index does.
+inline constexpr size_t kFewFacts = 8;
 inline constexpr size_t kEntryColumns = 5;
 inline constexpr size_t kResolvedColumns = 4;
 inline constexpr size_t kEntriesAtOnce = 50;
