@@ -139,9 +139,42 @@ bool IsKept(const std::vector<FileRow> &rows, const FileReport &report, const ch
     return true;
 }
 
+// What the names of files beside one say of it.
+struct NamedFacts {
+    std::string_view name;
+    const std::vector<std::string> *values;
+};
+
+std::vector<NamedFacts> NamesBeside(const ReaderUse &use, const FileReport &report) {
+    std::vector<NamedFacts> all;
+    if (use.companions)
+        all.push_back({kCompanionFact, &report.companions});
+    if (use.subtitles)
+        all.push_back({kSubtitleFact, &report.subtitles});
+    return all;
+}
+
+int NamesSave(const std::vector<NamedFacts> &beside, const char *path, std::string_view stamp) {
+    FactRows known;
+    std::vector<std::string_view> names;
+    for (const NamedFacts &facts : beside) {
+        FactRowsAdd(&known, facts.name, *facts.values);
+        names.push_back(facts.name);
+    }
+    return FileFactsReplace(path, names, known.facts, stamp);
+}
+
+// True when that is what the catalogue has.
+bool AreInStep(const std::vector<NamedFacts> &beside, const char *path) {
+    return std::ranges::all_of(beside, [&](const NamedFacts &facts) {
+        std::vector<std::string> values;
+        return FileFactsOf(path, facts.name, &values) == 0 && values == *facts.values;
+    });
+}
+
 // Notes what is known of a file that could not be read, and gives it a row by its name where it has none of its age. What
 // happens at once may happen again: that its last change is recent does not count against it here.
-int UnreadSave(MediaKind named, const FileReport &report, const char *path,
+int UnreadSave(const ReaderUse &use, MediaKind named, const FileReport &report, const char *path,
                const std::vector<FileRow> &rows) {
     FileState before;
     if (FileStateOf(path, &before) < 0)
@@ -154,28 +187,20 @@ int UnreadSave(MediaKind named, const FileReport &report, const char *path,
     if (!HasRowOfItsAge(rows, before, report.status))
         return RowSave(named, report, path, rows, trouble.empty() ? std::string() : stamp, trouble);
     MediaSweepKeep(path);
-    return trouble.empty()
-               ? 0
-               : FileTroubleSave(path, WholeStamp(stamp, FromNameOf(before.stamp), report, cover), trouble);
+    const std::string whole = WholeStamp(stamp, FromNameOf(before.stamp), report, cover);
+    const std::vector<NamedFacts> beside = NamesBeside(use, report);
+    if (!AreInStep(beside, path) && NamesSave(beside, path, trouble.empty() ? before.stamp : whole) != 0)
+        return -1;
+    return trouble.empty() ? 0 : FileTroubleSave(path, whole, trouble);
 }
 
 // Brings a row in step with the names of what lies beside its file, which is not opened for that.
 int NeighboursSave(const ReaderUse &use, const FileReport &report, const char *path) {
-    FactRows known;
-    std::vector<std::string_view> names;
-    if (use.companions) {
-        FactRowsAdd(&known, kCompanionFact, report.companions);
-        names.push_back(kCompanionFact);
-    }
-    if (use.subtitles) {
-        FactRowsAdd(&known, kSubtitleFact, report.subtitles);
-        names.push_back(kSubtitleFact);
-    }
     const std::string &before = report.known.stamp;
     std::string stamp = before.substr(0, before.size() - FileStampWordsOf(before).beside.size());
     stamp.append(FileStampNames(stamp + report.beside)).append(FileStampCover(before));
     MediaSweepKeep(path);
-    return FileFactsReplace(path, names, known.facts, stamp);
+    return NamesSave(NamesBeside(use, report), path, stamp);
 }
 
 } // namespace
@@ -207,7 +232,7 @@ int ByReaderAdd(const ByReader &by, MediaKind named, const char *path) {
     if (report.beside_unseen && IsKept(rows, report, path))
         return 0;
     if (!read)
-        return UnreadSave(named, report, path, rows) == 0 ? unread : -1;
+        return UnreadSave(by.use, named, report, path, rows) == 0 ? unread : -1;
     // Storage that gives a file another number at each look keeps none.
     if (FileStampHolds(report.known.stamp, stamp) == StampHolds::numbers)
         stamp = FileStampWithoutNumber(stamp);

@@ -71,6 +71,9 @@ int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &f
 int FileFactsReplace(const char *path, std::span<const std::string_view> names,
                      std::span<const FileFact> facts, std::string_view stamp);
 
+// Reads the values of the facts that a file has of a name, in their order; none of a catalogue without these tables.
+int FileFactsOf(const char *path, std::string_view name, std::vector<std::string> *values);
+
 // Keeps a file's row and facts, and notes why it could not be read when it had that stamp; where the catalogue has these tables.
 int FileTroubleSave(const char *path, std::string_view stamp, std::string_view trouble);
 

@@ -88,6 +88,21 @@ int FileStateOf(const char *path, FileState *state) {
     return scope.Finish(there ? 1 : 0);
 }
 
+int FileFactsOf(const char *path, std::string_view name, std::vector<std::string> *values) {
+    values->clear();
+    RunScope scope;
+    if (SessionLacksFiles())
+        return scope.Finish(0);
+    const std::string key = path;
+    const ResultHandle found =
+        RunRead(Catalogue::media, StatementOf(StoreOperation::factsOf), {TextValue(key), TextValue(name)});
+    if (found == nullptr)
+        return scope.Finish(-1);
+    for (int row = -1; VELUDBFetchRow(found.get(), &row) == 0;)
+        values->emplace_back(VELUDBFetchText(found.get(), row, "value"));
+    return scope.Finish(0);
+}
+
 int FileRowsOf(const char *path, std::vector<FileRow> *rows) {
     RunScope scope;
     const std::string key = path;

@@ -286,6 +286,8 @@ std::string StatementText(int statement) {
         return "delete from file_entry where file = (select id from file_state where path = $1)";
     case StoreOperation::saveEntries:
         return SaveEntriesText();
+    case StoreOperation::factsOf:
+        return "select value from fact where path = $1 and name = $2 order by position";
     case StoreOperation::stateOf:
         return "select stamp, trouble from file_state where path = $1";
     case StoreOperation::statesInRange:

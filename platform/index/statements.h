@@ -43,6 +43,7 @@ enum class StoreOperation : int {
     addFactName,   // name
     removeEntries, // path
     saveEntries, // path; position, target, written or null, found, folded name or null: kEntriesAtOnce of them, or null
+    factsOf,       // path, name
     stateOf,       // path
     statesInRange, // from, before, how many: path, stamp and trouble
     copyStates,    // new path, old path, old path, from, before: when they were added goes to new paths

@@ -280,6 +280,30 @@ TEST_F(CompleteCompanions, OfAFilmStandBesideItsSubtitles) {
     EXPECT_TRUE(AreAsTheyWere({kFilm}, "video"));
 }
 
+TEST_F(CompleteCompanions, FollowFilesThatCannotBeRead) {
+    reader_programs[1] = "/none"; // as on a machine without the package of films
+    FileWrite(kFilm, "film F");
+    FileWrite(kRaw, "crash");
+    for (const char *line : {"A:/volume1/photo", "R:photo"}) {
+        FileWrite(kJpeg, "camera J");
+        Do(line);
+        EXPECT_EQ(CompanionsIn(kFilm), (Paths{kRaw, kJpeg}));
+        EXPECT_EQ(CompanionsIn(kRaw), (Paths{kJpeg, kFilm}));
+        FileWrite(kPhotos + "/IMG_1.srt", "text");
+        fs::remove(kJpeg);
+        Do(line);
+        EXPECT_EQ(CompanionsIn(kFilm), Paths{kRaw});
+        EXPECT_EQ(CompanionsIn(kRaw), Paths{kFilm});
+        EXPECT_EQ(FactsNamed(kFilm, "subtitle"), Paths{kPhotos + "/IMG_1.srt"});
+    }
+    FileWrite(kJpeg, "camera J");
+    Do("a:" + kJpeg);
+    EXPECT_EQ(CompanionsIn(kFilm), (Paths{kRaw, kJpeg}));
+    EXPECT_EQ(CompanionsIn(kRaw), (Paths{kJpeg, kFilm}));
+    EXPECT_NE(MediaRow("file_state", kRaw)["trouble"], "");
+    EXPECT_EQ(StampOf(kFilm), "");
+}
+
 TEST_F(CompleteCompanions, OfABurstFollowTheOneThatIsShown) {
     const auto path = [](int number, const char *mark = "") {
         return kPhotos + "/X_BURST00" + std::to_string(number) + mark + ".jpg";

@@ -237,7 +237,14 @@ TEST_P(FileState_, FactsOfANameAreReplacedWithTheStamp) {
         [&] { EXPECT_EQ(FileFactsReplace(kStoredSong.c_str(), names, std::span(facts).last(1), "3"), 0); });
     EXPECT_EQ(Facts(), "artist/0=ABBA<abba|artist/1=b<b|subtitle/1=/b.srt</b.srt");
     EXPECT_EQ(Field("stamp"), "3");
-    Complete([&] { EXPECT_EQ(FileFactsReplace("/none", names, facts, "3"), 0); });
+    std::vector<std::string> values = {"before"};
+    Complete([&] {
+        EXPECT_EQ(FileFactsReplace("/none", names, facts, "3"), 0);
+        EXPECT_EQ(FileFactsOf("/none", "artist", &values), 0);
+        EXPECT_TRUE(values.empty());
+        EXPECT_EQ(FileFactsOf(kStoredSong.c_str(), "artist", &values), 0);
+    });
+    EXPECT_EQ(values, (std::vector<std::string>{"ABBA", "b"}));
     EXPECT_EQ(Peer().Count("file_state"), 1);
 }
 
