@@ -246,6 +246,12 @@ def test_its_user_runs_it_after_restarts_and_kills(machine):
     assert is_done_by_its_user(machine, "4.mp3")
 
 
+def test_quick_restarts_lock_nobody_out(machine):
+    for _ in range(8):
+        machine.run("systemctl", "restart", "veluindexd")
+    assert is_active(machine) == "active"
+
+
 def test_its_user_runs_it_after_a_reboot(machine):
     ask_for(machine, "5.mp3")
     machine.halt()
