@@ -110,3 +110,18 @@ def test_they_follow_what_a_watcher_sees(box, contents):
     assert companions(box) == {f"{PHOTO}/trip/other.jpg": [f"{PHOTO}/trip/other.MOV"], f"{PHOTO}/trip/other.MOV": [f"{PHOTO}/trip/other.jpg"]}
     check_equal(box)
     watcher.stop()
+
+
+def test_names_are_bytes(box, contents):
+    """As an old client has written them: no UTF-8, and what a database takes for its own."""
+    stems = ("caf\xe9", "it's \\x41 %s", "\xff")
+    pairs = [[f"{PHOTO}/d\xe9j\xe0/{stem}.{extension}" for extension in ("CR2", "JPG")] for stem in stems]
+    box.mkdir(f"{PHOTO}/d\xe9j\xe0".encode("latin-1"))
+    for path in [path for pair in pairs for path in pair]:
+        with open(box.box.path(path.encode("latin-1")), "wb") as file:
+            file.write(contents[path[-4:].lower()])
+    box.start()
+    box.index(f"A:{PHOTO}")
+    assert set(box.paths("photo")) == {path for pair in pairs for path in pair}
+    found = {row["path"]: row["value"] for row in box.rows("fact") if row["name"] == "companion"}
+    assert found == {path: other for pair in pairs for path, other in (pair, reversed(pair))}
