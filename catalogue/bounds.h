@@ -29,10 +29,10 @@ inline constexpr size_t kSubtitleNamesMax = 1024;
 inline constexpr size_t kSubtitleDirectories = 4;
 
 // Bytes of names of a directory that are compared to tell which pictures and films were taken together: 150,000 names as cameras
-// give them. Directories of which these are kept, the one that a walk is in and the one above. And how many names are compared for
+// give them. Directories of which these are kept, for those with photos behind sub-directories. And how many names are compared for
 // one file: the longest burst of a phone has 100 pictures.
 inline constexpr size_t kCompanionBytesMax = size_t{2} << 20;
-inline constexpr size_t kCompanionDirectories = 2;
+inline constexpr size_t kCompanionDirectories = 4;
 inline constexpr size_t kCompanionsMax = 256;
 
 // Pictures of a directory that may be its cover and are looked at, those that count most: a name may be written in hundreds of ways,

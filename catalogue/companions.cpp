@@ -11,6 +11,7 @@
 
 #include "catalogue/bounds.h"
 #include "catalogue/companion_names.h"
+#include "catalogue/sidecars.h"
 #include "daemon/walk_rules.h"
 #include "platform/file.h"
 #include "platform/hash.h"
@@ -42,12 +43,14 @@ std::tuple<bool, std::string_view> RankOf(const CompanionName &name, std::string
 
 // Calls `take` for each entry that may be taken with others, with the name taken apart, as long as there is room for the names.
 template <typename Take>
-void EntriesTake(const DirHandle &open, bool *unseen, Take take) {
+void EntriesTake(const DirHandle &open, Directory *of, Take take) {
     size_t bytes = 0;
-    while (const dirent *entry = DirectoryNext(open, unseen)) {
+    while (const dirent *entry = DirectoryNext(open, &of->unseen)) {
         const std::string_view name = entry->d_name;
-        if (CompanionKindOf(name) == CompanionKind::none || entry->d_type == DT_DIR ||
-            IsNameLeftOut(ActiveWalkRules().index, name) || name.size() >= kCompanionBytesMax - bytes)
+        const bool may_be = CompanionKindOf(name) != CompanionKind::none;
+        of->sidecars = of->sidecars || (!may_be && IsSidecar(name));
+        if (!may_be || entry->d_type == DT_DIR || IsNameLeftOut(ActiveWalkRules().index, name) ||
+            name.size() >= kCompanionBytesMax - bytes)
             continue;
         bytes += name.size() + 1;
         take(name, CompanionNameOf(name));
@@ -55,9 +58,9 @@ void EntriesTake(const DirHandle &open, bool *unseen, Take take) {
 }
 
 // Returns what several names of a directory share, in order.
-std::vector<uint32_t> SharedRead(const DirHandle &open, bool *unseen) {
+std::vector<uint32_t> SharedRead(const DirHandle &open, Directory *of) {
     std::vector<uint32_t> all;
-    EntriesTake(open, unseen, [&](std::string_view, const CompanionName &name) {
+    EntriesTake(open, of, [&](std::string_view, const CompanionName &name) {
         all.push_back(SharedHash(name.stem));
         if (!name.series.empty())
             all.push_back(SeriesHash(name.series));
@@ -80,7 +83,7 @@ void NamesTake(const DirHandle &open, const std::vector<uint32_t> *shared, Direc
     const auto is_kept = [&](uint32_t hash) {
         return shared == nullptr || std::ranges::binary_search(*shared, hash);
     };
-    EntriesTake(open, &of->unseen, [&](std::string_view name, const CompanionName &parts) {
+    EntriesTake(open, of, [&](std::string_view name, const CompanionName &parts) {
         const auto at = static_cast<uint32_t>(of->names.size());
         const size_t before = of->places.size();
         if (const uint32_t stem = SharedHash(parts.stem); is_kept(stem))
@@ -105,7 +108,7 @@ void NamesRead(Directory *of, bool whole) {
         NamesTake(open, nullptr, of);
         return;
     }
-    const std::vector<uint32_t> shared = SharedRead(open, &of->unseen);
+    const std::vector<uint32_t> shared = SharedRead(open, of);
     if (shared.empty()) // as in most directories
         return;
     rewinddir(open.get());
@@ -176,4 +179,9 @@ std::vector<std::string> CompanionsOf(KnownCompanions *known, const std::string 
     for (std::string &one : found)
         one.insert(0, of.path + '/');
     return found;
+}
+
+bool MayHaveSidecars(KnownCompanions *known, const std::string &path) {
+    const Directory &of = DirectoryOf(known, path.substr(0, path.rfind('/')), true);
+    return of.sidecars || of.unseen;
 }

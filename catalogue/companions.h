@@ -23,8 +23,9 @@ struct KnownCompanions {
         NamesAge age = {};
         std::string names = {}; // of files that were taken with others, each with a zero behind it
         std::vector<Place> places = {};
-        bool whole = false;  // names that share nothing with others so far are there, too
-        bool unseen = false; // there may be more
+        bool whole = false;    // names that share nothing with others so far are there, too
+        bool sidecars = false; // there are some, of any file
+        bool unseen = false;   // there may be more
         bool walked = false;
     };
     std::list<Directory> directories = {}; // the last one first
@@ -35,3 +36,7 @@ struct KnownCompanions {
 // directory is looked at once, because others of it will follow. `unseen` becomes true when there may be more of them.
 std::vector<std::string> CompanionsOf(KnownCompanions *known, const std::string &path, bool ahead,
                                       bool *unseen);
+
+// False for a file that is there and has no sidecars for certain (catalogue/sidecars). Its directory is looked at once, and for
+// both, because others of it will follow.
+[[nodiscard]] bool MayHaveSidecars(KnownCompanions *known, const std::string &path);

@@ -61,7 +61,6 @@ struct FileReaders {
     bool running = false; // with what was configured when the run began
     bool told[kReaderKinds] = {};
     KnownFiles known;
-    SidecarFolders sidecars;
     KnownCompanions companions;
     KnownSubtitles subtitles;
     FolderCovers folder_covers;
@@ -122,8 +121,8 @@ void BesideLook(FileReaders *of, const ReaderUse &use, bool ahead, HandedOver *e
         entry->companions = CompanionsOf(&of->companions, entry->path, ahead, &entry->beside_unseen);
         entry->beside += FileStampCompanions(entry->companions);
     }
-    if (use.sidecars) {
-        file->companions = SidecarsOpen(&of->sidecars, entry->path, ahead, &entry->beside_unseen);
+    if (use.sidecars && (!ahead || MayHaveSidecars(&of->companions, entry->path))) {
+        file->companions = SidecarsOpen(entry->path, &entry->beside_unseen);
         for (const FdHandle &sidecar : file->companions)
             entry->beside += FileStampBeside(sidecar);
     }
@@ -287,7 +286,6 @@ void FilesKnownForget() {
     if (!readers)
         return;
     readers->known = {};
-    readers->sidecars = {};
     readers->companions = {};
     readers->subtitles = {};
     readers->folder_covers = {};

@@ -7,33 +7,14 @@
 
 #include <algorithm>
 
-#include "catalogue/bounds.h"
 #include "daemon/walk_rules.h"
 #include "platform/file.h"
 #include "platform/path.h"
-#include "platform/recent.h"
 
 namespace {
 
 constexpr std::string_view kExtension = ".xmp";
 static_assert(kExtension.substr(1) == kSidecarExtension);
-
-// A directory that cannot be read may have some.
-bool HasSidecars(const std::string &folder) {
-    const DirHandle entries(opendir(folder.empty() ? "/" : folder.c_str()));
-    if (entries == nullptr)
-        return true;
-    while (const dirent *entry = readdir(entries.get())) {
-        if (IsSidecar(entry->d_name))
-            return true;
-    }
-    return false;
-}
-
-bool HasSidecarsKnown(SidecarFolders *known, const std::string &folder) {
-    const auto look = [](const std::string &path) { return SidecarFolders::Folder{path, HasSidecars(path)}; };
-    return RecentOf(&known->folders, &SidecarFolders::Folder::path, folder, kKnownDirectories, look).has;
-}
 
 // In whatever case the extension is written.
 FdHandle SidecarOpen(const std::string &stem, bool *unseen) {
@@ -77,12 +58,11 @@ std::vector<std::string> PhotosOf(const std::string &sidecar) {
     return photos;
 }
 
-std::vector<FdHandle> SidecarsOpen(SidecarFolders *known, const std::string &photo, bool ahead,
-                                   bool *unseen) {
+std::vector<FdHandle> SidecarsOpen(const std::string &photo, bool *unseen) {
     const size_t slash = photo.rfind('/');
     const size_t dot = photo.rfind('.');
     std::vector<FdHandle> sidecars;
-    if (slash == std::string::npos || (ahead && !HasSidecarsKnown(known, photo.substr(0, slash))))
+    if (slash == std::string::npos)
         return sidecars;
     if (FdHandle own = SidecarOpen(photo, unseen); own)
         sidecars.push_back(std::move(own));

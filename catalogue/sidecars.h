@@ -6,21 +6,11 @@
 // darktable and Lightroom read it so.
 #pragma once
 
-#include <list>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/handle.h"
-
-// Whether a directory has any, of those that were asked about last.
-struct SidecarFolders {
-    struct Folder {
-        std::string path;
-        bool has = false; // or may have
-    };
-    std::list<Folder> folders = {}; // the last one first
-};
 
 // True for the name of one.
 [[nodiscard]] bool IsSidecar(std::string_view name);
@@ -28,7 +18,5 @@ struct SidecarFolders {
 // Returns the paths of what may be the photos of a sidecar, sorted.
 std::vector<std::string> PhotosOf(const std::string &sidecar);
 
-// Opens those of a photo, the one that counts more first. With `ahead` its directory is looked through once, because others of
-// it will follow.
-// `unseen` becomes true when there may be one that cannot be opened.
-std::vector<FdHandle> SidecarsOpen(SidecarFolders *known, const std::string &photo, bool ahead, bool *unseen);
+// Opens those of a photo, the one that counts more first. `unseen` becomes true when there may be one that cannot be opened.
+std::vector<FdHandle> SidecarsOpen(const std::string &photo, bool *unseen);

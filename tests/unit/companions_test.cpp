@@ -117,6 +117,22 @@ TEST_F(Companions, OfWhatIsNotThereAreAskedForAlone) {
     EXPECT_EQ(Of("a.cr2", &known, false), Names{"a.jpg"});
 }
 
+TEST_F(Companions, AreLookedForTogetherWithSidecars) {
+    Write({"a.jpg", "b.png"});
+    const auto may_have = [](KnownCompanions *known) { return MayHaveSidecars(known, kFolder + "/b.png"); };
+    KnownCompanions known;
+    EXPECT_FALSE(may_have(&known));
+    Write({"x.Xmp"});
+    EXPECT_FALSE(may_have(&known)) << "once in a walk";
+    KnownCompanions next;
+    EXPECT_EQ(Of("a.jpg", &next, true), Names());
+    EXPECT_TRUE(may_have(&next));
+    KnownCompanions failing;
+    fs::remove(kFolder + "/x.Xmp");
+    ReaddirFailAt("a.jpg", EIO);
+    EXPECT_TRUE(may_have(&failing)) << "for all that can be told";
+}
+
 TEST_F(Companions, AreReadAnewWhenTheDirectoryHasChanged) {
     Write({"a.jpg", "a.cr2", "b.jpg"});
     KnownCompanions known;
