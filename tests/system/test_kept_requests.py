@@ -43,12 +43,22 @@ def done(daemon):
     return not any(map(daemon.exists, (QUEUE, WORKING_COPY, KEPT)))
 
 
-@pytest.fixture
-def library(placed):
-    """A running daemon with two files, whose catalogues are there."""
+def with_files(placed):
     write(placed, SONG, PICTURE)
     placed.index("R:all", "R:photo")
     return placed
+
+
+@pytest.fixture
+def library(placed):
+    """A running daemon with two files, whose catalogues are there."""
+    return with_files(placed)
+
+
+@pytest.fixture
+def slow_library(make_placed):
+    """The same; its next attempt comes a second after a run, for tests that look at one run by itself."""
+    return with_files(make_placed(speed=10).start())
 
 
 # --- what is kept and what is not
@@ -158,17 +168,17 @@ def test_the_working_copy_goes_only_when_the_kept_lines_are_on_disk(library):
 
 @pytest.mark.parametrize("call, code", [("open", errno.EROFS), ("write", errno.ENOSPC), ("sync", errno.EIO),
                                         ("rename", errno.EACCES)], ids=["open", "write", "sync", "rename"])
-def test_a_kept_file_that_cannot_be_written_leaves_the_working_copy(library, call, code):
-    write(library, f"{PHOTO}/b.jpg", f"{MUSIC}/b.pcm")
-    with store_fault(library, "locked", PHOTO_STORE):
-        library.places.set(Rule(call, KEPT if call == "rename" else f"{KEPT}.new", code))
-        lines = library.index(f"a:{PHOTO}/b.jpg", f"a:{MUSIC}/b.pcm")
-        assert library.lines(WORKING_COPY) == [f"a:{PHOTO}/b.jpg", f"a:{MUSIC}/b.pcm"]
+def test_a_kept_file_that_cannot_be_written_leaves_the_working_copy(slow_library, call, code):
+    write(slow_library, f"{PHOTO}/b.jpg", f"{MUSIC}/b.pcm")
+    with store_fault(slow_library, "locked", PHOTO_STORE):
+        slow_library.places.set(Rule(call, KEPT if call == "rename" else f"{KEPT}.new", code))
+        lines = slow_library.index(f"a:{PHOTO}/b.jpg", f"a:{MUSIC}/b.pcm")
+        assert slow_library.lines(WORKING_COPY) == [f"a:{PHOTO}/b.jpg", f"a:{MUSIC}/b.pcm"]
         assert sum(KEPT in line for line in lines) == 1
-        assert f"{MUSIC}/b.pcm" in library.paths("music")
-    library.places.clear()
-    library.wait_done()
-    assert "b.jpg" in pictures(library)
+        assert f"{MUSIC}/b.pcm" in slow_library.paths("music")
+    slow_library.places.clear()
+    slow_library.wait_done()
+    assert "b.jpg" in pictures(slow_library)
 
 
 def test_a_kept_file_that_was_torn_or_damaged_costs_the_damaged_lines_alone(library):
