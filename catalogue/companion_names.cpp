@@ -45,7 +45,7 @@ constexpr uint32_t Packed(std::string_view extension) {
     if (extension.size() > sizeof packed)
         return 0;
     for (const char byte : extension)
-        packed = packed << 8 | static_cast<uint8_t>(byte >= 'A' && byte <= 'Z' ? byte - 'A' + 'a' : byte);
+        packed = packed << 8 | static_cast<uint8_t>(Lower(byte));
     return packed;
 }
 

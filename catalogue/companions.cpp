@@ -28,7 +28,7 @@ constexpr char kSeriesMark = '/';
 
 uint32_t SharedHash(std::string_view text, uint64_t hash = kHashStart) {
     for (const char byte : text)
-        hash = HashByte(hash, byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte);
+        hash = HashByte(hash, Lower(byte));
     return static_cast<uint32_t>(hash ^ hash >> 32);
 }
 

@@ -20,6 +20,7 @@
 #include "catalogue/sidecars.h"
 #include "catalogue/subtitles.h"
 #include "platform/file.h"
+#include "platform/letters.h"
 #include "platform/module.h"
 #include "platform/rule_set.h"
 #include "platform/veluindex.h"
@@ -92,9 +93,7 @@ std::string ExtensionOf(const char *path) {
     std::string lower(extension != nullptr ? extension : "");
     if (lower.size() >= kReaderExtensionSize)
         return {};
-    std::ranges::transform(lower, lower.begin(), [](char byte) {
-        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-    });
+    std::ranges::transform(lower, lower.begin(), Lower);
     return lower;
 }
 

@@ -11,6 +11,11 @@
     return byte >= '0' && byte <= '9';
 }
 
+// The small letter of a capital one; of all else the byte itself.
+[[nodiscard]] constexpr char Lower(char byte) {
+    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+}
+
 // Without regard to the case of ASCII.
 inline bool IsSame(std::string_view text, std::string_view other) {
     return text.size() == other.size() && strncasecmp(text.data(), other.data(), text.size()) == 0;

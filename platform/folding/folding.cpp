@@ -9,6 +9,7 @@
 #include <array>
 #include <vector>
 
+#include "platform/letters.h"
 #include "platform/utf8.h"
 
 namespace {
@@ -64,10 +65,6 @@ bool IsAscii(char byte) {
     return static_cast<uint8_t>(byte) < 0x80;
 }
 
-char AsciiFolded(char byte) {
-    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-}
-
 // Text with other characters than those of ASCII.
 std::string LettersFolded(std::string_view text, size_t most) {
     std::vector<utf8proc_int32_t> folded;
@@ -112,7 +109,7 @@ std::string TextFolded(std::string_view text, size_t most) {
         text.begin(), text.begin() + static_cast<ptrdiff_t>(std::min(text.size(), most)), IsAscii);
     const auto plain = static_cast<size_t>(end - text.begin());
     std::string folded(plain, '\0');
-    std::transform(text.begin(), end, folded.begin(), AsciiFolded);
+    std::transform(text.begin(), end, folded.begin(), Lower);
     if (plain < text.size() && plain < most)
         folded += LettersFolded(text.substr(plain), most - plain);
     folded.resize(Utf8Front(folded, most).size());

@@ -9,6 +9,8 @@
 #include <span>
 #include <string_view>
 
+#include "platform/letters.h"
+
 namespace {
 
 using Extensions = std::span<const std::string_view>;
@@ -29,12 +31,8 @@ constexpr std::string_view kVideo[] = {"avi",  "mpg", "mpeg", "dat",  "asf", "wm
                                        "srt",  "ass", "ssa",  "idx",  "sub", "smi", "psb",    "trp",  "tp"};
 
 // strcasecmp goes by the process's locale, extensions by ASCII alone.
-char FoldCase(char byte) {
-    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-}
-
 bool SameExtension(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, {}, FoldCase, FoldCase);
+    return std::ranges::equal(a, b, {}, Lower, Lower);
 }
 
 int IsOneOf(Extensions extensions, const char *extension) {

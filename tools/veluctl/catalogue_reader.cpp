@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+#include "platform/letters.h"
 #include "platform/own_group.h"
 #include "platform/path.h"
 #include "platform/veluindex.h"
@@ -28,9 +29,7 @@ struct Query {
 };
 
 std::string LikePattern(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char byte) {
-        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-    });
+    std::ranges::transform(text, text.begin(), Lower);
     std::string escaped(2 * text.size() + 1, '\0');
     const int length = VELUDBEscapeBackslash(escaped.data(), escaped.size(), text.c_str());
     escaped.resize(length > 0 ? static_cast<size_t>(length) : 0);

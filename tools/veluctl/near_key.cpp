@@ -4,14 +4,12 @@
 #include <algorithm>
 #include <vector>
 
+#include "platform/letters.h"
+
 namespace {
 
 // One slip in so many letters: another program's key of the same length differs in more.
 constexpr size_t kLettersPerSlip = 4;
-
-char Lower(char byte) {
-    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-}
 
 size_t Difference(size_t one, size_t other) {
     return one > other ? one - other : other - one;

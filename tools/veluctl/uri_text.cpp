@@ -5,6 +5,7 @@
 #include <charconv>
 #include <string_view>
 
+#include "platform/letters.h"
 #include "platform/veludb.h"
 
 namespace {
@@ -22,7 +23,7 @@ std::string Plain(std::string_view text) {
             std::from_chars(text.data() + 1, text.data() + 3, byte, 16).ptr == text.data() + 3)
             length = 3;
         text.remove_prefix(length);
-        plain += static_cast<char>(byte >= 'A' && byte <= 'Z' ? byte - 'A' + 'a' : byte);
+        plain += Lower(static_cast<char>(byte));
     }
     return plain;
 }
