@@ -105,11 +105,12 @@ void TreeAdd(const char *path) {
     if (IsInPlaceOfStorage(path) || IsLeftOutForgotten(path) || !IsListedName(path))
         return;
     IndexDirWalk(path, kIndexAdd, kWalkBoth);
-    if (!IsDirExist(path))
+    if (!IsDirExist(path)) {
         BesideUpdate(path);
+        return;
+    }
     const std::string tree = RowPathOf(path);
-    if (IsInPhotoLibrary(path) && IsDirExist(path) &&
-        StorageAwayIn(tree, CatalogueKnows) != std::vector<std::string>{tree}) {
+    if (IsInPhotoLibrary(path) && StorageAwayIn(tree, CatalogueKnows) != std::vector<std::string>{tree}) {
         PhotoShareFsCheck();
         PhotoShareTreeAdd(AlbumPathOf(path).c_str());
     }
