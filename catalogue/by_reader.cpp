@@ -154,14 +154,15 @@ std::vector<NamedFacts> NamesBeside(const ReaderUse &use, const FileReport &repo
     return all;
 }
 
-int NamesSave(const std::vector<NamedFacts> &beside, const char *path, std::string_view stamp) {
+int NamesSave(const std::vector<NamedFacts> &beside, const char *path, std::string_view stamp,
+              std::string_view trouble) {
     FactRows known;
     std::vector<std::string_view> names;
     for (const NamedFacts &facts : beside) {
         FactRowsAdd(&known, facts.name, *facts.values);
         names.push_back(facts.name);
     }
-    return FileFactsReplace(path, names, known.facts, stamp);
+    return FileFactsReplace(path, names, known.facts, stamp, trouble);
 }
 
 // True when that is what the catalogue has.
@@ -189,8 +190,8 @@ int UnreadSave(const ReaderUse &use, MediaKind named, const FileReport &report, 
     MediaSweepKeep(path);
     const std::string whole = WholeStamp(stamp, FromNameOf(before.stamp), report, cover);
     const std::vector<NamedFacts> beside = NamesBeside(use, report);
-    if (!AreInStep(beside, path) && NamesSave(beside, path, trouble.empty() ? before.stamp : whole) != 0)
-        return -1;
+    if (!AreInStep(beside, path)) // in one: with this stamp and no trouble it would count as read
+        return NamesSave(beside, path, trouble.empty() ? before.stamp : whole, trouble);
     return trouble.empty() ? 0 : FileTroubleSave(path, whole, trouble);
 }
 
@@ -200,7 +201,7 @@ int NeighboursSave(const ReaderUse &use, const FileReport &report, const char *p
     std::string stamp = before.substr(0, before.size() - FileStampWordsOf(before).beside.size());
     stamp.append(FileStampNames(stamp + report.beside)).append(FileStampCover(before));
     MediaSweepKeep(path);
-    return NamesSave(NamesBeside(use, report), path, stamp);
+    return NamesSave(NamesBeside(use, report), path, stamp, {});
 }
 
 } // namespace

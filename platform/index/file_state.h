@@ -66,10 +66,10 @@ int FileNamesFold();
 // nothing of it; when the file was first catalogued stays.
 int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &findings);
 
-// Keeps a file's row and other facts, and has these in the place of those of some names, with the stamp that the file has by then;
-// where the catalogue has these tables.
+// Keeps a file's row and other facts, and has these in the place of those of some names, with the stamp that the file has by then
+// and why it could not be read, if that is so; where the catalogue has these tables.
 int FileFactsReplace(const char *path, std::span<const std::string_view> names,
-                     std::span<const FileFact> facts, std::string_view stamp);
+                     std::span<const FileFact> facts, std::string_view stamp, std::string_view trouble = {});
 
 // Reads the values of the facts that a file has of a name, in their order; none of a catalogue without these tables.
 int FileFactsOf(const char *path, std::string_view name, std::vector<std::string> *values);

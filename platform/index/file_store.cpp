@@ -132,12 +132,12 @@ int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &f
 }
 
 int FileFactsReplace(const char *path, std::span<const std::string_view> names,
-                     std::span<const FileFact> facts, std::string_view stamp) {
+                     std::span<const FileFact> facts, std::string_view stamp, std::string_view trouble) {
     RunScope scope;
     if (SessionLacksFiles())
         return scope.Finish(0);
     Unit unit;
-    UnitAdd(&unit, StoreOperation::saveTrouble, {TextValue(path), TextValue(stamp), TextValue("")});
+    UnitAdd(&unit, StoreOperation::saveTrouble, {TextValue(path), TextValue(stamp), TextValue(trouble)});
     for (const std::string_view name : names)
         UnitAdd(&unit, StoreOperation::removeFactsOf, {TextValue(path), TextValue(name)});
     UnitAddFacts(&unit, path, facts);
