@@ -12,6 +12,9 @@ from harness.watcher import Watcher, check_equal
 PHOTO = "/volume1/photo"
 RAW, JPEG, FILM = (f"{PHOTO}/trip/IMG_1.{extension}" for extension in ("CR2", "JPG", "MOV"))
 
+# What a reader may take, a film's too on a machine that does much else, is long enough at this speed.
+SPEED = 20
+
 
 @pytest.fixture(scope="module", name="contents")
 def real_contents(tmp_path_factory):
@@ -26,7 +29,7 @@ def real_contents(tmp_path_factory):
 
 @pytest.fixture(name="box")
 def complete_daemon(make_daemon):
-    daemon = make_daemon(speed=500)
+    daemon = make_daemon(speed=SPEED)
     daemon.configure(rules="complete")
     return daemon
 

@@ -25,7 +25,7 @@ def complete_box(make_daemon):
 
 @pytest.fixture(name="running")
 def complete_daemon(make_daemon):
-    daemon = make_daemon(speed=500)
+    daemon = make_daemon()
     daemon.configure(rules="complete")
     return daemon.start()
 
