@@ -24,13 +24,6 @@ constexpr uint32_t kEventParseFailed = 0x11B00510;
 constexpr int kEventClass = 2;
 constexpr int kEventLevel = 3;
 
-// Counts a file that no indexer takes.
-void UnindexedCount(const char *path) {
-    const char *extension = VELUIndexExtGet(path);
-    const LeftOut why = extension != nullptr ? ExtensionLeftOut(extension) : LeftOut::nothing;
-    LeftOutCount(LeftOutCounted(), why != LeftOut::nothing ? why : LeftOut::unknown);
-}
-
 // A file that no indexer takes may have a row all the same, from other rules or another program. The row of one that is still
 // there stays.
 bool UnindexedRemove(const char *path) {
@@ -49,8 +42,16 @@ const IndexHandler *IndexHandlerOf(const char *path) {
     return extension != nullptr ? IndexHandlerFind(extension) : nullptr;
 }
 
+LeftOut FileLeftOut(const char *path) {
+    if (IndexHandlerOf(path) != nullptr)
+        return IsIndexedBaseName(path) ? LeftOut::nothing : LeftOut::hidden;
+    const char *extension = VELUIndexExtGet(path);
+    const LeftOut why = extension != nullptr ? ExtensionLeftOut(extension) : LeftOut::nothing;
+    return why != LeftOut::nothing ? why : LeftOut::unknown;
+}
+
 bool IsIndexedPath(const char *path) {
-    return IndexHandlerOf(path) != nullptr && IsIndexedBaseName(path);
+    return FileLeftOut(path) == LeftOut::nothing;
 }
 
 bool IsLeftOutPath(const char *path) {
@@ -101,7 +102,7 @@ int IndexFileAdd(const char *path, int mode) {
     }
     const IndexHandler *handler = IndexHandlerOf(path);
     if (handler == nullptr && mode == kIndexAdd)
-        UnindexedCount(path);
+        LeftOutCount(LeftOutCounted(), FileLeftOut(path));
     if (handler == nullptr && mode == kIndexRemove && !UnindexedRemove(path))
         return -1;
     if (handler == nullptr)

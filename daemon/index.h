@@ -6,6 +6,7 @@
 
 #include "catalogue/file_readers.h"
 #include "catalogue/indexers.h"
+#include "daemon/walk_rules.h"
 #include "platform/veluindex.h"
 
 struct IndexHandler {
@@ -30,6 +31,9 @@ const IndexHandler *IndexHandlerOf(const char *path);
 // True when the rules leave out a path that a request names: a walk from its share would not come to it. It is
 // counted.
 [[nodiscard]] bool IsLeftOutPath(const char *path);
+
+// Returns why no indexer takes a file, by its name; nothing when one does.
+LeftOut FileLeftOut(const char *path);
 
 // True for the path of a file that an add hands to an indexer.
 [[nodiscard]] bool IsIndexedPath(const char *path);

@@ -34,6 +34,10 @@ LeftOutCounts *LeftOutCounted() {
     return RuleSetActive() == RuleSet::complete ? &counted : nullptr;
 }
 
+const char *LeftOutWords(LeftOut why) {
+    return kWords[static_cast<size_t>(why)];
+}
+
 void LeftOutTell() {
     std::string told;
     for (size_t why = 0; why < counted.size(); ++why) {

@@ -8,5 +8,8 @@
 // Returns where that is counted; null by the appliance's rules, which tell nothing of it.
 LeftOutCounts *LeftOutCounted();
 
+// Returns what is left out for a reason, in words that stand behind a number.
+const char *LeftOutWords(LeftOut why);
+
 // Says it in one line, unless it is nothing, and begins anew.
 void LeftOutTell();

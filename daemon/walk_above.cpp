@@ -35,21 +35,23 @@ bool IsMarked(const NameRules &rules, std::string_view directory) {
 
 } // namespace
 
-LeftOut PathLeftOut(const NameRules &rules, std::string_view path, bool is_directory, IgnoreRules *ignore) {
-    if (!rules.down_to)
-        return LeftOut::nothing;
+LeftOutAt WalkLeftOut(const NameRules &rules, std::string_view path, bool is_directory, IgnoreRules *ignore) {
     path = PathWithoutEndSlashes(path);
     for (size_t end = ShareLength(path);;) {
         if (IsMarked(rules, path.substr(0, end)))
-            return LeftOut::marked;
+            return {LeftOut::marked, end};
         if (end == path.size())
-            return LeftOut::nothing;
+            return {};
         IgnoreEnter(ignore, rules.ignore, path.substr(0, end));
         const size_t begin = end + 1;
         end = std::min(path.find('/', begin), path.size());
         if (const LeftOut why = NameLeftOut(rules, path.substr(begin, end - begin)); why != LeftOut::nothing)
-            return why;
+            return {why, end};
         if (IsIgnored(*ignore, path.substr(0, end), is_directory || end < path.size()))
-            return LeftOut::ignored;
+            return {LeftOut::ignored, end};
     }
+}
+
+LeftOut PathLeftOut(const NameRules &rules, std::string_view path, bool is_directory, IgnoreRules *ignore) {
+    return rules.down_to ? WalkLeftOut(rules, path, is_directory, ignore).why : LeftOut::nothing;
 }

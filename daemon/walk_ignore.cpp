@@ -136,6 +136,15 @@ bool TextRead(const std::string &path, std::string *text, bool *whole) {
     return failure == 0;
 }
 
+// The last pattern that matches; null when none does.
+const IgnorePattern *LastMatch(const std::vector<IgnorePattern> &patterns, std::string_view path,
+                               bool is_directory) {
+    const auto found = std::find_if(patterns.rbegin(), patterns.rend(), [&](const IgnorePattern &pattern) {
+        return (is_directory || !pattern.directories) && IgnoreMatches(pattern, path);
+    });
+    return found != patterns.rend() ? &*found : nullptr;
+}
+
 } // namespace
 
 std::vector<IgnorePattern> IgnorePatternsOf(std::string_view text, size_t most, bool *whole) {
@@ -144,9 +153,9 @@ std::vector<IgnorePattern> IgnorePatternsOf(std::string_view text, size_t most, 
     bool all = true;
     if (text.starts_with(kByteOrderMark))
         text.remove_prefix(kByteOrderMark.size());
-    while (!text.empty()) {
+    for (size_t number = 1; !text.empty(); ++number) {
         const std::string_view line = PartTake(&text, '\n');
-        IgnorePattern pattern;
+        IgnorePattern pattern = {.line = number};
         if (!PatternRead(line, &pattern))
             continue;
         if (pattern.text.size() > kIgnorePatternMax || patterns.size() >= most)
@@ -193,17 +202,20 @@ void IgnoreLeave(IgnoreRules *rules, size_t directory_size) {
 
 std::optional<bool> IgnoreVerdict(const std::vector<IgnorePattern> &patterns, std::string_view path,
                                   bool is_directory) {
-    const auto found = std::find_if(patterns.rbegin(), patterns.rend(), [&](const IgnorePattern &pattern) {
-        return (is_directory || !pattern.directories) && IgnoreMatches(pattern, path);
-    });
-    return found != patterns.rend() ? std::optional(!found->takes_back) : std::nullopt;
+    const IgnorePattern *found = LastMatch(patterns, path, is_directory);
+    return found != nullptr ? std::optional(!found->takes_back) : std::nullopt;
+}
+
+IgnoreDecision IgnoreDecide(const IgnoreRules &rules, std::string_view path, bool is_directory) {
+    for (auto file = rules.files.rbegin(); file != rules.files.rend(); ++file) {
+        const size_t size = file->directory_size;
+        if (const auto *found = LastMatch(file->patterns, path.substr(size + 1), is_directory))
+            return {found, size};
+    }
+    return {};
 }
 
 bool IsIgnored(const IgnoreRules &rules, std::string_view path, bool is_directory) {
-    for (auto file = rules.files.rbegin(); file != rules.files.rend(); ++file) {
-        const auto said = IgnoreVerdict(file->patterns, path.substr(file->directory_size + 1), is_directory);
-        if (said)
-            return *said;
-    }
-    return false;
+    const IgnorePattern *pattern = IgnoreDecide(rules, path, is_directory).pattern;
+    return pattern != nullptr && !pattern->takes_back;
 }

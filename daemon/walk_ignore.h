@@ -16,10 +16,11 @@
 #include <vector>
 
 struct IgnorePattern {
-    std::string text;         // as written, less what the others say
+    std::string text = {};    // as written, less what the others say
     bool is_path = false;     // from the file's directory on, not an entry's name
     bool directories = false; // nothing else
     bool takes_back = false;
+    size_t line = 0; // of its file, the first is 1
 };
 
 // The files on the way to where a walk is, the outermost first.
@@ -48,5 +49,14 @@ void IgnoreLeave(IgnoreRules *rules, size_t directory_size);
 std::optional<bool> IgnoreVerdict(const std::vector<IgnorePattern> &patterns, std::string_view path,
                                   bool is_directory);
 
-// True when the patterns leave an entry out, whose path lies below all their directories.
+// The pattern that decides about an entry, and the bytes of its directory's path; null: none matches.
+struct IgnoreDecision {
+    const IgnorePattern *pattern = nullptr;
+    size_t directory_size = 0;
+};
+
+// Returns what decides about an entry, whose path lies below the directories of all patterns.
+IgnoreDecision IgnoreDecide(const IgnoreRules &rules, std::string_view path, bool is_directory);
+
+// True when the patterns leave it out.
 [[nodiscard]] bool IsIgnored(const IgnoreRules &rules, std::string_view path, bool is_directory);

@@ -38,6 +38,15 @@ std::string Times(const std::string &text, size_t count) {
 
 } // namespace
 
+TEST(WalkIgnore, ThePatternThatDecidesKnowsItsLine) {
+    const IgnoreRules rules = Rules("# of no use\n*.mp3\n\n!keep.mp3\n*.tmp\n");
+    EXPECT_EQ(IgnoreDecide(rules, "/m/a.mp3", false).pattern->line, 2u);
+    EXPECT_EQ(IgnoreDecide(rules, "/m/keep.mp3", false).pattern->line, 4u);
+    EXPECT_EQ(IgnoreDecide(rules, "/m/x/a.tmp", false).pattern->line, 5u);
+    EXPECT_EQ(IgnoreDecide(rules, "/m/x/a.tmp", false).directory_size, 2u);
+    EXPECT_EQ(IgnoreDecide(rules, "/m/a.ogg", false).pattern, nullptr);
+}
+
 TEST(WalkIgnore, PatternsMatchAsGitHasThem) {
     const struct {
         const char *pattern;
