@@ -167,6 +167,8 @@ std::vector<ProgramCommand> LooksMake(Options *options) {
             ListOptions(options)),
         LookMake("show", "Show all that is catalogued of one file or directory", ShowCommand,
                  {Needed("path", "PATH", "The file or directory", &options->path)}, {json}),
+        LookMake("why", "Tell whether a path is in the catalogue and as what, or what keeps it out",
+                 WhyCommand, {Needed("path", "PATH", "The file or directory", &options->path)}, {json}),
         LookMake("dump", "Show what each reader sees in a file, without touching the catalogue", DumpCommand,
                  {Needed("file", "FILE", "The file", &options->path)},
                  {{.letter = 'a',

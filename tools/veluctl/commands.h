@@ -17,4 +17,5 @@ ExitCode DumpCommand(const Options &options);
 ExitCode CheckCommand(const Options &options);
 ExitCode ConfigCommand(const Options &options);
 ExitCode ReportCommand(const Options &options);
+ExitCode WhyCommand(const Options &options);
 ExitCode ForgetCommand(const Options &options);

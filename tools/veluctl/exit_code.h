@@ -12,7 +12,8 @@ enum ExitCode : int {
     kNotRunning = 5,
     kUnreachable = 6,
     kNotFinished = 7,
-    kFailed = 8
+    kFailed = 8,
+    kNotCatalogued = 9
 };
 
 struct ExitCodeText {
@@ -23,7 +24,7 @@ struct ExitCodeText {
 // For the help and the manual.
 inline constexpr ExitCodeText kExitCodes[] = {
     {kDone, "Done; nothing wrong was found."},
-    {kFound, "check or config found something wrong, or list, find, show or dump found nothing."},
+    {kFound, "check or config found something wrong, or list, find, show, why or dump found nothing."},
     {kUsage, "The command line was wrong."},
     {kRefused, "A path was refused; nothing was queued."},
     {kNoRights, "The queue may not be written, or the daemon not be signalled, by this user."},
@@ -31,4 +32,6 @@ inline constexpr ExitCodeText kExitCodes[] = {
     {kUnreachable, "A catalogue cannot be reached."},
     {kNotFinished, "The run did not end within the time of --timeout, or the daemon ended before it."},
     {kFailed, "Something else failed: a full disk, no memory."},
+    {kNotCatalogued, "The run of add --wait has ended, and something that was asked for is not in the "
+                     "catalogue or could not be read."},
 };

@@ -12,7 +12,7 @@
 
 struct Options {
     std::vector<std::string> paths; // add, remove
-    std::string path;               // show, dump, report, forget
+    std::string path;               // show, why, dump, report, forget
     std::string new_path;
     std::string old_path;
     std::string what;  // reindex, refresh, config

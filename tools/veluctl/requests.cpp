@@ -8,7 +8,9 @@
 #include <fstream>
 #include <iostream>
 
+#include "catalogue/features.h"
 #include "daemon/queue.h"
+#include "platform/rule_set.h"
 #include "platform/velusdk.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/queue/queue_writer.h"
@@ -18,6 +20,7 @@
 #include "tools/veluctl/follow.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/requests.h"
+#include "tools/veluctl/why/why.h"
 
 namespace {
 
@@ -144,8 +147,21 @@ ExitCode WordSend(QueueCommand command, const Options &options) {
     return RequestsSend(requests, options);
 }
 
+// What the run has not brought into the catalogue.
+ExitCode LeftOutTell(const std::vector<std::string> &asked) {
+    FeatureSwitchesRead();
+    CatalogueReader reader;
+    const long long count = NotCataloguedTell(&reader, asked);
+    if (count < 0)
+        return Complain(kUnreachable, reader.failure);
+    return count == 0 ? kDone : kNotCatalogued;
+}
+
 ExitCode AddCommand(const Options &options) {
-    return ForEachPath(options, [&](const std::string &path, Requests *requests) {
+    RuleSetFollow();
+    std::vector<std::string> asked;
+    const ExitCode sent = ForEachPath(options, [&](const std::string &path, Requests *requests) {
+        asked.push_back(path);
         const RequestLine formed =
             RequestLineForm(IsDirExist(path.c_str()) != 0 ? kCommandTreeAdd : kCommandFileAdd, path);
         if (formed.refusal.empty() && !options.force && !Exists(path))
@@ -153,6 +169,7 @@ ExitCode AddCommand(const Options &options) {
         else
             requests->Take(path, formed);
     });
+    return sent == kDone && options.wait ? LeftOutTell(asked) : sent;
 }
 
 ExitCode RemoveCommand(const Options &options) {

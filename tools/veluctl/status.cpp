@@ -20,6 +20,7 @@
 #include "tools/veluctl/json_text.h"
 #include "tools/veluctl/process_start.h"
 #include "tools/veluctl/run_view.h"
+#include "tools/veluctl/span_text.h"
 #include "tools/veluctl/uri_text.h"
 
 namespace {
@@ -112,21 +113,6 @@ void QueueReport(pid_t daemon, Json *answer, bool json) {
                                     (view.request.empty() ? "" : ": " + SafeText(view.request)));
         }
     }
-}
-
-// A span of time in its largest unit.
-std::string SpanText(int64_t seconds) {
-    struct Unit {
-        int64_t seconds;
-        const char *name;
-    };
-    constexpr Unit kUnits[] = {{24 * 60 * 60, "day"}, {60 * 60, "hour"}, {60, "minute"}, {1, "second"}};
-    for (const Unit &unit : kUnits) {
-        const int64_t count = seconds / unit.seconds;
-        if (count > 0)
-            return std::to_string(count) + " " + unit.name + (count == 1 ? "" : "s");
-    }
-    return "a moment";
 }
 
 void KeptReport(Json *answer, bool json) {
