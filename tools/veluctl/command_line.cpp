@@ -4,6 +4,7 @@
 #include <initializer_list>
 #include <span>
 
+#include "tools/veluctl/overview/groups.h"
 #include "tools/veluctl/requests.h"
 #include "tools/veluctl/tables.h"
 
@@ -77,6 +78,20 @@ OptionList FormOptions(Options *options) {
     return {json, csv};
 }
 
+// Which rows of a list are wanted, whatever they are.
+OptionList PlaceOptions(Options *options) {
+    return {{.letter = 'd',
+             .name = "dir",
+             .type = "DIR",
+             .description = "Only what this directory holds, at any depth",
+             .target = &options->directory},
+            {.letter = 'n',
+             .name = "limit",
+             .type = "ROWS",
+             .description = "Stop after so many rows",
+             .target = &options->limit}};
+}
+
 OptionList ListOptions(Options *options) {
     std::vector<const char *> kinds;
     for (const CatalogueTable &table : CatalogueTables())
@@ -86,17 +101,8 @@ OptionList ListOptions(Options *options) {
                      .type = "KIND",
                      .description = "Only rows of this kind; may be given more than once",
                      .target = &options->kinds,
-                     .words = kinds},
-                    {.letter = 'd',
-                     .name = "dir",
-                     .type = "DIR",
-                     .description = "Only what this directory holds, at any depth",
-                     .target = &options->directory},
-                    {.letter = 'n',
-                     .name = "limit",
-                     .type = "ROWS",
-                     .description = "Stop after so many rows",
-                     .target = &options->limit}},
+                     .words = kinds}},
+                   PlaceOptions(options),
                    FormOptions(options)});
 }
 
@@ -160,11 +166,20 @@ std::vector<ProgramCommand> LooksMake(Options *options) {
     const CommandOption json = Json(options);
     return {
         LookMake("status", "Show the daemon, its queue and its catalogues", StatusCommand, {}, {json}),
-        LookMake("list", "List rows of the catalogue", ListCommand, {}, ListOptions(options)),
+        LookMake("list", "List rows of the catalogue, or what they have in common, most files first",
+                 ListCommand,
+                 {{"what", "WHAT", "Not the rows, but their values with the number of files", &options->what,
+                   false, GroupWords()}},
+                 ListOptions(options)),
         LookMake(
             "find", "List rows that hold a text in their path, title, artist and the like", ListCommand,
             {Needed("text", "TEXT", "The text; the case of ASCII letters does not matter", &options->text)},
             ListOptions(options)),
+        LookMake("recent", "List what was added last", RecentCommand, {}, ListOptions(options)),
+        LookMake("missing", "List songs without tags, covers or years, and albums without all their tracks",
+                 MissingCommand, {Needed("what", "WHAT", "What is missing", &options->what, MissingWords())},
+                 Joined({PlaceOptions(options), FormOptions(options)})),
+        LookMake("stats", "Show the catalogue in numbers", StatsCommand, {}, {json}),
         LookMake("show", "Show all that is catalogued of one file or directory", ShowCommand,
                  {Needed("path", "PATH", "The file or directory", &options->path)}, {json}),
         LookMake("why", "Tell whether a path is in the catalogue and as what, or what keeps it out",

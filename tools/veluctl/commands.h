@@ -18,4 +18,8 @@ ExitCode CheckCommand(const Options &options);
 ExitCode ConfigCommand(const Options &options);
 ExitCode ReportCommand(const Options &options);
 ExitCode WhyCommand(const Options &options);
+ExitCode RecentCommand(const Options &options);
+ExitCode MissingCommand(const Options &options);
+std::vector<const char *> MissingWords(); // what it is asked for
+ExitCode StatsCommand(const Options &options);
 ExitCode ForgetCommand(const Options &options);

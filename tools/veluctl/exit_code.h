@@ -24,7 +24,8 @@ struct ExitCodeText {
 // For the help and the manual.
 inline constexpr ExitCodeText kExitCodes[] = {
     {kDone, "Done; nothing wrong was found."},
-    {kFound, "check or config found something wrong, or list, find, show, why or dump found nothing."},
+    {kFound, "check, config or missing found something wrong, or list, find, recent, show, why or dump found "
+             "nothing."},
     {kUsage, "The command line was wrong."},
     {kRefused, "A path was refused; nothing was queued."},
     {kNoRights, "The queue may not be written, or the daemon not be signalled, by this user."},

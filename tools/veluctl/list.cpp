@@ -8,6 +8,7 @@
 #include "tools/veluctl/catalogue_reader.h"
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/message.h"
+#include "tools/veluctl/overview/groups.h"
 
 namespace {
 
@@ -44,6 +45,8 @@ std::vector<Column> ColumnsChoose(const std::vector<const CatalogueTable *> &tab
 } // namespace
 
 ExitCode ListCommand(const Options &options) {
+    if (!options.what.empty())
+        return GroupsList(options);
     std::vector<const CatalogueTable *> tables;
     if (!TablesChoose(options, &tables))
         return Complain(kUsage, "only the kinds music, video, photo and playlist go together in one list");

@@ -15,7 +15,7 @@ struct Options {
     std::string path;               // show, why, dump, report, forget
     std::string new_path;
     std::string old_path;
-    std::string what;  // reindex, refresh, config
+    std::string what;  // reindex, refresh, config, list, missing
     std::string input; // a file of paths, or "-"
     bool null_input = false;
     bool force = false;

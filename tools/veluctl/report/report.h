@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "tools/veluctl/check.h"
+#include "tools/veluctl/overview/tally.h"
 #include "tools/veluctl/report/html_writer.h"
-#include "tools/veluctl/report/tally.h"
 
 // The four kinds of media, in the order of the page.
 enum Kind : size_t { kMusic, kFilms, kPictures, kPlaylists, kKinds };

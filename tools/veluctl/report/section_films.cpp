@@ -24,7 +24,7 @@ constexpr char kResolution[] = "case when width >= 3200 or height >= 1800 then 5
                                "when width >= 640 or height >= 480 then 2 "
                                "when width > 0 and height > 0 then 1 else 0 end";
 
-const Histogram &BitRates() {
+const Histogram &FilmBitRates() {
     static const Histogram histogram = {"Bit rates",
                                         "Mbit/s",
                                         "Files",
@@ -56,6 +56,6 @@ void FilmsWrite(Report *report) {
     SectionBegin(report, "films", "Films");
     FormatsWrite(report, kFilms);
     HistogramWrite(report, Heights(), TallyTake(&report->tallies, {kResolution, kTable}), PlainValue);
-    HistogramWrite(report, BitRates(), TallyTake(&report->tallies, {kTenths, kTable}), TenthsValue);
+    HistogramWrite(report, FilmBitRates(), TallyTake(&report->tallies, {kTenths, kTable}), TenthsValue);
     SectionEnd(report);
 }

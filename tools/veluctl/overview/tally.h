@@ -17,10 +17,20 @@ struct Group {
     double seconds = 0; // of playing time
 };
 
+// A group that is only counted.
+struct GroupCount {
+    std::string name;
+    int64_t count = 0;
+};
+
 struct Tally {
     std::vector<Group> groups; // most files first, those of the same number in the order of their names
     int64_t groups_in_all = 0; // with those beyond the limit
 };
+
+// Sums of media rows, as SQL: bytes, and seconds of playing time, without what damaged files claim.
+std::string BytesSum();
+std::string SecondsSum();
 
 struct TallyReader {
     CatalogueReader *reader;
@@ -41,9 +51,20 @@ Tally TallyTake(TallyReader *tallies, const TallyQuery &query);
 // Sums a whole table up by the extensions of its files, in small letters.
 Tally FormatsTake(TallyReader *tallies, const std::string &table);
 
+// Counts rows by groups, most first. And takes groups that a statement counts itself, as `name` and `files`.
+std::vector<GroupCount> CountsTake(TallyReader *tallies, const TallyQuery &query);
+std::vector<GroupCount> RowsCount(TallyReader *tallies, const std::string &sql);
+
+// Returns the number `n` of a statement; 0 on failure.
+int64_t NumberTake(TallyReader *tallies, const std::string &sql);
+
 // Returns one row of numbers, one for each SQL expression. Empty on failure.
 std::vector<int64_t> NumbersTake(TallyReader *tallies, const std::vector<std::string> &expressions,
                                  const std::string &table);
+
+// The same of several rows.
+std::vector<std::vector<int64_t>>
+NumberRowsTake(TallyReader *tallies, const std::vector<std::string> &expressions, const std::string &table);
 
 // Begin and end a time in which all that is read is of one moment, whatever the daemon writes.
 void MomentBegin(TallyReader *tallies);

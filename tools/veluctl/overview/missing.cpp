@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// veluctl missing: which songs lack tags, a year or a cover, and which tracks albums lack.
+#include <stdlib.h>
+
+#include <algorithm>
+
+#include "tools/queue/request_path.h"
+#include "tools/veluctl/commands.h"
+#include "tools/veluctl/file_facts.h"
+#include "tools/veluctl/message.h"
+#include "tools/veluctl/overview/missing_tags.h"
+#include "tools/veluctl/overview/query_rows.h"
+#include "tools/veluctl/overview/track_gaps.h"
+
+namespace {
+
+struct Asked {
+    CatalogueReader *reader;
+    std::string directory; // none: all
+    uint32_t limit;
+    bool states; // the catalogue knows what was made from names, and has facts
+};
+
+void BelowAndOrderPut(SqlText *query, const Asked &asked) {
+    if (!asked.directory.empty())
+        BelowPut(&query->Add(" and "), "m.path", asked.directory);
+    query->Add(" order by m.path");
+}
+
+constexpr Column kTagColumns[] = {{"missing", "MISSING", Type::text}, {"path", "PATH", Type::text}};
+
+bool TagsFind(const Asked &asked, RowWriter *writer) {
+    SqlText query;
+    query.Add("select " + TagsMissingText(asked.states) + " as missing, m.path as path from " +
+              TaggedRows(asked.states) + " where " + AnyTagMissing(asked.states));
+    BelowAndOrderPut(&query, asked);
+    LimitPut(&query, asked.limit);
+    return QueryRowsTake(asked.reader, query, kTagColumns, [&](const Row &row) { writer->Add(row); });
+}
+
+constexpr Column kSongColumns[] = {{"artist", "ARTIST", Type::text},
+                                   {"album", "ALBUM", Type::text},
+                                   {"title", "TITLE", Type::text},
+                                   {"path", "PATH", Type::text}};
+
+bool SongsFind(const Asked &asked, const char *condition, RowWriter *writer) {
+    SqlText query;
+    query
+        .Add("select m.artist as artist, m.album as album, m.title as title, m.path as path from music m "
+             "where ")
+        .Add(condition);
+    BelowAndOrderPut(&query, asked);
+    LimitPut(&query, asked.limit);
+    return QueryRowsTake(asked.reader, query, kSongColumns, [&](const Row &row) { writer->Add(row); });
+}
+
+bool CoversFind(const Asked &asked, RowWriter *writer) {
+    return SongsFind(asked, "m.has_cover = 0", writer);
+}
+
+bool YearsFind(const Asked &asked, RowWriter *writer) {
+    return SongsFind(asked, "m.year <= 0", writer);
+}
+
+constexpr Column kGapColumns[] = {{"disc", "DISC", Type::integer},  {"present", "THERE", Type::integer},
+                                  {"last", "OF", Type::integer},    {"missing", "MISSING", Type::text},
+                                  {"artist", "ARTIST", Type::text}, {"album", "ALBUM", Type::text},
+                                  {"path", "DIRECTORY", Type::text}};
+
+// What is read of each track.
+constexpr Column kTrackColumns[] = {{"path", "", Type::text},     {"album", "", Type::text},
+                                    {"artist", "", Type::text},   {"disc", "", Type::integer},
+                                    {"track", "", Type::integer}, {"total", "", Type::text}};
+
+int NumberOf(const Value &value) {
+    const long number = strtol(value.value_or("0").c_str(), nullptr, 10);
+    return static_cast<int>(std::clamp(number, 0L, long{kTrackMax} + 1));
+}
+
+AlbumTrack TrackOf(const Row &row) {
+    return {row[0].value_or(""), row[1].value_or(""), row[2].value_or(""),
+            NumberOf(row[3]),    NumberOf(row[4]),    NumberOf(row[5])};
+}
+
+// Tracks behind a path, in its order. As many as are read at a time.
+constexpr size_t kTracksPortion = 2000;
+
+bool TracksTake(const Asked &asked, TrackGaps *gaps) {
+    std::string last;
+    for (size_t count = kTracksPortion; count == kTracksPortion;) {
+        SqlText query;
+        query.Add("select m.path as path, m.album as album, m.artist as artist, m.disc as disc, m.track as "
+                  "track, ");
+        query.Add(asked.states
+                      ? "(select f.value from fact f where f.path = m.path and f.name = 'tracktotal' and "
+                        "f.position = 0)"
+                      : "''");
+        query.Add(" as total from music m where m.track > 0 and m.path > ").Put(last);
+        BelowAndOrderPut(&query, asked);
+        LimitPut(&query, kTracksPortion);
+        count = 0;
+        const bool read = QueryRowsTake(asked.reader, query, kTrackColumns, [&](const Row &row) {
+            last = row.front().value_or("");
+            gaps->Add(TrackOf(row));
+            ++count;
+        });
+        if (!read)
+            return false;
+    }
+    gaps->End();
+    return true;
+}
+
+bool TracksFind(const Asked &asked, RowWriter *writer) {
+    TrackGaps gaps([&](const AlbumGaps &found) {
+        if (asked.limit == 0 || writer->count() < asked.limit)
+            writer->Add({std::to_string(found.disc), std::to_string(found.present),
+                         std::to_string(found.last), found.missing, found.artist, found.album,
+                         found.directory});
+    });
+    return TracksTake(asked, &gaps);
+}
+
+struct MissingList {
+    const char *word;
+    std::span<const Column> columns;
+    bool (*find)(const Asked &asked, RowWriter *writer);
+};
+constexpr MissingList kMissingLists[] = {
+    {"tags", kTagColumns, TagsFind},
+    {"tracks", kGapColumns, TracksFind},
+    {"covers", kSongColumns, CoversFind},
+    {"years", kSongColumns, YearsFind},
+};
+
+} // namespace
+
+std::vector<const char *> MissingWords() {
+    std::vector<const char *> words;
+    for (const MissingList &list : kMissingLists)
+        words.push_back(list.word);
+    return words;
+}
+
+ExitCode MissingCommand(const Options &options) {
+    const MissingList &list = *std::ranges::find(kMissingLists, options.what, &MissingList::word);
+    CatalogueReader reader;
+    const int states = FileTablesLook(&reader);
+    if (states < 0)
+        return Complain(kUnreachable, reader.failure);
+    const Asked asked = {&reader, options.directory.empty() ? "" : RequestPathMake(options.directory),
+                         options.limit, states == 1};
+    RowWriter writer(options.form(), list.columns, stdout);
+    const bool read = list.find(asked, &writer);
+    writer.End();
+    if (!read)
+        return Complain(kUnreachable, reader.failure);
+    if (writer.count() == 0 && options.form() == Form::table)
+        fputs("Nothing is missing.\n", stderr);
+    return writer.count() == 0 ? kDone : kFound;
+}

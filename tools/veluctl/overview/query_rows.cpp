@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluctl/overview/query_rows.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+
+bool QueryRowsTake(CatalogueReader *reader, const SqlText &query, std::span<const Column> columns,
+                   const std::function<void(Row &)> &take) {
+    const ResultHandle rows = CatalogueQuery(reader, Catalogue::media, query.sql, query.values);
+    if (rows == nullptr)
+        return false;
+    for (int at = -1; VELUDBFetchRow(rows.get(), &at) == 0;) {
+        Row row;
+        for (const Column &column : columns) {
+            const char *field = VELUDBFetchField(rows.get(), at, column.name);
+            row.push_back(field != nullptr ? Value(field) : Value());
+            if (field == nullptr || column.type != Type::bytes)
+                continue;
+            char whole[32];
+            snprintf(whole, sizeof whole, "%.0f", strtod(field, nullptr));
+            row.back() = whole;
+        }
+        take(row);
+    }
+    return true;
+}
+
+void LimitPut(SqlText *query, uint32_t limit) {
+    if (limit != 0)
+        query->Add(" limit ").Add(std::to_string(limit));
+}
+
+ExitCode ListEnd(size_t rows, const Options &options) {
+    if (rows > 0)
+        return kDone;
+    if (options.form() == Form::table)
+        fputs("No rows.\n", stderr);
+    return kFound;
+}

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Rows of one statement, for lists that are not a table's own.
+#pragma once
+
+#include <functional>
+#include <span>
+
+#include "tools/veluctl/catalogue_reader.h"
+#include "tools/veluctl/exit_code.h"
+#include "tools/veluctl/options.h"
+#include "tools/veluctl/search/sql_text.h"
+
+// Calls `take` with each row of a statement over the media catalogue, whose columns have these names. Sums of bytes become whole
+// numbers, however an engine writes them. False, with the reason in the reader, on failure.
+[[nodiscard]] bool QueryRowsTake(CatalogueReader *reader, const SqlText &query,
+                                 std::span<const Column> columns, const std::function<void(Row &)> &take);
+
+// Adds how many rows are wanted.
+void LimitPut(SqlText *query, uint32_t limit);
+
+// Says that a list is empty, unless a program reads it. Returns what the command ends with.
+ExitCode ListEnd(size_t rows, const Options &options);

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// veluctl stats: taking the numbers, by few queries that the database answers itself.
+#include "tools/veluctl/overview/stats.h"
+
+#include <algorithm>
+
+#include "tools/veluctl/commands.h"
+#include "tools/veluctl/file_facts.h"
+#include "tools/veluctl/message.h"
+#include "tools/veluctl/overview/missing_tags.h"
+
+namespace {
+
+// The facts of a name, and their values as they are compared: what an index is over.
+constexpr char kFactOf[] = "file_fact where name = (select id from fact_name where name = '";
+constexpr char kFactValue[] = "coalesce(folded, value)";
+
+// A year of a song that is one.
+constexpr int64_t kYearMin = 1000;
+constexpr int64_t kYearMax = 9999;
+
+void KindsTake(TallyReader *tallies, Stats *stats) {
+    for (const CatalogueTable &table : CatalogueTables()) {
+        if (!table.is_media)
+            continue;
+        StatsKind kind = {table.kind, {}, FormatsTake(tallies, table.table).groups};
+        for (const Group &format : kind.formats) {
+            kind.total.files += format.files;
+            kind.total.bytes += format.bytes;
+            kind.total.seconds += format.seconds;
+        }
+        stats->kinds.push_back(std::move(kind));
+    }
+    stats->directories = NumberTake(tallies, std::string("select count(*) as n from ") + kDirectoryTable);
+}
+
+// Finds the values of a fact as `found`, going from each to the next one by the index, so that it matters how many values there are and
+// not how many files.
+std::string ValuesOf(const std::string &fact) {
+    const std::string value = kFactValue;
+    const std::string least = "select min(" + value + ") from " + kFactOf + fact + "')";
+    return "with recursive found(value) as (" + least + " union all select (" + least + " and " + value +
+           " > found.value) from found where found.value is not null) ";
+}
+
+int64_t ValuesCount(TallyReader *tallies, const std::string &tag, bool facts) {
+    if (facts)
+        return NumberTake(tallies, ValuesOf(tag) + "select count(value) as n from found");
+    std::string values;
+    for (const char *table : kMediaTables)
+        values += (values.empty() ? "select " : " union select ") + tag + " as tag from " + table;
+    return NumberTake(tallies, "select count(*) as n from (" + values + ") as tags where tag <> ''");
+}
+
+void NamesTake(TallyReader *tallies, Stats *stats) {
+    stats->artists = ValuesCount(tallies, "artist", stats->facts);
+    stats->genres = ValuesCount(tallies, "genre", stats->facts);
+    stats->albums = NumberTake(tallies, "select count(distinct album) as n from music where album <> ''");
+}
+
+std::vector<GroupCount> InOrder(std::vector<GroupCount> counts) {
+    std::ranges::sort(counts, {}, &GroupCount::name);
+    return counts;
+}
+
+std::string CountWhere(const std::string &condition) {
+    return "sum(case when " + condition + " then 1 else 0 end)";
+}
+
+// Songs by decades, and those that lack tags, in one pass over the rows.
+void SongsTake(TallyReader *tallies, Stats *stats) {
+    std::vector<std::string> columns = {"year / 10 * 10", "count(*)"};
+    for (const TagLack &lack : TagLacks()) {
+        if (!stats->facts && *lack.of_row == '\0')
+            continue;
+        columns.push_back(CountWhere(*lack.of_row != '\0' ? lack.of_row : "1 = 0"));
+        stats->missing.push_back({lack.tag, 0});
+    }
+    columns.push_back(CountWhere("m.has_cover = 0"));
+    stats->missing.push_back({"cover", 0});
+    for (const std::vector<int64_t> &numbers :
+         NumberRowsTake(tallies, columns, "music m group by 1 order by 1")) {
+        if (numbers[0] >= kYearMin && numbers[0] <= kYearMax)
+            stats->decades.push_back({std::to_string(numbers[0]), numbers[1]});
+        for (size_t at = 0; at < stats->missing.size(); ++at)
+            stats->missing[at].count += numbers[at + 2];
+    }
+}
+
+// Tags in whose place a row has something of the file's name.
+void NamedTake(TallyReader *tallies, Stats *stats) {
+    std::vector<std::string> columns;
+    std::string any = "1 = 0";
+    for (const TagLack &lack : TagLacks()) {
+        columns.push_back(CountWhere(*lack.of_state != '\0' ? lack.of_state : "1 = 0"));
+        if (*lack.of_state != '\0')
+            any.append(" or ").append(lack.of_state);
+    }
+    const std::vector<int64_t> numbers =
+        NumbersTake(tallies, columns, "file_state s join music m on m.path = s.path where " + any);
+    for (size_t at = 0; at < numbers.size(); ++at)
+        stats->missing[at].count += numbers[at];
+}
+
+} // namespace
+
+bool StatsTake(CatalogueReader *reader, Stats *stats) {
+    const int facts = FileTablesLook(reader);
+    if (facts < 0)
+        return false;
+    stats->facts = facts == 1;
+    TallyReader tallies = {reader};
+    MomentBegin(&tallies);
+    KindsTake(&tallies, stats);
+    NamesTake(&tallies, stats);
+    SongsTake(&tallies, stats);
+    if (stats->facts) {
+        NamedTake(&tallies, stats);
+        stats->codecs = CountsTake(
+            &tallies, {kFactValue, "file_fact",
+                       "name in (select id from fact_name where name in ('codec', 'video_codec'))"});
+        stats->added = InOrder(CountsTake(&tallies, {"substr(added, 1, 7)", "file_state"}));
+    }
+    MomentEnd(&tallies);
+    return !tallies.failed;
+}
+
+ExitCode StatsCommand(const Options &options) {
+    CatalogueReader reader;
+    Stats stats;
+    if (!StatsTake(&reader, &stats))
+        return Complain(kUnreachable, reader.failure);
+    options.json ? StatsPrint(stats) : StatsShow(stats);
+    return kDone;
+}
