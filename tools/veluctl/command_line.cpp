@@ -235,7 +235,9 @@ Program ProgramMake(ProgramOptions *asked, Options *options) {
             "ask the media-indexing daemon for work and look at its catalogue",
             {{kHelpOption, Flag("version", "Print the version", &asked->version),
               Flag("man", "Print the manual page (man veluctl shows it)", &asked->manual),
-              Flag("completion", "Print the completion for bash", &asked->completion)},
+              Flag("completion", "Print the completion for bash", &asked->completion),
+              Flag("completion-zsh", "Print the completion for zsh", &asked->completion_zsh),
+              Flag("completion-fish", "Print the completion for fish", &asked->completion_fish)},
              {}},
             CommandsMake(options)};
 }

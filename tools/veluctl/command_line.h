@@ -28,6 +28,8 @@ struct ProgramOptions {
     bool version = false;
     bool manual = false;
     bool completion = false;
+    bool completion_zsh = false;
+    bool completion_fish = false;
 };
 
 // Makes the table of commands and options. Reading a command line by it fills `asked` and `options`, which

@@ -1,19 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // A completion for bash from the table of the command line.
+#include "tools/veluctl/completion_value.h"
 #include "tools/veluctl/documents.h"
 
-#include <string_view>
-
 namespace {
-
-template <typename Words>
-std::string Joined(const Words &words, const char *between = " ") {
-    std::string text;
-    for (const auto &word : words)
-        text.append(text.empty() ? "" : between).append(word);
-    return text;
-}
 
 std::vector<std::string> NamesOf(const CommandOption &option) {
     std::vector<std::string> names;
@@ -27,19 +18,24 @@ std::vector<std::string> NamesOf(const CommandOption &option) {
 std::string NamesOf(const CommandLine &line) {
     std::vector<std::string> names;
     for (const CommandOption &option : line.options)
-        names.push_back(Joined(NamesOf(option)));
-    return Joined(names);
+        names.push_back(WordsJoined(NamesOf(option)));
+    return WordsJoined(names);
 }
 
 // What stands for an option's value in the completion.
 std::string ValueReply(const CommandOption &option) {
-    const std::string_view type = option.type;
-    if (!option.words.empty())
-        return "mapfile -t COMPREPLY < <(compgen -W '" + Joined(option.words) + "' -- \"$word\"); return";
-    if (type != "DIR" && type != "FILE")
-        return "return";
-    return std::string("compopt -o filenames; mapfile -t COMPREPLY < <(compgen -") +
-           (type == "DIR" ? "d" : "f") + " -- \"$word\"); return";
+    switch (CompletesOf(option)) {
+    case Completes::words:
+        return "mapfile -t COMPREPLY < <(compgen -W '" + WordsJoined(option.words) +
+               "' -- \"$word\"); return";
+    case Completes::directories:
+        return "compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- \"$word\"); return";
+    case Completes::files:
+        return "compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- \"$word\"); return";
+    case Completes::nothing:
+        break;
+    }
+    return "return";
 }
 
 // The branches of a case over the word before the cursor: what an option takes.
@@ -47,7 +43,7 @@ std::string ValueBranches(const CommandLine &line) {
     std::string branches;
     for (const CommandOption &option : line.options) {
         if (option.type != nullptr)
-            branches += "        " + Joined(NamesOf(option), "|") + ") " + ValueReply(option) + " ;;\n";
+            branches += "        " + WordsJoined(NamesOf(option), "|") + ") " + ValueReply(option) + " ;;\n";
     }
     return branches;
 }
@@ -56,7 +52,7 @@ std::string ValueBranches(const CommandLine &line) {
 std::string ArgumentWords(const CommandLine &line) {
     for (const CommandArgument &argument : line.arguments) {
         if (!argument.words.empty())
-            return Joined(argument.words);
+            return WordsJoined(argument.words);
     }
     return {};
 }
@@ -87,7 +83,7 @@ std::string BashCompletion(const Program &program) {
            "    COMPREPLY=()\n"
            "    if [ \"$COMP_CWORD\" = 1 ]; then\n"
            "        mapfile -t COMPREPLY < <(compgen -W '" +
-           Joined(names) + " " + NamesOf(program.line) +
+           WordsJoined(names) + " " + NamesOf(program.line) +
            "' -- \"$word\")\n"
            "        return\n"
            "    fi\n"

@@ -13,5 +13,7 @@ std::string CommandHelp(const Program &program, const ProgramCommand &command);
 // Returns veluctl(1) as man(7) takes it.
 std::string ManualPage(const Program &program);
 
-// Returns a completion for bash.
+// Return a completion for a shell.
 std::string BashCompletion(const Program &program);
+std::string ZshCompletion(const Program &program);
+std::string FishCompletion(const Program &program);

@@ -45,8 +45,14 @@ ExitCode CommandLineRun(int argc, char **argv) {
         return Print(ProgramHelp(program));
     if (asked.version)
         return Print("veluctl " VELU_VERSION "\n");
-    if (asked.manual || asked.completion)
-        return Print(asked.manual ? ManualPage(program) : BashCompletion(program));
+    if (asked.manual)
+        return Print(ManualPage(program));
+    if (asked.completion)
+        return Print(BashCompletion(program));
+    if (asked.completion_zsh)
+        return Print(ZshCompletion(program));
+    if (asked.completion_fish)
+        return Print(FishCompletion(program));
     if (at == argc) {
         fputs(ProgramHelp(program).c_str(), stderr);
         return kUsage;

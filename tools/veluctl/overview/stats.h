@@ -23,7 +23,7 @@ struct Stats {
     int64_t artists = 0;
     int64_t albums = 0;
     int64_t genres = 0;
-    std::vector<GroupCount> codecs = {};  // of sound and films, most files first; needs facts
+    std::vector<GroupCount> codecs = {};  // of all files, pictures too; most files first; needs facts
     std::vector<GroupCount> decades = {}; // of songs; in order
     std::vector<GroupCount> missing = {}; // tags of songs; title and album need states
     std::vector<GroupCount> added = {};   // files by month, in order; needs states

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// A completion for fish from the table of the command line.
+#include "tools/veluctl/completion_value.h"
+#include "tools/veluctl/documents.h"
+
+namespace {
+
+std::string FishWord(std::string_view text) {
+    return SingleQuoted(text, "\\'", "\\\\");
+}
+
+// What may stand in the place of a value, as options of fish's `complete`.
+std::string FishValue(Completes completes, const std::vector<const char *> &words) {
+    switch (completes) {
+    case Completes::words:
+        return " -x -a " + FishWord(WordsJoined(words));
+    case Completes::directories:
+        return " -x -a '(__fish_complete_directories)'";
+    case Completes::files:
+        return " -r -F";
+    case Completes::nothing:
+        break;
+    }
+    return " -x";
+}
+
+std::string FishOption(const std::string &condition, const CommandOption &option) {
+    std::string line = "complete -c veluctl -n " + FishWord(condition);
+    if (option.letter != '\0')
+        line += std::string(" -s ") + option.letter;
+    if (option.name != nullptr)
+        line += std::string(" -l ") + option.name;
+    if (option.type != nullptr)
+        line += FishValue(CompletesOf(option), option.words);
+    return line + " -d " + FishWord(option.description) + "\n";
+}
+
+std::string FishArgument(const std::string &condition, const CommandArgument &argument) {
+    const std::string line = "complete -c veluctl -n " + FishWord(condition);
+    switch (CompletesOf(argument)) {
+    case Completes::words:
+        return line + " -a " + FishWord(WordsJoined(argument.words)) + " -d " +
+               FishWord(argument.description) + "\n";
+    case Completes::files:
+    case Completes::directories:
+        return line + " -F\n";
+    case Completes::nothing:
+        break;
+    }
+    return {};
+}
+
+} // namespace
+
+std::string FishCompletion(const Program &program) {
+    std::string text =
+        "# fish completion for veluctl, made by veluctl --completion-fish\ncomplete -c veluctl -f\n";
+    for (const CommandOption &option : program.line.options)
+        text += FishOption("__fish_use_subcommand", option);
+    for (const ProgramCommand &command : program.commands) {
+        text += std::string("complete -c veluctl -n __fish_use_subcommand -a ") + command.name + " -d " +
+                FishWord(command.description) + "\n";
+        const std::string condition = std::string("__fish_seen_subcommand_from ") + command.name;
+        for (const CommandOption &option : command.line.options)
+            text += FishOption(condition, option);
+        for (const CommandArgument &argument : command.line.arguments)
+            text += FishArgument(condition, argument);
+    }
+    return text;
+}

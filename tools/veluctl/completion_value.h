@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What a shell may offer in the place of a value.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/shared/command_table.h"
+
+enum class Completes { nothing, words, directories, files };
+
+constexpr Completes CompletesOf(std::string_view type, bool has_words) {
+    if (has_words)
+        return Completes::words;
+    if (type == "DIR")
+        return Completes::directories;
+    for (const std::string_view path : {"PATH", "FILE", "NEW", "OLD"})
+        if (type == path)
+            return Completes::files;
+    return Completes::nothing;
+}
+
+inline Completes CompletesOf(const CommandOption &option) {
+    return CompletesOf(option.type, !option.words.empty());
+}
+
+inline Completes CompletesOf(const CommandArgument &argument) {
+    return CompletesOf(argument.type, !argument.words.empty());
+}
+
+// Returns texts one behind the other.
+template <typename Words>
+std::string WordsJoined(const Words &words, const char *between = " ") {
+    std::string text;
+    for (const auto &word : words)
+        text.append(text.empty() ? "" : between).append(word);
+    return text;
+}
+
+// Returns a text in single quotes, in which the shell reads the quote itself as `quote`, and a backslash as `backslash`.
+inline std::string SingleQuoted(std::string_view text, std::string_view quote, std::string_view backslash) {
+    std::string quoted = "'";
+    for (const char byte : text) {
+        if (byte == '\'')
+            quoted += quote;
+        else if (byte == '\\')
+            quoted += backslash;
+        else
+            quoted += byte;
+    }
+    return quoted + '\'';
+}
