@@ -383,6 +383,10 @@ inline constexpr uint32_t kPhotoReadsMax = 1U << 20;
 // One value of a photo: XMP with thumbnails and makers' own blocks stay below it, previews that are left out do not.
 inline constexpr uint64_t kPhotoValueMax = uint64_t{1} << 20;
 
+// Of a picture that is a value of a photo, as Panasonic's raw photos have one: what it says of itself stands in front of its
+// pixels, in segments of 64 KiB of which cameras write two or three.
+inline constexpr uint64_t kPhotoPictureHead = uint64_t{256} << 10;
+
 // A TIFF that the library is shown: raw photos of the largest sensors have 200 MiB. It is address space, not memory.
 inline constexpr int64_t kPhotoViewMax = int64_t{256} << 20;
 

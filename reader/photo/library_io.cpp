@@ -2,7 +2,7 @@
 #include "reader/photo/library_io.h"
 
 #include <stdio.h>
-#include <stdlib.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <limits>
@@ -106,17 +106,20 @@ Exiv2::byte *LibraryIo::mmap(bool) {
     if (view_ == nullptr) {
         if (size_ > kPhotoViewMax)
             throw Exiv2::Error(Exiv2::kerCallFailed);
-        // Of zeroed memory only the touched pages are the process's.
-        view_ = static_cast<Exiv2::byte *>(calloc(static_cast<size_t>(size_) + 1, 1));
-        if (view_ == nullptr)
+        // Of a mapping only the touched pages are the process's. The C library would clear memory that it has kept.
+        void *mapping = ::mmap(nullptr, static_cast<size_t>(size_) + 1, PROT_READ | PROT_WRITE,
+                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (mapping == MAP_FAILED)
             throw std::bad_alloc();
+        view_ = static_cast<Exiv2::byte *>(mapping);
         TiffViewFill(input_, begin_, {view_, static_cast<size_t>(size_)});
     }
     return view_;
 }
 
 int LibraryIo::munmap() {
-    free(view_);
+    if (view_ != nullptr)
+        ::munmap(view_, static_cast<size_t>(size_) + 1);
     view_ = nullptr;
     return 0;
 }

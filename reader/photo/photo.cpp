@@ -5,6 +5,7 @@
 
 #include "platform/limits.h"
 #include "reader/photo/code_stream.h"
+#include "reader/photo/cr3.h"
 #include "reader/photo/facts.h"
 #include "reader/photo/gif.h"
 #include "reader/photo/heif.h"
@@ -37,7 +38,8 @@ bool RawRead(ReaderInput *input, PhotoMetadata *metadata, std::string *reason) {
         X3fRead(input, metadata);
         return true;
     }
-    const bool read = PictureMetadataRead(input, 0, input->size, metadata, reason);
+    const bool read = IsCr3(input) ? Cr3Read(input, metadata, reason)
+                                   : PictureMetadataRead(input, 0, input->size, metadata, reason);
     const PhotoSize raf = RafSize(input);
     metadata->size = raf.width != 0 ? raf : SensorPartSize(metadata->exif, metadata->size);
     return read;

@@ -9,12 +9,13 @@
 // The library hands its pictures over in the language's first smart pointer.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
-bool PictureMetadataRead(ReaderInput *input, int64_t begin, int64_t end, PhotoMetadata *metadata,
-                         std::string *reason) {
+namespace {
+
+bool Read(Exiv2::BasicIo::AutoPtr io, PhotoMetadata *metadata, std::string *reason) {
     Exiv2::Image::AutoPtr image;
     bool read = false;
     try {
-        image = Exiv2::ImageFactory::open(Exiv2::BasicIo::AutoPtr(new LibraryIo(input, begin, end)));
+        image = Exiv2::ImageFactory::open(io);
         if (image.get() == nullptr) {
             *reason = "no picture that Exiv2 knows";
             return false;
@@ -35,6 +36,18 @@ bool PictureMetadataRead(ReaderInput *input, int64_t begin, int64_t end, PhotoMe
     metadata->xmp = std::move(image->xmpData());
     metadata->comment = image->comment();
     return read;
+}
+
+} // namespace
+
+bool PictureMetadataRead(ReaderInput *input, int64_t begin, int64_t end, PhotoMetadata *metadata,
+                         std::string *reason) {
+    return Read(Exiv2::BasicIo::AutoPtr(new LibraryIo(input, begin, end)), metadata, reason);
+}
+
+bool PictureBytesRead(std::span<const uint8_t> bytes, PhotoMetadata *metadata, std::string *reason) {
+    const auto size = static_cast<long>(bytes.size());
+    return Read(Exiv2::BasicIo::AutoPtr(new Exiv2::MemIo(bytes.data(), size)), metadata, reason);
 }
 
 void ExifBlockRead(std::span<const uint8_t> tiff, PhotoMetadata *metadata) {

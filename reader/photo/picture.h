@@ -13,3 +13,6 @@
 // false, and `reason` says why.
 bool PictureMetadataRead(ReaderInput *input, int64_t begin, int64_t end, PhotoMetadata *metadata,
                          std::string *reason);
+
+// The same of a picture that has been put together from parts of the file.
+bool PictureBytesRead(std::span<const uint8_t> bytes, PhotoMetadata *metadata, std::string *reason);

@@ -12,6 +12,12 @@ namespace {
 constexpr size_t kHeader = 8;
 constexpr size_t kEntry = 12;
 
+// Values of which the library is shown as many as this.
+struct Shortened {
+    uint64_t count_at; // in the view
+    uint32_t count;
+};
+
 struct View {
     ReaderInput *input = nullptr;
     int64_t begin = 0;
@@ -19,7 +25,7 @@ struct View {
     ByteOrder order = ByteOrder::kLittle;
     uint64_t bytes_left = kPhotoBytesMax;
     uint32_t directories_left = kPhotoDirectoriesMax;
-    std::vector<uint64_t> emptied; // offsets of the counts of values that are left out
+    std::vector<Shortened> shortened;
 };
 
 // Fills a part of the view; false when it does not lie in the file, or there is no more to be had of it.
@@ -47,6 +53,28 @@ bool LeadsToDirectories(uint64_t tag) {
     return std::find(std::begin(kPointers), std::end(kPointers), tag) != std::end(kPointers);
 }
 
+void CountPut(View *view, const Shortened &value) {
+    constexpr uint64_t kCountSize = 4;
+    for (uint64_t i = 0; i < kCountSize; ++i) {
+        const uint64_t place = view->order == ByteOrder::kLittle ? i : kCountSize - 1 - i;
+        view->bytes[static_cast<size_t>(value.count_at + place)] = static_cast<uint8_t>(value.count >> 8 * i);
+    }
+}
+
+// How long a directory's picture is. Of a thumbnail, and of what is no smaller but stands where one should, the library makes
+// copies, which nobody looks at.
+bool IsPictureSize(uint64_t tag) {
+    constexpr uint16_t kSizes[] = {0x0117, 0x0202}; // of strips, of a JPEG
+    return std::find(std::begin(kSizes), std::end(kSizes), tag) != std::end(kSizes);
+}
+
+// Whether a value of single bytes is a whole JPEG, of which the head says something.
+bool IsPicture(View *view, uint64_t values, uint64_t size, uint64_t type_size) {
+    constexpr uint8_t kBegin[] = {0xFF, 0xD8, 0xFF};
+    return type_size == 1 && size > kPhotoPictureHead && Fill(view, values, sizeof kBegin) &&
+           std::equal(std::begin(kBegin), std::end(kBegin), view->bytes.data() + values);
+}
+
 // Returns the offset of the next directory, 0 when there is none.
 uint64_t DirectoryFill(View *view, uint64_t offset, int depth);
 
@@ -57,12 +85,21 @@ void EntryFill(View *view, uint64_t entry, int depth) {
     constexpr uint64_t kInside = 4; // bytes that stand in the entry itself
     const uint64_t tag = Number(*view, entry, 2);
     const uint64_t count = Number(*view, entry + kCountAt, 4);
-    const uint64_t size = TypeSize(Number(*view, entry + 2, 2)) * count;
+    const uint64_t type_size = TypeSize(Number(*view, entry + 2, 2));
+    uint64_t size = type_size * count;
     uint64_t values = entry + kValueAt;
+    if (IsPictureSize(tag)) {
+        view->shortened.push_back({entry + kCountAt, 0});
+        return;
+    }
     if (size > kInside) {
         values = Number(*view, entry + kValueAt, 4);
+        if (IsPicture(view, values, size, type_size)) {
+            size = kPhotoPictureHead;
+            view->shortened.push_back({entry + kCountAt, static_cast<uint32_t>(size)});
+        }
         if (size > kPhotoValueMax || !Fill(view, values, size)) {
-            view->emptied.push_back(entry + kCountAt);
+            view->shortened.push_back({entry + kCountAt, 0});
             return;
         }
     }
@@ -109,6 +146,6 @@ void TiffViewFill(ReaderInput *input, int64_t begin, std::span<uint8_t> bytes) {
     for (uint64_t offset = Number(view, 4, 4); offset != 0;)
         offset = DirectoryFill(&view, offset, 0);
     // Last, as values may lie over the entries.
-    for (const uint64_t count : view.emptied)
-        std::fill_n(bytes.begin() + static_cast<ptrdiff_t>(count), 4, uint8_t{0});
+    for (const Shortened &value : view.shortened)
+        CountPut(&view, value);
 }

@@ -8,7 +8,8 @@ import re
 ANY_ENGINE = (
     "test_configuration", "test_covers", "test_ctl_requests", "test_films", "test_hostile_reader", "test_library_faults",
     "test_music_aiff", "test_music_covers", "test_music_hostile", "test_music_id3_edges", "test_music_id3v1", "test_music_id3v2", "test_music_mp3",
-    "test_photo_converters", "test_photo_exif", "test_photo_facts", "test_photo_hostile", "test_probe_faults", "test_service",
+    "test_photo_converters", "test_photo_exif", "test_photo_facts", "test_photo_hostile", "test_probe_faults", "test_reader_memory",
+    "test_service",
     "test_sidecars", "test_start",
     "test_kept_requests", "test_kept_rows", "test_kept_storage", "test_kept_texts", "test_walk", "test_watch_service",
     "test_sound_streams", "test_sound_tags", "test_values",
@@ -20,7 +21,7 @@ ANY_ENGINE = (
 ANY_MEMORY = (
     "test_complete_faults", "test_configuration", "test_ctl_hammer", "test_kept_requests", "test_kept_rows", "test_kept_storage",
     "test_kept_texts", "test_random_kills",
-    "test_household", "test_readers", "test_service", "test_survival", "test_values",
+    "test_household", "test_reader_memory", "test_readers", "test_service", "test_survival", "test_values",
     "test_watch_service", "test_watch_turmoil",
     "test_films::test_the_search_takes_no_memory_for_pictures",
     "test_films::test_a_varying_rate_beside_large_pictures_takes_no_memory_for_them",

@@ -7,6 +7,7 @@
 
 #include "platform/limits.h"
 #include "tests/unit/exif_bytes.h"
+#include "tests/unit/mp4_boxes.h"
 #include "tests/unit/photo_input.h"
 
 namespace {
@@ -56,6 +57,38 @@ TEST(PhotoTiff, LongValuesAreEmpty) {
         ViewOf(Tiff({Far(0x010E, kMax, 1000), Far(0x010F, kMax + 1, 1000)}), 4 * int64_t{kMax});
     EXPECT_EQ(kMax, CountOf(view, 0));
     EXPECT_EQ(0u, CountOf(view, 1));
+}
+
+TEST(PhotoTiff, PicturesHaveNoSizeAndNoCopies) {
+    const std::string file =
+        Tiff({Long(0x0201, 8), Long(0x0202, 1u << 20), Long(0x0111, 8), Long(0x0117, 1u << 20)});
+    const std::vector<uint8_t> view = ViewOf(file, 1 << 21);
+    EXPECT_EQ(1u, CountOf(view, 0));
+    EXPECT_EQ(0u, CountOf(view, 1));
+    EXPECT_EQ(1u, CountOf(view, 2));
+    EXPECT_EQ(0u, CountOf(view, 3));
+}
+
+TEST(PhotoTiff, OfPicturesAmongTheValuesTheHeadIsThere) {
+    constexpr auto kHead = static_cast<uint32_t>(kPhotoPictureHead);
+    const std::string picture = "\xFF\xD8\xFF"s + std::string(2 * kPhotoValueMax, 'p');
+    const auto size = static_cast<uint32_t>(picture.size());
+    for (const bool big : {false, true}) {
+        std::string file = Tiff({Far(0x002E, size, 64), Far(0x002F, kHead, 64)}) + std::string(64, '\0');
+        file.replace(64, file.size() - 64, picture);
+        if (big) {
+            const std::string header = "MM\0\x2A\0\0\0\x08"s;
+            const std::string entries = "\0\x01\0\x2E\0\x02"s + U32(size) + U32(64) + U32(0);
+            file.replace(0, header.size() + entries.size(), header + entries);
+        }
+        const std::vector<uint8_t> view = ViewOf(file);
+        const uint32_t count = CountOf(view, 0);
+        EXPECT_EQ(kHead, big ? __builtin_bswap32(count) : count);
+        EXPECT_EQ('p', view[64 + kHead - 1]);
+        EXPECT_EQ(0, view[64 + kHead]);
+        const uint32_t whole = CountOf(view, 1); // no larger than a head
+        EXPECT_TRUE(big || whole == kHead) << whole;
+    }
 }
 
 TEST(PhotoTiff, ValuesTogetherAreBounded) {
