@@ -67,6 +67,15 @@ def test_what_was_taken_together_says_so(box, contents):
     assert companions(box) == expected
 
 
+def test_show_tells_them(box, contents):
+    put(box, contents, RAW, JPEG, FILM)
+    box.start()
+    box.index(f"A:{PHOTO}")
+    parts = {part["part"]: part for part in box.ctl_json("show", JPEG)}
+    assert parts["facts"]["companion"] == f"{RAW}; {FILM}" and parts["photo"]["path"] == JPEG
+    assert RAW in box.ctl("show", FILM)["out"]
+
+
 def test_they_follow_each_request(box, contents):
     away = f"{PHOTO}/away/IMG_1.CR2"
     put(box, contents, RAW, JPEG, FILM)
