@@ -101,9 +101,17 @@ def test_what_came_last_stands_first(library, rules):
     else:
         assert newest["added"] == library.row("music", newest["path"])["create_time"]
         assert "do not keep when a file was added" in answer["err"]
+    assert library.ctl_json("recent", "-n", "1") == [newest]
     assert library.ctl_json("recent", "--kind", "photo")[0]["path"] == "/volume1/photo/Trip/exif.jpg"
     assert library.ctl("recent", "--dir", "/volume1/none")["status"] == FOUND
     assert library.ctl("recent", "--kind", "album")["status"] == USAGE
+
+
+def test_without_a_number_they_are_a_screenful(daemon):
+    for number in range(30):
+        daemon.write(f"{MUSIC}/{number}.pcm")
+    daemon.index("R:music")
+    assert len(daemon.ctl_json("recent")) == 20 and len(daemon.ctl_json("recent", "-n", "25")) == 25
 
 
 def test_tracks_that_albums_lack(library, rules):

@@ -88,6 +88,32 @@ CSV written to a file holds the bytes as they are.
 Looking needs the right to read the catalogues, which everybody has by default; queueing needs root's rights.
 )";
 
+// What people ask first, and how.
+struct Example {
+    const char *question;
+    const char *command;
+};
+constexpr Example kExamples[] = {
+    {"Index a folder, and follow the run:", "sudo veluctl add --wait /srv/music"},
+    {"What came last?", "veluctl recent"},
+    {"Why is this file missing?", "veluctl why '/srv/music/no cover.mp3'"},
+    {"Which albums are there, and by whom?", "veluctl list albums | less"},
+    {"Which tracks do albums lack?", "veluctl missing tracks"},
+    {"What is known of a file?", "veluctl show song.flac"},
+    {"All songs of a folder, for a spreadsheet:",
+     "veluctl list --kind music --dir /srv/music --csv > songs.csv"},
+    {"What does not agree with the disk?", "veluctl check"},
+    {"Mend it:", "sudo veluctl check --fix --wait"},
+};
+
+std::string Examples() {
+    std::string text;
+    for (const Example &example : kExamples)
+        text += (text.empty() ? ".SH EXAMPLES\n" : ".PP\n") + RoffText(example.question) +
+                "\n.PP\n.nf\n.RS\n" + RoffText(example.command) + "\n.RE\n.fi\n";
+    return text;
+}
+
 } // namespace
 
 std::string ManualPage(const Program &program) {
@@ -109,6 +135,6 @@ std::string ManualPage(const Program &program) {
     page += ".SH \"EXIT STATUS\"\n";
     for (const ExitCodeText &code : kExitCodes)
         page += RoffEntry("\\fB" + std::to_string(code.code) + "\\fR", code.meaning);
-    return page + kFiles + kNotes +
+    return page + kFiles + kNotes + Examples() +
            ".SH \"SEE ALSO\"\n.BR veluindexd (8),\n.BR veluinfo.conf (5),\n.BR velu\\-catalogue (5)\n";
 }

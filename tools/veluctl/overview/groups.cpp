@@ -70,19 +70,12 @@ std::string AlbumArtist(bool facts) {
     return facts ? "coalesce(f.value, m.artist)" : "m.artist";
 }
 
-std::string AlbumRows(bool facts) {
-    return facts ? "music m join file_state s on s.path = m.path left join file_fact f on f.file = s.id and "
-                   "f.position = 0 "
-                   "and f.name = (select id from fact_name where name = 'albumartist')"
-                 : "music m";
-}
-
 // Albums of one title by several artists are several.
 SqlText AlbumQuery(const Wanted &wanted) {
     SqlText query;
     query.Add("select m.album as album, " + AlbumArtist(wanted.facts) + " as artist, count(*) as files, " +
-              SecondsSum() + " as duration, " + BytesSum() + " as file_size from " + AlbumRows(wanted.facts) +
-              " where m.album <> ''");
+              SecondsSum() + " as duration, " + BytesSum() + " as file_size from " +
+              (wanted.facts ? SongsWithFact("albumartist") : "music m") + " where m.album <> ''");
     DirectoryPut(&query, "m.path", wanted);
     return query.Add(" group by 1, 2 order by 3 desc, 1, 2");
 }

@@ -83,43 +83,42 @@ AlbumTrack TrackOf(const Row &row) {
             NumberOf(row[3]),    NumberOf(row[4]),    NumberOf(row[5])};
 }
 
-// Tracks behind a path, in its order. As many as are read at a time.
-constexpr size_t kTracksPortion = 2000;
+// Tracks that are read at a time, so that the first gaps show before all are read.
+constexpr int kTracksPortion = 5000;
 
-bool TracksTake(const Asked &asked, TrackGaps *gaps) {
-    std::string last;
-    for (size_t count = kTracksPortion; count == kTracksPortion;) {
-        SqlText query;
-        query.Add("select m.path as path, m.album as album, m.artist as artist, m.disc as disc, m.track as "
-                  "track, ");
-        query.Add(asked.states
-                      ? "(select f.value from fact f where f.path = m.path and f.name = 'tracktotal' and "
-                        "f.position = 0)"
-                      : "''");
-        query.Add(" as total from music m where m.track > 0 and m.path > ").Put(last);
-        BelowAndOrderPut(&query, asked);
-        LimitPut(&query, kTracksPortion);
-        count = 0;
-        const bool read = QueryRowsTake(asked.reader, query, kTrackColumns, [&](const Row &row) {
-            last = row.front().value_or("");
-            gaps->Add(TrackOf(row));
-            ++count;
-        });
-        if (!read)
-            return false;
-    }
-    gaps->End();
-    return true;
+// Reads tracks behind a path, in the order of paths. Their number; -1 when they cannot be read.
+int TracksRead(const Asked &asked, std::string *last, TrackGaps *gaps) {
+    SqlText query;
+    query.Add(
+        "select m.path as path, m.album as album, m.artist as artist, m.disc as disc, m.track as track, ");
+    query.Add(asked.states ? "f.value as total from " + SongsWithFact("tracktotal")
+                           : "'' as total from music m");
+    query.Add(" where m.track > 0 and m.path > ").Put(*last);
+    BelowAndOrderPut(&query, asked);
+    LimitPut(&query, kTracksPortion);
+    int count = 0;
+    const bool read = QueryRowsTake(asked.reader, query, kTrackColumns, [&](const Row &row) {
+        *last = row.front().value_or("");
+        gaps->Add(TrackOf(row));
+        ++count;
+    });
+    return read ? count : -1;
 }
 
 bool TracksFind(const Asked &asked, RowWriter *writer) {
+    const auto wants_more = [&] { return asked.limit == 0 || writer->count() < asked.limit; };
     TrackGaps gaps([&](const AlbumGaps &found) {
-        if (asked.limit == 0 || writer->count() < asked.limit)
+        if (wants_more())
             writer->Add({std::to_string(found.disc), std::to_string(found.present),
                          std::to_string(found.last), found.missing, found.artist, found.album,
                          found.directory});
     });
-    return TracksTake(asked, &gaps);
+    std::string last;
+    int count = kTracksPortion;
+    while (count == kTracksPortion && wants_more())
+        count = TracksRead(asked, &last, &gaps);
+    gaps.End();
+    return count >= 0;
 }
 
 struct MissingList {

@@ -25,6 +25,13 @@ bool QueryRowsTake(CatalogueReader *reader, const SqlText &query, std::span<cons
     return true;
 }
 
+std::string SongsWithFact(const char *name) {
+    return std::string(
+               "music m join file_state s on s.path = m.path left join file_fact f on f.file = s.id and "
+               "f.position = 0 and f.name = (select id from fact_name where name = '") +
+           name + "')";
+}
+
 void LimitPut(SqlText *query, uint32_t limit) {
     if (limit != 0)
         query->Add(" limit ").Add(std::to_string(limit));
