@@ -96,6 +96,7 @@ def test_filters(library):
     assert names("--dir", "/var/services/photo/") == ["exif.jpg"]
     assert names("--dir", "/volume1/music/Ear") == []
     assert len(names("--limit", "2")) == 2
+    assert names("-n", "0") == [] and library.ctl("list", "-n", "0") == {"status": DONE, "out": "", "err": ""}
     assert names("--kind", "library") == ["exif.jpg"]
     assert names("--kind", "directory", "--dir", "/volume1/photo") == ["Trip", "photo"]
 

@@ -76,4 +76,11 @@ TEST(SafeText, CutsToColumns) {
     EXPECT_EQ(DisplayCut("日本語", 4), "日…") << "half a character is none";
     EXPECT_EQ(DisplayCut("songs", 1), "…");
     EXPECT_EQ(DisplayCut("songs", 0), "");
+    EXPECT_EQ(DisplayCutMiddle("/music/song.mp3", 15), "/music/song.mp3");
+    EXPECT_EQ(DisplayCutMiddle("/music/song.mp3", 14), "/music…ong.mp3");
+    EXPECT_EQ(DisplayCutMiddle("/music/song.mp3", 5), "/m…p3");
+    EXPECT_EQ(DisplayCutMiddle("日本語の歌", 6), "日…歌") << "half a character is none";
+    EXPECT_EQ(DisplayCutMiddle("日本語の歌", 8), "日…の歌");
+    EXPECT_EQ(DisplayCutMiddle("songs", 1), "…");
+    EXPECT_EQ(DisplayCutMiddle("songs", 0), "");
 }

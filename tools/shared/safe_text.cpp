@@ -102,12 +102,38 @@ std::string SafePageText(std::string_view bytes) {
     return WrittenOut(bytes, IsShownOnPage);
 }
 
+namespace {
+
+size_t WidthOf(char32_t character) {
+    return character < kFirstUnicode
+               ? 1
+               : static_cast<size_t>(std::max(wcwidth(static_cast<wchar_t>(character)), 0));
+}
+
+// Returns the characters in front that take at most so many columns.
+std::string_view FrontOf(std::string_view safe, size_t columns) {
+    std::string_view rest = safe;
+    size_t width = 0;
+    size_t kept = 0;
+    for (char32_t character = 0; Utf8Take(&rest, &character) == Utf8::kCharacter;) {
+        width += WidthOf(character);
+        if (width > columns)
+            break;
+        kept = safe.size() - rest.size();
+    }
+    return safe.substr(0, kept);
+}
+
+const char *Ellipsis() {
+    return unicode_terminal ? "…" : "~";
+}
+
+} // namespace
+
 size_t DisplayWidth(std::string_view safe) {
     size_t width = 0;
     for (char32_t character = 0; Utf8Take(&safe, &character) == Utf8::kCharacter;)
-        width += character < kFirstUnicode
-                     ? 1
-                     : static_cast<size_t>(std::max(wcwidth(static_cast<wchar_t>(character)), 0));
+        width += WidthOf(character);
     return width;
 }
 
@@ -116,16 +142,20 @@ std::string DisplayCut(std::string_view safe, size_t columns) {
         return {};
     if (DisplayWidth(safe) <= columns)
         return std::string(safe);
-    std::string_view rest = safe;
-    size_t width = 0;
-    size_t kept = 0;
-    for (char32_t character = 0; Utf8Take(&rest, &character) == Utf8::kCharacter;) {
-        width += character < kFirstUnicode
-                     ? 1
-                     : static_cast<size_t>(std::max(wcwidth(static_cast<wchar_t>(character)), 0));
-        if (width > columns - 1)
-            break;
-        kept = safe.size() - rest.size();
-    }
-    return std::string(safe.substr(0, kept)) + (unicode_terminal ? "…" : "~");
+    return std::string(FrontOf(safe, columns - 1)) + Ellipsis();
+}
+
+std::string DisplayCutMiddle(std::string_view safe, size_t columns) {
+    const size_t whole = DisplayWidth(safe);
+    if (columns == 0)
+        return {};
+    if (whole <= columns)
+        return std::string(safe);
+    const size_t front = (columns - 1) / 2;
+    const size_t back = columns - 1 - front;
+    std::string_view end = safe.substr(FrontOf(safe, whole - back).size());
+    // A character that takes two columns and lies across the edge goes; marks that stood on it take none.
+    for (char32_t character = 0; DisplayWidth(end) > back;)
+        static_cast<void>(Utf8Take(&end, &character));
+    return std::string(FrontOf(safe, front)).append(Ellipsis()).append(end);
 }

@@ -25,3 +25,6 @@ size_t DisplayWidth(std::string_view safe);
 
 // Returns the text cut to so many columns, the last of them "…" (or "~") when something is missing.
 std::string DisplayCut(std::string_view safe, size_t columns);
+
+// Returns the same with what is missing taken out of the middle: of a path, share and name tell more than what lies between them.
+std::string DisplayCutMiddle(std::string_view safe, size_t columns);

@@ -121,8 +121,8 @@ bool CatalogueRowsRead(CatalogueReader *reader, const CatalogueTable &table,
                        const std::vector<const char *> &columns, const RowFilter &filter,
                        const std::function<void(Row &)> &take) {
     std::string after;
-    for (size_t left = filter.limit; filter.limit == 0 || left > 0;) {
-        const size_t wanted = filter.limit == 0 ? kPortion : std::min(left, kPortion);
+    for (size_t left = filter.limit; left > 0;) {
+        const size_t wanted = std::min(left, kPortion);
         const Query query = PortionQuery(table, columns, filter, after);
         const ResultHandle rows = CatalogueQuery(
             reader, table.catalogue, query.sql + " limit " + std::to_string(wanted), query.values);
@@ -140,7 +140,7 @@ bool CatalogueRowsRead(CatalogueReader *reader, const CatalogueTable &table,
         const auto got = static_cast<size_t>(VELUDBRowCount(rows.get()));
         if (got < wanted)
             return true;
-        left -= filter.limit == 0 ? 0 : got;
+        left -= got;
     }
     return true;
 }

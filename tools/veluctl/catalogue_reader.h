@@ -40,7 +40,7 @@ struct RowFilter {
     std::string directory;
     std::string key;
     std::string text; // without regard to the case of ASCII letters
-    size_t limit = 0; // 0: all
+    size_t limit = SIZE_MAX;
 };
 
 // Calls `take` with the values of `columns` (names of the table's) for every row, in the order of the keys.

@@ -24,7 +24,7 @@ namespace {
 constexpr Column kColumns[] = {
     {"problem", "PROBLEM", Type::text},
     {"repair", "REPAIR", Type::text},
-    {"path", "PATH", Type::text},
+    {"path", "PATH", Type::path},
 };
 
 // What --fix does about a finding, in a word.

@@ -88,7 +88,7 @@ OptionList PlaceOptions(Options *options) {
             {.letter = 'n',
              .name = "limit",
              .type = "ROWS",
-             .description = "Stop after so many rows",
+             .description = "Stop after so many rows; 0: none",
              .target = &options->limit}};
 }
 

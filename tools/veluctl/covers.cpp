@@ -36,6 +36,6 @@ RecordPart CoverPart(const KeptCover &cover) {
         {{"width", "WIDTH", Type::integer},
          {"height", "HEIGHT", Type::integer},
          {"file_size", "SIZE", Type::bytes},
-         {"path", "PATH", Type::text}},
+         {"path", "PATH", Type::path}},
         {std::to_string(cover.width), std::to_string(cover.height), std::to_string(cover.size), cover.path}};
 }

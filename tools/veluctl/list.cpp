@@ -80,12 +80,12 @@ ExitCode ListCommand(const Options &options) {
             writer.End();
             return Complain(kUnreachable, reader.failure);
         }
-        if (options.limit != 0 && writer.count() >= options.limit)
-            break;
-        filter.limit = options.limit == 0 ? 0 : options.limit - writer.count();
+        filter.limit = options.limit - writer.count();
     }
     writer.End();
-    if (writer.count() == 0 && options.form() == Form::table)
+    if (writer.count() > 0 || options.limit == 0)
+        return kDone;
+    if (options.form() == Form::table)
         fputs("No rows.\n", stderr);
-    return writer.count() == 0 ? kFound : kDone;
+    return kFound;
 }

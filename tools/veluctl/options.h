@@ -10,6 +10,8 @@
 
 #include "tools/veluctl/row_writer.h"
 
+inline constexpr uint32_t kEveryRow = UINT32_MAX; // as a limit: none
+
 struct Options {
     std::vector<std::string> paths; // add, remove
     std::string path;               // show, why, dump, report, forget
@@ -28,7 +30,7 @@ struct Options {
     std::vector<std::string> kinds;
     std::string directory;
     std::string text;
-    uint32_t limit = 0; // rows; 0: all
+    uint32_t limit = kEveryRow;
 
     bool every_reader = false;
     bool fix = false;

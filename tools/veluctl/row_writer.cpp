@@ -140,7 +140,9 @@ void RowWriter::TableLine(const std::vector<std::string> &cells) {
     std::string line;
     for (size_t at = 0; at < cells.size(); ++at) {
         const bool last = at + 1 == cells.size();
-        const std::string cell = DisplayCut(cells[at], widths_[at]);
+        const bool is_path = columns_[at].type == Type::path;
+        const std::string cell =
+            is_path ? DisplayCutMiddle(cells[at], widths_[at]) : DisplayCut(cells[at], widths_[at]);
         const size_t padding = last ? 0 : widths_[at] - DisplayWidth(cell);
         const bool right = !last && IsRight(columns_[at].type);
         line.append(right ? padding : 0, ' ').append(cell).append(right ? 0 : padding, ' ');

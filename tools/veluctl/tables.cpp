@@ -14,6 +14,7 @@ constexpr size_t kMediaColumnCount = std::size(kMediaRowColumns);
 constexpr Type TypeOf(ColumnKind kind) {
     switch (kind) {
     case ColumnKind::path:
+        return Type::path;
     case ColumnKind::tag:
     case ColumnKind::text:
         return Type::text;
@@ -64,7 +65,7 @@ constexpr Column kDirectory[] = {
     {"title", "TITLE", Type::text},
     {"create_time", "CHANGED", Type::text},
     {"modify_time", "WRITTEN", Type::text},
-    {"path", "PATH", Type::text},
+    {"path", "PATH", Type::path},
 };
 constexpr const char *kDirectoryTexts[] = {"path"};
 constexpr const char *kDirectoryBrief[] = {"title", "modify_time", "path"};
@@ -86,7 +87,7 @@ constexpr Column kLibrary[] = {
     {"iso", "ISO", Type::integer},
     {"file_size", "SIZE", Type::bytes},
     {"updated", "MARK", Type::text},
-    {"path", "PATH", Type::text},
+    {"path", "PATH", Type::path},
 };
 constexpr const char *kLibraryTexts[] = {"path", "title", "description", "album", "make", "model"};
 constexpr const char *kLibraryBrief[] = {"title",      "album", "width",     "height",
@@ -96,7 +97,7 @@ constexpr Column kVideoDescription[] = {
     {"title", "TITLE", Type::text},
     {"description", "DESCRIPTION", Type::text},
     {"updated", "MARK", Type::text},
-    {"path", "PATH", Type::text},
+    {"path", "PATH", Type::path},
 };
 constexpr const char *kVideoDescriptionTexts[] = {"path", "title", "description"};
 constexpr const char *kVideoDescriptionBrief[] = {"title", "description", "path"};
@@ -111,7 +112,7 @@ constexpr Column kAlbum[] = {
     {"allow_comment", "COMMENTS", Type::boolean},
     {"is_subdir", "BELOW", Type::boolean},
     {"updated", "MARK", Type::text},
-    {"sharename", "ALBUM", Type::text},
+    {"sharename", "ALBUM", Type::path},
 };
 constexpr const char *kAlbumTexts[] = {"sharename", "title", "description"};
 constexpr const char *kAlbumBrief[] = {"shareid", "title", "public", "hits", "sharename"};

@@ -28,7 +28,7 @@ void BelowAndOrderPut(SqlText *query, const Asked &asked) {
     query->Add(" order by m.path");
 }
 
-constexpr Column kTagColumns[] = {{"missing", "MISSING", Type::text}, {"path", "PATH", Type::text}};
+constexpr Column kTagColumns[] = {{"missing", "MISSING", Type::text}, {"path", "PATH", Type::path}};
 
 bool TagsFind(const Asked &asked, RowWriter *writer) {
     SqlText query;
@@ -42,7 +42,7 @@ bool TagsFind(const Asked &asked, RowWriter *writer) {
 constexpr Column kSongColumns[] = {{"artist", "ARTIST", Type::text},
                                    {"album", "ALBUM", Type::text},
                                    {"title", "TITLE", Type::text},
-                                   {"path", "PATH", Type::text}};
+                                   {"path", "PATH", Type::path}};
 
 bool SongsFind(const Asked &asked, const char *condition, RowWriter *writer) {
     SqlText query;
@@ -66,7 +66,7 @@ bool YearsFind(const Asked &asked, RowWriter *writer) {
 constexpr Column kGapColumns[] = {{"disc", "DISC", Type::integer},  {"present", "THERE", Type::integer},
                                   {"last", "OF", Type::integer},    {"missing", "MISSING", Type::text},
                                   {"artist", "ARTIST", Type::text}, {"album", "ALBUM", Type::text},
-                                  {"path", "DIRECTORY", Type::text}};
+                                  {"path", "DIRECTORY", Type::path}};
 
 // What is read of each track.
 constexpr Column kTrackColumns[] = {{"path", "", Type::text},     {"album", "", Type::text},
@@ -106,7 +106,7 @@ int TracksRead(const Asked &asked, std::string *last, TrackGaps *gaps) {
 }
 
 bool TracksFind(const Asked &asked, RowWriter *writer) {
-    const auto wants_more = [&] { return asked.limit == 0 || writer->count() < asked.limit; };
+    const auto wants_more = [&] { return writer->count() < asked.limit; };
     TrackGaps gaps([&](const AlbumGaps &found) {
         if (wants_more())
             writer->Add({std::to_string(found.disc), std::to_string(found.present),
@@ -155,7 +155,7 @@ ExitCode MissingCommand(const Options &options) {
     writer.End();
     if (!read)
         return Complain(kUnreachable, reader.failure);
-    if (writer.count() == 0 && options.form() == Form::table)
+    if (writer.count() == 0 && options.limit > 0 && options.form() == Form::table)
         fputs("Nothing is missing.\n", stderr);
     return writer.count() == 0 ? kDone : kFound;
 }

@@ -33,12 +33,12 @@ std::string SongsWithFact(const char *name) {
 }
 
 void LimitPut(SqlText *query, uint32_t limit) {
-    if (limit != 0)
+    if (limit != kEveryRow)
         query->Add(" limit ").Add(std::to_string(limit));
 }
 
 ExitCode ListEnd(size_t rows, const Options &options) {
-    if (rows > 0)
+    if (rows > 0 || options.limit == 0)
         return kDone;
     if (options.form() == Form::table)
         fputs("No rows.\n", stderr);

@@ -61,7 +61,7 @@ ExitCode RecentCommand(const Options &options) {
                         "of their status, "
                         "without playlists");
     const std::string directory = options.directory.empty() ? "" : RequestPathMake(options.directory);
-    const uint32_t limit = options.limit != 0 ? options.limit : kUsual;
+    const uint32_t limit = options.limit != kEveryRow ? options.limit : kUsual;
     std::vector<Row> rows;
     std::vector<Column> columns;
     for (const CatalogueTable &table : CatalogueTables()) {
