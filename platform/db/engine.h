@@ -14,7 +14,7 @@
 #include "platform/veludb.h"
 
 // Raised whenever the table changes, so that a module of another build is refused and not called wrongly.
-inline constexpr int kEngineSeam = 5;
+inline constexpr int kEngineSeam = 6;
 
 // What a transaction is begun for.
 enum class EngineBegin {

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/handle.h"
@@ -30,9 +31,20 @@ extern int sqlite_busy_milliseconds;
 // Opens the database of a `sqlite:PATH` URI; null, with the reason in `error`, on failure.
 void *SqliteOpen(const char *uri, std::string *error);
 
+// Returns the bytes of a value that a function gets; none for NULL.
+inline std::string_view SqliteTextOf(sqlite3_value *value) {
+    const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(value));
+    return text == nullptr ? std::string_view()
+                           : std::string_view(text, static_cast<size_t>(sqlite3_value_bytes(value)));
+}
+
 // Gives a connection a LIKE that compares bytes, minds case and takes the backslash as its escape, as
 // PostgreSQL's does in a database of plain bytes. Returns an SQLite result code.
 int SqliteLikeInstall(sqlite3 *db);
+
+// Gives a connection functions that compare folded text (folding.h): velu_holds and velu_is. Returns an SQLite
+// result code.
+int SqliteFoldingInstall(sqlite3 *db);
 
 // Returns `sql` with each plain `COLUMN like 'PREFIX%'` condition narrowed by the range of that prefix, which
 // an index serves: SQLite looks a prefix pattern up in an index only for its own LIKE.

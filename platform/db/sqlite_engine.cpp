@@ -239,6 +239,7 @@ constexpr VELUDBWords kWords = {
     .triggers_call = false,
     .fails_whole = false,
     .pooled = false,
+    .folds = true,
     .prepare_lock = nullptr,
     .count_on = nullptr,
     .compact = "vacuum",

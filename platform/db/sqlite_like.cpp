@@ -44,12 +44,6 @@ bool Matches(std::string_view pattern, std::string_view text, char escape) {
     }
 }
 
-std::string_view TextOf(sqlite3_value *value) {
-    const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(value));
-    return text == nullptr ? std::string_view()
-                           : std::string_view(text, static_cast<size_t>(sqlite3_value_bytes(value)));
-}
-
 // `text LIKE pattern [ESCAPE escape]` calls like(pattern, text [, escape]).
 void Like(sqlite3_context *context, int count, sqlite3_value **values) {
     char escape = kEscape;
@@ -57,14 +51,14 @@ void Like(sqlite3_context *context, int count, sqlite3_value **values) {
         if (sqlite3_value_type(values[i]) == SQLITE_NULL)
             return;
     if (count > 2) {
-        const std::string_view given = TextOf(values[2]);
+        const std::string_view given = SqliteTextOf(values[2]);
         if (given.size() != 1) {
             sqlite3_result_error(context, "ESCAPE takes one character", -1);
             return;
         }
         escape = given.front();
     }
-    sqlite3_result_int(context, Matches(TextOf(values[0]), TextOf(values[1]), escape));
+    sqlite3_result_int(context, Matches(SqliteTextOf(values[0]), SqliteTextOf(values[1]), escape));
 }
 
 struct Token {

@@ -70,7 +70,8 @@ void FilesGive(const std::string &file) {
 // Readers go on reading while the daemon writes (WAL); a commit reaches the disk at the next checkpoint or
 // VELUDBSync, and what is in the file is whole at any time. Returns what failed, or an empty text.
 std::string SetUp(sqlite3 *db) {
-    if (SqliteLikeInstall(db) != SQLITE_OK || sqlite3_busy_timeout(db, sqlite_busy_milliseconds) != SQLITE_OK)
+    if (SqliteLikeInstall(db) != SQLITE_OK || SqliteFoldingInstall(db) != SQLITE_OK ||
+        sqlite3_busy_timeout(db, sqlite_busy_milliseconds) != SQLITE_OK)
         return sqlite3_errmsg(db);
     sqlite3_stmt *raw = nullptr;
     if (sqlite3_prepare_v2(db, "pragma journal_mode = wal", -1, &raw, nullptr) != SQLITE_OK)

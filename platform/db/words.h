@@ -24,6 +24,10 @@ struct VELUDBWords {
     // behind unless its transaction has written: nothing that counts stands outside of one.
     bool pooled;
 
+    // Functions compare text without regard to case and accents: velu_holds(part, text, ...) and velu_is(whole, text), both with the
+    // folded text in front (folding.h). Others have "text ~ pattern", a regular expression over bytes.
+    bool folds;
+
     // Statements. The first, within a transaction, lets one program at a time prepare the tables; null where beginning
     // it does so already.
     const char *prepare_lock;

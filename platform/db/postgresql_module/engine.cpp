@@ -276,6 +276,7 @@ constexpr VELUDBWords kWords = {
     .triggers_call = true,
     .fails_whole = true,
     .pooled = true,
+    .folds = false,
     .prepare_lock = "select pg_advisory_xact_lock(1986358645)",
     .count_on = "select setval(pg_get_serial_sequence('TABLE', 'id'), max(id)) from TABLE having max(id) > 0",
     .compact = "vacuum (skip_locked)", // outside a transaction no time limit of ours holds
