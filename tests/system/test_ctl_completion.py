@@ -62,5 +62,5 @@ def test_each_command_and_option_is_there(box, option):
     text = box.ctl(option)["out"]
     for command in re.findall(r"^  ([a-z]+)  ", box.ctl("--help")["out"], re.MULTILINE):
         assert command in text
-        for name in re.findall(r"--([a-z-]+)", box.ctl(command, "--help")["out"]):
+        for name in re.findall(r"--([a-z0-9-]+)", box.ctl(command, "--help")["out"]):
             assert f"--{name}" in text or f"-l {name} " in text, (command, name)

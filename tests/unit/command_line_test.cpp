@@ -176,3 +176,38 @@ TEST(HelpText, TellsAllOfTheTable) {
         "\n"
         "The end.\n");
 }
+
+TEST(CommandLine, WordsMayBeginWithADash) {
+    struct Case {
+        std::vector<const char *> words;
+        std::vector<std::string> rest;
+        uint32_t number;
+        bool flag;
+    };
+    const auto read = [](std::vector<const char *> words, Given *given, std::string *error) {
+        CommandLine line = LineOf(given);
+        line.arguments = {{"rest", "REST", "The rest", &given->rest}};
+        line.arguments.back().dashes = true;
+        words.insert(words.begin(), "program");
+        return CommandLineRead(line, static_cast<int>(words.size()), const_cast<char **>(words.data()),
+                               error);
+    };
+    for (const Case &one : {Case{{"a", "-live", "b", "-n", "7", "-c"}, {"a", "-live", "b", "-c"}, 7, false},
+                            Case{{"-nina", "-n7", "-f", "-fine"}, {"-nina", "-fine"}, 7, true},
+                            Case{{"-", "--", "-f", "-n", "--flag"}, {"-", "-f", "-n", "--flag"}, 0, false},
+                            Case{{"--number", "7", "-5", "--flag"}, {"-5"}, 7, true},
+                            Case{{"--number=7", "x"}, {"x"}, 7, false}}) {
+        Given given;
+        std::string error;
+        EXPECT_EQ(read(one.words, &given, &error), CommandLineResult::done) << error;
+        EXPECT_EQ(given.rest, one.rest);
+        EXPECT_EQ(given.number, one.number);
+        EXPECT_EQ(given.flag, one.flag);
+    }
+    for (const std::vector<const char *> &words :
+         {std::vector<const char *>{"--typo", "a"}, {"a", "-n"}, {"a", "-n", "x"}}) {
+        Given given;
+        std::string error;
+        EXPECT_EQ(read(words, &given, &error), CommandLineResult::wrong) << words.front();
+    }
+}

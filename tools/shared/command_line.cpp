@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "tools/shared/command_value.h"
+#include "tools/shared/dash_words.h"
 
 namespace {
 
@@ -171,6 +172,13 @@ std::string NameOf(const CommandOption &option) {
 }
 
 CommandLineResult CommandLineRead(const CommandLine &line, int argc, char **argv, std::string *error) {
+    std::vector<char *> sorted;
+    if (DashesAreWords(line)) {
+        sorted = WithWordsBehind(line, {argv, argv + argc});
+        argc = static_cast<int>(sorted.size());
+        sorted.push_back(nullptr);
+        argv = sorted.data();
+    }
     Reading reading{line, std::vector<int>(line.options.size()), 0};
     const CommandLineResult result = OptionsTake(&reading, argc, argv, false, error);
     if (result != CommandLineResult::done)

@@ -27,9 +27,10 @@ struct CommandOption {
     const char *type; // what it takes, as the help names it; null: nothing
     const char *description;
     CommandTarget target;
-    std::vector<const char *> words = {}; // the values that there are; none: any
-    const char *needs = nullptr;          // the name of an option that has to be there, too
-    const char *excludes = nullptr;       // of one that must not
+    std::vector<const char *> words = {};     // the values that there are; none: any
+    const char *needs = nullptr;              // the name of an option that has to be there, too
+    const char *excludes = nullptr;           // of one that must not
+    std::vector<std::string> beginnings = {}; // what a value may begin with, for the completion
 };
 
 struct CommandArgument {
@@ -39,6 +40,8 @@ struct CommandArgument {
     CommandTarget target; // a string or, as the last one, a list
     bool required = false;
     std::vector<const char *> words = {};
+    std::vector<std::string> beginnings = {}; // as of an option
+    bool dashes = false;                      // words that begin with one dash and are no option are values
 };
 
 struct CommandLine {

@@ -2,10 +2,12 @@
 #include "tools/shared/help_text.h"
 
 #include "tools/shared/command_value.h"
+#include "tools/shared/text_wrap.h"
 
 namespace {
 
 constexpr size_t kMeaningColumn = 30;
+constexpr size_t kTerminalColumns = 80;
 
 std::string EntryText(const std::string &name, const std::string &meaning) {
     std::string text = "  " + name;
@@ -16,12 +18,20 @@ std::string EntryText(const std::string &name, const std::string &meaning) {
     return text + meaning + "\n";
 }
 
+// Meanings may be longer than a line.
+std::string EntryTextInLines(const std::string &name, const std::string &meaning) {
+    std::string text;
+    for (const std::string &line : TextWrap(meaning, kTerminalColumns - kMeaningColumn))
+        text += text.empty() ? EntryText(name, line) : std::string(kMeaningColumn, ' ') + line + "\n";
+    return text;
+}
+
 std::string ListText(const HelpList &list) {
     if (list.entries.empty())
         return {};
     std::string text = "\n" + list.heading + ":\n";
     for (const auto &[name, meaning] : list.entries)
-        text += EntryText(name, meaning);
+        text += EntryTextInLines(name, meaning);
     return text;
 }
 

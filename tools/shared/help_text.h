@@ -15,6 +15,11 @@ struct HelpList {
     std::vector<std::pair<std::string, std::string>> entries;
 };
 
+struct CommandExample {
+    const char *line; // as it is typed in a shell
+    const char *meaning;
+};
+
 struct HelpHead {
     const char *description;
     std::string name;   // as it is called

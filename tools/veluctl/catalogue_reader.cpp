@@ -7,63 +7,27 @@
 
 #include <algorithm>
 
-#include "platform/letters.h"
 #include "platform/own_group.h"
-#include "platform/path.h"
 #include "platform/veluindex.h"
 #include "tools/veluctl/log_lines.h"
+#include "tools/veluctl/sql_text.h"
 
 namespace {
 
 constexpr size_t kPortion = 500; // rows: enough that a server's round trip does not count
 
-// Parameters count in the order of their first appearance.
-struct Query {
-    std::string sql;
-    std::vector<std::string> values;
-
-    std::string Put(std::string value) {
-        values.push_back(std::move(value));
-        return "$" + std::to_string(values.size());
-    }
-};
-
-std::string LikePattern(std::string text) {
-    std::ranges::transform(text, text.begin(), Lower);
-    std::string escaped(2 * text.size() + 1, '\0');
-    const int length = VELUDBEscapeBackslash(escaped.data(), escaped.size(), text.c_str());
-    escaped.resize(length > 0 ? static_cast<size_t>(length) : 0);
-    return "%" + escaped + "%";
-}
-
-Query PortionQuery(const CatalogueTable &table, const std::vector<const char *> &columns,
-                   const RowFilter &filter, const std::string &after) {
-    const std::string key = table.key;
-    Query query;
-    query.sql = "select " + key + " as row_key";
+SqlText PortionQuery(const CatalogueTable &table, const std::vector<const char *> &columns,
+                     const RowFilter &filter, const std::string &after) {
+    SqlText query;
+    query.Add("select ").Add(table.key).Add(" as row_key");
     for (const char *column : columns)
-        query.sql.append(", ").append(column);
-    query.sql.append(" from ").append(table.table);
-    query.sql += " where " + key + " > " + query.Put(after);
+        query.Add(", ").Add(column);
+    query.Add(" from ").Add(table.table).Add(" where ").Add(table.key).Add(" > ").Put(after);
     if (!filter.key.empty())
-        query.sql += " and " + key + " = " + query.Put(filter.key);
-    if (!filter.directory.empty()) {
-        const PathRange below = RangeUnder(filter.directory == "/" ? "" : filter.directory);
-        query.sql += " and (" + key + " = " + query.Put(filter.directory);
-        query.sql += " or (" + key + " >= " + query.Put(below.low);
-        query.sql += " and " + key + " < " + query.Put(below.high) + "))";
-    }
-    if (!filter.text.empty()) {
-        const std::string pattern = LikePattern(filter.text);
-        const char *joint = " and (";
-        for (const char *column : table.texts) {
-            query.sql.append(joint).append("lower(").append(column).append(") like ").append(
-                query.Put(pattern));
-            joint = " or ";
-        }
-        query.sql += ")";
-    }
-    query.sql += " order by " + key;
+        query.Add(" and ").Add(table.key).Add(" = ").Put(filter.key);
+    if (!filter.directory.empty())
+        BelowPut(&query.Add(" and "), table.key, filter.directory);
+    query.Add(" order by ").Add(table.key);
     return query;
 }
 
@@ -117,13 +81,18 @@ ResultHandle CatalogueQuery(CatalogueReader *reader, Catalogue catalogue, const 
     return result;
 }
 
+Value ValueTake(const ResultHandle &rows, int row, const char *column) {
+    const char *field = VELUDBFetchField(rows.get(), row, column);
+    return field != nullptr ? Value(field) : Value();
+}
+
 bool CatalogueRowsRead(CatalogueReader *reader, const CatalogueTable &table,
                        const std::vector<const char *> &columns, const RowFilter &filter,
                        const std::function<void(Row &)> &take) {
     std::string after;
     for (size_t left = filter.limit; left > 0;) {
         const size_t wanted = std::min(left, kPortion);
-        const Query query = PortionQuery(table, columns, filter, after);
+        const SqlText query = PortionQuery(table, columns, filter, after);
         const ResultHandle rows = CatalogueQuery(
             reader, table.catalogue, query.sql + " limit " + std::to_string(wanted), query.values);
         if (rows == nullptr)
@@ -131,10 +100,8 @@ bool CatalogueRowsRead(CatalogueReader *reader, const CatalogueTable &table,
         for (int at = -1; VELUDBFetchRow(rows.get(), &at) == 0;) {
             after = VELUDBFetchText(rows.get(), at, "row_key");
             Row row;
-            for (const char *column : columns) {
-                const char *field = VELUDBFetchField(rows.get(), at, column);
-                row.push_back(field != nullptr ? Value(field) : Value());
-            }
+            for (const char *column : columns)
+                row.push_back(ValueTake(rows, at, column));
             take(row);
         }
         const auto got = static_cast<size_t>(VELUDBRowCount(rows.get()));

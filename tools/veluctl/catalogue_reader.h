@@ -35,11 +35,13 @@ void CatalogueDisconnect(CatalogueReader *reader, Catalogue catalogue);
 ResultHandle CatalogueQuery(CatalogueReader *reader, Catalogue catalogue, const std::string &sql,
                             const std::vector<std::string> &values);
 
-// What rows are wanted: all, or those of a path and below it, of one key, with a text somewhere.
+// Returns a field of a row, or nothing for NULL.
+Value ValueTake(const ResultHandle &rows, int row, const char *column);
+
+// What rows are wanted: all, or those of a path and below it, of one key.
 struct RowFilter {
     std::string directory;
     std::string key;
-    std::string text; // without regard to the case of ASCII letters
     size_t limit = SIZE_MAX;
 };
 

@@ -6,6 +6,7 @@
 
 #include "tools/veluctl/overview/groups.h"
 #include "tools/veluctl/requests.h"
+#include "tools/veluctl/search/search_help.h"
 #include "tools/veluctl/tables.h"
 
 namespace {
@@ -162,6 +163,34 @@ ProgramCommand LookMake(const char *name, const char *description, Command funct
             {Joined({{kHelpOption}, std::move(own)}), std::move(arguments)}};
 }
 
+ProgramCommand FindMake(Options *options) {
+    CommandArgument words = {"words", "WORD", "What to look for", &options->words, true};
+    words.beginnings = SearchBeginnings();
+    words.dashes = true;
+    const std::vector<std::string> names = SearchFieldNames();
+    OptionList own = {
+        {.letter = 's',
+         .name = "sort",
+         .type = "FIELDS",
+         .description = "Sort by these fields (year,title); a - in front of one turns its order round",
+         .target = &options->sort,
+         .beginnings = names},
+        {.letter = 'g',
+         .name = "group",
+         .type = "FIELDS",
+         .description = "Count the files of each album, artist, year ...",
+         .target = &options->group,
+         .excludes = "m3u",
+         .beginnings = names},
+        Flag("m3u", "Print a playlist of the songs and films", &options->playlist)};
+    own.back().excludes = "json";
+    ProgramCommand command = LookMake("find", "Find rows by words and fields", FindCommand, {words},
+                                      Joined({std::move(own), ListOptions(options)}));
+    command.details = SearchHelp();
+    command.examples = SearchExamples();
+    return command;
+}
+
 std::vector<ProgramCommand> LooksMake(Options *options) {
     const CommandOption json = Json(options);
     return {
@@ -171,10 +200,7 @@ std::vector<ProgramCommand> LooksMake(Options *options) {
                  {{"what", "WHAT", "Not the rows, but their values with the number of files", &options->what,
                    false, GroupWords()}},
                  ListOptions(options)),
-        LookMake(
-            "find", "List rows that hold a text in their path, title, artist and the like", ListCommand,
-            {Needed("text", "TEXT", "The text; the case of ASCII letters does not matter", &options->text)},
-            ListOptions(options)),
+        FindMake(options),
         LookMake("recent", "List what was added last", RecentCommand, {}, ListOptions(options)),
         LookMake("missing", "List songs without tags, covers or years, and albums without all their tracks",
                  MissingCommand, {Needed("what", "WHAT", "What is missing", &options->what, MissingWords())},

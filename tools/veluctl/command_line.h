@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/shared/command_table.h"
+#include "tools/shared/help_text.h"
 #include "tools/veluctl/commands.h"
 
 struct ProgramCommand {
@@ -14,6 +15,8 @@ struct ProgramCommand {
     const char *description;
     Command run;
     CommandLine line;
+    std::vector<HelpList> details = {}; // of what stands on the line
+    std::vector<CommandExample> examples = {};
 };
 
 struct Program {

@@ -11,7 +11,8 @@
 using Command = ExitCode (*)(const Options &options);
 
 ExitCode StatusCommand(const Options &options);
-ExitCode ListCommand(const Options &options); // and find: a list with a text
+ExitCode ListCommand(const Options &options);
+ExitCode FindCommand(const Options &options);
 ExitCode ShowCommand(const Options &options);
 ExitCode DumpCommand(const Options &options);
 ExitCode CheckCommand(const Options &options);

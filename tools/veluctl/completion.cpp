@@ -28,6 +28,10 @@ std::string ValueReply(const CommandOption &option) {
     case Completes::words:
         return "mapfile -t COMPREPLY < <(compgen -W '" + WordsJoined(option.words) +
                "' -- \"$word\"); return";
+    case Completes::beginnings:
+        return "local last=${word##*[,-]}; compopt -o nospace; mapfile -t COMPREPLY < <(compgen -P "
+               "\"${word%\"$last\"}\" -W '" +
+               WordsJoined(option.beginnings) + "' -- \"$last\"); return";
     case Completes::directories:
         return "compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- \"$word\"); return";
     case Completes::files:
@@ -57,12 +61,24 @@ std::string ArgumentWords(const CommandLine &line) {
     return {};
 }
 
+// What the arguments of a command may begin with.
+std::string ArgumentBeginnings(const CommandLine &line) {
+    for (const CommandArgument &argument : line.arguments) {
+        if (!argument.beginnings.empty())
+            return WordsJoined(argument.beginnings);
+    }
+    return {};
+}
+
 std::string CommandBranch(const ProgramCommand &command) {
     std::string text = std::string("    ") + command.name + ")\n";
     const std::string values = ValueBranches(command.line);
     if (!values.empty())
         text += "        case $previous in\n" + values + "        esac\n";
     text += "        options='" + NamesOf(command.line) + "'\n";
+    const std::string beginnings = ArgumentBeginnings(command.line);
+    if (!beginnings.empty())
+        text += "        begins='" + beginnings + "'\n";
     text += "        words='" + ArgumentWords(command.line) + "'\n";
     return text + "        ;;\n";
 }
@@ -79,7 +95,7 @@ std::string BashCompletion(const Program &program) {
     return "# bash completion for veluctl, made by veluctl --completion\n"
            "_veluctl() {\n"
            "    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} options='' "
-           "words=''\n"
+           "words='' begins=''\n"
            "    COMPREPLY=()\n"
            "    if [ \"$COMP_CWORD\" = 1 ]; then\n"
            "        mapfile -t COMPREPLY < <(compgen -W '" +
@@ -93,7 +109,17 @@ std::string BashCompletion(const Program &program) {
            "    case $word in\n"
            "    -*) mapfile -t COMPREPLY < <(compgen -W \"$options\" -- \"$word\") ;;\n"
            "    *)\n"
-           "        if [ -n \"$words\" ]; then\n"
+           "        if [ -n \"$begins\" ]; then\n"
+           "            case $word in [:=]) previous=$word word='' ;; esac\n"
+           "            case $previous in\n"
+           "            :) mapfile -t COMPREPLY < <(compgen -W \"${begins//=/}\" -- \"$word\") ;;\n"
+           "            [=\\<\\>]) ;;\n"
+           "            *)\n"
+           "                compopt -o nospace\n"
+           "                mapfile -t COMPREPLY < <(compgen -W \"$begins\" -- \"$word\")\n"
+           "                ;;\n"
+           "            esac\n"
+           "        elif [ -n \"$words\" ]; then\n"
            "            mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$word\")\n"
            "        else\n"
            "            compopt -o filenames\n"

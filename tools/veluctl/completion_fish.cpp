@@ -11,10 +11,11 @@ std::string FishWord(std::string_view text) {
 }
 
 // What may stand in the place of a value, as options of fish's `complete`.
-std::string FishValue(Completes completes, const std::vector<const char *> &words) {
+std::string FishValue(Completes completes, const std::string &words) {
     switch (completes) {
     case Completes::words:
-        return " -x -a " + FishWord(WordsJoined(words));
+    case Completes::beginnings:
+        return " -x -a " + FishWord(words);
     case Completes::directories:
         return " -x -a '(__fish_complete_directories)'";
     case Completes::files:
@@ -32,7 +33,7 @@ std::string FishOption(const std::string &condition, const CommandOption &option
     if (option.name != nullptr)
         line += std::string(" -l ") + option.name;
     if (option.type != nullptr)
-        line += FishValue(CompletesOf(option), option.words);
+        line += FishValue(CompletesOf(option), WordsOf(option));
     return line + " -d " + FishWord(option.description) + "\n";
 }
 
@@ -40,8 +41,8 @@ std::string FishArgument(const std::string &condition, const CommandArgument &ar
     const std::string line = "complete -c veluctl -n " + FishWord(condition);
     switch (CompletesOf(argument)) {
     case Completes::words:
-        return line + " -a " + FishWord(WordsJoined(argument.words)) + " -d " +
-               FishWord(argument.description) + "\n";
+    case Completes::beginnings:
+        return line + " -a " + FishWord(WordsOf(argument)) + " -d " + FishWord(argument.description) + "\n";
     case Completes::files:
     case Completes::directories:
         return line + " -F\n";

@@ -9,11 +9,13 @@
 
 #include "tools/shared/command_table.h"
 
-enum class Completes { nothing, words, directories, files };
+enum class Completes { nothing, words, beginnings, directories, files };
 
-constexpr Completes CompletesOf(std::string_view type, bool has_words) {
+constexpr Completes CompletesOf(std::string_view type, bool has_words, bool has_beginnings) {
     if (has_words)
         return Completes::words;
+    if (has_beginnings)
+        return Completes::beginnings;
     if (type == "DIR")
         return Completes::directories;
     for (const std::string_view path : {"PATH", "FILE", "NEW", "OLD"})
@@ -23,11 +25,11 @@ constexpr Completes CompletesOf(std::string_view type, bool has_words) {
 }
 
 inline Completes CompletesOf(const CommandOption &option) {
-    return CompletesOf(option.type, !option.words.empty());
+    return CompletesOf(option.type, !option.words.empty(), !option.beginnings.empty());
 }
 
 inline Completes CompletesOf(const CommandArgument &argument) {
-    return CompletesOf(argument.type, !argument.words.empty());
+    return CompletesOf(argument.type, !argument.words.empty(), !argument.beginnings.empty());
 }
 
 // Returns texts one behind the other.
@@ -37,6 +39,12 @@ std::string WordsJoined(const Words &words, const char *between = " ") {
     for (const auto &word : words)
         text.append(text.empty() ? "" : between).append(word);
     return text;
+}
+
+// Returns the words, or what a value may begin with, of an option or argument.
+template <typename Place>
+std::string WordsOf(const Place &place) {
+    return place.words.empty() ? WordsJoined(place.beginnings) : WordsJoined(place.words);
 }
 
 // Returns a text in single quotes, in which the shell reads the quote itself as `quote`, and a backslash as `backslash`.

@@ -23,10 +23,12 @@ std::string ZshText(std::string_view text) {
 }
 
 // What may stand in the place of a value.
-std::string ZshAction(Completes completes, const std::vector<const char *> &words) {
+std::string ZshAction(Completes completes, const std::string &words) {
     switch (completes) {
     case Completes::words:
-        return "(" + WordsJoined(words) + ")";
+        return "(" + words + ")";
+    case Completes::beginnings:
+        return "{compadd -S \"\" -- " + words + "}"; // nothing behind it
     case Completes::directories:
         return "_files -/";
     case Completes::files:
@@ -56,7 +58,7 @@ std::string ZshOption(const CommandOption &option) {
     const std::string before = (many ? "*" : "") + (excluded.empty() ? "" : "(" + excluded + ")");
     std::string behind = "[" + ZshText(option.description) + "]";
     if (option.type != nullptr)
-        behind += ":" + ZshText(option.type) + ":" + ZshAction(CompletesOf(option), option.words);
+        behind += ":" + ZshText(option.type) + ":" + ZshAction(CompletesOf(option), WordsOf(option));
     std::string specifications;
     for (const std::string &name : names) {
         const char *value = option.type == nullptr ? "" : name.starts_with("--") ? "=" : "+";
@@ -68,7 +70,7 @@ std::string ZshOption(const CommandOption &option) {
 std::string ZshArgument(const CommandArgument &argument, size_t number) {
     const std::string place = TakesMany(argument.target) ? "*" : std::to_string(number);
     return " \\\n            " + ZshWord(place + (argument.required ? ":" : "::") + ZshText(argument.type) +
-                                         ":" + ZshAction(CompletesOf(argument), argument.words));
+                                         ":" + ZshAction(CompletesOf(argument), WordsOf(argument)));
 }
 
 std::string ZshArguments(const CommandLine &line) {

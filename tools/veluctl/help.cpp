@@ -11,6 +11,13 @@ std::string ExitCodesHelp() {
     return text + "\n";
 }
 
+std::string ExamplesHelp(const ProgramCommand &command) {
+    std::string text = command.examples.empty() ? "" : "Examples:\n";
+    for (const CommandExample &example : command.examples)
+        text.append("  ").append(example.line).append("\n      ").append(example.meaning).append("\n");
+    return command.examples.empty() ? text : text + "\n";
+}
+
 } // namespace
 
 std::string ProgramHelp(const Program &program) {
@@ -26,5 +33,5 @@ std::string ProgramHelp(const Program &program) {
 
 std::string CommandHelp(const Program &program, const ProgramCommand &command) {
     return HelpText({command.description, std::string(program.name) + " " + command.name, ""}, command.line,
-                    {}, ExitCodesHelp());
+                    command.details, ExamplesHelp(command) + ExitCodesHelp());
 }

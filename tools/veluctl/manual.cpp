@@ -40,6 +40,16 @@ std::string Heading(std::string text) {
     return text;
 }
 
+std::string Details(const ProgramCommand &command) {
+    std::string text;
+    for (const HelpList &list : command.details) {
+        text += ".PP\n" + RoffText(list.heading) + ":\n";
+        for (const auto &[name, meaning] : list.entries)
+            text += RoffEntry("\\fB" + RoffText(name) + "\\fR", meaning + ".");
+    }
+    return text;
+}
+
 std::string CommandEntry(const ProgramCommand &command) {
     std::string synopsis = std::string(".SS \"") + command.name;
     std::string entries;
@@ -50,7 +60,7 @@ std::string CommandEntry(const ProgramCommand &command) {
     }
     for (const CommandOption &option : command.line.options)
         entries += option.name == kHelpOption.name ? "" : OptionEntry(option);
-    return synopsis + "\"\n" + RoffText(command.description) + ".\n" + entries;
+    return synopsis + "\"\n" + RoffText(command.description) + ".\n" + entries + Details(command);
 }
 
 constexpr char kFiles[] = R"(.SH FILES
@@ -106,11 +116,18 @@ constexpr Example kExamples[] = {
     {"Mend it:", "sudo veluctl check --fix --wait"},
 };
 
-std::string Examples() {
-    std::string text;
+std::string ExampleText(const std::string &question, const char *command) {
+    return ".PP\n" + RoffText(question) + "\n.PP\n.nf\n.RS\n" + RoffText(command) + "\n.RE\n.fi\n";
+}
+
+std::string Examples(const Program &program) {
+    std::string text = ".SH EXAMPLES\n";
     for (const Example &example : kExamples)
-        text += (text.empty() ? ".SH EXAMPLES\n" : ".PP\n") + RoffText(example.question) +
-                "\n.PP\n.nf\n.RS\n" + RoffText(example.command) + "\n.RE\n.fi\n";
+        text += ExampleText(example.question, example.command);
+    for (const ProgramCommand &command : program.commands) {
+        for (const CommandExample &example : command.examples)
+            text += ExampleText(std::string(example.meaning) + ":", example.line);
+    }
     return text;
 }
 
@@ -135,6 +152,6 @@ std::string ManualPage(const Program &program) {
     page += ".SH \"EXIT STATUS\"\n";
     for (const ExitCodeText &code : kExitCodes)
         page += RoffEntry("\\fB" + std::to_string(code.code) + "\\fR", code.meaning);
-    return page + kFiles + kNotes + Examples() +
+    return page + kFiles + kNotes + Examples(program) +
            ".SH \"SEE ALSO\"\n.BR veluindexd (8),\n.BR veluinfo.conf (5),\n.BR velu\\-catalogue (5)\n";
 }

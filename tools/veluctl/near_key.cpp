@@ -39,21 +39,30 @@ size_t EditDistance(std::string_view one, std::string_view other) {
     return row.back();
 }
 
-const ConfigurationKey *NearKey(std::string_view name) {
-    const ConfigurationKey *nearest = nullptr;
+const char *NearName(std::string_view name, std::span<const char *const> names) {
+    const char *nearest = nullptr;
     size_t least = 0;
-    for (const ConfigurationKey &key : kConfigurationKeys) {
-        const std::string_view known = key.name;
+    for (const char *one : names) {
+        const std::string_view known = one;
         const size_t slips = known.size() / kLettersPerSlip;
         if (name == known)
-            return &key;
+            return one;
         if (Difference(name.size(), known.size()) > slips)
             continue;
         const size_t distance = EditDistance(name, known);
         if (distance <= slips && (nearest == nullptr || distance < least)) {
-            nearest = &key;
+            nearest = one;
             least = distance;
         }
     }
     return nearest;
+}
+
+const ConfigurationKey *NearKey(std::string_view name) {
+    std::vector<const char *> names;
+    for (const ConfigurationKey &key : kConfigurationKeys)
+        names.push_back(key.name);
+    const char *near = NearName(name, names);
+    const auto found = std::ranges::find(kConfigurationKeys, near, &ConfigurationKey::name);
+    return near != nullptr ? &*found : nullptr;
 }

@@ -29,7 +29,10 @@ struct Options {
     bool csv = false;
     std::vector<std::string> kinds;
     std::string directory;
-    std::string text;
+    std::vector<std::string> words; // find
+    std::string sort;
+    std::string group;
+    bool playlist = false;
     uint32_t limit = kEveryRow;
 
     bool every_reader = false;

@@ -15,6 +15,7 @@ namespace {
 
 constexpr size_t kGap = 2;            // between columns
 constexpr size_t kColumnMax = 40;     // a text column in front of others leaves them room
+constexpr size_t kNarrowMin = 8;      // and on a narrow terminal keeps so much
 constexpr size_t kLastColumnMin = 20; // what is left of a path on a narrow terminal
 
 std::string BytesShow(double bytes) {
@@ -130,10 +131,28 @@ void RowWriter::TableFlush() {
         used += widths_[at] + kGap;
     // Only a terminal has an edge to cut paths at; a pipe may lead to a pager.
     const size_t width = TerminalColumns(out_);
+    if (terminal_)
+        used = TextsNarrow(width > kLastColumnMin ? width - kLastColumnMin : 0, used);
     widths_.back() = terminal_ ? std::max(width > used ? width - used : 0, kLastColumnMin) : SIZE_MAX;
     for (const auto &cells : waiting_)
         TableLine(cells);
     waiting_.clear();
+}
+
+size_t RowWriter::TextsNarrow(size_t room, size_t used) {
+    while (used > room) {
+        size_t *widest = nullptr;
+        for (size_t at = 0; at + 1 < widths_.size(); ++at) {
+            if (!IsRight(columns_[at].type) && widths_[at] > kNarrowMin &&
+                (widest == nullptr || widths_[at] > *widest))
+                widest = &widths_[at];
+        }
+        if (widest == nullptr)
+            break;
+        --*widest;
+        --used;
+    }
+    return used;
 }
 
 void RowWriter::TableLine(const std::vector<std::string> &cells) {

@@ -17,8 +17,8 @@ enum class Form { table, json, csv };
 // Returns a value as people read it: sizes as "3.4 MB", seconds as "4:05", texts safe for a terminal.
 std::string ValueShow(const Value &value, Type type);
 
-// Rows one after the other. Columns are as wide as the first rows (kMeasuredRows) need; on a terminal the
-// last column is cut at its edge.
+// Rows one after the other. Columns are as wide as the first rows (kMeasuredRows) need; on a terminal that
+// is narrower texts are cut, and the last column at its edge.
 class RowWriter {
 public:
     RowWriter(Form form, std::span<const Column> columns, FILE *out);
@@ -28,6 +28,8 @@ public:
 
 private:
     void TableFlush();
+    size_t TextsNarrow(size_t room,
+                       size_t used); // makes columns of text narrower; returns what all then take
     void TableLine(const std::vector<std::string> &cells);
     void JsonAdd(const Row &row);
     void CsvAdd(const Row &row);

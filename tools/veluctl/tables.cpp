@@ -142,7 +142,12 @@ std::span<const CatalogueTable> CatalogueTables() {
     return kTables;
 }
 
+const Column *ColumnFind(const CatalogueTable &table, std::string_view name) {
+    const auto found = std::find_if(table.columns.begin(), table.columns.end(),
+                                    [&](const Column &column) { return name == column.name; });
+    return found != table.columns.end() ? &*found : nullptr;
+}
+
 const Column &ColumnOf(const CatalogueTable &table, std::string_view name) {
-    return *std::find_if(table.columns.begin(), table.columns.end(),
-                         [&](const Column &column) { return name == column.name; });
+    return *ColumnFind(table, name);
 }

@@ -23,5 +23,8 @@ struct CatalogueTable {
 
 std::span<const CatalogueTable> CatalogueTables();
 
+// Returns the column of that name, or null.
+const Column *ColumnFind(const CatalogueTable &table, std::string_view name);
+
 // Returns the column of that name, which the table must have.
 const Column &ColumnOf(const CatalogueTable &table, std::string_view name);

@@ -5,7 +5,8 @@ import re
 
 TREE = pathlib.Path(__file__).resolve().parents[3]
 # Of the watcher's header, which has its times as well, those that are called bounds.
-HEADERS = {"platform/limits.h": r"k\w+", "platform/playlist_bounds.h": r"k\w+", "catalogue/bounds.h": r"k\w+", "tools/veluwatchd/bounds.h": r"k\w+(Min|Max)"}
+HEADERS = {"platform/limits.h": r"k\w+", "platform/playlist_bounds.h": r"k\w+", "catalogue/bounds.h": r"k\w+", "tools/veluwatchd/bounds.h": r"k\w+(Min|Max)",
+           "tools/veluctl/search/bounds.h": r"k\w+"}
 CONSTANT = re.compile(r"^inline constexpr \w+ (k\w+) =\s*([^;]+);", re.MULTILINE)
 
 

@@ -12,13 +12,13 @@ bool QueryRowsTake(CatalogueReader *reader, const SqlText &query, std::span<cons
     for (int at = -1; VELUDBFetchRow(rows.get(), &at) == 0;) {
         Row row;
         for (const Column &column : columns) {
-            const char *field = VELUDBFetchField(rows.get(), at, column.name);
-            row.push_back(field != nullptr ? Value(field) : Value());
-            if (field == nullptr || column.type != Type::bytes)
-                continue;
-            char whole[32];
-            snprintf(whole, sizeof whole, "%.0f", strtod(field, nullptr));
-            row.back() = whole;
+            Value value = ValueTake(rows, at, column.name);
+            if (value && column.type == Type::bytes) {
+                char whole[32];
+                snprintf(whole, sizeof whole, "%.0f", strtod(value->c_str(), nullptr));
+                value = whole;
+            }
+            row.push_back(std::move(value));
         }
         take(row);
     }

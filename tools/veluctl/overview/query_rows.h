@@ -9,7 +9,7 @@
 #include "tools/veluctl/catalogue_reader.h"
 #include "tools/veluctl/exit_code.h"
 #include "tools/veluctl/options.h"
-#include "tools/veluctl/search/sql_text.h"
+#include "tools/veluctl/sql_text.h"
 
 // Calls `take` with each row of a statement over the media catalogue, whose columns have these names. Sums of bytes become whole
 // numbers, however an engine writes them. False, with the reason in the reader, on failure.

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The fields that a search may name: the columns of all tables, the facts, and what else is known of files.
+#pragma once
+
+#include <array>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/veluctl/tables.h"
+
+// What the values of a field are, and so what can be asked of them.
+enum class FieldKind { text, path, number, seconds, bytes, flag, boolean, date };
+
+// Of a kind: whether it is a text that can be looked into.
+inline bool FieldIsText(FieldKind kind) {
+    return kind == FieldKind::text || kind == FieldKind::path;
+}
+
+struct SearchField {
+    const char *name;
+    FieldKind kind;                         // of media rows; tables may differ
+    const char *column = nullptr;           // where it is called otherwise than the field
+    std::array<const char *, 2> facts = {}; // by any of which it is known; none: null
+    bool several = false;                   // a file may have more than one value
+};
+
+// All of them, each name once.
+std::span<const SearchField> SearchFields();
+
+// Null when no field has that name, in small letters or capitals.
+const SearchField *SearchFieldFind(std::string_view name);
+
+// Returns "; did you mean NAME?" when a field has a name near to that one, else nothing.
+std::string SearchFieldHint(std::string_view name);
+
+// Whether a value may be several words; names of codecs and languages are not.
+bool FieldHoldsBlanks(const SearchField &field);
+
+// Where a table has a field.
+enum class FieldPlace {
+    column,
+    fact,
+    state,   // `added`, `trouble`
+    kind,    // the table itself
+    missing, // facts and states alone, of which the catalogue has none
+    none,
+};
+
+struct FieldSource {
+    FieldPlace place;
+    FieldKind kind;
+    const Column *column = nullptr;
+};
+
+// `facts`: the catalogue has what the rules `complete` know of files.
+FieldSource FieldSourceOf(const SearchField &field, const CatalogueTable &table, bool facts);
+
+// Whether files of a kind are such as have the field; where one of them has none it is missing.
+bool FieldIsExpected(const SearchField &field, const CatalogueTable &table);
+
+// Returns the kind of rows of that name, or of another word for it ("film"); null when there is none.
+const CatalogueTable *SearchKindFind(std::string_view word);
+
+// Returns these names, for people.
+std::string SearchKindNames();

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The fields by which an answer is sorted or grouped.
+#pragma once
+
+#include <vector>
+
+#include "tools/veluctl/search/search_fields.h"
+#include "tools/veluctl/search/search_problem.h"
+#include "tools/veluctl/search/search_target.h"
+#include "tools/veluctl/sql_text.h"
+
+// What groups alone have.
+inline constexpr SearchField kFilesField = {"files", FieldKind::number};
+
+struct SearchOrderKey {
+    const SearchField *field;
+    SearchPlace place;
+    bool descending;
+};
+
+// Reads "year,-title": names with commas between them, of which a `-` in front turns the order round. False, with what is wrong.
+[[nodiscard]] bool SearchOrderRead(std::string_view text, std::vector<SearchOrderKey> *order,
+                                   SearchProblem *problem);
+
+// Adds an expression for the value of a field: the first one of a file, nothing and 0 where there is none. For sorting, text is in
+// small letters. False, with what is wrong.
+[[nodiscard]] bool SearchValuePut(const SearchOrderKey &key, const SearchTarget &target, bool for_sorting,
+                                  SqlText *query, SearchProblem *problem);

@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluctl/search/search_values.h"
+
+#include <math.h>
+
+#include <charconv>
+
+#include "platform/letters.h"
+#include "tools/veluctl/search/search_dates.h"
+
+namespace {
+
+constexpr std::string_view kRange = "..";
+
+// What one value means: from `low` on, up to `high`.
+struct Span {
+    std::string low;
+    std::string high;
+    bool has_high = true;
+};
+
+std::optional<double> NumberOf(std::string_view text) {
+    double number = 0;
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
+    if (error != std::errc() || end != text.data() + text.size() || text.empty() || !isfinite(number))
+        return {};
+    return number;
+}
+
+std::string TextOf(double number) {
+    char text[400]; // more than the digits of any number
+    const auto [end, error] = std::to_chars(text, text + sizeof text, number, std::chars_format::fixed);
+    return error == std::errc() ? std::string(text, end) : "0";
+}
+
+std::optional<Span> NumberSpan(std::string_view text) {
+    const std::optional<double> number = NumberOf(text);
+    if (!number)
+        return {};
+    return Span{TextOf(*number), TextOf(*number)};
+}
+
+// "3:25", "1:02:03" or seconds.
+std::optional<double> SecondsOf(std::string_view text) {
+    constexpr double kBase = 60;
+    constexpr int kPartsMax = 3;
+    double seconds = 0;
+    for (int parts = 0; parts < kPartsMax; ++parts) {
+        const size_t colon = text.find(':');
+        const std::optional<double> part = NumberOf(text.substr(0, colon));
+        if (!part || *part < 0)
+            return {};
+        seconds = seconds * kBase + *part;
+        if (colon == std::string_view::npos)
+            return seconds;
+        text.remove_prefix(colon + 1);
+    }
+    return {};
+}
+
+// Answers show whole seconds: each stands for what is rounded to it.
+std::optional<Span> SecondsSpan(std::string_view text) {
+    const std::optional<double> seconds = SecondsOf(text);
+    if (!seconds)
+        return {};
+    constexpr double kRounding = 0.5;
+    return Span{TextOf(*seconds - kRounding), TextOf(*seconds + kRounding), false};
+}
+
+// "700", "3.4M", "3.4 MB", "700MiB".
+std::optional<Span> BytesSpan(std::string_view text) {
+    constexpr std::string_view kUnits = "kmgtp";
+    constexpr double kStep = 1000;
+    constexpr double kBinaryStep = 1024;
+    const size_t end = std::min(text.find_first_not_of("0123456789."), text.size());
+    std::string_view unit = text.substr(end);
+    const std::optional<double> number = NumberOf(text.substr(0, end));
+    double factor = 1;
+    if (const size_t steps = unit.empty() ? std::string_view::npos : kUnits.find(Lower(unit.front()));
+        steps != std::string_view::npos) {
+        const bool binary = unit.size() > 1 && Lower(unit[1]) == 'i';
+        factor = pow(binary ? kBinaryStep : kStep, static_cast<double>(steps + 1));
+        unit.remove_prefix(binary ? 2 : 1);
+    }
+    if (!number || (!unit.empty() && !IsSame(unit, "b")))
+        return {};
+    const std::string bytes = TextOf(round(*number * factor));
+    return Span{bytes, bytes};
+}
+
+std::optional<Span> FlagSpan(std::string_view text) {
+    for (const std::string_view yes : {"yes", "1", "true"}) {
+        if (IsSame(text, yes))
+            return Span{"1", "1"};
+    }
+    for (const std::string_view no : {"no", "0", "false"}) {
+        if (IsSame(text, no))
+            return Span{"0", "0"};
+    }
+    return {};
+}
+
+std::optional<Span> SpanOf(std::string_view text, FieldKind kind, DateForm form) {
+    switch (kind) {
+    case FieldKind::seconds:
+        return SecondsSpan(text);
+    case FieldKind::bytes:
+        return BytesSpan(text);
+    case FieldKind::flag:
+    case FieldKind::boolean:
+        return FlagSpan(text);
+    case FieldKind::date:
+        if (const std::optional<Period> period = PeriodOf(text, form == DateForm::utc))
+            return Span{period->begin, period->end, false};
+        return {};
+    case FieldKind::number:
+    case FieldKind::text:
+    case FieldKind::path:
+        break;
+    }
+    return NumberSpan(text);
+}
+
+const char *FormOf(FieldKind kind) {
+    switch (kind) {
+    case FieldKind::seconds:
+        return "a time is written 3:25, 1:02:03 or in seconds";
+    case FieldKind::bytes:
+        return "a size is written 700, 500kB, 3.4MB or 2GiB";
+    case FieldKind::flag:
+    case FieldKind::boolean:
+        return "it is yes or no";
+    case FieldKind::date:
+        return "a date is written 2026, 2026-10, 2026-10-31 or \"2026-10-31 12:30\"";
+    case FieldKind::number:
+    case FieldKind::text:
+    case FieldKind::path:
+        break;
+    }
+    return "a number is wanted here";
+}
+
+void RangePut(const Span &span, SearchRelation relation, ValueRange *range) {
+    switch (relation) {
+    case SearchRelation::is:
+    case SearchRelation::holds:
+        range->low = span.low;
+        range->high = span.high;
+        range->has_high = span.has_high;
+        break;
+    case SearchRelation::below:
+        range->high = span.low;
+        range->has_high = false;
+        break;
+    case SearchRelation::at_most:
+        range->high = span.high;
+        range->has_high = span.has_high;
+        break;
+    case SearchRelation::above:
+        range->low = span.high;
+        range->has_low = !span.has_high;
+        break;
+    case SearchRelation::at_least:
+        range->low = span.low;
+        break;
+    }
+}
+
+} // namespace
+
+bool ValueRangeRead(const SearchNode &node, FieldKind kind, DateForm form, ValueRange *range,
+                    SearchProblem *problem) {
+    *range = {};
+    const std::string_view value = node.value;
+    const auto wrong = [&] { return SearchWrong(problem, FormOf(kind), node.value_place); };
+    const bool may_be_range =
+        node.relation == SearchRelation::is && kind != FieldKind::flag && kind != FieldKind::boolean;
+    const size_t dots = may_be_range ? value.find(kRange) : std::string_view::npos;
+    if (dots == std::string_view::npos) {
+        const std::optional<Span> span = SpanOf(value, kind, form);
+        if (!span)
+            return wrong();
+        RangePut(*span, node.relation, range);
+        return true;
+    }
+    // Either end may be open, but not both.
+    const std::string_view low = value.substr(0, dots);
+    const std::string_view high = value.substr(dots + kRange.size());
+    if (low.empty() && high.empty())
+        return wrong();
+    if (!low.empty()) {
+        const std::optional<Span> span = SpanOf(low, kind, form);
+        if (!span)
+            return wrong();
+        RangePut(*span, SearchRelation::at_least, range);
+    }
+    if (!high.empty()) {
+        const std::optional<Span> span = SpanOf(high, kind, form);
+        if (!span)
+            return wrong();
+        RangePut(*span, SearchRelation::at_most, range);
+    }
+    return true;
+}
