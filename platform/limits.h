@@ -261,6 +261,12 @@ inline constexpr size_t kSoundValuesMax = 64;
 inline constexpr size_t kSoundPicturesMax = 64;
 inline constexpr int kSoundLargePicturesMax = 4;
 
+// Comments of Ogg, in bytes: from here on their pictures are looked for without TagLib, and as much may be left without these; a
+// page has at most 64 KiB of them, of some writers 4.
+inline constexpr int64_t kSoundLargeComments = int64_t{64} << 10;
+inline constexpr size_t kSoundShownCommentsMax = size_t{1} << 20;
+inline constexpr uint32_t kSoundCommentPagesMax = 4096;
+
 // Bytes in which the first frame of MPEG audio is looked for: what stands before it is a tag that nobody knows.
 inline constexpr int64_t kSoundJunkMax = int64_t{1} << 20;
 

@@ -14,6 +14,7 @@
 
 #include "reader/sound/end_tags.h"
 #include "reader/sound/library_stream.h"
+#include "reader/sound/ogg_comments.h"
 #include "reader/sound/sound_bytes.h"
 #include "reader/sound/xiph_comments.h"
 
@@ -91,7 +92,8 @@ void FlacRead(SoundFile *file) {
 void OggRead(SoundFile *file, ContentFormat format) {
     if (!OggCommentsAreBounded(file->input))
         return;
-    LibraryStream stream(file->input, 0, file->input->size);
+    const OggComments comments = OggCommentsFind(file->input);
+    LibraryStream stream(file->input, comments.head, comments.rest, file->input->size);
     if (format == ContentFormat::ogg_vorbis) {
         const TagLib::Ogg::Vorbis::File ogg(&stream);
         if (ogg.isValid())
@@ -109,9 +111,10 @@ void OggRead(SoundFile *file, ContentFormat format) {
         if (!ogg.isValid() || ogg.audioProperties() == nullptr)
             return;
         SoundStream found = LosslessStreamOf(*ogg.audioProperties(), "flac", "ogg");
-        OggFlacDuration(&ogg, &found, file->input->size);
+        OggFlacDuration(&ogg, &found, stream.length());
         OggFactsAdd(ogg, found, file);
     }
+    OggPicturesTake(file->input, comments, file->picture);
 }
 
 void ApeFamilyRead(SoundFile *file, ContentFormat format) {

@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// A part of the file as TagLib reads it: what it may read, and how often, is bounded.
+// A part of the file as TagLib reads it, behind a head where that is given another: what it may read, and how often, is bounded.
 #pragma once
 
 #include <taglib/tiostream.h>
 
 #include "reader/input.h"
+#include "reader/syntax/cursor.h"
 
 class LibraryStream : public TagLib::IOStream {
 public:
     // What lies between two places of the file, which outlives the stream.
     LibraryStream(ReaderInput *input, int64_t begin, int64_t end);
+    // The same behind other bytes, which outlive the stream as well.
+    LibraryStream(ReaderInput *input, Bytes head, int64_t begin, int64_t end);
 
     TagLib::FileName name() const override { return ""; }
     TagLib::ByteVector readBlock(unsigned long length) override;
@@ -28,6 +31,7 @@ public:
 
 private:
     ReaderInput *input_;
+    Bytes head_;
     int64_t begin_;
     long size_;
     long at_ = 0;

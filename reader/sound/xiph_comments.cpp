@@ -4,13 +4,12 @@
 #include <utility>
 
 #include "platform/limits.h"
+#include "reader/sound/ogg_comments.h"
 #include "reader/sound/picture_choice.h"
 #include "reader/sound/sound_bytes.h"
 #include "reader/sound/tag_tables.h"
 
 namespace {
-
-constexpr size_t kOggPageHeader = 27;
 
 // "CHAPTER001NAME" beside "CHAPTER001", which is its time.
 std::string KeyOf(const TagLib::String &key) {
@@ -37,20 +36,6 @@ bool CommentsAreBounded(ReaderInput *input, int64_t vendor) {
     if (SoundRead(input, vendor + 4 + length, number) < sizeof number)
         return false;
     return BytesNumber(number, sizeof number, ByteOrder::kLittle) <= kSoundItemsMax;
-}
-
-// Returns where the first page behind `page` begins, and sets where its own content does.
-int64_t OggPageSkip(ReaderInput *input, int64_t page, int64_t *content) {
-    uint8_t header[kOggPageHeader + 255] = {};
-    const size_t got = SoundRead(input, page, header);
-    if (got < kOggPageHeader || !BeginsWith(header, "OggS"))
-        return -1;
-    const size_t segments = header[kOggPageHeader - 1];
-    *content = page + static_cast<int64_t>(kOggPageHeader + segments);
-    int64_t next = *content;
-    for (size_t i = 0; i < segments; ++i)
-        next += header[kOggPageHeader + i];
-    return next;
 }
 
 } // namespace
@@ -98,25 +83,11 @@ bool FlacCommentsAreBounded(ReaderInput *input, int64_t begin) {
 }
 
 bool OggCommentsAreBounded(ReaderInput *input) {
-    // The second page begins with the comments, behind a mark of the codec: Speex has none.
-    struct Mark {
-        std::string_view text;
-        int64_t size;
-    };
-    constexpr Mark kMarks[] = {{"\x03vorbis", 7}, {"OpusTags", 8}};
-    int64_t content = 0;
-    const int64_t second = OggPageSkip(input, 0, &content);
-    uint8_t begin[8] = {};
-    uint8_t first[8] = {};
-    SoundRead(input, content, first);
-    if (second < 0 || OggPageSkip(input, second, &content) < 0 ||
-        SoundRead(input, content, begin) < sizeof begin)
+    int64_t first = 0;
+    int64_t content = 0; // of the second page, which begins with the comments
+    const int64_t second = OggPageSkip(input, 0, &first);
+    if (second < 0 || OggPageSkip(input, second, &content) < 0)
         return false;
-    for (const Mark &mark : kMarks) {
-        if (BeginsWith(begin, mark.text))
-            return CommentsAreBounded(input, content + mark.size);
-    }
-    if (BeginsWith(first, "Speex"))
-        return CommentsAreBounded(input, content);
-    return CommentsAreBounded(input, content + 4); // FLAC's block
+    const int64_t comments = OggCommentsAt(input, first, content);
+    return comments >= 0 && CommentsAreBounded(input, content + comments);
 }

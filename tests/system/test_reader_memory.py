@@ -37,6 +37,9 @@ def files_with_large_pictures(tmp_path_factory):
     media.remux(folder / "film.mkv", "-i", folder / "film.mp4", "-c", "copy", "-attach", folder / "cover.png",
                 "-metadata:s:t", "mimetype=image/png", "-metadata:s:t", "filename=cover.png")
     picture_add(folder / "film.mp4", [(3, cover)])
+    for kind in ("mp3", "flac", "m4a", "ogg", "opus", "wma", "aiff"):
+        media.sound(folder / f"song.{kind}", "-map_metadata", "-1")
+        picture_add(folder / f"song.{kind}", [(4, content), (3, cover)])
     return folder
 
 
@@ -59,6 +62,7 @@ def held_meanwhile(daemon, *lines):
 
 @pytest.mark.parametrize("share, table, reader, pattern", (
     ("photo", "photo", "velureader", "small.jpg"), ("photo", "photo", "velureader", "raw.*"),
+    *(("music", "music", "velureader", f"song.{kind}") for kind in ("mp3", "flac", "m4a", "ogg", "opus", "wma", "aiff")),
     ("video", "video", "velureader-film", "film.*")))
 def test_large_pictures_cost_a_reader_no_memory(make_daemon, folder, share, table, reader, pattern):
     daemon = make_daemon(speed=1)  # the faster clock would be a library of its own in each reader
@@ -71,3 +75,5 @@ def test_large_pictures_cost_a_reader_no_memory(make_daemon, folder, share, tabl
     most = held_meanwhile(daemon, f"A:/volume1/{share}")
     assert len(daemon.rows(table)) == COPIES * len(contents)
     assert 0 < most.get(reader, 0) <= READERS_MAX[reader], most
+    if share == "music":
+        assert all(row["has_cover"] for row in daemon.rows(table))
