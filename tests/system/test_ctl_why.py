@@ -241,7 +241,11 @@ def test_who_may_not_look_is_told_who_may(daemon):
 
 def test_a_catalogue_that_cannot_be_read_is_no_answer(box):
     box.configure(mediadb="sqlite:/dev/null/media.db", photodb="sqlite:/dev/null/photo.db")
-    assert box.ctl("why", MUSIC)["status"] == UNREACHABLE
+    box.write(f"{MUSIC}/notes.txt")
+    answer = box.ctl("why", f"{MUSIC}/notes.txt")
+    assert answer["status"] == UNREACHABLE and "/dev/null/media.db" in answer["err"]
+    assert "may be in the catalogue or not" in answer["out"] and "extension 'txt'" in answer["out"], "the rules hold all the same"
+    assert why(box, f"{MUSIC}/notes.txt")["catalogued"] is None
     assert box.ctl("why", "")["status"] == USAGE
 
 

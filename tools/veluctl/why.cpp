@@ -31,6 +31,7 @@ constexpr size_t kTextMin = 20; // on a narrow terminal
 
 struct WhyAnswer {
     std::string path;
+    bool looked_up; // the catalogue could be read
     Catalogued found;
     std::optional<Below> below;   // a directory
     std::optional<Reason> reason; // against what is not catalogued, or will not be much longer
@@ -74,7 +75,9 @@ std::string BelowAdvice(const std::string &path, const Below &below) {
 void WhyShow(const WhyAnswer &answer) {
     const bool catalogued = !answer.found.kinds.empty();
     RecordPart part = answer.found.part;
-    part.name = answer.path + (catalogued ? " is in the catalogue" : " is not in the catalogue");
+    part.name = answer.path + (!answer.looked_up ? " may be in the catalogue or not"
+                               : catalogued      ? " is in the catalogue"
+                                                 : " is not in the catalogue");
     if (answer.below) {
         PartAppend(&part, BelowPart(*answer.below));
         LeftOutPut(answer.below->left_out, &part);
@@ -98,7 +101,7 @@ void WhyShow(const WhyAnswer &answer) {
 void WhyPrint(const WhyAnswer &answer) {
     Json json = Json::object();
     JsonTextPut(&json, "path", answer.path);
-    json["catalogued"] = !answer.found.kinds.empty();
+    json["catalogued"] = answer.looked_up ? Json(!answer.found.kinds.empty()) : Json();
     RecordPart part = answer.found.part;
     if (answer.below)
         PartAppend(&part, BelowPart(*answer.below));
@@ -129,18 +132,22 @@ bool IsDirectoryThere(const std::string &path) {
 ExitCode WhyCommand(const Options &options) {
     FeatureSwitchesRead();
     RuleSetFollow();
-    WhyAnswer answer = {RequestPathMake(options.path), {}, {}, {}};
+    WhyAnswer answer = {RequestPathMake(options.path), true, {}, {}, {}};
     if (answer.path.empty())
         return Complain(kUsage, Quoted(options.path) + ": " + strerror(errno));
     CatalogueReader reader;
-    if (!CataloguedRead(&reader, answer.path, &answer.found))
-        return Complain(kUnreachable, reader.failure);
+    answer.looked_up = CataloguedRead(&reader, answer.path, &answer.found);
+    if (!answer.looked_up) // what the disk and the rules say holds all the same
+        Complain(kUnreachable, reader.failure);
     const bool catalogued = !answer.found.kinds.empty();
     answer.reason = catalogued ? answer.found.against : ReasonOf(&reader, answer.path);
-    if (IsDirectoryThere(answer.path) && !BelowRead(&reader, answer.path, &answer.below.emplace()))
+    if (answer.looked_up && IsDirectoryThere(answer.path) &&
+        !BelowRead(&reader, answer.path, &answer.below.emplace()))
         return Complain(kUnreachable, reader.failure);
     for (const std::string &line : LogLinesTake()) // of files of patterns that do not count whole
         Complain(kDone, SafeText(line));
     options.json ? WhyPrint(answer) : WhyShow(answer);
+    if (!answer.looked_up)
+        return kUnreachable;
     return catalogued ? kDone : kFound;
 }

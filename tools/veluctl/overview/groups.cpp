@@ -42,10 +42,10 @@ void DirectoryPut(SqlText *query, const char *path, const Wanted &wanted) {
 SqlText TagQuery(const std::string &tag, const Wanted &wanted) {
     SqlText query;
     if (wanted.facts) {
-        query.Add("select min(f.value) as " + tag + ", count(*) as files from fact f where f.name = '" + tag +
-                  "'");
-        DirectoryPut(&query, "f.path", wanted);
-        return query.Add(" group by f.folded order by 2 desc, 1");
+        query.Add("select min(f.value) as " + tag + ", count(*) as files from " +
+                  FactsOfFiles("'" + tag + "'"));
+        DirectoryPut(&query, "s.path", wanted);
+        return query.Add(" group by ").Add(kFactFolded).Add(" order by 2 desc, 1");
     }
     query.Add("select " + tag + ", sum(files) as files from (");
     for (const char *table : kMediaTables) {
@@ -127,10 +127,7 @@ constexpr GroupList kLists[] = {
 } // namespace
 
 std::vector<const char *> GroupWords() {
-    std::vector<const char *> words;
-    for (const GroupList &list : kLists)
-        words.push_back(list.word);
-    return words;
+    return ListWords(kLists);
 }
 
 ExitCode GroupsList(const Options &options) {

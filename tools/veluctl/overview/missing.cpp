@@ -136,10 +136,7 @@ constexpr MissingList kMissingLists[] = {
 } // namespace
 
 std::vector<const char *> MissingWords() {
-    std::vector<const char *> words;
-    for (const MissingList &list : kMissingLists)
-        words.push_back(list.word);
-    return words;
+    return ListWords(kMissingLists);
 }
 
 ExitCode MissingCommand(const Options &options) {

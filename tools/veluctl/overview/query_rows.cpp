@@ -32,6 +32,12 @@ std::string SongsWithFact(const char *name) {
            name + "')";
 }
 
+std::string FactsOfFiles(const std::string &names) {
+    return "file_state s cross join file_fact f where f.file = s.id and f.name in (select id from fact_name "
+           "where name in (" +
+           names + "))";
+}
+
 void LimitPut(SqlText *query, uint32_t limit) {
     if (limit != kEveryRow)
         query->Add(" limit ").Add(std::to_string(limit));

@@ -5,11 +5,21 @@
 
 #include <functional>
 #include <span>
+#include <vector>
 
 #include "tools/veluctl/catalogue_reader.h"
 #include "tools/veluctl/exit_code.h"
 #include "tools/veluctl/options.h"
 #include "tools/veluctl/sql_text.h"
+
+// Returns the words of a table of lists.
+template <typename Lists>
+std::vector<const char *> ListWords(const Lists &lists) {
+    std::vector<const char *> words;
+    for (const auto &list : lists)
+        words.push_back(list.word);
+    return words;
+}
 
 // Calls `take` with each row of a statement over the media catalogue, whose columns have these names. Sums of bytes become whole
 // numbers, however an engine writes them. False, with the reason in the reader, on failure.
@@ -19,6 +29,12 @@
 // Returns the music rows `m` beside their first fact `f` of a name, of those that have one, as SQL: by the tables of the view `fact`,
 // which engines join faster than the view.
 std::string SongsWithFact(const char *name);
+
+// Returns the facts `f` of all files `s` of some names ("'a', 'b'"), as SQL behind "from", with a condition. A cross join has SQLite go
+// through the files in their order, and read each page once; by the index of values it would come to them in any order. Values that
+// are equal folded are one.
+std::string FactsOfFiles(const std::string &names);
+inline constexpr char kFactFolded[] = "coalesce(f.folded, f.value)";
 
 // Adds how many rows are wanted.
 void LimitPut(SqlText *query, uint32_t limit);

@@ -4,11 +4,13 @@
 #include "tools/veluctl/overview/stats.h"
 
 #include <algorithm>
+#include <map>
 
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/file_facts.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/overview/missing_tags.h"
+#include "tools/veluctl/overview/query_rows.h"
 
 namespace {
 
@@ -16,15 +18,27 @@ namespace {
 constexpr char kFactOf[] = "file_fact where name = (select id from fact_name where name = '";
 constexpr char kFactValue[] = "coalesce(folded, value)";
 
-// A year of a song that is one.
-constexpr int64_t kYearMin = 1000;
-constexpr int64_t kYearMax = 9999;
+// A song's decade; 0: it has no year that is one.
+constexpr char kDecade[] = "case when year between 1000 and 9999 then year / 10 * 10 else 0 end";
+
+void DecadesPut(const std::vector<FormatPart> &parts, Stats *stats) {
+    std::map<int64_t, int64_t> decades;
+    for (const FormatPart &part : parts)
+        if (part.part != 0)
+            decades[part.part] += part.files.files;
+    for (const auto &[decade, files] : decades)
+        stats->decades.push_back({std::to_string(decade), files});
+}
 
 void KindsTake(TallyReader *tallies, Stats *stats) {
     for (const CatalogueTable &table : CatalogueTables()) {
         if (!table.is_media)
             continue;
-        StatsKind kind = {table.kind, {}, FormatsTake(tallies, table.table).groups};
+        const bool songs = table.table == std::string_view(kMediaTables[kMediaMusic]);
+        const std::vector<FormatPart> parts = FormatPartsTake(tallies, table.table, songs ? kDecade : "0");
+        if (songs)
+            DecadesPut(parts, stats);
+        StatsKind kind = {table.kind, {}, FormatsOf(parts).groups};
         for (const Group &format : kind.formats) {
             kind.total.files += format.files;
             kind.total.bytes += format.bytes;
@@ -56,7 +70,6 @@ int64_t ValuesCount(TallyReader *tallies, const std::string &tag, bool facts) {
 void NamesTake(TallyReader *tallies, Stats *stats) {
     stats->artists = ValuesCount(tallies, "artist", stats->facts);
     stats->genres = ValuesCount(tallies, "genre", stats->facts);
-    stats->albums = NumberTake(tallies, "select count(distinct album) as n from music where album <> ''");
 }
 
 std::vector<GroupCount> InOrder(std::vector<GroupCount> counts) {
@@ -68,9 +81,9 @@ std::string CountWhere(const std::string &condition) {
     return "sum(case when " + condition + " then 1 else 0 end)";
 }
 
-// Songs by decades, and those that lack tags, in one pass over the rows.
+// The titles of albums, and songs that lack tags, in one pass over the rows.
 void SongsTake(TallyReader *tallies, Stats *stats) {
-    std::vector<std::string> columns = {"year / 10 * 10", "count(*)"};
+    std::vector<std::string> columns = {"count(distinct case when m.album <> '' then m.album end)"};
     for (const TagLack &lack : TagLacks()) {
         if (!stats->facts && *lack.of_row == '\0')
             continue;
@@ -79,13 +92,10 @@ void SongsTake(TallyReader *tallies, Stats *stats) {
     }
     columns.push_back(CountWhere("m.has_cover = 0"));
     stats->missing.push_back({"cover", 0});
-    for (const std::vector<int64_t> &numbers :
-         NumberRowsTake(tallies, columns, "music m group by 1 order by 1")) {
-        if (numbers[0] >= kYearMin && numbers[0] <= kYearMax)
-            stats->decades.push_back({std::to_string(numbers[0]), numbers[1]});
-        for (size_t at = 0; at < stats->missing.size(); ++at)
-            stats->missing[at].count += numbers[at + 2];
-    }
+    const std::vector<int64_t> numbers = NumbersTake(tallies, columns, "music m");
+    stats->albums = numbers.front();
+    for (size_t at = 0; at < stats->missing.size(); ++at)
+        stats->missing[at].count = numbers[at + 1];
 }
 
 // Tags in whose place a row has something of the file's name.
@@ -117,9 +127,9 @@ bool StatsTake(CatalogueReader *reader, Stats *stats) {
     SongsTake(&tallies, stats);
     if (stats->facts) {
         NamedTake(&tallies, stats);
-        stats->codecs = CountsTake(
-            &tallies, {kFactValue, "file_fact",
-                       "name in (select id from fact_name where name in ('codec', 'video_codec'))"});
+        stats->codecs = RowsCount(
+            &tallies, std::string("select ") + kFactFolded + " as name, count(*) as files from " +
+                          FactsOfFiles("'codec', 'video_codec'") + " group by 1 order by 2 desc, 1");
         stats->added = InOrder(CountsTake(&tallies, {"substr(added, 1, 7)", "file_state"}));
     }
     MomentEnd(&tallies);

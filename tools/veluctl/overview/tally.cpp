@@ -4,10 +4,23 @@
 #include <math.h>
 #include <stdlib.h>
 
+#include <algorithm>
+#include <map>
+#include <string_view>
+
+#include "platform/letters.h"
+
 namespace {
 
 constexpr int kExtensionMax = 5;     // letters; none that the daemon knows has more than four
 constexpr size_t kGroupsMax = 20000; // whatever a program has written into the catalogue
+
+std::string ExtensionOf(std::string_view tail) {
+    const size_t dot = tail.rfind('.');
+    std::string extension(dot != std::string_view::npos ? tail.substr(dot + 1) : std::string_view());
+    std::ranges::transform(extension, extension.begin(), Lower);
+    return extension;
+}
 
 double RealOf(const VELUDBResult *rows, int row, const char *column) {
     const double value = strtod(VELUDBFetchText(rows, row, column), nullptr);
@@ -68,19 +81,42 @@ Tally TallyTake(TallyReader *tallies, const TallyQuery &query) {
     return GroupsTake(tallies, sql, query.limit);
 }
 
-Tally FormatsTake(TallyReader *tallies, const std::string &table) {
-    // Looking for the last dot takes long, so that it is done for the different ends of paths only, which are
-    // few: those as long as the longest extension with its dot.
+std::vector<FormatPart> FormatPartsTake(TallyReader *tallies, const std::string &table,
+                                        const std::string &expression) {
+    // The database tells the ends of paths apart, as long as the longest extension with its dot; of these there are few.
     const std::string tail = std::to_string(kExtensionMax + 1);
-    return GroupsTake(
-        tallies,
-        "select case when tail like '%.%' then "
-        "lower(substr(tail, length(rtrim(tail, replace(tail, '.', ''))) + 1)) else '' end as name, "
-        "sum(files) as files, sum(bytes) as bytes, sum(seconds) as seconds, "
-        "count(*) over () as groups_in_all from (select substr(path, case when length(path) > " +
-            tail + " then length(path) - " + tail + " + 1 else 1 end) as tail, " + "count(*) as files, " +
-            BytesSum() + " as bytes, " + SecondsSum() + " as seconds from " + table + " group by 1) as tails",
-        0);
+    const ResultHandle rows =
+        RowsTake(tallies, "select substr(path, case when length(path) > " + tail + " then length(path) - " +
+                              tail + " + 1 else 1 end) as name, " + expression +
+                              " as part, count(*) as files, " + BytesSum() + " as bytes, " + SecondsSum() +
+                              " as seconds from " + table + " group by 1, 2");
+    std::vector<FormatPart> parts;
+    for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;)
+        parts.push_back(
+            {IntegerOf(rows.get(), at, "part"),
+             {ExtensionOf(VELUDBFetchText(rows.get(), at, "name")), IntegerOf(rows.get(), at, "files"),
+              RealOf(rows.get(), at, "bytes"), RealOf(rows.get(), at, "seconds")}});
+    return parts;
+}
+
+Tally FormatsOf(const std::vector<FormatPart> &parts) {
+    std::map<std::string, Group> formats;
+    for (const FormatPart &part : parts) {
+        Group &format = formats[part.files.name];
+        format.name = part.files.name;
+        format.files += part.files.files;
+        format.bytes += part.files.bytes;
+        format.seconds += part.files.seconds;
+    }
+    Tally tally = {{}, static_cast<int64_t>(formats.size())};
+    for (auto &[name, format] : formats)
+        tally.groups.push_back(std::move(format));
+    std::ranges::stable_sort(tally.groups, std::ranges::greater(), &Group::files);
+    return tally;
+}
+
+Tally FormatsTake(TallyReader *tallies, const std::string &table) {
+    return FormatsOf(FormatPartsTake(tallies, table, "0"));
 }
 
 std::vector<GroupCount> CountsTake(TallyReader *tallies, const TallyQuery &query) {
@@ -104,25 +140,16 @@ int64_t NumberTake(TallyReader *tallies, const std::string &sql) {
     return rows != nullptr ? IntegerOf(rows.get(), 0, "n") : 0;
 }
 
-std::vector<std::vector<int64_t>>
-NumberRowsTake(TallyReader *tallies, const std::vector<std::string> &expressions, const std::string &table) {
+std::vector<int64_t> NumbersTake(TallyReader *tallies, const std::vector<std::string> &expressions,
+                                 const std::string &table) {
     std::string sql;
     for (size_t at = 0; at < expressions.size(); ++at)
         sql += (at == 0 ? "select " : ", ") + expressions[at] + " as n" + std::to_string(at);
     const ResultHandle rows = RowsTake(tallies, sql + " from " + table);
-    std::vector<std::vector<int64_t>> all;
-    for (int row = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &row) == 0;) {
-        all.emplace_back(expressions.size());
-        for (size_t at = 0; at < expressions.size(); ++at)
-            all.back()[at] = IntegerOf(rows.get(), row, ("n" + std::to_string(at)).c_str());
-    }
-    return all;
-}
-
-std::vector<int64_t> NumbersTake(TallyReader *tallies, const std::vector<std::string> &expressions,
-                                 const std::string &table) {
-    const std::vector<std::vector<int64_t>> rows = NumberRowsTake(tallies, expressions, table);
-    return rows.empty() ? std::vector<int64_t>(expressions.size()) : rows.front();
+    std::vector<int64_t> numbers(expressions.size());
+    for (size_t at = 0; rows != nullptr && at < numbers.size(); ++at)
+        numbers[at] = IntegerOf(rows.get(), 0, ("n" + std::to_string(at)).c_str());
+    return numbers;
 }
 
 void MomentBegin(TallyReader *tallies) {

@@ -48,6 +48,19 @@ struct TallyQuery {
 // Sums rows up by groups, without playing times.
 Tally TallyTake(TallyReader *tallies, const TallyQuery &query);
 
+// Files of one format, and of one value of an expression.
+struct FormatPart {
+    int64_t part = 0;
+    Group files; // its name is the extension in small letters
+};
+
+// Sums a whole table up by the extensions of its files and an SQL expression, in one pass over the rows.
+std::vector<FormatPart> FormatPartsTake(TallyReader *tallies, const std::string &table,
+                                        const std::string &expression);
+
+// Puts the parts of each format together.
+Tally FormatsOf(const std::vector<FormatPart> &parts);
+
 // Sums a whole table up by the extensions of its files, in small letters.
 Tally FormatsTake(TallyReader *tallies, const std::string &table);
 
@@ -61,10 +74,6 @@ int64_t NumberTake(TallyReader *tallies, const std::string &sql);
 // Returns one row of numbers, one for each SQL expression. Empty on failure.
 std::vector<int64_t> NumbersTake(TallyReader *tallies, const std::vector<std::string> &expressions,
                                  const std::string &table);
-
-// The same of several rows.
-std::vector<std::vector<int64_t>>
-NumberRowsTake(TallyReader *tallies, const std::vector<std::string> &expressions, const std::string &table);
 
 // Begin and end a time in which all that is read is of one moment, whatever the daemon writes.
 void MomentBegin(TallyReader *tallies);

@@ -25,25 +25,26 @@ void TextPut(RecordPart *part, const char *name, std::string value) {
 
 // The tables that have a path, and when its file was written, as its media row has it.
 bool KindsRead(CatalogueReader *reader, const std::string &path, Catalogued *found, std::string *written) {
-    bool media_read = true;
+    bool has_photos = true; // a machine without a photo library has no such catalogue
     for (const CatalogueTable &table : CatalogueTables()) {
-        if (!table.keeps_paths)
-            continue;
         const bool is_media = table.catalogue == Catalogue::media;
+        if (!table.keeps_paths || (!is_media && !has_photos))
+            continue;
         const ResultHandle rows =
             CatalogueQuery(reader, table.catalogue,
                            std::string("select ") + (is_media ? "modify_time" : "path") + " as n from " +
                                table.table + " where path = $1",
                            {path});
-        // A machine without a photo library has no such catalogue.
-        media_read = media_read && (rows != nullptr || !is_media);
+        if (rows == nullptr && is_media)
+            return false;
+        has_photos = has_photos && (rows != nullptr || is_media);
         if (rows == nullptr || VELUDBRowCount(rows.get()) == 0)
             continue;
         found->kinds.push_back(table.kind);
         if (is_media)
             *written = VELUDBFetchText(rows.get(), 0, "n");
     }
-    return media_read;
+    return true;
 }
 
 // The name of the program, or of the daemon's module, that reads a file.
