@@ -159,6 +159,11 @@ def test_order_and_number(library):
     assert paths(library, "artist~nina", "--sort", "-artist")[0] == place("a")
     assert len(paths(library, "kind=song", "--sort", "added,title")) == len(SONGS) + 1
     assert library.ctl("find", "nina", "-n", "0", "--json") == {"status": DONE, "out": "[]\n", "err": ""}
+    whole = paths(library, "path~/")
+    assert len(whole) == len(SONGS) + 4
+    for count in range(1, len(whole) + 2):
+        assert paths(library, "path~/", "-n", str(count)) == whole[:count], "over all tables"
+    assert paths(library, "kind=song", "or", "kind=film", "--sort", "-codec,path")[1:] == [place(name) for name in ("a", "b", "c", "cover", "d", "e", "f")]
     assert paths(library, "kind=song", "--dir", "/volume1/video") == []
     assert names(library, "nina", "--dir", "/var/services/music") == "ab"
 
@@ -173,6 +178,9 @@ def test_groups(library):
         ("Live at Home", "", 1), ("I Put a Spell on You", "", 1)]
     kinds = found(library, "kind=song", "or", "kind=film", "--group", "kind")
     assert [(kind["kind"], kind["files"]) for kind in kinds] == [("music", len(SONGS) + 1), ("video", 1)]
+    codecs = {group["codec"]: group["files"] for group in found(library, "kind=song", "or", "kind=film", "--group", "codec")}
+    assert codecs.pop("mp3") == len(SONGS) + 1 and list(codecs.values()) == [1]
+    assert sum(group["files"] for group in found(library, "nina", "--group", "added,kind", "--sort", "-added")) == 2
     table = library.ctl("find", "nina", "--group", "album")["out"].splitlines()
     assert len(table) == 3 and table[0].split()[0] == "ALBUM"
 
@@ -256,7 +264,8 @@ def test_a_large_answer_comes_whole_and_in_order(daemon):
     daemon.index("A:/volume1/music")
     assert paths(daemon, "path~/") == daemon.paths("music")
     assert paths(daemon, "path~/", "--sort", "-path") == daemon.paths("music")[::-1]
-    assert len(paths(daemon, "path~/", "-n", "1001")) == 1001
+    for most in (150, 1001):
+        assert paths(daemon, "path~/", "-n", str(most)) == daemon.paths("music")[:most]
 
 
 def completed(box, *words):

@@ -15,9 +15,10 @@ struct Search {
     size_t limit = SIZE_MAX;
 };
 
-// Adds " from TABLE where ...". False, with what is wrong.
-[[nodiscard]] bool SearchRowsPut(const Search &search, const SearchTarget &target, std::string_view joins,
-                                 SqlText *query, SearchProblem *problem);
+// Adds " from TABLE where ...", with what SearchJoinsPut joins. False, with what is wrong.
+[[nodiscard]] bool SearchRowsPut(const Search &search, const SearchTarget &target,
+                                 const std::vector<SearchOrderKey> &joined, bool each_value, SqlText *query,
+                                 SearchProblem *problem);
 
 enum class SearchEnd {
     done,

@@ -44,15 +44,6 @@ bool IsOfEachValue(const std::vector<SearchOrderKey> &groups, const SearchTarget
            FieldSourceOf(field, *target.table, target.facts).place == FieldPlace::fact;
 }
 
-// The tables behind the view: joined by it, an engine would first make all of it.
-void FactJoin(const SearchField &field, const CatalogueTable &table, SqlText *query) {
-    query->Add(" left join file_state on file_state.path = ").Add(QualifiedName(table, table.key));
-    query->Add(" left join file_fact on file_fact.file = file_state.id and file_fact.name in "
-               "(select id from fact_name where name ");
-    FactNamesPut(field, query);
-    query->Add(")");
-}
-
 std::string Name(const char *what, size_t number) {
     return what + std::to_string(number);
 }
@@ -60,9 +51,7 @@ std::string Name(const char *what, size_t number) {
 bool ValuesPut(const std::vector<SearchOrderKey> &groups, const SearchTarget &target, SqlText *query,
                SearchProblem *problem) {
     for (size_t i = 0; i < groups.size(); ++i) {
-        if (IsOfEachValue(groups, target))
-            query->Add("coalesce(file_fact.value, '')");
-        else if (!SearchValuePut(groups[i], target, false, query, problem))
+        if (!SearchValuePut(groups, i, target, false, query, problem))
             return false;
         query->Add(" as " + Name("value", i) + ", ");
     }
@@ -79,12 +68,9 @@ SearchEnd RowsPut(const Search &search, const std::vector<SearchOrderKey> &group
             query->Add(QualifiedName(*target.table, sum)).Add(" as ").Add(sum).Add(", ");
     }
     query->Add("1 as one");
-    SqlText joins;
-    joins.values = std::move(query->values);
-    if (IsOfEachValue(groups, target))
-        FactJoin(*groups.front().field, *target.table, &joins);
-    query->values = std::move(joins.values);
-    return SearchRowsPut(search, target, joins.sql, query, problem) ? SearchEnd::done : SearchEnd::wrong;
+    return SearchRowsPut(search, target, groups, IsOfEachValue(groups, target), query, problem)
+               ? SearchEnd::done
+               : SearchEnd::wrong;
 }
 
 // By which of an answer's columns it is sorted: its name in the statement, or nothing.

@@ -9,11 +9,21 @@
 
 namespace {
 
-void FirstFactPut(const SearchField &field, const std::string &path, SqlText *query) {
-    query->Add("(select value from fact where fact.path = ").Add(path).Add(" and name ");
-    FactNamesPut(field, query);
-    // Of several names the picture's comes before the sound's.
-    query->Add(" order by name desc, position limit 1)");
+// What a fact of the field that stands at a place of the order is called in the statement.
+std::string JoinedFactName(size_t at, size_t fact) {
+    return "fact" + std::to_string(at) + "_" + std::to_string(fact);
+}
+
+FieldPlace PlaceOf(const SearchOrderKey &key, const SearchTarget &target) {
+    return FieldSourceOf(*key.field, *target.table, target.facts).place;
+}
+
+// Of several facts the picture's, which stands behind, comes before the sound's.
+void FactValuePut(const SearchField &field, size_t at, SqlText *query) {
+    for (size_t fact = field.facts.size(); fact-- > 0;) {
+        if (field.facts[fact] != nullptr)
+            query->Add(JoinedFactName(at, fact)).Add(".value").Add(fact > 0 ? ", " : "");
+    }
 }
 
 } // namespace
@@ -41,12 +51,35 @@ bool SearchOrderRead(std::string_view text, std::vector<SearchOrderKey> *order, 
     return true;
 }
 
-bool SearchValuePut(const SearchOrderKey &key, const SearchTarget &target, bool for_sorting, SqlText *query,
-                    SearchProblem *problem) {
+void SearchJoinsPut(const std::vector<SearchOrderKey> &order, const SearchTarget &target, bool each_value,
+                    SqlText *query) {
+    const bool wanted = std::any_of(order.begin(), order.end(), [&](const SearchOrderKey &key) {
+        const FieldPlace place = PlaceOf(key, target);
+        return place == FieldPlace::state || place == FieldPlace::fact;
+    });
+    if (!wanted)
+        return;
+    query->Add(" left join file_state on file_state.path = ");
+    query->Add(QualifiedName(*target.table, target.table->key));
+    for (size_t at = 0; at < order.size(); ++at) {
+        const SearchField &field = *order[at].field;
+        if (PlaceOf(order[at], target) != FieldPlace::fact)
+            continue;
+        for (size_t fact = 0; fact < field.facts.size() && field.facts[fact] != nullptr; ++fact) {
+            const std::string name = JoinedFactName(at, fact);
+            query->Add(" left join file_fact " + name + " on " + name + ".file = file_state.id and " + name);
+            query->Add(".name = (select id from fact_name where name = ").Put(field.facts[fact]).Add(")");
+            query->Add(each_value ? "" : " and " + name + ".position = 0");
+        }
+    }
+}
+
+bool SearchValuePut(const std::vector<SearchOrderKey> &order, size_t at, const SearchTarget &target,
+                    bool for_sorting, SqlText *query, SearchProblem *problem) {
+    const SearchOrderKey &key = order[at];
     FieldSource source = {};
     if (!SearchSourceFind(*key.field, key.place, target, &source, problem))
         return false;
-    const std::string path = QualifiedName(*target.table, target.table->key);
     if (source.place == FieldPlace::kind) {
         query->Add("cast(").Put(target.table->kind).Add(" as text)");
         return true;
@@ -60,12 +93,13 @@ bool SearchValuePut(const SearchOrderKey &key, const SearchTarget &target, bool 
     if (source.place == FieldPlace::column) {
         query->Add(QualifiedName(*target.table, source.column->name));
     } else if (source.place == FieldPlace::state) {
-        query->Add("(select ").Add(key.field->name).Add(" from file_state where file_state.path = ");
-        query->Add(path).Add(")");
+        query->Add("file_state.").Add(key.field->name);
+    } else if (text) {
+        FactValuePut(*key.field, at, query);
     } else {
-        query->Add(text ? "" : "cast(");
-        FirstFactPut(*key.field, path, query);
-        query->Add(text ? "" : " as ").Add(text ? "" : target.words->real).Add(text ? "" : ")");
+        query->Add("cast(");
+        FactValuePut(*key.field, at, query);
+        query->Add(" as ").Add(target.words->real).Add(")");
     }
     query->Add(text ? ", ''))" : ", 0))");
     return true;

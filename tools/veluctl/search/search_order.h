@@ -23,7 +23,13 @@ struct SearchOrderKey {
 [[nodiscard]] bool SearchOrderRead(std::string_view text, std::vector<SearchOrderKey> *order,
                                    SearchProblem *problem);
 
-// Adds an expression for the value of a field: the first one of a file, nothing and 0 where there is none. For sorting, text is in
-// small letters. False, with what is wrong.
-[[nodiscard]] bool SearchValuePut(const SearchOrderKey &key, const SearchTarget &target, bool for_sorting,
-                                  SqlText *query, SearchProblem *problem);
+// Adds the tables in which facts and states of these fields are, joined to the target's; with `each_value` a file is there once for
+// each value of a fact, else with its first one. Not the view of facts: of that, engines would first make all.
+void SearchJoinsPut(const std::vector<SearchOrderKey> &order, const SearchTarget &target, bool each_value,
+                    SqlText *query);
+
+// Adds an expression for the value of the field at a place of the order, nothing and 0 where there is none. For sorting, text is in
+// small letters. The tables are joined. False, with what is wrong.
+[[nodiscard]] bool SearchValuePut(const std::vector<SearchOrderKey> &order, size_t at,
+                                  const SearchTarget &target, bool for_sorting, SqlText *query,
+                                  SearchProblem *problem);

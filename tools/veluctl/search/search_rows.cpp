@@ -15,6 +15,9 @@ namespace {
 // Keys: some MB of them. What is found in a large catalogue is mostly less.
 constexpr size_t kKeysPortion = 20'000;
 
+// Some screenfuls.
+constexpr size_t kFew = 200;
+
 // Rows, as a list has them.
 constexpr size_t kRowsPortion = 500;
 
@@ -60,11 +63,11 @@ SearchEnd FirstKeysRead(const Reading &reading, size_t most, FoundKeys *keys) {
         query.Add(" as place, ").Add(QualifiedName(*target.table, target.table->key)).Add(" as row_key");
         for (size_t i = 0; i < search.sort.size(); ++i) {
             query.Add(", ");
-            if (!SearchValuePut(search.sort[i], target, true, &query, reading.problem))
+            if (!SearchValuePut(search.sort, i, target, true, &query, reading.problem))
                 return SearchEnd::wrong_sort;
             query.Add(" as sort" + std::to_string(i));
         }
-        if (!SearchRowsPut(search, target, "", &query, reading.problem))
+        if (!SearchRowsPut(search, target, search.sort, false, &query, reading.problem))
             return SearchEnd::wrong;
     }
     query.Add(") found order by ");
@@ -74,7 +77,7 @@ SearchEnd FirstKeysRead(const Reading &reading, size_t most, FoundKeys *keys) {
     return KeysRead(reading, query, keys);
 }
 
-// The next ones behind those, in the order of the tables' keys.
+// The next ones behind a key of one of the tables, in the order of the tables' keys.
 SearchEnd NextKeysRead(const Reading &reading, const FoundKey &after, size_t most, FoundKeys *keys) {
     const std::vector<SearchTarget> &targets = reading.search.targets;
     size_t table = 0;
@@ -85,7 +88,7 @@ SearchEnd NextKeysRead(const Reading &reading, const FoundKey &after, size_t mos
         const std::string name = QualifiedName(*targets[table].table, targets[table].table->key);
         SqlText query;
         query.Add("select ").Add(std::to_string(table)).Add(" as place, ").Add(name).Add(" as row_key");
-        if (!SearchRowsPut(reading.search, targets[table], "", &query, reading.problem))
+        if (!SearchRowsPut(reading.search, targets[table], {}, false, &query, reading.problem))
             return SearchEnd::wrong;
         query.Add(" and ").Add(name).Add(" > ").Put(key).Add(" order by ").Add(name);
         query.Add(Limit(most - keys->size()));
@@ -151,9 +154,12 @@ SearchEnd RowsTake(const Reading &reading, const FoundKeys &keys) {
 
 } // namespace
 
-bool SearchRowsPut(const Search &search, const SearchTarget &target, std::string_view joins, SqlText *query,
+bool SearchRowsPut(const Search &search, const SearchTarget &target,
+                   const std::vector<SearchOrderKey> &joined, bool each_value, SqlText *query,
                    SearchProblem *problem) {
-    query->Add(" from ").Add(target.table->table).Add(joins).Add(" where ");
+    query->Add(" from ").Add(target.table->table);
+    SearchJoinsPut(joined, target, each_value, query);
+    query->Add(" where ");
     if (!search.directory.empty()) {
         BelowPut(query, QualifiedName(*target.table, target.table->key), search.directory);
         query->Add(" and ");
@@ -170,8 +176,11 @@ SearchEnd SearchRowsRead(CatalogueReader *reader, const Search &search,
     const Reading reading = {reader, search, columns, problem, take};
     const bool in_portions = search.sort.empty();
     size_t left = search.limit;
+    // An engine stops at so few where it goes by the tables' own order, in which it would read all of them more slowly.
+    const bool few = in_portions && left <= kFew;
     FoundKeys keys;
-    SearchEnd end = FirstKeysRead(reading, in_portions ? std::min(kKeysPortion, left) : left, &keys);
+    SearchEnd end = few ? NextKeysRead(reading, {search.targets.front().table, ""}, left, &keys)
+                        : FirstKeysRead(reading, in_portions ? std::min(kKeysPortion, left) : left, &keys);
     while (end == SearchEnd::done && !keys.empty()) {
         end = RowsTake(reading, keys);
         left -= keys.size();
