@@ -5,6 +5,7 @@
 
 #include "platform/db/sqlite_connection.h"
 #include "platform/folding/folding.h"
+#include "platform/letters.h"
 
 namespace {
 
@@ -22,9 +23,17 @@ void Holds(sqlite3_context *context, int count, sqlite3_value **values) {
     sqlite3_result_int(context, holds);
 }
 
+// A text that begins with a letter of ASCII begins with its small letter when it is folded.
+bool BeginsOtherwise(std::string_view text, std::string_view whole) {
+    return !text.empty() && !whole.empty() && static_cast<unsigned char>(text.front()) < 0x80 &&
+           Lower(text.front()) != whole.front();
+}
+
 // velu_is(whole, text): whether the text is the folded one.
 void Is(sqlite3_context *context, int, sqlite3_value **values) {
-    sqlite3_result_int(context, TextFolded(SqliteTextOf(values[1]), kFoldedMost) == SqliteTextOf(values[0]));
+    const std::string_view whole = SqliteTextOf(values[0]);
+    const std::string_view text = SqliteTextOf(values[1]);
+    sqlite3_result_int(context, !BeginsOtherwise(text, whole) && TextFolded(text, kFoldedMost) == whole);
 }
 
 constexpr int kAnyNumber = -1;

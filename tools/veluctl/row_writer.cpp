@@ -15,8 +15,12 @@ namespace {
 
 constexpr size_t kGap = 2;            // between columns
 constexpr size_t kColumnMax = 40;     // a text column in front of others leaves them room
-constexpr size_t kNarrowMin = 8;      // and on a narrow terminal keeps so much
 constexpr size_t kLastColumnMin = 20; // what is left of a path on a narrow terminal
+
+// Where that does not do, both keep less. A date, the shortest text that is nothing when it is cut, is as long as the first.
+constexpr size_t kTextMin = 19;
+constexpr size_t kNarrowTextMin = 8;
+constexpr size_t kNarrowLastMin = 12;
 
 std::string BytesShow(double bytes) {
     static constexpr const char *kUnits[] = {"B", "kB", "MB", "GB", "TB", "PB"};
@@ -131,19 +135,21 @@ void RowWriter::TableFlush() {
         used += widths_[at] + kGap;
     // Only a terminal has an edge to cut paths at; a pipe may lead to a pager.
     const size_t width = TerminalColumns(out_);
-    if (terminal_)
-        used = TextsNarrow(width > kLastColumnMin ? width - kLastColumnMin : 0, used);
-    widths_.back() = terminal_ ? std::max(width > used ? width - used : 0, kLastColumnMin) : SIZE_MAX;
+    if (terminal_) {
+        used = TextsNarrow(width > kLastColumnMin ? width - kLastColumnMin : 0, kTextMin, used);
+        used = TextsNarrow(width > kNarrowLastMin ? width - kNarrowLastMin : 0, kNarrowTextMin, used);
+    }
+    widths_.back() = terminal_ ? std::max(width > used ? width - used : 0, kNarrowLastMin) : SIZE_MAX;
     for (const auto &cells : waiting_)
         TableLine(cells);
     waiting_.clear();
 }
 
-size_t RowWriter::TextsNarrow(size_t room, size_t used) {
+size_t RowWriter::TextsNarrow(size_t room, size_t least, size_t used) {
     while (used > room) {
         size_t *widest = nullptr;
         for (size_t at = 0; at + 1 < widths_.size(); ++at) {
-            if (!IsRight(columns_[at].type) && widths_[at] > kNarrowMin &&
+            if (!IsRight(columns_[at].type) && widths_[at] > least &&
                 (widest == nullptr || widths_[at] > *widest))
                 widest = &widths_[at];
         }

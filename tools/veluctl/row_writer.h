@@ -28,8 +28,8 @@ public:
 
 private:
     void TableFlush();
-    size_t TextsNarrow(size_t room,
-                       size_t used); // makes columns of text narrower; returns what all then take
+    // Makes columns of text narrower, down to `least`, until all have room. Returns what they then take.
+    size_t TextsNarrow(size_t room, size_t least, size_t used);
     void TableLine(const std::vector<std::string> &cells);
     void JsonAdd(const Row &row);
     void CsvAdd(const Row &row);
