@@ -42,8 +42,7 @@ void DirectoryPut(SqlText *query, const char *path, const Wanted &wanted) {
 SqlText TagQuery(const std::string &tag, const Wanted &wanted) {
     SqlText query;
     if (wanted.facts) {
-        query.Add("select min(f.value) as " + tag + ", count(*) as files from " +
-                  FactsOfFiles("'" + tag + "'"));
+        query.Add("select min(f.value) as " + tag + ", count(*) as files from " + FactsOfFiles(tag));
         DirectoryPut(&query, "s.path", wanted);
         return query.Add(" group by ").Add(kFactFolded).Add(" order by 2 desc, 1");
     }

@@ -32,10 +32,10 @@ std::string SongsWithFact(const char *name) {
            name + "')";
 }
 
-std::string FactsOfFiles(const std::string &names) {
-    return "file_state s cross join file_fact f where f.file = s.id and f.name in (select id from fact_name "
-           "where name in (" +
-           names + "))";
+std::string FactsOfFiles(const std::string &name) {
+    return "file_state s cross join file_fact f where f.file = s.id and f.name = (select id from fact_name "
+           "where name = '" +
+           name + "')";
 }
 
 void LimitPut(SqlText *query, uint32_t limit) {

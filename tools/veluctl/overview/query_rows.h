@@ -30,10 +30,10 @@ std::vector<const char *> ListWords(const Lists &lists) {
 // which engines join faster than the view.
 std::string SongsWithFact(const char *name);
 
-// Returns the facts `f` of all files `s` of some names ("'a', 'b'"), as SQL behind "from", with a condition. A cross join has SQLite go
-// through the files in their order, and read each page once; by the index of values it would come to them in any order. Values that
-// are equal folded are one.
-std::string FactsOfFiles(const std::string &names);
+// Returns the facts `f` of a name and their files `s`, as SQL behind "from", with a condition. A cross join has SQLite go through
+// the files in their order, and read each page once; by the index of values it would come to them in any order. Values that are
+// equal folded are one.
+std::string FactsOfFiles(const std::string &name);
 inline constexpr char kFactFolded[] = "coalesce(f.folded, f.value)";
 
 // Adds how many rows are wanted.

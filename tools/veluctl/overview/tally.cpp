@@ -123,12 +123,9 @@ std::vector<GroupCount> CountsTake(TallyReader *tallies, const TallyQuery &query
     std::string sql = "select " + query.name + " as name, count(*) as files from " + query.table;
     if (!query.condition.empty())
         sql += " where " + query.condition;
-    return RowsCount(tallies, sql + " group by 1 order by 2 desc, 1 limit " +
-                                  std::to_string(query.limit != 0 ? query.limit : kGroupsMax));
-}
-
-std::vector<GroupCount> RowsCount(TallyReader *tallies, const std::string &sql) {
-    const ResultHandle rows = RowsTake(tallies, sql);
+    const ResultHandle rows =
+        RowsTake(tallies, sql + " group by 1 order by 2 desc, 1 limit " +
+                              std::to_string(query.limit != 0 ? query.limit : kGroupsMax));
     std::vector<GroupCount> counts;
     for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;)
         counts.push_back({VELUDBFetchText(rows.get(), at, "name"), IntegerOf(rows.get(), at, "files")});

@@ -64,9 +64,8 @@ Tally FormatsOf(const std::vector<FormatPart> &parts);
 // Sums a whole table up by the extensions of its files, in small letters.
 Tally FormatsTake(TallyReader *tallies, const std::string &table);
 
-// Counts rows by groups, most first. And takes groups that a statement counts itself, as `name` and `files`.
+// Counts rows by groups, most first.
 std::vector<GroupCount> CountsTake(TallyReader *tallies, const TallyQuery &query);
-std::vector<GroupCount> RowsCount(TallyReader *tallies, const std::string &sql);
 
 // Returns the number `n` of a statement; 0 on failure.
 int64_t NumberTake(TallyReader *tallies, const std::string &sql);
