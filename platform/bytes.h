@@ -17,6 +17,12 @@ enum class ByteOrder { kBig, kLittle };
     return number;
 }
 
+// Writes the number into `size` bytes, as many of its lower ones as that are.
+constexpr void BytesNumberPut(uint8_t *bytes, size_t size, uint64_t number, ByteOrder order) {
+    for (size_t i = 0; i < size; ++i, number >>= 8)
+        bytes[order == ByteOrder::kLittle ? i : size - 1 - i] = static_cast<uint8_t>(number);
+}
+
 [[nodiscard]] constexpr uint16_t BigEndian16(const uint8_t *bytes) {
     return static_cast<uint16_t>(bytes[0] << 8 | bytes[1]);
 }

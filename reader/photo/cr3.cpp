@@ -22,15 +22,12 @@ constexpr std::string_view kXmpId = "\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x9
 constexpr std::array kBlocks = {BoxType("CMT1"), BoxType("CMT2"), BoxType("CMT3"), BoxType("CMT4")};
 
 std::vector<uint8_t> BoxOf(uint32_t type, std::string_view id, std::span<const uint8_t> content) {
-    constexpr size_t kHeader = 8;
-    const auto size = static_cast<uint32_t>(kHeader + id.size() + content.size());
-    std::vector<uint8_t> box;
-    for (const uint32_t number : {size, type}) {
-        for (int shift = 24; shift >= 0; shift -= 8)
-            box.push_back(static_cast<uint8_t>(number >> shift));
-    }
-    box.insert(box.end(), id.begin(), id.end());
-    box.insert(box.end(), content.begin(), content.end());
+    constexpr size_t kNumber = 4; // bytes of the size, and of the type
+    std::vector<uint8_t> box(2 * kNumber + id.size() + content.size());
+    BytesNumberPut(&box[0], kNumber, box.size(), ByteOrder::kBig);
+    BytesNumberPut(&box[kNumber], kNumber, type, ByteOrder::kBig);
+    const auto behind = std::copy(id.begin(), id.end(), box.begin() + 2 * kNumber);
+    std::copy(content.begin(), content.end(), behind);
     return box;
 }
 

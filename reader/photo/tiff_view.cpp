@@ -11,6 +11,7 @@ namespace {
 
 constexpr size_t kHeader = 8;
 constexpr size_t kEntry = 12;
+constexpr size_t kCountSize = 4; // of an entry
 
 // Values of which the library is shown as many as this.
 struct Shortened {
@@ -53,16 +54,8 @@ bool LeadsToDirectories(uint64_t tag) {
     return std::find(std::begin(kPointers), std::end(kPointers), tag) != std::end(kPointers);
 }
 
-void CountPut(View *view, const Shortened &value) {
-    constexpr uint64_t kCountSize = 4;
-    for (uint64_t i = 0; i < kCountSize; ++i) {
-        const uint64_t place = view->order == ByteOrder::kLittle ? i : kCountSize - 1 - i;
-        view->bytes[static_cast<size_t>(value.count_at + place)] = static_cast<uint8_t>(value.count >> 8 * i);
-    }
-}
-
-// How long a directory's picture is. Of a thumbnail, and of what is no smaller but stands where one should, the library makes
-// copies, which nobody looks at.
+// How many bytes a directory's picture has. Where a thumbnail should be the library copies them twice, however many they are, and
+// nobody looks at them.
 bool IsPictureSize(uint64_t tag) {
     constexpr uint16_t kSizes[] = {0x0117, 0x0202}; // of strips, of a JPEG
     return std::find(std::begin(kSizes), std::end(kSizes), tag) != std::end(kSizes);
@@ -147,5 +140,5 @@ void TiffViewFill(ReaderInput *input, int64_t begin, std::span<uint8_t> bytes) {
         offset = DirectoryFill(&view, offset, 0);
     // Last, as values may lie over the entries.
     for (const Shortened &value : view.shortened)
-        CountPut(&view, value);
+        BytesNumberPut(&bytes[static_cast<size_t>(value.count_at)], kCountSize, value.count, view.order);
 }

@@ -125,11 +125,6 @@ bool EntryCopy(PacketCursor *cursor, int64_t size, std::vector<uint8_t> *to,
     return PacketCopy(cursor, size, to);
 }
 
-void NumberPut(std::span<uint8_t> to, uint64_t number, ByteOrder order) {
-    for (size_t i = 0; i < to.size(); ++i)
-        to[order == ByteOrder::kLittle ? i : to.size() - 1 - i] = static_cast<uint8_t>(number >> 8 * i);
-}
-
 // Returns the packet without its pictures; nothing when it is not as it should be. What stands behind the comments marks their
 // end, or fills the packet up.
 std::vector<uint8_t> PacketShorten(ReaderInput *input, int64_t comments_at, OggComments *comments) {
@@ -147,11 +142,10 @@ std::vector<uint8_t> PacketShorten(ReaderInput *input, int64_t comments_at, OggC
         if (!NumberCopy(&cursor, &packet, &size) || !EntryCopy(&cursor, size, &packet, &comments->pictures))
             return {};
     }
-    NumberPut(std::span(packet).subspan(count_at, kNumber),
-              static_cast<uint64_t>(count) - comments->pictures.size(), ByteOrder::kLittle);
+    BytesNumberPut(&packet[count_at], kNumber, static_cast<uint64_t>(count) - comments->pictures.size(),
+                   ByteOrder::kLittle);
     if (comments_at == kBlockHeader)
-        NumberPut(std::span(packet).subspan(1, kBlockHeader - 1), packet.size() - kBlockHeader,
-                  ByteOrder::kBig);
+        BytesNumberPut(&packet[1], kBlockHeader - 1, packet.size() - kBlockHeader, ByteOrder::kBig);
     return packet;
 }
 

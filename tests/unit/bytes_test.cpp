@@ -24,6 +24,16 @@ TEST(Bytes, GiveNumbersOfAnySizeInEitherOrder) {
     EXPECT_EQ(BytesNumber(kBytes, 8, ByteOrder::kLittle), 0xF8E7D6C5B4A39281u);
 }
 
+TEST(Bytes, TakeNumbersOfAnySizeInEitherOrder) {
+    for (const ByteOrder order : {ByteOrder::kBig, ByteOrder::kLittle}) {
+        uint8_t bytes[] = {0x55, 0x55, 0x55, 0x55, 0x55};
+        BytesNumberPut(bytes + 1, 3, 0xFF8192A3, order);
+        EXPECT_EQ(BytesNumber(bytes + 1, 3, order), 0x8192A3u);
+        EXPECT_EQ(bytes[0], 0x55);
+        EXPECT_EQ(bytes[4], 0x55);
+    }
+}
+
 TEST(Bytes, OfATagSizeCountTheirLowerSevenBits) {
     EXPECT_EQ(Syncsafe32(kBytes), uint32_t{0x01 << 21 | 0x12 << 14 | 0x23 << 7 | 0x34});
 }
