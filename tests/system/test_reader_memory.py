@@ -13,13 +13,13 @@ from harness.sound_tags import picture_add
 # KiB that a reader may hold, by its name in the process table, of files whose pictures have up to so many bytes.
 READERS_MAX = {"velureader": 12 * 1024, "velureader-film": 48 * 1024}
 PICTURE = 1_000_000
-COPIES = 30
+COPIES = 12
 
 
 @pytest.fixture(scope="module", name="folder")
 def files_with_large_pictures(tmp_path_factory):
     folder = tmp_path_factory.mktemp("pictures")
-    small = folder / "small.jpg"
+    small = folder / "photo.jpg"
     media.picture(small, 48, 36)
     media.exif(small, Make="Maker", Model="M-1")
     content = small.read_bytes()
@@ -28,7 +28,7 @@ def files_with_large_pictures(tmp_path_factory):
     jpeg = content[:-2] + pixels + content[-2:]
     small.write_bytes(jpeg)
     for kind, make in {**raws.WRITABLE, "raf": raws.raf, "crw": raws.crw, "x3f": raws.x3f}.items():
-        (folder / f"raw.{kind}").write_bytes(make(jpeg))
+        (folder / f"photo.{kind}").write_bytes(make(jpeg))
     # Noise has a byte for each sample: 570 lines of 570 pixels of three.
     media.call("convert", "-size", "570x570", "xc:", "-seed", "1", "+noise", "Random", "-depth", "8", folder / "cover.png")
     cover = (folder / "cover.png").read_bytes()
@@ -61,8 +61,7 @@ def held_meanwhile(daemon, *lines):
 
 
 @pytest.mark.parametrize("share, table, reader, pattern", (
-    ("photo", "photo", "velureader", "small.jpg"), ("photo", "photo", "velureader", "raw.*"),
-    *(("music", "music", "velureader", f"song.{kind}") for kind in ("mp3", "flac", "m4a", "ogg", "opus", "wma", "aiff")),
+    ("photo", "photo", "velureader", "photo.*"), ("music", "music", "velureader", "song.*"),
     ("video", "video", "velureader-film", "film.*")))
 def test_large_pictures_cost_a_reader_no_memory(make_daemon, folder, share, table, reader, pattern):
     daemon = make_daemon(speed=1)  # the faster clock would be a library of its own in each reader
