@@ -64,11 +64,10 @@ def test_killed_during_the_run_at_several_moments(box, work):
     assert interrupted >= 2
 
 
-def kill_in_this_run(box, lines, delay):
-    """Kills the daemon in the run that goes on, or in another one when that was over before anybody looked."""
+def kill_in_this_run(box, lines, delay, number=signal.SIGKILL):
+    """Ends the daemon in the run that goes on, or in another one when that was over before anybody looked."""
     while True:
-        if box.box.ask("kill_when", pid=box.pid, number=int(signal.SIGKILL), path=WORKING_COPY, delay=delay,
-                       timeout=SOON)["sent"]:
+        if box.box.ask("kill_when", pid=box.pid, number=int(number), path=WORKING_COPY, delay=delay, timeout=SOON)["sent"]:
             box.wait_gone()
             box.pid = 0
             if box.exists(WORKING_COPY):
@@ -105,8 +104,8 @@ def test_stopped_during_the_run(box, work):
     lines, undisturbed = work
     box.start()
     box.queue(*lines)
-    box.kill_in_run(0.002, signal.SIGTERM)
-    assert box.exists(WORKING_COPY)
+    box.signal()
+    kill_in_this_run(box, lines, 0.002, signal.SIGTERM)
     finish(box)
     assert box.snapshot() == undisturbed
 
@@ -115,8 +114,8 @@ def test_lines_queued_while_the_daemon_is_dead_come_after_the_left_over_ones(box
     lines, undisturbed = work
     box.start()
     box.queue(*lines)
-    box.kill_in_run(0.002)
-    assert box.exists(WORKING_COPY)
+    box.signal()
+    kill_in_this_run(box, lines, 0.002)
     os.rename(box.box.path(f"{MUSIC}/0"), box.box.path("/tmp/0"))
     box.queue(f"D:{MUSIC}/0")
     finish(box)
