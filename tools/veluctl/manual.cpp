@@ -116,19 +116,21 @@ constexpr Example kExamples[] = {
     {"Mend it:", "sudo veluctl check --fix --wait"},
 };
 
-std::string ExampleText(const std::string &question, const char *command) {
-    return ".PP\n" + RoffText(question) + "\n.PP\n.nf\n.RS\n" + RoffText(command) + "\n.RE\n.fi\n";
+// A paragraph is not begun right behind a heading.
+void ExampleAdd(const std::string &question, const char *command, std::string *examples) {
+    *examples += examples->empty() ? "" : ".PP\n";
+    *examples += RoffText(question) + "\n.PP\n.nf\n.RS\n" + RoffText(command) + "\n.RE\n.fi\n";
 }
 
 std::string Examples(const Program &program) {
-    std::string text = ".SH EXAMPLES\n";
+    std::string examples;
     for (const Example &example : kExamples)
-        text += ExampleText(example.question, example.command);
+        ExampleAdd(example.question, example.command, &examples);
     for (const ProgramCommand &command : program.commands) {
         for (const CommandExample &example : command.examples)
-            text += ExampleText(std::string(example.meaning) + ":", example.line);
+            ExampleAdd(std::string(example.meaning) + ":", example.line, &examples);
     }
-    return text;
+    return ".SH EXAMPLES\n" + examples;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "platform/folding/folding.h"
 #include "tools/veluctl/search/bounds.h"
 #include "tools/veluctl/search/search_field_sql.h"
+#include "tools/veluctl/search/search_fields.h"
 #include "tools/veluctl/search/text_match.h"
 
 namespace {
