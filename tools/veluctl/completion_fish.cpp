@@ -3,6 +3,7 @@
 // A completion for fish from the table of the command line.
 #include "tools/veluctl/completion_value.h"
 #include "tools/veluctl/documents.h"
+#include "tools/veluctl/single_quoted.h"
 
 namespace {
 

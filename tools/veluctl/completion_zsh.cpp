@@ -4,6 +4,7 @@
 #include "tools/shared/command_value.h"
 #include "tools/veluctl/completion_value.h"
 #include "tools/veluctl/documents.h"
+#include "tools/veluctl/single_quoted.h"
 
 namespace {
 
@@ -11,7 +12,7 @@ std::string ZshWord(std::string_view text) {
     return SingleQuoted(text, "'\\''", "\\");
 }
 
-// A description within a specification, whose parts are set apart by colons and brackets.
+// A description within a word for _arguments, whose parts are set apart by colons and brackets.
 std::string ZshText(std::string_view text) {
     std::string safe;
     for (const char byte : text) {
@@ -59,12 +60,12 @@ std::string ZshOption(const CommandOption &option) {
     std::string behind = "[" + ZshText(option.description) + "]";
     if (option.type != nullptr)
         behind += ":" + ZshText(option.type) + ":" + ZshAction(CompletesOf(option), WordsOf(option));
-    std::string specifications;
+    std::string words;
     for (const std::string &name : names) {
         const char *value = option.type == nullptr ? "" : name.starts_with("--") ? "=" : "+";
-        specifications += " \\\n            " + ZshWord(before + name + value + behind);
+        words += " \\\n            " + ZshWord(before + name + value + behind);
     }
-    return specifications;
+    return words;
 }
 
 std::string ZshArgument(const CommandArgument &argument, size_t number) {

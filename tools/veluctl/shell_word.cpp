@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "tools/shared/safe_text.h"
+#include "tools/veluctl/single_quoted.h"
 
 namespace {
 
@@ -31,10 +32,7 @@ std::string BytesWritten(std::string_view text) {
 std::string ShellWord(std::string_view text) {
     if (!text.empty() && std::ranges::all_of(text, IsPlain))
         return std::string(text);
-    std::string quoted = "'";
-    for (const char byte : text)
-        quoted += byte == '\'' ? std::string("'\\''") : std::string(1, byte);
-    quoted += '\'';
+    const std::string quoted = SingleQuoted(text, "'\\''", "\\");
     // The backslash alone is doubled by what makes texts safe; within quotes it stands for itself.
     std::string doubled;
     for (const char byte : quoted)

@@ -39,16 +39,11 @@ ResultHandle RowsTake(TallyReader *tallies, const std::string &sql) {
     return rows;
 }
 
-Tally GroupsTake(TallyReader *tallies, const std::string &select, size_t limit) {
-    const ResultHandle rows = RowsTake(tallies, select + " group by 1 order by 2 desc, 1 limit " +
-                                                    std::to_string(limit != 0 ? limit : kGroupsMax));
-    Tally tally;
-    for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;) {
-        tally.groups.push_back({VELUDBFetchText(rows.get(), at, "name"), IntegerOf(rows.get(), at, "files"),
-                                RealOf(rows.get(), at, "bytes"), RealOf(rows.get(), at, "seconds")});
-        tally.groups_in_all = IntegerOf(rows.get(), at, "groups_in_all");
-    }
-    return tally;
+// The end of a statement that sums rows up by groups, most files first.
+std::string GroupsEnd(const TallyQuery &query) {
+    return (query.condition.empty() ? "" : " where " + query.condition) +
+           " group by 1 order by 2 desc, 1 limit " +
+           std::to_string(query.limit != 0 ? query.limit : kGroupsMax);
 }
 
 void Order(TallyReader *tallies, const char *sql) {
@@ -74,11 +69,16 @@ std::string SecondsSum() {
 }
 
 Tally TallyTake(TallyReader *tallies, const TallyQuery &query) {
-    std::string sql = "select " + query.name + " as name, count(*) as files, " + BytesSum() +
-                      " as bytes, count(*) over () as groups_in_all from " + query.table;
-    if (!query.condition.empty())
-        sql += " where " + query.condition;
-    return GroupsTake(tallies, sql, query.limit);
+    const ResultHandle rows = RowsTake(
+        tallies, "select " + query.name + " as name, count(*) as files, " + BytesSum() +
+                     " as bytes, count(*) over () as groups_in_all from " + query.table + GroupsEnd(query));
+    Tally tally;
+    for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;) {
+        tally.groups.push_back({VELUDBFetchText(rows.get(), at, "name"), IntegerOf(rows.get(), at, "files"),
+                                RealOf(rows.get(), at, "bytes"), RealOf(rows.get(), at, "seconds")});
+        tally.groups_in_all = IntegerOf(rows.get(), at, "groups_in_all");
+    }
+    return tally;
 }
 
 std::vector<FormatPart> FormatPartsTake(TallyReader *tallies, const std::string &table,
@@ -120,12 +120,8 @@ Tally FormatsTake(TallyReader *tallies, const std::string &table) {
 }
 
 std::vector<GroupCount> CountsTake(TallyReader *tallies, const TallyQuery &query) {
-    std::string sql = "select " + query.name + " as name, count(*) as files from " + query.table;
-    if (!query.condition.empty())
-        sql += " where " + query.condition;
-    const ResultHandle rows =
-        RowsTake(tallies, sql + " group by 1 order by 2 desc, 1 limit " +
-                              std::to_string(query.limit != 0 ? query.limit : kGroupsMax));
+    const ResultHandle rows = RowsTake(tallies, "select " + query.name + " as name, count(*) as files from " +
+                                                    query.table + GroupsEnd(query));
     std::vector<GroupCount> counts;
     for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;)
         counts.push_back({VELUDBFetchText(rows.get(), at, "name"), IntegerOf(rows.get(), at, "files")});
