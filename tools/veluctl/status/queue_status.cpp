@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What waits in the queue, what is in work, and what is kept for another try.
+#include <unistd.h>
+
+#include "daemon/queue.h"
+#include "daemon/queue_kept.h"
+#include "tools/shared/safe_text.h"
+#include "tools/veluctl/run_view.h"
+#include "tools/veluctl/span_text.h"
+#include "tools/veluctl/status/status.h"
+
+void QueueStatus(StatusView *status) {
+    for (const char *path : {kQueueFile, kQueueWorkingCopy}) {
+        const bool copy = path == kQueueWorkingCopy;
+        RequestFile requests = RequestFileOpen(path);
+        const bool there = access(path, F_OK) == 0;
+        RunView view = {Phase::done, 0, 0, {}, {}};
+        if (requests.file)
+            view = RunLook(&requests, status->daemon);
+        // In the moment between the look at its name and the look at the file, a copy may go or the queue
+        // become one.
+        const bool kept = copy && requests.file && view.phase == Phase::kept;
+        if (status->json) {
+            Json state = Json::object();
+            state["present"] = there;
+            state["lines"] = requests.file || !there ? Json(view.lines_total) : Json();
+            if (copy) {
+                state["kept"] = kept;
+                state["lines_done"] = view.lines_done;
+                JsonTextPut(&state, "request", view.request);
+                JsonTextPut(&state, "file", view.file);
+            }
+            status->answer[copy ? "working_copy" : "queue"] = state;
+        } else if (there && !requests.file) {
+            StatusSay(copy ? "working copy" : "queue", kHidden);
+        } else if (!copy) {
+            StatusSay("queue", there ? std::to_string(view.lines_total) + " waiting" : "empty");
+        } else if (there) {
+            StatusSay("working copy", (kept ? "kept for the next try, " : "in work, line ") +
+                                          (kept ? std::string() : std::to_string(view.lines_done) + " of ") +
+                                          std::to_string(view.lines_total) + (kept ? " lines" : "") +
+                                          (view.request.empty() ? "" : ": " + SafeText(view.request)));
+        }
+    }
+}
+
+void KeptStatus(StatusView *status) {
+    const bool there = access(kKeptFile, F_OK) == 0;
+    const KeptView view = KeptLook();
+    if (status->json) {
+        Json state = Json::object();
+        state["present"] = there;
+        state["requests"] = view.readable || !there ? Json(view.requests) : Json();
+        state["oldest_seconds"] = view.readable ? Json(view.oldest_seconds) : Json();
+        status->answer["kept"] = state;
+    } else if (there && !view.readable) {
+        StatusSay("kept requests", kHidden);
+    } else if (view.requests > 0) {
+        StatusSay("kept requests", std::to_string(view.requests) + " could not be stored, the oldest for " +
+                                       SpanText(view.oldest_seconds) +
+                                       "; the daemon tries again, its log says why");
+    }
+}

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// The sections of status, a file each, in the order in which they are shown.
+#pragma once
+
+#include <sys/types.h>
+#include <time.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tools/veluctl/json_text.h"
+
+struct StatusView {
+    bool json;    // for programs: everything goes into the answer
+    pid_t daemon; // 0: none runs
+    Json answer = Json::object();
+};
+
+// Prints a line for people: a name, which continues the one above when it is empty, and what is said of it.
+void StatusSay(const char *name, const std::string &text);
+
+// Returns a time as people have it on their clocks.
+std::string TimeText(time_t time);
+
+// What this user may not look at.
+inline constexpr char kHidden[] = "cannot be read by this user";
+
+void DaemonStatus(StatusView *view);
+void RulesStatus(StatusView *view);
+void QueueStatus(StatusView *view);
+void KeptStatus(StatusView *view);
+// False when a catalogue cannot be reached.
+[[nodiscard]] bool CataloguesStatus(StatusView *view);
