@@ -191,6 +191,44 @@ ProgramCommand FindMake(Options *options) {
     return command;
 }
 
+ProgramCommand DuplicatesMake(Options *options) {
+    CommandArgument what = {"what",
+                            "WHAT",
+                            "Only files with the same bytes, or only recordings (songs of one artist, "
+                            "title and length)",
+                            &options->what,
+                            false,
+                            DuplicateWords()};
+    CommandOption limit = PlaceOptions(options).back();
+    limit.type = "GROUPS";
+    limit.description = "Stop after so many groups; 0: none";
+    ProgramCommand command = LookMake(
+        "duplicates", "List what is there more than once, and what could be freed", DuplicatesCommand, {what},
+        Joined({{PlaceOptions(options).front(),
+                 limit,
+                 {.letter = 't',
+                  .name = "tolerance",
+                  .type = "SECONDS",
+                  .description =
+                      "Lengths of one recording that follow each other may differ by so much; 2 unless given",
+                  .target = &options->tolerance}},
+                FormOptions(options)}));
+    command.details = {
+        {"Columns",
+         {{"SAME",
+           "bytes: the files are equal, byte by byte; recording: artist and title are, without regard to "
+           "case and accents, and the lengths nearly so"},
+          {"COPY",
+           "The number of the file within its group; names with one number are hard links of one file, of "
+           "which removing one frees nothing"},
+          {"freed",
+           "In JSON and CSV: the bytes that are free once all but the first copy of the group are gone"}}}};
+    command.examples = {
+        {"veluctl duplicates files --dir /srv/photo", "Photos that are there twice, byte by byte"},
+        {"veluctl duplicates recordings --tolerance 5", "Songs that are there in two formats"}};
+    return command;
+}
+
 std::vector<ProgramCommand> LooksMake(Options *options) {
     const CommandOption json = Json(options);
     return {
@@ -205,6 +243,7 @@ std::vector<ProgramCommand> LooksMake(Options *options) {
         LookMake("missing", "List songs without tags, covers or years, and albums without all their tracks",
                  MissingCommand, {Needed("what", "WHAT", "What is missing", &options->what, MissingWords())},
                  Joined({PlaceOptions(options), FormOptions(options)})),
+        DuplicatesMake(options),
         LookMake("stats", "Show the catalogue in numbers", StatsCommand, {}, {json}),
         LookMake("show", "Show all that is catalogued of one file or directory", ShowCommand,
                  {Needed("path", "PATH", "The file or directory", &options->path)}, {json}),

@@ -22,5 +22,7 @@ ExitCode WhyCommand(const Options &options);
 ExitCode RecentCommand(const Options &options);
 ExitCode MissingCommand(const Options &options);
 std::vector<const char *> MissingWords(); // what it is asked for
+ExitCode DuplicatesCommand(const Options &options);
+std::vector<const char *> DuplicateWords(); // what it is asked for
 ExitCode StatsCommand(const Options &options);
 ExitCode ForgetCommand(const Options &options);

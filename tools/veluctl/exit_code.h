@@ -24,8 +24,9 @@ struct ExitCodeText {
 // For the help and the manual.
 inline constexpr ExitCodeText kExitCodes[] = {
     {kDone, "Done; nothing wrong was found."},
-    {kFound, "check, config or missing found something wrong, or list, find, recent, show, why or dump found "
-             "nothing."},
+    {kFound,
+     "check, config, missing or duplicates found something, or list, find, recent, show, why or dump found "
+     "nothing."},
     {kUsage, "The command line was wrong."},
     {kRefused, "A path was refused; nothing was queued."},
     {kNoRights, "The queue may not be written, or the daemon not be signalled, by this user."},

@@ -10,6 +10,9 @@
 
 #include "tools/veluctl/row_writer.h"
 
+// By how much the lengths of one recording may differ unless asked otherwise: silence at its ends is cut in different ways.
+inline constexpr uint32_t kToleranceSeconds = 2;
+
 inline constexpr uint32_t kEveryRow = UINT32_MAX; // as a limit: none
 
 struct Options {
@@ -17,7 +20,7 @@ struct Options {
     std::string path;               // show, why, dump, report, forget
     std::string new_path;
     std::string old_path;
-    std::string what;  // reindex, refresh, config, list, missing
+    std::string what;  // reindex, refresh, config, list, missing, duplicates
     std::string input; // a file of paths, or "-"
     bool null_input = false;
     bool force = false;
@@ -34,6 +37,7 @@ struct Options {
     std::string group;
     bool playlist = false;
     uint32_t limit = kEveryRow;
+    uint32_t tolerance = kToleranceSeconds; // duplicates
 
     bool every_reader = false;
     bool fix = false;

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// What the disk says of files that may be copies.
+#include "tools/veluctl/duplicates/copies.h"
+
+#include <errno.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include <map>
+
+std::string CopyLook(CopyName *name) {
+    struct stat status;
+    if (stat(name->path.c_str(), &status) != 0)
+        return strerror(errno);
+    if (!S_ISREG(status.st_mode))
+        return "is no file any more";
+    name->size = static_cast<uint64_t>(status.st_size);
+    name->device = status.st_dev;
+    name->inode = status.st_ino;
+    return {};
+}
+
+int CopiesNumber(CopyGroup *group) {
+    std::map<std::pair<dev_t, ino_t>, int> numbers;
+    for (CopyName &name : *group) {
+        const int next = static_cast<int>(numbers.size()) + 1;
+        name.copy = numbers.try_emplace({name.device, name.inode}, next).first->second;
+    }
+    return static_cast<int>(numbers.size());
+}

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Files of which one would do.
+#pragma once
+
+#include <stdint.h>
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tools/veluctl/catalogue_reader.h"
+
+// A name of a file.
+struct CopyName {
+    std::string path;
+    double seconds = 0; // of playing time, by the catalogue
+    uint64_t size = 0;  // this and what follows by the disk
+    dev_t device = 0;
+    ino_t inode = 0;
+    int copy = 0; // from 1 on; hard links of one file share it, since removing one of them frees nothing
+};
+using CopyGroup = std::vector<CopyName>;
+
+// Looks at a file. Empty, or why it is none to compare.
+std::string CopyLook(CopyName *name);
+
+// Numbers the files of a group in the order of their names. Returns how many there are.
+int CopiesNumber(CopyGroup *group);
+
+// What is asked for, and who takes the answer.
+struct CopySearch {
+    CatalogueReader *reader;
+    std::string directory; // only what it holds; empty: all
+    // Takes a group of at least two copies, numbered. False: no more are wanted.
+    std::function<bool(const CopyGroup &group)> take;
+    // Is told of a file that has gone, has changed or cannot be read meanwhile, with the reason.
+    std::function<void(const std::string &path, const std::string &why)> left_out;
+    // Is told how far the reading of files has come, in bytes.
+    std::function<void(uint64_t done, uint64_t all, const std::string &path)> reading;
+    size_t links = 0; // names of files that have no copy, but further names
+};

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Of each song a few bytes and its path are kept, so that one pass over the rows does.
+#include "tools/veluctl/duplicates/recordings.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+#include <algorithm>
+#include <span>
+
+#include "platform/folding/folding.h"
+#include "platform/hash.h"
+#include "tools/veluctl/overview/query_rows.h"
+
+namespace {
+
+// Rows that are read at a time.
+constexpr int kPortion = 20'000;
+
+// Of a folded text; what is behind it tells nobody's songs apart.
+constexpr size_t kFoldedMax = 1024;
+
+struct Song {
+    uint64_t key; // of artist and title
+    float seconds;
+    uint32_t path; // where the paths have its own
+};
+
+struct Songs {
+    std::vector<Song> all;
+    std::vector<std::string> paths;
+};
+
+uint64_t KeyOf(const std::string &artist, const std::string &title) {
+    // A folded text has no zero bytes.
+    constexpr std::string_view kBetween("\0", 1);
+    return HashText(TextFolded(title, kFoldedMax),
+                    HashText(kBetween, HashText(TextFolded(artist, kFoldedMax))));
+}
+
+constexpr Column kSongColumns[] = {{"path", "", Type::text},
+                                   {"artist", "", Type::text},
+                                   {"title", "", Type::text},
+                                   {"duration", "", Type::seconds}};
+
+// Reads the songs behind a path. Their number; -1 when they cannot be read.
+int PortionRead(const CopySearch &search, Songs *songs) {
+    SqlText query;
+    query.Add("select path, artist, title, duration from music where artist <> '' and title <> '' and "
+              "duration > 0 and path > ");
+    query.Put(songs->paths.empty() ? "" : songs->paths.back());
+    if (!search.directory.empty())
+        BelowPut(&query.Add(" and "), "path", search.directory);
+    query.Add(" order by path");
+    LimitPut(&query, kPortion);
+    int count = 0;
+    const bool read = QueryRowsTake(search.reader, query, kSongColumns, [&](Row &row) {
+        songs->all.push_back({KeyOf(row[1].value_or(""), row[2].value_or("")),
+                              strtof(row[3].value_or("0").c_str(), nullptr),
+                              static_cast<uint32_t>(songs->paths.size())});
+        songs->paths.push_back(row[0].value_or(""));
+        ++count;
+    });
+    return read ? count : -1;
+}
+
+using Cluster = std::vector<Song>;
+
+// The songs of one key that follow each other closely.
+std::vector<Cluster> ClustersMake(std::vector<Song> *songs, double tolerance) {
+    std::ranges::sort(*songs, {}, [](const Song &song) { return std::pair(song.key, song.seconds); });
+    std::vector<Cluster> clusters;
+    for (size_t begin = 0, end = 0; begin < songs->size(); begin = end) {
+        const auto belongs = [&](size_t at) {
+            const Song &last = (*songs)[at - 1];
+            return (*songs)[at].key == last.key && (*songs)[at].seconds - last.seconds <= tolerance;
+        };
+        for (end = begin + 1; end < songs->size() && belongs(end);)
+            ++end;
+        if (end - begin > 1)
+            clusters.emplace_back(songs->begin() + static_cast<ptrdiff_t>(begin),
+                                  songs->begin() + static_cast<ptrdiff_t>(end));
+    }
+    for (Cluster &cluster : clusters)
+        std::ranges::sort(cluster, {}, &Song::path);
+    std::ranges::sort(clusters, {}, [](const Cluster &cluster) { return cluster.front().path; });
+    return clusters;
+}
+
+// False when no more are wanted.
+bool ClusterTake(const Cluster &cluster, const std::vector<std::string> &paths, CopySearch *search) {
+    CopyGroup group;
+    for (const Song &song : cluster) {
+        CopyName name = {.path = paths[song.path], .seconds = song.seconds};
+        if (const std::string problem = CopyLook(&name); problem.empty())
+            group.push_back(std::move(name));
+        else
+            search->left_out(name.path, problem);
+    }
+    std::ranges::stable_sort(group, std::ranges::greater(), &CopyName::size);
+    return CopiesNumber(&group) < 2 || search->take(group);
+}
+
+} // namespace
+
+bool RecordingsFind(CopySearch *search, uint32_t tolerance) {
+    Songs songs;
+    int count = kPortion;
+    while (count == kPortion)
+        count = PortionRead(*search, &songs);
+    if (count < 0)
+        return false;
+    for (const Cluster &cluster : ClustersMake(&songs.all, tolerance))
+        if (!ClusterTake(cluster, songs.paths, search))
+            break;
+    return true;
+}

@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+//
+// Songs that are the same recording, whatever their format.
+#pragma once
+
+#include "tools/veluctl/duplicates/copies.h"
+
+// Finds songs of the same artist and title, without regard to case and accents, whose lengths follow each other within `tolerance`
+// seconds. Nothing is read but the catalogue; the songs that are found are looked at. The largest file of a group comes first. False,
+// with the reason in the reader, when the catalogue cannot be read.
+[[nodiscard]] bool RecordingsFind(CopySearch *search, uint32_t tolerance);
