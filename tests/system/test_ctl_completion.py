@@ -27,6 +27,8 @@ COMPLETED = {
     "veluctl duplicates rec": "veluctl duplicates recordings",
     "veluctl add --time": "veluctl add --timeout",
     "veluctl show /tmp/only": "veluctl show /tmp/only-here.mp3",
+    "veluctl share add vi": "veluctl share add video",
+    "veluctl feature of": "veluctl feature off",
     "veluctl stats /tmp/only": "veluctl stats /tmp/only",
 }
 

@@ -13,7 +13,9 @@
 
 namespace {
 
-constexpr std::string_view kDaemonName = "veluindexd\n"; // as /proc/PID/comm has it
+// As /proc/PID/comm has them.
+constexpr std::string_view kDaemonName = "veluindexd\n";
+constexpr std::string_view kWatcherName = "veluwatchd\n";
 
 // The C library's header of these declares them as C++ functions in some versions, and lacks them in others.
 int PidfdOpen(pid_t pid) {
@@ -24,11 +26,16 @@ int PidfdSignal(int process, int number) {
     return static_cast<int>(syscall(SYS_pidfd_send_signal, process, number, nullptr, 0));
 }
 
-bool IsDaemon(pid_t pid) {
+bool HasName(pid_t pid, std::string_view wanted) {
     const FdHandle file = OpenForReading(ProcPath(pid, "comm").c_str());
     char name[32];
     const ssize_t length = file ? FileReadSome(file, name, sizeof name) : -1;
-    return length > 0 && std::string_view(name, static_cast<size_t>(length)) == kDaemonName;
+    return length > 0 && std::string_view(name, static_cast<size_t>(length)) == wanted;
+}
+
+pid_t ProcessFind(const char *pid_file, std::string_view name) {
+    const pid_t pid = KLIBReadPidFile(pid_file);
+    return pid >= 1 && HasName(pid, name) ? pid : 0;
 }
 
 } // namespace
@@ -38,8 +45,11 @@ std::string ProcPath(pid_t pid, const char *name) {
 }
 
 pid_t DaemonFind() {
-    const pid_t pid = KLIBReadPidFile(kDaemonPidFile);
-    return pid >= 1 && IsDaemon(pid) ? pid : 0;
+    return ProcessFind(kDaemonPidFile, kDaemonName);
+}
+
+pid_t WatcherFind() {
+    return ProcessFind(kWatcherPidFile, kWatcherName);
 }
 
 int DaemonWake() {
@@ -51,7 +61,7 @@ int DaemonWake() {
     const FdHandle process(PidfdOpen(pid));
     if (!process && errno != ENOSYS)
         return errno;
-    if (!IsDaemon(pid))
+    if (!HasName(pid, kDaemonName))
         return ESRCH;
     const int result = process ? PidfdSignal(process.get(), SIGUSR1) : kill(pid, SIGUSR1);
     return result == 0 ? 0 : errno;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Finding the running daemon and waking it.
+// Finding the running daemon and waking it; finding the watcher.
 #pragma once
 
 #include <sys/types.h>
@@ -8,10 +8,14 @@
 #include <string>
 
 inline constexpr char kDaemonPidFile[] = "/var/run/veluindexd.pid";
+inline constexpr char kWatcherPidFile[] = "/var/run/veluwatchd.pid";
 
 // Finds the daemon's process id; 0 when its pid file is missing or names a process that has ended or is none of the
 // daemon: a crash leaves the file, and the number goes to somebody else whom SIGUSR1 would end.
 pid_t DaemonFind();
+
+// Finds the watcher's, likewise.
+pid_t WatcherFind();
 
 // Tells the daemon that work is queued. Returns 0, or an error number: ESRCH when no daemon runs.
 [[nodiscard]] int DaemonWake();

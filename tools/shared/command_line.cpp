@@ -83,7 +83,8 @@ std::string ArgumentTake(Reading *reading, const char *value) {
     const size_t at = std::min(reading->arguments++, arguments.size() - 1);
     if (at + 1 < reading->arguments && !TakesMany(arguments[at].target))
         return NotExpected(value);
-    return ValueTake(arguments[at].target, arguments[at].name, value, arguments[at].words);
+    const CommandArgument &taken = arguments[at];
+    return ValueTake(taken.target, taken.name, value, taken.open ? std::vector<const char *>() : taken.words);
 }
 
 // Returns what is missing or too much among all options and arguments.

@@ -42,6 +42,7 @@ struct CommandArgument {
     std::vector<const char *> words = {};
     std::vector<std::string> beginnings = {}; // as of an option
     bool dashes = false;                      // words that begin with one dash and are no option are values
+    bool open = false;                        // other values than `words` are the command's to refuse
 };
 
 struct CommandLine {

@@ -7,12 +7,14 @@
 #include "tools/veluctl/overview/groups.h"
 #include "tools/veluctl/requests.h"
 #include "tools/veluctl/search/search_help.h"
+#include "tools/veluctl/setup/setup_commands.h"
 #include "tools/veluctl/tables.h"
 
 namespace {
 
 constexpr char kRequests[] = "Asking for work";
 constexpr char kLooking[] = "Looking";
+constexpr char kSettingUp[] = "Setting up";
 
 using OptionList = std::vector<CommandOption>;
 
@@ -31,25 +33,31 @@ CommandOption Force(Options *options) {
     return Flag("force", "Queue it whatever is on the disk", &options->force);
 }
 
-OptionList RequestOptions(Options *options) {
-    return {{.letter = '\0',
-             .name = "no-signal",
-             .type = nullptr,
-             .description = "Leave the request in the queue without telling the daemon",
-             .target = &options->no_signal,
-             .excludes = "wait"},
-            {.letter = 'w',
+// Following the run; --wait goes with, or not with, another option.
+OptionList WaitOptions(const char *needs, const char *excludes, Options *options) {
+    return {{.letter = 'w',
              .name = "wait",
              .type = nullptr,
              .description = "Follow the run to its end and show how far it is",
              .target = &options->wait,
-             .excludes = "no-signal"},
+             .needs = needs,
+             .excludes = excludes},
             {.letter = '\0',
              .name = "timeout",
              .type = "SECONDS",
              .description = "Give up waiting after so many seconds",
              .target = &options->timeout,
              .needs = "wait"}};
+}
+
+OptionList RequestOptions(Options *options) {
+    return Joined({{{.letter = '\0',
+                     .name = "no-signal",
+                     .type = nullptr,
+                     .description = "Leave the request in the queue without telling the daemon",
+                     .target = &options->no_signal,
+                     .excludes = "wait"}},
+                   WaitOptions(nullptr, "no-signal", options)});
 }
 
 OptionList ListOfPathsOptions(Options *options) {
@@ -283,11 +291,26 @@ ProgramCommand ForgetMake(Options *options) {
              {Needed("path", "PATH", "What is gone or away, with all below it", &options->path)}}};
 }
 
+std::vector<ProgramCommand> SetupMake(Options *options) {
+    const OptionList form = FormOptions(options);
+    ProgramCommand share = ShareMake(options);
+    share.group = kSettingUp;
+    share.line.options = Joined({{kHelpOption, Flag("index", "Index what is there", &options->index)},
+                                 WaitOptions("index", nullptr, options),
+                                 form});
+    ProgramCommand feature = FeatureMake(options);
+    feature.group = kSettingUp;
+    feature.line.options = Joined({{kHelpOption}, form});
+    return {share, feature};
+}
+
 std::vector<ProgramCommand> CommandsMake(Options *options) {
     std::vector<ProgramCommand> commands;
     for (const RequestCommand &request : RequestCommands())
         commands.push_back(RequestMake(request, options));
     commands.push_back(ForgetMake(options));
+    for (const ProgramCommand &command : SetupMake(options))
+        commands.push_back(command);
     for (const ProgramCommand &command : LooksMake(options))
         commands.push_back(command);
     return commands;

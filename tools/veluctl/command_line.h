@@ -5,19 +5,7 @@
 
 #include <vector>
 
-#include "tools/shared/command_table.h"
-#include "tools/shared/help_text.h"
-#include "tools/veluctl/commands.h"
-
-struct ProgramCommand {
-    const char *name;
-    const char *group; // of commands, in the help
-    const char *description;
-    Command run;
-    CommandLine line;
-    std::vector<HelpList> details = {}; // of what stands on the line
-    std::vector<CommandExample> examples = {};
-};
+#include "tools/veluctl/program_command.h"
 
 struct Program {
     const char *name;

@@ -26,3 +26,5 @@ ExitCode DuplicatesCommand(const Options &options);
 std::vector<const char *> DuplicateWords(); // what it is asked for
 ExitCode StatsCommand(const Options &options);
 ExitCode ForgetCommand(const Options &options);
+ExitCode ShareCommand(const Options &options);
+ExitCode FeatureCommand(const Options &options);

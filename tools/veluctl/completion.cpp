@@ -52,13 +52,14 @@ std::string ValueBranches(const CommandLine &line) {
     return branches;
 }
 
-// Words for the arguments of a command; none: files.
+// The words for the arguments of a command, by their place where there are several; none: files.
 std::string ArgumentWords(const CommandLine &line) {
-    for (const CommandArgument &argument : line.arguments) {
-        if (!argument.words.empty())
-            return WordsJoined(argument.words);
-    }
-    return {};
+    std::string places;
+    for (size_t at = 0; at < line.arguments.size(); ++at)
+        places += " " + std::to_string(at) + ") words='" + WordsJoined(line.arguments[at].words) + "' ;;";
+    if (line.arguments.size() > 1)
+        return "        case $place in" + places + " *) words='' ;; esac\n";
+    return "        words='" + (line.arguments.empty() ? "" : WordsJoined(line.arguments[0].words)) + "'\n";
 }
 
 // What the arguments of a command may begin with.
@@ -79,8 +80,7 @@ std::string CommandBranch(const ProgramCommand &command) {
     const std::string beginnings = ArgumentBeginnings(command.line);
     if (!beginnings.empty())
         text += "        begins='" + beginnings + "'\n";
-    text += "        words='" + ArgumentWords(command.line) + "'\n";
-    return text + "        ;;\n";
+    return text + ArgumentWords(command.line) + "        ;;\n";
 }
 
 } // namespace
@@ -95,7 +95,7 @@ std::string BashCompletion(const Program &program) {
     return "# bash completion for veluctl, made by veluctl --completion\n"
            "_veluctl() {\n"
            "    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} options='' "
-           "words='' begins=''\n"
+           "words='' begins='' place=0 at\n"
            "    COMPREPLY=()\n"
            "    if [ \"$COMP_CWORD\" = 1 ]; then\n"
            "        mapfile -t COMPREPLY < <(compgen -W '" +
@@ -103,6 +103,9 @@ std::string BashCompletion(const Program &program) {
            "' -- \"$word\")\n"
            "        return\n"
            "    fi\n"
+           "    for ((at = 2; at < COMP_CWORD; ++at)); do\n"
+           "        case ${COMP_WORDS[at]} in -*) ;; *) ((++place)) ;; esac\n"
+           "    done\n"
            "    case ${COMP_WORDS[1]} in\n" +
            branches +
            "    esac\n"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // A completion for fish from the table of the command line.
+#include "tools/shared/command_value.h"
 #include "tools/veluctl/completion_value.h"
 #include "tools/veluctl/documents.h"
 #include "tools/veluctl/single_quoted.h"
@@ -53,6 +54,13 @@ std::string FishArgument(const std::string &condition, const CommandArgument &ar
     return {};
 }
 
+// The rest of a condition: so many words that are no options stand behind the command.
+std::string FishPlace(size_t place, bool and_more) {
+    constexpr size_t kProgramAndCommand = 2;
+    return "; and test (count (string match -v -- '-*' (commandline -opc))) " +
+           std::string(and_more ? "-ge" : "-eq") + " " + std::to_string(kProgramAndCommand + place);
+}
+
 } // namespace
 
 std::string FishCompletion(const Program &program) {
@@ -66,8 +74,11 @@ std::string FishCompletion(const Program &program) {
         const std::string condition = std::string("__fish_seen_subcommand_from ") + command.name;
         for (const CommandOption &option : command.line.options)
             text += FishOption(condition, option);
-        for (const CommandArgument &argument : command.line.arguments)
-            text += FishArgument(condition, argument);
+        const std::vector<CommandArgument> &arguments = command.line.arguments;
+        for (size_t at = 0; at < arguments.size(); ++at)
+            text += FishArgument(
+                condition + (arguments.size() > 1 ? FishPlace(at, TakesMany(arguments[at].target)) : ""),
+                arguments[at]);
     }
     return text;
 }

@@ -25,11 +25,11 @@ struct ExitCodeText {
 inline constexpr ExitCodeText kExitCodes[] = {
     {kDone, "Done; nothing wrong was found."},
     {kFound,
-     "check, config, missing or duplicates found something, or list, find, recent, show, why or dump found "
-     "nothing."},
+     "check, config, missing or duplicates found something, or list, find, recent, show, why, dump or "
+     "share list found nothing."},
     {kUsage, "The command line was wrong."},
-    {kRefused, "A path was refused; nothing was queued."},
-    {kNoRights, "The queue may not be written, or the daemon not be signalled, by this user."},
+    {kRefused, "A path or a name was refused; nothing was queued or changed."},
+    {kNoRights, "The queue or the setup may not be written, or the daemon not be signalled, by this user."},
     {kNotRunning, "The daemon does not run. What was queued is done at its next start."},
     {kUnreachable, "A catalogue cannot be reached."},
     {kNotFinished, "The run did not end within the time of --timeout, or the daemon ended before it."},

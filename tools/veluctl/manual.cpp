@@ -82,6 +82,12 @@ Its time is that of the end of the last run.
 .TP
 .I /etc/veluinfo.conf
 Names the catalogues and the folder of the cover pictures.
+.TP
+.IR /var/services/music ", " /var/services/video ", " /var/services/photo
+Links to the shares.
+.TP
+.I /etc.defaults/veluinfo.conf
+The switches of the photo library and of the video application.
 )";
 
 constexpr char kNotes[] = R"(.SH NOTES

@@ -17,10 +17,11 @@ inline constexpr uint32_t kEveryRow = UINT32_MAX; // as a limit: none
 
 struct Options {
     std::vector<std::string> paths; // add, remove
-    std::string path;               // show, why, dump, report, forget
+    std::string path;               // show, why, dump, report, forget, share
     std::string new_path;
     std::string old_path;
-    std::string what;  // reindex, refresh, config, list, missing, duplicates
+    std::string what;  // reindex, refresh, config, list, missing, duplicates, share, feature
+    std::string name;  // share, feature
     std::string input; // a file of paths, or "-"
     bool null_input = false;
     bool force = false;
@@ -43,6 +44,7 @@ struct Options {
     bool fix = false;
     bool no_check = false;
     bool yes = false;
+    bool index = false;
 
     [[nodiscard]] Form form() const { return json ? Form::json : csv ? Form::csv : Form::table; }
 };

@@ -20,6 +20,7 @@
 #include "tools/veluctl/follow.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/requests.h"
+#include "tools/veluctl/setup/share_refusal.h"
 #include "tools/veluctl/why/why.h"
 
 namespace {
@@ -199,6 +200,11 @@ ExitCode RenameCommand(const Options &options) {
 }
 
 ExitCode ReindexCommand(const Options &options) {
+    if (const std::optional<std::string> refusal = ReindexRefusal(options.what)) {
+        Requests requests;
+        requests.Refuse(options.what, *refusal);
+        return RequestsSend(requests, options);
+    }
     return WordSend(kCommandReindex, options);
 }
 

@@ -5,6 +5,7 @@
 #include <sys/file.h>
 
 #include "platform/file.h"
+#include "tools/queue/daemon_process.h"
 
 FdHandle InstanceBegin(bool *broken_off) {
     constexpr mode_t kMode = 0644;

@@ -5,8 +5,6 @@
 
 #include "platform/handle.h"
 
-inline constexpr char kWatcherPidFile[] = "/var/run/veluwatchd.pid";
-
 // Writes the pid file and locks it for the life of the process. Empty, with the reason in errno: EWOULDBLOCK when
 // another watcher runs. `broken_off` tells whether the one before has left its file, as one that ends does not.
 FdHandle InstanceBegin(bool *broken_off);

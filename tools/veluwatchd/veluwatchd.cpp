@@ -12,6 +12,7 @@
 #include <exception>
 
 #include "platform/rule_set.h"
+#include "tools/queue/daemon_process.h"
 #include "tools/shared/safe_text.h"
 #include "tools/veluwatchd/instance.h"
 #include "tools/veluwatchd/watch_loop.h"

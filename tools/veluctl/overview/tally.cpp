@@ -64,7 +64,7 @@ std::string BytesSum() {
 }
 
 std::string SecondsSum() {
-    return "sum(case when duration > 0 and duration <= " + std::to_string(kSecondsMax) +
+    return "sum(case when duration > 0 and duration <= " + std::to_string(kPlayingSecondsMax) +
            " then duration else 0 end)";
 }
 

@@ -79,4 +79,4 @@ void MomentBegin(TallyReader *tallies);
 void MomentEnd(TallyReader *tallies);
 
 // A duration of more than this is that of a damaged file.
-inline constexpr int64_t kSecondsMax = 30 * 24 * 3600;
+inline constexpr int64_t kPlayingSecondsMax = 30 * 24 * 3600;

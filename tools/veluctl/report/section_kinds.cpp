@@ -62,7 +62,7 @@ void KindsWrite(Report *report) {
     LineWrite(html, report->total, report->total.bytes);
     html->Put("</tfoot></table>\n<p class=\"note\">In ");
     html->Text(CountedText(report->directories, "folder", "folders")).Put(".");
-    const auto too_long = "case when duration > " + std::to_string(kSecondsMax) + " then 1 else 0 end";
+    const auto too_long = "case when duration > " + std::to_string(kPlayingSecondsMax) + " then 1 else 0 end";
     int64_t odd = 0;
     for (const Kind kind : {kMusic, kFilms})
         odd +=

@@ -12,9 +12,9 @@
 #include "platform/file.h"
 #include "platform/media_record.h"
 #include "platform/path.h"
-#include "tools/queue/daemon_process.h"
 #include "tools/queue/request_line.h"
 #include "tools/queue/request_path.h"
+#include "tools/veluctl/setup/daemon_view.h"
 #include "tools/veluctl/shell_word.h"
 #include "tools/veluctl/why/left_out_word.h"
 #include "tools/veluctl/why/why.h"
@@ -65,15 +65,6 @@ Reason NotThere(CatalogueReader *reader, const std::string &path, int error, boo
     return StorageIsAway(path, ShareTargetsGet(), KnowsOf(reader))
                ? Away(path)
                : Reason{kGoneWord, "there is no such file"};
-}
-
-// A service may have directories of its own in the place of some.
-bool IsHiddenFromDaemon(const std::string &path) {
-    const pid_t daemon = DaemonFind();
-    struct stat status;
-    const std::string root = daemon != 0 ? ProcPath(daemon, "root") : std::string();
-    return daemon != 0 && stat(root.c_str(), &status) == 0 && lstat((root + path).c_str(), &status) != 0 &&
-           errno == ENOENT;
 }
 
 std::optional<Reason> Unusable(const std::string &path, bool is_directory) {
