@@ -171,31 +171,63 @@ ProgramCommand LookMake(const char *name, const char *description, Command funct
             {Joined({{kHelpOption}, std::move(own)}), std::move(arguments)}};
 }
 
-ProgramCommand FindMake(Options *options) {
-    CommandArgument words = {"words", "WORD", "What to look for", &options->words, true};
+CommandOption SortOption(Options *options) {
+    return {.letter = 's',
+            .name = "sort",
+            .type = "FIELDS",
+            .description = "Sort by these fields (year,title); a - in front of one turns its order round",
+            .target = &options->sort,
+            .beginnings = SearchFieldNames()};
+}
+
+CommandArgument SearchWordsArgument(const char *description, bool required, Options *options) {
+    CommandArgument words = {"words", "WORD", description, &options->words, required};
     words.beginnings = SearchBeginnings();
     words.dashes = true;
-    const std::vector<std::string> names = SearchFieldNames();
-    OptionList own = {
-        {.letter = 's',
-         .name = "sort",
-         .type = "FIELDS",
-         .description = "Sort by these fields (year,title); a - in front of one turns its order round",
-         .target = &options->sort,
-         .beginnings = names},
-        {.letter = 'g',
-         .name = "group",
-         .type = "FIELDS",
-         .description = "Count the files of each album, artist, year ...",
-         .target = &options->group,
-         .excludes = "m3u",
-         .beginnings = names},
-        Flag("m3u", "Print a playlist of the songs and films", &options->playlist)};
+    return words;
+}
+
+ProgramCommand FindMake(Options *options) {
+    OptionList own = {SortOption(options),
+                      {.letter = 'g',
+                       .name = "group",
+                       .type = "FIELDS",
+                       .description = "Count the files of each album, artist, year ...",
+                       .target = &options->group,
+                       .excludes = "m3u",
+                       .beginnings = SearchFieldNames()},
+                      Flag("m3u", "Print a playlist of the songs and films", &options->playlist)};
     own.back().excludes = "json";
-    ProgramCommand command = LookMake("find", "Find rows by words and fields", FindCommand, {words},
+    ProgramCommand command = LookMake("find", "Find rows by words and fields", FindCommand,
+                                      {SearchWordsArgument("What to look for", true, options)},
                                       Joined({std::move(own), ListOptions(options)}));
     command.details = SearchHelp();
     command.examples = SearchExamples();
+    return command;
+}
+
+ProgramCommand ExportMake(Options *options) {
+    OptionList list = ListOptions(options);
+    list.resize(list.size() - FormOptions(options).size());
+    ProgramCommand command = LookMake(
+        "export", "Write all rows, or what find would find, for players and programs", ExportCommand,
+        {Needed("form", "FORM", "A playlist of the songs and films, a JSON object a line, or CSV",
+                &options->what, ExportForms()),
+         SearchWordsArgument("What to look for, as find takes it; without words: everything", false,
+                             options)},
+        Joined({{{.letter = 'o',
+                  .name = "output",
+                  .type = "FILE",
+                  .description =
+                      "Replace this file with the whole of it; - is standard output, as without this option",
+                  .target = &options->path},
+                 SortOption(options)},
+                std::move(list)}));
+    command.examples = {{"veluctl export jsonl -o library.jsonl", "All that is known of every file"},
+                        {"veluctl export csv kind=photo 'date_taken>=2026' > photos.csv",
+                         "Photos of a year, for a spreadsheet"},
+                        {"veluctl export m3u8 genre=jazz --sort year -o jazz.m3u8",
+                         "A playlist that is kept up to date by cron"}};
     return command;
 }
 
@@ -252,6 +284,7 @@ std::vector<ProgramCommand> LooksMake(Options *options) {
                  MissingCommand, {Needed("what", "WHAT", "What is missing", &options->what, MissingWords())},
                  Joined({PlaceOptions(options), FormOptions(options)})),
         DuplicatesMake(options),
+        ExportMake(options),
         LookMake("stats", "Show the catalogue in numbers", StatsCommand, {}, {json}),
         LookMake("show", "Show all that is catalogued of one file or directory", ShowCommand,
                  {Needed("path", "PATH", "The file or directory", &options->path)}, {json}),

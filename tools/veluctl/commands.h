@@ -17,6 +17,8 @@ ExitCode ShowCommand(const Options &options);
 ExitCode DumpCommand(const Options &options);
 ExitCode CheckCommand(const Options &options);
 ExitCode ConfigCommand(const Options &options);
+ExitCode ExportCommand(const Options &options);
+std::vector<const char *> ExportForms(); // what it writes
 ExitCode ReportCommand(const Options &options);
 ExitCode WhyCommand(const Options &options);
 ExitCode RecentCommand(const Options &options);

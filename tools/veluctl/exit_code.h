@@ -24,9 +24,9 @@ struct ExitCodeText {
 // For the help and the manual.
 inline constexpr ExitCodeText kExitCodes[] = {
     {kDone, "Done; nothing wrong was found."},
-    {kFound,
-     "check, config, missing or duplicates found something, or list, find, recent, show, why, dump or "
-     "share list found nothing."},
+    {kFound, "check, config, missing or duplicates found something, or list, find, export, recent, show, "
+             "why, dump or "
+             "share list found nothing."},
     {kUsage, "The command line was wrong."},
     {kRefused, "A path or a name was refused; nothing was queued or changed."},
     {kNoRights, "The queue or the setup may not be written, or the daemon not be signalled, by this user."},

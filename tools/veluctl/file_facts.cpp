@@ -9,7 +9,7 @@
 
 #include "platform/db/words.h"
 #include "platform/index/schema.h"
-#include "reader/protocol/fact_names.h"
+#include "tools/veluctl/fact_type.h"
 
 namespace {
 
@@ -17,9 +17,7 @@ constexpr char kBetweenValues[] = "; ";
 
 Type TypeOf(std::string_view name) {
     const auto known = std::ranges::find(kFacts, name, &FactKind::word);
-    if (known == std::end(kFacts) || known->type == FactType::text)
-        return Type::text;
-    return known->type == FactType::whole ? Type::integer : Type::real;
+    return known != std::end(kFacts) ? ShownType(known->type) : Type::text;
 }
 
 std::string TextOf(const ResultHandle &rows, int row, const char *column) {

@@ -17,10 +17,10 @@ inline constexpr uint32_t kEveryRow = UINT32_MAX; // as a limit: none
 
 struct Options {
     std::vector<std::string> paths; // add, remove
-    std::string path;               // show, why, dump, report, forget, share
+    std::string path;               // show, why, dump, report, forget, share; what export writes
     std::string new_path;
     std::string old_path;
-    std::string what;  // reindex, refresh, config, list, missing, duplicates, share, feature
+    std::string what;  // reindex, refresh, config, list, missing, duplicates, export, share, feature
     std::string name;  // share, feature
     std::string input; // a file of paths, or "-"
     bool null_input = false;
@@ -33,7 +33,7 @@ struct Options {
     bool csv = false;
     std::vector<std::string> kinds;
     std::string directory;
-    std::vector<std::string> words; // find
+    std::vector<std::string> words; // find, export
     std::string sort;
     std::string group;
     bool playlist = false;

@@ -8,6 +8,7 @@
 
 #include "catalogue/file_readers.h"
 #include "daemon/index.h"
+#include "tools/veluctl/fact_type.h"
 #include "tools/veluctl/log_lines.h"
 
 namespace {
@@ -31,15 +32,7 @@ std::string ValueOf(const Fact &fact) {
 Type TypeOf(FactName name) {
     if (name == FactName::duration)
         return Type::seconds;
-    switch (FactKindOf(name).type) {
-    case FactType::text:
-        return Type::text;
-    case FactType::whole:
-        return Type::integer;
-    case FactType::number:
-        break;
-    }
-    return Type::real;
+    return ShownType(FactKindOf(name).type);
 }
 
 void FactAdd(const Fact &fact, RecordPart *part) {

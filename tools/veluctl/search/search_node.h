@@ -12,7 +12,7 @@ enum class SearchRelation { is, holds, below, at_most, above, at_least };
 
 struct SearchNode {
     enum class Kind {
-        all_of,
+        all_of, // of nothing: every row
         any_of,
         none_of, // of its one part
         words,   // a text anywhere

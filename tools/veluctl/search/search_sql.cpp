@@ -45,8 +45,9 @@ Truth TruthOf(const SearchNode &node, const CatalogueTable &table) {
 
 bool PartsPut(const SearchNode &node, const char *joint, const SearchTarget &target, SqlText *query,
               SearchProblem *problem) {
+    query->Add("(").Add(node.parts.empty() ? kSqlYes : "");
     for (size_t i = 0; i < node.parts.size(); ++i) {
-        query->Add(i == 0 ? "(" : joint);
+        query->Add(i == 0 ? "" : joint);
         if (!SearchConditionPut(node.parts[i], target, query, problem))
             return false;
     }
