@@ -12,7 +12,6 @@
 
 #include "catalogue/features.h"
 #include "daemon/queue.h"
-#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 #include "tools/veluctl/check_readers.h"
 #include "tools/veluctl/commands.h"
@@ -113,7 +112,6 @@ bool CatalogueCheck(CatalogueReader *reader, std::vector<Finding> *findings) {
 
 ExitCode CheckCommand(const Options &options) {
     FeatureSwitchesRead();
-    RuleSetFollow();
     CatalogueReader reader;
     std::vector<Finding> findings;
     if (!CatalogueCheck(&reader, &findings))

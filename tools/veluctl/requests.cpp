@@ -10,7 +10,6 @@
 
 #include "catalogue/features.h"
 #include "daemon/queue.h"
-#include "platform/rule_set.h"
 #include "platform/velusdk.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/queue/queue_writer.h"
@@ -159,7 +158,6 @@ ExitCode LeftOutTell(const std::vector<std::string> &asked) {
 }
 
 ExitCode AddCommand(const Options &options) {
-    RuleSetFollow();
     std::vector<std::string> asked;
     const ExitCode sent = ForEachPath(options, [&](const std::string &path, Requests *requests) {
         asked.push_back(path);

@@ -6,6 +6,7 @@
 
 #include <exception>
 
+#include "platform/rule_set.h"
 #include "tools/shared/command_line.h"
 #include "tools/shared/safe_text.h"
 #include "tools/veluctl/documents.h"
@@ -29,7 +30,10 @@ ExitCode CommandRun(const Program &program, const ProgramCommand &command, int a
     const CommandLineResult result = CommandLineRead(command.line, argc, argv, &error);
     if (result == CommandLineResult::help)
         return Print(CommandHelp(program, command));
-    return result == CommandLineResult::wrong ? Misused(error) : command.run(options);
+    if (result == CommandLineResult::wrong)
+        return Misused(error);
+    RuleSetFollow(); // what a path is to the daemon, and which files have rows
+    return command.run(options);
 }
 
 ExitCode CommandLineRun(int argc, char **argv) {

@@ -13,7 +13,6 @@
 
 #include "catalogue/features.h"
 #include "daemon/index_left_out.h"
-#include "platform/rule_set.h"
 #include "tools/queue/request_path.h"
 #include "tools/shared/safe_text.h"
 #include "tools/shared/text_wrap.h"
@@ -131,7 +130,6 @@ bool IsDirectoryThere(const std::string &path) {
 
 ExitCode WhyCommand(const Options &options) {
     FeatureSwitchesRead();
-    RuleSetFollow();
     WhyAnswer answer = {RequestPathMake(options.path), true, {}, {}, {}};
     if (answer.path.empty())
         return Complain(kUsage, Quoted(options.path) + ": " + strerror(errno));
