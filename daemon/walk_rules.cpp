@@ -7,6 +7,7 @@
 
 #include "catalogue/shares.h"
 #include "daemon/walk_rules_pictures.h"
+#include "daemon/walk_rules_subtitles.h"
 #include "platform/limits.h"
 #include "platform/rule_set.h"
 
@@ -39,7 +40,6 @@ constexpr std::string_view kOfSystems[] = {"@eaDir", "#recycle", "$RECYCLE.BIN",
 constexpr char kNoMedia[] = ".nomedia";
 constexpr char kIgnoreFile[] = ".veluignore";
 
-constexpr std::string_view kSubtitles[] = {"srt", "ass", "ssa", "sub", "idx", "smi", "psb", "vtt", "sup"};
 constexpr std::string_view kDiscCompanions[] = {"ifo", "bup"};
 constexpr std::string_view kSidecars[] = {kSidecarExtension};
 
@@ -65,7 +65,7 @@ constexpr WalkRules kCompleteRules = {
                .ignore = kIgnoreFile},
     .share_directories = kRecycleBin,
     .file_prefixes = kHidden,
-    .subtitles = kSubtitles,
+    .subtitles = kSubtitleExtensions,
     .companions = kDiscCompanions,
     .sidecars = kSidecars,
     .cover_names = kCoverNames,

@@ -4,6 +4,7 @@
 #include "tools/veluctl/report/bars.h"
 #include "tools/veluctl/report/month_grid.h"
 #include "tools/veluctl/report/number_text.h"
+#include "tools/veluctl/report/open_list.h"
 #include "tools/veluctl/report/time_chart.h"
 
 namespace {
@@ -53,6 +54,22 @@ TEST(ReportBars, AllZeroHaveNoLength) {
     BarsWrite(&html, {"H", "N", "V", "", {{"a", 0, "0"}}});
     EXPECT_NE(html.text().find("width=\"0.00\""), std::string::npos);
     EXPECT_EQ(html.text().find("nan"), std::string::npos);
+}
+
+TEST(ReportOpenList, SaysHowManyAreNotHereAndWhatListsThem) {
+    HtmlWriter html;
+    OpenListWrite(&html, {"<3 files>", 3, "veluctl find 'size>1'", {{"<a>", "7"}, {"b"}}});
+    EXPECT_NE(html.text().find("<summary>&lt;3 files&gt;</summary>"), std::string::npos);
+    EXPECT_NE(html.text().find("<bdi>&lt;a&gt;</bdi> <span class=\"soft\">7</span>"), std::string::npos);
+    EXPECT_NE(html.text().find("and 1 more. All of them: <code>veluctl find &#39;size&gt;1&#39;</code>"),
+              std::string::npos);
+    EXPECT_EQ(CountOf(html.text(), "<li>"), 2U);
+}
+
+TEST(ReportOpenList, NothingOpensWhereNothingIsBehind) {
+    HtmlWriter html;
+    OpenListWrite(&html, {"2 files are away", 2, "", {}});
+    EXPECT_EQ(html.text(), "<p class=\"note\">2 files are away</p>\n");
 }
 
 TEST(ReportTimeChart, StacksColumnsAndTellsThem) {

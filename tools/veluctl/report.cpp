@@ -20,13 +20,14 @@ bool PageMake(Report *report, bool check) {
         return false;
     report->checked = check;
     MomentBegin(&report->tallies);
-    FactsTake(report);
+    NumbersOfKindsTake(report);
     HeadWrite(report);
     KindsWrite(report);
     GrowthWrite(report);
     MusicWrite(report);
     FilmsWrite(report);
     PicturesWrite(report);
+    NotableWrite(report);
     MomentEnd(&report->tallies);
     ProblemsWrite(report);
     FootWrite(report);

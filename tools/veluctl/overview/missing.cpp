@@ -11,7 +11,7 @@
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/overview/missing_tags.h"
 #include "tools/veluctl/overview/query_rows.h"
-#include "tools/veluctl/overview/track_gaps.h"
+#include "tools/veluctl/overview/track_gaps_read.h"
 
 namespace {
 
@@ -68,57 +68,14 @@ constexpr Column kGapColumns[] = {{"disc", "DISC", Type::integer},  {"present", 
                                   {"artist", "ARTIST", Type::text}, {"album", "ALBUM", Type::text},
                                   {"path", "DIRECTORY", Type::path}};
 
-// What is read of each track.
-constexpr Column kTrackColumns[] = {{"path", "", Type::text},     {"album", "", Type::text},
-                                    {"artist", "", Type::text},   {"disc", "", Type::integer},
-                                    {"track", "", Type::integer}, {"total", "", Type::text}};
-
-int NumberOf(const Value &value) {
-    const long number = strtol(value.value_or("0").c_str(), nullptr, 10);
-    return static_cast<int>(std::clamp(number, 0L, long{kTrackMax} + 1));
-}
-
-AlbumTrack TrackOf(const Row &row) {
-    return {row[0].value_or(""), row[1].value_or(""), row[2].value_or(""),
-            NumberOf(row[3]),    NumberOf(row[4]),    NumberOf(row[5])};
-}
-
-// Tracks that are read at a time, so that the first gaps show before all are read.
-constexpr int kTracksPortion = 5000;
-
-// Reads tracks behind a path, in the order of paths. Their number; -1 when they cannot be read.
-int TracksRead(const Asked &asked, std::string *last, TrackGaps *gaps) {
-    SqlText query;
-    query.Add(
-        "select m.path as path, m.album as album, m.artist as artist, m.disc as disc, m.track as track, ");
-    query.Add(asked.states ? "f.value as total from " + SongsWithFact("tracktotal")
-                           : "'' as total from music m");
-    query.Add(" where m.track > 0 and m.path > ").Put(*last);
-    BelowAndOrderPut(&query, asked);
-    LimitPut(&query, kTracksPortion);
-    int count = 0;
-    const bool read = QueryRowsTake(asked.reader, query, kTrackColumns, [&](const Row &row) {
-        *last = row.front().value_or("");
-        gaps->Add(TrackOf(row));
-        ++count;
-    });
-    return read ? count : -1;
-}
-
 bool TracksFind(const Asked &asked, RowWriter *writer) {
     const auto wants_more = [&] { return writer->count() < asked.limit; };
-    TrackGaps gaps([&](const AlbumGaps &found) {
-        if (wants_more())
-            writer->Add({std::to_string(found.disc), std::to_string(found.present),
-                         std::to_string(found.last), found.missing, found.artist, found.album,
-                         found.directory});
-    });
-    std::string last;
-    int count = kTracksPortion;
-    while (count == kTracksPortion && wants_more())
-        count = TracksRead(asked, &last, &gaps);
-    gaps.End();
-    return count >= 0;
+    return TrackGapsRead(asked.reader, {asked.directory, asked.states}, wants_more,
+                         [&](const AlbumGaps &found) {
+                             writer->Add({std::to_string(found.disc), std::to_string(found.present),
+                                          std::to_string(found.last), found.missing, found.artist,
+                                          found.album, found.directory});
+                         });
 }
 
 struct MissingList {

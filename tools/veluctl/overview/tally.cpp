@@ -41,9 +41,8 @@ ResultHandle RowsTake(TallyReader *tallies, const std::string &sql) {
 
 // The end of a statement that sums rows up by groups, most files first.
 std::string GroupsEnd(const TallyQuery &query) {
-    return (query.condition.empty() ? "" : " where " + query.condition) +
-           " group by 1 order by 2 desc, 1 limit " +
-           std::to_string(query.limit != 0 ? query.limit : kGroupsMax);
+    return (query.condition.empty() ? "" : " where " + query.condition) + " group by " + query.group +
+           " order by 2 desc, 1 limit " + std::to_string(query.limit != 0 ? query.limit : kGroupsMax);
 }
 
 void Order(TallyReader *tallies, const char *sql) {

@@ -43,6 +43,7 @@ struct TallyQuery {
     std::string table;
     std::string condition = {}; // none: all rows
     size_t limit = 0;           // 0: as many groups as a page can need
+    std::string group = "1";    // by what; the name is one of the group then
 };
 
 // Sums rows up by groups, without playing times.

@@ -42,7 +42,7 @@ void BarsWrite(HtmlWriter *html, const Bars &bars) {
     for (const Bar &bar : bars.bars)
         BarWrite(html, bar, longest, with_more);
     html->Put("</tbody></table>\n");
-    if (!bars.note.empty())
-        html->Put("<p class=\"note\">").Text(bars.note).Put("</p>\n");
+    for (const OpenList &list : bars.lists)
+        OpenListWrite(html, list);
     html->Put("</article>\n");
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/veluctl/report/html_writer.h"
+#include "tools/veluctl/report/open_list.h"
 
 struct Bar {
     std::string name;
@@ -21,8 +22,8 @@ struct Bars {
     Literal numbers;   // what the numbers are
     Literal more = ""; // what the second numbers are
     std::vector<Bar> bars = {};
-    std::string note = {}; // below it
-    double longest = 0;    // what a whole bar stands for; 0: the largest value
+    std::vector<OpenList> lists = {}; // below it
+    double longest = 0;               // what a whole bar stands for; 0: the largest value
 };
 
 // Writes a card with the bars; nothing when there are none. Where there are second numbers, they take the

@@ -1,56 +1,66 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/report/cover_choice.h"
 
+#include <errno.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <span>
 
 #include "platform/file.h"
+#include "platform/media_record.h"
+#include "platform/veluindex.h"
 #include "tools/veluctl/covers.h"
+#include "tools/veluctl/report/webp_size.h"
 
 namespace {
 
-constexpr std::string_view kJpegStart = "\xFF\xD8\xFF";
-constexpr std::string_view kPngStart = "\x89PNG\r\n\x1A\n";
 constexpr std::string_view kFrontCover = "/3_"; // its picture type in id3.org 2.3.0, section 4.15
-
-bool IsFit(const KeptCover &cover) {
-    return cover.size > 0 && cover.size <= kCoverBytesMax && cover.width > 0 && cover.height > 0 &&
-           cover.width <= kCoverSideMax && cover.height <= kCoverSideMax;
-}
 
 bool IsFront(const KeptCover &cover) {
     return cover.path.compare(cover.path.rfind('/'), kFrontCover.size(), kFrontCover) == 0;
 }
 
-// Empty when it cannot be read whole or has grown meanwhile.
-std::string BytesOf(const std::string &path) {
-    const FdHandle file = OpenForReading(path.c_str(), O_NOFOLLOW);
+PixelSize SizeOf(const KeptCover &cover, PictureFormat format, std::string_view bytes) {
+    return format == PictureFormat::webp ? WebpSizeRead(bytes) : PixelSize{cover.width, cover.height};
+}
+
+// A file may grow while it is read.
+ChosenCover CoverRead(const KeptCover &cover) {
+    if (cover.size > kCoverBytesMax)
+        return {CoverFate::large};
+    const FdHandle file = OpenForReading(cover.path.c_str(), O_NOFOLLOW);
     std::string bytes(kCoverBytesMax + 1, '\0');
-    int failure = 0;
-    const size_t got = file ? FileReadUpTo(file, 0, bytes.data(), bytes.size(), &failure) : 0;
+    int failure = file ? 0 : errno;
+    bytes.resize(file ? FileReadUpTo(file, 0, bytes.data(), bytes.size(), &failure) : 0);
     if (failure != 0)
-        return {};
-    bytes.resize(got <= kCoverBytesMax ? got : 0);
-    return bytes;
+        return {failure == ENOENT ? CoverFate::gone : CoverFate::unreadable};
+    const PictureFormat format =
+        PictureFormatOf(std::as_bytes(std::span(bytes).first(std::min(bytes.size(), kPictureHeadSize))));
+    const PixelSize size = SizeOf(cover, format, bytes);
+    if (format == PictureFormat::none || size.width <= 0 || size.height <= 0)
+        return {CoverFate::damaged};
+    if (bytes.size() > kCoverBytesMax || size.width > kCoverSideMax || size.height > kCoverSideMax)
+        return {CoverFate::large};
+    return {CoverFate::fit, format, std::move(bytes)};
+}
+
+// Whether the folder of its covers is there for others, but not for this user.
+bool IsFolderRefused(const std::string &media_path) {
+    char folder[kMediaPathSize];
+    return GetCoverFolder(media_path.c_str(), folder, sizeof folder) != 0 &&
+           access(folder, R_OK | X_OK) != 0 && errno == EACCES;
 }
 
 } // namespace
 
-PictureKind PictureKindOf(std::string_view bytes) {
-    if (bytes.starts_with(kJpegStart))
-        return PictureKind::jpeg;
-    return bytes.starts_with(kPngStart) ? PictureKind::png : PictureKind::none;
-}
-
 ChosenCover CoverChoose(const std::string &media_path) {
     std::vector<KeptCover> covers = CoversOf(media_path);
+    if (covers.empty() && IsFolderRefused(media_path))
+        return {CoverFate::unreadable};
     std::stable_partition(covers.begin(), covers.end(), IsFront);
-    for (const KeptCover &cover : covers) {
-        if (!IsFit(cover))
-            continue;
-        std::string bytes = BytesOf(cover.path);
-        const PictureKind kind = PictureKindOf(bytes);
-        if (kind != PictureKind::none)
-            return {kind, std::move(bytes)};
-    }
-    return {};
+    ChosenCover chosen;
+    for (size_t at = 0; at < covers.size() && chosen.fate != CoverFate::fit; ++at)
+        chosen = CoverRead(covers[at]);
+    return chosen;
 }

@@ -8,21 +8,24 @@
 
 #include <string>
 
-#include "tools/veluctl/report/html_writer.h"
+#include "reader/protocol/picture_format.h"
 
 inline constexpr size_t kCoverBytesMax = 160 * 1024; // most covers of 500 by 500 pixels are smaller
 inline constexpr int kCoverSideMax = 1600;           // pixels: a small file can ask a browser for much memory
-inline constexpr size_t kCoverWallBytesMax = 3 * 1024 * 1024; // of all covers: four MB in the page
 
-enum class PictureKind { none, jpeg, png };
-
-// Tells the kind of a picture by its first bytes.
-PictureKind PictureKindOf(std::string_view bytes);
+enum class CoverFate {
+    fit,
+    gone,       // there is none
+    unreadable, // for this user, or by the disk
+    damaged,    // empty, or no picture by its first bytes
+    large,      // kCoverBytesMax, kCoverSideMax
+};
 
 struct ChosenCover {
-    PictureKind kind = PictureKind::none;
+    CoverFate fate = CoverFate::gone;
+    PictureFormat format = PictureFormat::none; // of one that is fit
     std::string bytes = {};
 };
 
-// Chooses the cover of a media file, the front cover if it has one. Its kind is `none` when no cover is fit.
+// Chooses the cover of a media file, the front cover if it has one. When no cover is fit, the fate is that of the last one.
 ChosenCover CoverChoose(const std::string &media_path);

@@ -15,7 +15,7 @@ html{-webkit-text-size-adjust:100%;text-size-adjust:100%}
 body{margin:0 auto;max-width:76rem;padding:1.5rem 1rem 3rem;background:var(--page);color:var(--ink);
 font:1rem/1.5 system-ui,-apple-system,"Segoe UI",Roboto,"Noto Sans",sans-serif;font-variant-numeric:tabular-nums}
 .music{--k:var(--music)}.films{--k:var(--films)}.pictures{--k:var(--pictures)}.playlists{--k:var(--playlists)}
-.all,#kinds,#growth,#problems{--k:var(--all)}
+.all,.subtitles,#kinds,#growth,#notable,#problems{--k:var(--all)}
 h1,h2,h3,p,dl,dd,ul{margin:0}
 h1{font-size:clamp(1.9rem,7vw,3rem);line-height:1.1;letter-spacing:-.02em;overflow-wrap:anywhere}
 h2{font-size:1.35rem;letter-spacing:-.01em;margin:2.75rem 0 1rem;padding-left:.7rem;border-left:.3rem solid var(--k)}
@@ -88,6 +88,10 @@ background-clip:padding-box}
 .covers p{margin-top:.4rem}
 .covers .artist{color:var(--soft)}
 summary{cursor:pointer}
+.list{font-size:.85rem;margin-top:.7rem}
+.list summary{color:var(--soft)}
+.card>p{font-size:.85rem;color:var(--soft)}
+.soft{color:var(--soft)}
 details[open] summary{margin-bottom:.6rem}
 .problem summary{font-weight:650}
 .problem .count{float:right;color:var(--bad)}

@@ -1,96 +1,68 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// The cover wall: a picture for each of the newest albums.
-#include "tools/veluctl/report/cover_choice.h"
-#include "tools/veluctl/report/number_text.h"
+// The cover walls: a picture for each of the newest albums, and of the newest films.
+#include "tools/veluctl/overview/query_rows.h"
+#include "tools/veluctl/report/cover_wall.h"
 #include "tools/veluctl/report/report.h"
 
 namespace {
 
-constexpr size_t kCoversMax = 48;
-constexpr size_t kAlbumsLookedAt = 300; // some have no cover that is fit
+// Together less than 1.5 MB in the page.
+constexpr size_t kAlbumBytesMax = 800 * 1024;
+constexpr size_t kFilmBytesMax = 300 * 1024;
 
-struct Album {
-    std::string name;
-    std::string artist;
-    std::string path; // of a track with a cover
-};
+constexpr Column kColumns[] = {{"name", "", Type::text},
+                               {"more", "", Type::text},
+                               {"path", "", Type::path},
+                               {"in_all", "", Type::integer}};
 
-struct Albums {
-    std::vector<Album> newest;
-    int64_t in_all = 0;
-};
+// A directory, with the slash behind it, as SQL.
+constexpr char kFolder[] = "rtrim(m.path, replace(m.path, '/', ''))";
 
-Albums AlbumsTake(Report *report) {
-    Albums albums;
-    if (report->tallies.failed)
-        return albums;
-    const ResultHandle rows = CatalogueQuery(
-        report->tallies.reader, Catalogue::media,
-        "select album, min(artist) as first_artist, max(artist) as last_artist, min(path) as path, "
-        "max(create_time) as newest, count(*) over () as in_all from music where has_cover <> 0 and album <> "
-        "'' "
-        "group by album order by 5 desc, 1 limit " +
-            std::to_string(kAlbumsLookedAt),
-        {});
-    report->tallies.failed = rows == nullptr;
-    const auto field = [&](int at, const char *column) {
-        return std::string(VELUDBFetchText(rows.get(), at, column));
-    };
-    for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;) {
-        const std::string artist = field(at, "first_artist");
-        albums.newest.push_back({field(at, "album"),
-                                 artist == field(at, "last_artist") ? artist : "Various artists",
-                                 field(at, "path")});
-        albums.in_all = strtoll(field(at, "in_all").c_str(), nullptr, 10);
-    }
-    return albums;
+std::string When(const Report &report, const char *of) {
+    return report.facts ? std::string(of) + "(s.added)" : std::string(of) + "(m.create_time)";
 }
 
-void CoverWrite(HtmlWriter *html, const Album &album, const ChosenCover &cover) {
-    html->Put("<li><img alt=\"\" width=\"160\" height=\"160\" decoding=\"async\" src=\"data:image/");
-    html->Put(cover.kind == PictureKind::png ? Literal("png") : Literal("jpeg"))
-        .Put(";base64,")
-        .Base64(cover.bytes);
-    html->Put("\"><p><bdi title=\"").Text(album.name).Put("\">").Text(album.name).Put("</bdi>");
-    if (!album.artist.empty())
-        html->Put("<bdi class=\"artist\" title=\"")
-            .Text(album.artist)
-            .Put("\">")
-            .Text(album.artist)
-            .Put("</bdi>");
-    html->Put("</p></li>\n");
+// An album is one of its album artist. Where no tag names that one, songs of one title in one directory are an album, by their artist
+// if they have the same, and those of one artist are one in whatever directories: discs have some of their own.
+std::string Albums(const Report &report) {
+    const std::string album_artist = report.facts ? "nullif(f.value, '')" : "cast(null as text)";
+    const std::string folders =
+        "select m.album as album, " + std::string(kFolder) + " as folder, coalesce(" + album_artist +
+        ", case when min(m.artist) = max(m.artist) then min(m.artist) end) as artist, min(m.path) as path, " +
+        When(report, "max") + " as newest from " +
+        (report.facts ? SongsWithFact("albumartist") : std::string("music m")) +
+        " where m.has_cover <> 0 and m.album <> '' group by m.album, folder, " + album_artist;
+    return "select album as name, coalesce(min(artist), 'Various artists') as more, min(path) as path, "
+           "count(*) over () as in_all from (" +
+           folders + ") as folders group by album, coalesce(artist, folder) order by max(newest) desc, 1, 2";
+}
+
+std::string Films(const Report &report) {
+    return "select m.title as name, '' as more, m.path as path, count(*) over () as in_all from video m" +
+           std::string(report.facts ? " join file_state s on s.path = m.path" : "") +
+           " where m.has_cover <> 0 order by " + When(report, "") + " desc, 1, 3";
+}
+
+void WallWrite(Report *report, CoverWall wall, const std::string &owners) {
+    if (report->tallies.failed)
+        return;
+    SqlText query;
+    query.Add(owners);
+    LimitPut(&query, kOwnersMax);
+    report->tallies.failed = !QueryRowsTake(report->tallies.reader, query, kColumns, [&](const Row &row) {
+        wall.newest.push_back({row[0].value_or(""), row[1].value_or(""), row[2].value_or("")});
+        wall.in_all = strtoll(row[3].value_or("0").c_str(), nullptr, 10);
+    });
+    CoverWallWrite(&report->html, wall);
 }
 
 } // namespace
 
 void CoversWrite(Report *report) {
-    const Albums albums = AlbumsTake(report);
-    if (albums.in_all == 0)
-        return;
-    HtmlWriter *html = &report->html;
-    html->Put("<section id=\"covers\" class=\"music\"><h2>Covers</h2>\n<ul class=\"covers\">\n");
-    int64_t shown = 0;
-    int64_t unfit = 0;
-    size_t bytes = 0;
-    for (const Album &album : albums.newest) {
-        if (static_cast<size_t>(shown) == kCoversMax || bytes > kCoverWallBytesMax - kCoverBytesMax)
-            break;
-        const ChosenCover cover = CoverChoose(album.path);
-        if (cover.kind == PictureKind::none) {
-            ++unfit;
-            continue;
-        }
-        bytes += cover.bytes.size();
-        ++shown;
-        CoverWrite(html, album, cover);
-    }
-    html->Put("</ul>\n<p class=\"note\">").Text(CountText(shown)).Put(" of ");
-    html->Text(CountedText(albums.in_all, "album", "albums")).Put(" with a cover, the newest first.");
-    if (unfit > 0)
-        html->Put(" Left out between them: ")
-            .Text(CountText(unfit))
-            .Put(" whose pictures are gone, damaged, larger than 160\u202FkB or more than 1600 pixels wide "
-                 "or high.");
-    html->Put("</p></section>\n");
+    WallWrite(report, {"covers", "music", "Covers", "album", "albums", kAlbumBytesMax}, Albums(*report));
+}
+
+void PostersWrite(Report *report) {
+    WallWrite(report, {"posters", "films", "Posters", "film", "films", kFilmBytesMax}, Films(*report));
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// How the library grew. The catalogue does not keep the day of a row, so that a file counts in the month of its last
-// status change: copying it here sets that, its time of writing may be years older.
+// How the library grew. By the rules `complete` a file counts in the month in which it was first catalogued. Otherwise nothing keeps
+// that, and it counts in the month of its last status change: copying it here sets that, its time of writing may be years older.
 #include <algorithm>
 #include <map>
 
@@ -13,6 +13,12 @@ namespace {
 
 constexpr Month kFirstMonth = MonthOf(1990, 1); // what is older was written with a wrong clock
 constexpr Month kMonthlyMax = 36;               // more columns than that are one for a year
+constexpr Literal kByAdded =
+    "A file counts in the month in which it was first catalogued, one that was here before that was kept in "
+    "the month of the earlier of its times. What was removed does not show.";
+constexpr Literal kByChange =
+    "A file counts in the month of its last status change: mostly that in which it came, unless it was "
+    "renamed or given other rights since. What was removed does not show.";
 constexpr Kind kGrowing[] = {kMusic, kFilms, kPictures};
 
 struct Growth {
@@ -24,12 +30,23 @@ struct Growth {
     std::map<Month, Group> months[std::size(kGrowing)] = {};
 };
 
+std::string MonthSql(const Report &report) {
+    return report.facts ? "substr(s.added, 1, 7)" : "substr(create_time, 1, 7)";
+}
+
+std::string RowsWithTimes(const Report &report, const KindFacts &kind) {
+    return std::string(kind.table.text) +
+           (report.facts ? " m join (select path as whose, added from file_state) s on s.whose = m.path"
+                         : "");
+}
+
 Growth GrowthTake(Report *report) {
     Growth growth;
     const Month now = MonthNow(report->now);
     for (const Kind kind : kGrowing) {
+        const KindFacts &facts = report->kinds[kind];
         const Tally tally =
-            TallyTake(&report->tallies, {"substr(create_time, 1, 7)", report->kinds[kind].table.text});
+            TallyTake(&report->tallies, {MonthSql(*report), RowsWithTimes(*report, facts), facts.condition});
         for (const Group &group : tally.groups) {
             const std::optional<Month> month = MonthParse(group.name);
             if (!month || *month < kFirstMonth || *month > now) {
@@ -151,13 +168,9 @@ void GrowthWrite(Report *report) {
         TimeChartWrite(html, FilesChart(*report, growth));
         YearsWrite(html, growth);
     }
-    html->Put("<p class=\"note wide\">A file counts in the month of its last status change: mostly that in "
-              "which it came, "
-              "unless it was renamed or given other rights since. What was removed does not show.");
+    html->Put("<p class=\"note wide\">").Put(report->facts ? kByAdded : kByChange).Put("</p>\n");
     if (growth.undated > 0)
-        html->Put(" ")
-            .Text(CountedText(growth.undated, "file has", "files have"))
-            .Put(" no time between 1990 and now, and no place here.");
-    html->Put("</p>\n");
+        OpenListWrite(html, {CountedText(growth.undated, "file has", "files have") +
+                             " no time between 1990 and now, and no place here."});
     SectionEnd(report);
 }

@@ -55,6 +55,7 @@ void WaysWrite(Report *report) {
         if (report->kinds[kind].total.files > 0)
             WayWrite(html, report->kinds[kind].anchor, report->kinds[kind].title);
     }
+    WayWrite(html, "notable", "Worth a look");
     WayWrite(html, "problems", "Problems");
     html->Put("</nav>\n");
 }

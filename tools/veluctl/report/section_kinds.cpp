@@ -8,6 +8,9 @@ namespace {
 
 constexpr double kFullWidth = 100;
 
+constexpr char kSongsAndFilms[] =
+    "(select path, duration from music union all select path, duration from video) as media";
+
 // One bar, in the colours of the kinds.
 void SharesWrite(Report *report) {
     HtmlWriter *html = &report->html;
@@ -67,10 +70,14 @@ void KindsWrite(Report *report) {
     for (const Kind kind : {kMusic, kFilms})
         odd +=
             NumbersTake(&report->tallies, {"sum(" + too_long + ")"}, report->kinds[kind].table.text).front();
+    html->Put("</p>\n");
     if (odd > 0)
-        html->Put(" ")
-            .Text(CountedText(odd, "file claims", "files claim"))
-            .Put(" to play for more than 30 days, which is not added up.");
-    html->Put("</p></article>\n");
+        OpenListWrite(html, PathsTake(&report->tallies,
+                                      CountedText(odd, "file claims", "files claim") +
+                                          " to play for more than 30 days, which is not added up.",
+                                      odd,
+                                      {kSongsAndFilms, "duration > " + std::to_string(kPlayingSecondsMax),
+                                       "veluctl find 'duration>720:00:00'"}));
+    html->Put("</article>\n");
     SectionEnd(report);
 }

@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr size_t kFavourites = 12;
 constexpr size_t kFormats = 16;
+constexpr size_t kOthersMax = 100; // of the names behind the favourites
 
 } // namespace
 
@@ -32,23 +32,34 @@ void FormatsWrite(Report *report, Kind kind) {
         bars.bars.push_back({groups[at].name.empty() ? "none" : groups[at].name,
                              static_cast<double>(groups[at].files), CountText(groups[at].files),
                              SizeText(groups[at].bytes)});
-    if (groups.size() > kFormats)
-        bars.note =
-            "and " + CountedText(static_cast<int64_t>(groups.size() - kFormats), "other", "others") + ".";
+    if (groups.size() > kFormats) {
+        OpenList others = {"and " +
+                               CountedText(static_cast<int64_t>(groups.size() - kFormats), "other", "others"),
+                           static_cast<int64_t>(groups.size() - kFormats), "veluctl stats --json"};
+        for (size_t at = kFormats; at < std::min(groups.size(), kFormats + kOthersMax); ++at)
+            others.entries.push_back({groups[at].name, CountText(groups[at].files)});
+        bars.lists.push_back(std::move(others));
+    }
     BarsWrite(&report->html, bars);
 }
 
-void FavouritesWrite(Report *report, const TallyQuery &query, Literal heading, Literal names) {
+void FavouritesWrite(Report *report, const Favourites &favourites, const TallyQuery &query) {
     TallyQuery limited = query;
-    limited.limit = kFavourites;
+    limited.limit = favourites.shown + kOthersMax;
     const Tally tally = TallyTake(&report->tallies, limited);
-    Bars bars = {heading, names, "Files", "Size"};
-    for (const Group &group : tally.groups)
-        bars.bars.push_back(
-            {group.name, static_cast<double>(group.files), CountText(group.files), SizeText(group.bytes)});
-    const int64_t others = tally.groups_in_all - static_cast<int64_t>(tally.groups.size());
-    if (others > 0)
-        bars.note = "and " + CountedText(others, "other", "others") + ".";
+    Bars bars = {favourites.heading, favourites.names, "Files", "Size"};
+    OpenList others = {{}, tally.groups_in_all - static_cast<int64_t>(favourites.shown), favourites.command};
+    others.summary = "and " + CountedText(others.in_all, "other", "others");
+    for (const Group &group : tally.groups) {
+        const std::string name = favourites.name != nullptr ? favourites.name(group.name) : group.name;
+        if (bars.bars.size() < favourites.shown)
+            bars.bars.push_back(
+                {name, static_cast<double>(group.files), CountText(group.files), SizeText(group.bytes)});
+        else
+            others.entries.push_back({name, CountText(group.files)});
+    }
+    if (others.in_all > 0)
+        bars.lists.push_back(std::move(others));
     BarsWrite(&report->html, bars);
 }
 
@@ -75,7 +86,8 @@ void HistogramWrite(Report *report, const Histogram &histogram, const Tally &tal
         bars.bars.push_back({histogram.classes[static_cast<size_t>(count - files.begin())].name,
                              static_cast<double>(*count), CountText(*count)});
     if (unknown > 0)
-        bars.note = CountText(unknown) + " " + histogram.unknown;
+        bars.lists.push_back(PathsTake(&report->tallies, CountText(unknown) + " " + histogram.unknown,
+                                       unknown, histogram.lacking));
     BarsWrite(&report->html, bars);
 }
 

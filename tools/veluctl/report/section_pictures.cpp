@@ -16,35 +16,39 @@ constexpr size_t kCameras = 20;
 constexpr Month kFirstMonth = MonthOf(1826, 1); // of the oldest photograph
 
 const Histogram &Sensitivities() {
-    static const Histogram histogram = {"Sensitivity",
-                                        "ISO",
-                                        "Pictures",
-                                        {{100, "up to 100"},
-                                         {200, "up to 200"},
-                                         {400, "up to 400"},
-                                         {800, "up to 800"},
-                                         {1600, "up to 1600"},
-                                         {3200, "up to 3200"},
-                                         {6400, "up to 6400"},
-                                         {0, "above 6400"}},
-                                        "without one."};
+    static const Histogram histogram = {
+        "Sensitivity",
+        "ISO",
+        "Pictures",
+        {{100, "up to 100"},
+         {200, "up to 200"},
+         {400, "up to 400"},
+         {800, "up to 800"},
+         {1600, "up to 1600"},
+         {3200, "up to 3200"},
+         {6400, "up to 6400"},
+         {0, "above 6400"}},
+        "without one",
+        {kTable, "coalesce(iso_speed, 0) <= 0", "veluctl find kind=photo missing:iso_speed"}};
     return histogram;
 }
 
 const Histogram &Apertures() {
-    static const Histogram histogram = {"Aperture",
-                                        "f-number",
-                                        "Pictures",
-                                        {{1.4, "f/1.4 and wider"},
-                                         {2, "to f/2"},
-                                         {2.8, "to f/2.8"},
-                                         {4, "to f/4"},
-                                         {5.6, "to f/5.6"},
-                                         {8, "to f/8"},
-                                         {11, "to f/11"},
-                                         {16, "to f/16"},
-                                         {0, "narrower"}},
-                                        "without one."};
+    static const Histogram histogram = {
+        "Aperture",
+        "f-number",
+        "Pictures",
+        {{1.4, "f/1.4 and wider"},
+         {2, "to f/2"},
+         {2.8, "to f/2.8"},
+         {4, "to f/4"},
+         {5.6, "to f/5.6"},
+         {8, "to f/8"},
+         {11, "to f/11"},
+         {16, "to f/16"},
+         {0, "narrower"}},
+        "without one",
+        {kTable, "coalesce(f_number, '') = ''", "veluctl find kind=photo missing:f_number"}};
     return histogram;
 }
 
@@ -67,17 +71,8 @@ std::string CameraName(const std::string &name) {
 }
 
 void CamerasWrite(Report *report) {
-    const Tally tally =
-        TallyTake(&report->tallies, {kCamera, kTable, "camera_make <> '' or camera_model <> ''", kCameras});
-    Bars bars = {"Cameras", "Camera", "Pictures", "Size"};
-    for (const Group &group : tally.groups) {
-        bars.bars.push_back({CameraName(group.name), static_cast<double>(group.files), CountText(group.files),
-                             SizeText(group.bytes)});
-    }
-    const int64_t others = tally.groups_in_all - static_cast<int64_t>(tally.groups.size());
-    if (others > 0)
-        bars.note = "and " + CountedText(others, "other camera", "other cameras") + ".";
-    BarsWrite(&report->html, bars);
+    FavouritesWrite(report, {"Cameras", "Camera", "veluctl list cameras", kCameras, CameraName},
+                    {kCamera, kTable, "camera_make <> '' or camera_model <> ''"});
 }
 
 void MonthsWrite(Report *report) {

@@ -22,6 +22,10 @@ constexpr Problem kProblems[] = {
     {kFileWithoutRow, "File without row", "On the disk, but not catalogued."},
     {kStaleCover, "Stale cover", "A row whose picture is gone, or a picture whose row is gone."},
     {kUnreadable, "Unreadable", "Whoever made this page may not read these, or the disk cannot."},
+    {kStateWithoutRow, "State without row", "The catalogue keeps what it knows of a file, but no row of it."},
+    {kRowWithoutState, "Row without state",
+     "The catalogue has a row, but nothing else that it should know of the file."},
+    {kFactWithoutFile, "Facts without file", "Facts of a file that the catalogue does not know."},
     {kNoMetadata, "No metadata",
      "The reader found nothing in these; <code>veluctl dump FILE</code> tells why. Often the "
      "file is damaged."},
