@@ -195,3 +195,28 @@ def test_rows_go_with_what_is_renamed(running, stream):
     assert {row["added"] for row in running.rows("file_state") if row["path"].endswith(".mp3")} == {"2001-02-03T04:05:06Z"}
     check_equal(running)
     watcher.stop()
+
+
+def test_new_names_that_no_line_can_carry_are_asked_for_by_their_directory(box):
+    box.write(f"{MUSIC}/d/old.mp3")
+    watcher = Watcher(box, settle=LONG)
+    box.write(f"{MUSIC}/d/one\nline.mp3")
+    box.write(f"{MUSIC}/d/two\nlines.mp3")
+    box.write(f"{MUSIC}/d/tree\nof one/deep/a.mp3")
+    box.write(f"{MUSIC}/d/plain.mp3")
+    box.remove(f"{MUSIC}/d/two\nlines.mp3")
+    watcher.stop()
+    assert box.lines(QUEUE) == [f"a:{MUSIC}/d/plain.mp3", f"A:{MUSIC}/d"] or \
+        box.lines(QUEUE) == [f"A:{MUSIC}/d", f"a:{MUSIC}/d/plain.mp3"]
+    assert len(watcher.told("cannot be queued")) == 1 and watcher.told(r"two\x0Alines.mp3 cannot be queued"), "it is gone"
+
+
+def test_they_are_catalogued(running, samples):
+    running.copy(samples / "tagged.mp3", f"{MUSIC}/d/old.mp3")
+    running.index("R:all")
+    watcher = Watcher(running)
+    running.copy(samples / "tagged.mp3", f"{MUSIC}/d/one\nline.mp3")
+    running.copy(samples / "tagged.mp3", f"{MUSIC}/tree\nof one/deep/a.mp3")
+    watcher.settle()
+    assert paths(running) == ["music/d/old.mp3", "music/d/one\nline.mp3", "music/tree\nof one/deep/a.mp3"]
+    watcher.stop()

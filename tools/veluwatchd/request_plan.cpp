@@ -7,6 +7,7 @@
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
 #include "photo/album_path.h"
+#include "platform/media_record.h"
 #include "platform/rule_set.h"
 #include "tools/queue/request_line.h"
 #include "tools/queue/request_path.h"
@@ -20,7 +21,8 @@ struct Plan {
     WatchTime now;
     Asked asked; // what this plan asks for
     std::string lines;
-    std::set<std::string> trees; // that are indexed anew
+    std::set<std::string> trees;   // that are indexed anew
+    std::set<std::string> holders; // directories that are walked for what no line can carry
     bool photo_resync = false;
 };
 
@@ -37,8 +39,28 @@ void LineAdd(Plan *plan, const std::string &path, const RequestLine &formed, uin
     plan->asked.paths[path] |= asked;
 }
 
+// By the rules `complete` a new file or tree whose name no line can carry is found by a walk of the directory that holds it, which opens
+// nothing that has not changed.
+bool HolderAdd(Plan *plan, std::string path) {
+    if (RuleSetActive() != RuleSet::complete || path.size() >= kMediaPathSize)
+        return false;
+    RequestLine formed;
+    do {
+        if (path == "/" || plan->settings->share_word(path).has_value())
+            return false;
+        path = ParentOf(path);
+        formed = RequestLineForm(kCommandTreeAdd, path);
+    } while (!formed.refusal.empty());
+    if (plan->holders.insert(path).second)
+        LineAdd(plan, path, formed, kTreeCame);
+    return true;
+}
+
 void RequestAdd(Plan *plan, QueueCommand command, const std::string &path, uint8_t asked) {
-    LineAdd(plan, path, RequestLineForm(command, path), asked);
+    const RequestLine formed = RequestLineForm(command, path);
+    const bool came = command == kCommandFileAdd || command == kCommandTreeAdd;
+    if (formed.refusal.empty() || !came || !HolderAdd(plan, path))
+        LineAdd(plan, path, formed, asked);
 }
 
 // Makes the rows of a tree equal to what is on the disk, whatever they are. "A" takes no row away, and "D" refuses a
@@ -181,7 +203,7 @@ void AskedAdd(Asked *asked, Asked *more) {
 } // namespace
 
 std::string RequestPlanMake(Changes *changes, WatchTime now, const PlanSettings &settings) {
-    Plan plan = {changes, &settings, now, {}, {}, {}, false};
+    Plan plan = {changes, &settings, now, {}, {}, {}, {}, false};
     RenamesPlan(&plan);
     for (const std::string &path : std::exchange(changes->reindex, {}))
         TreeReindex(&plan, path);
