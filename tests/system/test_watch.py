@@ -241,6 +241,7 @@ def test_more_events_than_the_kernel_keeps(make_daemon):
     daemon.write(f"{MUSIC}/new/y.pcm")
     watcher.signal(signal.SIGCONT)
     wait_for(lambda: watcher.told("too many events"), "the watcher to tell")
+    wait_for(lambda: "overflows 1" in daemon.lines("/var/run/veluwatchd.state"), "its state to tell it, too")
     wait_for(lambda: daemon.row("music", f"{MUSIC}/new/y.pcm"), "the shares to be indexed", pause=0.1)
     daemon.write(f"{MUSIC}/new/z.pcm")
     watcher.settle()

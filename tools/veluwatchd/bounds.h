@@ -44,5 +44,8 @@ inline constexpr double kCheckSecondsMax = 3600;
 // How often a queue that could not be written is tried again.
 inline constexpr std::chrono::seconds kQueueRetryPause(5);
 
+// How often a number that changes all the time is told.
+inline constexpr std::chrono::seconds kStatePause(1);
+
 // Some 2,000 changes of files with short names.
 inline constexpr size_t kEventBufferSize = 64 * 1024;

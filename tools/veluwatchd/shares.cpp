@@ -34,11 +34,12 @@ bool IsWithinAnother(const std::vector<Share> &shares, const Share &share, const
 }
 
 void Away(Share *share, Watcher *watcher) {
+    const bool told = watcher->unmounted.contains(share->node);
     if (share->node != kNoNode) {
         TreeForget(watcher, std::exchange(share->node, kNoNode));
         TreeAway(&watcher->changes, share->path, std::chrono::steady_clock::now());
     }
-    if (!std::exchange(share->told_away, true))
+    if (!std::exchange(share->told_away, true) && !told)
         syslog(LOG_NOTICE, "the share %s is away: its rows are left alone",
                SafeText(share->link.empty() ? share->path : share->link).c_str());
 }

@@ -53,12 +53,10 @@ ExitCode Run(int argc, char **argv) {
     }
     if (!instance)
         return Failed(kWatcherPidFile, errno);
-    if (broken_off) {
+    if (broken_off)
         syslog(LOG_WARNING, "the watcher before has broken off: all shares are indexed anew");
-        options.reindex_at_start = true;
-    }
     const FdHandle signals = SignalsOpen();
-    const int error = signals ? WatchLoop(options, signals.get()) : errno;
+    const int error = signals ? WatchLoop(options, broken_off, signals.get()) : errno;
     InstanceEnd();
     return error == 0 ? kDone : Failed("cannot watch", error);
 }

@@ -17,6 +17,7 @@
 #include "tools/veluwatchd/queue_output.h"
 #include "tools/veluwatchd/request_plan.h"
 #include "tools/veluwatchd/shares.h"
+#include "tools/veluwatchd/state_output.h"
 
 namespace {
 
@@ -30,6 +31,7 @@ struct Loop {
     EventReader reader;
     QueueOutput output;
     std::vector<Share> shares;
+    StateOutput state;
     WatchTime now;
     WatchTime last_event;
     WatchTime first_change; // when the first of the changes came that are not queued yet
@@ -66,6 +68,7 @@ void PathRefuse(const std::string &path, const std::string &why) {
 // again.
 void Overflown(Loop *loop) {
     syslog(LOG_WARNING, "too many events at once: all shares are indexed anew");
+    FaultNote(&loop->watcher, WatchFault::overflow);
     WatcherClose(&loop->watcher);
     loop->reader.leaving.clear();
     for (Share &share : loop->shares)
@@ -107,7 +110,8 @@ void ChangesQueue(Loop *loop, bool everything) {
                                    [&](const std::string &path) { return ShareWord(loop->shares, path); },
                                    PathRefuse, loop->settle, everything};
     const std::string lines = RequestPlanMake(&changes, loop->now, settings);
-    QueueOutputWrite(&loop->output, lines, loop->now);
+    if (!QueueOutputWrite(&loop->output, lines, loop->now))
+        FaultNote(&loop->watcher, WatchFault::queue);
     loop->waiting = !changes.empty();
     loop->first_change = loop->now;
     loop->last_event = loop->now;
@@ -204,19 +208,22 @@ int Begin(Loop *loop, bool reindex) {
     loop->last_event = loop->first_change = loop->now;
     loop->share_check = After(loop->now, loop->check);
     loop->rescan_at = After(loop->now, loop->rescan);
+    StateTell(&loop->state, loop->shares, loop->watcher, loop->now);
     syslog(LOG_NOTICE, "watching %zu directories", loop->watcher.tree.size());
     return 0;
 }
 
 } // namespace
 
-int WatchLoop(const WatchOptions &options, int signals) {
+int WatchLoop(const WatchOptions &options, bool broken_off, int signals) {
     Loop loop;
+    if (broken_off)
+        FaultNote(&loop.watcher, WatchFault::broken_off);
     loop.settle = Seconds(options.settle);
     loop.check = Seconds(options.check);
     loop.rescan = Seconds(options.rescan);
     loop.shares = SharesMake(options.paths);
-    if (const int error = Begin(&loop, options.reindex_at_start); error != 0)
+    if (const int error = Begin(&loop, options.reindex_at_start || broken_off); error != 0)
         return error;
     int error = 0;
     while (true) {
@@ -235,7 +242,9 @@ int WatchLoop(const WatchOptions &options, int signals) {
         if (loop.now >= loop.rescan_at)
             Rescan(&loop);
         ChangesDue(&loop);
+        StateTell(&loop.state, loop.shares, loop.watcher, loop.now);
     }
     End(&loop, error != 0);
+    WatcherStateRemove();
     return error;
 }

@@ -6,4 +6,4 @@
 #include "tools/veluwatchd/options.h"
 
 // Runs until a signal comes on the descriptor. Gives 0, or the error number of what ended it.
-[[nodiscard]] int WatchLoop(const WatchOptions &options, int signals);
+[[nodiscard]] int WatchLoop(const WatchOptions &options, bool broken_off, int signals);

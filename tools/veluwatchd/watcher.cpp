@@ -7,6 +7,7 @@
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <syslog.h>
+#include <time.h>
 
 #include <algorithm>
 #include <utility>
@@ -29,6 +30,7 @@ constexpr uint32_t kEvents = IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOV
 void Unwatched(Watcher *watcher, NodeId node, const std::string &path, int error) {
     if (!watcher->unwatched.insert(node).second)
         return;
+    FaultNote(watcher, error == ENOSPC ? WatchFault::limit : WatchFault::unwatched);
     if (error != ENOSPC) {
         syslog(LOG_WARNING, "cannot watch %s and what is below it: %s. It is indexed anew from time to time.",
                SafeText(path).c_str(), strerror(error));
@@ -97,7 +99,28 @@ void ChildrenForget(Watcher *watcher, NodeId node) {
         TreeForget(watcher, child);
 }
 
+// Returns of what was unmounted the directories that stay: those that something was mounted on. A directory below one, which is
+// gone, leads up to it, though the kernel may not have told of that yet.
+std::set<NodeId> UnmountedTops(const Watcher &watcher, const std::set<NodeId> &unmounted) {
+    const WatchTree &tree = watcher.tree;
+    std::set<NodeId> tops;
+    for (NodeId node : unmounted) {
+        if (!tree.Exists(node) || tree.Watch(node) != kNoWatch || unmounted.contains(tree.Parent(node)))
+            continue;
+        while (tree.Parent(node) != kNoNode && !IsDirExist(tree.Path(node).c_str()))
+            node = tree.Parent(node);
+        tops.insert(node);
+    }
+    return tops;
+}
+
 } // namespace
+
+void FaultNote(Watcher *watcher, WatchFault fault) {
+    watcher->state.fault = fault;
+    watcher->state.fault_time = time(nullptr);
+    watcher->state.overflows += fault == WatchFault::overflow ? 1 : 0;
+}
 
 bool WatcherOpen(Watcher *watcher) {
     watcher->inotify = FdHandle(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
@@ -205,11 +228,16 @@ void RulesSettle(Watcher *watcher) {
 }
 
 void UnmountedSettle(Watcher *watcher) {
-    for (const NodeId node : std::exchange(watcher->unmounting, {})) {
+    const std::vector<NodeId> unmounting = std::exchange(watcher->unmounting, {});
+    for (const NodeId node : UnmountedTops(*watcher, {unmounting.begin(), unmounting.end()})) {
         WatchTree &tree = watcher->tree;
-        if (!tree.Exists(node) || tree.Watch(node) != kNoWatch)
+        if (!tree.Exists(node))
             continue;
-        // Of the file system that went, the directory that was mounted stays.
+        // The kernel has told of what lies below it, and not yet of itself.
+        if (tree.Watch(node) != kNoWatch) {
+            watcher->unmounting.push_back(node);
+            continue;
+        }
         ChildrenForget(watcher, node);
         const std::string path = tree.Path(node);
         TreeAway(&watcher->changes, path, std::chrono::steady_clock::now());

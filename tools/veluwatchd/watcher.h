@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/handle.h"
+#include "tools/queue/watcher_state.h"
 #include "tools/veluwatchd/changes.h"
 #include "tools/veluwatchd/watch_rules.h"
 #include "tools/veluwatchd/watch_tree.h"
@@ -32,6 +33,7 @@ struct Watcher {
     WatchRules rules;
     std::set<NodeId> rules_changed;
     bool limit_told = false;
+    WatcherState state; // as far as it is no count: what has gone wrong
 };
 
 // Makes the kernel's side anew. False, with the reason in errno.
@@ -45,6 +47,9 @@ void TreeWatch(Watcher *watcher, NodeId top);
 
 // Takes a directory that is gone, with all below it, out of the tree.
 void TreeForget(Watcher *watcher, NodeId top);
+
+// Notes what has gone wrong, of which the log tells more.
+void FaultNote(Watcher *watcher, WatchFault fault);
 
 // Gives a directory the watch of what its name leads to now.
 void NodeVerify(Watcher *watcher, NodeId node);
