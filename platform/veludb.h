@@ -13,6 +13,8 @@
 #include <stdint.h>
 
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "platform/handle.h"
 
@@ -22,14 +24,22 @@ struct VELUDBWords;  // what engines spell differently
 
 // Opens `sqlite:PATH` (file and its folder are made when missing) or a `postgresql://` (`postgres://`) URI.
 // Null, and one log line, when the URI is bad or the database cannot be reached; the line says whose database it is
-// when `owner` ("media catalogue") does. `tell` false leaves the line out, for those who have told it before.
-VELUDB *VELUDBOpen(const char *uri, const char *owner = nullptr, bool tell = true);
+// when `owner` ("media catalogue") does. `tell` false leaves the line out, for those who have told it before. `reason`, unless
+// null, receives the reason in any case.
+VELUDB *VELUDBOpen(const char *uri, const char *owner = nullptr, bool tell = true,
+                   std::string *reason = nullptr);
 
 // Opens only what is there: a file that is missing is not made, but fails like a database that cannot be reached.
 VELUDB *VELUDBOpenExisting(const char *uri, const char *owner = nullptr);
 
 // True for a file that is missing, with the reason in errno; nobody is told.
 [[nodiscard]] bool VELUDBIsMissing(const char *uri);
+
+// True when a reason is that of a file whose content is damaged, or which is no database.
+[[nodiscard]] bool VELUDBIsDamage(std::string_view reason);
+
+// True when what asks the server of a URI cannot be loaded: it is a module with a library of its own.
+[[nodiscard]] bool VELUDBLacksModule(const char *uri);
 
 // What the URI of a file begins with.
 inline constexpr char kVELUDBFileScheme[] = "sqlite:";

@@ -51,7 +51,8 @@ const VELUDBEngine *SqliteEngine();
 
 // Opens `uri` through a table; `owner`, `tell` and the result are VELUDBOpen's. A table that leaves out a function, or a word
 // that no engine can do without, fails like a database that cannot be reached.
-VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owner, bool tell = true);
+VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owner, bool tell = true,
+                   std::string *reason = nullptr);
 
 // What a module exports, with C linkage and under this name: a function that returns its table.
 using VELUDBModuleEntry = const VELUDBEngine *(*)();

@@ -9,6 +9,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <string>
@@ -57,7 +59,10 @@ const VELUDBEngine *EngineOf(const char *uri, std::string *error) {
     return nullptr;
 }
 
-VELUDB *OpenFailed(const char *owner, bool tell, const char *reason, int line = __builtin_LINE()) {
+VELUDB *OpenFailed(const char *owner, bool tell, const char *reason, std::string *taken = nullptr,
+                   int line = __builtin_LINE()) {
+    if (taken != nullptr)
+        *taken = reason;
     const bool owned = owner != nullptr;
     if (tell)
         syslog(LOG_ERR, "%s (%d) Failed to open the database%s%s. (%s)", kLogName, line,
@@ -142,7 +147,8 @@ VELUDBValue VELUDBValue::Text(const char *bytes, size_t length) {
     return result;
 }
 
-VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owner, bool tell) {
+VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owner, bool tell,
+                   std::string *reason) {
     std::string error;
     try {
         auto db = std::make_unique<VELUDB>();
@@ -154,10 +160,10 @@ VELUDB *EngineOpen(const VELUDBEngine &engine, const char *uri, const char *owne
     } catch (const std::bad_alloc &) {
         error = kOutOfMemory;
     }
-    return OpenFailed(owner, tell, error.c_str());
+    return OpenFailed(owner, tell, error.c_str(), reason);
 }
 
-VELUDB *VELUDBOpen(const char *uri, const char *owner, bool tell) {
+VELUDB *VELUDBOpen(const char *uri, const char *owner, bool tell, std::string *reason) {
     if (uri == nullptr || *uri == '\0') {
         syslog(LOG_ERR, "%s (%d) Bad parameter.", kLogName, __LINE__);
         return nullptr;
@@ -165,11 +171,11 @@ VELUDB *VELUDBOpen(const char *uri, const char *owner, bool tell) {
     std::string error;
     try {
         if (const VELUDBEngine *engine = EngineOf(uri, &error); engine != nullptr)
-            return EngineOpen(*engine, uri, owner, tell);
+            return EngineOpen(*engine, uri, owner, tell, reason);
     } catch (const std::bad_alloc &) {
         error = kOutOfMemory;
     }
-    return OpenFailed(owner, tell, error.c_str());
+    return OpenFailed(owner, tell, error.c_str(), reason);
 }
 
 bool VELUDBIsMissing(const char *uri) {
@@ -183,6 +189,20 @@ VELUDB *VELUDBOpenExisting(const char *uri, const char *owner) {
     char reason[kReasonSize];
     snprintf(reason, sizeof reason, "%s: %s", VELUDBFileGet(uri), strerror(errno));
     return OpenFailed(owner, true, reason);
+}
+
+bool VELUDBIsDamage(std::string_view reason) {
+    // SQLite's words for SQLITE_CORRUPT, whatever it found, and for SQLITE_NOTADB.
+    constexpr std::string_view kWords[] = {"database disk image is malformed", "malformed database schema",
+                                           "file is not a database"};
+    return std::any_of(std::begin(kWords), std::end(kWords),
+                       [&](std::string_view words) { return reason.find(words) != std::string_view::npos; });
+}
+
+bool VELUDBLacksModule(const char *uri) {
+    const Scheme *scheme = SchemeOf(uri);
+    std::string error;
+    return scheme != nullptr && scheme->module != nullptr && ModuleEngine(scheme->module, &error) == nullptr;
 }
 
 const char *VELUDBFileGet(const char *uri) {

@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/index/damage.h"
+#include "platform/index/store.h"
+
 namespace {
 
 constexpr char kLogName[] = "store.c";
@@ -41,5 +44,7 @@ void AccountTell(const RunAccount &account) {
         if (part.lost > 1)
             syslog(LOG_ERR, "%s (%d) The %s was away: %" PRIu64 " rows are not stored. (%s)", kLogName,
                    __LINE__, CatalogueName(catalogue), part.lost, part.reason.c_str());
+        if (part.lost > 0)
+            DamageTell(catalogue, part.reason);
     }
 }

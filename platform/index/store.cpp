@@ -4,6 +4,7 @@
 #include "platform/index/store.h"
 
 #include "platform/configuration.h"
+#include "platform/index/damage.h"
 #include "platform/index/statements.h"
 
 namespace {
@@ -31,7 +32,10 @@ StoreConnectionRef StoreConnect(Catalogue catalogue, bool tell) {
         return nullptr;
     auto connection = std::make_shared<StoreConnection>();
     connection->catalogue = catalogue;
-    connection->db.reset(VELUDBOpen(uri, CatalogueName(catalogue), tell));
+    std::string reason;
+    connection->db.reset(VELUDBOpen(uri, CatalogueName(catalogue), tell, &reason));
+    if (connection->db == nullptr && tell)
+        DamageTell(catalogue, reason);
     bool *has_files = catalogue == Catalogue::media ? &connection->has_files : nullptr;
     if (connection->db == nullptr || SchemaApply(connection->db.get(), catalogue, tell, has_files) != 0)
         return nullptr;

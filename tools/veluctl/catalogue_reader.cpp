@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/catalogue_reader.h"
 
-#include <errno.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <algorithm>
 
-#include "platform/own_group.h"
 #include "platform/veluindex.h"
+#include "tools/veluctl/catalogue_advice.h"
 #include "tools/veluctl/log_lines.h"
 #include "tools/veluctl/sql_text.h"
 
@@ -31,18 +29,13 @@ SqlText PortionQuery(const CatalogueTable &table, const std::vector<const char *
     return query;
 }
 
-// What whoever may not read a catalogue's file can do about it.
-std::string RightHint(Catalogue catalogue) {
-    char uri[kCatalogueUriSize];
-    const char *file = VELUIndexUriGet(catalogue, uri, sizeof uri) == 0 ? VELUDBFileGet(uri) : nullptr;
-    if (file == nullptr || access(file, R_OK) == 0 || errno != EACCES)
-        return {};
-    std::string hint = "; root may read it, and who is in the group ";
-    hint.append(kOwnGroup).append(": \"sudo adduser NAME ").append(kOwnGroup);
-    return hint.append("\" adds NAME, from the next login on");
-}
-
 } // namespace
+
+void CatalogueFailureSet(CatalogueReader *reader, Catalogue catalogue, const std::string &reason) {
+    reader->commands = CatalogueCommands(catalogue, reason);
+    reader->failure = reason + CatalogueHint(catalogue, reason);
+    reader->reason = reader->commands.empty() ? reader->failure : reason;
+}
 
 VELUDB *CatalogueConnect(CatalogueReader *reader, Catalogue catalogue) {
     DatabaseHandle &database = reader->connections[static_cast<size_t>(catalogue)].database;
@@ -50,7 +43,7 @@ VELUDB *CatalogueConnect(CatalogueReader *reader, Catalogue catalogue) {
         LogLinesTake();
         database.reset(VELUIndexReaderOpen(catalogue));
         if (database == nullptr)
-            reader->failure = LogReasonTake() + RightHint(catalogue);
+            CatalogueFailureSet(reader, catalogue, LogReasonTake());
     }
     return database.get();
 }
@@ -74,7 +67,7 @@ ResultHandle CatalogueQuery(CatalogueReader *reader, Catalogue catalogue, const 
     if (statement >= 0)
         result = VELUDBRunQuery(database, statement, parameters.data(), parameters.size());
     if (result == nullptr) {
-        reader->failure = VELUDBErrorGet(database);
+        CatalogueFailureSet(reader, catalogue, VELUDBErrorGet(database));
         return nullptr;
     }
     prepared[sql] = statement;

@@ -22,11 +22,17 @@ struct CatalogueConnection {
 struct CatalogueReader {
     CatalogueConnection connections[kCatalogues];
     std::string failure; // of the last call that failed, for people
+    // The same for who shows the commands beside it that make a new catalogue of a damaged one.
+    std::string reason = {};
+    std::vector<std::string> commands = {};
 };
 
 // Connects to a catalogue, or returns the connection that stands. Null, with the reason in the reader, when
 // the catalogue cannot be reached.
 VELUDB *CatalogueConnect(CatalogueReader *reader, Catalogue catalogue);
+
+// Notes why a catalogue cannot be read, with what can be done about it.
+void CatalogueFailureSet(CatalogueReader *reader, Catalogue catalogue, const std::string &reason);
 
 // Forgets a connection that has failed; the next call makes a new one.
 void CatalogueDisconnect(CatalogueReader *reader, Catalogue catalogue);

@@ -102,6 +102,8 @@ bool IsMendable(const Finding &finding) {
 
 bool CatalogueCheck(CatalogueReader *reader, std::vector<Finding> *findings) {
     std::vector<CheckedRow> rows;
+    if (!DatabasesCheck(reader))
+        return false;
     if (!CheckedRowsLoad(reader, &rows))
         return false;
     SharesCheck(&rows, findings);
@@ -114,8 +116,14 @@ ExitCode CheckCommand(const Options &options) {
     FeatureSwitchesRead();
     CatalogueReader reader;
     std::vector<Finding> findings;
-    if (!CatalogueCheck(&reader, &findings))
-        return Complain(kUnreachable, reader.failure);
+    if (!CatalogueCheck(&reader, &findings)) {
+        Complain(kUnreachable, reader.reason);
+        if (!reader.commands.empty())
+            Complain(kUnreachable, "it is damaged; a new one comes, and the old file is kept aside, by");
+        for (const std::string &command : reader.commands)
+            fprintf(stderr, "  %s\n", command.c_str());
+        return kUnreachable;
+    }
     if (access(kQueueFile, F_OK) == 0 || access(kQueueWorkingCopy, F_OK) == 0)
         Complain(kDone, "requests are waiting or in work: what they are about may count as wrong here");
     if (const std::string remark = ReadersRemarkNow(); !remark.empty())

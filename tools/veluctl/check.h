@@ -60,6 +60,9 @@ std::string RepairLine(QueueCommand command, const std::string &path);
 // True when there is a request or an order that mends it.
 bool IsMendable(const Finding &finding);
 
+// False, with the reason in the reader, when the file of a catalogue is damaged.
+[[nodiscard]] bool DatabasesCheck(CatalogueReader *reader);
+
 // Each adds what it finds. The walk comes first: it marks the rows whose files are there.
 void SharesCheck(std::vector<CheckedRow> *rows, std::vector<Finding> *findings);
 void RowsCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findings);

@@ -4,6 +4,9 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
+#include <utility>
+#include <vector>
+
 #include "platform/veluindex.h"
 #include "tools/shared/safe_text.h"
 #include "tools/veluctl/catalogue_reader.h"
@@ -33,6 +36,65 @@ struct Database {
 };
 constexpr Database kDatabases[] = {{Catalogue::media, "media"}, {Catalogue::photo, "photo"}};
 
+struct Table {
+    const char *name;
+    int64_t rows;       // -1: they cannot be counted
+    std::string reason; // for which
+};
+
+// What was found of one.
+struct Look {
+    bool reached = false;
+    int64_t bytes = -1;
+    std::vector<Table> tables = {};
+    std::string reason = {};                // why it, or a table of it, cannot be read
+    std::vector<std::string> commands = {}; // that make a new one of it
+};
+
+Look CatalogueLook(CatalogueReader *reader, Catalogue catalogue, const char *uri) {
+    Look look;
+    *reader = {};
+    look.reached = CatalogueConnect(reader, catalogue) != nullptr;
+    if (look.reached)
+        look.bytes = DatabaseSize(reader, catalogue, uri);
+    for (const CatalogueTable &table : CatalogueTables()) {
+        if (!look.reached || table.catalogue != catalogue)
+            continue;
+        const int64_t count = CatalogueCount(reader, table);
+        look.tables.push_back({table.table, count, count < 0 ? reader->reason : ""});
+    }
+    look.reason = reader->reason;
+    look.commands = reader->commands;
+    return look;
+}
+
+void ForProgram(const Look &look, const std::string &place, Json *state) {
+    JsonTextPut(state, "uri", place);
+    (*state)["reachable"] = look.reached;
+    if (!look.reason.empty())
+        JsonTextPut(state, "reason", look.reason);
+    if (!look.commands.empty())
+        (*state)["commands"] = look.commands;
+    (*state)["bytes"] = look.bytes >= 0 ? Json(look.bytes) : Json();
+    (*state)["rows"] = Json::object();
+    for (const Table &table : look.tables)
+        (*state)["rows"][table.name] = table.rows >= 0 ? Json(table.rows) : Json();
+}
+
+void ForPerson(const Look &look, const char *name, const std::string &place) {
+    printf("\n");
+    StatusSay((std::string(name) + " catalogue").c_str(), SafeText(place));
+    StatusSay("", look.reached ? ValueShow(std::to_string(look.bytes), Type::bytes)
+                               : "not reachable: " + SafeText(look.reason));
+    for (const Table &table : look.tables)
+        printf("  %-14s %s\n", table.name,
+               table.rows >= 0 ? std::to_string(table.rows).c_str() : SafeText(table.reason).c_str());
+    if (!look.commands.empty())
+        printf("It is damaged. A new one comes, and the old file is kept aside, by\n");
+    for (const std::string &command : look.commands)
+        printf("  %s\n", command.c_str());
+}
+
 } // namespace
 
 bool CataloguesStatus(StatusView *status) {
@@ -41,36 +103,12 @@ bool CataloguesStatus(StatusView *status) {
     for (const Database &database : kDatabases) {
         char uri[kCatalogueUriSize] = "";
         VELUIndexUriGet(database.catalogue, uri, sizeof uri);
-        const std::string place = UriWithoutPassword(uri);
-        const bool reached = CatalogueConnect(&reader, database.catalogue) != nullptr;
-        all_reached = all_reached && reached;
-        const int64_t size = reached ? DatabaseSize(&reader, database.catalogue, uri) : -1;
-        Json state = Json::object();
-        if (status->json) {
-            JsonTextPut(&state, "uri", place);
-            state["reachable"] = reached;
-            if (!reached)
-                JsonTextPut(&state, "reason", reader.failure);
-            state["bytes"] = size >= 0 ? Json(size) : Json();
-            state["rows"] = Json::object();
-        } else {
-            printf("\n");
-            StatusSay((std::string(database.name) + " catalogue").c_str(), SafeText(place));
-            StatusSay("", reached ? ValueShow(std::to_string(size), Type::bytes)
-                                  : "not reachable: " + SafeText(reader.failure));
-        }
-        for (const CatalogueTable &table : CatalogueTables()) {
-            if (!reached || table.catalogue != database.catalogue)
-                continue;
-            const int64_t count = CatalogueCount(&reader, table);
-            if (status->json)
-                state["rows"][table.table] = count >= 0 ? Json(count) : Json();
-            else
-                printf("  %-14s %s\n", table.table,
-                       count >= 0 ? std::to_string(count).c_str() : SafeText(reader.failure).c_str());
-        }
+        const Look look = CatalogueLook(&reader, database.catalogue, uri);
+        all_reached = all_reached && look.reached && look.commands.empty();
         if (status->json)
-            status->answer["catalogues"][database.name] = state;
+            ForProgram(look, UriWithoutPassword(uri), &status->answer["catalogues"][database.name]);
+        else
+            ForPerson(look, database.name, UriWithoutPassword(uri));
     }
     return all_reached;
 }
