@@ -13,6 +13,7 @@
 #include "audio/cover_file.h"
 #include "catalogue/fact_columns.h"
 #include "catalogue/fact_rows.h"
+#include "catalogue/file_counts.h"
 #include "catalogue/file_stamp.h"
 #include "catalogue/file_trouble.h"
 #include "catalogue/last_picture.h"
@@ -208,6 +209,7 @@ int NeighboursSave(const ReaderUse &use, const FileReport &report, const char *p
 
 int ByReaderAdd(const ByReader &by, MediaKind named, const char *path) {
     LastPictureForget();
+    FileCounts *counts = FilesCounted();
     FileReport report = FileReadTake(path, by.use);
     bool changed = false;
     std::string stamp = IsRead(report) ? FileStampOfRead(path, report.status, report.looked, &changed) : "";
@@ -219,10 +221,13 @@ int ByReaderAdd(const ByReader &by, MediaKind named, const char *path) {
         return -1;
     if (report.known.unchanged || !report.known.trouble.empty()) {
         MediaSweepKeep(path);
+        ++(report.known.unchanged ? counts->unchanged : counts->troubled);
         return report.known.unchanged ? 0 : unread;
     }
-    if (report.known.neighbours)
+    if (report.known.neighbours) {
+        ++counts->changed;
         return NeighboursSave(by.use, report, path);
+    }
     const bool read = IsRead(report);
     if (!read)
         syslog(LOG_ERR, "%s (%d) %s cannot be read: %s.", kLogName, __LINE__, path,
@@ -230,8 +235,12 @@ int ByReaderAdd(const ByReader &by, MediaKind named, const char *path) {
     std::vector<FileRow> rows;
     if (report.status.st_mode == 0 || (report.known.may_have_row && FileRowsOf(path, &rows) != 0))
         return -1;
-    if (report.beside_unseen && IsKept(rows, report, path))
+    if (report.beside_unseen && IsKept(rows, report, path)) {
+        ++counts->unchanged;
         return 0;
+    }
+    ++(rows.empty() ? counts->added : counts->changed);
+    counts->troubled += read ? 0 : 1;
     if (!read)
         return UnreadSave(by.use, named, report, path, rows) == 0 ? unread : -1;
     // Storage that gives a file another number at each look keeps none.

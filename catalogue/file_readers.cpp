@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "catalogue/companions.h"
+#include "catalogue/file_counts.h"
 #include "catalogue/file_stamp.h"
 #include "catalogue/reader_settings.h"
 #include "catalogue/sidecars.h"
@@ -184,8 +185,10 @@ ReadTicket HandOver(FileReaders *of, const char *path, const ReaderUse &use, boo
     if (entry.error == 0)
         BesideLook(of, use, ahead, &entry, &file);
     entry.known = KnownOf(of, entry, use, ahead);
-    if (ahead && entry.known.unchanged)
+    if (ahead && entry.known.unchanged) {
+        ++FilesCounted()->unchanged;
         return kUnchangedTicket;
+    }
     if (IsToBeRead(entry))
         file.file = FileOpen(path, &entry.status, &entry.error);
     if (IsToBeRead(entry)) {

@@ -20,6 +20,7 @@
 #include "daemon/queue_start.h"
 #include "daemon/queue_tell.h"
 #include "daemon/queue_touch.h"
+#include "daemon/walk_progress.h"
 #include "photo/hand_over_spool.h"
 #include "platform/index/file_state.h"
 #include "platform/limits.h"
@@ -113,6 +114,7 @@ void RequestDo(Pass *pass, const QueueRequest &request) {
     VELUIndexRunPause();
     const TextsScope texts(request.again);
     const FileTrustScope covers(pass->doubted ? FileTrust::all_but_covers : FileTrust::all);
+    ProgressRequest();
     QueueRequestExecute(request);
     if (BlVELUIndexRunRequestFailed(pass->number))
         QueueTouchAdd(&pass->met, request);
@@ -249,6 +251,7 @@ void StretchesDo(Pass *pass, QueueReader *copy, bool again, bool *fresh) {
             CopyLinesDo(pass, copy, again);
         CatalogueFollow();
         const int end = VELUIndexRunEnd();
+        ProgressTake();
         const bool with_old = first && pass->old_there;
         if (with_old || pass->writer.count() > 0 || HasFailures(*pass, end))
             StretchSettle(pass, with_old, copy, begin, fresh);
@@ -335,6 +338,7 @@ void CatalogueFollow() {
 
 QueuePassEnd QueuePass(QueueReader *copy, bool again) {
     const ReadersScope readers;
+    const ProgressScope progress;
     QueuePassEnd end;
     try {
         Pass pass;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "catalogue/file_readers.h"
+#include "daemon/walk_progress.h"
 #include "platform/limits.h"
 
 namespace {
@@ -43,6 +44,7 @@ void TurnWait(Turns *turns, const std::string &path, TurnStep step, ReadTicket t
     FileReadersServe(false);
     DueDo(turns);
     while (turns->waiting.size() >= kTurnsMax || (FilesAheadFull() && !turns->waiting.empty())) {
+        ProgressAhead();
         FileReadersServe(true);
         DueDo(turns);
     }

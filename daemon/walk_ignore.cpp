@@ -181,13 +181,13 @@ void IgnoreEnter(IgnoreRules *rules, const char *name, std::string_view director
     bool whole = true;
     errno = 0;
     if (!TextRead(path, &text, &whole)) {
-        if (errno != 0 && errno != ENOENT && errno != ENOTDIR)
+        if (rules->tells && errno != 0 && errno != ENOENT && errno != ENOTDIR)
             NotWholeTell(path, strerror(errno));
         return;
     }
     bool all = true;
     std::vector<IgnorePattern> patterns = IgnorePatternsOf(text, kIgnorePatternsMax - rules->patterns, &all);
-    if (!whole || !all)
+    if (rules->tells && (!whole || !all))
         NotWholeTell(path, "it is too long");
     rules->patterns += patterns.size();
     rules->files.push_back({directory.size(), std::move(patterns)});

@@ -31,6 +31,7 @@ struct IgnoreRules {
     };
     std::vector<File> files = {};
     size_t patterns = 0; // of all of them
+    bool tells = true;   // a line of each file that cannot be used whole
 };
 
 // Returns the patterns of a file's text. One that is longer than kIgnorePatternMax is none; behind `most` of them nothing is

@@ -17,6 +17,7 @@
 #include "daemon/tree_cursor.h"
 #include "daemon/turns.h"
 #include "daemon/walk_presence.h"
+#include "daemon/walk_progress.h"
 #include "platform/path.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
@@ -79,6 +80,7 @@ void FileReindex(Reindex *reindex, const std::string &path) {
     const size_t saved = MediaSweepCount();
     const uint64_t failures = VELUIndexRunFailures(Catalogue::media);
     IndexFileAdd(path.c_str(), kIndexAdd);
+    ProgressFile(path);
     if (MediaSweepCount() != saved || !IsIndexedPath(path.c_str()))
         return;
     off_t size = 0;
@@ -91,6 +93,7 @@ void FileReindex(Reindex *reindex, const std::string &path) {
 void FileKeep(const std::string &path) {
     VELUIndexRunPause();
     MediaSweepKeep(path.c_str());
+    ProgressFile(path);
 }
 
 void EntryReindex(Reindex *reindex, Turns *turns, const TreeCursor &cursor) {
@@ -140,6 +143,7 @@ void TreeSweep(Reindex *reindex, const char *target) {
     for (int kind = kMediaMusic; kind <= kMediaPlaylist; ++kind)
         MediaInfoDBDelete(kind, target);
     const SweepScope scope;
+    const ProgressTree tree_progress(target);
     Turns turns;
     TreeCursor cursor =
         TreeBegin(target, {.rules = &ActiveWalkRules().index, .cut = true, .left_out = LeftOutCounted()});

@@ -14,6 +14,7 @@
 #include "daemon/tree_cursor.h"
 #include "daemon/turns.h"
 #include "daemon/walk_presence.h"
+#include "daemon/walk_progress.h"
 #include "daemon/walk_reindex.h"
 #include "daemon/walk_rules.h"
 #include "photo/flv_converter.h"
@@ -40,15 +41,18 @@ void FileVisit(const char *path, int mode, int mask, bool kept = false) {
         else
             FlvConverterRun(path);
     }
+    ProgressFile(path);
 }
 
 // Visits a file that the media catalogue has as it is. What the library has as it is, too, is nobody's concern.
 void KeptFileVisit(KnownPictures *known, const char *path, int mode, int mask) {
     if ((mask & kWalkPhotoLibrary) && HasPictureExtension(path) && IsInPhotoLibrary(path) &&
-        IsPictureInStep(known, path))
+        IsPictureInStep(known, path)) {
         VELUIndexRunPause();
-    else
+        ProgressFile(path);
+    } else {
         FileVisit(path, mode, mask, true);
+    }
 }
 
 // Brings the media catalogue in step with rules that leave a place out by now.
@@ -58,6 +62,7 @@ void PlaceForget(const std::string &place, bool is_file) {
 }
 
 void TreeWalk(const char *path, int mode, int mask) {
+    const ProgressTree tree_progress(path);
     TreeCursor cursor = TreeBegin(path, {.rules = &ActiveWalkRules().index,
                                          .cut = true,
                                          .left_out = LeftOutCounted(),

@@ -104,6 +104,9 @@ int BlVELUIndexRunAway(Catalogue catalogue);
 // which is a failure of the present request.
 int VELUIndexRunReach(Catalogue catalogue);
 
+// Returns how many rows of media files the run has removed, also when it is over. A batch that was written again may count twice.
+uint64_t VELUIndexRunRemoved();
+
 // A number that grows with every statement of the catalogue that fails, for whatever reason, reads included. Whoever
 // depends on the success of several compares it before and after; those in the open batch count once that is committed.
 uint64_t VELUIndexRunFailures(Catalogue catalogue);

@@ -33,8 +33,10 @@ bool IsOutOfSight(int error) {
 // Sets the table's dirty marker after a delete of `removed` rows, also of none: a request that is carried out
 // again after a crash may have removed them before. Passes a failure on.
 int Removed(const char *table, int removed) {
-    if (removed >= 0)
+    if (removed >= 0) {
         MarkDirty(table);
+        run_state.account.removed += static_cast<uint64_t>(removed);
+    }
     return removed < 0 ? -1 : 0;
 }
 

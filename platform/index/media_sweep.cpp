@@ -40,9 +40,12 @@ int RowRemove(int kind, const std::string &path) {
 // The row of the directory's own path may be that of a file by now.
 int BelowRemove(const std::string &directory) {
     for (const char *table : kMediaTables) {
-        if (RemoveBelowCovers(table, directory) != 0 || RemoveBelow(Catalogue::media, table, directory) < 0)
+        const int removed =
+            RemoveBelowCovers(table, directory) == 0 ? RemoveBelow(Catalogue::media, table, directory) : -1;
+        if (removed < 0)
             return -1;
         MarkDirty(table);
+        run_state.account.removed += static_cast<uint64_t>(removed);
     }
     return RemoveBelow(Catalogue::media, kDirectoryTable, directory) < 0 ? -1 : 0;
 }

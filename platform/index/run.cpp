@@ -207,6 +207,10 @@ uint64_t VELUIndexRunDoubtful(Catalogue catalogue) {
     return AccountOf(catalogue).doubtful;
 }
 
+uint64_t VELUIndexRunRemoved() {
+    return run_state.account.removed;
+}
+
 uint64_t VELUIndexRunFailures(Catalogue catalogue) {
     return AccountOf(catalogue).failures;
 }

@@ -12,6 +12,7 @@
 #include "platform/veluindex.h"
 
 struct RunAccount {
+    uint64_t removed = 0; // rows of media files
     uint64_t request = 0; // whose statements come now; 0: nobody's
     NumberSet failed;     // requests of which a statement failed because its store was away
     struct Part {
