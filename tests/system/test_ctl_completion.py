@@ -24,6 +24,7 @@ COMPLETED = {
     "veluctl list -k pl": "veluctl list -k playlist",
     "veluctl list alb": "veluctl list albums",
     "veluctl missing cov": "veluctl missing covers",
+    "veluctl log --al": "veluctl log --all",
     "veluctl export m3": "veluctl export m3u8",
     "veluctl duplicates rec": "veluctl duplicates recordings",
     "veluctl add --time": "veluctl add --timeout",

@@ -92,8 +92,25 @@ TEST_F(RunLooked, CountsEachByteOnce) {
 
 TEST(ProgressText, TellsLinesFilesRateAndPlace) {
     const RunView view = {Phase::running, 3, 10, "A:/volume1/music", "/volume1/music/\x1B.mp3"};
-    EXPECT_EQ(ProgressText(view, 100, 150, 10), "running, line 3 of 10, 150 files catalogued (+50), 5/s: "
-                                                "A:/volume1/music > /volume1/music/\\x1B.mp3");
+    EXPECT_EQ(ProgressText(view, 100, 150, 10), "running, line 3 of 10, 150 files catalogued (+50), 5/s");
+    EXPECT_EQ(ProgressPlace(view), "A:/volume1/music > /volume1/music/\\x1B.mp3");
+}
+
+TEST(ProgressText, TellsFilesOfFilesWhereTheDaemonSaysThem) {
+    RunView view = {Phase::running, 0, 1, "A:/volume1/music", ""};
+    IndexRecord record = {.milliseconds = 10'000, .request = 1, .files = 500, .known = 1500, .counted = 1};
+    record.folder = "/volume1/music/\x1B";
+    view.record = record;
+    EXPECT_EQ(ProgressText(view, 0, 0, 10), "running, 500 of 1500 files, 50/s, 20 seconds left");
+    EXPECT_EQ(ProgressPlace(view), "/volume1/music/\\x1B");
+    view.lines_total = 4;
+    view.record->counted = 0;
+    EXPECT_EQ(ProgressText(view, 0, 0, 10), "running, request 1 of 4, 500 of at least 1500 files, 50/s");
+    view.record->known = 0;
+    EXPECT_EQ(ProgressText(view, 0, 0, 10), "running, request 1 of 4, 500 files, 50/s");
+    view.record->milliseconds = 100;
+    view.record->files = 1;
+    EXPECT_EQ(ProgressText(view, 0, 0, 10), "running, request 1 of 4, 1 file") << "no rate of a moment";
 }
 
 TEST(ProgressText, SaysNothingThatIsNotKnown) {

@@ -206,6 +206,18 @@ ProgramCommand FindMake(Options *options) {
     return command;
 }
 
+ProgramCommand LogMake(Options *options) {
+    CommandOption limit = PlaceOptions(options).back();
+    limit.type = "NUMBER";
+    limit.description = "Show so many kinds of lines, with --json and --csv the last lines";
+    ProgramCommand command = LookMake(
+        "log", "Show what the daemon has logged in its last run, lines of one kind together", LogCommand, {},
+        Joined({{Flag("all", "All that the system's log has of it", &options->everything), limit},
+                FormOptions(options)}));
+    command.examples = {{"sudo veluctl log", "What went wrong in the last run"}};
+    return command;
+}
+
 ProgramCommand ExportMake(Options *options) {
     OptionList list = ListOptions(options);
     list.resize(list.size() - FormOptions(options).size());
@@ -279,6 +291,7 @@ std::vector<ProgramCommand> LooksMake(Options *options) {
                    false, GroupWords()}},
                  ListOptions(options)),
         FindMake(options),
+        LogMake(options),
         LookMake("recent", "List what was added last", RecentCommand, {}, ListOptions(options)),
         LookMake("missing", "List songs without tags, covers or years, and albums without all their tracks",
                  MissingCommand, {Needed("what", "WHAT", "What is missing", &options->what, MissingWords())},

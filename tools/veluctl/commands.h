@@ -11,6 +11,7 @@
 using Command = ExitCode (*)(const Options &options);
 
 ExitCode StatusCommand(const Options &options);
+ExitCode LogCommand(const Options &options);
 ExitCode ListCommand(const Options &options);
 ExitCode FindCommand(const Options &options);
 ExitCode ShowCommand(const Options &options);

@@ -24,16 +24,15 @@ struct ExitCodeText {
 // For the help and the manual.
 inline constexpr ExitCodeText kExitCodes[] = {
     {kDone, "Done; nothing wrong was found."},
-    {kFound, "check, config, missing or duplicates found something, or list, find, export, recent, show, "
-             "why, dump or "
-             "share list found nothing."},
+    {kFound, "check, config, missing or duplicates found something, or list, find, export, log, recent, "
+             "show, why, dump or share list found nothing."},
     {kUsage, "The command line was wrong."},
     {kRefused, "A path or a name was refused; nothing was queued or changed."},
     {kNoRights, "The queue or the setup may not be written, or the daemon not be signalled, by this user."},
     {kNotRunning, "The daemon does not run. What was queued is done at its next start."},
     {kUnreachable, "A catalogue cannot be reached."},
     {kNotFinished, "The run did not end within the time of --timeout, or the daemon ended before it."},
-    {kFailed, "Something else failed: a full disk, no memory."},
+    {kFailed, "Something else failed: a full disk, no memory, a log that cannot be read."},
     {kNotCatalogued, "The run of add --wait has ended, and something that was asked for is not in the "
                      "catalogue or could not be read."},
 };

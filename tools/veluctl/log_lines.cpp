@@ -6,9 +6,9 @@
 #include <syslog.h>
 
 #include <algorithm>
-#include <cctype>
-#include <string_view>
 #include <utility>
+
+#include "tools/veluctl/log/log_place.h"
 
 namespace {
 
@@ -23,25 +23,13 @@ std::vector<std::string> &Lines() {
     return lines;
 }
 
-// "module.c (12) text", "module.c(12): text" and "module.c:12 text" become "text".
-std::string_view WithoutPlace(std::string_view line) {
-    const size_t name = line.find(".c");
-    if (name == std::string_view::npos || line.substr(0, name).find(' ') != std::string_view::npos)
-        return line;
-    size_t end = name + 2;
-    while (end < line.size() && (isdigit(static_cast<unsigned char>(line[end])) ||
-                                 std::string_view(" ():").find(line[end]) != std::string_view::npos))
-        ++end;
-    return line.substr(end);
-}
-
 [[gnu::format(printf, 1, 0)]] void LineKeep(const char *format, va_list arguments) {
     if (Lines().size() >= kLinesMax)
         return;
     char text[kLineMax];
     const int wanted = vsnprintf(text, sizeof text, format, arguments);
     const auto length = static_cast<size_t>(std::clamp(wanted, 0, static_cast<int>(sizeof text) - 1));
-    Lines().emplace_back(WithoutPlace({text, length}));
+    Lines().emplace_back(LogWithoutPlace({text, length}));
 }
 
 } // namespace

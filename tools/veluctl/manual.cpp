@@ -80,6 +80,12 @@ The daemon's process id; only a process of that name is signalled.
 .I /var/run/veluindexd.last_run
 Its time is that of the end of the last run.
 .TP
+.I /var/lib/velu/run
+By the rules "complete": how far the run is that goes on.
+.TP
+.I /var/lib/velu/last_run
+Likewise: what became of the last one.
+.TP
 .I /etc/veluinfo.conf
 Names the catalogues and the folder of the cover pictures.
 .TP

@@ -41,6 +41,7 @@ struct Options {
     uint32_t tolerance = kToleranceSeconds; // duplicates
 
     bool every_reader = false;
+    bool everything = false; // log
     bool fix = false;
     bool no_check = false;
     bool yes = false;

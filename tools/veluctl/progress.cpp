@@ -4,6 +4,7 @@
 #include <inttypes.h>
 
 #include "tools/shared/safe_text.h"
+#include "tools/veluctl/run_text.h"
 #include "tools/veluctl/terminal.h"
 
 namespace {
@@ -28,11 +29,21 @@ const char *PhaseText(Phase phase) {
     return "";
 }
 
+// Which of several requests is carried out.
+std::string RequestText(const RunView &view) {
+    const bool several = view.record->request > 0 && view.lines_total > 1;
+    return several ? ", request " + std::to_string(view.record->request) + " of " +
+                         std::to_string(view.lines_total)
+                   : "";
+}
+
 } // namespace
 
 std::string ProgressText(const RunView &view, int64_t rows_before, int64_t rows, double run_seconds) {
     std::string text = PhaseText(view.phase);
     char part[128];
+    if (view.record)
+        return text + RequestText(view) + ", " + RunFilesText(*view.record);
     if (view.phase == Phase::running || view.phase == Phase::done) {
         snprintf(part, sizeof part, ", line %" PRId64 " of %" PRId64, view.lines_done, view.lines_total);
         text += part;
@@ -46,11 +57,13 @@ std::string ProgressText(const RunView &view, int64_t rows_before, int64_t rows,
             text += part;
         }
     }
-    if (!view.request.empty())
-        text += ": " + SafeText(view.request);
-    if (!view.file.empty())
-        text += " > " + SafeText(view.file);
     return text;
+}
+
+std::string ProgressPlace(const RunView &view) {
+    if (view.record)
+        return SafeText(view.record->folder);
+    return SafeText(view.request) + (view.file.empty() ? "" : " > " + SafeText(view.file));
 }
 
 Progress::Progress(FILE *out, int64_t rows_before)
@@ -64,17 +77,22 @@ void Progress::Show(const RunView &view, int64_t rows, double seconds) {
         run_begin_ = seconds;
     }
     const std::string text = ProgressText(view, rows_before_, rows, running_ ? seconds - run_begin_ : 0);
+    const std::string place = ProgressPlace(view);
     if (terminal_) {
         // The cursor's own column stays free, or the line would wrap.
-        fprintf(out_, "\r%s\033[K", DisplayCut(text, TerminalColumns(out_) - 1).c_str());
+        const size_t columns = TerminalColumns(out_) - 1;
+        const std::string begin = DisplayCut(text + (place.empty() ? "" : ": "), columns);
+        fprintf(out_, "\r%s%s\033[K", begin.c_str(),
+                DisplayCutMiddle(place, columns - DisplayWidth(begin)).c_str());
         fflush(out_);
         return;
     }
-    if ((!changes && seconds - last_time_ < kPlainSeconds) || text == last_)
+    const std::string line = text + (place.empty() ? "" : ": " + place);
+    if ((!changes && seconds - last_time_ < kPlainSeconds) || line == last_)
         return;
-    fprintf(out_, "%s\n", text.c_str());
+    fprintf(out_, "%s\n", line.c_str());
     fflush(out_);
-    last_ = text;
+    last_ = line;
     last_phase_ = view.phase;
     last_time_ = seconds;
 }

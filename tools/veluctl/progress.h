@@ -31,5 +31,9 @@ private:
     Phase last_phase_ = Phase::queued;
 };
 
-// Returns what is shown of a moment: phase, lines, files and their rate, what is worked on.
+// Returns what is shown of a moment: phase, and files of files by what the daemon says; where it says nothing, lines, files and their
+// rate.
 std::string ProgressText(const RunView &view, int64_t rows_before, int64_t rows, double run_seconds);
+
+// Returns what is worked on: the folder, or the request and the file that is open.
+std::string ProgressPlace(const RunView &view);

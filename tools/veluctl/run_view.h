@@ -7,8 +7,10 @@
 #include <stdint.h>
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 
+#include "daemon/index_record.h"
 #include "platform/handle.h"
 
 // What waits in the kept file.
@@ -41,8 +43,9 @@ struct RunView {
     Phase phase;
     int64_t lines_done;
     int64_t lines_total;
-    std::string request; // the line that is carried out
-    std::string file;    // that the daemon, or its probe, has open in it
+    std::string request;                    // the line that is carried out
+    std::string file;                       // that the daemon, or its probe, has open in it
+    std::optional<IndexRecord> record = {}; // what the daemon itself says of its run, by the rules `complete`
 };
 
 // A file of requests, held open so that it is known whatever its name becomes.

@@ -10,9 +10,13 @@ ExitCode StatusCommand(const Options &options) {
     StatusView view = {options.json, DaemonFind()};
     DaemonStatus(&view);
     RulesStatus(&view);
+    WatcherStatus(&view);
+    LastRunStatus(&view);
     QueueStatus(&view);
     KeptStatus(&view);
+    StorageStatus(&view);
     const bool reached = CataloguesStatus(&view);
+    CoversStatus(&view);
     if (options.json)
         JsonPrint(view.answer, stdout);
     if (view.daemon == 0)

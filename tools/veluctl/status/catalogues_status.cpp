@@ -10,6 +10,7 @@
 #include "platform/veluindex.h"
 #include "tools/shared/safe_text.h"
 #include "tools/veluctl/catalogue_reader.h"
+#include "tools/veluctl/status/free_space.h"
 #include "tools/veluctl/status/status.h"
 #include "tools/veluctl/uri_text.h"
 
@@ -46,6 +47,7 @@ struct Table {
 struct Look {
     bool reached = false;
     int64_t bytes = -1;
+    int64_t free_bytes = -1; // where its file is
     std::vector<Table> tables = {};
     std::string reason = {};                // why it, or a table of it, cannot be read
     std::vector<std::string> commands = {}; // that make a new one of it
@@ -57,6 +59,8 @@ Look CatalogueLook(CatalogueReader *reader, Catalogue catalogue, const char *uri
     look.reached = CatalogueConnect(reader, catalogue) != nullptr;
     if (look.reached)
         look.bytes = DatabaseSize(reader, catalogue, uri);
+    if (const char *file = VELUDBFileGet(uri); file != nullptr)
+        look.free_bytes = FreeBytes(file);
     for (const CatalogueTable &table : CatalogueTables()) {
         if (!look.reached || table.catalogue != catalogue)
             continue;
@@ -76,6 +80,7 @@ void ForProgram(const Look &look, const std::string &place, Json *state) {
     if (!look.commands.empty())
         (*state)["commands"] = look.commands;
     (*state)["bytes"] = look.bytes >= 0 ? Json(look.bytes) : Json();
+    (*state)["free_bytes"] = look.free_bytes >= 0 ? Json(look.free_bytes) : Json();
     (*state)["rows"] = Json::object();
     for (const Table &table : look.tables)
         (*state)["rows"][table.name] = table.rows >= 0 ? Json(table.rows) : Json();
@@ -84,8 +89,9 @@ void ForProgram(const Look &look, const std::string &place, Json *state) {
 void ForPerson(const Look &look, const char *name, const std::string &place) {
     printf("\n");
     StatusSay((std::string(name) + " catalogue").c_str(), SafeText(place));
-    StatusSay("", look.reached ? ValueShow(std::to_string(look.bytes), Type::bytes)
-                               : "not reachable: " + SafeText(look.reason));
+    StatusSay("", look.reached
+                      ? ValueShow(std::to_string(look.bytes), Type::bytes) + FreeText(", ", look.free_bytes)
+                      : "not reachable: " + SafeText(look.reason));
     for (const Table &table : look.tables)
         printf("  %-14s %s\n", table.name,
                table.rows >= 0 ? std::to_string(table.rows).c_str() : SafeText(table.reason).c_str());

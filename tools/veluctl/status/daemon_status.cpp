@@ -1,28 +1,24 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// Whether the daemon runs, by which rules, and when it last did something.
-#include <sys/stat.h>
-
-#include "daemon/queue.h"
+// Whether the daemon runs, with how many readers, and by which rules.
 #include "platform/rule_set.h"
 #include "tools/veluctl/process_start.h"
+#include "tools/veluctl/status/child_processes.h"
 #include "tools/veluctl/status/status.h"
 
 void DaemonStatus(StatusView *view) {
     const time_t since = view->daemon != 0 ? ProcessStart(view->daemon) : 0;
-    struct stat status;
-    const time_t last_run = stat(kLastRunFile, &status) == 0 ? status.st_mtime : 0;
+    const size_t readers = view->daemon != 0 ? ChildProcesses(view->daemon, "velureader") : 0;
     if (!view->json) {
-        StatusSay("daemon", view->daemon == 0 ? "not running"
-                                              : "running as process " + std::to_string(view->daemon) +
-                                                    (since != 0 ? " since " + TimeText(since) : ""));
-        StatusSay("last run ended", last_run != 0 ? TimeText(last_run) : "none since the machine started");
+        StatusSay("daemon", view->daemon == 0 ? "not running" : ProcessText(view->daemon, since));
+        if (readers > 0)
+            StatusSay("readers", std::to_string(readers) + " at work");
         return;
     }
     view->answer["running"] = view->daemon != 0;
     view->answer["pid"] = view->daemon != 0 ? Json(view->daemon) : Json();
     view->answer["since"] = since != 0 ? Json(static_cast<int64_t>(since)) : Json();
-    view->answer["last_run"] = last_run != 0 ? Json(static_cast<int64_t>(last_run)) : Json();
+    view->answer["readers"] = readers;
 }
 
 void RulesStatus(StatusView *view) {

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// What waits in the queue, what is in work, and what is kept for another try.
+// What waits in the queue, and what is in work.
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "daemon/queue.h"
-#include "daemon/queue_kept.h"
 #include "tools/shared/safe_text.h"
+#include "tools/veluctl/progress.h"
 #include "tools/veluctl/run_view.h"
-#include "tools/veluctl/span_text.h"
 #include "tools/veluctl/status/status.h"
 
 void QueueStatus(StatusView *status) {
@@ -30,35 +31,26 @@ void QueueStatus(StatusView *status) {
                 state["lines_done"] = view.lines_done;
                 JsonTextPut(&state, "request", view.request);
                 JsonTextPut(&state, "file", view.file);
+                state["files"] = view.record ? Json(view.record->files) : Json();
+                state["files_known"] =
+                    view.record ? Json(std::max(view.record->known, view.record->files)) : Json();
+                state["files_counted"] = view.record ? Json(view.record->counted != 0) : Json();
+                if (view.record)
+                    JsonTextPut(&state, "folder", view.record->folder);
             }
             status->answer[copy ? "working_copy" : "queue"] = state;
         } else if (there && !requests.file) {
             StatusSay(copy ? "working copy" : "queue", kHidden);
         } else if (!copy) {
             StatusSay("queue", there ? std::to_string(view.lines_total) + " waiting" : "empty");
+        } else if (there && view.record) {
+            StatusSay("run", ProgressText(view, -1, -1, 0));
+            StatusSay("", ProgressPlace(view));
         } else if (there) {
             StatusSay("working copy", (kept ? "kept for the next try, " : "in work, line ") +
                                           (kept ? std::string() : std::to_string(view.lines_done) + " of ") +
                                           std::to_string(view.lines_total) + (kept ? " lines" : "") +
                                           (view.request.empty() ? "" : ": " + SafeText(view.request)));
         }
-    }
-}
-
-void KeptStatus(StatusView *status) {
-    const bool there = access(kKeptFile, F_OK) == 0;
-    const KeptView view = KeptLook();
-    if (status->json) {
-        Json state = Json::object();
-        state["present"] = there;
-        state["requests"] = view.readable || !there ? Json(view.requests) : Json();
-        state["oldest_seconds"] = view.readable ? Json(view.oldest_seconds) : Json();
-        status->answer["kept"] = state;
-    } else if (there && !view.readable) {
-        StatusSay("kept requests", kHidden);
-    } else if (view.requests > 0) {
-        StatusSay("kept requests", std::to_string(view.requests) + " could not be stored, the oldest for " +
-                                       SpanText(view.oldest_seconds) +
-                                       "; the daemon tries again, its log says why");
     }
 }

@@ -23,12 +23,19 @@ void StatusSay(const char *name, const std::string &text);
 // Returns a time as people have it on their clocks.
 std::string TimeText(time_t time);
 
+// Returns what is said of a process that runs.
+std::string ProcessText(pid_t pid, time_t since);
+
 // What this user may not look at.
 inline constexpr char kHidden[] = "cannot be read by this user";
 
 void DaemonStatus(StatusView *view);
+void LastRunStatus(StatusView *view);
+void WatcherStatus(StatusView *view);
 void RulesStatus(StatusView *view);
 void QueueStatus(StatusView *view);
 void KeptStatus(StatusView *view);
+void StorageStatus(StatusView *view);
 // False when a catalogue cannot be reached.
 [[nodiscard]] bool CataloguesStatus(StatusView *view);
+void CoversStatus(StatusView *view);
