@@ -21,6 +21,12 @@ READERS = 2
 # Servers get a network of their own that holds nothing but the loopback.
 ALONE = ["/usr/bin/unshare", "-n", "/bin/sh", "-c", 'ip link set lo up && exec "$0" "$@"']
 
+# One that wants a network with an address gets two ends of a cable, and neither an address that it would have to wait for.
+CABLED = ["/usr/bin/unshare", "-n", "/bin/sh", "-c",
+          "ip link set lo up && ip link add box0 type veth peer name box1 && ip address add 192.0.2.1/24 dev box0 && "
+          "ip link set box0 addrgenmode none up && ip link set box1 addrgenmode none up && ip route add default dev box0 && "
+          'exec "$0" "$@"']
+
 MINIDLNA_CONFIGURATION = """
 media_dir={share}
 db_dir=/tmp/minidlna
@@ -191,18 +197,61 @@ class Mpd(Contender):
         return music_files(kind, files)
 
 
-CONTENDERS = (Velu("complete", "complete"), Libraries(), Velu("veluindexd", "appliance"), Minidlna(), Mpd(), Floor())
+class Gerbera(Contender):
+    """As its package sets it up, but for where it keeps its files. It tells nobody when it has added all, and keeps the last rows to itself
+    until it is ended."""
+    name = "gerbera"
+    program = pathlib.Path("/usr/bin/gerbera")
+    packaged = pathlib.Path("/etc/gerbera/config.xml")
+    DATABASE = "/tmp/gerbera/gerbera.db"
+    # Items of files; each has others that refer to it, for the views by artist, album and so on.
+    ITEMS = "select count(*) from mt_cds_object where object_type & 2 and ref_id is null"
+
+    @staticmethod
+    def takes(kind):
+        return kind != "photo-library" and kind not in OF_TODAY
+
+    def prepare(self, root, kind):
+        if not self.packaged.exists():
+            raise BenchError(f"{self.packaged} is missing: run `scripts/deps bench`")
+        (root / "tmp/gerbera").mkdir()
+        (root / "tmp/gerbera.xml").write_text(self.packaged.read_text().replace("/var/lib/gerbera", "/tmp/gerbera"))
+        return {"arguments": [*CABLED, str(self.program), "-c", "/tmp/gerbera.xml", "-e", "box0", "-a", share_of(kind)],
+                "end": "rows", "path": self.DATABASE, "sql": self.ITEMS, "begin": self.DATABASE}
+
+    def indexed(self, root, _told):
+        return count(root / self.DATABASE[1:], self.ITEMS)
+
+
+class Tags(Contender):
+    """A script that reads tags."""
+    name = "script"
+    program = pathlib.Path(__file__).resolve().with_name("tags")
+    takes = staticmethod(Mpd.takes)
+    expected = staticmethod(Mpd.expected)
+
+    def prepare(self, _root, kind):
+        return {"arguments": [str(self.program), share_of(kind), "/tmp/songs.db"], "end": "exit"}
+
+    @staticmethod
+    def indexed(root, _told):
+        return int(re.match(r"(\d+) files", (root / "tmp/output").read_text())[1])
+
+
+CONTENDERS = (Velu("complete", "complete"), Libraries(), Velu("veluindexd", "appliance"), Minidlna(), Mpd(), Gerbera(), Tags(), Floor())
 
 
 # With a real-time priority of the lowest kind, so that whatever else the machine does waits meanwhile.
 AHEAD_OF_ALL = ("/usr/bin/chrt", "--rr", "1")
 
 
-def measure(contender, tree, kind, files, roots, ahead=False):
-    """One cold run over a tree: seconds of wall and processor time, and the peak of memory. The run's files stay in a
-    folder below `roots`: file systems are slow to give out the inodes of files that have just been deleted."""
+def measure(contender, tree, kind, files, roots, ahead=False, calls=False):
+    """One cold run over a tree: seconds of wall and processor time, what was written, and the peak of memory; with `calls` also the
+    system calls of all processes, which are counted in place of time. The run's files stay in a folder below `roots`: file
+    systems are slow to give out the inodes of files that have just been deleted."""
     root = new_root(roots)
-    told = measure_in(root, contender, contender.prepare(root, kind), tree, kind, ahead)
+    request = {**contender.prepare(root, kind), "calls": calls}
+    told = measure_in(root, contender, request, tree, kind, ahead)
     found, expected = contender.indexed(root, told), contender.expected(kind, files)
     if found != expected:
         raise BenchError(f"{contender.name} has indexed {found} of {expected} files of {tree}")

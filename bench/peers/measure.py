@@ -3,9 +3,10 @@
 
 The argument is a JSON object: `arguments` of the program; `end`, which tells what says that the scan is over (exit;
 signal: SIGUSR1 to this process, whose id is in the pid file of the media server; line: a `text` in the file `path`;
-update: the music player at the socket `path` has no update running); `begin`, a file that shows that the scan has begun
+update: the music player at the socket `path` has no update running; rows: what the query `sql` counts in the database `path` has
+not grown for a while; the end is when it last did); `begin`, a file that shows that the scan has begun
 by going, by coming or, with a `begin_text`, by holding that (without it the scan begins with the program); what to
-`ask` the music player for first; and `timeout`. Prints a JSON object.
+`ask` the music player for first; `calls`, which has system calls counted; and `timeout`. Prints a JSON object.
 """
 import ctypes
 import json
@@ -14,6 +15,7 @@ import re
 import resource
 import signal
 import socket
+import sqlite3
 import sys
 import time
 
@@ -22,6 +24,12 @@ SERVER_PID_FILE = "/var/run/dms.pid"
 
 # As the daemon itself does, so that all compete with the rest of the machine in the same way.
 NICENESS = 10
+
+# What the kernel counts written bytes in, see getrusage(2).
+BLOCK = 512
+
+# After so many seconds without a further row there are no more to come.
+SETTLED = 3
 
 # How often the end is looked for where nothing tells it, and how often the memory of all processes is read.
 TICK = 0.002
@@ -61,6 +69,21 @@ def ended_by_line(path, text):
             return text.encode() in log.read()
     except FileNotFoundError:
         return False
+
+
+def rows_of(path, sql):
+    """What a query counts; 0 as long as there is nothing to ask. Without locks, which whoever writes may not expect: for a moment it
+    may not be true, which those who look after the end see."""
+    try:
+        connection = sqlite3.connect(f"file:{path}?immutable=1", uri=True)
+    except sqlite3.DatabaseError:
+        return 0
+    try:
+        return connection.execute(sql).fetchone()[0]
+    except sqlite3.DatabaseError:
+        return 0
+    finally:
+        connection.close()
 
 
 class Begin:
@@ -128,6 +151,7 @@ class Player:
 def wait(request, child, peaks, begin):
     """Returns when the scan is over, with what else is to be told of it."""
     limit = time.monotonic() + request["timeout"]
+    rows = grown = 0
     player = Player(request["path"], request.get("ask")) if request["end"] == "update" else None
     while time.monotonic() < limit:
         peaks.look()
@@ -145,6 +169,15 @@ def wait(request, child, peaks, begin):
                 begin.look()
                 return {}
             time.sleep(TICK)
+        elif request["end"] == "rows":
+            found = rows_of(request["path"], request["sql"])
+            if found > rows:
+                rows, grown = found, time.monotonic()
+            elif rows > 0 and time.monotonic() - grown > SETTLED:
+                return {"end": grown}
+            if os.waitid(os.P_PID, child, os.WEXITED | os.WNOWAIT | os.WNOHANG):
+                raise RuntimeError("it has ended before the scan was over")
+            time.sleep(MEMORY_TICK)
         elif player.ended(peaks.look):
             begin.look()
             return {"songs": player.songs}
@@ -169,6 +202,19 @@ def stop_all(peaks):
             return
 
 
+CALLS = "/tmp/calls"
+
+
+def counting(arguments):
+    """The program with whatever it starts under the tracer, which counts."""
+    return ["/usr/bin/strace", "-f", "-c", "-U", "calls", "-o", CALLS, *arguments]
+
+
+def calls_counted():
+    with open(CALLS, encoding="ascii") as text:
+        return int(re.search(r"^ *(\d+) total$", text.read(), re.MULTILINE)[1])
+
+
 def main():
     request = json.loads(sys.argv[1])
     ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
@@ -180,14 +226,16 @@ def main():
     output = (os.POSIX_SPAWN_OPEN, 1, "/tmp/output", os.O_WRONLY | os.O_CREAT, 0o644)
     start = time.monotonic()
     begin = Begin(request)
-    child = os.posix_spawn(request["arguments"][0], request["arguments"], dict(os.environ), setsigmask=[],
+    arguments = counting(request["arguments"]) if request.get("calls") else request["arguments"]
+    child = os.posix_spawn(arguments[0], arguments, dict(os.environ), setsigmask=[],
                            file_actions=[output, (os.POSIX_SPAWN_DUP2, 1, 2)])
     told = wait(request, child, peaks, begin)
-    end = time.monotonic()
+    end = told.pop("end", time.monotonic())
     stop_all(peaks)
     used = resource.getrusage(resource.RUSAGE_CHILDREN)
     print(json.dumps({"wall": end - begin.time, "cold": end - start, "cpu": used.ru_utime + used.ru_stime, "user": used.ru_utime,
-                      "system": used.ru_stime, "peak_kb": max(peaks.kilobytes.values(), default=0), "peaks": peaks.kilobytes, **told}))
+                      "system": used.ru_stime, "peak_kb": max(peaks.kilobytes.values(), default=0), "peaks": peaks.kilobytes,
+                      "written": used.ru_oublock * BLOCK, **({"calls": calls_counted()} if request.get("calls") else {}), **told}))
 
 
 main()

@@ -14,6 +14,10 @@ def peak_text(name, figures):
     return "-" if name == FLOOR else f"{figures['peak']:.1f}"
 
 
+def calls_text(result):
+    return f"{result['calls'] / result['files']:.1f}" if "calls" in result else "-"
+
+
 def best_peer(results, key):
     """The best figure of the peers, or None where there is none."""
     return min((per_thousand(result)[key] for name, result in results.items() if name not in (*OWN, LIBRARIES, FLOOR)), default=None)
@@ -26,14 +30,15 @@ def peaks_text(result):
 
 def table(main):
     """`main`: kind -> contender -> its medians."""
-    lines = ["| corpus | program | files/s | wall ms / file | cold | CPU ms / file | user | system | peak MB |",
-             "| --- | --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: |"]
+    lines = ["| corpus | program | files/s | wall ms / file | cold | CPU ms / file | user | system | peak MB | KB written / file | calls / file |",
+             "| --- | --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: | ---: | ---: |"]
     for kind, results in main.items():
         for name, result in results.items():
             figures = per_thousand(result)
             lines.append(f"| {kind} | {name} | {1000 / figures['wall']:.0f} | {figures['wall']:.3f} | {result['cold'] / result['files'] * 1000:.3f} | {figures['cpu']:.3f} | "
                          f"{result['user'] / result['files'] * 1000:.3f} | "
-                         f"{result['system'] / result['files'] * 1000:.3f} | {peak_text(name, figures)} |")
+                         f"{result['system'] / result['files'] * 1000:.3f} | {peak_text(name, figures)} | {result['written'] / result['files'] / 1024:.1f} | "
+                         f"{calls_text(result)} |")
     return "\n".join(lines)
 
 
