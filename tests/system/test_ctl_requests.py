@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """veluctl asks for work: what it queues and refuses, whom it signals, how it follows a run."""
 import os
+import re
 import time
 
 import pytest
@@ -113,6 +114,28 @@ def test_only_the_daemon_is_signalled(idle):
     assert answer["status"] == NOT_RUNNING and "does not run" in answer["err"]
     assert idle.wakes("dms") == 0
     assert queued(idle) == [f"a:{SONG}"]
+
+
+def test_a_daemon_that_is_starting_is_waited_for(idle):
+    """A service manager takes it for started before its pid file is there. Here something else bears its name."""
+    starting = "cp /bin/sleep /tmp/veluindexd; /tmp/veluindexd 99 & touch /tmp/started; sleep 1; echo -n $! >" + PID_FILE + "; wait"
+    idle.box.ask("start", arguments=["/bin/bash", "-c", starting], environment={}, out="/tmp/words")
+    wait_for(lambda: idle.exists("/tmp/started"), "it to start")
+    assert idle.ctl("add", SONG) == {"status": DONE, "out": "1 request queued.\n", "err": ""}
+
+
+def test_what_is_waited_for_is_told_by_the_interval_that_is_configured(make_daemon):
+    box = make_daemon(speed=1)
+    box.configure(rules="complete", quiet=60)
+    box.write(SONG)
+    box.start()
+    assert box.ctl_json("status")["begins_in"] is None and box.ctl_json("status")["quiet_seconds"] == 60
+    assert "\nquiet interval   60 s\n" in box.ctl("status")["out"]
+    answer = box.ctl("add", "--wait", "--timeout", "1", SONG)
+    assert answer["status"] == NOT_FINISHED
+    assert re.search(r"^waiting: the run begins in (5\d|60) s when nothing more comes$", answer["out"], re.MULTILINE)
+    assert 30 < box.ctl_json("status")["begins_in"] <= 60
+    assert re.search(r"^quiet interval   60 s; the run begins in \d+ s when nothing more comes$", box.ctl("status")["out"], re.MULTILINE)
 
 
 def test_a_torn_line_of_another_program_is_ended_first(idle):

@@ -3,7 +3,9 @@
 
 #include <errno.h>
 #include <signal.h>
+#include <stdlib.h>
 #include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <string_view>
@@ -38,6 +40,18 @@ pid_t ProcessFind(const char *pid_file, std::string_view name) {
     return pid >= 1 && HasName(pid, name) ? pid : 0;
 }
 
+// True when some process has the daemon's name.
+bool IsAnyDaemon() {
+    const DirHandle processes(opendir("/proc"));
+    bool unseen = false;
+    while (const dirent *entry = DirectoryNext(processes, &unseen)) {
+        const auto pid = static_cast<pid_t>(strtol(entry->d_name, nullptr, 10));
+        if (pid > 0 && HasName(pid, kDaemonName))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 std::string ProcPath(pid_t pid, const char *name) {
@@ -46,6 +60,13 @@ std::string ProcPath(pid_t pid, const char *name) {
 
 pid_t DaemonFind() {
     return ProcessFind(kDaemonPidFile, kDaemonName);
+}
+
+void DaemonAwait() {
+    constexpr timespec kPause = {0, 20'000'000};
+    constexpr int kLooks = 150; // three seconds
+    for (int looks = 0; looks < kLooks && DaemonFind() == 0 && IsAnyDaemon(); ++looks)
+        nanosleep(&kPause, nullptr);
 }
 
 pid_t WatcherFind() {

@@ -14,6 +14,10 @@ inline constexpr char kWatcherPidFile[] = "/var/run/veluwatchd.pid";
 // daemon: a crash leaves the file, and the number goes to somebody else whom SIGUSR1 would end.
 pid_t DaemonFind();
 
+// Waits a moment for a daemon that is starting: it goes to the background, where a service manager takes it for started, before its
+// pid file is there.
+void DaemonAwait();
+
 // Finds the watcher's, likewise.
 pid_t WatcherFind();
 

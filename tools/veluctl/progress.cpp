@@ -4,6 +4,7 @@
 #include <inttypes.h>
 
 #include "tools/shared/safe_text.h"
+#include "tools/veluctl/queue_wait.h"
 #include "tools/veluctl/run_text.h"
 #include "tools/veluctl/terminal.h"
 
@@ -15,10 +16,10 @@ constexpr double kPlainSeconds = 5;
 // A rate of less than a second says nothing.
 constexpr double kRateSeconds = 1;
 
-const char *PhaseText(Phase phase) {
+std::string PhaseText(Phase phase) {
     switch (phase) {
     case Phase::queued:
-        return "waiting: the daemon begins once no signal has come for 10 seconds";
+        return "waiting: the run " + QueueWaitText(QueueWaitLook());
     case Phase::running:
         return "running";
     case Phase::kept:

@@ -75,6 +75,8 @@ ExitCode RequestLinesSend(const std::vector<std::string> &lines, const Options &
     FdHandle file;
     if (const int error = LinesAppend(lines, &file); error != 0)
         return QueueFailed(error);
+    if (!options.no_signal)
+        DaemonAwait();
     const int wake = options.no_signal ? 0 : DaemonWake();
     const std::string queued = Counted(static_cast<long long>(lines.size()), "request") + " queued";
     if (wake == ESRCH || (options.wait && DaemonFind() == 0))

@@ -13,6 +13,7 @@ ExitCode StatusCommand(const Options &options) {
     WatcherStatus(&view);
     LastRunStatus(&view);
     QueueStatus(&view);
+    QuietStatus(&view);
     KeptStatus(&view);
     StorageStatus(&view);
     const bool reached = CataloguesStatus(&view);

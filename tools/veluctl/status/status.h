@@ -34,6 +34,7 @@ void LastRunStatus(StatusView *view);
 void WatcherStatus(StatusView *view);
 void RulesStatus(StatusView *view);
 void QueueStatus(StatusView *view);
+void QuietStatus(StatusView *view);
 void KeptStatus(StatusView *view);
 void StorageStatus(StatusView *view);
 // False when a catalogue cannot be reached.
