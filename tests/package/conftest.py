@@ -42,13 +42,13 @@ def unpacked(packages, tmp_path_factory):
     return folder
 
 
-def next_version(package, folder, mark):
-    """The same package as of a version later."""
+def of_version(package, folder, wanted):
+    """The same package as of another version."""
     name, version = field(package, "Package"), field(package, "Version")
     tree = folder / name
     subprocess.run(["dpkg-deb", "-R", package, tree], check=True)
     control = tree / "DEBIAN/control"
-    control.write_text(control.read_text(encoding="utf-8").replace(version, version + mark), encoding="utf-8")
+    control.write_text(control.read_text(encoding="utf-8").replace(version, wanted), encoding="utf-8")
     subprocess.run(["dpkg-deb", "-Znone", "-b", tree, folder / f"{name}.deb"], check=True, capture_output=True)
     shutil.rmtree(tree)
 
@@ -65,8 +65,9 @@ def version_0_1_0(packages, folder):
     control.write_text("".join("Version: 0.1.0\n" if line.startswith("Version:") else line for line in lines
                                if not line.startswith("Recommends:")), encoding="utf-8")
     script = tree / "DEBIAN/postinst"
-    of_old = re.sub(r"(?ms)^if .*? /etc/veluinfo\.conf .*?^fi$", "", script.read_text(encoding="utf-8"))
-    assert ">/etc/veluinfo.conf" not in of_old, "it made no configuration"
+    # What the package itself says stands in front of what debhelper adds.
+    of_old = re.sub(r"(?ms)^if .*?^fi$", "", script.read_text(encoding="utf-8"), count=2)
+    assert "/etc/veluinfo.conf" not in of_old, "it made no configuration, and told of none"
     script.write_text(of_old, encoding="utf-8")
     subprocess.run(["dpkg-deb", "-Znone", "-b", tree, folder / "veluindexd.deb"], check=True, capture_output=True)
     shutil.rmtree(tree)
@@ -77,16 +78,19 @@ def shared(packages, tmp_path_factory):
     """What the machine sees in /mnt: the packages in new/ and, of later versions, in newer/ and newest/, of version 0.1.0 in
     old/; media files in media/."""
     folder = tmp_path_factory.mktemp("shared")
-    for name in ("old", "new", "newer", "newest", "media"):
+    for name in ("old", "new", "newer", "newest", "media", "server"):
         (folder / name).mkdir()
     for name, package in packages.items():
         shutil.copy(package, folder / "new" / f"{name}.deb")
-        next_version(package, folder / "newer", "+1")
-        next_version(package, folder / "newest", "+2")
+        version = field(package, "Version")
+        of_version(package, folder / "newer", version + "+1")
+        of_version(package, folder / "newest", version + "+2")
     version_0_1_0(packages, folder / "old")
+    of_version(packages["veluindexd-postgresql"], folder / "old", "0.1.0")
     wav = f"{folder}/tone.wav"
     media.tone(wav)
     media.mp3(f"{folder}/media/song.mp3", wav, title="First Song", artist="The Players", album="Early Works")
+    media.make_samples(str(folder / "media"))
     media.audio(f"{folder}/media/tone.aac", wav)
     media.audio(f"{folder}/media/tone.ogg", wav, "-c:a", "libvorbis", title="Second Song")
     folder.chmod(0o755)
@@ -94,15 +98,31 @@ def shared(packages, tmp_path_factory):
 
 
 @pytest.fixture(scope="session")
-def machine(packages, shared, tmp_path_factory):
-    """A booted machine that has what the packages depend on, and nothing of the packages."""
+def base(packages):
+    """A root that has what the packages depend on, and nothing of the packages."""
     depends = [part for package in packages.values() for part in field(package, "Depends").split(",")]
     names = [re.split(r"[ (|]", part.strip())[0] for part in depends]
-    base = make_root(ROOTS, [name for name in names if name not in NAMES])
+    return make_root(ROOTS, [name for name in names if name not in NAMES])
+
+
+def booted(base, folder, shared):
+    """A machine over the root, which goes when it is done with."""
     # Not below /tmp, which may be in memory and no place for a layer.
-    made = Machine(base, BUILT / "machine", shared)
+    made = Machine(base, BUILT / folder, shared)
     try:
         made.boot()
         yield made
     finally:
         made.close()
+
+
+@pytest.fixture(scope="session")
+def machine(base, shared):
+    """A booted machine for the life of the packages, in its chapters."""
+    yield from booted(base, "machine", shared)
+
+
+@pytest.fixture(scope="module")
+def fresh(base, shared):
+    """Another one for the tests of one file."""
+    yield from booted(base, "fresh", shared)

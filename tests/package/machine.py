@@ -10,8 +10,8 @@ import time
 
 SUITE = "bookworm"
 # Beside apt and what a package of ours depends on: an init to start services, man to read the manuals, and acl, which the
-# daemon as a user of its own needs.
-PACKAGES = ("systemd-sysv", "man-db", "acl")
+# daemon as a user of its own needs, and adduser, which an ordinary machine has.
+PACKAGES = ("systemd-sysv", "man-db", "acl", "adduser")
 # Of other packages, nobody reads these here. The folders stay: a package that is removed must not be the last in them.
 EXCLUDED = ("/usr/share/locale/*/*", "/usr/share/doc/*/*", "/usr/share/man/man*/*")
 SETTINGS = ("env", "-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", "HOME=/root", "LC_ALL=C.UTF-8", "DEBIAN_FRONTEND=noninteractive")

@@ -11,6 +11,7 @@
 #include "tools/veluctl/config_look.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/row_writer.h"
+#include "tools/veluctl/rules_hint.h"
 
 namespace {
 
@@ -60,7 +61,8 @@ ExitCode ConfigCommand(const Options &options) {
     } else {
         if (!only_problems) {
             ValuesPrint(findings);
-            printf("%s%s\n", problems == 0 ? "" : "\n",
+            const bool hint = RulesHintPrint();
+            printf("%s%s\n", problems == 0 && !hint ? "" : "\n",
                    problems == 0 ? "Nothing wrong was found." : (Counted(problems, "problem") + ":").c_str());
         }
         for (const ConfigurationFinding &one : findings) {

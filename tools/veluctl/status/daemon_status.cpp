@@ -26,5 +26,7 @@ void RulesStatus(StatusView *view) {
     if (view->json)
         view->answer["rules"] = rules;
     else
-        StatusSay("rules", rules);
+        StatusSay("rules", std::string(rules) + (RuleSetConfigured() == RuleSet::complete
+                                                     ? ""
+                                                     : " (veluctl config says how to switch)"));
 }
