@@ -17,8 +17,8 @@
 #include "catalogue/file_stamp.h"
 #include "catalogue/file_trouble.h"
 #include "catalogue/last_picture.h"
-#include "catalogue/photo_date.h"
 #include "catalogue/playlist_entries.h"
+#include "catalogue/read_row.h"
 #include "catalogue/reader_cover.h"
 #include "catalogue/util.h"
 #include "platform/file.h"
@@ -29,41 +29,9 @@ namespace {
 
 constexpr char kLogName[] = "by_reader.c";
 
-constexpr std::string_view kCompanionFact = "companion";
-constexpr std::string_view kSubtitleFact = "subtitle";
-
-// What the content is counts, not what the name says.
-MediaKind KindOf(ContentClass content, MediaKind named) {
-    switch (content) {
-    case ContentClass::sound:
-        return kMediaMusic;
-    case ContentClass::film:
-        return kMediaVideo;
-    case ContentClass::picture:
-        return kMediaPhoto;
-    case ContentClass::unknown:
-    case ContentClass::playlist:
-        break;
-    }
-    return named;
-}
-
 bool IsRead(const FileReport &report) {
     return report.error == 0 && report.read.end == ReadEnd::answered &&
            report.read.answer.status == AnswerStatus::read;
-}
-
-MediaInfo RecordOf(const FileReport &report, const char *path, FromName *from_name) {
-    MediaInfo record = {};
-    snprintf(record.path, sizeof record.path, "%s", path);
-    record.file_size = static_cast<uint64_t>(report.status.st_size);
-    VELUIndexTimeText(report.status.st_ctim.tv_sec, record.create_time, sizeof record.create_time);
-    VELUIndexTimeText(report.status.st_mtim.tv_sec, record.modify_time, sizeof record.modify_time);
-    FactColumnsFill(report.read.answer, &record);
-    *from_name = {record.title[0] == '\0', record.album[0] == '\0'};
-    MediaDefaultsFill(kLogName, path, &record);
-    MediaInfoValid(&record);
-    return record;
 }
 
 // A stamp with what it says of the row, and of what lies beside the file.
@@ -76,33 +44,25 @@ std::string WholeStamp(std::string_view stamp, const FromName &from_name, const 
 // `rows` are those that its path has so far, `stamp` what is the file's own of it.
 int RowSave(MediaKind named, const FileReport &report, const char *path, const std::vector<FileRow> &rows,
             std::string_view stamp, std::string_view trouble = {}) {
-    const MediaKind kind = KindOf(report.read.answer.content, named);
+    ReadRow row = ReadRowOf(report, named, path);
+    const MediaKind kind = row.kind;
     std::vector<int> others;
-    for (const FileRow &row : rows) {
-        if (row.kind != kind)
-            others.push_back(row.kind);
+    for (const FileRow &known : rows) {
+        if (known.kind != kind)
+            others.push_back(known.kind);
     }
-    FromName from_name;
-    MediaInfo record = RecordOf(report, path, &from_name);
+    MediaInfo &record = row.record;
     const bool had_cover = std::ranges::any_of(rows, &FileRow::has_cover);
     const FileCover cover = FileCoverSave(report, kind, path, had_cover);
     record.has_cover = cover.there ? 1 : 0;
     const std::string whole = cover.sure && !report.beside_unseen
-                                  ? WholeStamp(stamp, from_name, report, cover.stamp)
+                                  ? WholeStamp(stamp, row.from_name, report, cover.stamp)
                                   : std::string();
     FileFindings findings = {.stamp = whole, .trouble = trouble, .displaced = others};
     findings.first_cover = cover.there && !had_cover;
-    FactRows known = FactRowsOf(report.read.answer);
-    std::vector<std::string> date_source;
-    if (kind == kMediaPhoto)
-        date_source = PhotoDateFill(report.status.st_mtim.tv_sec, &record);
     if (kind == kMediaPhoto)
         LastPictureKeep(record);
-    FactRowsAdd(&known, "date_source", date_source);
-    FactRowsAdd(&known, kCompanionFact, report.companions);
-    if (kind == kMediaVideo)
-        FactRowsAdd(&known, kSubtitleFact, report.subtitles);
-    findings.facts = known.facts;
+    findings.facts = row.facts.facts;
     const std::string folded_name = FileNameFolded(path);
     findings.folded_name = folded_name;
     const EntryRows named_in = EntryRowsOf(report.read.entries);

@@ -88,6 +88,13 @@ int IndexRecipeFill(const IndexRecipe &recipe, const char *path, MediaInfo *reco
     return result;
 }
 
+int IndexRecipeRecord(const IndexRecipe &recipe, const char *path, MediaInfo *record) {
+    const int result = IndexRecipeFill(recipe, path, record);
+    if (result >= 0 && recipe.second_read != nullptr)
+        recipe.second_read(path, record);
+    return result;
+}
+
 const ByReader *IndexRecipeReader(const IndexRecipe &recipe, const char *path) {
     const bool reads = RuleSetActive() == RuleSet::complete && path != nullptr && *path != '\0' &&
                        !(recipe.leaves_out_attributes && IsAttributePath(path));
@@ -100,11 +107,9 @@ int IndexRecipeAdd(const IndexRecipe &recipe, const char *path) {
     if (recipe.leaves_out_attributes && path != nullptr && IsAttributePath(path))
         return IsFileExist(path, nullptr) ? 0 : -1;
     MediaInfo record;
-    const int result = IndexRecipeFill(recipe, path, &record);
+    const int result = IndexRecipeRecord(recipe, path, &record);
     if (result < 0)
         return -1;
-    if (recipe.second_read != nullptr)
-        recipe.second_read(path, &record);
     if (MediaInfoDBSave(recipe.kind, &record) == 0)
         return result;
     SaveFailureLog(recipe, path);

@@ -54,6 +54,9 @@ struct IndexRecipe {
 // argument (logged) or a path that is no existing file (silent).
 int IndexRecipeFill(const IndexRecipe &recipe, const char *path, MediaInfo *record);
 
+// Fills a record with all that would be saved. Returns what IndexRecipeFill does.
+int IndexRecipeRecord(const IndexRecipe &recipe, const char *path, MediaInfo *record);
+
 // Returns how a file is handed to a reader; null when it is not.
 const ByReader *IndexRecipeReader(const IndexRecipe &recipe, const char *path);
 

@@ -157,6 +157,52 @@ def test_dump_shows_the_readers_and_leaves_catalogue_covers_and_log_alone(librar
     assert library.ctl("dump", "/volume1/gone.mp3")["status"] == FOUND
 
 
+HELD, FACTS = "the catalogue would hold", "its facts"
+
+
+@pytest.mark.parametrize("rules", ["complete", "appliance"])
+def test_dump_begins_with_what_the_catalogue_then_holds(rules, box, samples):
+    """Of files of every kind: the row that a run makes, with its table and facts."""
+    box.configure(rules=rules)
+    paths = [f"/volume1/music/all/{sample.name}" for sample in sorted(samples.iterdir()) if sample.is_file()]
+    for path in paths:
+        box.copy(samples / os.path.basename(path), path)
+    box.copy(samples / "cover.jpg" if (samples / "cover.jpg").exists() else samples / "exif.jpg", "/volume1/music/all/folder.jpg")
+    box.write("/volume1/music/all/broken.mp3", b"\xff\xfb\x90")
+    box.write("/volume1/music/all/text.txt", b"x")
+    dumped = {path: box.ctl_json("dump", path) for path in [*paths, "/volume1/music/all/broken.mp3"]}
+    box.start().index("A:/volume1/music/all")
+    facts = {}
+    for row in sorted(box.rows("fact"), key=lambda row: row["position"]) if rules == "complete" else []:
+        facts.setdefault(row["path"], {}).setdefault(row["name"], []).append(row["value"])
+    compared = set()
+    for kind in ("music", "video", "photo", "playlist"):
+        for row in box.rows(kind):
+            if row["path"] not in dumped:
+                continue
+            first, second = dumped[row["path"]][0], dumped[row["path"]][1]
+            assert first["part"] == HELD and first["table"] == kind, (row["path"], first)
+            told = {name: value for name, value in first.items() if name in row}
+            stored = {name: value for name, value in row.items() if value not in (0, "", None)}
+            assert {name: pytest.approx(value, abs=0.001) if isinstance(value, float) else value for name, value in stored.items()} == told, row["path"]
+            if rules == "complete":
+                held = {name: text_of(value) for name, value in second.items() if name not in ("part", "messages")} if second["part"] == FACTS else {}
+                assert held == {name: text_of("; ".join(values)) for name, values in facts.get(row["path"], {}).items()}, row["path"]
+            compared.add(kind)
+    assert compared == {"music", "video", "photo", "playlist"}
+    assert "no row" in box.ctl_json("dump", "/volume1/music/all/text.txt")[0]["messages"][0]
+    if rules == "complete":
+        assert "since it cannot be read" in dumped["/volume1/music/all/broken.mp3"][0]["messages"][0]
+
+
+def text_of(value):
+    """Numbers as the catalogue has them; bytes as the harness has them."""
+    try:
+        return f"{float(value):g}"
+    except ValueError:
+        return value.encode().decode("latin-1") if isinstance(value, str) and not value.isascii() and max(map(ord, value)) > 255 else value
+
+
 def findings(box, *arguments):
     return {(row["problem"], row["repair"], path) for row, path in
             ((row, paths_of([row])[0]) for row in json.loads(box.ctl("check", "--json", *arguments)["out"].encode("latin-1")))}

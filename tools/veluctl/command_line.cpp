@@ -303,8 +303,10 @@ std::vector<ProgramCommand> LooksMake(Options *options) {
                  {Needed("path", "PATH", "The file or directory", &options->path)}, {json}),
         LookMake("why", "Tell whether a path is in the catalogue and as what, or what keeps it out",
                  WhyCommand, {Needed("path", "PATH", "The file or directory", &options->path)}, {json}),
-        LookMake("dump", "Show what each reader sees in a file, without touching the catalogue", DumpCommand,
-                 {Needed("file", "FILE", "The file", &options->path)},
+        LookMake("dump",
+                 "Show what the catalogue would hold of a file and what each reader sees in it, without "
+                 "touching it",
+                 DumpCommand, {Needed("file", "FILE", "The file", &options->path)},
                  {{.letter = 'a',
                    .name = "all",
                    .type = nullptr,

@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// veluctl dump: what each reader of the daemon sees in one file.
+// veluctl dump: what the catalogue would hold of a file, and what each reader of the daemon sees in it.
 #include <errno.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <iterator>
 
 #include "audio/cover_file.h"
 #include "platform/rule_set.h"
 #include "platform/veluindex.h"
 #include "platform/velusdk.h"
 #include "tools/queue/request_path.h"
+#include "tools/veluctl/catalogue_parts.h"
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/covers.h"
 #include "tools/veluctl/log_lines.h"
@@ -75,10 +77,15 @@ ExitCode DumpCommand(const Options &options) {
     if (*covers.folder == '\0')
         return Complain(kFailed, std::string("no place for cover pictures in /tmp: ") + strerror(errno));
     const unsigned kinds = options.every_reader ? kAllFiles : ReaderKindsOf(VELUIndexExtGet(path.c_str()));
-    std::vector<RecordPart> parts;
-    if (RuleSetConfigured() == RuleSet::complete)
-        parts = ReaderFactParts(path);
-    bool any = parts.size() > 1;
+    FileParts held = CatalogueParts(path);
+    bool any = false;
+    std::vector<RecordPart> parts = std::move(held.parts);
+    if (RuleSetConfigured() == RuleSet::complete) {
+        std::vector<RecordPart> found = ReaderFactParts(path);
+        any = found.size() > 1;
+        parts.insert(parts.end(), std::make_move_iterator(found.begin()),
+                     std::make_move_iterator(found.end()));
+    }
     for (const Reader &reader : Readers()) {
         if ((reader.kinds & kinds) == 0)
             continue;

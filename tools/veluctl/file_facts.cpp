@@ -25,8 +25,9 @@ std::string TextOf(const ResultHandle &rows, int row, const char *column) {
     return field != nullptr ? field : "";
 }
 
-// Adds a value, behind those of the same name if they come one after the other.
-void Put(FileParts *all, RecordPart *part, std::string name, std::string value) {
+} // namespace
+
+void FactPut(FileParts *all, RecordPart *part, std::string name, std::string value) {
     if (!part->columns.empty() && part->columns.back().name == name) {
         part->columns.back().type = Type::text;
         part->values.back() = *part->values.back() + kBetweenValues + value;
@@ -38,6 +39,8 @@ void Put(FileParts *all, RecordPart *part, std::string name, std::string value) 
     part->values.emplace_back(std::move(value));
 }
 
+namespace {
+
 bool StateRead(CatalogueReader *reader, const std::string &path, FileParts *all) {
     const ResultHandle rows = CatalogueQuery(reader, Catalogue::media,
                                              "select added, trouble from file_state where path = $1", {path});
@@ -45,9 +48,9 @@ bool StateRead(CatalogueReader *reader, const std::string &path, FileParts *all)
         return false;
     RecordPart part = {"file", {}, {}, {}};
     for (int row = -1; VELUDBFetchRow(rows.get(), &row) == 0;) {
-        Put(all, &part, "added", TextOf(rows, row, "added"));
+        FactPut(all, &part, "added", TextOf(rows, row, "added"));
         if (std::string trouble = TextOf(rows, row, "trouble"); !trouble.empty())
-            Put(all, &part, "trouble", std::move(trouble));
+            FactPut(all, &part, "trouble", std::move(trouble));
         all->parts.push_back(part);
     }
     return true;
@@ -61,7 +64,7 @@ bool FactsRead(CatalogueReader *reader, const std::string &path, FileParts *all)
         return false;
     RecordPart part = {"facts", {}, {}, {}};
     for (int row = -1; VELUDBFetchRow(rows.get(), &row) == 0;)
-        Put(all, &part, TextOf(rows, row, "name"), TextOf(rows, row, "value"));
+        FactPut(all, &part, TextOf(rows, row, "name"), TextOf(rows, row, "value"));
     if (!part.columns.empty())
         all->parts.push_back(std::move(part));
     return true;

@@ -19,6 +19,9 @@ struct FileParts {
     std::vector<RecordPart> parts;
 };
 
+// Adds a value of a fact to a part, behind those of the same name if they come one after the other.
+void FactPut(FileParts *all, RecordPart *part, std::string name, std::string value);
+
 // Returns the state of a file and its facts, those that there are; several values of a fact are joined by "; ". False, with the
 // reason in the reader, when the catalogue cannot be read.
 [[nodiscard]] bool FilePartsRead(CatalogueReader *reader, const std::string &path, FileParts *parts);

@@ -58,17 +58,18 @@ void FieldPut(const MediaInfo &record, const MediaColumn &column, Filling *filli
         filling->Number(column.name, MediaFieldAs<uint32_t>(record, column));
         break;
     case ColumnKind::bytes:
-        filling->Number(column.name, static_cast<int64_t>(MediaFieldAs<uint64_t>(record, column)));
+        filling->Number(column.name, static_cast<int64_t>(MediaFieldAs<uint64_t>(record, column)),
+                        Type::bytes);
         break;
     }
 }
 
 } // namespace
 
-RecordPart MediaPart(const char *reader, const MediaInfo &record) {
+RecordPart MediaPart(const char *reader, const MediaInfo &record, bool whole) {
     Filling filling{{reader, {}, {}, {}}};
     for (const MediaColumn &column : kMediaRowColumns)
-        if (column.source != ColumnSource::file_system)
+        if (whole || column.source != ColumnSource::file_system)
             FieldPut(record, column, &filling);
     return filling.part;
 }

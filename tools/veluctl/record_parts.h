@@ -7,6 +7,7 @@
 #include "platform/photo_record.h"
 #include "tools/veluctl/record_print.h"
 
-RecordPart MediaPart(const char *reader, const MediaInfo &record);
+// `whole`: with what the file system says of the file.
+RecordPart MediaPart(const char *reader, const MediaInfo &record, bool whole = false);
 RecordPart PhotoPart(const char *reader, const PhotoRecord &record);
 RecordPart PicturePart(const char *reader, int width, int height);
