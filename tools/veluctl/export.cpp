@@ -43,12 +43,12 @@ public:
 
 private:
     void Flush() {
-        KnownFiles known;
+        FileDetailsOf known;
         if (with_facts_ && !failed_) {
             std::vector<std::string> paths;
             for (const auto &[table, row] : waiting_)
                 paths.push_back(row.back().value_or("")); // the key is the last column
-            failed_ = !KnownFilesRead(reader_, paths, &known);
+            failed_ = !FileDetailsRead(reader_, paths, &known);
         }
         for (const auto &[table, row] : waiting_)
             if (!failed_)

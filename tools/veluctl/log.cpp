@@ -54,7 +54,7 @@ constexpr Column kColumns[] = {{"time", "TIME", Type::text},
                                {"path", "ABOUT", Type::text},
                                {"text", "TEXT", Type::text}};
 
-void RowsPrint(const std::vector<LogLine> &lines, const std::vector<LogGroup> &groups, size_t most,
+void RowsPrint(const std::vector<LoggedLine> &lines, const std::vector<LogGroup> &groups, size_t most,
                Form form) {
     std::vector<size_t> group_of(lines.size());
     for (size_t group = 0; group < groups.size(); ++group)
@@ -67,7 +67,7 @@ void RowsPrint(const std::vector<LogLine> &lines, const std::vector<LogGroup> &g
     writer.End();
 }
 
-void GroupPrint(const std::vector<LogLine> &lines, const LogGroup &group, size_t columns) {
+void GroupPrint(const std::vector<LoggedLine> &lines, const LogGroup &group, size_t columns) {
     std::string number = std::to_string(group.lines.size());
     number.insert(0, number.size() < kIndent - 2 ? kIndent - 2 - number.size() : 0, ' ');
     for (const std::string &line :

@@ -36,7 +36,7 @@ public:
     CsvRows(const CatalogueTable &table, bool with_facts, FILE *out)
         : columns_(ColumnsMake(table, with_facts)), rows_(Form::csv, columns_, out) {}
 
-    void Add(const CatalogueTable &table, const Row &row, const KnownFile *file) override {
+    void Add(const CatalogueTable &table, const Row &row, const FileDetails *file) override {
         Row line = {table.kind};
         line.insert(line.end(), row.begin(), row.end());
         if (file != nullptr) {

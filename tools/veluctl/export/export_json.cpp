@@ -32,7 +32,7 @@ class JsonLines : public ExportWriter {
 public:
     explicit JsonLines(FILE *out) : out_(out), terminal_(IsTerminal(out)) {}
 
-    void Add(const CatalogueTable &table, const Row &row, const KnownFile *file) override {
+    void Add(const CatalogueTable &table, const Row &row, const FileDetails *file) override {
         Json object = Json::object();
         object["kind"] = table.kind;
         for (size_t at = 0; at < table.columns.size(); ++at)

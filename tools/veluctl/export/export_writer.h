@@ -7,7 +7,7 @@
 
 #include <memory>
 
-#include "tools/veluctl/export/known_files.h"
+#include "tools/veluctl/export/file_details.h"
 #include "tools/veluctl/row_writer.h"
 
 class ExportWriter {
@@ -18,7 +18,7 @@ public:
     virtual ~ExportWriter() = default;
 
     // Adds a row of the table's columns; `file` is null where nothing is known beside it.
-    virtual void Add(const CatalogueTable &table, const Row &row, const KnownFile *file) = 0;
+    virtual void Add(const CatalogueTable &table, const Row &row, const FileDetails *file) = 0;
     virtual void End() {}
 };
 

@@ -65,7 +65,7 @@ LogParts LogPartsOf(const std::string &text) {
             text.substr(begin, end - begin)};
 }
 
-std::vector<LogGroup> LogGroupsOf(const std::vector<LogLine> &lines) {
+std::vector<LogGroup> LogGroupsOf(const std::vector<LoggedLine> &lines) {
     std::vector<LogGroup> groups;
     std::map<std::string, size_t> known;
     for (size_t at = 0; at < lines.size(); ++at) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/veluctl/log/log_line.h"
+#include "tools/veluctl/log/logged_line.h"
 
 struct LogGroup {
     std::string text; // with "..." in the place of what differs; that of the line when there is one alone
@@ -22,4 +22,4 @@ struct LogParts {
 LogParts LogPartsOf(const std::string &text);
 
 // Puts the lines into groups, those with the first line first.
-std::vector<LogGroup> LogGroupsOf(const std::vector<LogLine> &lines);
+std::vector<LogGroup> LogGroupsOf(const std::vector<LoggedLine> &lines);

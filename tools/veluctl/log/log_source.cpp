@@ -38,7 +38,7 @@ Sight JournalLook() {
 }
 
 // False when its program does not do.
-bool JournalRead(int64_t from, int64_t to, std::vector<LogLine> *lines) {
+bool JournalRead(int64_t from, int64_t to, std::vector<LoggedLine> *lines) {
     const std::string command =
         "journalctl --quiet --no-pager --all --output=short-unix --identifier=veluindexd --since=@" +
         std::to_string(from) + " --until=@" + std::to_string(to + 1);
@@ -48,8 +48,9 @@ bool JournalRead(int64_t from, int64_t to, std::vector<LogLine> *lines) {
     char *text = nullptr;
     size_t size = 0;
     for (ssize_t length = 0; (length = getline(&text, &size, pipe)) > 0;) {
-        LogLine line;
-        if (LogLineOfJournal({text, static_cast<size_t>(length - (text[length - 1] == '\n' ? 1 : 0))}, &line))
+        LoggedLine line;
+        if (LoggedLineOfJournal({text, static_cast<size_t>(length - (text[length - 1] == '\n' ? 1 : 0))},
+                                &line))
             lines->push_back(std::move(line));
     }
     free(text);
@@ -63,8 +64,8 @@ void FileRead(const char *path, int64_t from, int64_t to, LogAnswer *answer) {
         answer->problem = std::string(path) + ": " + strerror(errno) + "; run this with sudo";
     const time_t now = time(nullptr);
     for (std::string text; std::getline(file, text);) {
-        LogLine line;
-        if (LogLineOfFile(text, now, &line) && line.time >= from && line.time <= to)
+        LoggedLine line;
+        if (LoggedLineOfFile(text, now, &line) && line.time >= from && line.time <= to)
             answer->lines.push_back(std::move(line));
     }
 }

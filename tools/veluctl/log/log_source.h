@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "tools/veluctl/log/log_line.h"
+#include "tools/veluctl/log/logged_line.h"
 
 struct LogAnswer {
-    std::vector<LogLine> lines; // in their order
-    std::string source;         // in words; empty: neither can be read
-    std::string problem;        // why
+    std::vector<LoggedLine> lines; // in their order
+    std::string source;            // in words; empty: neither can be read
+    std::string problem;           // why
 };
 
 // Reads the lines between two moments, in seconds of the epoch, both included.

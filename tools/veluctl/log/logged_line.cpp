@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "tools/veluctl/log/log_line.h"
+#include "tools/veluctl/log/logged_line.h"
 
 #include <stdlib.h>
 #include <string.h>
@@ -21,7 +21,7 @@ std::string_view WordTake(std::string_view *rest) {
 }
 
 // What stands behind the time: host, program and process, text.
-bool RestRead(std::string_view rest, LogLine *read) {
+bool RestRead(std::string_view rest, LoggedLine *read) {
     WordTake(&rest);
     const std::string_view program = WordTake(&rest);
     if (!program.starts_with(kProgram) || program.size() == kProgram.size() ||
@@ -47,7 +47,7 @@ time_t WithYear(struct tm moment, time_t now) {
 
 } // namespace
 
-bool LogLineOfJournal(std::string_view line, LogLine *read) {
+bool LoggedLineOfJournal(std::string_view line, LoggedLine *read) {
     const std::string_view seconds = WordTake(&line);
     char *end = nullptr;
     const std::string text(seconds);
@@ -55,7 +55,7 @@ bool LogLineOfJournal(std::string_view line, LogLine *read) {
     return end != text.c_str() && (*end == '.' || *end == '\0') && RestRead(line, read);
 }
 
-bool LogLineOfFile(std::string_view line, time_t now, LogLine *read) {
+bool LoggedLineOfFile(std::string_view line, time_t now, LoggedLine *read) {
     const std::string text(line);
     struct tm moment = {};
     if (const char *rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &moment); rest != nullptr) {

@@ -10,14 +10,14 @@
 
 #include "tools/veluctl/catalogue_reader.h"
 
-struct KnownFile {
+struct FileDetails {
     std::string added;
     std::string trouble;
     std::vector<std::pair<std::string, std::string>>
         facts; // names and values, in the order of names and positions
 };
-using KnownFiles = std::map<std::string, KnownFile>; // by path
+using FileDetailsOf = std::map<std::string, FileDetails>; // by path
 
 // False, with the reason in the reader, when the catalogue cannot be read.
-[[nodiscard]] bool KnownFilesRead(CatalogueReader *reader, const std::vector<std::string> &paths,
-                                  KnownFiles *known);
+[[nodiscard]] bool FileDetailsRead(CatalogueReader *reader, const std::vector<std::string> &paths,
+                                   FileDetailsOf *known);

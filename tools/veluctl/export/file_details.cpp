@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // Two statements for some hundred files.
-#include "tools/veluctl/export/known_files.h"
+#include "tools/veluctl/export/file_details.h"
 
 #include "tools/veluctl/sql_text.h"
 
@@ -20,14 +20,14 @@ void PathsPut(const std::vector<std::string> &paths, SqlText *query) {
 
 } // namespace
 
-bool KnownFilesRead(CatalogueReader *reader, const std::vector<std::string> &paths, KnownFiles *known) {
+bool FileDetailsRead(CatalogueReader *reader, const std::vector<std::string> &paths, FileDetailsOf *known) {
     if (paths.empty())
         return true;
     SqlText states;
     PathsPut(paths, &states.Add("select path, added, trouble from file_state where path"));
     const ResultHandle rows = CatalogueQuery(reader, Catalogue::media, states.sql, states.values);
     for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;) {
-        KnownFile &file = (*known)[VELUDBFetchText(rows.get(), at, "path")];
+        FileDetails &file = (*known)[VELUDBFetchText(rows.get(), at, "path")];
         file.added = VELUDBFetchText(rows.get(), at, "added");
         file.trouble = VELUDBFetchText(rows.get(), at, "trouble");
     }
