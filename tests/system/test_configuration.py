@@ -181,3 +181,37 @@ def test_without_a_character_set_and_in_a_pipe_lines_stay_whole(box, decoder, bi
     configured(box, decoder)
     assert all(len(line) <= 80 for line in box.ctl("config")["out"].splitlines() if str(binary.parent) not in line)
     assert box.ctl("config", "chek")["status"] == 2 and box.ctl("config", "--json", "--csv")["status"] == 2
+
+
+HIDES = 'mount -t tmpfs none /volume1/own && mount --bind /volume1/read /volume1/read && mount -o remount,bind,ro /volume1/read && exec "$@"'
+
+
+def test_what_the_running_service_cannot_see_or_write_is_told(box):
+    """As its sandbox makes it: a folder of its own in the place of one, and one that it may only read."""
+    for folder in ("own/db", "read/db", "free"):
+        box.mkdir(f"/volume1/{folder}")
+    box.start(wrapper=["/usr/bin/unshare", "--mount", "/bin/sh", "-c", HIDES, "sh"])
+    for file, words in (("/volume1/own/db/media.db", "what is there is hidden from it"), ("/volume1/own/new/media.db", "what is there is hidden from it"),
+                        ("/volume1/read/db/media.db", "the service may not write in /volume1/read/db"), ("/volume1/free/media.db", None)):
+        configured(box, f'mediadb="sqlite:{file}"', 'photodb="sqlite:/volume1/free/photo.db"', 'coverdir="/volume1/free/covers"')
+        problems = [problem for (_, key), problem in problems_of(box).items() if key == "mediadb"]
+        assert [words in problem for problem in problems] == ([True] if words else []), (file, problems)
+    configured(box, 'mediadb="sqlite:/volume1/free/media.db"', 'photodb="sqlite:/volume1/free/photo.db"', 'coverdir="/volume1/read/covers"')
+    cover, = [problem for (_, key), problem in problems_of(box).items() if key == "coverdir"]
+    assert "ReadWritePaths=/volume1/read" in cover
+    # A user who may not look at the daemon's folders is told nothing of them.
+    assert not [row for row in json.loads(box.ctl("config", "--json", user=65534)["out"]) if row["key"] == "coverdir" and row["problem"]]
+
+
+def test_where_no_daemon_runs_its_unit_is_asked(box):
+    box.write("/tmp/bin/systemctl", "#!/bin/sh\necho LoadState=loaded\necho PrivateTmp=yes\necho ProtectHome=read-only\necho ProtectSystem=strict\n"
+                                    "echo StateDirectory=velu\necho ReadWritePaths=/run /var/spool -/volume1\n")
+    os.chmod(box.box.path("/tmp/bin/systemctl"), 0o755)
+    configured(box, 'mediadb="sqlite:/tmp/media.db"', 'photodb="sqlite:/var/lib/velu/photo.db"', 'coverdir="/srv/covers"')
+    answer = box.box.ask("run", arguments=[box.ctl_program, "config", "--json"], environment={"PATH": "/tmp/bin:/usr/bin:/bin"}, timeout=60)
+    problems = {row["key"]: row["problem"] for row in json.loads(answer["out"]) if row["problem"]}
+    assert problems["mediadb"].endswith("is hidden from it (PrivateTmp=yes)") and "photodb" not in problems
+    assert "(ProtectSystem=strict)" in problems["coverdir"]
+    box.write("/tmp/bin/systemctl", "#!/bin/sh\nexit 1\n")
+    answer = box.box.ask("run", arguments=[box.ctl_program, "config", "--json"], environment={"PATH": "/tmp/bin:/usr/bin:/bin"}, timeout=60)
+    assert not [row for row in json.loads(answer["out"]) if row["key"] in ("mediadb", "coverdir") and row["problem"]]

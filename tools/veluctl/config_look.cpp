@@ -9,8 +9,10 @@
 
 #include "platform/configuration.h"
 #include "platform/sdk/key_lines.h"
+#include "platform/veludb.h"
 #include "tools/veluctl/config_value.h"
 #include "tools/veluctl/near_key.h"
+#include "tools/veluctl/setup/service_view.h"
 #include "tools/veluctl/uri_text.h"
 
 namespace {
@@ -47,6 +49,14 @@ const KeyFileLine *LineOf(const File &file, std::string_view key) {
     return found != file.lines.end() ? &*found : nullptr;
 }
 
+// What is good for a shell may be out of the service's reach.
+std::string ServiceProblem(const ConfigurationKey &key, const std::string &value) {
+    const char *file = key.kind == ConfigurationKind::catalogue ? VELUDBFileGet(value.c_str()) : nullptr;
+    if (file != nullptr)
+        return ServiceFolderProblem(std::string(file).substr(0, std::string(file).rfind('/')));
+    return key.kind == ConfigurationKind::folder ? ServiceFolderProblem(value) : std::string();
+}
+
 ConfigurationFinding KeyLook(const ConfigurationKey &key, const File &file) {
     ConfigurationFinding finding = {true, key.name, {}, file.path, {}};
     if (file.error != 0)
@@ -56,8 +66,9 @@ ConfigurationFinding KeyLook(const ConfigurationKey &key, const File &file) {
     const std::string value = is_written ? line->value : key.standard;
     finding.value = key.kind == ConfigurationKind::catalogue ? UriWithoutPassword(value) : value;
     finding.source = is_written ? Place(file, *line) : kDefault;
-    const std::string problem =
-        line != nullptr && line->open_quote ? kOpenQuote : ConfigurationProblem(key, value);
+    std::string problem = line != nullptr && line->open_quote ? kOpenQuote : ConfigurationProblem(key, value);
+    if (problem.empty())
+        problem = ServiceProblem(key, value);
     if (!problem.empty())
         finding.problem = problem;
     return finding;
