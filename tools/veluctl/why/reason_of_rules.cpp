@@ -28,12 +28,11 @@ StorageKnows KnowsOf(CatalogueReader *reader) {
         for (const CatalogueTable &table : CatalogueTables()) {
             if (!table.keeps_paths)
                 continue;
-            const std::string range = "(path >= $1 and path < $2)";
-            const ResultHandle rows =
-                CatalogueQuery(reader, table.catalogue,
-                               std::string("select 1 as n from ") + table.table + " where " + range +
-                                   (itself ? " or path = $3" : " and path <> $3") + " limit 1",
-                               {below.low, below.high, path});
+            const ResultHandle rows = CatalogueQuery(
+                reader, table.catalogue,
+                std::string("select 1 as n from ") + table.table + " where (path >= $1 and path < $2)" +
+                    (itself ? " or path = $3" : " and path <> $3") + " limit 1",
+                {below.low, below.high, path});
             if (rows != nullptr && VELUDBRowCount(rows.get()) > 0)
                 return 1;
             if (rows == nullptr && table.catalogue == Catalogue::media)
