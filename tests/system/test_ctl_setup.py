@@ -54,6 +54,9 @@ def test_what_is_there_is_indexed_by_the_command_that_it_tells(bare, samples):
     assert bare.ctl("share", "add", "music", MUSIC, "--index", "--wait")["status"] == DONE
     assert bare.media_paths() == [f"{MUSIC}/a.mp3"]
     told = bare.ctl("share", "add", "photo", "/volume1/photo")["out"].splitlines()[1]
+    bare.ctl("share", "remove", "photo")
+    bare.ctl("feature", "off", "photo")
+    assert "sudo veluctl feature on photo" in bare.ctl("share", "add", "photo", "/volume1/photo")["out"]
     command = told.partition(": sudo veluctl ")[2].split()
     assert bare.ctl(*command)["status"] == DONE
     assert bare.media_paths() == [f"{MUSIC}/a.mp3", "/volume1/photo/Trip/b.jpg"]
@@ -165,6 +168,7 @@ def test_features_are_switched_where_the_daemon_reads_them(bare):
     assert "off already" in bare.ctl("feature", "off", "photo")["out"] and not bare.exists(SWITCHES)
     switched = bare.ctl("feature", "on", "photo")
     assert switched["status"] == DONE and "sudo systemctl restart veluindexd" in switched["out"]
+    assert "sudo veluctl share add photo" in switched["out"], "there is no such share yet"
     assert bare.read(SWITCHES) == b'supportphoto="yes"\n' and os.stat(bare.box.path(SWITCHES)).st_mode & 0o777 == 0o644
     assert "on already" in bare.ctl("feature", "on", "photo")["out"]
     assert {row["feature"]: row["state"] for row in bare.ctl_json("feature", "list")} == {"photo": "on", "cinehall": "off"}

@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <sys/stat.h>
 
+#include "catalogue/shares.h"
 #include "platform/configuration.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/queue/request_path.h"
@@ -20,13 +21,15 @@ struct Feature {
     const char *name;
     const ConfigurationKey &key;
     const char *meaning;
+    const char *needs; // the link of the share that it is about
     const char *fills; // the command that brings what is there already
 };
 
 constexpr Feature kFeatures[] = {
     {"photo", ConfigurationKeyOf("supportphoto"), "the photo library: albums, rights, thumbnails",
-     "sudo veluctl reindex --wait photo"},
-    {"cinehall", ConfigurationKeyOf("supportcinehall"), "the video application: converted films", nullptr},
+     kPhotoShareLink, "sudo veluctl reindex --wait photo"},
+    {"cinehall", ConfigurationKeyOf("supportcinehall"), "the video application: converted films", nullptr,
+     nullptr},
 };
 
 constexpr Column kColumns[] = {
@@ -82,6 +85,9 @@ ExitCode FeatureSwitch(const Feature &feature, bool on) {
         return Complain(kFailed, std::string(kDefaultsFile) + ": " + reason);
     printf("The feature %s is %s, once the daemon is started anew:\n", feature.name, on ? "on" : "off");
     puts("    sudo systemctl restart veluindexd\n    sudo systemctl try-restart veluwatchd");
+    char share[kSharePathSize];
+    if (on && feature.needs != nullptr && !ShareTargetGet(feature.needs, share))
+        puts("It is about the photo share, which is to be made: sudo veluctl share add photo /srv/photo");
     if (on && feature.fills != nullptr)
         printf("What is there already comes by: %s\n", feature.fills);
     return kDone;

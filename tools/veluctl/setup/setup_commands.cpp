@@ -44,7 +44,7 @@ ProgramCommand ShareMake(Options *options) {
     command.examples = {
         {"sudo veluctl share add music /srv/music", "Make a folder the music share"},
         {"sudo veluctl share add photo /srv/photo --index --wait", "The same, and index it at once"},
-        {"veluctl share list", "Which shares are there?"},
+        {"veluctl share list", "See which shares there are"},
     };
     return command;
 }

@@ -10,6 +10,7 @@
 #include "catalogue/shares.h"
 #include "daemon/queue_line.h"
 #include "daemon/storage_away.h"
+#include "platform/configuration.h"
 #include "platform/rule_set.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/queue/request_line.h"
@@ -70,6 +71,8 @@ std::string CommandOf(const std::string &name, const std::string &path) {
 void NextTell(const std::string &name, const std::string &path, bool indexed) {
     if (!indexed)
         printf("To index what is there: %s\n", CommandOf(name, path).c_str());
+    if (name == kPhotoWord && !BlConfigurationIs(ConfigurationKeyOf("supportphoto"), "yes"))
+        puts("To keep a photo library with albums, too: sudo veluctl feature on photo");
     if (WatcherFind() != 0)
         puts("veluwatchd runs, and sees within ten seconds that it is to watch this.");
     else
