@@ -23,7 +23,7 @@ def ffmpeg(*arguments):
     _succeeded(started.run("ffmpeg", "-nostdin", "-loglevel", "error", "-y", *arguments))
 
 
-# Each start of ffmpeg loads two hundred libraries, which takes longer than to write a small file.
+# Files that one call writes: each has streams, encoders and a muxer of its own in memory.
 TOGETHER_MAX = 16
 
 

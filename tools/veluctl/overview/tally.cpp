@@ -74,7 +74,7 @@ Tally TallyTake(TallyReader *tallies, const TallyQuery &query) {
     Tally tally;
     for (int at = -1; rows != nullptr && VELUDBFetchRow(rows.get(), &at) == 0;) {
         tally.groups.push_back({VELUDBFetchText(rows.get(), at, "name"), IntegerOf(rows.get(), at, "files"),
-                                RealOf(rows.get(), at, "bytes"), RealOf(rows.get(), at, "seconds")});
+                                RealOf(rows.get(), at, "bytes")});
         tally.groups_in_all = IntegerOf(rows.get(), at, "groups_in_all");
     }
     return tally;
