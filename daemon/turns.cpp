@@ -44,7 +44,7 @@ void TurnWait(Turns *turns, const std::string &path, TurnStep step, ReadTicket t
     FileReadersServe(false);
     DueDo(turns);
     while (turns->waiting.size() >= kTurnsMax || (FilesAheadFull() && !turns->waiting.empty())) {
-        ProgressAhead();
+        ProgressAhead(turns->waiting.front().path);
         FileReadersServe(true);
         DueDo(turns);
     }

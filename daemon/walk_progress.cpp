@@ -52,18 +52,18 @@ void CountsTake() {
     record->counted = progress->tree && !progress->ahead ? 1 : 0;
 }
 
-void ProgressWrite() {
+// Writes progress down, with the directory of the file at which the run is.
+void ProgressWrite(const std::string &path) {
     progress->next = MonotonicMilliseconds() + kWritePause;
     CountsTake();
+    progress->record.folder = path.substr(0, path.rfind('/'));
     IndexRecordWrite(kRunRecord, progress->record);
 }
 
-// Writes progress down when it is time to.
+// The same when it is time to.
 void WriteWhenDue(const std::string &path) {
-    if (MonotonicMilliseconds() < progress->next)
-        return;
-    progress->record.folder = path.substr(0, path.rfind('/'));
-    ProgressWrite();
+    if (MonotonicMilliseconds() >= progress->next)
+        ProgressWrite(path);
 }
 
 // Goes on counting. False at the end.
@@ -147,7 +147,7 @@ void ProgressFile(const std::string &path) {
     WriteWhenDue(path);
 }
 
-void ProgressAhead() {
+void ProgressAhead(const std::string &path) {
     if (progress == nullptr || !progress->ahead)
         return;
     try {
@@ -158,7 +158,7 @@ void ProgressAhead() {
         if (more)
             return;
         progress->ahead.reset();
-        ProgressWrite(); // what is waited for may take long
+        ProgressWrite(path); // what is waited for may take long
     } catch (const std::bad_alloc &) {
         progress->ahead.reset(); // what was counted so far is known
     }

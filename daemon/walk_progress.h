@@ -37,5 +37,5 @@ private:
 void ProgressFile(const std::string &path);
 
 // Counts some of the files ahead. To be called where readers have all the work that they may have, and nothing is left to do but to
-// wait for them.
-void ProgressAhead();
+// wait for one of them, which is at the file `path`.
+void ProgressAhead(const std::string &path);

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kExtensionMax = 5;     // letters; none that the daemon knows has more than four
+constexpr int kExtensionMax = 6;     // letters: dvr-ms
 constexpr size_t kGroupsMax = 20000; // whatever a program has written into the catalogue
 
 std::string ExtensionOf(std::string_view tail) {
