@@ -218,6 +218,36 @@ def last_run(machine):
     return float(machine.run("stat", "-c", "%.9Y", LAST_RUN).stdout)
 
 
+def owners_of_its_files(machine):
+    """Owner, group and mode of all that the daemon keeps, but for what a database has only as long as it is open."""
+    lines = machine.run("find", "/var/lib/velu", "-not", "-name", "*-wal", "-not", "-name", "*-shm", "-printf", "%u:%g %m %p\\n").stdout
+    return {path: (owners, mode) for owners, mode, path in (line.split(" ", 2) for line in lines.splitlines())}
+
+
+def test_restarts_leave_its_files_to_its_group(machine):
+    machine.run("cp", "/mnt/media/tagged.mp3", "/srv/music/with cover.mp3")
+    machine.run("veluctl", "add", "--wait", "/srv/music/with cover.mp3")
+    before = owners_of_its_files(machine)
+    assert before["/var/lib/velu"] == ("root:velu", "750"), before
+    assert any("/covers/" in path for path in before) and {owners for owners, _ in before.values()} == {"root:velu"}, before
+    for _ in range(2):
+        machine.run("systemctl", "restart", "veluindexd")
+    after = owners_of_its_files(machine)
+    assert {path: after[path] for path in before} == before
+    machine.run("rm", "/srv/music/with cover.mp3")
+    machine.run("veluctl", "remove", "--wait", "/srv/music/with cover.mp3")
+
+
+def test_a_folder_that_is_gone_is_made_again(machine):
+    machine.run("systemctl", "stop", "veluindexd")
+    machine.run("mv", "/var/lib/velu", "/var/lib/velu.away")
+    machine.run("systemctl", "start", "veluindexd")
+    assert is_active(machine) == "active"
+    machine.run("systemctl", "stop", "veluindexd")
+    machine.run("sh", "-c", "rm -r /var/lib/velu && mv /var/lib/velu.away /var/lib/velu && systemctl start veluindexd")
+    assert rows(machine)
+
+
 def test_a_user_of_its_own_can_run_it(machine):
     before, kept = last_run(machine), rows(machine).keys()
     machine.run("mkdir", "-p", DROP_IN)

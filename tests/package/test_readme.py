@@ -7,7 +7,7 @@ from conftest import TREE
 from test_package import wait_for_queue
 
 # They stand for people's folders, and for a person who may look.
-FOLDERS = ("/srv/music", "/srv/photo")
+FOLDERS = ("/srv/music", "/srv/video", "/srv/photo")
 BUILT = "./build/package/veluindexd_*.deb ./build/package/veluindexd-films_*.deb"
 PACKAGES = "/mnt/new/veluindexd.deb /mnt/new/veluindexd-films.deb"
 

@@ -65,6 +65,7 @@ def test_what_is_there_is_indexed_by_the_command_that_it_tells(bare, samples):
 
 @pytest.mark.parametrize("name, path, reason", [
     ("books", MUSIC, "the shares are music, video and photo"),
+    ("films", MUSIC, "did you mean video?"),
     ("music", "/volume1/none", "no such directory"),
     ("music", "/volume1/file", "no directory"),
     ("music", "/volume1/loop", "Too many levels"),
@@ -176,6 +177,7 @@ def test_features_are_switched_where_the_daemon_reads_them(bare):
     bare.ctl("share", "add", "photo", "/volume1/photo")
     bare.start()
     bare.index("R:photo")
+    assert "started anew" not in bare.ctl("feature", "list")["err"]
     assert [row["sharename"] for row in bare.rows("photo_share")] == ["Trip"]
     assert bare.ctl("feature", "off", "photo")["status"] == DONE
     assert bare.read(SWITCHES) == b'supportphoto="no"\n'

@@ -4,13 +4,14 @@
 #include <stdio.h>
 #include <sys/stat.h>
 
+#include <utility>
+
 #include "catalogue/shares.h"
 #include "platform/configuration.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/queue/request_path.h"
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/message.h"
-#include "tools/veluctl/process_start.h"
 #include "tools/veluctl/row_writer.h"
 #include "tools/veluctl/setup/key_line_set.h"
 #include "tools/veluctl/setup/setup_folder.h"
@@ -45,11 +46,16 @@ bool IsOn(const Feature &feature) {
     return BlConfigurationIs(feature.key, kOn) != 0;
 }
 
-// True when the daemon has been running since before the switches were changed: it reads them at its start.
+// True when the daemon has been running since before the switches were changed: it reads them at its start. Both times are those of
+// one clock, whose steps are finer than the seconds of a process's start.
 bool IsDaemonOlder() {
-    struct stat status;
-    const pid_t daemon = DaemonFind();
-    return daemon != 0 && stat(kDefaultsFile, &status) == 0 && ProcessStart(daemon) <= status.st_mtime;
+    struct stat started;
+    struct stat changed;
+    const auto time_of = [](const struct stat &status) {
+        return std::pair(status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
+    };
+    return DaemonFind() != 0 && stat(kDaemonPidFile, &started) == 0 && stat(kDefaultsFile, &changed) == 0 &&
+           time_of(started) < time_of(changed);
 }
 
 ExitCode FeatureList(const Options &options) {

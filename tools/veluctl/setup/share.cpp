@@ -11,6 +11,7 @@
 #include "daemon/queue_line.h"
 #include "daemon/storage_away.h"
 #include "platform/configuration.h"
+#include "platform/letters.h"
 #include "platform/rule_set.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/queue/request_line.h"
@@ -79,15 +80,33 @@ void NextTell(const std::string &name, const std::string &path, bool indexed) {
         puts("To have changes indexed by themselves: sudo systemctl enable --now veluwatchd");
 }
 
+// What people call what the shares hold.
+struct OtherName {
+    const char *name;
+    const char *share;
+};
+constexpr OtherName kOtherNames[] = {{"film", "video"},     {"films", "video"},  {"movie", "video"},
+                                     {"movies", "video"},   {"videos", "video"}, {"photos", "photo"},
+                                     {"pictures", "photo"}, {"songs", "music"}};
+
+std::string MeantText(const std::string &name) {
+    for (const OtherName &other : kOtherNames)
+        if (IsSame(name, other.name))
+            return std::string("did you mean ") + other.share + "? ";
+    return {};
+}
+
 ExitCode ShareAdd(const Options &options) {
     if (!HasArguments(options, true, true))
         return Complain(kUsage, "share add takes the name of a share and its folder");
     const char *link = ShareLinkOf(options.name);
     if (link == nullptr)
-        return Refused(options.name, "the shares are music, video and photo, and each takes files of every "
-                                     "kind; a folder that is none "
-                                     "of them is indexed all the same: sudo veluctl add --wait " +
-                                         ShellWord(options.path));
+        return Refused(options.name,
+                       MeantText(options.name) +
+                           "the shares are music, video and photo, and each takes files of every "
+                           "kind; a folder that is none "
+                           "of them is indexed all the same: sudo veluctl add --wait " +
+                           ShellWord(options.path));
     if (const ExitCode rights = SetupFolder(ParentOf(link)); rights != kDone)
         return rights;
     const std::string path = RequestPathMake(options.path);
