@@ -5,7 +5,7 @@ import io
 import os
 
 import pytest
-from harness import id3
+from harness import id3, media
 
 DONE, FOUND, USAGE, UNREACHABLE = 0, 1, 2, 6
 MUSIC, PHOTO = "/volume1/music", "/volume1/photo"
@@ -110,6 +110,15 @@ def test_what_this_user_may_not_read_is_named(library):
     if answer["status"] == UNREACHABLE:
         pytest.fail(answer["err"])
     assert f"left out: '{PHOTO}/below/3.jpg': Permission denied" in answer["err"]
+
+
+def test_of_a_recording_what_is_lossless_stays(box, samples):
+    box.configure(rules="complete")
+    box.write(f"{MUSIC}/x/1.mp3", song("One", "Nina", 1, padding=90_000))
+    media.flac(box.box.path(f"{MUSIC}/y/1.flac"), samples / "tone.wav", title="One", artist="Nina")
+    assert os.path.getsize(box.box.path(f"{MUSIC}/y/1.flac")) < 90_000
+    box.start().index("R:music")
+    assert groups(box, "recordings") == [("recording", [(1, f"{MUSIC}/y/1.flac"), (2, f"{MUSIC}/x/1.mp3")])]
 
 
 def test_by_the_rules_of_the_appliance(daemon):

@@ -5,7 +5,7 @@ import unicodedata
 
 import pytest
 
-from harness import id3
+from harness import id3, media
 from harness.limits import LIMITS
 
 DONE, FOUND, USAGE = range(3)
@@ -127,11 +127,36 @@ def test_fields(library):
     assert paths(library, f"path={VIDEO}") == [VIDEO] and paths(library, "path~CLIP") == [VIDEO]
 
 
+def test_nothing_found_says_how_parts_of_texts_are_found(library):
+    answer = library.ctl("find", "artist=nina", "year>1900")
+    assert answer["status"] == FOUND and answer["err"] == "No rows.\n= is the whole text; a part of it is found by 'artist~nina'.\n", answer
+    assert library.ctl("find", "kind=song", "nothing of the kind")["err"] == "No rows.\n"
+    assert library.ctl("find", "year>1900", "nothing of the kind")["err"] == "No rows.\n"
+    assert library.ctl("find", "artist=nina", "--json")["err"] == ""
+
+
+def test_languages_go_by_all_their_words(make_daemon):
+    library = make_daemon(speed=20)  # a reader of films has 90 seconds of this clock
+    library.configure(rules="complete")
+    tracks = {"codes": ("ger", "eng"), "terms": ("deu", "fre"), "other": ("jpn", "zxx")}
+    for name, languages in tracks.items():
+        media.clip(library.box.path(f"/volume1/video/{name}.mkv"), "-map", "0", "-map", "1", "-map", "1",
+                   *(word for at, language in enumerate(languages) for word in (f"-metadata:s:a:{at}", f"language={language}")))
+    library.start().index("A:/volume1/video")
+    german = [f"/volume1/video/{name}.mkv" for name in ("codes", "terms")]
+    for word in ("german", "German", "de", "ger", "deu"):
+        assert paths(library, "kind=film", f"audio_language={word}") == german, word
+    assert paths(library, "audio_language=french") == paths(library, "audio_language=fra") == german[1:]
+    assert paths(library, "audio_language=zxx") == ["/volume1/video/other.mkv"] and paths(library, "audio_language=klingon") == []
+
+
 def test_dates(library):
     today = time.strftime("%Y-%m-%d", time.gmtime())
     assert names(library, "added>2026-10") == names(library, "added>=2001") == "abcdef"
     assert names(library, f"added=2001..{int(today[:4]) + 1}") == "abcdef"
     assert names(library, "added<2001") == names(library, f"added>{int(today[:4]) + 1}") == ""
+    assert names(library, "added>=week") == names(library, "added>=Yesterday") == "abcdef"
+    assert names(library, "added<week") == names(library, "added<month") == ""
     assert paths(library, "date_taken>1990", "-date_taken>3000") == [PHOTO]
     assert names(library, "modify_time>=2001") == "abcdef" and names(library, "modify_time<2001") == ""
 

@@ -71,6 +71,16 @@ def test_lines_of_the_last_run_from_a_file(box, now, form):
     assert shown(box.ctl("log", "-n", "1")) == GROUPS[:1]
 
 
+def test_a_run_without_a_record_is_not_the_one_before(box, now):
+    box.write("/var/lib/velu/last_run", record(now, now + 3))
+    box.write("/run/veluindexd.last_run")
+    os.utime(box.box.path("/run/veluindexd.last_run"), (now + 60, now + 60))
+    box.write(SYSLOG, written(lines_of(now)))
+    answer = box.ctl("log")
+    assert answer["out"].startswith("The run that ended at ") and shown(answer)[1:] == GROUPS[1:], answer
+    assert [row["path"] for row in box.ctl_json("log")][:1] == [f"{MUSIC}/an album/no 4 cover.mp3"]
+
+
 def test_without_a_record_it_is_the_last_day(box, now):
     box.write(SYSLOG, written([(now - 90_000, "veluindexd", "older")] + lines_of(now)))
     answer = box.ctl("log")

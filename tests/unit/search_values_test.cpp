@@ -102,3 +102,25 @@ TEST(SearchValues, WhatIsTypedIsLocalTime) {
     unsetenv("TZ");
     tzset();
 }
+
+TEST(SearchValues, DaysUpToNowHaveWords) {
+    std::optional<Period> yesterday;
+    std::optional<Period> today;
+    // Midnight may come between the two.
+    do {
+        yesterday = PeriodOf("yesterday", false);
+        today = PeriodOf("Today", false);
+    } while (yesterday && today && yesterday->end != today->begin);
+    ASSERT_TRUE(yesterday && today);
+    EXPECT_LT(yesterday->begin, yesterday->end);
+    EXPECT_EQ(today->begin.size(), std::string("2026-10-31").size());
+    const std::string date = today->begin;
+    EXPECT_EQ(PeriodOf(date, false)->end, today->end);
+    for (const char *word : {"week", "month", "year"}) {
+        EXPECT_EQ(PeriodOf(word, false)->end, today->end) << word;
+        EXPECT_LT(PeriodOf(word, false)->begin, yesterday->begin) << word;
+    }
+    EXPECT_LT(PeriodOf("year", false)->begin, PeriodOf("month", false)->begin);
+    EXPECT_FALSE(PeriodOf("weeks", false));
+    EXPECT_EQ(PeriodOf("today", true)->begin.back(), 'Z');
+}

@@ -123,9 +123,8 @@ void SumsTell(const Sums &bytes, const Sums &recordings, size_t links, size_t le
         printf("Same bytes: %s in %s; %s.\n", counted(bytes.names, "name").c_str(),
                counted(bytes.groups, "group").c_str(), FreedText(bytes).c_str());
     if (recordings.groups > 0)
-        printf("Same recording: %s in %s; %s (the largest stays).\n",
-               counted(recordings.names, "name").c_str(), counted(recordings.groups, "group").c_str(),
-               FreedText(recordings).c_str());
+        printf("Same recording: %s in %s; %s (the best stays).\n", counted(recordings.names, "name").c_str(),
+               counted(recordings.groups, "group").c_str(), FreedText(recordings).c_str());
     if (links > 0)
         printf("Not listed: %s (hard links) of files without a copy.\n", counted(links, "more name").c_str());
     if (left_out > 0)

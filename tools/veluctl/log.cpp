@@ -2,11 +2,13 @@
 //
 // veluctl log: the daemon's lines of the last run, those that say the same put together.
 #include <stdio.h>
+#include <sys/stat.h>
 #include <time.h>
 
 #include <algorithm>
 
 #include "daemon/index_record.h"
+#include "daemon/queue.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/shared/safe_text.h"
 #include "tools/shared/text_wrap.h"
@@ -43,9 +45,16 @@ Span SpanChoose(const Options &options) {
     if (daemon != 0 && IndexRecordRead(kRunRecord, &record) && record.pid == daemon)
         return {record.begin, now, "The run that began at " + TimeText(record.begin)};
     record = {};
-    if (IndexRecordRead(kLastRunRecord, &record))
+    if (IndexRecordRead(kLastRunRecord, &record)) {
+        // A run that came to no request, as one without a catalogue, leaves no record.
+        struct stat status;
+        const int64_t last = stat(kLastRunFile, &status) == 0 ? status.st_mtime : 0;
+        if (last > record.end + 1)
+            return {record.end + 1, last + 1,
+                    "The run that ended at " + TimeText(last) + ", and all since " + TimeText(record.end)};
         return {record.begin, record.end,
                 "The run from " + TimeText(record.begin) + " to " + TimeText(record.end)};
+    }
     return {now - kDay, now, "The last 24 hours (when a run began is not known here)"};
 }
 

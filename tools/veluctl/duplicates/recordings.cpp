@@ -11,6 +11,7 @@
 
 #include "platform/folding/folding.h"
 #include "platform/hash.h"
+#include "platform/letters.h"
 #include "tools/veluctl/overview/query_rows.h"
 
 namespace {
@@ -88,6 +89,15 @@ std::vector<Cluster> ClustersMake(std::vector<Song> *songs, double tolerance) {
     return clusters;
 }
 
+// What leaves nothing of a recording out. A file of the others may be larger, and still hold less.
+constexpr std::string_view kLossless[] = {"flac", "wav", "w64", "aif", "aiff", "ape",
+                                          "wv",   "tta", "tak", "dsf", "dff",  "pcm"};
+
+bool IsLossless(std::string_view path) {
+    const std::string_view extension = path.substr(path.rfind('.') + 1);
+    return std::ranges::any_of(kLossless, [&](std::string_view one) { return IsSame(extension, one); });
+}
+
 // False when no more are wanted.
 bool ClusterTake(const Cluster &cluster, const std::vector<std::string> &paths, CopySearch *search) {
     CopyGroup group;
@@ -98,7 +108,9 @@ bool ClusterTake(const Cluster &cluster, const std::vector<std::string> &paths, 
         else
             search->left_out(name.path, problem);
     }
-    std::ranges::stable_sort(group, std::ranges::greater(), &CopyName::size);
+    std::ranges::stable_sort(group, std::ranges::greater(), [](const CopyName &name) {
+        return std::pair(IsLossless(name.path), name.size);
+    });
     return CopiesNumber(&group) < 2 || search->take(group);
 }
 

@@ -10,6 +10,7 @@
 #include "tools/veluctl/report/hard_formats.h"
 #include "tools/veluctl/report/number_text.h"
 #include "tools/veluctl/report/report.h"
+#include "tools/veluctl/words_each.h"
 
 namespace {
 
@@ -51,7 +52,7 @@ void LargestWrite(Report *report) {
     BarsWrite(&report->html, bars);
 }
 
-// What one copy of each song leaves over. The first of a group is the largest, which stays.
+// What one copy of each song leaves over. The first of a group stays.
 double FreedBytes(const CopyGroup &group) {
     double freed = 0;
     int last = 1;
@@ -120,15 +121,6 @@ void TracksMissingWrite(Report *report) {
         "<p>By the numbers of those that are there, and by how many their tags say that there are.</p>\n");
     OpenListWrite(&report->html, list);
     CardEnd(&report->html);
-}
-
-template <typename Take>
-void WordsEach(std::string_view words, Take take) {
-    for (size_t at = 0; at < words.size();) {
-        const size_t end = std::min(words.find(' ', at), words.size());
-        take(std::string(words.substr(at, end - at)));
-        at = end + 1;
-    }
 }
 
 struct HardFiles {

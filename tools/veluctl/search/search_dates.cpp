@@ -46,8 +46,9 @@ bool PartTake(std::string_view *text, const Part &part, int *value) {
     return *value >= part.least && *value <= part.most;
 }
 
+constexpr int kFirstYear = 1900; // of a calendar
+
 tm CalendarOf(const Date &date) {
-    constexpr int kFirstYear = 1900;
     tm calendar = {};
     calendar.tm_year = date.parts[0] - kFirstYear;
     calendar.tm_mon = date.parts[1] - 1;
@@ -79,9 +80,31 @@ std::string Written(const Date &date, bool in_utc) {
     return std::string(text, kLengths[date.count]);
 }
 
+// Days before today.
+struct DayWord {
+    std::string_view word;
+    int first;
+    int last;
+};
+constexpr DayWord kDayWords[] = {
+    {"today", 0, 0}, {"yesterday", 1, 1}, {"week", 6, 0}, {"month", 29, 0}, {"year", 364, 0}};
+
+// The calendar is put in order where that is none of the month.
+Date DayBeforeToday(int days) {
+    constexpr size_t kPartsOfDay = 3;
+    const time_t now = time(nullptr);
+    tm today = {};
+    localtime_r(&now, &today);
+    return {{today.tm_year + kFirstYear, today.tm_mon + 1, today.tm_mday - days, 0, 0, 0}, kPartsOfDay};
+}
+
 } // namespace
 
 std::optional<Period> PeriodOf(std::string_view text, bool in_utc) {
+    for (const DayWord &word : kDayWords)
+        if (IsSame(text, word.word))
+            return Period{Written(DayBeforeToday(word.first), in_utc),
+                          Written(Next(DayBeforeToday(word.last)), in_utc)};
     Date date;
     while (!text.empty()) {
         if (date.count == kParts.size() || !PartTake(&text, kParts[date.count], &date.parts[date.count]))

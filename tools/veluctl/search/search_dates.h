@@ -13,6 +13,7 @@ struct Period {
     std::string end;
 };
 
-// Takes "2026", "2026-10", ... "2026-10-31 12:30:59", in local time. The period is written in the same form, which is the begin of
+// Takes "2026", "2026-10", ... "2026-10-31 12:30:59", in local time, and the words today, yesterday, and week, month and year for the
+// 7, 30 and 365 days up to today. The period is written in the same form, which is the begin of
 // every date in it, or as moments in UTC ("2026-10-31T11:30:59Z"). Nothing for what is no date.
 std::optional<Period> PeriodOf(std::string_view text, bool in_utc);

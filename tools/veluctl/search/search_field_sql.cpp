@@ -4,6 +4,7 @@
 #include "platform/folding/folding.h"
 #include "platform/limits.h"
 #include "tools/veluctl/search/bounds.h"
+#include "tools/veluctl/search/language_words.h"
 #include "tools/veluctl/search/search_source.h"
 #include "tools/veluctl/search/search_values.h"
 #include "tools/veluctl/search/text_match.h"
@@ -100,10 +101,14 @@ bool ColumnPut(const SearchNode &node, const FieldSource &source, const Putting 
 }
 
 // A text that is longer than what is kept of it folded is looked into as well.
-void FactTextPut(const SearchNode &node, const Putting &to) {
+void FactTextPut(const SearchNode &node, const SearchField &field, const Putting &to) {
     const std::string folded = TextFolded(node.value, kFactFoldedMax);
     if (node.relation == SearchRelation::is) {
-        to.query->Add("folded = ").Put(folded);
+        const std::vector<std::string> words =
+            FieldIsLanguage(field) ? LanguageWords(folded) : std::vector<std::string>{folded};
+        for (const std::string &word : words)
+            to.query->Add(&word == &words.front() ? "folded in (" : ", ").Put(word);
+        to.query->Add(")");
         return;
     }
     to.query->Add("(folded like ").Put(LikePattern(folded)).Add(" or (length(folded) >= ");
@@ -136,7 +141,7 @@ bool FactPut(const SearchNode &node, const SearchField &field, const Putting &to
         FactNamesPut(field, to.query);
         to.query->Add(" and ");
         if (FieldIsText(field.kind))
-            FactTextPut(node, to);
+            FactTextPut(node, field, to);
         else
             RangePut("value", nullptr, range, to.query);
     }

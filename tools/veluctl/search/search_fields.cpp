@@ -139,6 +139,10 @@ std::string SearchFieldHint(std::string_view name) {
     return near != nullptr ? std::string("; did you mean ") + near + "?" : "";
 }
 
+bool FieldIsLanguage(const SearchField &field) {
+    return std::string_view(field.name).ends_with("language");
+}
+
 bool FieldHoldsBlanks(const SearchField &field) {
     return FieldIsText(field.kind) && !IsIn(kOneWord, field.name);
 }

@@ -40,9 +40,9 @@ std::vector<HelpList> SearchHelp() {
           {"numbers", NamesOf({FieldKind::number})},
           {"times", NamesOf({FieldKind::seconds}) + ": 3:25, 1:02:03 or seconds"},
           {"sizes", NamesOf({FieldKind::bytes}) + ": 700, 500kB, 3.4MB, 2GiB"},
-          {"dates",
-           NamesOf({FieldKind::date}) +
-               ": 2026, 2026-10, 2026-10-31, in local time; all of it counts: >2026-10 begins with November"},
+          {"dates", NamesOf({FieldKind::date}) +
+                        ": 2026, 2026-10, 2026-10-31, in local time; all of it counts: >2026-10 begins with "
+                        "November; today, yesterday, week, month and year are the last days"},
           {"yes or no", NamesOf({FieldKind::flag, FieldKind::boolean})}}}};
 }
 

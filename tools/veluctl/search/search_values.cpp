@@ -132,7 +132,8 @@ const char *FormOf(FieldKind kind) {
     case FieldKind::boolean:
         return "it is yes or no";
     case FieldKind::date:
-        return "a date is written 2026, 2026-10, 2026-10-31 or \"2026-10-31 12:30\"";
+        return "a date is written 2026, 2026-10, 2026-10-31 or \"2026-10-31 12:30\"; today, "
+               "yesterday, week, month and year are words for days up to now";
     case FieldKind::number:
     case FieldKind::text:
     case FieldKind::path:
