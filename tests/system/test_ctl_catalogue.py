@@ -161,8 +161,9 @@ HELD, FACTS = "the catalogue would hold", "its facts"
 
 
 @pytest.mark.parametrize("rules", ["complete", "appliance"])
-def test_dump_begins_with_what_the_catalogue_then_holds(rules, box, samples):
+def test_dump_begins_with_what_the_catalogue_then_holds(rules, make_daemon, samples):
     """Of files of every kind: the row that a run makes, with its table and facts."""
+    box = make_daemon(speed=20)  # a reader of films has 90 seconds of this clock
     box.configure(rules=rules)
     paths = [f"/volume1/music/all/{sample.name}" for sample in sorted(samples.iterdir()) if sample.is_file()]
     for path in paths:

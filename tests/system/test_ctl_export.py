@@ -24,7 +24,8 @@ def rules(request):
 
 
 @pytest.fixture
-def library(box, rules, samples):
+def library(make_daemon, rules, samples):
+    box = make_daemon(speed=20)  # a reader of films has 90 seconds of this clock
     box.configure(rules=rules)
     box.write(f"{MUSIC}/a.mp3", song("One, \"two\"", "Nina\0Eve", "Jazz"))
     box.write(f"{MUSIC}/b.mp3", song("Zwei", "Äon", "Jazz"))

@@ -42,9 +42,13 @@ def fill(box, samples):
     return box
 
 
+FILMS_SPEED = 20  # a reader of films has 90 seconds of this clock
+
+
 @pytest.fixture
-def library(box, samples):
+def library(make_daemon, samples):
     """A catalogue by the rules `complete`."""
+    box = make_daemon(speed=FILMS_SPEED)
     box.configure(rules="complete")
     return fill(box.start(), samples)
 
@@ -136,7 +140,7 @@ def test_nothing_found_says_how_parts_of_texts_are_found(library):
 
 
 def test_languages_go_by_all_their_words(make_daemon):
-    library = make_daemon(speed=20)  # a reader of films has 90 seconds of this clock
+    library = make_daemon(speed=FILMS_SPEED)
     library.configure(rules="complete")
     tracks = {"codes": ("ger", "eng"), "terms": ("deu", "fre"), "other": ("jpn", "zxx")}
     for name, languages in tracks.items():

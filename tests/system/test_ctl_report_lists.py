@@ -74,8 +74,7 @@ def library(request, make_daemon, samples):
     return box
 
 
-def test_numbers_open_the_files_behind_them(library):
-    page = report(library)
+def numbers_open_the_files_behind_them(library, page):
     opened = lists(page)
     for summary, without in (("without a year", lambda row: not row["year"]), ("without a genre", lambda row: not row["genre"]),
                              ("without a track number", lambda row: not row["track"]),
@@ -87,8 +86,8 @@ def test_numbers_open_the_files_behind_them(library):
                                                        key=lambda row: (row["file_size"], row["path"]))["path"]
 
 
-def test_the_commands_that_it_names_answer(library):
-    named = commands(report(library))
+def the_commands_that_it_names_answer(library, page):
+    named = commands(page)
     assert {"veluctl missing years", "veluctl missing tracks"} < set(named)
     for command in named:
         answer = library.ctl(*shlex.split(command)[1:], *(["/volume1/music/Band/1.mp3"] if command.endswith("dump FILE") else []))
@@ -125,8 +124,8 @@ def walls(page, anchor):
             for section in sections for grid in section.all("ul") if grid.attributes["class"] == "covers" for item in grid.all("li")]
 
 
-def test_albums_are_those_of_their_album_artists(library):
-    found = dict(walls(report(library), "covers"))
+def albums_are_those_of_their_album_artists(library, page):
+    found = dict(walls(page, "covers"))
     if library.rules == "appliance":  # covers beside songs are none there
         assert found == {("Summer", "Gina"): "jpeg"}
         return
@@ -168,8 +167,7 @@ def test_films_have_a_wall_of_their_own(make_daemon):
     assert walls(report(box), "posters") == [(("A Film",), "png")]
 
 
-def test_subtitles_are_no_films(library):
-    page = report(library)
+def subtitles_are_no_films(library, page):
     kinds = {row[0]: row[1] for row in page.table("By kind")}
     rows = [row["path"] for row in library.rows("video")]
     assert kinds["Films"] == 2 and kinds.get("Subtitles", 0) == sum(path.endswith(".srt") for path in rows)
@@ -177,13 +175,13 @@ def test_subtitles_are_no_films(library):
     assert "without a known size" not in page.root.text, "both films have one"
 
 
-def test_albums_that_lack_tracks_are_told(library):
-    one = lists(report(library)).get("1 album lacks tracks")
+def albums_that_lack_tracks_are_told(_library, page):
+    one = lists(page).get("1 album lacks tracks")
     assert entries(one) == ["Nina \u2013 Hits"] and "2-3 of 4" in one.text
 
 
-def test_formats_that_players_find_hard_are_told(library):
-    names = [name for name in lists(report(library)) if ": " in name]
+def formats_that_players_find_hard_are_told(library, page):
+    names = [name for name in lists(page) if ": " in name]
     assert any(name.startswith("1 file of Windows Media Video: ") for name in names)
     # That a film is of such a codec is known by its facts alone.
     assert any(name.startswith("1 file of DivX 3: ") for name in names) == (library.rules == "complete")
@@ -235,10 +233,18 @@ def test_it_stays_small(make_daemon):
     assert re.search(r"[1-9]\d* of 30 albums with a cover", Page(page.encode("latin-1").decode("utf-8")).root.text)
 
 
-def test_recordings_that_are_there_twice_are_told(library, samples):
+def recordings_that_are_there_twice_are_told(library, samples):
     for folder in ("One", "Two"):
         media.mp3(library.box.path(f"{MUSIC}/{folder}/song.mp3"), samples / "tone.wav", title="Same", artist="Ida", album=folder)
     library.index("R:all")
     summary, = (name for name in lists(report(library)) if "could be freed" in name)
     assert summary.startswith("2 files of 1 recording; ")
     assert sorted(entries(lists(report(library))[summary])) == [f"{MUSIC}/One/song.mp3", f"{MUSIC}/Two/song.mp3"]
+
+
+def test_the_page_of_a_library(library, samples):
+    page = report(library)
+    for holds in (numbers_open_the_files_behind_them, the_commands_that_it_names_answer, albums_are_those_of_their_album_artists,
+                  subtitles_are_no_films, albums_that_lack_tracks_are_told, formats_that_players_find_hard_are_told):
+        holds(library, page)
+    recordings_that_are_there_twice_are_told(library, samples)
