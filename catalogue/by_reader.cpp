@@ -14,6 +14,7 @@
 #include "catalogue/fact_columns.h"
 #include "catalogue/fact_rows.h"
 #include "catalogue/file_counts.h"
+#include "catalogue/file_report.h"
 #include "catalogue/file_stamp.h"
 #include "catalogue/file_trouble.h"
 #include "catalogue/last_picture.h"
@@ -28,11 +29,6 @@
 namespace {
 
 constexpr char kLogName[] = "by_reader.c";
-
-bool IsRead(const FileReport &report) {
-    return report.error == 0 && report.read.end == ReadEnd::answered &&
-           report.read.answer.status == AnswerStatus::read;
-}
 
 // A stamp with what it says of the row, and of what lies beside the file.
 std::string WholeStamp(std::string_view stamp, const FromName &from_name, const FileReport &report,
@@ -172,7 +168,8 @@ int ByReaderAdd(const ByReader &by, MediaKind named, const char *path) {
     FileCounts *counts = FilesCounted();
     FileReport report = FileReadTake(path, by.use);
     bool changed = false;
-    std::string stamp = IsRead(report) ? FileStampOfRead(path, report.status, report.looked, &changed) : "";
+    std::string stamp =
+        ReportIsRead(report) ? FileStampOfRead(path, report.status, report.looked, &changed) : "";
     // Once more, since what was read may be half of the one and half of the other; then it has no stamp.
     if (changed)
         report = FileReadTake(path, by.use);
@@ -188,10 +185,10 @@ int ByReaderAdd(const ByReader &by, MediaKind named, const char *path) {
         ++counts->changed;
         return NeighboursSave(by.use, report, path);
     }
-    const bool read = IsRead(report);
+    const bool read = ReportIsRead(report);
     if (!read)
         syslog(LOG_ERR, "%s (%d) %s cannot be read: %s.", kLogName, __LINE__, path,
-               report.error != 0 ? strerror(report.error) : ReadReason(report.read).c_str());
+               ReportReason(report).c_str());
     std::vector<FileRow> rows;
     if (report.status.st_mode == 0 || (report.known.may_have_row && FileRowsOf(path, &rows) != 0))
         return -1;

@@ -3,15 +3,12 @@
 // A line for each number, a word and the number. The folder, whose bytes may be any, comes last and goes to the end of the file.
 #include "daemon/index_record.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <stdio.h>
 #include <stdlib.h>
 
 #include <algorithm>
 #include <string_view>
 
-#include "platform/file.h"
+#include "platform/file_bytes.h"
 
 namespace {
 
@@ -66,12 +63,8 @@ void IndexRecordWrite(const char *path, const IndexRecord &record) {
     for (const auto &[count, words] : record.left_out)
         text.append(kLeftOutWord).append(std::to_string(count)).append(" ").append(words).append("\n");
     text.append(kFolderWord).append(record.folder);
-    const std::string made = std::string(path) + ".new";
-    const FdHandle file(
-        open(made.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, kRecordMode));
     // Not brought to the disk: after a power cut there may be none, and no run waits for it.
-    if (!file || !FileWriteAt(file, 0, text) || rename(made.c_str(), path) != 0)
-        unlink(made.c_str());
+    static_cast<void>(FileReplace(path, text, kRecordMode));
 }
 
 bool IndexRecordRead(const char *path, IndexRecord *record) {

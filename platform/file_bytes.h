@@ -6,10 +6,12 @@
 #include <errno.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <stdio.h>
 #include <string.h>
 #include <sys/sendfile.h>
 
 #include <algorithm>
+#include <string>
 #include <string_view>
 
 #include "platform/file.h"
@@ -55,6 +57,20 @@ struct BytesRef {
 // Writes them to a new file. False, with the reason in errno, when not all of them could be read or written.
 [[nodiscard]] inline bool BytesWrite(const BytesRef &all, int to) noexcept {
     return all.held.empty() ? FileBytesCopy(all.file, to, all.bytes) : FileWriteAt(to, 0, all.held);
+}
+
+// Puts bytes in the place of a file, whole or not at all: they are written to PATH.new, which nobody else may have made. They are not
+// brought to the disk. False, with the reason in errno; then the file is as it was.
+[[nodiscard]] inline bool FileReplace(const char *path, std::string_view bytes, mode_t mode) {
+    const std::string made = std::string(path) + ".new";
+    unlink(made.c_str());
+    const FdHandle file(open(made.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
+    if (file && FileWriteAt(file.get(), 0, bytes) && rename(made.c_str(), path) == 0)
+        return true;
+    const int error = errno;
+    unlink(made.c_str());
+    errno = error;
+    return false;
 }
 
 // True when all of both are there and are the same.

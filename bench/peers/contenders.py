@@ -85,19 +85,23 @@ class Contender:
         return files
 
 
-class Floor(Contender):
-    name = "floor"
-    program = BINARIES / "peers_floor"
-
-    def prepare(self, _root, kind):
-        return {"arguments": [str(self.program), share_of(kind)], "end": "exit"}
+class Counting(Contender):
+    """One that ends by itself, and prints how many files it has done."""
 
     @staticmethod
     def indexed(root, _told):
         return int(re.match(r"(\d+) files", (root / "tmp/output").read_text())[1])
 
 
-class Libraries(Contender):
+class Floor(Counting):
+    name = "floor"
+    program = BINARIES / "peers_floor"
+
+    def prepare(self, _root, kind):
+        return {"arguments": [str(self.program), share_of(kind)], "end": "exit"}
+
+
+class Libraries(Counting):
     """What the readers' libraries cost alone."""
     name = "libraries"
     program = BINARIES / "peers_libraries"
@@ -108,10 +112,6 @@ class Libraries(Contender):
 
     def prepare(self, _root, kind):
         return {"arguments": [str(self.program), share_of(kind), "/tmp/begun"], "end": "exit", "begin": "/tmp/begun"}
-
-    @staticmethod
-    def indexed(root, _told):
-        return int(re.match(r"(\d+) files", (root / "tmp/output").read_text())[1])
 
 
 class Velu(Contender):
@@ -223,7 +223,7 @@ class Gerbera(Contender):
         return count(root / self.DATABASE[1:], self.ITEMS)
 
 
-class Tags(Contender):
+class Tags(Counting):
     """A script that reads tags."""
     name = "script"
     program = pathlib.Path(__file__).resolve().with_name("tags")
@@ -232,10 +232,6 @@ class Tags(Contender):
 
     def prepare(self, _root, kind):
         return {"arguments": [str(self.program), share_of(kind), "/tmp/songs.db"], "end": "exit"}
-
-    @staticmethod
-    def indexed(root, _told):
-        return int(re.match(r"(\d+) files", (root / "tmp/output").read_text())[1])
 
 
 CONTENDERS = (Velu("complete", "complete"), Libraries(), Velu("veluindexd", "appliance"), Minidlna(), Mpd(), Gerbera(), Tags(), Floor())

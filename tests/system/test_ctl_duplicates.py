@@ -5,18 +5,15 @@ import io
 import os
 
 import pytest
-from harness import id3, media
+from harness import id3, media, short_songs
 
 DONE, FOUND, USAGE, UNREACHABLE = 0, 1, 2, 6
 MUSIC, PHOTO = "/volume1/music", "/volume1/photo"
-FRAME = b"\xff\xfb\x90\x64" + bytes(413)  # 26 ms
-SECOND = 38
 
 
 def song(title, artist, seconds, padding=0):
     """A song; with padding, one of another size and the same length."""
-    tag = id3.tag(4, *(id3.text(4, name, text, id3.UTF_8) for name, text in (("TIT2", title), ("TPE1", artist), ("TCOM", "x" * padding)) if text))
-    return tag + FRAME * (SECOND * seconds)
+    return short_songs.song(4, id3.UTF_8, short_songs.FRAMES_OF_A_SECOND * seconds, title=title, artist=artist, composer="x" * padding)
 
 
 @pytest.fixture

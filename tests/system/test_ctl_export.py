@@ -6,16 +6,15 @@ import json
 import os
 
 import pytest
-from harness import id3
+from harness import id3, short_songs
 
 DONE, FOUND, USAGE, UNREACHABLE, FAILED = 0, 1, 2, 6, 8
 MUSIC = "/volume1/music"
-SOUND = (b"\xff\xfb\x90\x64" + bytes(413)) * 40
 HOSTILE = f"{MUSIC}/\x1b[31m \xe9,\"x\".mp3"
 
 
 def song(title, artist, genre):
-    return id3.tag(4, *(id3.text(4, name, text, id3.UTF_8) for name, text in (("TIT2", title), ("TPE1", artist), ("TCON", genre)))) + SOUND
+    return short_songs.song(4, id3.UTF_8, 40, title=title, artist=artist, genre=genre)
 
 
 @pytest.fixture(params=["complete", "appliance"])
@@ -111,7 +110,7 @@ def test_the_words_are_those_of_find(library):
 
 def test_more_rows_than_are_taken_at_once(library):
     for number in range(1100):
-        library.write(f"{MUSIC}/many/{number:04}.mp3", id3.tag(4, id3.text(4, "TIT2", f"T{number}")) + SOUND[:1668])
+        library.write(f"{MUSIC}/many/{number:04}.mp3", short_songs.song(4, sound=4, title=f"T{number}"))
     library.index(f"A:{MUSIC}/many")
     rows = lines(library, "--dir", f"{MUSIC}/many")
     assert len(rows) == 1100 and all(row["title"] == f"T{int(path[-8:-4])}" for path, row in rows.items())

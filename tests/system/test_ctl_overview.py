@@ -8,13 +8,10 @@ import os
 import time
 
 import pytest
-from harness import id3
+from harness.short_songs import song
 
 DONE, FOUND, USAGE, UNREACHABLE = 0, 1, 2, 6
 MUSIC = "/volume1/music"
-SOUND = (b"\xff\xfb\x90\x64" + bytes(413)) * 3
-FRAMES = {"title": "TIT2", "artist": "TPE1", "album": "TALB", "albumartist": "TPE2", "genre": "TCON", "track": "TRCK", "disc": "TPOS",
-          "year": "TYER"}
 
 SONGS = {
     "Nina/Blue/1.mp3": {"title": "One", "artist": "Nina", "album": "Blue", "genre": "Jazz", "track": "1/5", "year": "1999"},
@@ -46,8 +43,7 @@ def library(make_daemon, rules, samples):
 
 
 def write_song(box, path, tags, version=3):
-    tag = id3.tag(version, *(id3.text(version, FRAMES[name], value) for name, value in tags.items())) if tags else b""
-    box.write(f"{MUSIC}/{path}", tag + SOUND)
+    box.write(f"{MUSIC}/{path}", song(version, **tags))
 
 
 def listed(box, *arguments):

@@ -7,14 +7,13 @@ import sqlite3
 import subprocess
 
 import pytest
-from harness import id3, media
+from harness import media
 from harness.page import Page
+from harness.short_songs import song
 
 DONE, FOUND = 0, 1
 FILMS_SPEED = 20  # a reader of films has 90 seconds of this clock
 MUSIC = "/volume1/music"
-SOUND = (b"\xff\xfb\x90\x64" + bytes(413)) * 3
-FRAMES = {"title": "TIT2", "artist": "TPE1", "album": "TALB", "albumartist": "TPE2", "genre": "TCON", "track": "TRCK", "year": "TYER"}
 # Two albums of one title, a sampler without an album artist, one with, and an album of two discs in directories of their own.
 SONGS = {
     "Nina/Hits/1.mp3": {"artist": "Nina", "album": "Hits", "track": "1/4", "year": "1999"},
@@ -28,10 +27,6 @@ SONGS = {
     "Long/CD2/1.mp3": {"title": "B", "artist": "Fay", "album": "Long"},
 }
 COVERS = {"Nina/Hits": "webp", "Eve/Hits": "png", "Sampler": "jpg", "Band": "webp", "Long/CD1": "jpg", "Long/CD2": "jpg"}
-
-
-def song(**tags):
-    return id3.tag(3, *(id3.text(3, FRAMES[name], value) for name, value in tags.items())) + SOUND
 
 
 def report(box, *options):

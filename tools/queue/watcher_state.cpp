@@ -2,18 +2,16 @@
 #include "tools/queue/watcher_state.h"
 
 #include <errno.h>
-#include <stdio.h>
+#include <unistd.h>
 
 #include <charconv>
 #include <fstream>
 #include <sstream>
 
-#include "platform/file.h"
+#include "platform/file_bytes.h"
 #include "tools/queue/daemon_process.h"
 
 namespace {
-
-constexpr char kStateFileMade[] = "/var/run/veluwatchd.state.new"; // while it is written
 
 struct Fault {
     WatchFault fault;
@@ -114,13 +112,9 @@ std::optional<WatcherState> WatcherStateRead() {
 
 bool WatcherStateWrite(const WatcherState &state) {
     constexpr mode_t kMode = 0644;
-    unlink(kStateFileMade);
-    const FdHandle file(open(kStateFileMade, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kMode));
-    if (file && FileWriteAt(file, 0, WatcherStateText(state)) &&
-        rename(kStateFileMade, kWatcherStateFile) == 0)
+    if (FileReplace(kWatcherStateFile, WatcherStateText(state), kMode))
         return true;
     const int error = errno;
-    unlink(kStateFileMade);
     WatcherStateRemove();
     errno = error;
     return false;

@@ -3,11 +3,8 @@
 // By the daemon's own recipes, up to what they would save.
 #include "tools/veluctl/catalogue_parts.h"
 
-#include <string.h>
-
 #include "audio/cover_file.h"
-#include "catalogue/file_readers.h"
-#include "catalogue/file_trouble.h"
+#include "catalogue/file_report.h"
 #include "catalogue/read_row.h"
 #include "catalogue/reader_cover.h"
 #include "daemon/index.h"
@@ -26,20 +23,13 @@ RecordPart RowPart(MediaKind kind, const MediaInfo &record) {
     return part;
 }
 
-void RowOfReader(const ByReader &by, MediaKind named, const std::string &path, FileParts *all) {
-    const FileTrustScope anyway(FileTrust::nothing);
-    const FileReport report = FileReadTake(path.c_str(), by.use);
+void RowOfReader(const FileReport &report, MediaKind named, const std::string &path, FileParts *all) {
     ReadRow row = ReadRowOf(report, named, path.c_str());
     row.record.has_cover = FileCoverSave(report, row.kind, path.c_str(), false).there ? 1 : 0;
     CoversClean(path.c_str());
-    FileReadersEnd();
     RecordPart part = RowPart(row.kind, row.record);
-    const bool read = report.error == 0 && report.read.end == ReadEnd::answered &&
-                      report.read.answer.status == AnswerStatus::read;
-    if (!read)
-        part.said.push_back(
-            "the row of its name, since it cannot be read: " +
-            (report.error != 0 ? std::string(strerror(report.error)) : ReadReason(report.read)));
+    if (!ReportIsRead(report))
+        part.said.push_back("the row of its name, since it cannot be read: " + ReportReason(report));
     all->parts.push_back(std::move(part));
     RecordPart facts = {"its facts", {}, {}, {}};
     for (const FileFact &fact : row.facts.facts)
@@ -61,7 +51,7 @@ void RowOfRecipe(const IndexRecipe &recipe, const std::string &path, FileParts *
 
 } // namespace
 
-FileParts CatalogueParts(const std::string &path) {
+FileParts CatalogueParts(const std::string &path, const FileReport &report) {
     FileParts all;
     const IndexHandler *handler = IndexHandlerOf(path.c_str());
     if (const LeftOut why = FileLeftOut(path.c_str()); why != LeftOut::nothing || handler == nullptr) {
@@ -73,8 +63,8 @@ FileParts CatalogueParts(const std::string &path) {
         return all;
     }
     const IndexRecipe &recipe = IndexRecipeOf(handler->indexer);
-    if (const ByReader *by = IndexRecipeReader(recipe, path.c_str()); by != nullptr)
-        RowOfReader(*by, recipe.kind, path, &all);
+    if (IndexRecipeReader(recipe, path.c_str()) != nullptr)
+        RowOfReader(report, recipe.kind, path, &all);
     else
         RowOfRecipe(recipe, path, &all);
     return all;

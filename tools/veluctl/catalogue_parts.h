@@ -5,8 +5,9 @@
 
 #include <string>
 
+#include "catalogue/file_readers.h"
 #include "tools/veluctl/file_facts.h"
 
-// Returns the row with its table, and the facts; or why there would be none. A cover is kept where this process keeps covers, for the
-// moment.
-FileParts CatalogueParts(const std::string &path);
+// Returns the row with its table, and the facts; or why there would be none. `report` is what its reader says of the file, which counts
+// by the rules `complete`. A cover is kept where this process keeps covers, for the moment.
+FileParts CatalogueParts(const std::string &path, const FileReport &report);

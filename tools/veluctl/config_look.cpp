@@ -10,6 +10,7 @@
 #include "platform/configuration.h"
 #include "platform/sdk/key_lines.h"
 #include "platform/veludb.h"
+#include "tools/queue/request_path.h"
 #include "tools/veluctl/config_value.h"
 #include "tools/veluctl/near_key.h"
 #include "tools/veluctl/setup/service_view.h"
@@ -53,7 +54,7 @@ const KeyFileLine *LineOf(const File &file, std::string_view key) {
 std::string ServiceProblem(const ConfigurationKey &key, const std::string &value) {
     const char *file = key.kind == ConfigurationKind::catalogue ? VELUDBFileGet(value.c_str()) : nullptr;
     if (file != nullptr)
-        return ServiceFolderProblem(std::string(file).substr(0, std::string(file).rfind('/')));
+        return ServiceFolderProblem(ParentOf(file));
     return key.kind == ConfigurationKind::folder ? ServiceFolderProblem(value) : std::string();
 }
 

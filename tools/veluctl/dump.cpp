@@ -77,15 +77,18 @@ ExitCode DumpCommand(const Options &options) {
     if (*covers.folder == '\0')
         return Complain(kFailed, std::string("no place for cover pictures in /tmp: ") + strerror(errno));
     const unsigned kinds = options.every_reader ? kAllFiles : ReaderKindsOf(VELUIndexExtGet(path.c_str()));
-    FileParts held = CatalogueParts(path);
+    const bool complete = RuleSetActive() == RuleSet::complete;
+    const ReaderSaid said = complete ? ReaderAsk(path) : ReaderSaid();
+    FileParts held = CatalogueParts(path, said.report);
     bool any = false;
     std::vector<RecordPart> parts = std::move(held.parts);
-    if (RuleSetConfigured() == RuleSet::complete) {
-        std::vector<RecordPart> found = ReaderFactParts(path);
+    if (complete) {
+        std::vector<RecordPart> found = ReaderFactParts(said);
         any = found.size() > 1;
         parts.insert(parts.end(), std::make_move_iterator(found.begin()),
                      std::make_move_iterator(found.end()));
     }
+    FileReadersEnd();
     for (const Reader &reader : Readers()) {
         if ((reader.kinds & kinds) == 0)
             continue;

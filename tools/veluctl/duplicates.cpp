@@ -55,19 +55,16 @@ public:
         line_.Clear();
         ++groups_;
         ++sums->groups;
-        int last = 1; // copies count up; the first is the one to keep
         for (const CopyName &name : group) {
-            const uint64_t freed = name.copy > last ? name.size : 0;
-            last = std::max(last, name.copy);
             ++sums->names;
-            sums->freed += freed;
+            sums->freed += name.freed;
             Row row = {kind.same,
                        std::to_string(groups_),
                        std::to_string(name.copy),
                        std::to_string(name.size),
                        std::to_string(name.seconds),
                        name.path,
-                       std::to_string(freed)};
+                       std::to_string(name.freed)};
             writer_.Add(row);
         }
         return groups_ < options_.limit;

@@ -2,13 +2,10 @@
 //
 // veluctl log: the daemon's lines of the last run, those that say the same put together.
 #include <stdio.h>
-#include <sys/stat.h>
 #include <time.h>
 
 #include <algorithm>
 
-#include "daemon/index_record.h"
-#include "daemon/queue.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/shared/safe_text.h"
 #include "tools/shared/text_wrap.h"
@@ -17,6 +14,7 @@
 #include "tools/veluctl/log/log_source.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/row_writer.h"
+#include "tools/veluctl/run_records.h"
 #include "tools/veluctl/status/status.h"
 #include "tools/veluctl/terminal.h"
 
@@ -40,21 +38,17 @@ Span SpanChoose(const Options &options) {
     const int64_t now = time(nullptr);
     if (options.everything)
         return {0, now, "All lines"};
-    IndexRecord record;
     const pid_t daemon = DaemonFind();
-    if (daemon != 0 && IndexRecordRead(kRunRecord, &record) && record.pid == daemon)
-        return {record.begin, now, "The run that began at " + TimeText(record.begin)};
-    record = {};
-    if (IndexRecordRead(kLastRunRecord, &record)) {
-        // A run that came to no request, as one without a catalogue, leaves no record.
-        struct stat status;
-        const int64_t last = stat(kLastRunFile, &status) == 0 ? status.st_mtime : 0;
-        if (last > record.end + 1)
-            return {record.end + 1, last + 1,
-                    "The run that ended at " + TimeText(last) + ", and all since " + TimeText(record.end)};
-        return {record.begin, record.end,
-                "The run from " + TimeText(record.begin) + " to " + TimeText(record.end)};
-    }
+    if (const std::optional<IndexRecord> run = RunRecordRead(daemon); daemon != 0 && run)
+        return {run->begin, now, "The run that began at " + TimeText(run->begin)};
+    const LastRun last = LastRunRead();
+    if (last.has_record())
+        return {last.record->begin, last.record->end,
+                "The run from " + TimeText(last.record->begin) + " to " + TimeText(last.record->end)};
+    if (last.record)
+        return {last.record->end + 1, last.end + 1,
+                "The run that ended at " + TimeText(last.end) + ", and all since " +
+                    TimeText(last.record->end)};
     return {now - kDay, now, "The last 24 hours (when a run began is not known here)"};
 }
 

@@ -7,6 +7,7 @@
 #include "tools/veluctl/queue_wait.h"
 #include "tools/veluctl/run_text.h"
 #include "tools/veluctl/terminal.h"
+#include "tools/veluctl/terminal_line.h"
 
 namespace {
 
@@ -80,12 +81,7 @@ void Progress::Show(const RunView &view, int64_t rows, double seconds) {
     const std::string text = ProgressText(view, rows_before_, rows, running_ ? seconds - run_begin_ : 0);
     const std::string place = ProgressPlace(view);
     if (terminal_) {
-        // The cursor's own column stays free, or the line would wrap.
-        const size_t columns = TerminalColumns(out_) - 1;
-        const std::string begin = DisplayCut(text + (place.empty() ? "" : ": "), columns);
-        fprintf(out_, "\r%s%s\033[K", begin.c_str(),
-                DisplayCutMiddle(place, columns - DisplayWidth(begin)).c_str());
-        fflush(out_);
+        TerminalLineShow(out_, text, place);
         return;
     }
     const std::string line = text + (place.empty() ? "" : ": " + place);

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 
-#include "catalogue/file_readers.h"
 #include "daemon/index.h"
 #include "tools/veluctl/fact_type.h"
 #include "tools/veluctl/log_lines.h"
@@ -67,12 +66,17 @@ std::string WhyNothing(const FileReport &report) {
 
 } // namespace
 
-std::vector<RecordPart> ReaderFactParts(const std::string &path) {
+ReaderSaid ReaderAsk(const std::string &path) {
     const IndexHandler *handler = IndexHandlerOf(path.c_str());
     const ByReader *by = handler != nullptr ? IndexRecipeOf(handler->indexer).complete : nullptr;
+    const FileTrustScope anyway(FileTrust::nothing);
     LogLinesTake();
-    const FileReport report = FileReadTake(path.c_str(), by != nullptr ? by->use : ReaderUse());
-    FileReadersEnd();
+    FileReport report = FileReadTake(path.c_str(), by != nullptr ? by->use : ReaderUse());
+    return {std::move(report), LogLinesTake()};
+}
+
+std::vector<RecordPart> ReaderFactParts(const ReaderSaid &said) {
+    const FileReport &report = said.report;
     RecordPart first = {kPartName, {}, {}, {}};
     if (const std::string reason = WhyNothing(report); !reason.empty())
         first.said.push_back("cannot read it: " + reason);
@@ -83,8 +87,7 @@ std::vector<RecordPart> ReaderFactParts(const std::string &path) {
         first.said.push_back(std::string("with a picture, ") +
                              kPictureFormats[static_cast<size_t>(answer.picture)] + " of " +
                              std::to_string(answer.picture_bytes) + " bytes");
-    for (std::string &line : LogLinesTake())
-        first.said.push_back(std::move(line));
+    first.said.insert(first.said.end(), said.lines.begin(), said.lines.end());
     std::vector<RecordPart> parts = {std::move(first)};
     for (const Fact &fact : report.read.answer.facts.facts)
         FactAdd(fact, PartOf(&parts, FactSourceWord(fact.source)));

@@ -6,7 +6,17 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/file_readers.h"
 #include "tools/veluctl/record_print.h"
 
-// Hands a file to a reader. Returns a part for each library that says something, or one that says why there is nothing.
-std::vector<RecordPart> ReaderFactParts(const std::string &path);
+// What a reader said of a file, and what was logged meanwhile.
+struct ReaderSaid {
+    FileReport report;
+    std::vector<std::string> lines;
+};
+
+// Hands a file to a reader, whatever the catalogue knows of it. The readers stay until FileReadersEnd.
+ReaderSaid ReaderAsk(const std::string &path);
+
+// Returns a part for each library that says something, or one that says why there is nothing.
+std::vector<RecordPart> ReaderFactParts(const ReaderSaid &said);

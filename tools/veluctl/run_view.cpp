@@ -21,6 +21,7 @@
 #include "platform/path.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/queue/queue_writer.h"
+#include "tools/veluctl/run_records.h"
 
 namespace {
 
@@ -165,9 +166,8 @@ RunView RunLook(RequestFile *requests, pid_t daemon) {
     // A user who may not look into the daemon's process assumes that it works on what it has taken over.
     const bool hidden = daemon != 0 && access(ProcPath(daemon, "fd").c_str(), R_OK) != 0;
     view.phase = files.position >= 0 || hidden ? Phase::running : Phase::kept;
-    if (IndexRecord record;
-        view.phase == Phase::running && IndexRecordRead(kRunRecord, &record) && record.pid == daemon)
-        view.record = std::move(record);
+    if (view.phase == Phase::running)
+        view.record = RunRecordRead(daemon);
     if (files.position >= 0) {
         view.lines_done = LinesUpTo(&requests->done, requests->file, files.position);
         view.request = LineAt(requests->file, files.position);

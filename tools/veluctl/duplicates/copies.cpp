@@ -25,7 +25,9 @@ int CopiesNumber(CopyGroup *group) {
     std::map<std::pair<dev_t, ino_t>, int> numbers;
     for (CopyName &name : *group) {
         const int next = static_cast<int>(numbers.size()) + 1;
-        name.copy = numbers.try_emplace({name.device, name.inode}, next).first->second;
+        const auto [number, first] = numbers.try_emplace({name.device, name.inode}, next);
+        name.copy = number->second;
+        name.freed = first && next > 1 ? name.size : 0;
     }
     return static_cast<int>(numbers.size());
 }

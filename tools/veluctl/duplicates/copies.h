@@ -20,6 +20,8 @@ struct CopyName {
     dev_t device = 0;
     ino_t inode = 0;
     int copy = 0; // from 1 on; hard links of one file share it, since removing one of them frees nothing
+    uint64_t freed =
+        0; // bytes, once all copies but the first are gone: those of a copy stand at its first name
 };
 using CopyGroup = std::vector<CopyName>;
 

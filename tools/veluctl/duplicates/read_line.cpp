@@ -8,6 +8,7 @@
 #include "tools/veluctl/row_writer.h"
 #include "tools/veluctl/span_text.h"
 #include "tools/veluctl/terminal.h"
+#include "tools/veluctl/terminal_line.h"
 
 namespace {
 
@@ -38,12 +39,7 @@ void ReadLine::Show(uint64_t done, uint64_t all, const std::string &path) {
         text += ", " + SpanText(static_cast<int64_t>(rest * static_cast<double>(now - begin_)) / kSecond) +
                 " left";
     }
-    text += ": ";
-    const size_t columns = TerminalColumns(out_) - 1; // the cursor's own
-    const size_t room = columns > text.size() ? columns - text.size() : 0;
-    fprintf(out_, "\r%s%s\033[K", DisplayCut(text, columns).c_str(),
-            DisplayCutMiddle(SafeText(path), room).c_str());
-    fflush(out_);
+    TerminalLineShow(out_, text, SafeText(path));
     shown_ = true;
 }
 

@@ -9,14 +9,12 @@
 #include <map>
 #include <string_view>
 
+#include "platform/letters.h"
+
 namespace {
 
 constexpr size_t kExtensionMax = 5;
 constexpr char kDots[] = "...";
-
-bool IsDigit(char byte) {
-    return isdigit(static_cast<unsigned char>(byte)) != 0;
-}
 
 bool IsWord(char byte) {
     return isalnum(static_cast<unsigned char>(byte)) != 0;

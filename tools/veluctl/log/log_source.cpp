@@ -4,14 +4,13 @@
 #include "tools/veluctl/log/log_source.h"
 
 #include <errno.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
 #include <fstream>
 
 #include "platform/handle.h"
+#include "tools/veluctl/command_lines.h"
 
 namespace {
 
@@ -42,19 +41,11 @@ bool JournalRead(int64_t from, int64_t to, std::vector<LoggedLine> *lines) {
     const std::string command =
         "journalctl --quiet --no-pager --all --output=short-unix --identifier=veluindexd --since=@" +
         std::to_string(from) + " --until=@" + std::to_string(to + 1);
-    FILE *pipe = popen(command.c_str(), "re");
-    if (pipe == nullptr)
-        return false;
-    char *text = nullptr;
-    size_t size = 0;
-    for (ssize_t length = 0; (length = getline(&text, &size, pipe)) > 0;) {
+    return CommandLinesRead(command, [&](std::string_view text) {
         LoggedLine line;
-        if (LoggedLineOfJournal({text, static_cast<size_t>(length - (text[length - 1] == '\n' ? 1 : 0))},
-                                &line))
+        if (LoggedLineOfJournal(text, &line))
             lines->push_back(std::move(line));
-    }
-    free(text);
-    return pclose(pipe) == 0;
+    });
 }
 
 void FileRead(const char *path, int64_t from, int64_t to, LogAnswer *answer) {

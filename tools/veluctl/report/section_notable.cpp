@@ -52,17 +52,6 @@ void LargestWrite(Report *report) {
     BarsWrite(&report->html, bars);
 }
 
-// What one copy of each song leaves over. The first of a group stays.
-double FreedBytes(const CopyGroup &group) {
-    double freed = 0;
-    int last = 1;
-    for (const CopyName &name : group) {
-        freed += name.copy > last ? static_cast<double>(name.size) : 0;
-        last = std::max(last, name.copy);
-    }
-    return freed;
-}
-
 void DuplicatesWrite(Report *report) {
     if (report->tallies.failed)
         return;
@@ -75,9 +64,9 @@ void DuplicatesWrite(Report *report) {
         .take =
             [&](const CopyGroup &group) {
                 ++groups;
-                freed += FreedBytes(group);
                 for (const CopyName &name : group) {
                     ++list.in_all;
+                    freed += static_cast<double>(name.freed);
                     if (list.entries.size() < kCopiesShown)
                         list.entries.push_back({name.path, SizeText(static_cast<double>(name.size))});
                 }

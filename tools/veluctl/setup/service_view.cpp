@@ -4,14 +4,13 @@
 #include "tools/veluctl/setup/service_view.h"
 
 #include <errno.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
 
 #include "tools/queue/daemon_process.h"
+#include "tools/veluctl/command_lines.h"
 #include "tools/veluctl/setup/daemon_view.h"
 #include "tools/veluctl/setup/unit_settings.h"
 
@@ -24,18 +23,11 @@ constexpr char kAsk[] =
 
 UnitSettings UnitRead() {
     UnitSettings unit;
-    FILE *pipe = popen(kAsk, "re");
-    char *text = nullptr;
-    size_t size = 0;
-    for (ssize_t length = 0; pipe != nullptr && (length = getline(&text, &size, pipe)) > 0;) {
-        const std::string line(text, static_cast<size_t>(length - (text[length - 1] == '\n' ? 1 : 0)));
+    CommandLinesRead(kAsk, [&](std::string_view line) {
         const size_t sign = line.find('=');
-        if (sign != std::string::npos)
-            unit[line.substr(0, sign)] = line.substr(sign + 1);
-    }
-    free(text);
-    if (pipe != nullptr)
-        pclose(pipe);
+        if (sign != std::string_view::npos)
+            unit[std::string(line.substr(0, sign))] = line.substr(sign + 1);
+    });
     return unit;
 }
 

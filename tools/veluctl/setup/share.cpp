@@ -191,7 +191,6 @@ ExitCode ShareList(const Options &options) {
 } // namespace
 
 ExitCode ShareCommand(const Options &options) {
-    RuleSetFollow();
     if (options.index && options.what != "add")
         return Complain(kUsage, "--index goes with share add");
     if (options.form() != Form::table && options.what != "list")

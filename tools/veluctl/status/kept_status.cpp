@@ -28,10 +28,7 @@ void RequestsSay(int64_t count) {
 
 std::vector<std::string> AwayFind() {
     std::vector<std::string> all;
-    for (const char *link : kShareLinks) {
-        char target[kSharePathSize];
-        if (!ShareTargetGet(link, target))
-            continue;
+    for (const std::string &target : ShareTargetsGet()) {
         const std::vector<std::string> away = ShareAwayIn(target, {});
         all.insert(all.end(), away.begin(), away.end());
     }

@@ -2,12 +2,10 @@
 //
 // When the daemon last did something, and by the rules `complete` what came of it.
 #include <errno.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include "daemon/index_record.h"
-#include "daemon/queue.h"
 #include "tools/shared/safe_text.h"
+#include "tools/veluctl/run_records.h"
 #include "tools/veluctl/span_text.h"
 #include "tools/veluctl/status/status.h"
 
@@ -68,23 +66,19 @@ Json RecordJson(const IndexRecord &record) {
 } // namespace
 
 void LastRunStatus(StatusView *view) {
-    struct stat status;
-    const time_t last_run = stat(kLastRunFile, &status) == 0 ? status.st_mtime : 0;
-    IndexRecord record;
-    const bool known = IndexRecordRead(kLastRunRecord, &record);
-    const bool hidden = !known && access(kLastRunRecord, R_OK) != 0 && errno == EACCES;
-    // By other rules there was a run since.
-    const bool of_last = known && record.end + 1 >= last_run;
+    const LastRun last = LastRunRead();
+    const bool hidden = !last.record && access(kLastRunRecord, R_OK) != 0 && errno == EACCES;
+    const bool of_last = last.has_record();
     if (view->json) {
-        view->answer["last_run"] = last_run != 0 ? Json(static_cast<int64_t>(last_run)) : Json();
-        view->answer["last_run_files"] = of_last ? RecordJson(record) : Json();
+        view->answer["last_run"] = last.end != 0 ? Json(static_cast<int64_t>(last.end)) : Json();
+        view->answer["last_run_files"] = of_last ? RecordJson(*last.record) : Json();
         return;
     }
-    const time_t end = of_last ? record.end : last_run;
-    StatusSay("last run ended",
-              end == 0 ? "none since the machine started" : TimeText(end) + (of_last ? SpanSay(record) : ""));
+    const time_t end = of_last ? last.record->end : last.end;
+    StatusSay("last run ended", end == 0 ? "none since the machine started"
+                                         : TimeText(end) + (of_last ? SpanSay(*last.record) : ""));
     if (of_last)
-        RecordSay(record);
+        RecordSay(*last.record);
     else if (hidden)
         StatusSay("", std::string("what came of it ") + kHidden);
 }
