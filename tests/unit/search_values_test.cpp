@@ -51,6 +51,18 @@ TEST(SearchValues, Numbers) {
     EXPECT_EQ(Range("=" + std::string(400, '9'), kKind), "wrong");
 }
 
+TEST(SearchValues, ResolutionsAreClasses) {
+    constexpr FieldKind kKind = FieldKind::resolution;
+    EXPECT_EQ(Range("=4K", kKind), "[2160 2160]");
+    EXPECT_EQ(Range("=hd", kKind), "[720 1440]");
+    EXPECT_EQ(Range(">hd", kKind), "(1440 ]");
+    EXPECT_EQ(Range("<hd", kKind), "[ 720)");
+    EXPECT_EQ(Range("=720p..uhd", kKind), "[720 4320]");
+    EXPECT_EQ(Range("=4k..", kKind), "[2160 ]");
+    for (const char *text : {"=", "=5k", "=2160", "=1920x1080"})
+        EXPECT_EQ(Range(text, kKind), "wrong") << text;
+}
+
 TEST(SearchValues, TimesAreThoseThatAreShown) {
     constexpr FieldKind kKind = FieldKind::seconds;
     EXPECT_EQ(Range("=3:25", kKind), "[204.5 205.5)");

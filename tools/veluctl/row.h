@@ -8,7 +8,7 @@
 #include <vector>
 
 // What a column's values are; the value itself is always the text that the database gave.
-enum class Type { text, path, integer, real, boolean, bytes, seconds };
+enum class Type { text, path, integer, real, boolean, bytes, seconds, lines };
 
 struct Column {
     const char *name;    // for programs

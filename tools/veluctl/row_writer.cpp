@@ -51,7 +51,8 @@ std::string SecondsShow(double seconds) {
 }
 
 bool IsRight(Type type) {
-    return type == Type::integer || type == Type::real || type == Type::bytes || type == Type::seconds;
+    return type == Type::integer || type == Type::real || type == Type::bytes || type == Type::seconds ||
+           type == Type::lines;
 }
 
 } // namespace
@@ -64,6 +65,8 @@ std::string ValueShow(const Value &value, Type type) {
         return BytesShow(strtod(value->c_str(), nullptr));
     case Type::seconds:
         return SecondsShow(strtod(value->c_str(), nullptr));
+    case Type::lines:
+        return *value == "0" ? "-" : *value + "p";
     case Type::boolean:
         return *value == "t" ? "yes" : "no";
     default:

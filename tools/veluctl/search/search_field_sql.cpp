@@ -55,10 +55,19 @@ void RangePut(const std::string &value, const char *type, const ValueRange &rang
     query->Add(")");
 }
 
+// An unknown number is 0.
+void UnknownRuleOut(ValueRange *range) {
+    if (range->low)
+        return;
+    range->low = "0";
+    range->has_low = false;
+}
+
 // Of columns: an unknown number is 0, and what is no date at all begins with a letter.
 void ColumnRangePut(const FieldSource &source, ValueRange range, const Putting &to) {
     const std::string name = to.Name(source.column->name);
     if (source.kind == FieldKind::date) {
+        const std::string date = DateColumn(*source.column, to.target);
         constexpr char kBehindDigits[] = ":";
         if (!range.low)
             range.low = "0";
@@ -66,13 +75,11 @@ void ColumnRangePut(const FieldSource &source, ValueRange range, const Putting &
             range.high = kBehindDigits;
             range.has_high = false;
         }
-        return RangePut(name, nullptr, range, to.query);
+        return RangePut(date, nullptr, range, to.query);
     }
     const bool has_unknown = to.target.table->is_media && source.kind != FieldKind::flag;
-    if (has_unknown && !range.low) {
-        range.low = "0";
-        range.has_low = false;
-    }
+    if (has_unknown)
+        UnknownRuleOut(&range);
     RangePut(name, to.target.words->real, range, to.query);
 }
 
@@ -97,6 +104,15 @@ bool ColumnPut(const SearchNode &node, const FieldSource &source, const Putting 
         to.query->Add(name).Add(" = ").Put(*range.low == "1" ? "t" : "f");
     else
         ColumnRangePut(source, range, to);
+    return true;
+}
+
+bool PictureConditionPut(const SearchNode &node, FieldKind kind, const Putting &to) {
+    ValueRange range;
+    if (!ValueRangeRead(node, kind, DateForm::local, &range, to.problem))
+        return false;
+    UnknownRuleOut(&range);
+    RangePut(PictureLines(*to.target.table), to.target.words->real, range, to.query);
     return true;
 }
 
@@ -190,6 +206,8 @@ bool FieldConditionPut(const SearchNode &node, const SearchTarget &target, SqlTe
         return FactPut(node, field, to);
     case FieldPlace::state:
         return StatePut(node, field, to);
+    case FieldPlace::picture:
+        return PictureConditionPut(node, source.kind, to);
     case FieldPlace::kind:
         query->Add(SearchKindFind(node.value) == target.table ? kSqlYes : kSqlNo);
         return true;
@@ -223,6 +241,9 @@ bool PresencePut(const SearchNode &node, const SearchTarget &target, SqlText *qu
     case FieldPlace::state:
         StateBegin(to);
         query->Add("s.").Add(field.name).Add(" <> '')");
+        return true;
+    case FieldPlace::picture:
+        query->Add("(").Add(PictureLines(*target.table)).Add(") <> 0");
         return true;
     case FieldPlace::kind:
         query->Add(kSqlYes);

@@ -29,6 +29,7 @@ constexpr SearchField kOthers[] = {
     {"cover", FieldKind::flag, "has_cover"},
     {"size", FieldKind::bytes, "file_size"},
     {"camera", FieldKind::text, "camera_model"},
+    {"resolution", FieldKind::resolution},
 };
 
 // What photos alone have; nobody misses it elsewhere.
@@ -36,6 +37,14 @@ constexpr const char *kOfPhotos[] = {"camera_make",  "camera_model",  "camera", 
                                      "f_number",     "iso_speed",     "date_taken",   "lens",
                                      "focal_length", "orientation",   "gps_latitude", "gps_altitude",
                                      "date_source",  "gps_longitude", "date_offset"};
+// What is known elsewhere where it is no tag of a song: when a picture was taken.
+struct OtherColumn {
+    const char *field;
+    const char *kind;
+    const char *column;
+};
+constexpr OtherColumn kOtherColumns[] = {{"date", "photo", "date_taken"}, {"date", "library", "date_taken"}};
+
 // What nobody misses in photos and lists of songs.
 constexpr const char *kOfSound[] = {
     "artist", "albumartist", "genre", "composer",      "comment",     "track",    "disc",  "year",
@@ -71,6 +80,8 @@ FieldKind KindOf(const Column &column) {
         return FieldKind::bytes;
     case Type::boolean:
         return FieldKind::boolean;
+    case Type::lines:
+        return FieldKind::resolution;
     case Type::integer:
     case Type::real:
         return column.name == std::string_view("has_cover") ? FieldKind::flag : FieldKind::number;
@@ -151,6 +162,11 @@ FieldSource FieldSourceOf(const SearchField &field, const CatalogueTable &table,
     const std::string_view name = field.name;
     if (name == "kind")
         return {FieldPlace::kind, FieldKind::text};
+    if (field.kind == FieldKind::resolution && table.is_media)
+        return {FieldPlace::picture, field.kind};
+    for (const OtherColumn &other : kOtherColumns)
+        if (name == other.field && table.kind == std::string_view(other.kind))
+            return {FieldPlace::column, FieldKind::date, &ColumnOf(table, other.column)};
     if (table.is_media && facts && field.facts[0] != nullptr)
         return {FieldPlace::fact, field.kind};
     const Column *column = ColumnFind(table, field.name);
@@ -164,10 +180,16 @@ FieldSource FieldSourceOf(const SearchField &field, const CatalogueTable &table,
     return {facts ? FieldPlace::state : FieldPlace::missing, field.kind};
 }
 
+bool FieldIsNever(const SearchField &field, const CatalogueTable &table) {
+    return FieldSourceOf(field, table, true).place == FieldPlace::picture && table.kind != kKindOfFilms;
+}
+
 bool FieldIsExpected(const SearchField &field, const CatalogueTable &table) {
     const std::string_view kind = table.kind;
     if (IsIn(kOfPhotos, field.name))
         return kind == "photo";
+    if (FieldIsNever(field, table))
+        return false;
     return !IsIn(kOfSound, field.name) || (kind != "photo" && kind != "playlist");
 }
 

@@ -12,7 +12,7 @@
 #include "tools/veluctl/tables.h"
 
 // What the values of a field are, and so what can be asked of them.
-enum class FieldKind { text, path, number, seconds, bytes, flag, boolean, date };
+enum class FieldKind { text, path, number, seconds, bytes, flag, boolean, date, resolution };
 
 // Of a kind: whether it is a text that can be looked into.
 inline bool FieldIsText(FieldKind kind) {
@@ -42,12 +42,16 @@ bool FieldHoldsBlanks(const SearchField &field);
 // Whether its values are codes of languages.
 bool FieldIsLanguage(const SearchField &field);
 
+// Rows of this kind have what field "resolution" asks for.
+inline constexpr std::string_view kKindOfFilms = "video";
+
 // Where a table has a field.
 enum class FieldPlace {
     column,
     fact,
     state,   // `added`, `trouble`
     kind,    // the table itself
+    picture, // its size, of films; elsewhere it is unknown
     missing, // facts and states alone, of which the catalogue has none
     none,
 };
@@ -60,6 +64,9 @@ struct FieldSource {
 
 // `facts`: the catalogue has what the rules `complete` know of files.
 FieldSource FieldSourceOf(const SearchField &field, const CatalogueTable &table, bool facts);
+
+// Whether no file of a kind can have it.
+bool FieldIsNever(const SearchField &field, const CatalogueTable &table);
 
 // Whether files of a kind are such as have the field; where one of them has none it is missing.
 bool FieldIsExpected(const SearchField &field, const CatalogueTable &table);

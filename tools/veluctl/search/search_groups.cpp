@@ -19,6 +19,8 @@ Type TypeOf(FieldKind kind) {
         return Type::seconds;
     case FieldKind::bytes:
         return Type::bytes;
+    case FieldKind::resolution:
+        return Type::lines;
     case FieldKind::boolean:
         return Type::boolean;
     case FieldKind::path:

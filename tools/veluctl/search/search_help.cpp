@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/search/search_help.h"
 
+#include "tools/veluctl/search/resolution.h"
 #include "tools/veluctl/search/search_fields.h"
 
 namespace {
@@ -34,6 +35,7 @@ std::vector<HelpList> SearchHelp() {
           {"duration>10:00", "Also < >= <=; in quotes, since shells take > and < themselves"},
           {"has:cover", "The field has a value"},
           {"missing:year", "It has none, in files that mostly have one"},
+          {"resolution=4k", "Films by the size of their picture"},
           {"kind=film", "One of " + SearchKindNames()}}},
         {"Fields",
          {{"texts", NamesOf({FieldKind::text, FieldKind::path})},
@@ -43,6 +45,8 @@ std::vector<HelpList> SearchHelp() {
           {"dates", NamesOf({FieldKind::date}) +
                         ": 2026, 2026-10, 2026-10-31, in local time; all of it counts: >2026-10 begins with "
                         "November; today, yesterday, week, month and year are the last days"},
+          {"picture", NamesOf({FieldKind::resolution}) + " of films: " + ResolutionNames() +
+                          "; films without edges, cut or upright ones count, too"},
           {"yes or no", NamesOf({FieldKind::flag, FieldKind::boolean})}}}};
 }
 
@@ -51,7 +55,7 @@ std::vector<CommandExample> SearchExamples() {
         {"veluctl find beyonce -live", "What has the name anywhere, but not the word live"},
         {"veluctl find artist=\"nina simone\" year=1960..1969 --sort year,title",
          "Her songs of the sixties, in order"},
-        {"veluctl find kind=film 'width>=3840' codec=hevc", "Films in 4K of this codec"},
+        {"veluctl find resolution=4k codec=hevc", "Films in 4K of this codec"},
         {"veluctl find kind=song missing:year --group album", "Albums whose songs have no year"},
         {"veluctl find 'added>=2026-10' --sort -added -n 20", "The newest files since October"},
         {"veluctl find kind=photo camera~canon 'iso_speed>800' --json", "Photos, for a program"},

@@ -84,13 +84,19 @@ bool SearchValuePut(const std::vector<SearchOrderKey> &order, size_t at, const S
         query->Add("cast(").Put(target.table->kind).Add(" as text)");
         return true;
     }
+    if (source.place == FieldPlace::picture) {
+        query->Add(PictureLines(*target.table));
+        return true;
+    }
     if (source.kind == FieldKind::boolean) {
         query->Add(QualifiedName(*target.table, source.column->name));
         return true;
     }
     const bool text = FieldIsText(source.kind) || source.kind == FieldKind::date;
     query->Add(text && for_sorting ? "lower(coalesce(" : "(coalesce(");
-    if (source.place == FieldPlace::column) {
+    if (source.place == FieldPlace::column && source.kind == FieldKind::date) {
+        query->Add(DateColumn(*source.column, target));
+    } else if (source.place == FieldPlace::column) {
         query->Add(QualifiedName(*target.table, source.column->name));
     } else if (source.place == FieldPlace::state) {
         query->Add("file_state.").Add(key.field->name);

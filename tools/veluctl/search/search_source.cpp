@@ -1,6 +1,37 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/search/search_source.h"
 
+#include "tools/veluctl/search/resolution.h"
+
+namespace {
+
+// Where a text is like this, something stands in the place of its bytes behind the first few.
+struct DateStep {
+    const char *like;
+    size_t keep;
+    const char *put;
+    size_t leave_out;
+};
+constexpr DateStep kColons[] = {{"____:%", 4, "-", 1}, {"____-__:%", 7, "-", 1}};
+constexpr DateStep kSingleDigits[] = {{"____-_-%", 5, "0", 0}, {"____-__-_ %", 8, "0", 0}};
+
+std::string DateStepSql(const std::string &date, const DateStep &step) {
+    return "case when " + date + " like '" + step.like + "' then substr(" + date + ", 1, " +
+           std::to_string(step.keep) + ") || '" + step.put + "' || substr(" + date + ", " +
+           std::to_string(step.keep + step.leave_out + 1) + ") else " + date + " end";
+}
+
+} // namespace
+
+std::string DateColumn(const Column &column, const SearchTarget &target) {
+    std::string date = QualifiedName(*target.table, column.name);
+    if (target.complete || column.name != std::string_view("date_taken"))
+        return date;
+    for (const DateStep &step : target.table->is_media ? kSingleDigits : kColons)
+        date = DateStepSql(date, step);
+    return date;
+}
+
 bool SearchSourceFind(const SearchField &field, SearchPlace place, const SearchTarget &target,
                       FieldSource *source, SearchProblem *problem) {
     *source = FieldSourceOf(field, *target.table, target.facts);
@@ -17,6 +48,12 @@ bool SearchSourceFind(const SearchField &field, SearchPlace place, const SearchT
         return SearchWrong(
             problem, std::string("rows of the kind ") + target.table->kind + " have no field " + name, place);
     return true;
+}
+
+std::string PictureLines(const CatalogueTable &table) {
+    return table.kind == kKindOfFilms
+               ? ResolutionSql(QualifiedName(table, "width"), QualifiedName(table, "height"))
+               : "0";
 }
 
 void FactNamesPut(const SearchField &field, SqlText *query) {

@@ -38,6 +38,8 @@ Truth TruthOf(const SearchNode &node, const CatalogueTable &table) {
     default:
         break;
     }
+    if (!node.name.empty() && FieldIsNever(*SearchFieldFind(node.name), table))
+        return Truth::no;
     if (!SearchIsKind(node))
         return Truth::maybe;
     return SearchKindFind(node.value) == &table ? Truth::yes : Truth::no;

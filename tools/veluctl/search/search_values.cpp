@@ -6,6 +6,7 @@
 #include <charconv>
 
 #include "platform/letters.h"
+#include "tools/veluctl/search/resolution.h"
 #include "tools/veluctl/search/search_dates.h"
 
 namespace {
@@ -101,6 +102,13 @@ std::optional<Span> FlagSpan(std::string_view text) {
     return {};
 }
 
+std::optional<Span> LinesSpan(std::string_view text) {
+    const std::optional<ResolutionSpan> lines = ResolutionOf(text);
+    if (!lines)
+        return {};
+    return Span{std::to_string(lines->low), std::to_string(lines->high)};
+}
+
 std::optional<Span> SpanOf(std::string_view text, FieldKind kind, DateForm form) {
     switch (kind) {
     case FieldKind::seconds:
@@ -114,6 +122,8 @@ std::optional<Span> SpanOf(std::string_view text, FieldKind kind, DateForm form)
         if (const std::optional<Period> period = PeriodOf(text, form == DateForm::utc))
             return Span{period->begin, period->end, false};
         return {};
+    case FieldKind::resolution:
+        return LinesSpan(text);
     case FieldKind::number:
     case FieldKind::text:
     case FieldKind::path:
@@ -122,7 +132,7 @@ std::optional<Span> SpanOf(std::string_view text, FieldKind kind, DateForm form)
     return NumberSpan(text);
 }
 
-const char *FormOf(FieldKind kind) {
+std::string FormOf(FieldKind kind) {
     switch (kind) {
     case FieldKind::seconds:
         return "a time is written 3:25, 1:02:03 or in seconds";
@@ -134,6 +144,8 @@ const char *FormOf(FieldKind kind) {
     case FieldKind::date:
         return "a date is written 2026, 2026-10, 2026-10-31 or \"2026-10-31 12:30\"; today, "
                "yesterday, week, month and year are words for days up to now";
+    case FieldKind::resolution:
+        return "a resolution is one of " + ResolutionNames();
     case FieldKind::number:
     case FieldKind::text:
     case FieldKind::path:
