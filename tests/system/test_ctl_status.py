@@ -42,6 +42,24 @@ def last_run(box):
     return {name: told[name] for name in ("new", "changed", "gone", "unchanged", "troubled")}
 
 
+def test_what_does_not_run_has_the_command_that_starts_it(box):
+    told = box.ctl("status")["out"]
+    assert re.search(r"^daemon +not running; to start: sudo veluindexd$", told, re.MULTILINE), told
+    assert "watcher          not running; to start: sudo systemctl enable --now veluwatchd\n" in told
+    box.write("/etc/init.d/veluindexd", "#!/bin/sh\n")
+    os.chmod(box.box.path("/etc/init.d/veluindexd"), 0o755)
+    assert "to start: sudo service veluindexd start\n" in box.ctl("status")["out"]
+    box.mkdir("/run/systemd/system")
+    assert "to start: sudo systemctl start veluindexd\n" in box.ctl("status")["out"]
+    box.write(f"{MUSIC}/a.pcm")
+    assert "To start it: sudo systemctl start veluindexd\n" in box.ctl("add", f"{MUSIC}/a.pcm")["err"]
+    assert box.ctl_json("why", f"{MUSIC}/a.pcm")["command"] == "sudo systemctl start veluindexd"
+    assert widest(told) <= 80
+    box.start()
+    told = box.ctl("status")["out"]
+    assert told.startswith("daemon           running as process ") and "start veluindexd" not in told
+
+
 def test_what_came_of_the_last_run(library):
     begun = int(time.time())
     library.index(f"A:{MUSIC}")

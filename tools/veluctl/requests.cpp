@@ -19,6 +19,7 @@
 #include "tools/veluctl/follow.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/requests.h"
+#include "tools/veluctl/setup/service_commands.h"
 #include "tools/veluctl/setup/share_refusal.h"
 #include "tools/veluctl/why/why.h"
 
@@ -80,7 +81,10 @@ ExitCode RequestLinesSend(const std::vector<std::string> &lines, const Options &
     const int wake = options.no_signal ? 0 : DaemonWake();
     const std::string queued = Counted(static_cast<long long>(lines.size()), "request") + " queued";
     if (wake == ESRCH || (options.wait && DaemonFind() == 0))
-        return Complain(kNotRunning, queued + ", but the daemon does not run: its next start does the work");
+        return Complain(kNotRunning,
+                        queued +
+                            ", but the daemon does not run: its next start does the work. To start it: " +
+                            DaemonStartCommand());
     if (wake != 0)
         return Complain(wake == EPERM ? kNoRights : kFailed,
                         queued + ", but the daemon cannot be signalled: " + strerror(wake));

@@ -19,6 +19,7 @@
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/requests.h"
+#include "tools/veluctl/setup/service_commands.h"
 #include "tools/veluctl/setup/setup_folder.h"
 #include "tools/veluctl/setup/share_refusal.h"
 #include "tools/veluctl/shell_word.h"
@@ -77,7 +78,7 @@ void NextTell(const std::string &name, const std::string &path, bool indexed) {
     if (WatcherFind() != 0)
         puts("veluwatchd runs, and sees within ten seconds that it is to watch this.");
     else
-        puts("To have changes indexed by themselves: sudo systemctl enable --now veluwatchd");
+        printf("To have changes indexed by themselves: %s\n", kWatcherEnableCommand);
 }
 
 // What people call what the shares hold.

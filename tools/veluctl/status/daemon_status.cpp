@@ -3,6 +3,7 @@
 // Whether the daemon runs, with how many readers, and by which rules.
 #include "platform/rule_set.h"
 #include "tools/veluctl/process_start.h"
+#include "tools/veluctl/setup/service_commands.h"
 #include "tools/veluctl/status/child_processes.h"
 #include "tools/veluctl/status/status.h"
 
@@ -10,7 +11,8 @@ void DaemonStatus(StatusView *view) {
     const time_t since = view->daemon != 0 ? ProcessStart(view->daemon) : 0;
     const size_t readers = view->daemon != 0 ? ChildProcesses(view->daemon, "velureader") : 0;
     if (!view->json) {
-        StatusSay("daemon", view->daemon == 0 ? "not running" : ProcessText(view->daemon, since));
+        StatusSay("daemon", view->daemon == 0 ? NotRunningText(DaemonStartCommand())
+                                              : ProcessText(view->daemon, since));
         if (readers > 0)
             StatusSay("readers", std::to_string(readers) + " at work");
         return;

@@ -26,6 +26,9 @@ std::string TimeText(time_t time);
 // Returns what is said of a process that runs.
 std::string ProcessText(pid_t pid, time_t since);
 
+// Returns the same of one that does not run, with the command that starts it.
+std::string NotRunningText(const char *command);
+
 // What this user may not look at.
 inline constexpr char kHidden[] = "cannot be read by this user";
 

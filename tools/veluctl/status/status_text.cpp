@@ -25,6 +25,10 @@ std::string ProcessText(pid_t pid, time_t since) {
     return "running as process " + std::to_string(pid) + (since != 0 ? " since " + TimeText(since) : "");
 }
 
+std::string NotRunningText(const char *command) {
+    return std::string("not running; to start: ") + command;
+}
+
 std::string TimeText(time_t time) {
     struct tm local;
     char text[32] = "";

@@ -8,6 +8,7 @@
 #include "platform/handle.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/veluctl/process_start.h"
+#include "tools/veluctl/setup/service_commands.h"
 #include "tools/veluctl/status/status.h"
 
 namespace {
@@ -33,7 +34,8 @@ void WatcherStatus(StatusView *view) {
     const time_t since = watcher != 0 ? ProcessStart(watcher) : 0;
     const int64_t directories = watcher != 0 ? WatchesCount(watcher) : -1;
     if (!view->json) {
-        StatusSay("watcher", watcher == 0 ? "not running" : ProcessText(watcher, since));
+        StatusSay("watcher",
+                  watcher == 0 ? NotRunningText(kWatcherEnableCommand) : ProcessText(watcher, since));
         if (directories >= 0)
             StatusSay("", "watches " + std::to_string(directories) +
                               (directories == 1 ? " directory" : " directories"));

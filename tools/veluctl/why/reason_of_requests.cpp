@@ -13,6 +13,7 @@
 #include "platform/path.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/veluctl/run_view.h"
+#include "tools/veluctl/setup/service_commands.h"
 #include "tools/veluctl/shell_word.h"
 #include "tools/veluctl/span_text.h"
 #include "tools/veluctl/why/why.h"
@@ -85,7 +86,7 @@ std::optional<Reason> Queued(const std::string &path, pid_t daemon) {
                   "not yet: line " + number + " of " + (in_work != 0 ? "the requests in work" : "the queue") +
                       " asks for it (" + Named(line) + ")" +
                       (daemon == 0 ? ", and the daemon does not run" : ""),
-                  daemon == 0 ? "sudo systemctl start veluindexd" : "veluctl status",
+                  daemon == 0 ? DaemonStartCommand() : "veluctl status",
                   in_work != 0 ? kQueueWorkingCopy : kQueueFile, in_work + waiting};
 }
 
