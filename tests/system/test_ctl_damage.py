@@ -130,4 +130,8 @@ def test_a_server_whose_module_is_missing_names_the_package(box):
         told = box.box.ask("run", arguments=["/tmp/installed/bin/veluctl", command], environment={}, timeout=60)
         assert told["status"] == (NOT_RUNNING if command == "status" else UNREACHABLE)
         assert "the package veluindexd-postgresql brings what asks a server" in " ".join((told["out"] + told["err"]).split())
+    told = box.box.ask("run", arguments=["/tmp/installed/bin/veluctl", "config", "check"], environment={}, timeout=60)
+    assert told["status"] == FOUND and told["out"].count(
+        "db: its engine is not installed; the package veluindexd-postgresql brings what asks a server") == 2, told
+    assert "engine" not in box.ctl("config", "check")["out"]
     assert "package" not in box.ctl("check")["err"], "with the module, the server is away"

@@ -14,14 +14,12 @@
 
 namespace {
 
-constexpr char kModuleHint[] = "; the package veluindexd-postgresql brings what asks a server";
-
-struct Place {
+struct CataloguePlace {
     char uri[kCatalogueUriSize] = "";
     const char *file = nullptr; // null: on a server, or nowhere
 };
 
-void PlaceGet(Catalogue catalogue, Place *place) {
+void PlaceGet(Catalogue catalogue, CataloguePlace *place) {
     if (VELUIndexUriGet(catalogue, place->uri, sizeof place->uri) == 0)
         place->file = VELUDBFileGet(place->uri);
 }
@@ -51,18 +49,22 @@ bool HasShares() {
 
 } // namespace
 
+std::string ModuleHint(const char *uri) {
+    return VELUDBLacksModule(uri) ? "; the package veluindexd-postgresql brings what asks a server" : "";
+}
+
 std::string CatalogueHint(Catalogue catalogue, const std::string &reason) {
-    Place place;
+    CataloguePlace place;
     PlaceGet(catalogue, &place);
     if (place.file == nullptr)
-        return VELUDBLacksModule(place.uri) ? kModuleHint : "";
+        return ModuleHint(place.uri);
     if (VELUDBIsDamage(reason))
         return "; the file is damaged, and veluctl status has the commands that make a new one";
     return RightHint(place.file);
 }
 
 std::vector<std::string> CatalogueCommands(Catalogue catalogue, const std::string &reason) {
-    Place place;
+    CataloguePlace place;
     PlaceGet(catalogue, &place);
     if (place.file == nullptr || !VELUDBIsDamage(reason))
         return {};

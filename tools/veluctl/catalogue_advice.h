@@ -12,5 +12,8 @@
 // damaged; an empty text when nobody knows.
 std::string CatalogueHint(Catalogue catalogue, const std::string &reason);
 
+// Returns the same about a URI whose engine is not installed, which is known without a reason; an empty text for any other.
+std::string ModuleHint(const char *uri);
+
 // Returns the commands by which a damaged file makes way for a new one and is kept aside; none for any other reason.
 std::vector<std::string> CatalogueCommands(Catalogue catalogue, const std::string &reason);

@@ -11,6 +11,7 @@
 #include "platform/sdk/key_lines.h"
 #include "platform/veludb.h"
 #include "tools/queue/request_path.h"
+#include "tools/veluctl/catalogue_advice.h"
 #include "tools/veluctl/config_value.h"
 #include "tools/veluctl/near_key.h"
 #include "tools/veluctl/setup/service_view.h"
@@ -50,6 +51,13 @@ const KeyFileLine *LineOf(const File &file, std::string_view key) {
     return found != file.lines.end() ? &*found : nullptr;
 }
 
+// What the URI asks for may not be installed.
+std::string EngineProblem(const ConfigurationKey &key, const std::string &value) {
+    const std::string hint =
+        key.kind == ConfigurationKind::catalogue ? ModuleHint(value.c_str()) : std::string();
+    return hint.empty() ? hint : "its engine is not installed" + hint;
+}
+
 // What is good for a shell may be out of the service's reach.
 std::string ServiceProblem(const ConfigurationKey &key, const std::string &value) {
     const char *file = key.kind == ConfigurationKind::catalogue ? VELUDBFileGet(value.c_str()) : nullptr;
@@ -68,6 +76,8 @@ ConfigurationFinding KeyLook(const ConfigurationKey &key, const File &file) {
     finding.value = key.kind == ConfigurationKind::catalogue ? UriWithoutPassword(value) : value;
     finding.source = is_written ? Place(file, *line) : kDefault;
     std::string problem = line != nullptr && line->open_quote ? kOpenQuote : ConfigurationProblem(key, value);
+    if (problem.empty())
+        problem = EngineProblem(key, value);
     if (problem.empty())
         problem = ServiceProblem(key, value);
     if (!problem.empty())
