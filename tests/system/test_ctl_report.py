@@ -232,10 +232,19 @@ def test_the_page_comes_whole_or_not_at_all(library):
     assert answer["status"] == FAILED and "too large" in answer["err"], answer
     assert library.read(PAGE) == before
     assert [name for name in os.listdir(library.box.path("/tmp")) if name.startswith("page")] == ["page.html"]
+    assert library.ctl("report", "--no-check", "-")["err"] == ""
     page_of(library, "--no-check")
     assert os.stat(library.box.path(PAGE)).st_mode & 0o777 == 0o600, "who may read it is not for the program to change"
     full = ["/bin/sh", "-c", f"{library.ctl_program} report --no-check - >/dev/full"]
     assert library.box.ask("run", arguments=full, environment={}, timeout=60)["status"] == FAILED
+
+
+def test_where_the_page_is_and_how_large_is_told_beside_it(library):
+    script = ["/bin/sh", "-c", f"mkdir -p /tmp/a/b && cd /tmp/a/b && exec {library.ctl_program} report --no-check ../page.html"]
+    answer = library.box.ask("run", arguments=script, environment={}, timeout=60)
+    size = len(library.read("/tmp/a/page.html"))
+    assert (answer["status"], answer["out"]) == (DONE, "")
+    assert answer["err"] == f"veluctl: the page is in '/tmp/a/page.html', {size / 1000:.1f} kB\n"
 
 
 def test_an_unreachable_catalogue_has_no_page(box):

@@ -5,14 +5,22 @@
 
 #include <stdio.h>
 
+#include <filesystem>
+
 #include "catalogue/features.h"
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/report/page_file.h"
+#include "tools/veluctl/row_writer.h"
 
 namespace {
 
 constexpr char kStandardOutput[] = "-";
+
+// A page is opened later, from another folder maybe.
+std::string PathWhole(const std::string &path) {
+    return std::filesystem::absolute(path).lexically_normal();
+}
 
 // False, with the reason in the reader, when a catalogue cannot be read.
 bool PageMake(Report *report, bool check) {
@@ -49,5 +57,8 @@ ExitCode ReportCommand(const Options &options) {
         return kDone; // whether it was written shows at the end of the program
     }
     const std::string problem = PageFileWrite(path, page);
-    return problem.empty() ? kDone : Complain(kFailed, Quoted(path) + ": " + problem);
+    if (!problem.empty())
+        return Complain(kFailed, Quoted(path) + ": " + problem);
+    return Complain(kDone, "the page is in " + Quoted(PathWhole(path)) + ", " +
+                               ValueShow(std::to_string(page.size()), Type::bytes));
 }
