@@ -103,6 +103,28 @@ def test_a_wrong_command_line_says_so_and_queues_nothing(idle, arguments):
     assert not idle.exists(QUEUE)
 
 
+@pytest.mark.parametrize("arguments, meant", [
+    (["stauts"], "status"), (["ad", SONG], "add"), (["dupl"], "duplicates"), (["add", "--wiat", SONG], "--wait"),
+    (["add", "-w", "--time=5", SONG], "--timeout"), (["--verison"], "--version"), (["list", "--jsno"], "--json"),
+])
+def test_what_is_mistyped_is_told_with_what_was_meant(idle, arguments, meant):
+    answer = idle.ctl(*arguments)
+    assert answer["status"] == USAGE and f"; did you mean {meant}?\n" in answer["err"], answer
+    assert not idle.exists(QUEUE)
+
+
+def test_what_is_like_nothing_has_no_hint(idle):
+    for arguments in (["bogus"], ["x"], ["list", "--bogus"], ["list", "-q"], ["status", "lsit"]):
+        answer = idle.ctl(*arguments)
+        assert answer["status"] == USAGE and "did you mean" not in answer["err"], answer
+
+
+def test_help_is_a_command_too(idle):
+    assert idle.ctl("help") == idle.ctl("--help") and "\n  duplicates " in idle.ctl("help")["out"]
+    assert idle.ctl("help", "add") == idle.ctl("add", "--help") and "--timeout" in idle.ctl("help", "add")["out"]
+    assert idle.ctl("help", "bogus")["status"] == USAGE
+
+
 def test_an_ordinary_user_is_told_who_may_write_the_queue(idle):
     answer = idle.ctl("add", SONG, user=NOBODY)
     assert answer["status"] == NO_RIGHTS and "Only root may write the queue" in answer["err"]

@@ -84,9 +84,11 @@ TEST(CommandLine, BehindTwoDashesAllAreArguments) {
 
 TEST(CommandLine, UnknownAndShortenedNamesAreRefused) {
     EXPECT_EQ(ErrorOf({"--nothing"}), "The following argument was not expected: --nothing");
-    EXPECT_EQ(ErrorOf({"--fla"}), "The following argument was not expected: --fla");
-    EXPECT_EQ(ErrorOf({"--numb", "5"}), "The following argument was not expected: --numb");
-    EXPECT_EQ(ErrorOf({"--numb=5"}), "The following argument was not expected: --numb=5");
+    EXPECT_EQ(ErrorOf({"--fla"}), "The following argument was not expected: --fla; did you mean --flag?");
+    EXPECT_EQ(ErrorOf({"--numb", "5"}),
+              "The following argument was not expected: --numb; did you mean --number?");
+    EXPECT_EQ(ErrorOf({"--numb=5"}),
+              "The following argument was not expected: --numb=5; did you mean --number?");
     EXPECT_EQ(ErrorOf({"-fq"}), "The following argument was not expected: -q");
     EXPECT_EQ(ErrorOf({"a", "--flag=x"}), "--flag takes no value");
 }

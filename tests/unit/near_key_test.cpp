@@ -14,18 +14,6 @@ std::string Near(const std::string &name) {
 
 } // namespace
 
-TEST(NearKey, DistanceCountsSlips) {
-    EXPECT_EQ(EditDistance("", ""), 0U);
-    EXPECT_EQ(EditDistance("", "abc"), 3U);
-    EXPECT_EQ(EditDistance("abc", ""), 3U);
-    EXPECT_EQ(EditDistance("abc", "ABC"), 0U);
-    EXPECT_EQ(EditDistance("abc", "abd"), 1U);
-    EXPECT_EQ(EditDistance("abc", "acb"), 1U); // exchanged with its neighbour
-    EXPECT_EQ(EditDistance("abcd", "badc"), 2U);
-    EXPECT_EQ(EditDistance("abc", "xabc"), 1U);
-    EXPECT_EQ(EditDistance("kitten", "sitting"), 3U);
-}
-
 TEST(NearKey, EveryKeyIsItsOwn) {
     for (const ConfigurationKey &key : kConfigurationKeys)
         EXPECT_EQ(Near(key.name), key.name);

@@ -9,6 +9,7 @@
 
 #include "tools/shared/command_value.h"
 #include "tools/shared/dash_words.h"
+#include "tools/shared/near_name.h"
 
 namespace {
 
@@ -57,6 +58,20 @@ bool IsWhole(const char *word, const char *name) {
 
 std::string Missing(const CommandOption &one) {
     return NameOf(one) + ": 1 required " + TypeText(one.type, one.words) + " missing";
+}
+
+// The sentence about an option, with its dashes, that the table does not have.
+std::string NoSuchOption(const CommandLine &line, std::string_view word) {
+    constexpr std::string_view kDashes = "--";
+    if (!word.starts_with(kDashes))
+        return NotExpected(word);
+    std::vector<const char *> names;
+    for (const CommandOption &one : line.options) {
+        if (one.name != nullptr)
+            names.push_back(one.name);
+    }
+    const std::string_view name = word.substr(kDashes.size(), word.find('=') - kDashes.size());
+    return NotExpected(word) + MeantHint(name, names, kDashes.data());
 }
 
 // The state of reading one command line.
@@ -118,7 +133,7 @@ std::string Wrong(const CommandLine &line, int code, const char *word) {
         return Missing(line.options[at]);
     if (at != kNone && optopt >= kLongNames)
         return NameOf(line.options[at]) + " takes no value";
-    return NotExpected(optopt != 0 ? std::string("-") + static_cast<char>(optopt) : word);
+    return NoSuchOption(line, optopt != 0 ? std::string("-") + static_cast<char>(optopt) : word);
 }
 
 bool IsHelp(const CommandOption &option) {
@@ -138,7 +153,7 @@ CommandLineResult FoundTake(Reading *reading, int code, char **argv, std::string
         const CommandOption &one = reading->line.options[at];
         const char *named = optarg == word ? argv[optind - 2] : word; // in front of a value of its own
         if (code >= kLongNames && !IsWhole(named, one.name))
-            *error = NotExpected(named);
+            *error = NoSuchOption(reading->line, named);
         else if (IsHelp(one))
             return CommandLineResult::help;
         else

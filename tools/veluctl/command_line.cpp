@@ -352,6 +352,17 @@ std::vector<ProgramCommand> SetupMake(Options *options) {
     return {share, feature};
 }
 
+// Help and --help say the same.
+ProgramCommand HelpMake(const std::vector<ProgramCommand> &commands, Options *options) {
+    std::vector<const char *> names;
+    for (const ProgramCommand &command : commands)
+        names.push_back(command.name);
+    return LookMake("help", "Show what there is to be called, or what a command takes", HelpCommand,
+                    {{"command", "COMMAND", "The command; without one: all of them", &options->what, false,
+                      std::move(names)}},
+                    {});
+}
+
 std::vector<ProgramCommand> CommandsMake(Options *options) {
     std::vector<ProgramCommand> commands;
     for (const RequestCommand &request : RequestCommands())
@@ -361,6 +372,7 @@ std::vector<ProgramCommand> CommandsMake(Options *options) {
         commands.push_back(command);
     for (const ProgramCommand &command : LooksMake(options))
         commands.push_back(command);
+    commands.push_back(HelpMake(commands, options));
     return commands;
 }
 

@@ -31,3 +31,4 @@ ExitCode StatsCommand(const Options &options);
 ExitCode ForgetCommand(const Options &options);
 ExitCode ShareCommand(const Options &options);
 ExitCode FeatureCommand(const Options &options);
+ExitCode HelpCommand(const Options &options);

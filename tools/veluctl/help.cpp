@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <stdio.h>
+
+#include <algorithm>
+
 #include "tools/shared/help_text.h"
 #include "tools/veluctl/documents.h"
 
@@ -34,4 +38,16 @@ std::string ProgramHelp(const Program &program) {
 std::string CommandHelp(const Program &program, const ProgramCommand &command) {
     return HelpText({command.description, std::string(program.name) + " " + command.name, ""}, command.line,
                     command.details, ExamplesHelp(command) + ExitCodesHelp());
+}
+
+ExitCode HelpCommand(const Options &options) {
+    ProgramOptions asked;
+    Options none;
+    const Program program = ProgramMake(&asked, &none);
+    const auto command = std::ranges::find(program.commands, options.what,
+                                           [](const ProgramCommand &one) { return std::string(one.name); });
+    const std::string text =
+        command != program.commands.end() ? CommandHelp(program, *command) : ProgramHelp(program);
+    fputs(text.c_str(), stdout);
+    return kDone;
 }

@@ -8,6 +8,7 @@
 
 #include "platform/rule_set.h"
 #include "tools/shared/command_line.h"
+#include "tools/shared/near_name.h"
 #include "tools/shared/safe_text.h"
 #include "tools/veluctl/documents.h"
 #include "tools/veluctl/message.h"
@@ -34,6 +35,13 @@ ExitCode CommandRun(const Program &program, const ProgramCommand &command, int a
         return Misused(error);
     RuleSetFollow(); // what a path is to the daemon, and which files have rows
     return command.run(options);
+}
+
+std::string NoSuchCommand(const Program &program, const char *word) {
+    std::vector<const char *> names;
+    for (const ProgramCommand &command : program.commands)
+        names.push_back(command.name);
+    return NotExpected(word) + MeantHint(word, names);
 }
 
 ExitCode CommandLineRun(int argc, char **argv) {
@@ -65,7 +73,7 @@ ExitCode CommandLineRun(int argc, char **argv) {
         if (strcmp(command.name, argv[at]) == 0)
             return CommandRun(program, command, argc - at, argv + at, options);
     }
-    return Misused(NotExpected(argv[at]));
+    return Misused(NoSuchCommand(program, argv[at]));
 }
 
 } // namespace

@@ -6,7 +6,7 @@
 #include "platform/index/media_columns.h"
 #include "platform/letters.h"
 #include "reader/protocol/fact_names.h"
-#include "tools/veluctl/near_key.h"
+#include "tools/shared/near_name.h"
 
 namespace {
 
@@ -146,8 +146,7 @@ std::string SearchFieldHint(std::string_view name) {
     std::vector<const char *> names;
     for (const SearchField &field : SearchFields())
         names.push_back(field.name);
-    const char *near = NearName(name, names);
-    return near != nullptr ? std::string("; did you mean ") + near + "?" : "";
+    return MeantHint(name, names);
 }
 
 bool FieldIsLanguage(const SearchField &field) {
