@@ -258,6 +258,24 @@ def test_check_finds_what_does_not_agree_and_fix_mends_it(library, samples):
     assert "/volume1/video/sub/deep/new.pcm" in library.paths("music")
 
 
+def test_check_says_damage_where_the_reader_does(box, samples):
+    box.configure(rules="complete")
+    for name in ("tagged.mp3", "broken.mp3", "broken.jpg", "tone.pcm"):
+        box.copy(samples / name, f"/volume1/music/{name}")
+        os.utime(box.box.path(f"/volume1/music/{name}"), (1e9, 1e9))
+    box.start().index("R:all")
+    troubled = {row["path"] for row in box.rows("file_state") if row["trouble"]}
+    assert "/volume1/music/broken.mp3" in troubled and "/volume1/music/tagged.mp3" not in troubled
+    assert findings(box) == {("damaged", "none", path) for path in troubled}
+    answer = box.ctl("check")
+    assert answer["status"] == FOUND and f"{len(troubled)} damaged." in answer["out"] and "veluctl why FILE" in answer["out"]
+    assert "no metadata" not in answer["out"]
+    box.copy(samples / "tagged.mp3", "/volume1/music/broken.mp3")
+    box.copy(samples / "exif.jpg", "/volume1/music/broken.jpg")
+    box.index("R:all")
+    assert box.ctl("check")["out"] == "Nothing wrong was found.\n"
+
+
 def test_check_spares_the_rows_of_a_share_that_is_away(library):
     os.rename(library.box.path("/volume1/music"), library.box.path("/volume1/gone"))
     assert ("share is away", "none", "/volume1/music") in findings(library)
@@ -293,7 +311,7 @@ def test_an_unreachable_catalogue_is_told_with_its_reason(box):
 def test_manual_and_completion_know_every_command_and_option(box):
     manual, completion = box.ctl("--man")["out"].replace("\\-", "-"), box.ctl("--completion")["out"]
     commands = re.findall(r"^  ([a-z]+)  ", box.ctl("--help")["out"], re.MULTILINE)
-    assert len(commands) == 23
+    assert len(commands) == 24
     for command in commands:
         assert f'.SS "{command}' in manual
         for option in re.findall(r"--[a-z0-9-]+", box.ctl(command, "--help")["out"]):

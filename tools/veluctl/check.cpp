@@ -57,6 +57,8 @@ void FindingsShow(const std::vector<Finding> &findings, const Options &options) 
         summary += (summary.empty() ? "" : ", ") + std::to_string(count) + " " + problem;
     printf("%s: %s.%s\n", Counted(static_cast<long long>(findings.size()), "finding").c_str(),
            summary.c_str(), mendable && !options.fix ? " --fix queues the repairs." : "");
+    if (counts.contains(kDamaged))
+        puts("What is wrong with a file that is damaged: veluctl why FILE");
 }
 
 // False when some finding is left as it is.
@@ -104,7 +106,7 @@ bool CatalogueCheck(CatalogueReader *reader, std::vector<Finding> *findings) {
     std::vector<CheckedRow> rows;
     if (!DatabasesCheck(reader))
         return false;
-    if (!CheckedRowsLoad(reader, &rows))
+    if (!CheckedRowsLoad(reader, &rows) || !DamageMark(reader, &rows))
         return false;
     SharesCheck(&rows, findings);
     RowsCheck(rows, findings);

@@ -25,6 +25,7 @@ inline constexpr char kRowWithoutFile[] = "row without file";
 inline constexpr char kFileWithoutRow[] = "file without row";
 inline constexpr char kUnreadable[] = "unreadable";
 inline constexpr char kNoMetadata[] = "no metadata";
+inline constexpr char kDamaged[] = "damaged";
 inline constexpr char kStaleCover[] = "stale cover";
 inline constexpr char kStateWithoutRow[] = "state without row";
 inline constexpr char kRowWithoutState[] = "row without state";
@@ -39,6 +40,7 @@ struct CheckedRow {
     bool library = false;   // in photo_image
     bool cover = false;     // says that it has a cover
     bool read = false;      // its reader found something
+    bool damaged = false;   // its reader said that the file is
     bool seen = false;      // the walk has met its file
 };
 
@@ -62,6 +64,9 @@ bool IsMendable(const Finding &finding);
 
 // False, with the reason in the reader, when the file of a catalogue is damaged.
 [[nodiscard]] bool DatabasesCheck(CatalogueReader *reader);
+
+// Marks the rows whose files their readers could not read. False, with the reason in the reader, when that cannot be told.
+[[nodiscard]] bool DamageMark(CatalogueReader *reader, std::vector<CheckedRow> *rows);
 
 // Each adds what it finds. The walk comes first: it marks the rows whose files are there.
 void SharesCheck(std::vector<CheckedRow> *rows, std::vector<Finding> *findings);

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "catalogue/file_trouble.h"
 #include "daemon/queue_line.h"
 #include "platform/index/schema.h"
 #include "platform/veluindex.h"
@@ -18,9 +19,9 @@ std::string Repair() {
     return RepairLine(kCommandTruncate, kFileStateTable);
 }
 
-// Adds a finding for each path that a query gives. False when the catalogue cannot be read.
-bool PathsFind(CatalogueReader *reader, const char *problem, const std::string &sql,
-               std::vector<Finding> *findings) {
+// Calls `take` with each row of a query that has a path, by paths. False when the catalogue cannot be read.
+template <typename Take>
+bool PathsEach(CatalogueReader *reader, const std::string &sql, Take take) {
     constexpr int kPortion = 500;
     std::string last;
     for (int count = kPortion; count == kPortion;) {
@@ -32,10 +33,18 @@ bool PathsFind(CatalogueReader *reader, const char *problem, const std::string &
         count = VELUDBRowCount(rows.get());
         for (int row = -1; VELUDBFetchRow(rows.get(), &row) == 0;) {
             last = VELUDBFetchField(rows.get(), row, "path");
-            findings->push_back({problem, last, Repair(), {}});
+            take(last, rows, row);
         }
     }
     return true;
+}
+
+// Adds a finding for each path that a query gives. False likewise.
+bool PathsFind(CatalogueReader *reader, const char *problem, const std::string &sql,
+               std::vector<Finding> *findings) {
+    return PathsEach(reader, sql, [&](const std::string &path, const ResultHandle &, int) {
+        findings->push_back({problem, path, Repair(), {}});
+    });
 }
 
 int64_t Number(CatalogueReader *reader, const std::string &sql) {
@@ -52,6 +61,18 @@ std::string InNoTable() {
 }
 
 } // namespace
+
+bool DamageMark(CatalogueReader *reader, std::vector<CheckedRow> *rows) {
+    if (const int there = FileTablesLook(reader); there <= 0)
+        return there == 0;
+    return PathsEach(reader, "select path, trouble from file_state where trouble <> ''",
+                     [&](const std::string &path, const ResultHandle &states, int at) {
+                         CheckedRow *row = CheckedRowFind(rows, path);
+                         // What is tried again may have been the machine's fault.
+                         if (row != nullptr && TroubleHolds(VELUDBFetchText(states.get(), at, "trouble")))
+                             row->damaged = true;
+                     });
+}
 
 bool FilesCheck(CatalogueReader *reader, std::vector<Finding> *findings) {
     if (const int there = FileTablesLook(reader); there <= 0)

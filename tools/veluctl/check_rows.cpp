@@ -132,7 +132,9 @@ void RowsCheck(const std::vector<CheckedRow> &rows, std::vector<Finding> *findin
     std::string away; // the share of the last row, when it was away
     for (const CheckedRow &row : rows) {
         if (row.seen || !IsMissing(row.path)) {
-            if (row.media && !row.read && HasReader(row.path))
+            if (row.damaged)
+                findings->push_back({kDamaged, row.path, {}, {}});
+            else if (row.media && !row.read && HasReader(row.path))
                 findings->push_back({kNoMetadata, row.path, {}, {}});
             continue;
         }

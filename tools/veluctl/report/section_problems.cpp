@@ -26,6 +26,7 @@ constexpr Problem kProblems[] = {
     {kRowWithoutState, "Row without state",
      "The catalogue has a row, but nothing else that it should know of the file."},
     {kFactWithoutFile, "Facts without file", "Facts of a file that the catalogue does not know."},
+    {kDamaged, "Damaged", "Their readers could not read these; <code>veluctl why FILE</code> tells why."},
     {kNoMetadata, "No metadata",
      "The reader found nothing in these; <code>veluctl dump FILE</code> tells why. Often the "
      "file is damaged."},
