@@ -281,21 +281,48 @@ ProgramCommand DuplicatesMake(Options *options) {
     return command;
 }
 
+CommandArgument OnlyWordsArgument(Options *options) {
+    return SearchWordsArgument("Of which files, as find takes it; without words: of all", false, options);
+}
+
+ProgramCommand ListMake(Options *options) {
+    CommandArgument what = {"what",         "WHAT", "Not the rows, but their values with the number of files",
+                            &options->what, false,  GroupWords()};
+    what.open = true;
+    ProgramCommand command =
+        LookMake("list", "List rows of the catalogue, or what they have in common, most files first",
+                 ListCommand, {what, OnlyWordsArgument(options)}, ListOptions(options));
+    command.examples = {{"veluctl list albums year=1990..1999", "Albums of the nineties"}};
+    return command;
+}
+
+ProgramCommand RecentMake(Options *options) {
+    ProgramCommand command = LookMake("recent", "List what was added last, a screenful unless -n is given",
+                                      RecentCommand, {OnlyWordsArgument(options)}, ListOptions(options));
+    command.examples = {{"veluctl recent kind=film -n 50", "The newest films"}};
+    return command;
+}
+
+ProgramCommand MissingMake(Options *options) {
+    CommandArgument what = Needed("what", "WHAT", "What is missing", &options->what, MissingWords());
+    what.open = true;
+    ProgramCommand command =
+        LookMake("missing", "List songs without tags, covers or years, and albums without all their tracks",
+                 MissingCommand, {what, OnlyWordsArgument(options)},
+                 Joined({PlaceOptions(options), FormOptions(options)}));
+    command.examples = {{"veluctl missing years genre=jazz", "Songs of this genre without a year"}};
+    return command;
+}
+
 std::vector<ProgramCommand> LooksMake(Options *options) {
     const CommandOption json = Json(options);
     return {
         LookMake("status", "Show the daemon, its queue and its catalogues", StatusCommand, {}, {json}),
-        LookMake("list", "List rows of the catalogue, or what they have in common, most files first",
-                 ListCommand,
-                 {{"what", "WHAT", "Not the rows, but their values with the number of files", &options->what,
-                   false, GroupWords()}},
-                 ListOptions(options)),
+        ListMake(options),
         FindMake(options),
         LogMake(options),
-        LookMake("recent", "List what was added last", RecentCommand, {}, ListOptions(options)),
-        LookMake("missing", "List songs without tags, covers or years, and albums without all their tracks",
-                 MissingCommand, {Needed("what", "WHAT", "What is missing", &options->what, MissingWords())},
-                 Joined({PlaceOptions(options), FormOptions(options)})),
+        RecentMake(options),
+        MissingMake(options),
         DuplicatesMake(options),
         ExportMake(options),
         LookMake("stats", "Show the catalogue in numbers", StatsCommand, {}, {json}),

@@ -70,8 +70,10 @@ std::string ZshOption(const CommandOption &option) {
 
 std::string ZshArgument(const CommandArgument &argument, size_t number) {
     const std::string place = TakesMany(argument.target) ? "*" : std::to_string(number);
-    return " \\\n            " + ZshWord(place + (argument.required ? ":" : "::") + ZshText(argument.type) +
-                                         ":" + ZshAction(CompletesOf(argument), WordsOf(argument)));
+    // Of one that may be left out the shell would offer what may stand behind it, too; words that there are come first.
+    const bool alone = argument.required || !argument.words.empty();
+    return " \\\n            " + ZshWord(place + (alone ? ":" : "::") + ZshText(argument.type) + ":" +
+                                         ZshAction(CompletesOf(argument), WordsOf(argument)));
 }
 
 std::string ZshArguments(const CommandLine &line) {

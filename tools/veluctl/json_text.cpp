@@ -62,7 +62,7 @@ void JsonTextPut(Json *object, const std::string &name, std::string_view bytes) 
 void JsonValuePut(Json *object, const Column &column, const Value &value) {
     if (!value)
         (*object)[column.name] = nullptr;
-    else if (column.type == Type::text || column.type == Type::path)
+    else if (TypeIsText(column.type))
         JsonTextPut(object, column.name, *value);
     else if (column.type == Type::boolean)
         (*object)[column.name] = *value == "t";

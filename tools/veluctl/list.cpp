@@ -1,59 +1,36 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// veluctl list: rows of the catalogue by kind and directory, or what they have in common.
-#include <algorithm>
-
-#include "tools/queue/request_path.h"
-#include "tools/veluctl/catalogue_reader.h"
+// veluctl list: rows of the catalogue by kind, directory and words, or what they have in common.
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/overview/groups.h"
 #include "tools/veluctl/overview/query_rows.h"
-#include "tools/veluctl/row_list.h"
+#include "tools/veluctl/search/search_list.h"
 
 namespace {
 
-// The tables that are asked for: the media tables unless others are named.
-std::vector<const CatalogueTable *> TablesChoose(const Options &options) {
-    std::vector<const CatalogueTable *> tables;
-    for (const CatalogueTable &table : CatalogueTables()) {
-        const bool named =
-            std::find(options.kinds.begin(), options.kinds.end(), table.kind) != options.kinds.end();
-        if (named || (options.kinds.empty() && table.is_media))
-            tables.push_back(&table);
-    }
-    return tables;
+// Whether a word is a field of a search ("year=1999", "has:cover") and no name of a list.
+bool IsField(std::string_view word) {
+    return word.find_first_of("=<>~:") != std::string_view::npos;
 }
 
 } // namespace
 
 ExitCode ListCommand(const Options &options) {
-    if (!options.what.empty())
+    if (!options.what.empty() && !IsField(options.what))
         return GroupsList(options);
-    const std::vector<const CatalogueTable *> tables = TablesChoose(options);
-    if (!TablesGoTogether(tables))
-        return Complain(kUsage, kTablesApart);
-    RowFilter filter;
-    filter.limit = options.limit;
-    if (!options.directory.empty()) {
-        if (!tables.front()->keeps_paths)
-            return Complain(kUsage,
-                            std::string(tables.front()->kind) + " rows have no path: --dir does not apply");
-        filter.directory = RequestPathMake(options.directory);
-    }
+    Options search = options;
+    if (!options.what.empty())
+        search.words.insert(search.words.begin(), options.what);
+    SearchAsked asked;
+    if (const ExitCode wrong = SearchAskedRead(search, false, &asked); wrong != kDone)
+        return wrong;
     CatalogueReader reader;
-    if (CatalogueConnect(&reader, tables.front()->catalogue) == nullptr)
+    if (!SearchAskedConnect(&reader, &asked))
         return Complain(kUnreachable, reader.failure);
-    RowList list(tables, options.form());
-    for (const CatalogueTable *table : tables) {
-        const bool read = CatalogueRowsRead(&reader, *table, list.names(), filter,
-                                            [&](Row &row) { list.Add(*table, row); });
-        if (!read) {
-            list.End();
-            return Complain(kUnreachable, reader.failure);
-        }
-        filter.limit = options.limit - list.count();
-    }
-    list.End();
-    return ListEnd(list.count(), options);
+    SearchProblem problem;
+    size_t count = 0;
+    const SearchEnd end = SearchList(&reader, options, asked, nullptr, &problem, &count);
+    const ExitCode told = SearchEndTell(end, asked, options, problem, reader);
+    return told == kDone ? ListEnd(count, options) : told;
 }

@@ -8,7 +8,12 @@
 #include <vector>
 
 // What a column's values are; the value itself is always the text that the database gave.
-enum class Type { text, path, integer, real, boolean, bytes, seconds, lines };
+enum class Type { text, path, integer, real, boolean, bytes, seconds, lines, moment };
+
+// A moment is written in one of the forms that the catalogues have (moment_text.h).
+constexpr bool TypeIsText(Type type) {
+    return type == Type::text || type == Type::path || type == Type::moment;
+}
 
 struct Column {
     const char *name;    // for programs

@@ -5,31 +5,15 @@
 
 #include <algorithm>
 
+#include "tools/veluctl/search/search_fields.h"
+
 namespace {
 
-constexpr Column kKind = {"kind", "KIND", Type::text};
+// Rows that are looked at before the columns are chosen, and whose facts are read by one statement.
+constexpr size_t kRowsTogether = 500;
 
-std::vector<Column> ColumnsChoose(const std::vector<const CatalogueTable *> &tables, Form form) {
-    const CatalogueTable &first = *tables.front();
-    std::vector<Column> columns;
-    if (tables.size() > 1 || form != Form::table)
-        columns.push_back(kKind);
-    if (form == Form::table) {
-        for (const char *name : first.brief)
-            columns.push_back(ColumnOf(first, name));
-    } else {
-        columns.insert(columns.end(), first.columns.begin(), first.columns.end());
-    }
-    return columns;
-}
-
-std::vector<const char *> NamesOf(const std::vector<Column> &columns) {
-    std::vector<const char *> names;
-    for (const Column &column : columns) {
-        if (column.name != kKind.name)
-            names.push_back(column.name);
-    }
-    return names;
+bool IsFilm(const CatalogueTable &table) {
+    return table.kind == kKindOfFilms;
 }
 
 } // namespace
@@ -39,14 +23,104 @@ bool TablesGoTogether(const std::vector<const CatalogueTable *> &tables) {
                                              [](const CatalogueTable *table) { return table->is_media; });
 }
 
-RowList::RowList(const std::vector<const CatalogueTable *> &tables, Form form)
-    : columns_(ColumnsChoose(tables, form)), names_(NamesOf(columns_)), writer_(form, columns_, stdout) {}
+RowList::RowList(CatalogueReader *reader, const std::vector<SearchTarget> &targets, Form form,
+                 const char *front)
+    : reader_(reader), targets_(targets), form_(form), front_(front) {
+    const auto need = [&](const ListColumn &column) {
+        for (const char *name : column.columns)
+            if (std::ranges::find(names_, std::string_view(name)) == names_.end())
+                names_.push_back(name);
+    };
+    if (form_ != Form::table) {
+        ColumnsChoose(true);
+        std::ranges::for_each(columns_, need);
+        return;
+    }
+    need(ListColumnOf(*targets_.front().table, targets_.front().table->key));
+    for (const SearchTarget &target : targets_)
+        std::ranges::for_each(Brief(target.table), need);
+    if (targets_.size() > 1)
+        std::ranges::for_each(Brief(nullptr), need);
+}
 
-void RowList::Add(const CatalogueTable &table, const Row &row) {
-    Row shown;
-    shown.reserve(columns_.size());
-    if (columns_.size() > names_.size())
-        shown.emplace_back(table.kind);
-    shown.insert(shown.end(), row.begin(), row.end());
-    writer_.Add(shown);
+// The columns for people of a kind, or of several.
+std::vector<ListColumn> RowList::Brief(const CatalogueTable *table) const {
+    const SearchTarget &first = targets_.front();
+    const std::span<const char *const> names =
+        table != nullptr ? table->brief : std::span<const char *const>(kMixedBrief);
+    std::vector<ListColumn> columns;
+    if (front_ != nullptr)
+        columns.push_back(ListColumnOf(*first.table, front_));
+    for (const char *name : names) {
+        ListColumn column = ListColumnOf(table != nullptr ? *table : *first.table, name);
+        if (first.facts || !column.only_with_facts)
+            columns.push_back(std::move(column));
+    }
+    return columns;
+}
+
+// `is_all`: no more rows will come.
+void RowList::ColumnsChoose(bool is_all) {
+    const CatalogueTable &first = *targets_.front().table;
+    if (form_ != Form::table) {
+        if (front_ != nullptr)
+            columns_.push_back(ListColumnOf(first, front_));
+        columns_.push_back(ListColumnOf(first, "kind"));
+        for (const Column &column : first.columns)
+            columns_.push_back(ListColumnOf(first, column.name));
+    } else {
+        const CatalogueTable *only = waiting_.empty() ? &first : waiting_.front().table;
+        const bool is_one_kind =
+            targets_.size() == 1 ||
+            (is_all && std::ranges::all_of(waiting_, [&](const Waiting &one) { return one.table == only; }));
+        columns_ = Brief(is_one_kind ? only : nullptr);
+    }
+    for (const ListColumn &column : columns_)
+        shown_.push_back(column.shown);
+    writer_.emplace(form_, shown_, stdout);
+}
+
+void RowList::Add(const CatalogueTable &table, Row &row) {
+    ++count_;
+    waiting_.push_back({&table, std::move(row)});
+    if (waiting_.size() == kRowsTogether)
+        Flush(false);
+}
+
+bool RowList::DetailsRead(FileDetailsOf *known) {
+    ListNeeds needs = ListNeeds::nothing;
+    for (const ListColumn &column : columns_)
+        needs = std::max(needs, column.needs);
+    if (needs == ListNeeds::nothing || !targets_.front().facts)
+        return true;
+    std::vector<std::string> paths;
+    for (const Waiting &one : waiting_) {
+        const ListedFile file = {one.table, names_, one.row, {}};
+        if (needs == ListNeeds::all || IsFilm(*one.table))
+            paths.push_back(file.Column(one.table->key).value_or(""));
+    }
+    return FileDetailsRead(reader_, paths, known);
+}
+
+void RowList::Flush(bool is_all) {
+    if (!writer_)
+        ColumnsChoose(is_all);
+    FileDetailsOf known;
+    failed_ = failed_ || !DetailsRead(&known);
+    for (const Waiting &one : waiting_) {
+        const Value path = ListedFile{one.table, names_, one.row, {}}.Column(one.table->key);
+        const ListedFile file = {one.table, names_, one.row, known[path.value_or("")]};
+        Row shown;
+        for (const ListColumn &column : columns_)
+            shown.push_back(column.make != nullptr ? column.make(file) : file.Column(column.shown.name));
+        if (!failed_)
+            writer_->Add(shown);
+    }
+    waiting_.clear();
+}
+
+bool RowList::End() {
+    Flush(true);
+    writer_->End();
+    return !failed_;
 }

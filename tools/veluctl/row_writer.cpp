@@ -9,6 +9,7 @@
 
 #include "tools/shared/safe_text.h"
 #include "tools/veluctl/json_text.h"
+#include "tools/veluctl/moment_text.h"
 #include "tools/veluctl/terminal.h"
 
 namespace {
@@ -65,6 +66,8 @@ std::string ValueShow(const Value &value, Type type) {
         return BytesShow(strtod(value->c_str(), nullptr));
     case Type::seconds:
         return SecondsShow(strtod(value->c_str(), nullptr));
+    case Type::moment:
+        return value->empty() ? "-" : SafeText(MomentText(*value));
     case Type::lines:
         return *value == "0" ? "-" : *value + "p";
     case Type::boolean:

@@ -31,12 +31,19 @@ constexpr Type TypeOf(ColumnKind kind) {
     return Type::integer;
 }
 
+constexpr const char *kMoments[] = {"create_time", "modify_time", "date_taken"};
+
+constexpr bool IsMoment(std::string_view name) {
+    return std::any_of(std::begin(kMoments), std::end(kMoments),
+                       [&](std::string_view moment) { return moment == name; });
+}
+
 // The key, which may be long, comes last.
 constexpr std::array<Column, kMediaColumnCount> MediaColumnsShown() {
     std::array<Column, kMediaColumnCount> shown = {};
     for (size_t i = 0; i < kMediaColumnCount; ++i) {
         const MediaColumn &column = kMediaRowColumns[(i + 1) % kMediaColumnCount];
-        shown[i] = {column.name, column.heading, TypeOf(column.kind)};
+        shown[i] = {column.name, column.heading, IsMoment(column.name) ? Type::moment : TypeOf(column.kind)};
     }
     return shown;
 }
@@ -58,13 +65,14 @@ constexpr std::array<const char *, kMediaSearchedCount> MediaTexts() {
 constexpr std::array<const char *, kMediaSearchedCount> kMediaTexts = MediaTexts();
 
 constexpr const char *kMediaBrief[] = {"title", "artist", "album", "duration", "file_size", "path"};
-constexpr const char *kPictureBrief[] = {"title",        "width",     "height", "date_taken",
-                                         "camera_model", "file_size", "path"};
+constexpr const char *kFilmBrief[] = {"title", "duration", "pixels", "codec", "languages", "path"};
+constexpr const char *kPictureBrief[] = {"date_taken", "camera_model", "pixels", "file_size", "path"};
+constexpr const char *kPlaylistBrief[] = {"title", "modify_time", "file_size", "path"};
 
 constexpr Column kDirectory[] = {
     {"title", "TITLE", Type::text},
-    {"create_time", "CHANGED", Type::text},
-    {"modify_time", "WRITTEN", Type::text},
+    {"create_time", "CHANGED", Type::moment},
+    {"modify_time", "WRITTEN", Type::moment},
     {"path", "PATH", Type::path},
 };
 constexpr const char *kDirectoryTexts[] = {"path"};
@@ -80,8 +88,8 @@ constexpr Column kLibrary[] = {
     {"model", "CAMERA", Type::text},
     {"exposure", "EXPOSURE", Type::text},
     {"fnumber", "F", Type::text},
-    {"date_taken", "TAKEN", Type::text},
-    {"create_time", "CHANGED", Type::text},
+    {"date_taken", "TAKEN", Type::moment},
+    {"create_time", "CHANGED", Type::moment},
     {"width", "WIDTH", Type::integer},
     {"height", "HEIGHT", Type::integer},
     {"iso", "ISO", Type::integer},
@@ -120,11 +128,11 @@ constexpr const char *kAlbumBrief[] = {"shareid", "title", "public", "hits", "sh
 constexpr CatalogueTable kTables[] = {
     {"music", kMediaTables[kMediaMusic], Catalogue::media, "path", true, true, kMedia, kMediaBrief,
      kMediaTexts},
-    {"video", kMediaTables[kMediaVideo], Catalogue::media, "path", true, true, kMedia, kMediaBrief,
+    {"video", kMediaTables[kMediaVideo], Catalogue::media, "path", true, true, kMedia, kFilmBrief,
      kMediaTexts},
     {"photo", kMediaTables[kMediaPhoto], Catalogue::media, "path", true, true, kMedia, kPictureBrief,
      kMediaTexts},
-    {"playlist", kMediaTables[kMediaPlaylist], Catalogue::media, "path", true, true, kMedia, kMediaBrief,
+    {"playlist", kMediaTables[kMediaPlaylist], Catalogue::media, "path", true, true, kMedia, kPlaylistBrief,
      kMediaTexts},
     {"directory", kDirectoryTable, Catalogue::media, "path", false, true, kDirectory, kDirectoryBrief,
      kDirectoryTexts},

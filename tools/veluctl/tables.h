@@ -17,7 +17,7 @@ struct CatalogueTable {
     bool is_media;                      // one of the four tables that share their columns
     bool keeps_paths;                   // the key is the path of a file or directory
     std::span<const Column> columns;    // all of them
-    std::span<const char *const> brief; // of them, those of a list for people; the last is the longest
+    std::span<const char *const> brief; // those of a list for people (listed_file.h); the last is the longest
     std::span<const char *const> texts; // those that are searched for a text
 };
 

@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/overview/groups.h"
 
-#include <algorithm>
-#include <array>
-
 #include "platform/media_record.h"
-#include "tools/queue/request_path.h"
 #include "tools/veluctl/file_facts.h"
-#include "tools/veluctl/message.h"
 #include "tools/veluctl/overview/query_rows.h"
 #include "tools/veluctl/overview/tally.h"
+#include "tools/veluctl/search/search_asked.h"
+#include "tools/veluctl/search/search_within.h"
 
 namespace {
 
@@ -29,21 +26,21 @@ constexpr Column kCameraColumns[] = {
     kFiles, kSize, {"camera_make", "MAKE", Type::text}, {"camera_model", "CAMERA", Type::text}};
 
 struct Wanted {
-    std::string directory; // none: all
-    bool facts;            // the catalogue has facts of files
-};
+    const Search *search;
+    bool facts; // the catalogue has facts of files
 
-void DirectoryPut(SqlText *query, const char *path, const Wanted &wanted) {
-    if (!wanted.directory.empty())
-        BelowPut(&query->Add(" and "), path, wanted.directory);
-}
+    // Adds that only files of these tables are meant that the words find.
+    void Put(const char *path, std::span<const char *const> tables, SqlText *query) const {
+        SearchWithinPut(*search, path, tables, query);
+    }
+};
 
 // Files of any kind by the values of a tag: those that they have, and without facts all in one, as rows have them.
 SqlText TagQuery(const std::string &tag, const Wanted &wanted) {
     SqlText query;
     if (wanted.facts) {
         query.Add("select min(f.value) as " + tag + ", count(*) as files from " + FactsOfFiles(tag));
-        DirectoryPut(&query, "s.path", wanted);
+        wanted.Put("s.path", kMediaTables, &query);
         return query.Add(" group by ").Add(kFactFolded).Add(" order by 2 desc, 1");
     }
     query.Add("select " + tag + ", sum(files) as files from (");
@@ -51,7 +48,7 @@ SqlText TagQuery(const std::string &tag, const Wanted &wanted) {
         query.Add(table == kMediaTables[0] ? "select " : " union all select ")
             .Add("m." + tag + " as " + tag + ", count(*) as files from " + table + " m where m." + tag +
                  " <> ''");
-        DirectoryPut(&query, "m.path", wanted);
+        wanted.Put("m.path", {&table, 1}, &query);
         query.Add(" group by 1");
     }
     return query.Add(") as tags group by 1 order by 2 desc, 1");
@@ -75,7 +72,7 @@ SqlText AlbumQuery(const Wanted &wanted) {
     query.Add("select m.album as album, " + AlbumArtist(wanted.facts) + " as artist, count(*) as files, " +
               SecondsSum() + " as duration, " + BytesSum() + " as file_size from " +
               (wanted.facts ? SongsWithFact("albumartist") : "music m") + " where m.album <> ''");
-    DirectoryPut(&query, "m.path", wanted);
+    wanted.Put("m.path", {&kMediaTables[kMediaMusic], 1}, &query);
     return query.Add(" group by 1, 2 order by 3 desc, 1, 2");
 }
 
@@ -98,7 +95,7 @@ SqlText YearQuery(const Wanted &wanted) {
         for (const Part &column : kParts)
             query.Add(&column == &part ? ", count(*) as " : ", 0 as ").Add(column.table);
         query.Add(" from ").Add(part.table).Add(" m where ").Add(part.condition);
-        DirectoryPut(&query, "m.path", wanted);
+        wanted.Put("m.path", {&part.table, 1}, &query);
         query.Add(" group by 1");
     }
     return query.Add(") as years group by year order by year");
@@ -108,7 +105,7 @@ SqlText CameraQuery(const Wanted &wanted) {
     SqlText query;
     query.Add("select m.camera_make as camera_make, m.camera_model as camera_model, count(*) as files, " +
               BytesSum() + " as file_size from photo m where m.camera_model <> ''");
-    DirectoryPut(&query, "m.path", wanted);
+    wanted.Put("m.path", {&kMediaTables[kMediaPhoto], 1}, &query);
     return query.Add(" group by 1, 2 order by 3 desc, 1, 2");
 }
 
@@ -130,15 +127,24 @@ std::vector<const char *> GroupWords() {
 }
 
 ExitCode GroupsList(const Options &options) {
-    const GroupList &list = *std::ranges::find(kLists, options.what, &GroupList::word);
+    const GroupList *found = ListFind(kLists, options.what);
+    if (found == nullptr)
+        return ListUnknown(options.what, GroupWords());
+    const GroupList &list = *found;
     if (!options.kinds.empty())
-        return Complain(kUsage, std::string("--kind does not apply to ") + list.word);
+        return Complain(kUsage, std::string("--kind does not apply to ") + list.word + "; kind=song does");
+    SearchAsked asked;
+    if (const ExitCode wrong = SearchFilesAskedRead(options, &asked); wrong != kDone)
+        return wrong;
     CatalogueReader reader;
-    const int facts = FileTablesLook(&reader);
+    const int facts = SearchAskedConnect(&reader, &asked) ? FileTablesLook(&reader) : -1;
     if (facts < 0)
         return Complain(kUnreachable, reader.failure);
-    const Wanted wanted = {options.directory.empty() ? "" : RequestPathMake(options.directory), facts == 1};
-    SqlText query = list.query(wanted);
+    SearchProblem problem;
+    const SearchEnd end = SearchWithinCheck(asked.search, &problem);
+    if (const ExitCode told = SearchEndTell(end, asked, options, problem, reader); told != kDone)
+        return told;
+    SqlText query = list.query({&asked.search, facts == 1});
     LimitPut(&query, options.limit);
     RowWriter writer(options.form(), list.columns, stdout);
     const bool read = QueryRowsTake(&reader, query, list.columns, [&](const Row &row) { writer.Add(row); });

@@ -5,26 +5,26 @@
 
 #include <algorithm>
 
-#include "tools/queue/request_path.h"
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/file_facts.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/overview/missing_tags.h"
 #include "tools/veluctl/overview/query_rows.h"
 #include "tools/veluctl/overview/track_gaps_read.h"
+#include "tools/veluctl/search/search_asked.h"
+#include "tools/veluctl/search/search_within.h"
 
 namespace {
 
 struct Asked {
     CatalogueReader *reader;
-    std::string directory; // none: all
+    const Search *search;
     uint32_t limit;
     bool states; // the catalogue knows what was made from names, and has facts
 };
 
-void BelowAndOrderPut(SqlText *query, const Asked &asked) {
-    if (!asked.directory.empty())
-        BelowPut(&query->Add(" and "), "m.path", asked.directory);
+void WithinAndOrderPut(SqlText *query, const Asked &asked) {
+    SearchWithinPut(*asked.search, "m.path", {&kMediaTables[kMediaMusic], 1}, query);
     query->Add(" order by m.path");
 }
 
@@ -34,7 +34,7 @@ bool TagsFind(const Asked &asked, RowWriter *writer) {
     SqlText query;
     query.Add("select " + TagsMissingText(asked.states) + " as missing, m.path as path from " +
               TaggedRows(asked.states) + " where " + AnyTagMissing(asked.states));
-    BelowAndOrderPut(&query, asked);
+    WithinAndOrderPut(&query, asked);
     LimitPut(&query, asked.limit);
     return QueryRowsTake(asked.reader, query, kTagColumns, [&](const Row &row) { writer->Add(row); });
 }
@@ -50,7 +50,7 @@ bool SongsFind(const Asked &asked, const char *condition, RowWriter *writer) {
         .Add("select m.artist as artist, m.album as album, m.title as title, m.path as path from music m "
              "where ")
         .Add(condition);
-    BelowAndOrderPut(&query, asked);
+    WithinAndOrderPut(&query, asked);
     LimitPut(&query, asked.limit);
     return QueryRowsTake(asked.reader, query, kSongColumns, [&](const Row &row) { writer->Add(row); });
 }
@@ -70,12 +70,10 @@ constexpr Column kGapColumns[] = {{"disc", "DISC", Type::integer},  {"present", 
 
 bool TracksFind(const Asked &asked, RowWriter *writer) {
     const auto wants_more = [&] { return writer->count() < asked.limit; };
-    return TrackGapsRead(asked.reader, {asked.directory, asked.states}, wants_more,
-                         [&](const AlbumGaps &found) {
-                             writer->Add({std::to_string(found.disc), std::to_string(found.present),
-                                          std::to_string(found.last), found.missing, found.artist,
-                                          found.album, found.directory});
-                         });
+    return TrackGapsRead(asked.reader, {asked.search, asked.states}, wants_more, [&](const AlbumGaps &found) {
+        writer->Add({std::to_string(found.disc), std::to_string(found.present), std::to_string(found.last),
+                     found.missing, found.artist, found.album, found.directory});
+    });
 }
 
 struct MissingList {
@@ -97,15 +95,22 @@ std::vector<const char *> MissingWords() {
 }
 
 ExitCode MissingCommand(const Options &options) {
-    const MissingList &list = *std::ranges::find(kMissingLists, options.what, &MissingList::word);
+    const MissingList *list = ListFind(kMissingLists, options.what);
+    if (list == nullptr)
+        return ListUnknown(options.what, MissingWords());
+    SearchAsked asked;
+    if (const ExitCode wrong = SearchFilesAskedRead(options, &asked); wrong != kDone)
+        return wrong;
     CatalogueReader reader;
-    const int states = FileTablesLook(&reader);
+    const int states = SearchAskedConnect(&reader, &asked) ? FileTablesLook(&reader) : -1;
     if (states < 0)
         return Complain(kUnreachable, reader.failure);
-    const Asked asked = {&reader, options.directory.empty() ? "" : RequestPathMake(options.directory),
-                         options.limit, states == 1};
-    RowWriter writer(options.form(), list.columns, stdout);
-    const bool read = list.find(asked, &writer);
+    SearchProblem problem;
+    const SearchEnd end = SearchWithinCheck(asked.search, &problem);
+    if (const ExitCode told = SearchEndTell(end, asked, options, problem, reader); told != kDone)
+        return told;
+    RowWriter writer(options.form(), list->columns, stdout);
+    const bool read = list->find({&reader, &asked.search, options.limit, states == 1}, &writer);
     writer.End();
     if (!read)
         return Complain(kUnreachable, reader.failure);

@@ -4,6 +4,15 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+#include "tools/veluctl/message.h"
+
+ExitCode ListUnknown(const std::string &word, const std::vector<const char *> &words) {
+    std::string all;
+    for (const char *one : words)
+        all.append(all.empty() ? "" : ", ").append(one);
+    return Complain(kUsage, "there is no list of " + Quoted(word) + ": there are " + all);
+}
+
 bool QueryRowsTake(CatalogueReader *reader, const SqlText &query, std::span<const Column> columns,
                    const std::function<void(Row &)> &take) {
     const ResultHandle rows = CatalogueQuery(reader, Catalogue::media, query.sql, query.values);

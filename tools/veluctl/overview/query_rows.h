@@ -3,6 +3,7 @@
 // Rows of one statement, for lists that are not a table's own.
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <span>
 #include <vector>
@@ -20,6 +21,17 @@ std::vector<const char *> ListWords(const Lists &lists) {
         words.push_back(list.word);
     return words;
 }
+
+// Finds a list by its word, also by the singular ("year"). None: null.
+template <typename Lists>
+auto ListFind(const Lists &lists, std::string_view word) {
+    const auto found = std::ranges::find_if(
+        lists, [&](const auto &list) { return word == list.word || std::string(word) + "s" == list.word; });
+    return found != std::end(lists) ? &*found : nullptr;
+}
+
+// Says that there is no such list, and which there are.
+ExitCode ListUnknown(const std::string &word, const std::vector<const char *> &words);
 
 // Calls `take` with each row of a statement over the media catalogue, whose columns have these names. Sums of bytes become whole
 // numbers, however an engine writes them. False, with the reason in the reader, on failure.

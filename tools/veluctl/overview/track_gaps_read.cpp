@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "tools/veluctl/overview/query_rows.h"
+#include "tools/veluctl/search/search_within.h"
 
 namespace {
 
@@ -35,8 +36,8 @@ int TracksRead(CatalogueReader *reader, const TrackGapsAsked &asked, std::string
     query.Add(asked.states ? "f.value as total from " + SongsWithFact("tracktotal")
                            : "'' as total from music m");
     query.Add(" where m.track > 0 and m.path > ").Put(*last);
-    if (!asked.directory.empty())
-        BelowPut(&query.Add(" and "), "m.path", asked.directory);
+    if (asked.within != nullptr)
+        SearchWithinPut(*asked.within, "m.path", {&kMediaTables[kMediaMusic], 1}, &query);
     query.Add(" order by m.path");
     LimitPut(&query, kTracksPortion);
     int count = 0;

@@ -4,14 +4,14 @@
 #pragma once
 
 #include <functional>
-#include <string>
 
 #include "tools/veluctl/catalogue_reader.h"
 #include "tools/veluctl/overview/track_gaps.h"
+#include "tools/veluctl/search/search.h"
 
 struct TrackGapsAsked {
-    std::string directory = {}; // none: all
-    bool states = false;        // the catalogue has facts
+    const Search *within = nullptr; // null: all
+    bool states = false;            // the catalogue has facts
 };
 
 // Tells the albums with gaps in the order of their directories, as long as more are wanted. False, with the reason in the reader, when

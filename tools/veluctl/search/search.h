@@ -13,6 +13,11 @@ struct Search {
     std::string directory;             // only what it holds; empty: all
     std::vector<SearchOrderKey> sort;  // none: by kind and key
     size_t limit = SIZE_MAX;
+
+    // No words: every row there is, in the directory.
+    [[nodiscard]] bool IsEverything() const {
+        return tree.kind == SearchNode::Kind::all_of && tree.parts.empty();
+    }
 };
 
 // Adds " from TABLE where ...", with what SearchJoinsPut joins. False, with what is wrong.
@@ -27,6 +32,9 @@ enum class SearchEnd {
     wrong_group, // likewise
     unreachable, // the catalogue, with the reason in the reader
 };
+
+// Counts what is found, whatever the search's limit.
+SearchEnd SearchCount(CatalogueReader *reader, const Search &search, int64_t *count, SearchProblem *problem);
 
 // Calls `take` with the values of `columns` (names of each target's table) for every row found.
 SearchEnd SearchRowsRead(CatalogueReader *reader, const Search &search,

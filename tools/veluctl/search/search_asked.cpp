@@ -84,6 +84,14 @@ ExitCode SearchAskedRead(const Options &options, bool playlist, SearchAsked *ask
     return OptionsTake(options, asked);
 }
 
+ExitCode SearchFilesAskedRead(const Options &options, SearchAsked *asked) {
+    if (const ExitCode wrong = SearchAskedRead(options, false, asked); wrong != kDone)
+        return wrong;
+    if (!std::ranges::all_of(asked->tables, &CatalogueTable::is_media))
+        return Complain(kUsage, "only files of the kinds music, video, photo and playlist are meant here");
+    return kDone;
+}
+
 bool SearchAskedConnect(CatalogueReader *reader, SearchAsked *asked) {
     const Catalogue catalogue = asked->tables.front()->catalogue;
     VELUDB *database = CatalogueConnect(reader, catalogue);

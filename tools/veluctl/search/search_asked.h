@@ -17,6 +17,9 @@ struct SearchAsked {
 // Reads what is asked for; no words ask for every row. A playlist is of songs and films alone. What is wrong is told, and returned.
 [[nodiscard]] ExitCode SearchAskedRead(const Options &options, bool playlist, SearchAsked *asked);
 
+// The same for what is told of files alone: rows of other kinds are not meant.
+[[nodiscard]] ExitCode SearchFilesAskedRead(const Options &options, SearchAsked *asked);
+
 // Connects, and finds out what the catalogue can do. False, with the reason in the reader, when it cannot be reached.
 [[nodiscard]] bool SearchAskedConnect(CatalogueReader *reader, SearchAsked *asked);
 

@@ -230,8 +230,7 @@ bool PresencePut(const SearchNode &node, const SearchTarget &target, SqlText *qu
             return SearchWrong(problem, node.name + " is yes or no: write " + node.name + "=yes",
                                node.name_place);
         query->Add("coalesce(").Add(to.Name(source.column->name));
-        query->Add(source.column->type == Type::text || source.column->type == Type::path ? ", '') <> ''"
-                                                                                          : ", 0) <> 0");
+        query->Add(TypeIsText(source.column->type) ? ", '') <> ''" : ", 0) <> 0");
         return true;
     case FieldPlace::fact:
         query->Add(to.Name(target.table->key)).Add(" in (select path from fact where name ");

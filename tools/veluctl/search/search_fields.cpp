@@ -85,6 +85,8 @@ FieldKind KindOf(const Column &column) {
     case Type::integer:
     case Type::real:
         return column.name == std::string_view("has_cover") ? FieldKind::flag : FieldKind::number;
+    case Type::moment:
+        return FieldKind::date;
     case Type::text:
         break;
     }

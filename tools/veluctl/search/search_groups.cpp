@@ -25,8 +25,9 @@ Type TypeOf(FieldKind kind) {
         return Type::boolean;
     case FieldKind::path:
         return Type::path;
-    case FieldKind::text:
     case FieldKind::date:
+        return Type::moment;
+    case FieldKind::text:
         break;
     }
     return Type::text;
@@ -80,7 +81,7 @@ std::string SortName(const SearchOrderKey &key, const std::vector<SearchOrderKey
                      const std::vector<Column> &columns) {
     for (size_t i = 0; i < groups.size(); ++i) {
         if (groups[i].field == key.field)
-            return columns[i].type == Type::text ? "lower(" + Name("value", i) + ")" : Name("value", i);
+            return TypeIsText(columns[i].type) ? "lower(" + Name("value", i) + ")" : Name("value", i);
     }
     for (size_t i = groups.size(); i < columns.size(); ++i) {
         if (std::string_view(columns[i].name) == key.field->name ||

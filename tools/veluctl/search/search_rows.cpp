@@ -170,17 +170,34 @@ bool SearchRowsPut(const Search &search, const SearchTarget &target,
     return put;
 }
 
+SearchEnd SearchCount(CatalogueReader *reader, const Search &search, int64_t *count, SearchProblem *problem) {
+    *count = 0;
+    for (const SearchTarget &target : search.targets) {
+        SqlText query;
+        query.Add("select count(*) as n");
+        if (!SearchRowsPut(search, target, {}, false, &query, problem))
+            return SearchEnd::wrong;
+        const ResultHandle rows = CatalogueQuery(reader, target.table->catalogue, query.sql, query.values);
+        if (rows == nullptr)
+            return SearchEnd::unreachable;
+        *count += strtoll(VELUDBFetchText(rows.get(), 0, "n"), nullptr, 10);
+    }
+    return SearchEnd::done;
+}
+
 SearchEnd SearchRowsRead(CatalogueReader *reader, const Search &search,
                          const std::vector<const char *> &columns, SearchProblem *problem,
                          const std::function<void(const CatalogueTable &, Row &)> &take) {
     const Reading reading = {reader, search, columns, problem, take};
     const bool in_portions = search.sort.empty();
     size_t left = search.limit;
-    // An engine stops at so few where it goes by the tables' own order, in which it would read all of them more slowly.
-    const bool few = in_portions && left <= kFew;
+    // An engine stops at so few, or takes every row, where it goes by the tables' own order, in which it would look at all of them more
+    // slowly.
+    const bool few = in_portions && (left <= kFew || search.IsEverything());
     FoundKeys keys;
-    SearchEnd end = few ? NextKeysRead(reading, {search.targets.front().table, ""}, left, &keys)
-                        : FirstKeysRead(reading, in_portions ? std::min(kKeysPortion, left) : left, &keys);
+    SearchEnd end =
+        few ? NextKeysRead(reading, {search.targets.front().table, ""}, std::min(kKeysPortion, left), &keys)
+            : FirstKeysRead(reading, in_portions ? std::min(kKeysPortion, left) : left, &keys);
     while (end == SearchEnd::done && !keys.empty()) {
         end = RowsTake(reading, keys);
         left -= keys.size();

@@ -1,0 +1,105 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The lists of veluctl: what is shown of each kind of files, of which files, and what is said of those that are not shown."""
+import re
+
+import pytest
+from harness import media
+from harness.short_songs import song
+
+DONE, FOUND, USAGE = range(3)
+FILMS_SPEED = 20  # a reader of films has 90 seconds of this clock
+MUSIC = "/volume1/music"
+SONGS = {"nina/1.mp3": ("One", "Nina", "Blue", "Jazz", "1965"), "nina/2.mp3": ("Two", "Nina", "Blue", "Jazz", ""),
+         "eve/3.mp3": ("Three", "Eve", "Red", "Folk", "1991"), "eve/4.mp3": ("Four", "Eve", "Red", "Folk", "")}
+
+
+@pytest.fixture(params=["complete", "appliance"])
+def rules(request):
+    return request.param
+
+
+@pytest.fixture
+def library(make_daemon, rules):
+    box = make_daemon(speed=FILMS_SPEED)
+    box.configure(rules=rules)
+    for path, tags in SONGS.items():
+        box.write(f"{MUSIC}/{path}", song(**{name: value for name, value in zip(("title", "artist", "album", "genre", "year"), tags) if value}))
+    media.clip(box.box.path("/volume1/video/Big Film.mkv"), "-frames:v", "2", "-map", "0", "-map", "1", "-map", "1", "-c:v", "mjpeg",
+               "-metadata:s:a:0", "language=ger", "-metadata:s:a:1", "language=eng", size="1920x800")
+    media.picture(box.box.path("/volume1/photo/beach.jpg"), 40, 30)
+    media.exif(box.box.path("/volume1/photo/beach.jpg"), DateTimeOriginal="2024:05:04 10:11:12", Make="Canon", Model="EOS 5D")
+    box.write(f"{MUSIC}/all.m3u", b"nina/1.mp3\n")
+    box.start().index("A:/volume1/music", "A:/volume1/video", "A:/volume1/photo")
+    return box
+
+
+def cells(line):
+    return re.split(r"  +", line.strip())
+
+
+def table(box, *words):
+    return [cells(line) for line in box.ctl(*words)["out"].splitlines()]
+
+
+@pytest.mark.parametrize("command", ["find", "list"])
+def test_each_kind_has_its_own_columns(command, library, rules):
+    headings, *songs = table(library, command, "kind=song")
+    assert headings == ["TITLE", "ARTIST", "ALBUM", "TIME", "SIZE", "PATH"] and len(songs) == len(SONGS)
+    headings, film = table(library, command, "kind=film")
+    facts = {"complete": (["CODEC", "LANGUAGES"], ["mjpeg", "ger,eng"]), "appliance": ([], [])}[rules]
+    assert headings == ["TITLE", "TIME", "PIXELS", *facts[0], "PATH"]
+    assert (film[0], film[2:]) == ("Big Film", ["1920x800", *facts[1], "/volume1/video/Big Film.mkv"])
+    headings, photo = table(library, command, "kind=photo")
+    assert headings == ["TAKEN", "CAMERA", "PIXELS", "SIZE", "PATH"]
+    assert photo[:3] == ["2024-05-04 10:11", "EOS 5D", "40x30"]
+    headings, _ = table(library, command, "kind=playlist")
+    assert headings == ["TITLE", "WRITTEN", "SIZE", "PATH"]
+
+
+def test_several_kinds_share_a_table(library, rules):
+    headings, *rows = table(library, "find", "path~volume1")
+    assert headings == ["KIND", "TITLE", "ABOUT", "TIME", "PATH"]
+    about = {row[1]: row[2] for row in rows}
+    assert about["One"] == "Nina: Blue" and about["beach"] == "2024-05-04 10:11 EOS 5D" and about["all"] == "-"
+    assert about["Big Film"] == ("1920x800 mjpeg ger,eng" if rules == "complete" else "1920x800")
+    assert table(library, "find", "nina", "or", "kind=photo")[0][0] == "KIND"
+    assert table(library, "find", "eve")[0][0] == "TITLE", "all are songs"
+    whole = library.ctl_json("find", "kind=film")[0]
+    assert list(whole)[:3] == ["kind", "title", "artist"] and "pixels" not in whole, "programs have the columns of the catalogue"
+
+
+def test_lists_take_the_words_of_find(library):
+    assert [row["album"] for row in library.ctl_json("list", "albums", "year=1990..1999")] == ["Red"]
+    assert [row["artist"] for row in library.ctl_json("list", "artists", "genre=jazz")] == ["Nina"]
+    assert library.ctl_json("list", "genres", "-genre=jazz", "--dir", f"{MUSIC}/eve") == [{"files": 2, "genre": "Folk"}]
+    assert library.ctl_json("list", "genres", "genre=jazz", "--dir", f"{MUSIC}/eve") == []
+    assert [row["camera_model"] for row in library.ctl_json("list", "cameras", "camera~eos")] == ["EOS 5D"]
+    assert library.ctl_json("list", "cameras", "kind=song") == []
+    assert [row["year"] for row in library.ctl_json("list", "year", "nina", "kind=song")] == ["1965"], "the singular does"
+    assert [row["title"] for row in library.ctl_json("list", "year=1991")] == ["Three"]
+    assert [row["title"] for row in library.ctl_json("recent", "kind=film")] == ["Big Film"]
+    for words in (["missing", "year"], ["missing", "years", "kind=song"]):
+        assert {row["title"] for row in library.ctl_json(*words)} == {"Two", "Four"}, words
+    assert [row["title"] for row in library.ctl_json("missing", "year", "kind=song", "genre=jazz")] == ["Two"]
+    assert [row["missing"] for row in library.ctl_json("missing", "tags", "eve", "missing:year")] == ["year track"]
+    assert library.ctl("missing", "year", "kind=film")["err"] == "Nothing is missing.\n"
+    assert library.ctl("missing", "tracks", "genre=jazz")["status"] == DONE
+
+
+def test_words_that_mean_nothing_are_marked_here_too(library):
+    for command in (["list"], ["list", "albums"], ["missing", "year"], ["recent"]):
+        answer = library.ctl(*command, "genre=jazz", "artits=nina")
+        assert answer["status"] == USAGE and answer["out"] == "" and "^^^^^^" in answer["err"], (command, answer)
+    for command, there in ((["list", "colours"], "artists, albums"), (["missing", "colours"], "tags, tracks"), (["list", "albums", "kind=library"], "music, video")):
+        answer = library.ctl(*command)
+        assert answer["status"] == USAGE and there in answer["err"], answer
+
+
+def test_recent_says_how_many_more_there_are(daemon):
+    for number in range(23):
+        daemon.write(f"{MUSIC}/{number}.pcm")
+    daemon.index("R:music")
+    *rows, last = daemon.ctl("recent")["out"].splitlines()
+    assert len(rows) == 21 and last == "3 more: -n 23 shows all."
+    assert len(daemon.ctl("recent", "-n", "20")["out"].splitlines()) == 21, "so many were asked for"
+    assert "more" not in daemon.ctl("recent", "path~music/1")["out"]
