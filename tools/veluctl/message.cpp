@@ -1,12 +1,26 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/message.h"
 
+#include <stdint.h>
 #include <stdio.h>
 
+#include <algorithm>
+
 #include "tools/shared/safe_text.h"
+#include "tools/shared/text_wrap.h"
+#include "tools/veluctl/terminal.h"
+
+namespace {
+
+constexpr size_t kColumnsMin = 20; // what a terminal says that is hardly one
+
+} // namespace
 
 ExitCode Complain(ExitCode code, const std::string &text) {
-    fprintf(stderr, "veluctl: %s\n", text.c_str());
+    // A terminal has an edge; a line in a pipe stays whole.
+    const size_t width = IsTerminal(stderr) ? std::max(TerminalColumns(stderr), kColumnsMin) : SIZE_MAX;
+    for (const std::string &line : TextWrap("veluctl: " + text, width))
+        fprintf(stderr, "%s\n", line.c_str());
     return code;
 }
 
