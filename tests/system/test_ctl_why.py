@@ -2,10 +2,12 @@
 """veluctl why: whether a path is catalogued, by which rule, or what keeps it out; and the command that changes that, carried out."""
 import os
 import re
+import signal
 
 import pytest
 
-from harness.daemon import KEPT, QUEUE
+from harness.daemon import KEPT, QUEUE, wait_for
+from harness.watcher import Watcher
 
 DONE, FOUND, USAGE, NOT_RUNNING, UNREACHABLE, NOT_CATALOGUED = 0, 1, 2, 5, 6, 9
 NOBODY = 65534
@@ -169,6 +171,39 @@ def test_what_waits_has_the_line_that_asks_for_it(box):
     assert "A:/volume1/music/sub" in answer["because"] and "does not run" in answer["because"]
     assert why(box, f"{MUSIC}/a.pcm")["line"] == 5 and why(box, f"{MUSIC}/b.pcm")["line"] == 1
     assert why(box, f"{MUSIC}/sub")["line"] == 3
+
+
+def test_what_the_watcher_is_about_to_ask_for_says_so(box):
+    make_catalogue(box)
+    box.write(f"{MUSIC}/Old/a.pcm")
+    watcher = Watcher(box, settle=60)
+    os.rename(box.box.path(f"{MUSIC}/Old"), box.box.path(f"{MUSIC}/New"))
+    box.write(f"{MUSIC}/b.pcm")
+    for path in (f"{MUSIC}/b.pcm", f"{MUSIC}/New/a.pcm", f"{MUSIC}/New"):
+        answer = why(box, path)
+        assert (answer["reason"], answer["catalogued"]) == ("watched", False)
+        assert f"veluwatchd, which watches '{MUSIC}'," in answer["because"] and answer["because"].endswith("for 60 s")
+    assert reason(box, f"{MUSIC}/none.pcm") == "gone"
+    watcher.stop()
+    answer = why(box, f"{MUSIC}/b.pcm")
+    assert answer["reason"] == "queued", "at its end the watcher asks for what it knew of"
+
+
+def test_what_the_watcher_has_not_asked_for_in_its_time_is_unasked(box):
+    make_catalogue(box)
+    box.write(f"{MUSIC}/sub/a.pcm")
+    assert "veluwatchd, which would, does not run" in why(box, f"{MUSIC}/sub/a.pcm")["because"]
+    box.write("/volume1/o\\ther/b.pcm")
+    watcher = Watcher(box, MUSIC, "/volume1/o\\ther", settle=0.05)
+    wait_for(lambda: why(box, f"{MUSIC}/sub/a.pcm")["reason"] == "unasked", "its time to be over")
+    assert f"veluwatchd neither, though it watches '{MUSIC}'" in why(box, f"{MUSIC}/sub/a.pcm")["because"]
+    assert "veluwatchd neither, though it watches '/volume1/o\\ther'" in why(box, "/volume1/o\\ther/b.pcm")["because"]
+    box.write("/volume1/video/c.pcm")
+    assert "veluwatchd watches other folders" in why(box, "/volume1/video/c.pcm")["because"]
+    watcher.signal(signal.SIGKILL)
+    watcher.wait()
+    box.write(f"{MUSIC}/new.pcm")
+    assert "does not run" in why(box, f"{MUSIC}/new.pcm")["because"], "what it has left tells nothing"
 
 
 def test_a_request_that_was_kept_is_named(box):

@@ -33,7 +33,7 @@ def says(box, word, *texts):
 def test_it_tells_what_it_watches_and_takes_the_file_away(box):
     box.mkdir(f"{MUSIC}/a/b")
     watcher = Watcher(box, *OFTEN)
-    assert state(box) == {"pid": [str(watcher.pid)], "directories": ["5"], "unwatched": ["0"], "overflows": ["0"],
+    assert state(box) == {"pid": [str(watcher.pid)], "settle": ["0.2"], "directories": ["5"], "unwatched": ["0"], "overflows": ["0"],
                           "watched": [MUSIC, "/volume1/video", "/volume1/photo"]}
     assert os.stat(box.box.path(STATE)).st_mode & 0o777 == 0o644
     box.mkdir(f"{MUSIC}/c")

@@ -12,6 +12,19 @@ TEST(WatcherState, ComesBackAsItWasWritten) {
     EXPECT_EQ(WatcherStateParse(WatcherStateText({})), WatcherState());
 }
 
+TEST(WatcherState, SaysHowLongItWaits) {
+    for (const double settle : {0.05, 3.0, 3600.0}) {
+        WatcherState state;
+        state.settle = settle;
+        EXPECT_EQ(WatcherStateParse(WatcherStateText(state)), state);
+    }
+}
+
+TEST(WatcherState, WritesAPathInOneLineByAnyLocale) {
+    EXPECT_EQ(WatcherPathText("/a b/\xC3\xA9"), "/a b/\xC3\xA9");
+    EXPECT_EQ(WatcherPathText("/a\nb\xFF"), "/a\\x0Ab\\xFF");
+}
+
 TEST(WatcherState, LeavesOutWhatItDoesNotKnow) {
     WatcherState known;
     known.directories = 7;

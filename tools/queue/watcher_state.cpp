@@ -10,6 +10,7 @@
 
 #include "platform/file_bytes.h"
 #include "tools/queue/daemon_process.h"
+#include "tools/shared/safe_text.h"
 
 namespace {
 
@@ -55,6 +56,8 @@ void FaultTake(std::string_view text, WatcherState *state) {
 void LineTake(std::string_view word, std::string_view text, WatcherState *state) {
     if (word == "pid")
         NumberTake(text, &state->pid);
+    else if (word == "settle")
+        NumberTake(text, &state->settle);
     else if (word == "directories")
         NumberTake(text, &state->directories);
     else if (word == "unwatched")
@@ -77,10 +80,16 @@ const char *WatchFaultText(WatchFault fault) {
     return FaultOf(fault).text;
 }
 
+std::string WatcherPathText(std::string_view path) {
+    return SafePageText(path);
+}
+
 std::string WatcherStateText(const WatcherState &state) {
     std::ostringstream text;
-    text << "pid " << state.pid << "\ndirectories " << state.directories << "\nunwatched " << state.unwatched
-         << '\n';
+    text << "pid " << state.pid << '\n';
+    if (state.settle > 0)
+        text << "settle " << state.settle << '\n';
+    text << "directories " << state.directories << "\nunwatched " << state.unwatched << '\n';
     for (const WatcherShare &share : state.shares)
         text << (share.away ? "away " : "watched ") << share.path << '\n';
     text << "overflows " << state.overflows << '\n';

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // What the running watcher tells of itself: a file that it replaces as a whole when something has changed, and takes away at its end.
-// Each line is a word, a blank and what it says, to the end of the line; paths and texts as SafeText writes them.
+// Each line is a word, a blank and what it says, to the end of the line; paths as WatcherPathText writes them.
 //
 //     pid 1234
+//     settle 3                         seconds that it waits for more to happen before it asks
 //     directories 4711                 that are watched
 //     unwatched 2                      trees that cannot be, and are indexed anew from time to time
 //     watched /volume1/music           a line for each share
@@ -23,6 +24,9 @@
 
 inline constexpr char kWatcherStateFile[] = "/var/run/veluwatchd.state";
 
+// Where something happens all the time, the watcher asks after so many of the times that it waits for more.
+inline constexpr int kWatchHoldSettles = 10;
+
 enum class WatchFault {
     none,
     broken_off, // the watcher before was killed: all shares were indexed anew
@@ -33,7 +37,7 @@ enum class WatchFault {
 };
 
 struct WatcherShare {
-    std::string path; // safe for a terminal
+    std::string path; // as WatcherPathText writes it
     bool away = false;
 
     bool operator==(const WatcherShare &other) const = default;
@@ -47,6 +51,7 @@ struct WatcherState {
     std::vector<WatcherShare> shares = {};
     WatchFault fault = WatchFault::none;
     time_t fault_time = 0;
+    double settle = 0; // 0: not said
 
     bool operator==(const WatcherState &other) const = default;
 };
@@ -54,6 +59,9 @@ struct WatcherState {
 // Returns the word of a fault, and what people are told of it.
 const char *WatchFaultWord(WatchFault fault);
 const char *WatchFaultText(WatchFault fault);
+
+// Returns a path as it stands there: the same wherever the watcher and who asks were started, and in one line.
+std::string WatcherPathText(std::string_view path);
 
 std::string WatcherStateText(const WatcherState &state);
 

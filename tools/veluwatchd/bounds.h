@@ -13,9 +13,6 @@ inline constexpr double kSettleSeconds = 3;
 inline constexpr double kSettleSecondsMin = 0.05;
 inline constexpr double kSettleSecondsMax = 3600;
 
-// Where something happens all the time, changes are queued after so many of those pauses.
-inline constexpr int kHoldSettles = 10;
-
 // Changes that are held back at most; each takes a few hundred bytes. More are queued without waiting, and
 // where the queue cannot be written they become requests for whole shares.
 inline constexpr size_t kChangesMax = 20'000;

@@ -3,7 +3,6 @@
 
 #include <unistd.h>
 
-#include "tools/shared/safe_text.h"
 #include "tools/veluwatchd/bounds.h"
 
 namespace {
@@ -15,9 +14,9 @@ WatcherState StateNow(const std::vector<Share> &shares, const Watcher &watcher) 
     state.unwatched = watcher.unwatched.size();
     for (const Share &share : shares) {
         if (share.told_away || watcher.unmounted.contains(share.node))
-            state.shares.push_back({SafeText(share.path.empty() ? share.link : share.path), true});
+            state.shares.push_back({WatcherPathText(share.path.empty() ? share.link : share.path), true});
         else if (share.node != kNoNode)
-            state.shares.push_back({SafeText(share.path), false});
+            state.shares.push_back({WatcherPathText(share.path), false});
     }
     return state;
 }

@@ -158,7 +158,7 @@ void ChangesDue(Loop *loop) {
     }
     // Half of a rename is no change yet.
     const bool rest = loop->now >= After(loop->last_event, loop->settle) && loop->reader.leaving.empty();
-    const bool long_enough = loop->now >= After(loop->first_change, loop->settle * kHoldSettles);
+    const bool long_enough = loop->now >= After(loop->first_change, loop->settle * kWatchHoldSettles);
     // Changes take less room than their lines, and are merged as long as the queue cannot be written.
     if (!loop->output.waiting.empty() &&
         (loop->now < loop->output.retry || !QueueOutputWrite(&loop->output, {}, loop->now)))
@@ -173,7 +173,7 @@ int PollTimeout(const Loop &loop) {
         due = std::min(due, loop.output.retry);
     else if (loop.waiting && !loop.blind)
         due = std::min(due, std::min(After(loop.last_event, loop.settle),
-                                     After(loop.first_change, loop.settle * kHoldSettles)));
+                                     After(loop.first_change, loop.settle * kWatchHoldSettles)));
     if (const auto leaving = LeavingDue(loop.reader); leaving.has_value())
         due = std::min(due, *leaving);
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - std::chrono::steady_clock::now());
@@ -220,6 +220,7 @@ int WatchLoop(const WatchOptions &options, bool broken_off, int signals) {
     if (broken_off)
         FaultNote(&loop.watcher, WatchFault::broken_off);
     loop.settle = Seconds(options.settle);
+    loop.watcher.state.settle = options.settle;
     loop.check = Seconds(options.check);
     loop.rescan = Seconds(options.rescan);
     loop.shares = SharesMake(options.paths);

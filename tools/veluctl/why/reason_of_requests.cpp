@@ -2,9 +2,13 @@
 //
 // Which request a path waits for: one in the queue, one in work, one that was kept.
 #include <errno.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
-#include "catalogue/shares.h"
+#include <algorithm>
+
 #include "daemon/queue_files.h"
 #include "daemon/queue_kept.h"
 #include "daemon/queue_line.h"
@@ -12,13 +16,19 @@
 #include "daemon/queue_touch.h"
 #include "platform/path.h"
 #include "tools/queue/daemon_process.h"
+#include "tools/queue/request_path.h"
+#include "tools/queue/watcher_state.h"
 #include "tools/veluctl/run_view.h"
 #include "tools/veluctl/setup/service_commands.h"
+#include "tools/veluctl/setup/watching.h"
 #include "tools/veluctl/shell_word.h"
 #include "tools/veluctl/span_text.h"
 #include "tools/veluctl/why/why.h"
 
 namespace {
+
+// The clock that stamps files is not the one that is asked here, and a request takes its time to be written.
+constexpr double kWatchSlackSeconds = 2;
 
 // True for a request that brings a path into the catalogue if nothing else keeps it out.
 bool Brings(const QueueRequest &request, std::string_view path) {
@@ -113,29 +123,73 @@ bool RequestsAreHidden() {
     return false;
 }
 
+bool HasDirectoryRow(CatalogueReader *reader, const std::string &path) {
+    const ResultHandle rows =
+        CatalogueQuery(reader, Catalogue::media, "select 1 as n from directory where path = $1", {path});
+    return rows != nullptr && VELUDBRowCount(rows.get()) > 0;
+}
+
+// When something happened last by which a path is new here: it was written or renamed, or a directory came that it lies in.
+time_t ChangedLast(CatalogueReader *reader, const std::string &path) {
+    time_t last = 0;
+    struct stat status;
+    for (std::string place = path; place.size() > 1 && stat(place.c_str(), &status) == 0;
+         place = ParentOf(place)) {
+        if (place != path && HasDirectoryRow(reader, place))
+            break;
+        last = std::max(last, status.st_ctim.tv_sec);
+    }
+    return last;
+}
+
+std::string SettleText(double seconds) {
+    char text[64];
+    snprintf(text, sizeof text, seconds > 0 ? "for %g s" : "for a moment", seconds);
+    return text;
+}
+
+// What the watcher is about to ask for.
+std::optional<Reason> Watched(CatalogueReader *reader, const std::string &path, const Watching &watching) {
+    if (watching.place.empty())
+        return std::nullopt;
+    const time_t age = std::max<time_t>(time(nullptr) - ChangedLast(reader, path), 0);
+    if (static_cast<double>(age) > watching.settle * kWatchHoldSettles + kWatchSlackSeconds)
+        return std::nullopt;
+    return Reason{"watched",
+                  "not yet: it has come or changed just now, and veluwatchd, which watches " +
+                      Named(watching.place) + ", asks for it when nothing more has happened there " +
+                      SettleText(watching.settle),
+                  "veluctl status"};
+}
+
+std::string UnaskedText(const Watching &watching) {
+    const std::string nobody = "nothing keeps it out, but nobody has asked for it since it came";
+    if (!watching.place.empty())
+        return nobody + ", veluwatchd neither, though it watches " + Named(watching.place) +
+               (watching.gaps.empty() ? "" : ", as far as it can: " + watching.gaps);
+    if (!watching.in_share)
+        return "it lies in no share, where a reindex would find it, and nobody has asked for it";
+    return nobody + (watching.watcher ? "; veluwatchd watches other folders"
+                                      : "; veluwatchd, which would, does not run");
+}
+
 } // namespace
 
-Reason ReasonOfRequests(const std::string &path) {
+Reason ReasonOfRequests(CatalogueReader *reader, const std::string &path) {
+    const Watching watching = WatchingLook(path);
     if (std::optional<Reason> reason = Queued(path, DaemonFind()))
         return *reason;
     if (std::optional<Reason> reason = Kept(path))
         return *reason;
+    if (std::optional<Reason> reason = Watched(reader, path, watching))
+        return *reason;
     if (RequestsAreHidden())
         return {"unasked", "nothing keeps it out, and this user cannot see whether a request for it waits",
                 "sudo veluctl why " + ShellWord(path)};
-    const bool in_share = [&] {
-        for (const std::string &share : ShareTargetsGet())
-            if (PathIsAtOrUnder(path, share))
-                return true;
-        return false;
-    }();
-    return {"unasked",
-            in_share ? "nothing keeps it out, but nobody has asked for it since it came"
-                     : "it lies in no share, where a reindex would find it, and nobody has asked for it",
-            AddCommandLine(path)};
+    return {"unasked", UnaskedText(watching), AddCommandLine(path)};
 }
 
 Reason ReasonOf(CatalogueReader *reader, const std::string &path) {
     std::optional<Reason> reason = ReasonOfRules(reader, path);
-    return reason ? *reason : ReasonOfRequests(path);
+    return reason ? *reason : ReasonOfRequests(reader, path);
 }

@@ -38,8 +38,8 @@ std::optional<Reason> ReasonOfName(const std::string &path);
 // What the disk and all rules say against it; nothing when they say nothing.
 std::optional<Reason> ReasonOfRules(CatalogueReader *reader, const std::string &path);
 
-// The request that a path waits for, or that nobody has asked for it.
-Reason ReasonOfRequests(const std::string &path);
+// The request that a path waits for, that the watcher is about to ask for it, or that nobody has.
+Reason ReasonOfRequests(CatalogueReader *reader, const std::string &path);
 
 // The one of these that counts.
 Reason ReasonOf(CatalogueReader *reader, const std::string &path);
