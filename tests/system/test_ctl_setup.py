@@ -63,6 +63,32 @@ def test_what_is_there_is_indexed_by_the_command_that_it_tells(bare, samples):
     assert bare.paths("photo_image") == ["/volume1/photo/Trip/b.jpg"]
 
 
+def test_adding_a_folder_says_when_later_changes_will_not_be_noticed(bare):
+    bare.write(f"{MUSIC}/a.pcm")
+    bare.mkdir("/volume1/more")
+    bare.start()
+    answer = bare.ctl("add", "--wait", MUSIC)
+    assert answer["status"] == DONE
+    assert answer["err"] == (f"veluctl: '{MUSIC}' lies in no share: what changes there later is not noticed; "
+                             f"to make it a share:\n  sudo veluctl share add music '{MUSIC}'\n")
+    assert bare.ctl("add", f"{MUSIC}/a.pcm")["err"] == "", "a file is asked for by itself"
+    assert f"'{MUSIC}', as 1 other folder, lies in no share" in bare.ctl("add", MUSIC, "/volume1/more")["err"]
+    assert bare.ctl("share", "add", "music", MUSIC)["status"] == DONE
+    answer = bare.ctl("add", MUSIC, "/volume1/more")["err"].splitlines()
+    assert answer[1] == "  sudo veluctl share add video /volume1/more" and answer[2].startswith(f"veluctl: '{MUSIC}' is not watched: ")
+    assert answer[3] == "  sudo systemctl enable --now veluwatchd" and len(answer) == 4
+    watcher = Watcher(bare)
+    assert bare.ctl("add", MUSIC)["err"] == ""
+    bare.ctl("share", "add", "video", bare.mkdir("/volume1/v"))
+    bare.ctl("share", "add", "photo", bare.mkdir("/volume1/p"))
+    assert "to have it looked at again:\n  sudo veluctl add /volume1/more" in bare.ctl("add", "/volume1/more")["err"]
+    watcher.stop()
+    watcher = Watcher(bare, "/volume1/more")
+    assert bare.ctl("add", "/volume1/more")["err"] == ""
+    assert "since veluwatchd watches other folders" in bare.ctl("add", MUSIC)["err"]
+    watcher.stop()
+
+
 @pytest.mark.parametrize("name, path, reason", [
     ("books", MUSIC, "the shares are music, video and photo"),
     ("films", MUSIC, "did you mean video?"),

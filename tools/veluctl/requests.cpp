@@ -5,6 +5,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 
@@ -21,6 +22,7 @@
 #include "tools/veluctl/requests.h"
 #include "tools/veluctl/setup/service_commands.h"
 #include "tools/veluctl/setup/share_refusal.h"
+#include "tools/veluctl/setup/watching.h"
 #include "tools/veluctl/why/why.h"
 
 namespace {
@@ -163,6 +165,18 @@ ExitCode LeftOutTell(const std::vector<std::string> &asked) {
     return count == 0 ? kDone : kNotCatalogued;
 }
 
+// What of it will be out of date one day.
+void FoldersTell(const std::vector<std::string> &asked) {
+    std::vector<std::string> folders;
+    std::ranges::copy_if(asked, std::back_inserter(folders),
+                         [](const std::string &path) { return IsDirExist(path.c_str()) != 0; });
+    for (const Unwatched &unwatched : UnwatchedTell(folders)) {
+        Complain(kDone, unwatched.text);
+        if (!unwatched.command.empty())
+            fprintf(stderr, "  %s\n", unwatched.command.c_str());
+    }
+}
+
 ExitCode AddCommand(const Options &options) {
     std::vector<std::string> asked;
     const ExitCode sent = ForEachPath(options, [&](const std::string &path, Requests *requests) {
@@ -174,6 +188,8 @@ ExitCode AddCommand(const Options &options) {
         else
             requests->Take(path, formed);
     });
+    if (sent != kRefused && sent != kNoRights)
+        FoldersTell(asked);
     return sent == kDone && options.wait ? LeftOutTell(asked) : sent;
 }
 
