@@ -7,6 +7,7 @@ import time
 import pytest
 
 from harness.daemon import KEPT, PID_FILE, QUEUE, wait_for
+from harness.store_faults import COMMIT, MEDIA, store_fault
 
 DONE, FOUND, USAGE, REFUSED, NO_RIGHTS, NOT_RUNNING, UNREACHABLE, NOT_FINISHED, FAILED = range(9)
 NOBODY = 65534
@@ -241,3 +242,68 @@ def test_a_request_that_waits_for_its_database_is_shown_as_kept(make_daemon):
     answer = daemon.ctl("add", "--wait", "--timeout", "60", SONG)
     assert answer["status"] == DONE and not daemon.exists(KEPT)
     assert daemon.paths("music") == [SONG]
+
+
+@pytest.mark.parametrize("uri, reason", [
+    ("sqlite:/dev/null/media.db", "/dev/null/media.db"), ("postgresql:///velu?host=/run/none", "No such file or directory"),
+])
+def test_waiting_ends_when_the_daemon_keeps_the_request(make_daemon, uri, reason):
+    daemon = make_daemon()
+    daemon.configure(mediadb=uri, photodb=uri)
+    daemon.write(SONG)
+    daemon.start()
+    answer = daemon.ctl("add", "--wait", SONG, clock=True)
+    assert answer["status"] == UNREACHABLE, answer
+    assert answer["out"].splitlines()[-1].startswith("kept: the daemon tries again later (") and reason in answer["out"]
+    assert answer["err"].startswith("veluctl: the daemon keeps the request and tries it again by itself: ") and reason in answer["err"]
+    assert daemon.lines(KEPT)[0].split(" ", 1)[1] == f"a:{SONG}"
+    kept = daemon.ctl_json("status")["kept"]
+    assert kept["requests"] == 1 and reason in kept["reason"]
+    told = " ".join(daemon.ctl("status")["out"].split())
+    assert "1 could not be stored, the oldest for " in told and "tries again by itself: " in told
+    daemon.configure()
+    wait_for(lambda: not daemon.exists(KEPT), "the daemon to try again")
+    assert daemon.paths("music") == [SONG]
+
+
+@pytest.mark.parametrize("timeout", [[], ["--timeout", "600"]])
+@pytest.mark.sqlite
+def test_what_does_not_go_by_itself_is_not_waited_for(make_daemon, timeout):
+    daemon = make_daemon()
+    daemon.write("/var/lib/velu/mediaserver.db", "no database" * 1000)
+    daemon.write(SONG)
+    daemon.start()
+    answer = daemon.ctl("add", "--wait", *timeout, SONG)
+    assert answer["status"] == UNREACHABLE and "is damaged, and veluctl status has the commands" in answer["err"], answer
+
+
+def test_the_reason_is_that_of_the_daemon_where_its_log_can_be_read(make_placed):
+    daemon = make_placed()
+    daemon.write(SONG)
+    daemon.start().index(f"a:{SONG}")
+    with store_fault(daemon, COMMIT, MEDIA):
+        daemon.write(SONG, "more")
+        daemon.queue(f"a:{SONG}")
+        daemon.signal()
+        wait_for(lambda: daemon.exists(KEPT), "the kept file")
+        wait_for(lambda: [line for line in daemon.log.texts() if "Failed to store all rows" in line], "its line")
+        moment = time.strftime("%Y-%m-%dT%H:%M:%S.5+00:00", time.gmtime())
+        reasons = [line for line in daemon.log.texts() if "media catalogue" in line]
+        daemon.write("/var/log/syslog", "".join(f"{moment} box veluindexd[7]: {line}\n" for line in reasons))
+        reason = daemon.ctl_json("status")["kept"]["reason"]
+        assert reason and f"({reason})" in reasons[-1], (reason, reasons)
+        if not daemon.catalogue.keys:
+            assert "full" in reason
+
+
+def test_an_interrupt_ends_the_waiting_alone(make_daemon):
+    daemon = make_daemon(speed=1).start()
+    daemon.write(SONG)
+    # Job control: what a shell without it puts aside ignores the signal.
+    script = (f"set -m; {daemon.ctl_program} add --wait '{SONG}' & "
+              "while ! grep -q waiting /tmp/said; do sleep 0.1; done; kill -INT $!; wait $!; echo ended by $?")
+    answer = daemon.box.ask("run", arguments=["/bin/bash", "-c", f"({script}) > /tmp/said; cat /tmp/said"], environment={"LC_ALL": "C.UTF-8"},
+                            timeout=30)
+    assert answer["out"].splitlines()[-1] == "ended by 130", answer
+    assert "veluctl: interrupted; the request stays queued and the daemon goes on: veluctl status shows it\n" in answer["err"]
+    assert queued(daemon) == [f"a:{SONG}"]

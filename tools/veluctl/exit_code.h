@@ -30,8 +30,11 @@ inline constexpr ExitCodeText kExitCodes[] = {
     {kRefused, "A path or a name was refused; nothing was queued or changed."},
     {kNoRights, "The queue or the setup may not be written, or the daemon not be signalled, by this user."},
     {kNotRunning, "The daemon does not run. What was queued is done at its next start."},
-    {kUnreachable, "A catalogue cannot be reached."},
-    {kNotFinished, "The run did not end within the time of --timeout, or the daemon ended before it."},
+    {kUnreachable,
+     "A catalogue cannot be reached, or takes nothing. What --wait has waited for is kept by the "
+     "daemon, which tries it again."},
+    {kNotFinished, "The run did not end within the time of --timeout, or the daemon ended before it. Ctrl-C "
+                   "ends the waiting alone, by the signal: what was queued is done."},
     {kFailed, "Something else failed: a full disk, no memory, a log that cannot be read."},
     {kNotCatalogued, "The run of add --wait has ended, and something that was asked for is not in the "
                      "catalogue or could not be read."},

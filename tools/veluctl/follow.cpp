@@ -4,14 +4,18 @@
 #include <stdio.h>
 #include <time.h>
 
+#include <optional>
 #include <string>
 
 #include "platform/clock.h"
 #include "tools/queue/daemon_process.h"
+#include "tools/shared/safe_text.h"
 #include "tools/veluctl/catalogue_reader.h"
+#include "tools/veluctl/interrupt.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/progress.h"
 #include "tools/veluctl/run_view.h"
+#include "tools/veluctl/store_away.h"
 
 namespace {
 
@@ -53,6 +57,55 @@ struct RowCounter {
     }
 };
 
+// Requests that are kept are tried again after ten seconds, then after twenty, and then more and more seldom: what is away after
+// these two is away for longer.
+constexpr double kKeptPatience = 35;
+
+// What is taken over lies for a moment as if it were kept.
+constexpr double kKeptSettled = 1;
+
+// A daemon writes its line before it keeps the requests.
+constexpr int64_t kLogSlack = 1;
+
+// What keeps the requests, while they are kept.
+class KeptFollow {
+public:
+    // Takes a moment of the run, to which it adds the reason.
+    void Take(RunView *view, double now) {
+        if (view->phase != Phase::kept) {
+            since_ = kNever;
+            away_.reset();
+            return;
+        }
+        if (since_ == kNever)
+            since_ = now;
+        if (!away_ && now - since_ >= kKeptSettled)
+            away_ = StoreAwayLook(begin_);
+        if (away_)
+            view->kept_because = away_->reason;
+    }
+
+    // True when nobody should go on waiting.
+    [[nodiscard]] bool IsOver(double now, bool has_timeout) const {
+        return away_ && (away_->lasting || (!has_timeout && now - since_ >= kKeptPatience));
+    }
+
+    // What the daemon does meanwhile, as a sentence without its end.
+    [[nodiscard]] std::string Text() const {
+        if (!away_)
+            return "the daemon goes on";
+        return "the daemon keeps the request and tries it again by itself" +
+               (away_->reason.empty() ? "; veluctl log tells why" : ": " + SafeText(away_->reason));
+    }
+
+private:
+    static constexpr double kNever = -1;
+
+    int64_t begin_ = time(nullptr) - kLogSlack;
+    double since_ = kNever;
+    std::optional<StoreAway> away_;
+};
+
 } // namespace
 
 FollowStart FollowBegin() {
@@ -66,10 +119,13 @@ ExitCode Follow(FdHandle file, const FollowStart &start, uint32_t timeout, FILE 
     RowCounter counter;
     const double begin = Now();
     Progress progress(out, start.rows);
+    KeptFollow kept;
+    const InterruptScope interrupt;
     for (;;) {
         const pid_t daemon = DaemonFind();
-        const RunView view = RunLook(&requests, daemon);
+        RunView view = RunLook(&requests, daemon);
         const double now = Now();
+        kept.Take(&view, now);
         if (view.phase == Phase::done)
             counter.next = 0; // the last word is exact
         counter.Count(now);
@@ -82,9 +138,19 @@ ExitCode Follow(FdHandle file, const FollowStart &start, uint32_t timeout, FILE 
             progress.End();
             return Complain(kNotFinished, "the daemon has ended; its next start finishes what is left");
         }
+        if (interrupt.has_come()) {
+            progress.End();
+            Complain(kNotFinished,
+                     "interrupted; the request stays queued and the daemon goes on: veluctl status shows it");
+            interrupt.End();
+        }
+        if (kept.IsOver(now, timeout != 0)) {
+            progress.End();
+            return Complain(kUnreachable, kept.Text());
+        }
         if (timeout != 0 && now - begin >= timeout) {
             progress.End();
-            return Complain(kNotFinished, "the time is up; the daemon goes on");
+            return Complain(kNotFinished, "the time is up; " + kept.Text());
         }
         nanosleep(&kPause, nullptr);
     }

@@ -17,14 +17,15 @@ constexpr double kPlainSeconds = 5;
 // A rate of less than a second says nothing.
 constexpr double kRateSeconds = 1;
 
-std::string PhaseText(Phase phase) {
-    switch (phase) {
+std::string PhaseText(const RunView &view) {
+    switch (view.phase) {
     case Phase::queued:
         return "waiting: the run " + QueueWaitText(QueueWaitLook());
     case Phase::running:
         return "running";
     case Phase::kept:
-        return "kept: the daemon tries again later (its log says why)";
+        return "kept: the daemon tries again later (" +
+               (view.kept_because.empty() ? "its log says why" : SafeText(view.kept_because)) + ")";
     case Phase::done:
         return "done";
     }
@@ -42,7 +43,7 @@ std::string RequestText(const RunView &view) {
 } // namespace
 
 std::string ProgressText(const RunView &view, int64_t rows_before, int64_t rows, double run_seconds) {
-    std::string text = PhaseText(view.phase);
+    std::string text = PhaseText(view);
     char part[128];
     if (view.record)
         return text + RequestText(view) + ", " + RunFilesText(*view.record);

@@ -7,9 +7,11 @@
 #include "daemon/queue_kept.h"
 #include "daemon/storage_away.h"
 #include "tools/shared/safe_text.h"
+#include "tools/veluctl/run_records.h"
 #include "tools/veluctl/run_view.h"
 #include "tools/veluctl/span_text.h"
 #include "tools/veluctl/status/status.h"
+#include "tools/veluctl/store_away.h"
 
 namespace {
 
@@ -24,6 +26,18 @@ void RequestsSay(int64_t count) {
         StatusSay("", SafeText(kept.line) + ", for " + SpanText(kept.seconds));
     if (count > kShown)
         StatusSay("", "and " + std::to_string(count - kShown) + " more");
+}
+
+// What is known of it since the last run that tried.
+StoreAway AwayLook() {
+    const LastRun last = LastRunRead();
+    return StoreAwayLook(last.has_record() ? last.record->begin : last.end - 1);
+}
+
+std::string ReasonSay() {
+    const std::string reason = AwayLook().reason;
+    return reason.empty() ? ": a catalogue was away, locked, full or read-only; veluctl log tells why"
+                          : ": " + SafeText(reason);
 }
 
 std::vector<std::string> AwayFind() {
@@ -45,15 +59,15 @@ void KeptStatus(StatusView *status) {
         state["present"] = there;
         state["requests"] = view.readable || !there ? Json(view.requests) : Json();
         state["oldest_seconds"] = view.readable ? Json(view.oldest_seconds) : Json();
+        if (view.requests > 0)
+            JsonTextPut(&state, "reason", AwayLook().reason);
         status->answer["kept"] = state;
     } else if (there && !view.readable) {
         StatusSay("kept requests", kHidden);
     } else if (view.requests > 0) {
-        StatusSay("kept requests",
-                  std::to_string(view.requests) + " could not be stored, the oldest for " +
-                      SpanText(view.oldest_seconds) +
-                      ": a catalogue was away, locked, full or read-only. The daemon tries again; "
-                      "veluctl log tells the reason");
+        StatusSay("kept requests", std::to_string(view.requests) + " could not be stored, the oldest for " +
+                                       SpanText(view.oldest_seconds) + ". The daemon tries again by itself" +
+                                       ReasonSay());
         RequestsSay(view.requests);
     }
 }

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tools/veluctl/store_away.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <optional>
+#include <ranges>
+
+#include "catalogue/features.h"
+#include "tools/veluctl/catalogue_advice.h"
+#include "tools/veluctl/catalogue_reader.h"
+#include "tools/veluctl/log/log_source.h"
+
+namespace {
+
+constexpr Catalogue kBoth[] = {Catalogue::media, Catalogue::photo};
+
+// A damaged file stays one, and an engine that is not installed does not come.
+bool IsLasting(Catalogue catalogue, const std::string &reason) {
+    char uri[kCatalogueUriSize] = "";
+    VELUIndexUriGet(catalogue, uri, sizeof uri);
+    return !CatalogueCommands(catalogue, reason).empty() || !ModuleHint(uri).empty();
+}
+
+// What failed, and in brackets why.
+struct Sentence {
+    std::string reason;
+    std::string rest; // behind the brackets
+};
+
+std::optional<Sentence> SentenceTake(const std::string &text) {
+    constexpr std::string_view kBefore = ". (";
+    const size_t begin = text.find(kBefore);
+    const size_t end = text.rfind(')');
+    if (begin == std::string::npos || end == std::string::npos || end < begin)
+        return std::nullopt;
+    return Sentence{text.substr(begin + kBefore.size(), end - begin - kBefore.size()), text.substr(end + 1)};
+}
+
+// The reason in a line of the daemon's about a catalogue, or about the requests themselves.
+std::optional<StoreAway> AwayLogged(const LoggedLine &line) {
+    const std::optional<Sentence> sentence = SentenceTake(line.text);
+    if (!sentence)
+        return std::nullopt;
+    const std::string &reason = sentence->reason;
+    if (line.text.find("Failed to write ") != std::string::npos)
+        return StoreAway{reason, false};
+    for (const Catalogue catalogue : kBoth) {
+        if (line.text.find(CatalogueName(catalogue)) != std::string::npos)
+            return StoreAway{reason + CatalogueHint(catalogue, reason), IsLasting(catalogue, reason)};
+    }
+    return std::nullopt;
+}
+
+// What can be done about it stands behind the reason.
+StoreAway AwayFound(Catalogue catalogue, const CatalogueReader &reader) {
+    const std::optional<Sentence> sentence = SentenceTake(reader.failure);
+    return {sentence ? sentence->reason + sentence->rest : reader.failure,
+            IsLasting(catalogue, reader.reason)};
+}
+
+// A catalogue that cannot be read takes nothing, either.
+StoreAway AwayRead() {
+    FeatureSwitchesRead();
+    CatalogueReader reader;
+    for (const CatalogueTable &table : CatalogueTables()) {
+        if ((table.catalogue == Catalogue::media || supportphoto) && CatalogueCount(&reader, table) < 0)
+            return AwayFound(table.catalogue, reader);
+    }
+    return {};
+}
+
+} // namespace
+
+StoreAway StoreAwayLook(int64_t since) {
+    const LogAnswer log = LogRead(since, time(nullptr));
+    for (const LoggedLine &line : std::views::reverse(log.lines)) {
+        if (std::optional<StoreAway> away = AwayLogged(line))
+            return *away;
+    }
+    return AwayRead();
+}
