@@ -25,6 +25,9 @@ struct SqlText {
     }
 };
 
+// Of facts `f`: their values as they are compared, which an index is over. Where the value itself is that, it is kept once.
+inline constexpr char kFactFolded[] = "coalesce(f.folded, f.value)";
+
 // Adds the condition that the column, which holds paths, is at or below a directory.
 inline void BelowPut(SqlText *query, std::string_view column, const std::string &directory) {
     const PathRange below = RangeUnder(directory == "/" ? "" : directory);

@@ -46,7 +46,6 @@ std::string SongsWithFact(const char *name);
 // the files in their order, and read each page once; by the index of values it would come to them in any order. Values that are
 // equal folded are one.
 std::string FactsOfFiles(const std::string &name);
-inline constexpr char kFactFolded[] = "coalesce(f.folded, f.value)";
 
 // Adds how many rows are wanted.
 void LimitPut(SqlText *query, uint32_t limit);

@@ -10,12 +10,9 @@
 #include "tools/veluctl/file_facts.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/overview/missing_tags.h"
+#include "tools/veluctl/search/search_source.h"
 
 namespace {
-
-// The facts of a name, and their values as they are compared: what an index is over.
-constexpr char kFactOf[] = "file_fact where name = (select id from fact_name where name = '";
-constexpr char kFactValue[] = "coalesce(folded, value)";
 
 // A song's decade; 0: it has no year that is one.
 constexpr char kDecade[] = "case when year between 1000 and 9999 then year / 10 * 10 else 0 end";
@@ -48,18 +45,9 @@ void KindsTake(TallyReader *tallies, Stats *stats) {
     stats->directories = NumberTake(tallies, std::string("select count(*) as n from ") + kDirectoryTable);
 }
 
-// Finds the values of a fact as `found`, going from each to the next one by the index, so that it matters how many values there are and
-// not how many files.
-std::string ValuesOf(const std::string &fact) {
-    const std::string value = kFactValue;
-    const std::string least = "select min(" + value + ") from " + kFactOf + fact + "')";
-    return "with recursive found(value) as (" + least + " union all select (" + least + " and " + value +
-           " > found.value) from found where found.value is not null) ";
-}
-
 int64_t ValuesCount(TallyReader *tallies, const std::string &tag, bool facts) {
     if (facts)
-        return NumberTake(tallies, ValuesOf(tag) + "select count(value) as n from found");
+        return NumberTake(tallies, FactValuesFound(tag) + "select count(value) as n from found");
     std::string values;
     for (const char *table : kMediaTables)
         values += (values.empty() ? "select " : " union select ") + tag + " as tag from " + table;
@@ -128,8 +116,8 @@ bool StatsTake(CatalogueReader *reader, Stats *stats) {
         NamedTake(&tallies, stats);
         // The files of a codec come in their order; there are few codecs.
         stats->codecs = CountsTake(
-            &tallies, {kFactValue, "file_fact",
-                       "name in (select id from fact_name where name in ('codec', 'video_codec'))"});
+            &tallies, {kFactFolded, "file_fact f",
+                       "f.name in (select id from fact_name where name in ('codec', 'video_codec'))"});
         stats->added = InOrder(CountsTake(&tallies, {"substr(added, 1, 7)", "file_state"}));
     }
     MomentEnd(&tallies);

@@ -116,6 +116,21 @@ bool PictureConditionPut(const SearchNode &node, FieldKind kind, const Putting &
     return true;
 }
 
+// The values that may hold a text are looked for among the values, which are fewer than the facts.
+void SharedValuesPut(const SearchField &field, const std::string &folded, const Putting &to) {
+    const char *joint = " in (";
+    to.query->Add(kFactFolded);
+    for (const char *fact : field.facts) {
+        if (fact == nullptr)
+            continue;
+        to.query->Add(joint).Add("select value from (").Add(FactValuesFound(fact));
+        to.query->Add("select value from found) v where value like ").Put(LikePattern(folded));
+        to.query->Add(" or length(value) >= ").Add(std::to_string(kCutCharacters));
+        joint = " union all ";
+    }
+    to.query->Add(") and ");
+}
+
 // A text that is longer than what is kept of it folded is looked into as well.
 void FactTextPut(const SearchNode &node, const SearchField &field, const Putting &to) {
     const std::string folded = TextFolded(node.value, kFactFoldedMax);
@@ -123,13 +138,21 @@ void FactTextPut(const SearchNode &node, const SearchField &field, const Putting
         const std::vector<std::string> words =
             FieldIsLanguage(field) ? LanguageWords(folded) : std::vector<std::string>{folded};
         for (const std::string &word : words)
-            to.query->Add(&word == &words.front() ? "folded in (" : ", ").Put(word);
+            to.query->Add(&word == &words.front() ? std::string(kFactFolded) + " in (" : ", ").Put(word);
         to.query->Add(")");
         return;
     }
-    to.query->Add("(folded like ").Put(LikePattern(folded)).Add(" or (length(folded) >= ");
-    to.query->Add(std::to_string(kCutCharacters)).Add(" and ");
-    TextHoldsPut({"value"}, folded, *to.target.words, to.query);
+    if (FieldIsShared(field))
+        SharedValuesPut(field, folded, to);
+    const std::string cut = std::string("(length(") + kFactFolded + ") >= " + std::to_string(kCutCharacters);
+    to.query->Add("(")
+        .Add(kFactFolded)
+        .Add(" like ")
+        .Put(LikePattern(folded))
+        .Add(" or ")
+        .Add(cut)
+        .Add(" and ");
+    TextHoldsPut({"f.value"}, folded, *to.target.words, to.query);
     to.query->Add("))");
 }
 
@@ -144,6 +167,14 @@ void NumberFactsPut(const SearchField &field, const Putting &to) {
     to.query->Add(") numbers where ");
 }
 
+// By the tables of the view: a cross join has SQLite begin with the facts, which it finds by their values, whatever it expects of them.
+void FactsPut(const SearchField &field, const Putting &to) {
+    to.query->Add("file_fact f cross join file_state fs where fs.id = f.file and f.name in (select id from "
+                  "fact_name where name ");
+    FactNamesPut(field, to.query);
+    to.query->Add(") and ");
+}
+
 bool FactPut(const SearchNode &node, const SearchField &field, const Putting &to) {
     ValueRange range;
     if (!FieldIsText(field.kind) && !ValueRangeRead(node, field.kind, DateForm::local, &range, to.problem))
@@ -153,31 +184,34 @@ bool FactPut(const SearchNode &node, const SearchField &field, const Putting &to
         NumberFactsPut(field, to);
         RangePut("number", to.target.words->real, range, to.query);
     } else {
-        to.query->Add("fact where name ");
-        FactNamesPut(field, to.query);
-        to.query->Add(" and ");
+        FactsPut(field, to);
         if (FieldIsText(field.kind))
             FactTextPut(node, field, to);
         else
-            RangePut("value", nullptr, range, to.query);
+            RangePut("f.value", nullptr, range, to.query);
     }
     to.query->Add(")");
     return true;
 }
 
-// Every file has a state: to ask each for its own takes less than to gather and sort those that fit.
-void StateBegin(const Putting &to) {
+// Every file has a state: to ask each for its own takes less than to gather and sort those that fit. Returns the name of the states in
+// the condition.
+const char *StateBegin(const Putting &to) {
+    if (to.target.state_joined) {
+        to.query->Add("(");
+        return "file_state.";
+    }
     to.query->Add("exists (select 1 from file_state s where s.path = ")
         .Add(to.Name(to.target.table->key))
         .Add(" and ");
+    return "s.";
 }
 
 bool StatePut(const SearchNode &node, const SearchField &field, const Putting &to) {
     ValueRange range;
     if (!FieldIsText(field.kind) && !ValueRangeRead(node, field.kind, DateForm::utc, &range, to.problem))
         return false;
-    const std::string name = std::string("s.") + field.name;
-    StateBegin(to);
+    const std::string name = std::string(StateBegin(to)) + field.name;
     const std::string folded = TextFolded(node.value, kSearchTextMax);
     if (!FieldIsText(field.kind))
         RangePut(name, nullptr, range, to.query);
@@ -238,8 +272,7 @@ bool PresencePut(const SearchNode &node, const SearchTarget &target, SqlText *qu
         query->Add(")");
         return true;
     case FieldPlace::state:
-        StateBegin(to);
-        query->Add("s.").Add(field.name).Add(" <> '')");
+        query->Add(StateBegin(to)).Add(field.name).Add(" <> '')");
         return true;
     case FieldPlace::picture:
         query->Add("(").Add(PictureLines(*target.table)).Add(") <> 0");

@@ -50,6 +50,13 @@ constexpr const char *kOfSound[] = {
     "artist", "albumartist", "genre", "composer",      "comment",     "track",    "disc",  "year",
     "date",   "duration",    "codec", "audio_bitrate", "sample_rate", "channels", "cover", "has_cover"};
 
+// Texts that many files have in common.
+constexpr const char *kShared[] = {
+    "artist",    "albumartist", "genre",    "composer",       "conductor",
+    "lyricist",  "publisher",   "codec",    "audio_codec",    "video_codec",
+    "container", "hdr",         "language", "audio_language", "subtitle_language",
+    "keyword",   "lens",        "show"};
+
 // Texts without blanks.
 constexpr const char *kOneWord[] = {
     "kind",        "codec",       "audio_codec",         "video_codec",         "container",
@@ -149,6 +156,10 @@ std::string SearchFieldHint(std::string_view name) {
     for (const SearchField &field : SearchFields())
         names.push_back(field.name);
     return MeantHint(name, names);
+}
+
+bool FieldIsShared(const SearchField &field) {
+    return IsIn(kShared, field.name);
 }
 
 bool FieldIsLanguage(const SearchField &field) {

@@ -39,6 +39,9 @@ std::string SearchFieldHint(std::string_view name);
 // Whether a value may be several words; names of codecs and languages are not.
 bool FieldHoldsBlanks(const SearchField &field);
 
+// Whether many files share its values, so that there are far fewer of them than of files.
+bool FieldIsShared(const SearchField &field);
+
 // Whether its values are codes of languages.
 bool FieldIsLanguage(const SearchField &field);
 

@@ -51,19 +51,20 @@ bool SearchOrderRead(std::string_view text, std::vector<SearchOrderKey> *order, 
     return true;
 }
 
-void SearchJoinsPut(const std::vector<SearchOrderKey> &order, const SearchTarget &target, bool each_value,
+void SearchJoinsPut(const std::vector<SearchOrderKey> &order, SearchTarget *target, bool each_value,
                     SqlText *query) {
     const bool wanted = std::any_of(order.begin(), order.end(), [&](const SearchOrderKey &key) {
-        const FieldPlace place = PlaceOf(key, target);
+        const FieldPlace place = PlaceOf(key, *target);
         return place == FieldPlace::state || place == FieldPlace::fact;
     });
+    target->state_joined = wanted;
     if (!wanted)
         return;
     query->Add(" left join file_state on file_state.path = ");
-    query->Add(QualifiedName(*target.table, target.table->key));
+    query->Add(QualifiedName(*target->table, target->table->key));
     for (size_t at = 0; at < order.size(); ++at) {
         const SearchField &field = *order[at].field;
-        if (PlaceOf(order[at], target) != FieldPlace::fact)
+        if (PlaceOf(order[at], *target) != FieldPlace::fact)
             continue;
         for (size_t fact = 0; fact < field.facts.size() && field.facts[fact] != nullptr; ++fact) {
             const std::string name = JoinedFactName(at, fact);

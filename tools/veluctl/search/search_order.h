@@ -23,9 +23,9 @@ struct SearchOrderKey {
 [[nodiscard]] bool SearchOrderRead(std::string_view text, std::vector<SearchOrderKey> *order,
                                    SearchProblem *problem);
 
-// Adds the tables in which facts and states of these fields are, joined to the target's; with `each_value` a file is there once for
+// Adds the tables in which facts and states of these fields are, joined to the target's, which then knows of it; with `each_value` a file is there once for
 // each value of a fact, else with its first one. Not the view of facts: of that, engines would first make all.
-void SearchJoinsPut(const std::vector<SearchOrderKey> &order, const SearchTarget &target, bool each_value,
+void SearchJoinsPut(const std::vector<SearchOrderKey> &order, SearchTarget *target, bool each_value,
                     SqlText *query);
 
 // Adds an expression for the value of the field at a place of the order, nothing and 0 where there is none. For sorting, text is in

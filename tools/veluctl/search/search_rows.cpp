@@ -158,14 +158,15 @@ bool SearchRowsPut(const Search &search, const SearchTarget &target,
                    const std::vector<SearchOrderKey> &joined, bool each_value, SqlText *query,
                    SearchProblem *problem) {
     query->Add(" from ").Add(target.table->table);
-    SearchJoinsPut(joined, target, each_value, query);
+    SearchTarget with_joins = target;
+    SearchJoinsPut(joined, &with_joins, each_value, query);
     query->Add(" where ");
     if (!search.directory.empty()) {
         BelowPut(query, QualifiedName(*target.table, target.table->key), search.directory);
         query->Add(" and ");
     }
     query->Add("(");
-    const bool put = SearchConditionPut(search.tree, target, query, problem);
+    const bool put = SearchConditionPut(search.tree, with_joins, query, problem);
     query->Add(")");
     return put;
 }

@@ -56,6 +56,15 @@ std::string PictureLines(const CatalogueTable &table) {
                : "0";
 }
 
+std::string FactValuesFound(const std::string &fact) {
+    const std::string value = kFactFolded;
+    const std::string least = "select min(" + value +
+                              ") from file_fact f where f.name = (select id from fact_name where name = '" +
+                              fact + "')";
+    return "with recursive found(value) as (" + least + " union all select (" + least + " and " + value +
+           " > found.value) from found where found.value is not null) ";
+}
+
 void FactNamesPut(const SearchField &field, SqlText *query) {
     const char *joint = "in (";
     for (const char *fact : field.facts) {

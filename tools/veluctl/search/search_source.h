@@ -19,5 +19,9 @@ std::string PictureLines(const CatalogueTable &table);
 // others ("2024-5-4 8:10:11", "2024:05:04 08:10:11"), whose years, months and days are brought into it.
 std::string DateColumn(const Column &column, const SearchTarget &target);
 
+// Returns the begin of a statement that finds the values of a fact as the rows `found`, going from each to the next one by the index, so
+// that it matters how many values there are and not how many files.
+std::string FactValuesFound(const std::string &fact);
+
 // Adds "in ($1, $2)" for the names of the facts by which a field is known.
 void FactNamesPut(const SearchField &field, SqlText *query);

@@ -12,8 +12,9 @@
 struct SearchTarget {
     const CatalogueTable *table;
     const VELUDBWords *words;
-    bool facts;    // it has what is known of files
-    bool complete; // or will have: the rules are `complete`
+    bool facts;                // it has what is known of files
+    bool complete;             // or will have: the rules are `complete`
+    bool state_joined = false; // the statement has the files' states beside the rows
 };
 
 // Returns the name of a column with that of its table in front: other tables of a statement may have the same.

@@ -19,15 +19,12 @@ bool IsAscii(const std::string &text) {
                        [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
-// A text that begins with another letter is not looked at any further.
+// A text that begins with another letter is not looked at any further. Of conditions that all have to hold a server takes the one
+// with the fewest operations first, which this has to be: the patterns take many times as long.
 void BeginPut(const std::string &column, char first, SqlText *query) {
     const char capital = static_cast<char>(first >= 'a' && first <= 'z' ? first - 'a' + 'A' : first);
-    query->Add("(");
-    for (const char letter : {first, capital}) {
-        query->Add(column).Add(kByBytes).Add(" >= ").Put(std::string(1, letter)).Add(" and ");
-        query->Add(column).Add(kByBytes).Add(" < ").Put(std::string(1, static_cast<char>(letter + 1)));
-        query->Add(" or ");
-    }
+    query->Add("(substr(").Add(column).Add(", 1, 1) in (").Put(std::string(1, first)).Add(", ");
+    query->Put(std::string(1, capital)).Add(") or ");
     query->Add(column).Add(kByBytes).Add(" >= ").Put(kFirstNoAscii).Add(") and ");
 }
 
