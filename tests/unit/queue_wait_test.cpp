@@ -25,3 +25,13 @@ TEST(QueueWait, PromisesNothingThatIsNotKnown) {
     EXPECT_EQ(QueueWaitSeconds({.there = true, .after = true, .quiet = 10}), std::nullopt);
     EXPECT_EQ(QueueWaitSeconds({.quiet = 10}), std::nullopt);
 }
+
+TEST(QueueWait, ADaemonThatStartsTakesWhatIsQueuedAtOnce) {
+    EXPECT_EQ(QueueWaitText({.there = true, .age = 1, .quiet = 10, .starting = true}),
+              "begins at any moment");
+    EXPECT_EQ(QueueWaitText({.there = true, .age = 99, .quiet = 10, .starting = true}),
+              "begins at any moment");
+    EXPECT_EQ(QueueWaitText({.there = true, .after = true, .quiet = 10, .starting = true}),
+              "begins after the run that goes on");
+    EXPECT_EQ(QueueWaitSeconds({.quiet = 10, .starting = true}), std::nullopt);
+}

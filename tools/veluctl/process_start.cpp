@@ -6,6 +6,9 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <fstream>
+#include <string>
+
 #include "platform/handle.h"
 #include "tools/queue/daemon_process.h"
 
@@ -15,14 +18,21 @@ namespace {
 // the start in clock ticks since the machine's.
 constexpr int kFieldsFromNameToStart = 20;
 
-} // namespace
-
-time_t ProcessStart(pid_t pid) {
+// What /proc/PID/stat has behind the name, with the bracket.
+std::string StatBehindName(pid_t pid) {
     const FileHandle file(fopen(ProcPath(pid, "stat").c_str(), "re"));
     char text[1024]; // room for fifty numbers and a name of 15 bytes
     const size_t length = file != nullptr ? fread(text, 1, sizeof text - 1, file.get()) : 0;
     text[length] = '\0';
-    const char *field = strrchr(text, ')');
+    const char *end = strrchr(text, ')');
+    return end != nullptr ? end : "";
+}
+
+} // namespace
+
+time_t ProcessStart(pid_t pid) {
+    const std::string stat = StatBehindName(pid);
+    const char *field = stat.empty() ? nullptr : stat.c_str();
     for (int at = 0; field != nullptr && at < kFieldsFromNameToStart; ++at)
         field = strchr(field + 1, ' ');
     // The machine's start by its clocks. The times of the files in /proc do not tell when a process began.
@@ -33,4 +43,18 @@ time_t ProcessStart(pid_t pid) {
         return 0;
     const long long ticks = strtoll(field, nullptr, 10);
     return static_cast<time_t>(now.tv_sec - uptime.tv_sec + ticks / sysconf(_SC_CLK_TCK));
+}
+
+bool ProcessIsAtWork(pid_t pid) {
+    constexpr size_t kState = 2; // behind the bracket and a blank
+    const std::string stat = StatBehindName(pid);
+    if (stat.size() <= kState)
+        return false;
+    if (stat[kState] == 'R' || stat[kState] == 'D')
+        return true;
+    // The function of the kernel in which it waits, or a zero for who may not see that.
+    std::string place;
+    std::ifstream(ProcPath(pid, "wchan")) >> place;
+    return stat[kState] == 'S' && !place.empty() && place != "0" &&
+           place.find("nanosleep") == std::string::npos;
 }

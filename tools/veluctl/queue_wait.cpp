@@ -9,6 +9,17 @@
 
 #include "daemon/queue.h"
 #include "daemon/quiet_interval.h"
+#include "tools/queue/daemon_process.h"
+#include "tools/veluctl/process_start.h"
+
+namespace {
+
+// True before the daemon's first sleep: it has been running for less than one takes, and is at work.
+bool IsStarting(pid_t daemon, int64_t quiet) {
+    return daemon != 0 && time(nullptr) - ProcessStart(daemon) <= quiet && ProcessIsAtWork(daemon);
+}
+
+} // namespace
 
 QueueWait QueueWaitLook() {
     QueueWait wait;
@@ -17,10 +28,13 @@ QueueWait QueueWaitLook() {
     wait.after = access(kQueueWorkingCopy, F_OK) == 0;
     wait.age = wait.there ? std::max<int64_t>(time(nullptr) - status.st_mtime, 0) : 0;
     wait.quiet = QuietSeconds();
+    wait.starting = IsStarting(DaemonFind(), wait.quiet);
     return wait;
 }
 
 std::optional<int64_t> QueueWaitSeconds(const QueueWait &wait) {
+    if (wait.there && !wait.after && wait.starting)
+        return 0;
     // A signal that comes while the daemon is awake costs it one more interval.
     if (!wait.there || wait.after || wait.age > 2 * wait.quiet)
         return std::nullopt;

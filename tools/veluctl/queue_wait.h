@@ -11,10 +11,11 @@
 
 // What is known of the next run. Its time goes by when the queue was written to last, as signals leave no trace.
 struct QueueWait {
-    bool there = false; // a queue
-    bool after = false; // a run goes on, and comes first
-    int64_t age = 0;    // seconds since the queue was written to
-    int64_t quiet = 0;  // seconds that have to pass
+    bool there = false;    // a queue
+    bool after = false;    // a run goes on, and comes first
+    int64_t age = 0;       // seconds since the queue was written to
+    int64_t quiet = 0;     // seconds that have to pass
+    bool starting = false; // the daemon is, and takes what is queued at once when it has
 };
 
 QueueWait QueueWaitLook();
