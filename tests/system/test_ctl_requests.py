@@ -6,11 +6,13 @@ import time
 
 import pytest
 
+from harness import readers
 from harness.daemon import KEPT, PID_FILE, QUEUE, wait_for
 from harness.store_faults import COMMIT, MEDIA, store_fault
 
-DONE, FOUND, USAGE, REFUSED, NO_RIGHTS, NOT_RUNNING, UNREACHABLE, NOT_FINISHED, FAILED = range(9)
+DONE, FOUND, USAGE, REFUSED, NO_RIGHTS, NOT_RUNNING, UNREACHABLE, NOT_FINISHED, FAILED, NOT_CATALOGUED = range(10)
 NOBODY = 65534
+SLOW = 20  # times as fast as the real clock: a silent reader has some seconds
 SONG = "/volume1/music/a song.pcm"
 
 
@@ -307,3 +309,71 @@ def test_an_interrupt_ends_the_waiting_alone(make_daemon):
     assert answer["out"].splitlines()[-1] == "ended by 130", answer
     assert "veluctl: interrupted; the request stays queued and the daemon goes on: veluctl status shows it\n" in answer["err"]
     assert queued(daemon) == [f"a:{SONG}"]
+
+
+@pytest.fixture(name="tree")
+def fixture_tree(make_daemon, samples):
+    """A daemon by the rules `complete`, with songs of which one cannot be read, and what is left out."""
+    daemon = make_daemon(speed=20)
+    daemon.configure(rules="complete")
+    for name in ("a", "b", "sub/c"):
+        daemon.copy(samples / "tagged.mp3", f"/volume1/music/{name}.mp3")
+    daemon.copy(samples / "broken.mp3", "/volume1/music/sub/broken.mp3")
+    daemon.write("/volume1/music/notes.txt")
+    for folder, _, names in os.walk(daemon.box.path("/volume1/music")):
+        for name in names:
+            os.utime(f"{folder}/{name}", (1e9, 1e9))
+    return daemon.start()
+
+
+def test_the_last_line_tells_what_came_of_it(tree):
+    answer = tree.ctl("add", "--wait", "/volume1/music")
+    assert answer["status"] == NOT_CATALOGUED, answer
+    assert answer["out"].splitlines()[-1] == (
+        "done: 4 new, 0 changed, 0 gone, 0 unchanged, 1 in trouble (veluctl find has:trouble), 1 left out")
+    assert "'/volume1/music' holds 1 file that could not be read:\n  veluctl find has:trouble --dir /volume1/music\n" in answer["err"]
+    told = tree.ctl("find", "has:trouble", "--dir", "/volume1/music", "--json")["out"]
+    assert "sub/broken.mp3" in told and "a.mp3" not in told
+    os.unlink(tree.box.path("/volume1/music/sub/broken.mp3"))
+    os.unlink(tree.box.path("/volume1/music/b.mp3"))
+    assert tree.ctl("reindex", "--wait", "music")["out"].splitlines()[-1] == (
+        "done: 0 new, 0 changed, 2 gone, 2 unchanged, 0 in trouble, 1 left out")
+    answer = tree.ctl("add", "--wait", "/volume1/music")
+    assert (answer["status"], answer["out"].splitlines()[-1]) == (
+        DONE, "done: 0 new, 0 changed, 0 gone, 2 unchanged, 0 in trouble, 1 left out")
+
+
+def test_trouble_elsewhere_is_none_of_what_was_asked_for(tree):
+    tree.index("R:all")
+    assert tree.ctl("add", "--wait", "/volume1/music/sub")["status"] == NOT_CATALOGUED
+    assert tree.ctl("add", "--wait", "/volume1/music/a.mp3", "/volume1/video")["status"] == DONE
+    assert tree.ctl("reindex", "--wait", "all")["status"] == DONE, "a share is not what somebody has put there just now"
+
+
+def test_a_run_that_begins_says_so(make_daemon, binary, hostile_reader):
+    """Until the daemon has written down how far it is. What a reader is silent about takes its time."""
+    box = make_daemon(speed=SLOW)
+    box.configure(rules="complete", readers="1")
+    readers.put_beside(box, binary, {"velureader": hostile_reader})
+    box.write("/volume1/music/silent.mp3", "hostile:sleep")
+    box.start()
+    answer = box.box.ask("run", arguments=[str(binary.with_name("veluctl")), "add", "--wait", "--timeout", "5", "/volume1/music"],
+                         environment={"LC_ALL": "C.UTF-8"}, timeout=60)
+    lines = answer["out"].splitlines()
+    assert not any(line.startswith("running, line ") for line in lines), lines
+    assert any(re.match("starting: A:/volume1/music|running, (looking for files|[01] of (at least )?1)", line) for line in lines), lines
+
+
+def test_a_daemon_that_starts_takes_the_queue_at_once(idle):
+    """One that sleeps waits for its interval. Here others bear its name."""
+    idle.configure(rules="complete")
+    idle.write(QUEUE, f"a:{SONG}\n")
+    for program, said in (("sleep 99", r"begins in \d+ s when nothing more comes"), ("cat /tmp/pipe", "begins at any moment"),
+                          ("sha1sum /dev/zero", "begins at any moment")):
+        name, argument = program.split()
+        script = (f"rm -f /tmp/veluindexd; cp /usr/bin/{name} /tmp/veluindexd; test -p /tmp/pipe || mkfifo /tmp/pipe; exec 3<>/tmp/pipe; "
+                  f"touch {QUEUE}; /tmp/veluindexd {argument} & echo -n $! > {PID_FILE}; sleep 0.2; "
+                  f"{idle.ctl_program} status; {idle.ctl_program} status --json; kill $!")
+        told = idle.box.ask("run", arguments=["/bin/bash", "-c", script], environment={"TZ": "UTC", "LC_ALL": "C.UTF-8"}, timeout=30)["out"]
+        assert re.search(rf"quiet interval   10 s; the run {said}\n", told), (program, told)
+        assert ('"begins_in":0' in told.replace(" ", "")) == (said == "begins at any moment"), told

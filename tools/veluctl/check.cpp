@@ -123,7 +123,7 @@ ExitCode CheckCommand(const Options &options) {
         if (!reader.commands.empty())
             Complain(kUnreachable, "it is damaged; a new one comes, and the old file is kept aside, by");
         for (const std::string &command : reader.commands)
-            fprintf(stderr, "  %s\n", command.c_str());
+            CommandTell(command);
         return kUnreachable;
     }
     if (access(kQueueFile, F_OK) == 0 || access(kQueueWorkingCopy, F_OK) == 0)

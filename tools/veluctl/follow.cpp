@@ -14,6 +14,7 @@
 #include "tools/veluctl/interrupt.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/progress.h"
+#include "tools/veluctl/run_records.h"
 #include "tools/veluctl/run_view.h"
 #include "tools/veluctl/store_away.h"
 
@@ -70,6 +71,8 @@ constexpr int64_t kLogSlack = 1;
 // What keeps the requests, while they are kept.
 class KeptFollow {
 public:
+    explicit KeptFollow(time_t begin) : begin_(begin - kLogSlack) {}
+
     // Takes a moment of the run, to which it adds the reason.
     void Take(RunView *view, double now) {
         if (view->phase != Phase::kept) {
@@ -101,17 +104,24 @@ public:
 private:
     static constexpr double kNever = -1;
 
-    int64_t begin_ = time(nullptr) - kLogSlack;
+    int64_t begin_;
     double since_ = kNever;
     std::optional<StoreAway> away_;
 };
+
+// What came of the daemon's last run, which has ended since that moment.
+std::optional<IndexRecord> RecordSince(time_t begin, pid_t daemon) {
+    LastRun last = LastRunRead();
+    const bool is_it = last.has_record() && last.record->end >= begin && last.record->pid == daemon;
+    return is_it ? std::move(last.record) : std::nullopt;
+}
 
 } // namespace
 
 FollowStart FollowBegin() {
     RowCounter counter;
     counter.Count(Now());
-    return {counter.rows};
+    return {counter.rows, time(nullptr)};
 }
 
 ExitCode Follow(FdHandle file, const FollowStart &start, uint32_t timeout, FILE *out) {
@@ -119,7 +129,7 @@ ExitCode Follow(FdHandle file, const FollowStart &start, uint32_t timeout, FILE 
     RowCounter counter;
     const double begin = Now();
     Progress progress(out, start.rows);
-    KeptFollow kept;
+    KeptFollow kept(start.time);
     const InterruptScope interrupt;
     for (;;) {
         const pid_t daemon = DaemonFind();
@@ -129,11 +139,12 @@ ExitCode Follow(FdHandle file, const FollowStart &start, uint32_t timeout, FILE 
         if (view.phase == Phase::done)
             counter.next = 0; // the last word is exact
         counter.Count(now);
-        progress.Show(view, counter.rows, now - begin);
         if (view.phase == Phase::done) {
-            progress.End();
+            view.record = RecordSince(start.time, daemon);
+            progress.Finish(view, counter.rows, now - begin);
             return kDone;
         }
+        progress.Show(view, counter.rows, now - begin);
         if (daemon == 0) {
             progress.End();
             return Complain(kNotFinished, "the daemon has ended; its next start finishes what is left");

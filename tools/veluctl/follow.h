@@ -5,6 +5,7 @@
 
 #include <stdint.h>
 #include <stdio.h>
+#include <time.h>
 
 #include "platform/handle.h"
 #include "tools/veluctl/exit_code.h"
@@ -12,6 +13,7 @@
 // What was there before the requests were queued.
 struct FollowStart {
     int64_t rows = -1; // of the media tables; -1: not known
+    time_t time = 0;
 };
 
 FollowStart FollowBegin();

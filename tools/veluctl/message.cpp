@@ -24,6 +24,10 @@ ExitCode Complain(ExitCode code, const std::string &text) {
     return code;
 }
 
+void CommandTell(const std::string &command) {
+    fprintf(stderr, "  %s\n", command.c_str());
+}
+
 std::string Quoted(std::string_view path) {
     return "'" + SafeText(path) + "'";
 }

@@ -11,6 +11,9 @@
 // Prints "veluctl: " and the text, and returns the code.
 ExitCode Complain(ExitCode code, const std::string &text);
 
+// Prints a command on a line of its own, as it is copied.
+void CommandTell(const std::string &command);
+
 // Returns a path as it stands in a sentence.
 std::string Quoted(std::string_view path);
 

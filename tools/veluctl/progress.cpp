@@ -4,6 +4,7 @@
 #include <inttypes.h>
 
 #include "tools/shared/safe_text.h"
+#include "tools/shared/text_wrap.h"
 #include "tools/veluctl/queue_wait.h"
 #include "tools/veluctl/run_text.h"
 #include "tools/veluctl/terminal.h"
@@ -22,7 +23,7 @@ std::string PhaseText(const RunView &view) {
     case Phase::queued:
         return "waiting: the run " + QueueWaitText(QueueWaitLook());
     case Phase::running:
-        return "running";
+        return view.beginning ? "starting" : "running";
     case Phase::kept:
         return "kept: the daemon tries again later (" +
                (view.kept_because.empty() ? "its log says why" : SafeText(view.kept_because)) + ")";
@@ -45,6 +46,8 @@ std::string RequestText(const RunView &view) {
 std::string ProgressText(const RunView &view, int64_t rows_before, int64_t rows, double run_seconds) {
     std::string text = PhaseText(view);
     char part[128];
+    if (view.beginning)
+        return text;
     if (view.record)
         return text + RequestText(view) + ", " + RunFilesText(*view.record);
     if (view.phase == Phase::running || view.phase == Phase::done) {
@@ -93,6 +96,20 @@ void Progress::Show(const RunView &view, int64_t rows, double seconds) {
     last_ = line;
     last_phase_ = view.phase;
     last_time_ = seconds;
+}
+
+void Progress::Finish(const RunView &view, int64_t rows, double seconds) {
+    if (!view.record) {
+        Show(view, rows, seconds);
+        End();
+        return;
+    }
+    if (terminal_)
+        fputs("\r\033[K", out_);
+    const std::string text = "done: " + RunCountsText(*view.record);
+    for (const std::string &line : TextWrap(text, terminal_ ? TerminalColumns(out_) : SIZE_MAX))
+        fprintf(out_, "%s\n", line.c_str());
+    fflush(out_);
 }
 
 void Progress::End() {

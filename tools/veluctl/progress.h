@@ -17,6 +17,9 @@ public:
     // Shows a moment of the run. `rows` are the files catalogued, -1 when not known; `seconds` count from the
     // run's beginning.
     void Show(const RunView &view, int64_t rows, double seconds);
+    // Shows the last moment, and what came of it where the daemon says that; the line is over.
+    void Finish(const RunView &view, int64_t rows, double seconds);
+    // Leaves what is shown, and goes to the next line.
     void End();
 
 private:

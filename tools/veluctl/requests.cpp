@@ -173,7 +173,7 @@ void FoldersTell(const std::vector<std::string> &asked) {
     for (const Unwatched &unwatched : UnwatchedTell(folders)) {
         Complain(kDone, unwatched.text);
         if (!unwatched.command.empty())
-            fprintf(stderr, "  %s\n", unwatched.command.c_str());
+            CommandTell(unwatched.command);
     }
 }
 

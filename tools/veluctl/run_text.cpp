@@ -17,6 +17,8 @@ constexpr int64_t kRateMilliseconds = 2'000;
 } // namespace
 
 std::string RunFilesText(const IndexRecord &record) {
+    if (record.files == 0 && record.known == 0)
+        return "looking for files";
     const bool ahead = record.known > record.files;
     std::string text = std::to_string(record.files);
     if (ahead)
@@ -34,4 +36,15 @@ std::string RunFilesText(const IndexRecord &record) {
                 SpanText(static_cast<int64_t>(static_cast<double>(record.known - record.files) / rate)) +
                 " left";
     return text;
+}
+
+std::string RunCountsText(const IndexRecord &record) {
+    int64_t left_out = 0;
+    for (const auto &[count, words] : record.left_out)
+        left_out += count;
+    return std::to_string(record.added) + " new, " + std::to_string(record.changed) + " changed, " +
+           std::to_string(record.removed) + " gone, " + std::to_string(record.unchanged) + " unchanged, " +
+           std::to_string(record.troubled) + " in trouble" +
+           (record.troubled > 0 ? " (veluctl find has:trouble), " : ", ") + std::to_string(left_out) +
+           " left out";
 }

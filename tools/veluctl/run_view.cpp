@@ -19,6 +19,7 @@
 #include "daemon/queue_reader.h"
 #include "platform/file.h"
 #include "platform/path.h"
+#include "platform/rule_set.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/queue/queue_writer.h"
 #include "tools/veluctl/run_records.h"
@@ -168,6 +169,7 @@ RunView RunLook(RequestFile *requests, pid_t daemon) {
     view.phase = files.position >= 0 || hidden ? Phase::running : Phase::kept;
     if (view.phase == Phase::running)
         view.record = RunRecordRead(daemon);
+    view.beginning = files.position >= 0 && !view.record && RuleSetConfigured() == RuleSet::complete;
     if (files.position >= 0) {
         view.lines_done = LinesUpTo(&requests->done, requests->file, files.position);
         view.request = LineAt(requests->file, files.position);

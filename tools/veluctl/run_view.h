@@ -46,6 +46,7 @@ struct RunView {
     std::string request;                    // the line that is carried out
     std::string file;                       // that the daemon, or its probe, has open in it
     std::optional<IndexRecord> record = {}; // what the daemon itself says of its run, by the rules `complete`
+    bool beginning = false;                 // the daemon will say more of it in a moment
     std::string kept_because = {};          // why it is kept; empty: not known here
 };
 

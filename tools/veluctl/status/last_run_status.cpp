@@ -6,6 +6,7 @@
 
 #include "tools/shared/safe_text.h"
 #include "tools/veluctl/run_records.h"
+#include "tools/veluctl/run_text.h"
 #include "tools/veluctl/span_text.h"
 #include "tools/veluctl/status/status.h"
 
@@ -24,10 +25,7 @@ double RateOf(const IndexRecord &record) {
 }
 
 void RecordSay(const IndexRecord &record) {
-    StatusSay("", std::to_string(record.added) + " new, " + std::to_string(record.changed) + " changed, " +
-                      std::to_string(record.removed) + " gone, " + std::to_string(record.unchanged) +
-                      " unchanged, " + std::to_string(record.troubled) + " in trouble" +
-                      (record.troubled > 0 ? " (veluctl find has:trouble)" : ""));
+    StatusSay("", RunCountsText(record));
     std::string left_out;
     for (const auto &[count, words] : record.left_out)
         left_out.append(left_out.empty() ? "left out: " : ", ")

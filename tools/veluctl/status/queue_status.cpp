@@ -43,7 +43,7 @@ void QueueStatus(StatusView *status) {
             StatusSay(copy ? "working copy" : "queue", kHidden);
         } else if (!copy) {
             StatusSay("queue", there ? std::to_string(view.lines_total) + " waiting" : "empty");
-        } else if (there && view.record) {
+        } else if (there && (view.record || view.beginning)) {
             StatusSay("run", ProgressText(view, -1, -1, 0));
             StatusSay("", ProgressPlace(view));
         } else if (there) {

@@ -42,6 +42,11 @@ void DiskLook(const std::string &directory, Below *below) {
 
 } // namespace
 
+int64_t TroubledBelow(CatalogueReader *reader, const std::string &directory) {
+    const int there = FileTablesLook(reader);
+    return there > 0 ? RowsBelow(reader, "file_state", directory, " and trouble <> ''") : there;
+}
+
 bool BelowRead(CatalogueReader *reader, const std::string &path, Below *below) {
     for (const char *table : kMediaTables) {
         const int64_t rows = RowsBelow(reader, table, path, "");
@@ -49,8 +54,7 @@ bool BelowRead(CatalogueReader *reader, const std::string &path, Below *below) {
             return false;
         below->catalogued += rows;
     }
-    const int there = FileTablesLook(reader);
-    below->in_trouble = there > 0 ? RowsBelow(reader, "file_state", path, " and trouble <> ''") : there;
+    below->in_trouble = TroubledBelow(reader, path);
     if (below->in_trouble < 0)
         return false;
     DiskLook(path, below);

@@ -67,9 +67,12 @@ struct Below {
     LeftOutCounts left_out = {};
 };
 
+// The number of files below a directory that could not be read; -1, with the reason in the reader, when that cannot be told.
+[[nodiscard]] int64_t TroubledBelow(CatalogueReader *reader, const std::string &directory);
+
 // False likewise.
 [[nodiscard]] bool BelowRead(CatalogueReader *reader, const std::string &path, Below *below);
 
-// Says of each path that is not in the catalogue, or could not be read, why. Returns how many there are; -1, with the reason in the
+// Says of each path that is not in the catalogue, or could not be read, why, and of a directory how many files below it could not. Returns how many there are; -1, with the reason in the
 // reader, when that cannot be told.
 long long NotCataloguedTell(CatalogueReader *reader, const std::vector<std::string> &paths);
