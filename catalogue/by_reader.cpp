@@ -106,8 +106,10 @@ std::vector<NamedFacts> NamesBeside(const ReaderUse &use, const FileReport &repo
     std::vector<NamedFacts> all;
     if (use.companions)
         all.push_back({kCompanionFact, &report.companions});
-    if (use.subtitles)
+    if (use.subtitles) {
         all.push_back({kSubtitleFact, &report.subtitles});
+        all.push_back({kSubtitleLanguageFact, &report.subtitle_languages});
+    }
     return all;
 }
 

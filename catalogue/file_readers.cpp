@@ -19,6 +19,7 @@
 #include "catalogue/file_stamp.h"
 #include "catalogue/reader_settings.h"
 #include "catalogue/sidecars.h"
+#include "catalogue/subtitle_language.h"
 #include "catalogue/subtitles.h"
 #include "platform/file.h"
 #include "platform/letters.h"
@@ -255,6 +256,7 @@ FileReport FileReadTake(const char *path, const ReaderUse &use) {
                          file->looked,
                          std::move(file->beside),
                          std::move(file->companions),
+                         SubtitleLanguages(path, file->subtitles),
                          std::move(file->subtitles),
                          std::move(file->folder_cover),
                          file->beside_unseen,

@@ -21,6 +21,9 @@ constexpr char kCoverMark = 'c';
 constexpr char kSubtitlesMark = 's';
 constexpr char kCompanionsMark = 'm';
 
+// Stamps of when subtitles gave no languages do not hold; the facts of their films then follow, which are not opened for that.
+constexpr char kWithLanguages[] = "languages";
+
 // A walk makes a stamp of each file that it meets.
 template <typename Number>
 void NumberPut(std::string *text, Number number) {
@@ -133,7 +136,10 @@ std::string FileStampBeside(const FdHandle &file) {
 }
 
 std::string FileStampBeside(const std::vector<std::string> &paths) {
-    return NamesBeside(kSubtitlesMark, paths);
+    std::vector<std::string> known = paths;
+    if (!known.empty())
+        known.emplace_back(kWithLanguages);
+    return NamesBeside(kSubtitlesMark, known);
 }
 
 std::string FileStampCompanions(const std::vector<std::string> &paths) {

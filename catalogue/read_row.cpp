@@ -51,7 +51,9 @@ ReadRow ReadRowOf(const FileReport &report, MediaKind named, const char *path) {
     row.facts = FactRowsOf(report.read.answer);
     FactRowsAdd(&row.facts, "date_source", row.date_source);
     FactRowsAdd(&row.facts, kCompanionFact, report.companions);
-    if (row.kind == kMediaVideo)
+    if (row.kind == kMediaVideo) {
         FactRowsAdd(&row.facts, kSubtitleFact, report.subtitles);
+        FactRowsAdd(&row.facts, kSubtitleLanguageFact, report.subtitle_languages);
+    }
     return row;
 }

@@ -15,6 +15,7 @@
 // Facts that are found beside a file, not in it.
 inline constexpr std::string_view kCompanionFact = "companion";
 inline constexpr std::string_view kSubtitleFact = "subtitle";
+inline constexpr std::string_view kSubtitleLanguageFact = "subtitle_file_language";
 
 struct ReadRow {
     MediaKind kind = kMediaMusic; // whose table it is

@@ -81,3 +81,25 @@ def test_the_date_of_a_photo_is_when_it_was_taken(dated):
     else:
         answer = box.ctl("find", "date=2024-05")
         assert answer["status"] == USAGE and "has no column" in answer["err"]
+
+
+def test_subtitles_by_their_language_in_the_film_or_beside_it(make_daemon):
+    box = make_daemon(speed=FILMS_SPEED)
+    box.configure(rules="complete")
+    for name in ("beside", "other", "none"):
+        media.clip(box.box.path(f"/volume1/video/{name}.mkv"), "-frames:v", "1", "-c:v", "mjpeg")
+    track = box.write("/tmp/track.srt", b"1\n00:00:00,000 --> 00:00:01,000\nGuten Tag\n")
+    media.remux(box.box.path("/volume1/video/inside.mkv"), "-i", box.box.path("/volume1/video/none.mkv"), "-i", box.box.path(track), "-map", "0",
+                "-map", "1", "-c:v", "copy", "-c:a", "copy", "-c:s", "srt", "-metadata:s:s:0", "language=ger")
+    for name in ("beside.de", "other.en.forced", "other.German.sdh", "none", "none.2019"):
+        box.write(f"/volume1/video/{name}.srt", b"text")
+    box.start().index("A:/volume1/video")
+    for word in ("german", "de", "ger", "deu"):
+        assert named(box, f"subtitles={word}") == {"beside", "inside", "other"}, word
+    assert named(box, "subtitles=english") == {"other"} and named(box, "subtitles=fr") == set()
+    assert named(box, "kind=film", "missing:subtitles") == {"none"} and named(box, "has:subtitles") == {"beside", "inside", "other"}
+    assert named(box, "subtitle_file_language=german") == {"beside", "other"}
+    box.remove("/volume1/video/beside.de.srt")
+    box.write("/volume1/video/none.fr.srt", b"text")
+    box.index("A:/volume1/video")
+    assert named(box, "subtitles=german") == {"inside", "other"} and named(box, "subtitles=french") == {"none"}

@@ -184,7 +184,8 @@ TEST_F(CompleteChanges, AFilmIsNotOpenedForItsSubtitles) {
     Walk();
     EXPECT_EQ(Title("video", film), "as it was");
     EXPECT_TRUE(HasNoChild());
-    EXPECT_EQ(FactsOf(film), (Texts{"artist=One", "artist=Two", "subtitle=/volume1/music/film.en.srt"}));
+    EXPECT_EQ(FactsOf(film), (Texts{"artist=One", "artist=Two", "subtitle=/volume1/music/film.en.srt",
+                                    "subtitle_file_language=eng"}));
     EXPECT_EQ(StateField(film, "stamp"),
               StampNow(film) + "A" + FileStampBeside({"/volume1/music/film.en.srt"}));
     fs::remove("/volume1/music/film.en.srt");

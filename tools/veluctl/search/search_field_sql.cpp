@@ -2,9 +2,9 @@
 #include "tools/veluctl/search/search_field_sql.h"
 
 #include "platform/folding/folding.h"
+#include "platform/folding/language_words.h"
 #include "platform/limits.h"
 #include "tools/veluctl/search/bounds.h"
-#include "tools/veluctl/search/language_words.h"
 #include "tools/veluctl/search/search_source.h"
 #include "tools/veluctl/search/search_values.h"
 #include "tools/veluctl/search/text_match.h"

@@ -17,7 +17,7 @@ constexpr const char *kDates[] = {"added",      "create_time", "modify_time",
 constexpr const char *kJoined[] = {"artist", "genre", "composer"};
 
 // Facts that no reader finds in a file, but the daemon beside it.
-constexpr const char *kBeside[] = {"subtitle", "companion"};
+constexpr const char *kBeside[] = {"subtitle", "subtitle_file_language", "companion"};
 
 // Names that people look for.
 constexpr SearchField kOthers[] = {
@@ -26,6 +26,7 @@ constexpr SearchField kOthers[] = {
     {"trouble", FieldKind::text},
     {"codec", FieldKind::text, nullptr, {"codec", "video_codec"}},
     {"audio_codec", FieldKind::text, nullptr, {"codec"}},
+    {"subtitles", FieldKind::text, nullptr, {"subtitle_language", "subtitle_file_language"}, true},
     {"cover", FieldKind::flag, "has_cover"},
     {"size", FieldKind::bytes, "file_size"},
     {"camera", FieldKind::text, "camera_model"},
@@ -51,17 +52,45 @@ constexpr const char *kOfSound[] = {
     "date",   "duration",    "codec", "audio_bitrate", "sample_rate", "channels", "cover", "has_cover"};
 
 // Texts that many files have in common.
-constexpr const char *kShared[] = {
-    "artist",    "albumartist", "genre",    "composer",       "conductor",
-    "lyricist",  "publisher",   "codec",    "audio_codec",    "video_codec",
-    "container", "hdr",         "language", "audio_language", "subtitle_language",
-    "keyword",   "lens",        "show"};
+constexpr const char *kShared[] = {"subtitles",
+                                   "subtitle_file_language",
+                                   "artist",
+                                   "albumartist",
+                                   "genre",
+                                   "composer",
+                                   "conductor",
+                                   "lyricist",
+                                   "publisher",
+                                   "codec",
+                                   "audio_codec",
+                                   "video_codec",
+                                   "container",
+                                   "hdr",
+                                   "language",
+                                   "audio_language",
+                                   "subtitle_language",
+                                   "keyword",
+                                   "lens",
+                                   "show"};
 
 // Texts without blanks.
-constexpr const char *kOneWord[] = {
-    "kind",        "codec",       "audio_codec",         "video_codec",         "container",
-    "hdr",         "language",    "audio_language",      "subtitle_language",   "isrc",
-    "date_source", "date_offset", "musicbrainz_trackid", "musicbrainz_albumid", "musicbrainz_artistid"};
+constexpr const char *kOneWord[] = {"subtitles",
+                                    "subtitle_file_language",
+                                    "kind",
+                                    "codec",
+                                    "audio_codec",
+                                    "video_codec",
+                                    "container",
+                                    "hdr",
+                                    "language",
+                                    "audio_language",
+                                    "subtitle_language",
+                                    "isrc",
+                                    "date_source",
+                                    "date_offset",
+                                    "musicbrainz_trackid",
+                                    "musicbrainz_albumid",
+                                    "musicbrainz_artistid"};
 
 struct KindWord {
     const char *word;
@@ -163,7 +192,7 @@ bool FieldIsShared(const SearchField &field) {
 }
 
 bool FieldIsLanguage(const SearchField &field) {
-    return std::string_view(field.name).ends_with("language");
+    return field.facts[0] != nullptr && std::string_view(field.facts[0]).ends_with("language");
 }
 
 bool FieldHoldsBlanks(const SearchField &field) {

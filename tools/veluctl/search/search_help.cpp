@@ -36,6 +36,9 @@ std::vector<HelpList> SearchHelp() {
           {"has:cover", "The field has a value"},
           {"missing:year", "It has none, in files that mostly have one"},
           {"resolution=4k", "Films by the size of their picture"},
+          {"subtitles=german",
+           "Films with such subtitles, in the film or in a file beside it; languages go by "
+           "name and codes"},
           {"kind=film", "One of " + SearchKindNames()}}},
         {"Fields",
          {{"texts", NamesOf({FieldKind::text, FieldKind::path})},

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "tools/veluctl/search/language_words.h"
+#include "platform/folding/language_words.h"
 
 #include <algorithm>
-
-#include "tools/veluctl/words_each.h"
 
 namespace {
 
@@ -201,9 +199,15 @@ constexpr std::string_view kLanguages[] = {
 std::vector<std::string> LanguageWords(std::string_view folded) {
     for (const std::string_view line : kLanguages) {
         std::vector<std::string> words;
-        WordsEach(line, [&](std::string word) { words.push_back(std::move(word)); });
+        for (size_t at = 0; at < line.size(); at += words.back().size() + 1)
+            words.emplace_back(line.substr(at, line.find(' ', at) - at));
         if (std::ranges::find(words, folded) != words.end())
             return words;
     }
     return {std::string(folded)};
+}
+
+std::string LanguageCode(std::string_view folded) {
+    const std::vector<std::string> words = LanguageWords(folded);
+    return words.size() > 1 ? words[1] : "";
 }

@@ -9,3 +9,6 @@
 
 // Returns all words for the language that a folded word stands for; that word alone where it stands for none.
 std::vector<std::string> LanguageWords(std::string_view folded);
+
+// Returns the code of ISO 639-2 (for terminology) of the language that a folded word stands for; nothing where it stands for none.
+std::string LanguageCode(std::string_view folded);
