@@ -130,3 +130,16 @@ def test_a_catalogue_that_cannot_be_read_is_no_answer(box):
     box.configure(mediadb="sqlite:/dev/null/media.db")
     for what in ([], ["files"], ["recordings"]):
         assert box.ctl("duplicates", *what)["status"] == UNREACHABLE, what
+
+
+@pytest.mark.parametrize("rules", ["complete", "appliance"])
+def test_the_name_of_a_file_proves_no_recording(rules, box):
+    box.configure(rules=rules)
+    for place, title in (("a/Track 01", ""), ("b/Track 01", ""), ("c/Track 02", "Track 01")):
+        box.write(f"{MUSIC}/{place}.mp3", song(title, "Nina", 3, padding=len(place)))
+    box.start().index("R:all")
+    answer = box.ctl("duplicates", "recordings")
+    if rules == "complete":
+        assert groups(box, "recordings") == [] and "Not compared: 2 songs without a title" in answer["out"], answer
+    else:
+        assert [len(names) for _, names in groups(box, "recordings")] == [3] and "Not compared" not in answer["out"], "rows do not say it"

@@ -3,8 +3,8 @@
 import re
 
 import pytest
-from harness import media
-from harness.short_songs import song
+from harness import id3, media
+from harness.short_songs import FRAME, song
 
 DONE, FOUND, USAGE = range(3)
 FILMS_SPEED = 20  # a reader of films has 90 seconds of this clock
@@ -103,3 +103,21 @@ def test_recent_says_how_many_more_there_are(daemon):
     assert len(rows) == 21 and last == "3 more: -n 23 shows all."
     assert len(daemon.ctl("recent", "-n", "20")["out"].splitlines()) == 21, "so many were asked for"
     assert "more" not in daemon.ctl("recent", "path~music/1")["out"]
+
+
+def test_samplers_are_one_album(make_daemon, rules):
+    box = make_daemon()
+    box.configure(rules=rules)
+    hits = {"hits/1.mp3": ("Ann", "Hits"), "hits/2.mp3": ("Eve", "Hits"), "Ann/1.mp3": ("Ann", "Solo"), "Eve/1.mp3": ("Eve", "Solo")}
+    for path, (artist, album) in hits.items():
+        box.write(f"{MUSIC}/{path}", song(title=path, artist=artist, album=album))
+    for number, artist in enumerate(("Ann", "Ann", "Eve")):
+        frames = (id3.text(3, "TPE1", artist), id3.text(3, "TALB", "Flagged"), id3.text(3, "TCMP", "1"))
+        box.write(f"{MUSIC}/{artist}/flagged {number}.mp3", id3.tag(3, *frames) + FRAME * 3)
+    box.start().index("A:/volume1/music")
+    albums = {(row["album"], row["artist"]): row["files"] for row in box.ctl_json("list", "albums")}
+    solo = {("Solo", "Ann"): 1, ("Solo", "Eve"): 1}
+    if rules == "complete":
+        assert albums == {("Hits", "Various artists"): 2, ("Flagged", "Various artists"): 3, **solo}
+    else:
+        assert albums == {("Hits", "Ann"): 1, ("Hits", "Eve"): 1, ("Flagged", "Ann"): 2, ("Flagged", "Eve"): 1, **solo}

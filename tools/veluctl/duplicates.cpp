@@ -108,7 +108,7 @@ std::string FreedText(const Sums &sums) {
     return ValueShow(std::to_string(sums.freed), Type::bytes) + " could be freed";
 }
 
-void SumsTell(const Sums &bytes, const Sums &recordings, size_t links, size_t left_out) {
+void SumsTell(const Sums &bytes, const Sums &recordings, const CopySearch &search, size_t left_out) {
     const auto counted = [](size_t count, const char *one) {
         return Counted(static_cast<long long>(count), one);
     };
@@ -122,8 +122,12 @@ void SumsTell(const Sums &bytes, const Sums &recordings, size_t links, size_t le
     if (recordings.groups > 0)
         printf("Same recording: %s in %s; %s (the best stays).\n", counted(recordings.names, "name").c_str(),
                counted(recordings.groups, "group").c_str(), FreedText(recordings).c_str());
-    if (links > 0)
-        printf("Not listed: %s (hard links) of files without a copy.\n", counted(links, "more name").c_str());
+    if (search.links > 0)
+        printf("Not listed: %s (hard links) of files without a copy.\n",
+               counted(search.links, "more name").c_str());
+    if (search.named > 0)
+        printf("Not compared: %s without a title; those of their files prove no recording.\n",
+               counted(search.named, "song").c_str());
     if (left_out > 0)
         printf("Left out: %s (see above).\n", counted(left_out, "file").c_str());
 }
@@ -166,6 +170,6 @@ ExitCode DuplicatesCommand(const Options &options) {
     if (!read)
         return Complain(kUnreachable, reader.failure);
     if (options.form() == Form::table && options.limit > 0)
-        SumsTell(bytes, recordings, search.links, list.left_out());
+        SumsTell(bytes, recordings, search, list.left_out());
     return bytes.groups + recordings.groups == 0 ? kDone : kFound;
 }

@@ -41,5 +41,6 @@ struct CopySearch {
     std::function<void(const std::string &path, const std::string &why)> left_out;
     // Is told how far the reading of files has come, in bytes.
     std::function<void(uint64_t done, uint64_t all, const std::string &path)> reading;
+    size_t named = 0; // songs that are told by nothing but the names of their files
     size_t links = 0; // names of files that have no copy, but further names
 };

@@ -7,11 +7,14 @@
 #include <string.h>
 
 #include <algorithm>
+#include <set>
 #include <span>
 
 #include "platform/folding/folding.h"
 #include "platform/hash.h"
 #include "platform/letters.h"
+#include "tools/veluctl/file_facts.h"
+#include "tools/veluctl/overview/missing_tags.h"
 #include "tools/veluctl/overview/query_rows.h"
 
 namespace {
@@ -31,7 +34,27 @@ struct Song {
 struct Songs {
     std::vector<Song> all;
     std::vector<std::string> paths;
+    std::set<std::string> named =
+        {}; // those whose title is the name of their file: "Track 01" is many a recording
 };
+
+constexpr char kTold[] = "m.artist <> '' and m.title <> '' and m.duration > 0";
+
+// What was made from a name is known where files have states.
+bool NamedRead(const CopySearch &search, Songs *songs) {
+    constexpr Column kPath[] = {{"path", "", Type::text}};
+    const int states = FileTablesLook(search.reader);
+    if (states <= 0)
+        return states == 0;
+    SqlText query;
+    // Beginning with the states, few of which say so.
+    query.Add("select m.path as path from file_state s cross join music m where ");
+    query.Add(TagLackOf("title").of_state).Add(" and m.path = s.path and ").Add(kTold);
+    if (!search.directory.empty())
+        BelowPut(&query.Add(" and "), "m.path", search.directory);
+    return QueryRowsTake(search.reader, query, kPath,
+                         [&](Row &row) { songs->named.insert(row.front().value_or("")); });
+}
 
 uint64_t KeyOf(const std::string &artist, const std::string &title) {
     // A folded text has no zero bytes.
@@ -48,18 +71,19 @@ constexpr Column kSongColumns[] = {{"path", "", Type::text},
 // Reads the songs behind a path. Their number; -1 when they cannot be read.
 int PortionRead(const CopySearch &search, Songs *songs) {
     SqlText query;
-    query.Add("select path, artist, title, duration from music where artist <> '' and title <> '' and "
-              "duration > 0 and path > ");
-    query.Put(songs->paths.empty() ? "" : songs->paths.back());
+    query.Add("select m.path as path, m.artist as artist, m.title as title, m.duration as duration from "
+              "music m where ");
+    query.Add(kTold).Add(" and m.path > ").Put(songs->paths.empty() ? "" : songs->paths.back());
     if (!search.directory.empty())
-        BelowPut(&query.Add(" and "), "path", search.directory);
-    query.Add(" order by path");
+        BelowPut(&query.Add(" and "), "m.path", search.directory);
+    query.Add(" order by m.path");
     LimitPut(&query, kPortion);
     int count = 0;
     const bool read = QueryRowsTake(search.reader, query, kSongColumns, [&](Row &row) {
-        songs->all.push_back({KeyOf(row[1].value_or(""), row[2].value_or("")),
-                              strtof(row[3].value_or("0").c_str(), nullptr),
-                              static_cast<uint32_t>(songs->paths.size())});
+        if (!songs->named.contains(row[0].value_or("")))
+            songs->all.push_back({KeyOf(row[1].value_or(""), row[2].value_or("")),
+                                  strtof(row[3].value_or("0").c_str(), nullptr),
+                                  static_cast<uint32_t>(songs->paths.size())});
         songs->paths.push_back(row[0].value_or(""));
         ++count;
     });
@@ -118,6 +142,9 @@ bool ClusterTake(const Cluster &cluster, const std::vector<std::string> &paths, 
 
 bool RecordingsFind(CopySearch *search, uint32_t tolerance) {
     Songs songs;
+    if (!NamedRead(*search, &songs))
+        return false;
+    search->named = songs.named.size();
     int count = kPortion;
     while (count == kPortion)
         count = PortionRead(*search, &songs);

@@ -62,18 +62,42 @@ SqlText GenreQuery(const Wanted &wanted) {
     return TagQuery("genre", wanted);
 }
 
-std::string AlbumArtist(bool facts) {
-    return facts ? "coalesce(f.value, m.artist)" : "m.artist";
+// Sums of the songs `m` of an album, with its title.
+std::string AlbumSums(const std::string &artist) {
+    return "select m.album as album, " + artist + " as artist, count(*) as files, " + SecondsSum() +
+           " as duration, " + BytesSum() + " as file_size from ";
 }
 
 // Albums of one title by several artists are several.
+void AlbumsByArtist(const Wanted &wanted, SqlText *query) {
+    query->Add(AlbumSums("m.artist") + "music m where m.album <> ''");
+    wanted.Put("m.path", {&kMediaTables[kMediaMusic], 1}, query);
+    query->Add(" group by 1, 2");
+}
+
+// An album has one artist, that of the album. Where no tag names one, songs by several artists under one title in one directory are one
+// album, and so are those that are tagged as of a compilation.
+void AlbumsByAlbumArtist(const Wanted &wanted, SqlText *query) {
+    constexpr char kDirectory[] =
+        "case when f.value is null then rtrim(m.path, replace(m.path, '/', '')) else '' end";
+    constexpr char kCompilation[] =
+        "case when f.value is null then (select 1 from file_fact c where c.file = s.id and c.position = 0 "
+        "and "
+        "c.value = '1' and c.name = (select id from fact_name where name = 'compilation')) end";
+    const std::string artist =
+        std::string("coalesce(f.value, case when max(") + kCompilation +
+        ") = 1 or min(m.artist) <> max(m.artist) then 'Various artists' else min(m.artist) end)";
+    query->Add("select album, artist, sum(files) as files, sum(duration) as duration, sum(file_size) as "
+               "file_size from (");
+    query->Add(AlbumSums(artist) + SongsWithFact("albumartist") + " where m.album <> ''");
+    wanted.Put("m.path", {&kMediaTables[kMediaMusic], 1}, query);
+    query->Add(" group by m.album, f.value, ").Add(kDirectory).Add(") as albums group by 1, 2");
+}
+
 SqlText AlbumQuery(const Wanted &wanted) {
     SqlText query;
-    query.Add("select m.album as album, " + AlbumArtist(wanted.facts) + " as artist, count(*) as files, " +
-              SecondsSum() + " as duration, " + BytesSum() + " as file_size from " +
-              (wanted.facts ? SongsWithFact("albumartist") : "music m") + " where m.album <> ''");
-    wanted.Put("m.path", {&kMediaTables[kMediaMusic], 1}, &query);
-    return query.Add(" group by 1, 2 order by 3 desc, 1, 2");
+    wanted.facts ? AlbumsByAlbumArtist(wanted, &query) : AlbumsByArtist(wanted, &query);
+    return query.Add(" order by 3 desc, 1, 2");
 }
 
 // Photos by the year in which they were taken.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/overview/missing_tags.h"
 
+#include <algorithm>
+
 namespace {
 
 // No word of a stamp but that of what came from a name has such letters.
@@ -24,6 +26,10 @@ std::string LackCondition(const TagLack &lack, bool states) {
 
 std::span<const TagLack> TagLacks() {
     return kLacks;
+}
+
+const TagLack &TagLackOf(std::string_view tag) {
+    return *std::ranges::find(kLacks, tag, &TagLack::tag);
 }
 
 std::string TaggedRows(bool states) {

@@ -5,6 +5,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 
 struct TagLack {
     const char *tag;
@@ -13,6 +14,9 @@ struct TagLack {
 };
 
 std::span<const TagLack> TagLacks();
+
+// Returns the one of a tag that is among them.
+const TagLack &TagLackOf(std::string_view tag);
 
 // The rows; which of them lack any of the tags that are known to be one; and which, in words.
 std::string TaggedRows(bool states);
