@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <ranges>
 
 #include "catalogue/features.h"
 #include "tools/veluctl/catalogue_advice.h"
@@ -75,8 +74,8 @@ StoreAway AwayRead() {
 
 StoreAway StoreAwayLook(int64_t since) {
     const LogAnswer log = LogRead(since, time(nullptr));
-    for (const LoggedLine &line : std::views::reverse(log.lines)) {
-        if (std::optional<StoreAway> away = AwayLogged(line))
+    for (auto line = log.lines.rbegin(); line != log.lines.rend(); ++line) {
+        if (std::optional<StoreAway> away = AwayLogged(*line))
             return *away;
     }
     return AwayRead();
