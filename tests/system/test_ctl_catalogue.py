@@ -258,6 +258,28 @@ def test_check_finds_what_does_not_agree_and_fix_mends_it(library, samples):
     assert "/volume1/video/sub/deep/new.pcm" in library.paths("music")
 
 
+def test_without_a_character_set_a_pipe_gets_names_as_they_are_and_a_terminal_does_not(daemon):
+    song = "/volume1/music/größe \x1b[31m.pcm"
+    daemon.write(song)
+    daemon.index("A:/volume1/music")
+    piped = "/volume1/music/größe \\x1B[31m.pcm".encode().decode("latin-1")
+    in_c = {"TZ": "UTC", "LC_ALL": "C"}
+    for arguments in (["list"], ["recent"], ["show", song], ["why", song], ["find", "kind=song"]):
+        words = [word.encode().decode("latin-1") for word in arguments]
+        told = daemon.box.ask("run", arguments=[daemon.ctl_program, *words], environment=in_c, timeout=60)
+        assert piped in told["out"] and "\x1b" not in told["out"], (arguments, told)
+        assert told["out"] == daemon.ctl(*words)["out"], "as with one"
+    on_terminal = daemon.box.ask("run", arguments=["/usr/bin/script", "-qec", f"{daemon.ctl_program} list", "/dev/null"], environment=in_c,
+                                 timeout=60)["out"]
+    assert "gr\\u{00F6}\\u{00DF}e" in on_terminal and "\\x1B[31m.pcm" in on_terminal and on_terminal.isascii(), on_terminal
+    silent = f"{daemon.ctl_program} show '/volume1/music/größe' 2>&1 >/dev/null"
+    told = daemon.box.ask("run", arguments=["/bin/sh", "-c", silent.encode().decode("latin-1")], environment=in_c, timeout=60)["out"]
+    assert "größe".encode().decode("latin-1") in told
+    mixed = f"{daemon.ctl_program} show '/volume1/music/größe' | cat".encode().decode("latin-1")
+    told = daemon.box.ask("run", arguments=["/usr/bin/script", "-qec", mixed, "/dev/null"], environment=in_c, timeout=60)["out"]
+    assert "gr\\u{00F6}\\u{00DF}e" in told and told.isascii(), told
+
+
 def test_check_says_damage_where_the_reader_does(box, samples):
     box.configure(rules="complete")
     for name in ("tagged.mp3", "broken.mp3", "broken.jpg", "tone.pcm"):

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 #include <locale.h>
+#include <stdio.h>
 #include <stdlib.h>
+
+#include "platform/handle.h"
 
 namespace {
 
@@ -59,6 +62,26 @@ TEST(SafeText, WritesOutBytesThatAreNoUtf8) {
 TEST(SafeText, ShowsAsciiAloneWhereNothingElseIsKnownToBeSafe) {
     const Terminal terminal("C");
     EXPECT_EQ(SafeText("größe"), "gr\\u{00F6}\\u{00DF}e");
+}
+
+TEST(SafeText, LetsNamesOutWhereThereIsNoTerminal) {
+    const Terminal terminal("C");
+    SafeTextPrepare(false);
+    for (const Case &one : {Case{"größe", "größe"}, Case{"日本", "日本"}, Case{"\x1B[31m", "\\x1B[31m"},
+                            Case{"latin\xE9", "latin\\xE9"}, Case{"a\u202Egpj", "a\\u{202E}gpj"}})
+        EXPECT_EQ(SafeText(one.bytes), one.shown);
+    EXPECT_EQ(DisplayWidth("日本"), 4u);
+    EXPECT_EQ(DisplayCut("songs", 4), "son…");
+}
+
+TEST(SafeText, KnowsTheTerminalOfAStreamOfItsOwn) {
+    const Terminal terminal("C");
+    SafeTextPrepare(false);
+    const FileHandle file(fopen("/dev/null", "we"));
+    EXPECT_EQ(SafeTextOn("größe", file.get()), "größe");
+    const FileHandle master(fopen("/dev/ptmx", "r+e"));
+    ASSERT_NE(master, nullptr);
+    EXPECT_EQ(SafeTextOn("gr\xC3\xB6\xDF\\x", master.get()), "gr\\u{00F6}\\xDF\\x");
 }
 
 TEST(SafeText, MeasuresColumns) {

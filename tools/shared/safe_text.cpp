@@ -5,6 +5,7 @@
 #include <locale.h>
 #include <stdio.h>
 #include <string.h>
+#include <unistd.h>
 #include <wchar.h>
 
 #include <algorithm>
@@ -14,7 +15,8 @@
 
 namespace {
 
-bool unicode_terminal = false;
+bool unicode_terminal = false; // by the environment
+bool unicode_shown = false;    // on the output
 
 constexpr char32_t kFirstUnicode = 0x80;
 
@@ -51,7 +53,7 @@ bool IsIn(std::span<const Range> ranges, char32_t character) {
 
 bool IsShownOnTerminal(char32_t character) {
     return !IsIn(kHidden, character) &&
-           (character < kFirstUnicode || (unicode_terminal && wcwidth(static_cast<wchar_t>(character)) >= 0));
+           (character < kFirstUnicode || (unicode_shown && wcwidth(static_cast<wchar_t>(character)) >= 0));
 }
 
 bool IsShownOnPage(char32_t character) {
@@ -61,32 +63,45 @@ bool IsShownOnPage(char32_t character) {
 
 } // namespace
 
-void SafeTextPrepare() {
+void SafeTextPrepare(bool is_terminal) {
     setlocale(LC_CTYPE, "");
     unicode_terminal = strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+    // The widths of characters are those of a locale that has them.
+    unicode_shown = unicode_terminal || (!is_terminal && setlocale(LC_CTYPE, "C.UTF-8") != nullptr);
 }
 
 namespace {
 
+// A character, or a byte of ASCII, that is not shown.
+std::string CharacterWritten(char32_t character) {
+    char written[16];
+    snprintf(written, sizeof written, character < kFirstUnicode ? "\\x%02X" : "\\u{%04X}",
+             static_cast<unsigned>(character));
+    return written;
+}
+
+// A byte that belongs to no character.
+std::string ByteTake(std::string_view *bytes) {
+    char written[8];
+    snprintf(written, sizeof written, "\\x%02X",
+             static_cast<unsigned>(static_cast<unsigned char>(bytes->front())));
+    bytes->remove_prefix(1);
+    return written;
+}
+
 std::string WrittenOut(std::string_view bytes, bool (*is_shown)(char32_t character)) {
     std::string safe;
-    char written[16];
     while (!bytes.empty()) {
         const std::string_view before = bytes;
         char32_t character = 0;
         if (Utf8Take(&bytes, &character) != Utf8::kCharacter) {
-            snprintf(written, sizeof written, "\\x%02X",
-                     static_cast<unsigned>(static_cast<unsigned char>(bytes[0])));
-            bytes.remove_prefix(1);
-            safe += written;
+            safe += ByteTake(&bytes);
         } else if (character == '\\') {
             safe += "\\\\";
         } else if (is_shown(character)) {
             safe += before.substr(0, before.size() - bytes.size());
         } else {
-            snprintf(written, sizeof written, character < kFirstUnicode ? "\\x%02X" : "\\u{%04X}",
-                     static_cast<unsigned>(character));
-            safe += written;
+            safe += CharacterWritten(character);
         }
     }
     return safe;
@@ -96,6 +111,22 @@ std::string WrittenOut(std::string_view bytes, bool (*is_shown)(char32_t charact
 
 std::string SafeText(std::string_view bytes) {
     return WrittenOut(bytes, IsShownOnTerminal);
+}
+
+std::string SafeTextOn(std::string_view safe, FILE *out) {
+    if (unicode_terminal || isatty(fileno(out)) == 0)
+        return std::string(safe);
+    std::string written;
+    while (!safe.empty()) {
+        char32_t character = 0;
+        if (Utf8Take(&safe, &character) != Utf8::kCharacter)
+            written += ByteTake(&safe);
+        else if (character < kFirstUnicode)
+            written += static_cast<char>(character);
+        else
+            written += CharacterWritten(character);
+    }
+    return written;
 }
 
 std::string SafePageText(std::string_view bytes) {
@@ -125,7 +156,7 @@ std::string_view FrontOf(std::string_view safe, size_t columns) {
 }
 
 const char *Ellipsis() {
-    return unicode_terminal ? "…" : "~";
+    return unicode_shown ? "…" : "~";
 }
 
 } // namespace

@@ -102,7 +102,8 @@ Paths are made absolute; a path through a share's link
 becomes the path that rows have. No other link is resolved, least of all the last one.
 .PP
 All paths of one command are looked at first: if one is refused, none is queued. Names of files are shown with control
-characters, bytes that are no UTF\-8 and characters that reorder others written out as \ex1B or \eu{202E}.
+characters, bytes that are no UTF\-8 and characters that reorder others written out as \ex1B or \eu{202E}; a terminal without UTF\-8
+gets nothing but ASCII, a pipe or a file all other characters as they are.
 .PP
 In JSON, a text that is no UTF\-8 has its exact bytes beside it, in hexadecimal, under its name with "_hex" behind.
 CSV written to a file holds the bytes as they are.

@@ -19,7 +19,7 @@ constexpr size_t kColumnsMin = 20; // what a terminal says that is hardly one
 ExitCode Complain(ExitCode code, const std::string &text) {
     // A terminal has an edge; a line in a pipe stays whole.
     const size_t width = IsTerminal(stderr) ? std::max(TerminalColumns(stderr), kColumnsMin) : SIZE_MAX;
-    for (const std::string &line : TextWrap("veluctl: " + text, width))
+    for (const std::string &line : TextWrap("veluctl: " + SafeTextOn(text, stderr), width))
         fprintf(stderr, "%s\n", line.c_str());
     return code;
 }

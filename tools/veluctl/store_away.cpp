@@ -3,7 +3,6 @@
 
 #include <time.h>
 
-#include <algorithm>
 #include <optional>
 
 #include "catalogue/features.h"

@@ -12,11 +12,13 @@
 #include "tools/shared/safe_text.h"
 #include "tools/veluctl/documents.h"
 #include "tools/veluctl/message.h"
+#include "tools/veluctl/terminal.h"
 
 namespace {
 
 ExitCode Misused(const std::string &reason) {
-    fprintf(stderr, "%s\nRun with --help for more information.\n", SafeText(reason).c_str());
+    fprintf(stderr, "%s\nRun with --help for more information.\n",
+            SafeTextOn(SafeText(reason), stderr).c_str());
     return kUsage;
 }
 
@@ -79,7 +81,7 @@ ExitCode CommandLineRun(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
-    SafeTextPrepare();
+    SafeTextPrepare(IsTerminal(stdout));
     ExitCode code = kFailed;
     try {
         code = CommandLineRun(argc, argv);
