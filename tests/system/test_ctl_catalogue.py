@@ -330,6 +330,20 @@ def test_an_unreachable_catalogue_is_told_with_its_reason(box):
         assert answer["status"] == UNREACHABLE and "/dev/null/media.db" in answer["err"], command
 
 
+@pytest.mark.sqlite
+def test_a_catalogue_that_is_not_there_yet_has_the_commands_that_make_it(box):
+    for command in (["list"], ["status"], ["check"]):
+        told = box.ctl(*command)
+        told = " ".join((told["out"] + told["err"]).split())
+        assert ("the daemon makes it when it is first asked for something: sudo veluindexd, then sudo veluctl reindex --wait all"
+                in told), (command, told)
+    for name in ("music", "video", "photo"):
+        box.remove(f"/var/services/{name}")
+    assert "sudo veluindexd, then sudo veluctl add --wait FOLDER" in box.ctl("list")["err"]
+    box.start()
+    assert "first asked" not in box.ctl("status")["out"]
+
+
 def test_manual_and_completion_know_every_command_and_option(box):
     manual, completion = box.ctl("--man")["out"].replace("\\-", "-"), box.ctl("--completion")["out"]
     commands = re.findall(r"^  ([a-z]+)  ", box.ctl("--help")["out"], re.MULTILINE)

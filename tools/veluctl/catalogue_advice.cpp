@@ -9,10 +9,16 @@
 #include "daemon/queue_line.h"
 #include "platform/own_group.h"
 #include "platform/veludb.h"
+#include "tools/queue/daemon_process.h"
 #include "tools/queue/request_path.h"
+#include "tools/veluctl/setup/service_commands.h"
 #include "tools/veluctl/shell_word.h"
 
 namespace {
+
+bool HasShares() {
+    return !ShareTargetsGet().empty();
+}
 
 struct CataloguePlace {
     char uri[kCatalogueUriSize] = "";
@@ -22,6 +28,16 @@ struct CataloguePlace {
 void PlaceGet(Catalogue catalogue, CataloguePlace *place) {
     if (VELUIndexUriGet(catalogue, place->uri, sizeof place->uri) == 0)
         place->file = VELUDBFileGet(place->uri);
+}
+
+// What makes a catalogue that is not there yet.
+std::string FirstHint(const char *file) {
+    struct stat status;
+    if (stat(file, &status) == 0 || errno != ENOENT)
+        return {};
+    return std::string("; the daemon makes it when it is first asked for something: ") +
+           (DaemonFind() == 0 ? DaemonStartCommand() + std::string(", then ") : std::string()) +
+           (HasShares() ? "sudo veluctl reindex --wait all" : "sudo veluctl add --wait FOLDER");
 }
 
 // What whoever may not read a catalogue's file can do about it.
@@ -43,10 +59,6 @@ std::string AsideFor(const std::string &folder) {
     return name;
 }
 
-bool HasShares() {
-    return !ShareTargetsGet().empty();
-}
-
 } // namespace
 
 std::string ModuleHint(const char *uri) {
@@ -60,7 +72,8 @@ std::string CatalogueHint(Catalogue catalogue, const std::string &reason) {
         return ModuleHint(place.uri);
     if (VELUDBIsDamage(reason))
         return "; the file is damaged, and veluctl status has the commands that make a new one";
-    return RightHint(place.file);
+    const std::string hint = FirstHint(place.file);
+    return hint.empty() ? RightHint(place.file) : hint;
 }
 
 std::vector<std::string> CatalogueCommands(Catalogue catalogue, const std::string &reason) {
