@@ -122,6 +122,18 @@ def test_what_is_like_nothing_has_no_hint(idle):
         assert answer["status"] == USAGE and "did you mean" not in answer["err"], answer
 
 
+def test_a_word_that_is_missing_is_one_of_those_that_there_are(idle):
+    for arguments, said in ((["share"], "what is required: add, list or remove\n"), (["refresh"], "share is required: photo\n"),
+                            (["rename"], "new is required\n"), (["feature"], "what is required: on, off or list\n")):
+        answer = idle.ctl(*arguments)
+        assert answer["status"] == USAGE and answer["err"].startswith(said), answer
+
+
+def test_help_fits_a_terminal(idle):
+    for arguments in ([], ["add"], ["share"], ["check"], ["status"]):
+        assert all(len(line) <= 80 for line in idle.ctl("help", *arguments)["out"].splitlines()), arguments
+
+
 def test_help_is_a_command_too(idle):
     assert idle.ctl("help") == idle.ctl("--help") and "\n  duplicates " in idle.ctl("help")["out"]
     assert idle.ctl("help", "add") == idle.ctl("add", "--help") and "--timeout" in idle.ctl("help", "add")["out"]

@@ -102,6 +102,14 @@ std::string ArgumentTake(Reading *reading, const char *value) {
     return ValueTake(taken.target, taken.name, value, taken.open ? std::vector<const char *>() : taken.words);
 }
 
+// The words that there are, behind a sentence; nothing where there are any.
+std::string OneOf(const std::vector<const char *> &words) {
+    std::string text;
+    for (const char *word : words)
+        text.append(text.empty() ? ": " : word == words.back() ? " or " : ", ").append(word);
+    return text;
+}
+
 // Returns what is missing or too much among all options and arguments.
 std::string Together(const Reading &reading) {
     const auto is_there = [&](const char *name) {
@@ -114,7 +122,8 @@ std::string Together(const Reading &reading) {
     };
     for (size_t at = reading.arguments; at < reading.line.arguments.size(); ++at) {
         if (reading.line.arguments[at].required)
-            return std::string(reading.line.arguments[at].name) + " is required";
+            return std::string(reading.line.arguments[at].name) + " is required" +
+                   OneOf(reading.line.arguments[at].words);
     }
     for (size_t at = 0; at < reading.seen.size(); ++at) {
         const CommandOption &one = reading.line.options[at];

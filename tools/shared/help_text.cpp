@@ -7,7 +7,6 @@
 namespace {
 
 constexpr size_t kMeaningColumn = 30;
-constexpr size_t kTerminalColumns = 80;
 
 std::string EntryText(const std::string &name, const std::string &meaning) {
     std::string text = "  " + name;
@@ -21,7 +20,7 @@ std::string EntryText(const std::string &name, const std::string &meaning) {
 // Meanings may be longer than a line.
 std::string EntryTextInLines(const std::string &name, const std::string &meaning) {
     std::string text;
-    for (const std::string &line : TextWrap(meaning, kTerminalColumns - kMeaningColumn))
+    for (const std::string &line : TextWrap(meaning, kHelpColumns - kMeaningColumn))
         text += text.empty() ? EntryText(name, line) : std::string(kMeaningColumn, ' ') + line + "\n";
     return text;
 }

@@ -9,6 +9,9 @@
 
 #include "tools/shared/command_table.h"
 
+// What a terminal has, as a rule: help is made for no one in particular.
+inline constexpr size_t kHelpColumns = 80;
+
 // A headed list of names and what they mean.
 struct HelpList {
     std::string heading;

@@ -4,14 +4,20 @@
 #include <algorithm>
 
 #include "tools/shared/help_text.h"
+#include "tools/shared/text_wrap.h"
 #include "tools/veluctl/documents.h"
 
 namespace {
 
 std::string ExitCodesHelp() {
     std::string text = "Exit codes:\n";
-    for (const ExitCodeText &code : kExitCodes)
-        text += "  " + std::to_string(code.code) + "  " + code.meaning + "\n";
+    for (const ExitCodeText &code : kExitCodes) {
+        std::string front = "  " + std::to_string(code.code) + "  ";
+        for (const std::string &line : TextWrap(code.meaning, kHelpColumns - front.size())) {
+            text += front + line + "\n";
+            front.assign(front.size(), ' ');
+        }
+    }
     return text + "\n";
 }
 
