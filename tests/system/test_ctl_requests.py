@@ -310,6 +310,24 @@ def test_the_reason_is_that_of_the_daemon_where_its_log_can_be_read(make_placed)
             assert "full" in reason
 
 
+@pytest.mark.sqlite
+def test_a_disk_that_is_full_is_told_without_a_log(make_daemon):
+    daemon = make_daemon(speed=20)
+    run = ["/bin/mount", "-t", "tmpfs", "-o", "size=400k,mode=0755", "none", "/var/lib/velu"]
+    assert daemon.box.ask("run", arguments=run, environment={}, timeout=9)["status"] == 0
+    for number in range(3000):
+        daemon.write(f"/volume1/music/{'x' * 200}/{number}.pcm")
+    daemon.start()
+    answer = daemon.ctl("add", "--wait", "/volume1/music", clock=True)
+    assert answer["status"] == UNREACHABLE, answer
+    assert "/var/lib/velu/mediaserver.db lies on a disk that is full: " in answer["err"], answer
+    assert daemon.exists(KEPT)
+    daemon.stop()
+    remount = ["/bin/mount", "-o", "remount,ro,size=9m", "/var/lib/velu"]
+    assert daemon.box.ask("run", arguments=remount, environment={}, timeout=9)["status"] == 0
+    assert daemon.ctl_json("status")["kept"]["reason"] == "/var/lib/velu/mediaserver.db lies on a file system that is read-only"
+
+
 def test_an_interrupt_ends_the_waiting_alone(make_daemon):
     daemon = make_daemon(speed=1).start()
     daemon.write(SONG)

@@ -1,16 +1,23 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/store_away.h"
 
+#include <sys/statvfs.h>
 #include <time.h>
 
 #include <optional>
 
 #include "catalogue/features.h"
+#include "platform/veludb.h"
 #include "tools/veluctl/catalogue_advice.h"
 #include "tools/veluctl/catalogue_reader.h"
 #include "tools/veluctl/log/log_source.h"
+#include "tools/veluctl/row_writer.h"
+#include "tools/veluctl/status/free_space.h"
 
 namespace {
+
+// What a transaction of a few rows needs, with its journal.
+constexpr int64_t kRoomMin = 256 * 1024;
 
 constexpr Catalogue kBoth[] = {Catalogue::media, Catalogue::photo};
 
@@ -58,6 +65,22 @@ StoreAway AwayFound(Catalogue catalogue, const CatalogueReader &reader) {
             IsLasting(catalogue, reader.reason)};
 }
 
+// Why a file that can be read takes nothing; empty: nothing is seen.
+std::string PlaceProblem(Catalogue catalogue) {
+    char uri[kCatalogueUriSize] = "";
+    VELUIndexUriGet(catalogue, uri, sizeof uri);
+    const char *file = VELUDBFileGet(uri);
+    struct statvfs system = {};
+    if (file == nullptr || statvfs(file, &system) != 0)
+        return {};
+    const int64_t bytes = FreeBytes(file);
+    if ((system.f_flag & ST_RDONLY) != 0)
+        return std::string(file) + " lies on a file system that is read-only";
+    return bytes < kRoomMin ? std::string(file) + " lies on a disk that is full: " +
+                                  ValueShow(std::to_string(bytes), Type::bytes) + " are free"
+                            : std::string();
+}
+
 // A catalogue that cannot be read takes nothing, either.
 StoreAway AwayRead() {
     FeatureSwitchesRead();
@@ -65,6 +88,10 @@ StoreAway AwayRead() {
     for (const CatalogueTable &table : CatalogueTables()) {
         if ((table.catalogue == Catalogue::media || supportphoto) && CatalogueCount(&reader, table) < 0)
             return AwayFound(table.catalogue, reader);
+    }
+    for (const Catalogue catalogue : kBoth) {
+        if (const std::string problem = PlaceProblem(catalogue); !problem.empty())
+            return {problem, false};
     }
     return {};
 }
