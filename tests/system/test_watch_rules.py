@@ -221,3 +221,26 @@ def test_they_are_catalogued(running, samples):
     watcher.settle()
     assert paths(running) == ["music/d/old.mp3", "music/d/one\nline.mp3", "music/tree\nof one/deep/a.mp3"]
     watcher.stop()
+
+
+@pytest.mark.parametrize("rules", ["complete", "appliance"])
+def test_a_start_that_catches_up_asks_for_the_shares_where_what_is_unchanged_costs_nothing(make_daemon, rules):
+    box = make_daemon()
+    box.configure(rules=rules)
+    Watcher(box, "--catch-up", settle=LONG).stop()
+    assert bool(box.lines(QUEUE)) == (rules == "complete")
+
+
+def test_what_came_and_went_while_nobody_watched_is_caught_up_on(running):
+    running.write(f"{MUSIC}/stays.mp3", b"")
+    running.write(f"{MUSIC}/goes.mp3", b"")
+    first = Watcher(running, "--catch-up")
+    first.settle()
+    first.stop()
+    os.unlink(running.box.path(f"{MUSIC}/goes.mp3"))
+    running.write(f"{MUSIC}/comes.mp3", b"")
+    second = Watcher(running, "--catch-up")
+    second.marks = first.marks
+    second.settle()
+    check_equal(running)
+    assert paths(running) == ["music/comes.mp3", "music/stays.mp3"]

@@ -46,7 +46,9 @@ ProgramLine OptionsRead(int argc, char **argv, WatchOptions *options) {
          Seconds("settle", settle, {&options->settle, kSettleSecondsMin, kSettleSecondsMax}),
          Seconds("check", check, {&options->check, kCheckSecondsMin, kCheckSecondsMax}),
          Seconds("rescan", rescan, {&options->rescan, kRescanSecondsMin, kRescanSecondsMax}),
-         Flag("reindex-at-start", "Index all that is watched anew, first", &options->reindex_at_start)},
+         Flag("reindex-at-start", "Index all that is watched anew, first", &options->reindex_at_start),
+         Flag("catch-up", "Likewise, by the rules complete alone, which read what has changed",
+              &options->catch_up)},
         {{"directory", "DIRECTORY", "What to watch instead of the shares", &options->paths}}};
     const ProgramLine asked = ProgramLineRead(head, line, argc, argv);
     if (asked != ProgramLine::run)

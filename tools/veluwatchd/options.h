@@ -15,6 +15,7 @@ struct WatchOptions {
     double check = kCheckSeconds;
     double rescan = kRescanSeconds;
     bool reindex_at_start = false;
+    bool catch_up = false; // where the rules let files be that have not changed
 };
 
 // Prints the help or what is wrong, if anything.

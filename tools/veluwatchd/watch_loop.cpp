@@ -216,6 +216,8 @@ int Begin(Loop *loop, bool reindex) {
 } // namespace
 
 int WatchLoop(const WatchOptions &options, bool broken_off, int signals) {
+    // By the other rules every file would be read again.
+    const bool catch_up = options.catch_up && RuleSetActive() == RuleSet::complete;
     Loop loop;
     if (broken_off)
         FaultNote(&loop.watcher, WatchFault::broken_off);
@@ -224,7 +226,7 @@ int WatchLoop(const WatchOptions &options, bool broken_off, int signals) {
     loop.check = Seconds(options.check);
     loop.rescan = Seconds(options.rescan);
     loop.shares = SharesMake(options.paths);
-    if (const int error = Begin(&loop, options.reindex_at_start || broken_off); error != 0)
+    if (const int error = Begin(&loop, options.reindex_at_start || catch_up || broken_off); error != 0)
         return error;
     int error = 0;
     while (true) {
