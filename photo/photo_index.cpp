@@ -133,7 +133,9 @@ int PhotoIndexDelete(const char *path) {
     }
     if (IsAttributePath(path))
         return -1;
-    if (PhotoInfoDBDelete(path) != 0)
+    // Films have rows as well, which the appliance's rules leave to the next resynchronisation.
+    const bool films_too = RuleSetActive() == RuleSet::complete;
+    if ((films_too ? PhotoInfoDBDirDelete(path) : PhotoInfoDBDelete(path)) != 0)
         syslog(LOG_ERR, "%s (%d) Failed to remove %s from database.", kLogName, __LINE__, path);
     return 0;
 }

@@ -89,6 +89,9 @@ int VELUIndexRunEnd();
 // request `number`; 0: to none.
 void VELUIndexRunRequest(uint64_t number);
 
+// Has the request count as one of which a statement failed so, at the end of the run too: a cover that it asked for had no room.
+void VELUIndexRunRequestKeep();
+
 // True when a statement of the request failed because its store was away, perhaps long after the request. The answer is
 // there until the next run begins, and final when the run has ended.
 int BlVELUIndexRunRequestFailed(uint64_t number);

@@ -99,6 +99,11 @@ bool PictureStore(const CoverPlace &place, const CoverPicture &picture, CoverSto
     return true;
 }
 
+// What passes by itself, unlike a lack of rights.
+bool IsOutOfRoom(int error) {
+    return error == ENOSPC || error == EDQUOT;
+}
+
 } // namespace
 
 int CoverStore(const char *media_path, const CoverPicture &picture, CoverStored *stored) {
@@ -109,8 +114,11 @@ int CoverStore(const char *media_path, const CoverPicture &picture, CoverStored 
             CoverFolderClean(place.folder.c_str(), place.path.c_str() + place.folder.size() + 1);
         return 0;
     }
+    const int error = errno;
+    if (IsOutOfRoom(error))
+        VELUIndexRunRequestKeep();
     syslog(LOG_ERR, "%s (%d) Failed to store the cover of %s. (%s)", kLogName, __LINE__, media_path,
-           errno != 0 ? strerror(errno) : "there is no place for it");
+           error != 0 ? strerror(error) : "there is no place for it");
     *stored = {};
     if (!place.folder.empty())
         CleanOldCover(place.folder.c_str());

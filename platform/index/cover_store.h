@@ -27,5 +27,6 @@ struct CoverStored {
 // Makes a picture the only cover of a media file. It is a link to a cover with the same bytes: to `stored` where that has been
 // filled, by whoever says that it is the same picture; else to any that is found by its content. Where there is none or no link
 // can be made it is copied. A cover that is there is replaced by renaming, so that at no time one is missing or half
-// written. Returns 0 with `stored` filled, or -1 with one log line; then the file has no cover.
+// written. Returns 0 with `stored` filled, or -1 with one log line; then the file has no cover. Where that is for want of room the
+// request is kept.
 int CoverStore(const char *media_path, const CoverPicture &picture, CoverStored *stored);

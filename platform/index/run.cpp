@@ -199,6 +199,11 @@ int VELUIndexRunReach(Catalogue catalogue) {
                : SessionFailed(catalogue, "a request that is done again");
 }
 
+void VELUIndexRunRequestKeep() {
+    if (account.request != 0)
+        NumberSetAdd(&account.failed, account.request);
+}
+
 int BlVELUIndexRunRequestFailed(uint64_t number) {
     return NumberSetHas(account.failed, number);
 }
@@ -242,7 +247,7 @@ int VELUIndexRunEnd() {
     CoverNotesEnd();
     run.cover_dir.reset();
     run.active = false;
-    return run.away ? -1 : 0;
+    return run.away || !account.failed.spans.empty() ? -1 : 0;
 }
 
 VELUIndexTogether::VELUIndexTogether(Catalogue of) : catalogue(of), own(!run.active) {

@@ -145,3 +145,13 @@ def test_albums_and_rights_wherever_the_share_lies(box, place):  # noqa: F811
     box.box.ask("run", arguments=["/bin/rm", "-r", f"{share}/Travel"], environment={}, timeout=60)
     done(box, f"D:{share}/Travel")
     library_is(["Trips2/d.png", "New/f.webp"], {"Trips2", "New"})
+
+
+def test_a_film_that_is_gone_leaves_the_photo_catalogue(box, samples):  # noqa: F811
+    film = f"{PHOTO}/Trip/film.avi"
+    box.copy(samples / "clip.avi", film)
+    done(box, "R:photo")
+    assert by_path(box, "video_desc").keys() == {film}
+    box.remove(film)
+    done(box, f"d:{film}")
+    assert not by_path(box, "video_desc")

@@ -1,17 +1,22 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """SQLite files that cannot be written for a while: nothing that was asked is forgotten, and the daemon goes on by itself
 when they can be written again."""
+import errno
 import os
 import sqlite3
 
 import pytest
 
+from harness import id3, photo, short_songs
 from harness.daemon import KEPT, wait_for
+from harness.store_faults import patience_of_tests
 
 pytestmark = pytest.mark.sqlite
 
 MUSIC = "/volume1/music"
 FOLDER = "/var/lib/velu/small"
+COVERS = "/var/lib/velu/covers"
+READERS_SPEED = 20  # of the clock, at which readers have their time
 KEPT_LINE = f"Failed to store all rows. Requests kept in {KEPT}: 1."
 
 
@@ -101,3 +106,21 @@ def test_a_file_that_is_damaged_is_left_alone_until_somebody_takes_it_away(daemo
     os.unlink(name)
     daemon.wait_done()
     assert daemon.paths("music") == [f"{MUSIC}/first.pcm"]
+
+
+def test_a_cover_without_room_has_its_request_kept_by_the_rules_complete(make_daemon):
+    box = make_daemon(speed=READERS_SPEED)
+    patience_of_tests(box, rules="complete")
+    box.mkdir(COVERS)
+    mount(box, "-t", "tmpfs", "-o", "size=4k", "none", COVERS)
+    song = box.write("/volume1/music/song.mp3",
+                     id3.tag(4, id3.text(4, "TIT2", "T"), id3.picture(4, photo.jpeg(3, 2) + bytes(20000))) + short_songs.FRAME * 3)
+    box.start()
+    run_until_kept(box, f"A:{os.path.dirname(song)}")
+    assert any(text.endswith(f"Failed to store the cover of {song}. ({os.strerror(errno.ENOSPC)})") for text in box.log.texts())
+    row = box.row("music", song)
+    assert (row["title"], row["has_cover"]) == ("T", 0), "what there was room for is stored"
+    mount(box, "-o", "remount,size=1m", COVERS)
+    box.wait_done()
+    assert box.row("music", song)["has_cover"] == 1
+    assert not box.exists(KEPT)
