@@ -15,6 +15,10 @@ PACKAGES = ("systemd-sysv", "man-db", "acl", "adduser")
 # Of other packages, nobody reads these here. The folders stay: a package that is removed must not be the last in them.
 EXCLUDED = ("/usr/share/locale/*/*", "/usr/share/doc/*/*", "/usr/share/man/man*/*")
 SETTINGS = ("env", "-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", "HOME=/root", "LC_ALL=C.UTF-8", "DEBIAN_FRONTEND=noninteractive")
+# Control groups: the one hierarchy of today, or systemd's own two among the several of old. Each machine has one of its own in them, as the
+# inits of two machines in one would end each other's services.
+CONTROL_GROUPS = [top for top in map(pathlib.Path, ("/sys/fs/cgroup/systemd", "/sys/fs/cgroup/unified", "/sys/fs/cgroup"))
+                  if (top / "cgroup.procs").exists()]
 BOOT_SECONDS = 300  # beside other tests, the machine has what processor time they leave
 
 
@@ -45,12 +49,14 @@ def make_root(folder, dependencies):
 
 
 class Machine:
-    """`run` does a command in it, as root."""
+    """`run` does a command in it, as root. `binds`: folders of this machine by the places where that one has them."""
 
-    def __init__(self, base, folder, shared):
+    def __init__(self, base, folder, shared, binds=None):
         self.folder = folder
+        self.name = f"velu-{folder.name}"
+        self.groups = [top / self.name for top in CONTROL_GROUPS]
         self.root = folder / "root"
-        self.shared = shared
+        self.binds = [f"--bind-ro={shared}:/mnt", *(f"--bind={place}:{there}" for there, place in (binds or {}).items())]
         self.container = None
         self.leader = 0
         if self.root.is_mount():  # a run before has been killed
@@ -59,13 +65,17 @@ class Machine:
         for name in ("root", "upper", "work"):
             (folder / name).mkdir(parents=True)
         layers = f"lowerdir={base},upperdir={folder}/upper,workdir={folder}/work"
-        subprocess.run(["mount", "-t", "overlay", "-o", layers, "velu-package", self.root], check=True)
+        subprocess.run(["mount", "-t", "overlay", "-o", layers, self.name, self.root], check=True)
 
     def boot(self):
         """Returns when the machine has reached its usual state."""
-        command = ["setpriv", "--pdeathsig", "TERM", "systemd-nspawn", "--quiet", f"--directory={self.root}", "--machine=velu-package", "--boot",
+        for group in self.groups:
+            group.mkdir(exist_ok=True)
+        into_groups = "".join(f"echo $$ >{group}/cgroup.procs; " for group in self.groups)
+        command = ["sh", "-c", f'{into_groups}exec "$@"', "sh",
+                   "setpriv", "--pdeathsig", "TERM", "systemd-nspawn", "--quiet", f"--directory={self.root}", f"--machine={self.name}", "--boot",
                    "--register=no", "--keep-unit", "--private-network", "--link-journal=no", "--resolv-conf=off",
-                   "--timezone=off", "--console=pipe", f"--bind-ro={self.shared}:/mnt"]
+                   "--timezone=off", "--console=pipe", *self.binds]
         log = self.folder / "console.log"
         with open(log, "wb") as console:
             self.container = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=console, stderr=console)
@@ -104,6 +114,9 @@ class Machine:
                 self.container.wait()
             subprocess.run(["umount", self.root], check=True)
             shutil.rmtree(self.folder)
+            for group in self.groups:
+                for place, _, _ in os.walk(group, topdown=False):
+                    os.rmdir(place)
 
     def files(self):
         """Everything on the machine's disk: path -> what would tell of a change."""
