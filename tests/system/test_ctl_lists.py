@@ -51,7 +51,7 @@ def test_each_kind_has_its_own_columns(command, library, rules):
     assert (film[0], film[2:]) == ("Big Film", ["1920x800", *facts[1], "/volume1/video/Big Film.mkv"])
     headings, photo = table(library, command, "kind=photo")
     assert headings == ["TAKEN", "CAMERA", "PIXELS", "SIZE", "PATH"]
-    assert photo[:3] == ["2024-05-04 10:11", "EOS 5D", "40x30"]
+    assert photo[:3] == ["2024-05-04 10:11:12", "EOS 5D", "40x30"]
     headings, _ = table(library, command, "kind=playlist")
     assert headings == ["TITLE", "WRITTEN", "SIZE", "PATH"]
 
@@ -60,7 +60,7 @@ def test_several_kinds_share_a_table(library, rules):
     headings, *rows = table(library, "find", "path~volume1")
     assert headings == ["KIND", "TITLE", "ABOUT", "TIME", "PATH"]
     about = {row[1]: row[2] for row in rows}
-    assert about["One"] == "Nina: Blue" and about["beach"] == "2024-05-04 10:11 EOS 5D" and about["all"] == "-"
+    assert about["One"] == "Nina: Blue" and about["beach"] == "2024-05-04 10:11:12 EOS 5D" and about["all"] == "-"
     assert about["Big Film"] == ("1920x800 mjpeg ger,eng" if rules == "complete" else "1920x800")
     assert table(library, "find", "nina", "or", "kind=photo")[0][0] == "KIND"
     assert table(library, "find", "eve")[0][0] == "TITLE", "all are songs"

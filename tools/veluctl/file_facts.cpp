@@ -16,6 +16,8 @@ namespace {
 constexpr char kBetweenValues[] = "; ";
 
 Type TypeOf(std::string_view name) {
+    if (name == "added")
+        return Type::moment;
     const auto known = std::ranges::find(kFacts, name, &FactKind::word);
     return known != std::end(kFacts) ? ShownType(known->type) : Type::text;
 }

@@ -13,6 +13,7 @@
 #include "tools/veluctl/log/log_groups.h"
 #include "tools/veluctl/log/log_source.h"
 #include "tools/veluctl/message.h"
+#include "tools/veluctl/moment_text.h"
 #include "tools/veluctl/row_writer.h"
 #include "tools/veluctl/run_records.h"
 #include "tools/veluctl/status/status.h"
@@ -40,15 +41,15 @@ Span SpanChoose(const Options &options) {
         return {0, now, "All lines"};
     const pid_t daemon = DaemonFind();
     if (const std::optional<IndexRecord> run = RunRecordRead(daemon); daemon != 0 && run)
-        return {run->begin, now, "The run that began at " + TimeText(run->begin)};
+        return {run->begin, now, "The run that began at " + MomentText(run->begin)};
     const LastRun last = LastRunRead();
     if (last.has_record())
         return {last.record->begin, last.record->end,
-                "The run from " + TimeText(last.record->begin) + " to " + TimeText(last.record->end)};
+                "The run from " + MomentText(last.record->begin) + " to " + MomentText(last.record->end)};
     if (last.record)
         return {last.record->end + 1, last.end + 1,
-                "The run that ended at " + TimeText(last.end) + ", and all since " +
-                    TimeText(last.record->end)};
+                "The run that ended at " + MomentText(last.end) + ", and all since " +
+                    MomentText(last.record->end)};
     return {now - kDay, now, "The last 24 hours (when a run began is not known here)"};
 }
 
@@ -65,8 +66,8 @@ void RowsPrint(const std::vector<LoggedLine> &lines, const std::vector<LogGroup>
             group_of[line] = group + 1;
     RowWriter writer(form, kColumns, stdout);
     for (size_t at = lines.size() - std::min(most, lines.size()); at < lines.size(); ++at)
-        writer.Add({TimeText(lines[at].time), std::to_string(group_of[at]), LogPartsOf(lines[at].text).about,
-                    lines[at].text});
+        writer.Add({MomentText(lines[at].time), std::to_string(group_of[at]),
+                    LogPartsOf(lines[at].text).about, lines[at].text});
     writer.End();
 }
 

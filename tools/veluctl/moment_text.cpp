@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/moment_text.h"
 
-#include <time.h>
-
 namespace {
 
 struct MomentForm {
@@ -14,20 +12,24 @@ constexpr MomentForm kForms[] = {{"%Y-%m-%dT%H:%M:%SZ", true},
                                  {"%Y:%m:%d %H:%M:%S", false},
                                  {"%a %b %d %H:%M:%S %Y", false}};
 
+std::string Written(const tm &calendar) {
+    char text[32];
+    return std::string(text, strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &calendar));
+}
+
 } // namespace
+
+std::string MomentText(time_t moment) {
+    tm calendar = {};
+    return localtime_r(&moment, &calendar) != nullptr ? Written(calendar) : std::string();
+}
 
 std::string MomentText(const std::string &moment) {
     for (const MomentForm &one : kForms) {
         tm calendar = {};
         const char *end = strptime(moment.c_str(), one.form, &calendar);
-        if (end == nullptr || *end != '\0')
-            continue;
-        if (one.in_utc) {
-            const time_t seconds = timegm(&calendar);
-            localtime_r(&seconds, &calendar);
-        }
-        char text[32];
-        return std::string(text, strftime(text, sizeof text, "%Y-%m-%d %H:%M", &calendar));
+        if (end != nullptr && *end == '\0')
+            return one.in_utc ? MomentText(timegm(&calendar)) : Written(calendar);
     }
     return moment;
 }

@@ -20,8 +20,6 @@ bool SaysSomething(const Value &value) {
 
 // Beside the number that is stored, what it means.
 std::string ValueExplain(const Value &value, Type type) {
-    if (type == Type::moment)
-        return SafeText(*value);
     const std::string shown = ValueShow(value, type);
     return type == Type::bytes || type == Type::seconds ? *value + " (" + shown + ")" : shown;
 }

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "tools/shared/safe_text.h"
+#include "tools/veluctl/moment_text.h"
 #include "tools/veluctl/run_records.h"
 #include "tools/veluctl/run_text.h"
 #include "tools/veluctl/span_text.h"
@@ -74,7 +75,7 @@ void LastRunStatus(StatusView *view) {
     }
     const time_t end = of_last ? last.record->end : last.end;
     StatusSay("last run ended", end == 0 ? "none since the machine started"
-                                         : TimeText(end) + (of_last ? SpanSay(*last.record) : ""));
+                                         : MomentText(end) + (of_last ? SpanSay(*last.record) : ""));
     if (of_last)
         RecordSay(*last.record);
     else if (hidden)

@@ -20,9 +20,6 @@ struct StatusView {
 // Prints a line for people: a name, which continues the one above when it is empty, and what is said of it.
 void StatusSay(const char *name, const std::string &text);
 
-// Returns a time as people have it on their clocks.
-std::string TimeText(time_t time);
-
 // Returns what is said of a process that runs.
 std::string ProcessText(pid_t pid, time_t since);
 

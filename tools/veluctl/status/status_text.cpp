@@ -2,6 +2,7 @@
 #include <stdio.h>
 
 #include "tools/shared/text_wrap.h"
+#include "tools/veluctl/moment_text.h"
 #include "tools/veluctl/status/status.h"
 #include "tools/veluctl/terminal.h"
 
@@ -22,17 +23,9 @@ void StatusSay(const char *name, const std::string &text) {
 }
 
 std::string ProcessText(pid_t pid, time_t since) {
-    return "running as process " + std::to_string(pid) + (since != 0 ? " since " + TimeText(since) : "");
+    return "running as process " + std::to_string(pid) + (since != 0 ? " since " + MomentText(since) : "");
 }
 
 std::string NotRunningText(const char *command) {
     return std::string("not running; to start: ") + command;
-}
-
-std::string TimeText(time_t time) {
-    struct tm local;
-    char text[32] = "";
-    if (localtime_r(&time, &local) != nullptr)
-        strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
-    return text;
 }

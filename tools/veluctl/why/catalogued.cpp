@@ -23,6 +23,11 @@ void TextPut(RecordPart *part, const char *name, std::string value) {
     part->values.emplace_back(std::move(value));
 }
 
+void MomentPut(RecordPart *part, const char *name, std::string value) {
+    part->columns.push_back({name, name, Type::moment});
+    part->values.emplace_back(std::move(value));
+}
+
 // The tables that have a path, and when its file was written, as its media row has it.
 bool KindsRead(CatalogueReader *reader, const std::string &path, Catalogued *found, std::string *written) {
     bool has_photos = true; // a machine without a photo library has no such catalogue
@@ -107,7 +112,7 @@ bool StatePut(CatalogueReader *reader, const std::string &path, Catalogued *foun
         return true;
     const std::string stamp = VELUDBFetchText(rows.get(), 0, "stamp");
     const std::string trouble = VELUDBFetchText(rows.get(), 0, "trouble");
-    TextPut(&found->part, "added", VELUDBFetchText(rows.get(), 0, "added"));
+    MomentPut(&found->part, "added", VELUDBFetchText(rows.get(), 0, "added"));
     TextPut(&found->part, "since_then", SinceThen(stamp, path));
     if (!stamp.empty())
         TextPut(&found->part, "stamp", stamp);
@@ -148,7 +153,7 @@ bool CataloguedRead(CatalogueReader *reader, const std::string &path, Catalogued
         RulePut(path, found);
     if (!is_directory && !StatePut(reader, path, found))
         return false;
-    TextPut(&found->part, "written", written);
+    MomentPut(&found->part, "written", written);
     LibraryPut(path, found);
     if (std::optional<Reason> reason = ReasonOfRules(reader, path))
         found->against = reason;
