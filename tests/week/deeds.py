@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What people do with their files, at random."""
+"""What people do with their files, at random. A file has one name: of a change by another of its names, a watcher hears nothing."""
 import os
 import pathlib
 import shutil
@@ -29,7 +29,7 @@ class Deeds:
         self.halves = []  # files that are still being copied: path, the rest of it
 
     KINDS = {"copy": 12, "begin_copy": 2, "end_copy": 3, "copy_folder": 2, "move": 5, "move_folder": 3, "swap": 1, "delete": 4, "delete_folder": 1,
-             "retag": 7, "damage": 3, "replace": 3, "touch": 2, "link": 1, "cover": 2, "playlist": 2, "hide": 1, "mode": 1}
+             "retag": 7, "damage": 3, "replace": 3, "touch": 2, "cover": 2, "playlist": 2, "hide": 1, "mode": 1}
 
     def one(self):
         """Does something. What has gone meanwhile, or has no place, is no matter."""
@@ -206,13 +206,6 @@ class Deeds:
         if path:
             os.utime(path)
             self.did("touched", path)
-
-    def link(self):
-        path = self.file()
-        if path:
-            linked = self.place() / self.new_name(path.suffix)
-            os.link(path, linked)
-            self.did("linked", path, linked)
 
     def cover(self):
         pictures = [extension for extension in PICTURES if extension in self.corpus]

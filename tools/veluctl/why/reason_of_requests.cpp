@@ -125,7 +125,7 @@ bool RequestsAreHidden() {
 
 bool HasDirectoryRow(CatalogueReader *reader, const std::string &path) {
     const ResultHandle rows =
-        CatalogueQuery(reader, Catalogue::media, "select 1 as n from directory where path = $1", {path});
+        CatalogueQuery(reader, Catalogue::media, "select 1 from directory where path = $1", {path});
     return rows != nullptr && VELUDBRowCount(rows.get()) > 0;
 }
 
