@@ -86,7 +86,10 @@ def test_killed_again_and_again_and_still_complete(box, work):
         kill_in_this_run(box, lines, delay)
         box.start(idle=False)
     box.kill()
-    finish(box)
+    if box.exists(WORKING_COPY):
+        finish(box)
+    else:  # on a busy machine the last run may be over before the kill comes
+        box.start()
     assert box.snapshot() == undisturbed
 
 
