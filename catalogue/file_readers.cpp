@@ -256,7 +256,8 @@ FileReport FileReadTake(const char *path, const ReaderUse &use) {
                          file->looked,
                          std::move(file->beside),
                          std::move(file->companions),
-                         SubtitleLanguages(path, file->subtitles),
+                         file->known.unchanged ? std::vector<std::string>()
+                                               : SubtitleLanguages(path, file->subtitles),
                          std::move(file->subtitles),
                          std::move(file->folder_cover),
                          file->beside_unseen,

@@ -21,7 +21,7 @@ struct FileReport {
     time_t looked = 0;                   // when it was
     std::string beside;                  // what its stamp says of files beside it
     std::vector<std::string> companions; // those that were taken with it
-    std::vector<std::string> subtitle_languages; // codes, which the names of its subtitles say
+    std::vector<std::string> subtitle_languages; // codes, as its subtitles' names say; none of one unchanged
     std::vector<std::string> subtitles;          // those that belong to it
     FolderCoverRef folder_cover; // what may be its cover when it has none in itself; null: nothing
     bool beside_unseen = false;  // of these there may be more, which could not be looked at

@@ -9,7 +9,8 @@
 
 namespace {
 
-constexpr std::string_view kBetween = "._ -()[]";
+constexpr std::string_view kBetween = "._ ()[]";
+constexpr std::string_view kBehind = "._ -()[]";
 constexpr char kRegion = '-'; // in front of a country, or of letters: pt-BR, zh-Hans
 
 // They stand behind the language, or alone.
@@ -26,8 +27,8 @@ std::string Small(std::string_view text) {
 
 // Takes the last word off a text, with what stands in front of it.
 std::string LastWordTake(std::string_view *text) {
-    const size_t end = text->find_last_not_of(kBetween) + 1;
-    const size_t front = text->substr(0, end).find_last_of("._ ()[]");
+    const size_t end = text->find_last_not_of(kBehind) + 1;
+    const size_t front = text->substr(0, end).find_last_of(kBetween);
     const size_t begin = front == std::string_view::npos ? 0 : front + 1;
     std::string_view word = text->substr(begin, end - begin);
     *text = text->substr(0, begin);

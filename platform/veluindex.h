@@ -78,7 +78,8 @@ void VELUIndexRunPause();
 // Commits what the run has written so far. To be called before any other program is started or signalled.
 // This and VELUIndexRunEnd return -1 when the run could not store something because its store was away: when a
 // statement failed for another reason than its own row's values (unreachable, locked, full, read-only, damaged, without
-// rights, without tables). A row that fails by its own fault is logged by its path instead.
+// rights, without tables). A row that fails by its own fault is logged by its path instead. The end of the run returns it also where a
+// request is kept by VELUIndexRunRequestKeep.
 int VELUIndexRunFlush();
 
 // Commits, brings the rows safely to disk and closes the connections. To be called before the request that

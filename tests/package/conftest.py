@@ -14,16 +14,13 @@ import pytest
 sys.path.insert(0, str(pathlib.Path(__file__).parent))
 sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "system"))
 from harness import media  # noqa: E402
+from debs import field, needed_beside  # noqa: E402
 from machine import Machine, make_root  # noqa: E402
 
 TREE = pathlib.Path(__file__).resolve().parents[2]
 BUILT = TREE / "build/package"
 ROOTS = TREE / "build/package-root"
 NAMES = ("veluindexd", "veluindexd-films", "veluindexd-postgresql")
-
-
-def field(package, name):
-    return subprocess.run(["dpkg-deb", "-f", package, name], capture_output=True, text=True, check=True).stdout.strip()
 
 
 @pytest.fixture(scope="session")
@@ -100,9 +97,7 @@ def shared(packages, tmp_path_factory):
 @pytest.fixture(scope="session")
 def base(packages):
     """A root that has what the packages depend on, and nothing of the packages."""
-    depends = [part for package in packages.values() for part in field(package, "Depends").split(",")]
-    names = [re.split(r"[ (|]", part.strip())[0] for part in depends]
-    return make_root(ROOTS, [name for name in names if name not in NAMES])
+    return make_root(ROOTS, needed_beside(packages.values(), NAMES))
 
 
 def booted(base, folder, shared):

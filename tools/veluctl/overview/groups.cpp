@@ -158,17 +158,11 @@ ExitCode GroupsList(const Options &options) {
     if (!options.kinds.empty())
         return Complain(kUsage, std::string("--kind does not apply to ") + list.word + "; kind=song does");
     SearchAsked asked;
-    if (const ExitCode wrong = SearchFilesAskedRead(options, &asked); wrong != kDone)
-        return wrong;
     CatalogueReader reader;
-    const int facts = SearchAskedConnect(&reader, &asked) ? FileTablesLook(&reader) : -1;
-    if (facts < 0)
-        return Complain(kUnreachable, reader.failure);
-    SearchProblem problem;
-    const SearchEnd end = SearchWithinCheck(asked.search, &problem);
-    if (const ExitCode told = SearchEndTell(end, asked, options, problem, reader); told != kDone)
-        return told;
-    SqlText query = list.query({&asked.search, facts == 1});
+    bool facts = false;
+    if (const ExitCode wrong = SearchWithinBegin(options, &asked, &reader, &facts); wrong != kDone)
+        return wrong;
+    SqlText query = list.query({&asked.search, facts});
     LimitPut(&query, options.limit);
     RowWriter writer(options.form(), list.columns, stdout);
     const bool read = QueryRowsTake(&reader, query, list.columns, [&](const Row &row) { writer.Add(row); });

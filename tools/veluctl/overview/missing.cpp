@@ -99,18 +99,12 @@ ExitCode MissingCommand(const Options &options) {
     if (list == nullptr)
         return ListUnknown(options.what, MissingWords());
     SearchAsked asked;
-    if (const ExitCode wrong = SearchFilesAskedRead(options, &asked); wrong != kDone)
-        return wrong;
     CatalogueReader reader;
-    const int states = SearchAskedConnect(&reader, &asked) ? FileTablesLook(&reader) : -1;
-    if (states < 0)
-        return Complain(kUnreachable, reader.failure);
-    SearchProblem problem;
-    const SearchEnd end = SearchWithinCheck(asked.search, &problem);
-    if (const ExitCode told = SearchEndTell(end, asked, options, problem, reader); told != kDone)
-        return told;
+    bool states = false;
+    if (const ExitCode wrong = SearchWithinBegin(options, &asked, &reader, &states); wrong != kDone)
+        return wrong;
     RowWriter writer(options.form(), list->columns, stdout);
-    const bool read = list->find({&reader, &asked.search, options.limit, states == 1}, &writer);
+    const bool read = list->find({&reader, &asked.search, options.limit, states}, &writer);
     writer.End();
     if (!read)
         return Complain(kUnreachable, reader.failure);

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "tools/veluctl/file_facts.h"
+#include "tools/veluctl/message.h"
 #include "tools/veluctl/search/search_field_sql.h"
 
 namespace {
@@ -12,14 +14,26 @@ bool TargetPut(const Search &search, const SearchTarget &target, SqlText *query,
     return SearchRowsPut(search, target, {}, false, query, problem);
 }
 
-} // namespace
-
-SearchEnd SearchWithinCheck(const Search &search, SearchProblem *problem) {
+SearchEnd Check(const Search &search, SearchProblem *problem) {
     const bool good = std::ranges::all_of(search.targets, [&](const SearchTarget &target) {
         SqlText query;
         return TargetPut(search, target, &query, problem);
     });
     return good ? SearchEnd::done : SearchEnd::wrong;
+}
+
+} // namespace
+
+ExitCode SearchWithinBegin(const Options &options, SearchAsked *asked, CatalogueReader *reader, bool *facts) {
+    if (const ExitCode wrong = SearchFilesAskedRead(options, asked); wrong != kDone)
+        return wrong;
+    const int there = SearchAskedConnect(reader, asked) ? FileTablesLook(reader) : -1;
+    if (there < 0)
+        return Complain(kUnreachable, reader->failure);
+    *facts = there == 1;
+    SearchProblem problem;
+    const SearchEnd end = Check(asked->search, &problem);
+    return SearchEndTell(end, *asked, options, problem, *reader);
 }
 
 void SearchWithinPut(const Search &search, std::string_view path, std::span<const char *const> tables,

@@ -6,10 +6,12 @@
 #include <initializer_list>
 #include <string_view>
 
-#include "tools/veluctl/search/search.h"
+#include "tools/veluctl/search/search_asked.h"
 
-// Returns what is wrong with a search, so that nothing need be said later.
-SearchEnd SearchWithinCheck(const Search &search, SearchProblem *problem);
+// Reads which files are asked for, connects, and finds out whether the catalogue has facts of files. The search is in order then. What is
+// wrong is told, and returned.
+[[nodiscard]] ExitCode SearchWithinBegin(const Options &options, SearchAsked *asked, CatalogueReader *reader,
+                                         bool *facts);
 
 // Adds " and PATH in (...)" with what a search that is in order finds in these tables; nothing for one of everything.
 void SearchWithinPut(const Search &search, std::string_view path, std::span<const char *const> tables,
