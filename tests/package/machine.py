@@ -49,9 +49,10 @@ def make_root(folder, dependencies):
 
 
 class Machine:
-    """`run` does a command in it, as root. `binds`: folders of this machine by the places where that one has them."""
+    """`run` does a command in it, as root. `binds`: folders of this machine by the places where that one has them. One that `goes_on` has
+    the layer that an earlier one, closed with `keep`, left in `folder`."""
 
-    def __init__(self, base, folder, shared, binds=None):
+    def __init__(self, base, folder, shared, binds=None, goes_on=False):
         self.folder = folder
         self.name = f"velu-{folder.name}"
         self.groups = [top / self.name for top in CONTROL_GROUPS]
@@ -61,9 +62,10 @@ class Machine:
         self.leader = 0
         if self.root.is_mount():  # a run before has been killed
             subprocess.run(["umount", self.root], check=True)
-        shutil.rmtree(folder, ignore_errors=True)
+        if not goes_on:
+            shutil.rmtree(folder, ignore_errors=True)
         for name in ("root", "upper", "work"):
-            (folder / name).mkdir(parents=True)
+            (folder / name).mkdir(parents=True, exist_ok=goes_on)
         layers = f"lowerdir={base},upperdir={folder}/upper,workdir={folder}/work"
         subprocess.run(["mount", "-t", "overlay", "-o", layers, self.name, self.root], check=True)
 
@@ -105,7 +107,7 @@ class Machine:
             self.container.wait(BOOT_SECONDS)
             self.container = None
 
-    def close(self):
+    def close(self, keep=False):
         try:
             self.halt()
         finally:
@@ -113,7 +115,8 @@ class Machine:
                 self.container.kill()
                 self.container.wait()
             subprocess.run(["umount", self.root], check=True)
-            shutil.rmtree(self.folder)
+            if not keep:
+                shutil.rmtree(self.folder)
             for group in self.groups:
                 for place, _, _ in os.walk(group, topdown=False):
                     os.rmdir(place)

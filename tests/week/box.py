@@ -19,27 +19,35 @@ REST_SECONDS = 900  # after which work that does not end is a finding
 CALM_SECONDS = 20  # in which nothing may come: the watcher waits some before it asks
 DATABASES = {"mediadb": "mediaserver", "photodb": "photo"}
 SECRET = "secret"
+ASIDE = "aside"
 
 
 class NoRest(AssertionError):
     """Work does not come to an end."""
 
 
-class Box(Machine):
-    """`engine`: sqlite or postgresql, the latter on the machine itself."""
+def copy_folder(source, target):
+    subprocess.run(["cp", "-a", f"{source}/.", target], check=True)
 
-    def __init__(self, base, folder, shared, rules, engine):
+
+class Box(Machine):
+    """`engine`: sqlite or postgresql, the latter on the machine itself. `goes_on`: as it was set aside in `folder`."""
+
+    def __init__(self, base, folder, shared, rules, engine, goes_on):
         self.disk = folder.with_name(folder.name + "-disk")
         if self.disk.is_mount():  # a run before has been killed
             subprocess.run(["umount", self.disk], check=True)
         self.disk.mkdir(parents=True, exist_ok=True)
         subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={SMALL_DISK},mode=755", "velu-week", self.disk], check=True)
-        super().__init__(base, folder, shared, {STATE: self.disk})
+        super().__init__(base, folder, shared, {STATE: self.disk}, goes_on)
         self.rules, self.engine = rules, engine
+        self.aside = folder / "disk"
+        if goes_on:
+            copy_folder(self.aside, self.disk)
 
-    def close(self):
+    def close(self, keep=False):
         try:
-            super().close()
+            super().close(keep)
         finally:
             subprocess.run(["umount", self.disk], check=True)
             self.disk.rmdir()
@@ -49,7 +57,6 @@ class Box(Machine):
         return pathlib.Path(f"/proc/{self.leader}/root{place}")
 
     def install(self):
-        modules = ["veluindexd", "veluindexd-films"] + ["veluindexd-postgresql"] * (self.engine == "postgresql")
         lines = f'rules="{self.rules}"\n'
         if self.engine == "postgresql":
             lines += "".join(f'{key}="postgresql://velu:{SECRET}@/velu_{name}?host=/run/postgresql"\n' for key, name in DATABASES.items())
@@ -57,7 +64,7 @@ class Box(Machine):
             self.as_server(f"create role velu login password '{SECRET}'")
             self.make_databases()
         self.write("/etc/veluinfo.conf", lines)
-        self.run("apt-get", "install", "-y", *(f"/mnt/{name}.deb" for name in modules))
+        self.install_packages()
         for share in SHARES:
             self.run("mkdir", "-p", f"/srv/{share}")
             self.run("veluctl", "share", "add", share, f"/srv/{share}")
@@ -69,6 +76,10 @@ class Box(Machine):
                        "[Service]\nExecStart=\nExecStart=/usr/sbin/veluwatchd --reindex-at-start\n")
             self.run("systemctl", "daemon-reload")
         self.run("systemctl", "enable", "--now", "veluwatchd")
+
+    def install_packages(self):
+        modules = ["veluindexd", "veluindexd-films"] + ["veluindexd-postgresql"] * (self.engine == "postgresql")
+        self.run("apt-get", "install", "-y", "--reinstall", *(f"/mnt/{name}.deb" for name in modules))
 
     def write(self, place, text):
         path = self.path(place)
@@ -82,6 +93,28 @@ class Box(Machine):
         for name in DATABASES.values():
             self.as_server(f"drop database if exists velu_{name}")
             self.as_server(f"create database velu_{name} owner velu template template0 encoding 'SQL_ASCII' locale 'C'")
+
+    def set_aside(self):
+        """Keeps the catalogues for a later sitting, whatever comes to their places."""
+        self.run("systemctl", "stop", *UNITS)
+        if self.aside.exists():
+            shutil.rmtree(self.aside)
+        self.aside.mkdir()
+        copy_folder(self.disk, self.aside)
+        if self.engine == "postgresql":
+            for name in DATABASES.values():
+                self.as_server(f"drop database if exists {ASIDE}_{name}")
+                self.as_server(f"alter database velu_{name} rename to {ASIDE}_{name}")
+
+    def take_back(self):
+        """The catalogues that were set aside, and today's packages."""
+        self.run("systemctl", "stop", *UNITS)
+        if self.engine == "postgresql":
+            for name in DATABASES.values():
+                self.as_server(f"drop database if exists velu_{name}")
+                self.as_server(f"alter database {ASIDE}_{name} rename to velu_{name}")
+        self.install_packages()
+        self.run("systemctl", "start", *UNITS)
 
     def make_afresh(self):
         """Catalogues anew, from what lies on the disk. Returns when they are made."""

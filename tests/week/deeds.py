@@ -183,7 +183,7 @@ class Deeds:
                 song["title"], song["album"] = self.new_name(), self.random.choice(NAMES)
                 song.save()
                 self.did("tagged", path)
-        except (mutagen.MutagenError, KeyError, ValueError):
+        except (mutagen.MutagenError, KeyError, TypeError, ValueError):
             pass  # it has been damaged
 
     def damage(self):
