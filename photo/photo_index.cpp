@@ -97,6 +97,12 @@ int BadParameter(int line) {
     return -1;
 }
 
+// A film's row is made by a resynchronisation; by the complete rules it is there as soon as the film is.
+void FilmAdd(const char *path) {
+    if (RuleSetActive() == RuleSet::complete)
+        VELUIndexPhotoUpdateVideoStatus(path);
+}
+
 void PictureSave(const char *path, int mode, bool *missed) {
     if (PhotoIndexAdd(path, mode) != 0 && missed != nullptr)
         *missed = true;
@@ -181,6 +187,8 @@ int PhotoLibraryFileUpdate(const char *path, int mode, bool *missed) {
     case kIndexAdd:
         if (kind == PhotoFileKind::picture)
             PictureSave(path, mode, missed);
+        else
+            FilmAdd(path);
         PhotoConvertQueueAdd(path, kConvertThumbnail | kConvertFlv);
         break;
     case kIndexUpdate:

@@ -147,11 +147,18 @@ def test_albums_and_rights_wherever_the_share_lies(box, place):  # noqa: F811
     library_is(["Trips2/d.png", "New/f.webp"], {"Trips2", "New"})
 
 
-def test_a_film_that_is_gone_leaves_the_photo_catalogue(box, samples):  # noqa: F811
+def test_a_film_comes_to_the_photo_catalogue_and_leaves_it(box, samples):  # noqa: F811
     film = f"{PHOTO}/Trip/film.avi"
     box.copy(samples / "clip.avi", film)
-    done(box, "R:photo")
+    done(box, f"a:{film}")
     assert by_path(box, "video_desc").keys() == {film}
     box.remove(film)
     done(box, f"d:{film}")
     assert not by_path(box, "video_desc")
+
+
+def test_films_come_to_the_photo_catalogue_by_their_folder(box, samples):  # noqa: F811
+    for name in ("a.avi", "b.mp4"):
+        box.copy(samples / "clip.avi", f"{PHOTO}/Trip/{name}")
+    done(box, f"A:{PHOTO}/Trip")
+    assert by_path(box, "video_desc").keys() == {f"{PHOTO}/Trip/a.avi", f"{PHOTO}/Trip/b.mp4"}
