@@ -38,6 +38,14 @@ inline std::string_view SqliteTextOf(sqlite3_value *value) {
                            : std::string_view(text, static_cast<size_t>(sqlite3_value_bytes(value)));
 }
 
+// The code of a call that has failed, and the words for it. A disk that is full to its last byte is told as such: SQLite does so
+// only when a database itself cannot grow, and not when what it makes beside one cannot.
+struct SqliteFailure {
+    int code;
+    const char *words;
+};
+SqliteFailure SqliteFailureOf(sqlite3 *db, int code);
+
 // Gives a connection a LIKE that compares bytes, minds case and takes the backslash as its escape, as
 // PostgreSQL's does in a database of plain bytes. Returns an SQLite result code.
 int SqliteLikeInstall(sqlite3 *db);

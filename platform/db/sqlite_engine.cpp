@@ -34,7 +34,8 @@ int Fail(SqliteConnection *connection, int code, const char *words) {
 
 int Fail(SqliteConnection *connection) {
     sqlite3 *db = connection->db.get();
-    return Fail(connection, sqlite3_errcode(db), sqlite3_errmsg(db));
+    const SqliteFailure failure = SqliteFailureOf(db, sqlite3_errcode(db));
+    return Fail(connection, failure.code, failure.words);
 }
 
 bool IsBoolean(sqlite3_stmt *statement, int column) {

@@ -67,30 +67,34 @@ void FilesGive(const std::string &file) {
         OwnGroupGive((file + beside).c_str());
 }
 
+const char *Reason(sqlite3 *db) {
+    return SqliteFailureOf(db, sqlite3_errcode(db)).words;
+}
+
 // Readers go on reading while the daemon writes (WAL); a commit reaches the disk at the next checkpoint or
 // VELUDBSync, and what is in the file is whole at any time. Returns what failed, or an empty text.
 std::string SetUp(sqlite3 *db) {
     if (SqliteLikeInstall(db) != SQLITE_OK || SqliteFoldingInstall(db) != SQLITE_OK ||
         sqlite3_busy_timeout(db, sqlite_busy_milliseconds) != SQLITE_OK)
-        return sqlite3_errmsg(db);
+        return Reason(db);
     sqlite3_stmt *raw = nullptr;
     if (sqlite3_prepare_v2(db, "pragma journal_mode = wal", -1, &raw, nullptr) != SQLITE_OK)
-        return sqlite3_errmsg(db);
+        return Reason(db);
     const SqliteStatement statement(raw);
     if (sqlite3_step(raw) != SQLITE_ROW)
-        return sqlite3_errmsg(db);
+        return Reason(db);
     const auto *mode = reinterpret_cast<const char *>(sqlite3_column_text(raw, 0));
     if (mode == nullptr || strcasecmp(mode, "wal") != 0)
         return "its file system has no write-ahead log";
     if (sqlite3_exec(db, "pragma synchronous = normal", nullptr, nullptr, nullptr) != SQLITE_OK)
-        return sqlite3_errmsg(db);
+        return Reason(db);
     // A reader without the right to write cannot make the log's files; so they stay, cut back, while nobody has the
     // database open.
     int keep_log = 1;
     if (sqlite3_file_control(db, "main", SQLITE_FCNTL_PERSIST_WAL, &keep_log) != SQLITE_OK ||
         sqlite3_exec(db, kKeptLogLimit, nullptr, nullptr, nullptr) != SQLITE_OK ||
         sqlite3_exec(db, kPageCache, nullptr, nullptr, nullptr) != SQLITE_OK)
-        return sqlite3_errmsg(db);
+        return Reason(db);
     return {};
 }
 
@@ -112,7 +116,7 @@ void *SqliteOpen(const char *uri, std::string *error) {
     constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
     const int result = sqlite3_open_v2(file.c_str(), &raw, kFlags, nullptr);
     connection->db.reset(raw);
-    const std::string failure = result != SQLITE_OK ? sqlite3_errmsg(raw) : SetUp(raw);
+    const std::string failure = result != SQLITE_OK ? Reason(raw) : SetUp(raw);
     if (!failure.empty()) {
         *error = file + ": " + failure;
         return nullptr;
