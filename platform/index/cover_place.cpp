@@ -5,6 +5,7 @@
 // media.
 #include "platform/index/cover_place.h"
 
+#include "platform/clock.h"
 #include "platform/configuration.h"
 #include "platform/handle.h"
 #include "platform/index/cover_pictures.h"
@@ -233,7 +234,7 @@ bool CoversSync() {
     if (!folder && errno == ENOENT) // somebody has taken all covers away
         return true;
     if (!folder || syncfs(folder.get()) != 0) {
-        run_state.covers_failed = time(nullptr);
+        run_state.covers_failed = SecondNow();
         return false;
     }
     run_state.covers_placed = false;

@@ -134,6 +134,34 @@ TEST_F(CoverStoreTest, WhatMayNotHaveReachedTheDiskIsWrittenAgain) {
     EXPECT_TRUE(CoversSync());
 }
 
+// A file's time may be ahead of what time() tells: its second may be one that time() has not come to yet.
+TEST_F(CoverStoreTest, WhatMayNotHaveReachedTheDiskIsWrittenAgainAtTheTurnOfASecond) {
+    timespec now = {};
+    const auto wait = [&](auto until) {
+        do
+            clock_gettime(CLOCK_REALTIME, &now);
+        while (!until());
+    };
+    constexpr long kNearTheEnd = 990'000'000;
+    wait([&] { return now.tv_nsec > kNearTheEnd; });
+    const time_t second = now.tv_sec;
+    ASSERT_EQ(StoreAlone(1, Picture('1')), 0);
+    const ino_t before = NumberOf(PlaceOf(Media(1)));
+    wait([&] { return now.tv_sec > second; });
+    ASSERT_EQ(utimensat(AT_FDCWD, PlaceOf(Media(1)).c_str(), nullptr, 0), 0);
+    struct stat status;
+    ASSERT_EQ(stat(PlaceOf(Media(1)).c_str(), &status), 0);
+    ASSERT_EQ(utimensat(AT_FDCWD, PlaceOf(Media(1)).c_str(), nullptr, 0), 0); // finer, where it was looked at
+    const std::string away = std::string(kCovers) + ".away";
+    ASSERT_EQ(rename(kCovers, away.c_str()), 0);
+    FileWrite(kCovers, "no folder");
+    EXPECT_FALSE(CoversSync());
+    fs::remove(kCovers);
+    fs::rename(away, kCovers);
+    ASSERT_EQ(StoreAlone(2, Picture('1')), 0);
+    EXPECT_NE(NumberOf(PlaceOf(Media(2))), before);
+}
+
 TEST_F(CoverStoreTest, NothingIsLeftBehindTheLast) {
     for (int i = 0; i < 3; ++i)
         ASSERT_EQ(Store(i, Picture('1')), 0);
