@@ -95,7 +95,8 @@ class Matrix:
 
     def recover(self):
         self.daemon.places.clear()
-        wait_for(lambda: not self.requests_left(), "the requests to be done", RECOVERY)
+        # The servers are told at the end of a run, behind its requests: a run that is waited for next would seem over at its begin.
+        wait_for(lambda: not self.requests_left() and self.daemon.idle(), "the requests to be done", RECOVERY)
 
     # --- one case each; what is wrong comes back as text
 
