@@ -163,6 +163,8 @@ void Rename(const QueueRequest &request) {
 void PhotoLibraryReindex(bool again) {
     PhotoShareFsCheck();
     PhotoLibraryResync(nullptr, again);
+    if (BlVELUIndexRunGivesUp())
+        return;
     PhotoDBVacuum();
     PhotoShareResync(nullptr);
 }

@@ -56,6 +56,8 @@ bool PortionsRead(Stop stop, size_t *count) {
         if (!PortionRead(&portion))
             return false;
         for (const std::string &path : portion.paths) {
+            if (TurnsGivenUp(&turns))
+                return false;
             if (stop())
                 break;
             FileTurnTake(&turns, path, FileRead);

@@ -12,6 +12,7 @@
 #include "catalogue/playlist_entries.h"
 #include "daemon/index_left_out.h"
 #include "daemon/path_rules.h"
+#include "daemon/queue_away.h"
 #include "daemon/queue_commands.h"
 #include "daemon/queue_files.h"
 #include "daemon/queue_kept.h"
@@ -243,6 +244,7 @@ void StretchesDo(Pass *pass, QueueReader *copy, bool again, bool *fresh) {
         const off_t begin = copy != nullptr ? copy->offset() : 0;
         VELUIndexRunBegin();
         VELUIndexRunRules(RuleSetActive());
+        AwayKnow();
         pass->doubted = true; // of what is kept, something could not be brought to the disk
         if (first && pass->old_there)
             OldLinesDo(pass);
@@ -251,6 +253,7 @@ void StretchesDo(Pass *pass, QueueReader *copy, bool again, bool *fresh) {
             CopyLinesDo(pass, copy, again);
         CatalogueFollow();
         const int end = VELUIndexRunEnd();
+        AwayNote();
         ProgressTake();
         const bool with_old = first && pass->old_there;
         if (with_old || pass->writer.count() > 0 || HasFailures(*pass, end))
@@ -299,8 +302,7 @@ void PassDo(Pass *pass, QueueReader *copy, bool again, QueuePassEnd *end) {
         NotKeptTell(copy, errno);
     } else {
         end->copy_done = true;
-        if (kept > 0)
-            KeptTell(kept);
+        AwayTell(kept);
     }
 }
 

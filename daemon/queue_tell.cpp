@@ -21,6 +21,11 @@ void KeptTell(size_t count) {
            kKeptFile, count);
 }
 
+void BackTell(Catalogue catalogue, size_t kept) {
+    syslog(LOG_ERR, "%s(%d): The %s is back. Requests kept in %s: %zu.", kLogName, __LINE__,
+           CatalogueName(catalogue), kKeptFile, kept);
+}
+
 void CopyStaysTell(const QueueReader &copy) {
     if (copy.IsNamed())
         syslog(LOG_ERR, "%s(%d): Failed to store all rows. %s is kept for the next run.", kLogName, __LINE__,

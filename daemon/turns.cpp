@@ -6,6 +6,7 @@
 #include "catalogue/file_readers.h"
 #include "daemon/walk_progress.h"
 #include "platform/limits.h"
+#include "platform/veluindex.h"
 
 namespace {
 
@@ -18,20 +19,27 @@ struct TicketScope {
     ~TicketScope() { FileGiveUp(ticket); }
 };
 
-bool IsDue(const Turn &turn) {
-    return turn.ticket == 0 || FileIsRead(turn.ticket);
+bool IsDue(const Turns &turns) {
+    const Turn &turn = turns.waiting.front();
+    return turn.ticket == 0 || turns.given_up || FileIsRead(turn.ticket);
 }
 
 void DueDo(Turns *turns) {
-    while (!turns->waiting.empty() && IsDue(turns->waiting.front())) {
+    while (!turns->waiting.empty() && IsDue(*turns)) {
         std::list<Turn> due;
         due.splice(due.end(), turns->waiting, turns->waiting.begin());
         const TicketScope scope(due.front().ticket);
-        due.front().step(due.front().path);
+        if (!TurnsGivenUp(turns))
+            due.front().step(due.front().path);
     }
 }
 
 } // namespace
+
+bool TurnsGivenUp(Turns *turns) {
+    turns->given_up = turns->given_up || BlVELUIndexRunGivesUp();
+    return turns->given_up;
+}
 
 Turns::~Turns() {
     for (const Turn &turn : waiting)

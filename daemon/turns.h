@@ -19,15 +19,20 @@ struct Turn {
     ReadTicket ticket = 0; // of a file that a reader has; 0: nothing is waited for
 };
 
-// Belongs to one walk. Turns that are left when it ends, because memory has run out, are dropped undone.
+// Belongs to one walk. Turns that are left when it ends, because memory has run out, are dropped undone; so are all from the
+// moment on when the run gives up what it is asked for. Then nothing may follow from what the walk has not met.
 struct Turns {
     std::list<Turn> waiting;
+    bool given_up = false;
 
     Turns() = default;
     Turns(const Turns &) = delete;
     Turns &operator=(const Turns &) = delete;
     ~Turns();
 };
+
+// True when the walk goes on to no purpose.
+[[nodiscard]] bool TurnsGivenUp(Turns *turns);
 
 // Puts a turn behind the others, and does those whose time has come.
 void TurnWait(Turns *turns, const std::string &path, TurnStep step, ReadTicket ticket);
@@ -36,10 +41,10 @@ void TurnWait(Turns *turns, const std::string &path, TurnStep step, ReadTicket t
 // not changed since it was, `keep` is done instead. What the steps refer to has to live as long as the walk.
 template <typename Step>
 void TurnTake(Turns *turns, const std::string &path, Step step) {
-    if (turns->waiting.empty())
-        step(path);
-    else
+    if (!turns->waiting.empty())
         TurnWait(turns, path, step, 0);
+    else if (!TurnsGivenUp(turns))
+        step(path);
 }
 template <typename Step, typename Keep>
 void FileTurnTake(Turns *turns, const std::string &path, Step step, Keep keep) {

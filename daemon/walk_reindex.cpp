@@ -147,7 +147,8 @@ void TreeSweep(Reindex *reindex, const char *target) {
     Turns turns;
     TreeCursor cursor =
         TreeBegin(target, {.rules = &ActiveWalkRules().index, .cut = true, .left_out = LeftOutCounted()});
-    for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
+    for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done && !TurnsGivenUp(&turns);
+         event = TreeNext(&cursor)) {
         if (event == TreeEvent::entered)
             DirectoryEnter(reindex, &turns, &cursor);
         else if (event == TreeEvent::entry)
@@ -156,6 +157,7 @@ void TreeSweep(Reindex *reindex, const char *target) {
             DirectoryLeave(reindex, &turns, cursor);
     }
     TurnsFinish(&turns);
+    reindex->well = reindex->well && !turns.given_up;
 }
 
 // False when all of it is on storage that is away.

@@ -74,7 +74,8 @@ void TreeWalk(const char *path, int mode, int mask) {
     KnownPictures known;
     const auto keep = [&](const std::string &file) { KeptFileVisit(&known, file.c_str(), mode, mask); };
     Turns turns;
-    for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
+    for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done && !TurnsGivenUp(&turns);
+         event = TreeNext(&cursor)) {
         if (event == TreeEvent::entered && std::ranges::find(away, cursor.path) != away.end()) {
             AwayTell(cursor.path.c_str());
             TreeLeave(&cursor);

@@ -174,8 +174,11 @@ int PhotoShareTreeAdd(const char *path) {
         syslog(LOG_ERR, "%s (%d) Failed to open directory %s", kLogName, __LINE__, path);
         return -1;
     }
-    for (const std::string &name : names)
+    for (const std::string &name : names) {
+        if (BlVELUIndexRunGivesUp())
+            return -1;
         PhotoShareUpdate((std::string(path) + '/' + name).c_str(), kAlbumCreate);
+    }
     return 0;
 }
 

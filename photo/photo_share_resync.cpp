@@ -90,6 +90,11 @@ bool AlbumsMark(const std::string &target, const std::string &path, const std::s
     for (const std::string &name : unseen)
         AlbumsKeep(sweep, path + '/' + name, prefix + name, "it could not be looked at");
     for (const std::string &name : names) {
+        if (BlVELUIndexRunGivesUp()) {
+            if (sweep != nullptr)
+                sweep->possible = false; // it would not know what is there
+            break;
+        }
         if (!AlbumMark(target.c_str(), (prefix + name).c_str()))
             AlbumsKeep(sweep, path + '/' + name, prefix + name, "it could not be marked");
         if (sweep == nullptr || std::ranges::find(sweep->away, path + '/' + name) == sweep->away.end())

@@ -147,6 +147,15 @@ void RowKeep(Sweep *sweep, const char *path) {
         RowsKeep(sweep, path, met == MetFile::there ? "it could not be saved" : "it could not be read");
 }
 
+// True when the walk goes on to no purpose; then its sweep would not know what is there.
+bool GivenUp(Sweep *sweep) {
+    if (!BlVELUIndexRunGivesUp())
+        return false;
+    if (sweep != nullptr)
+        sweep->possible = false;
+    return true;
+}
+
 int DirectoryRefresh(const char *dir, const std::vector<std::string> &entries, bool again, Sweep *sweep) {
     Known known;
     if (!KnownGet(dir, again, &known)) {
@@ -157,6 +166,8 @@ int DirectoryRefresh(const char *dir, const std::vector<std::string> &entries, b
                     PicturesInStepGet(dir, &known.step);
     Paths new_paths;
     for (const std::string &entry : entries) {
+        if (GivenUp(sweep))
+            return -1;
         char path[kPathSize];
         const int length = snprintf(path, sizeof path, "%s/%s", dir, entry.c_str());
         if (length >= static_cast<int>(sizeof path))
@@ -174,8 +185,11 @@ int DirectoryRefresh(const char *dir, const std::vector<std::string> &entries, b
     }
     if (PictureRowsMark(known.marks) != 0)
         RowsKeep(sweep, dir, "its rows could not be marked");
-    for (const std::string &path : new_paths)
+    for (const std::string &path : new_paths) {
+        if (GivenUp(sweep))
+            return -1;
         NewPathAdd(known, path.c_str());
+    }
     return 0;
 }
 
@@ -184,7 +198,8 @@ int TreeResync(const char *path, bool again, Sweep *sweep, const std::vector<std
         path, {.rules = &ActiveWalkRules().library, .listed = HasDot, .untold = PhotoShareNeedsStat != 0});
     bool begun = false;
     int result = 0;
-    for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done; event = TreeNext(&cursor)) {
+    for (TreeEvent event = TreeNext(&cursor); event != TreeEvent::done && !GivenUp(sweep);
+         event = TreeNext(&cursor)) {
         if (event == TreeEvent::entered && std::ranges::find(away, cursor.path) != away.end()) {
             TreeLeave(&cursor);
             continue;

@@ -433,6 +433,10 @@ inline constexpr size_t kFileStatesMax = 32768;
 // or a connection attempt for each of a thousand files, a run would never end.
 inline constexpr int64_t kDatabaseAwayMilliseconds = 5000;
 
+// Rows that a walk tries in vain, each with its line in the log, before it is broken off because a catalogue is away. What the
+// log tells of a hundred it tells of all.
+inline constexpr uint64_t kRowsLostMax = 100;
+
 // Milliseconds that another writer's lock is waited for. Such programs hold it for moments, and a longer wait would
 // hold up a whole run for one that is stuck.
 inline constexpr int kDatabaseBusyMilliseconds = 10'000;

@@ -104,6 +104,23 @@ uint64_t VELUIndexRunDoubtful(Catalogue catalogue);
 // True when the catalogue was away a moment ago, and is not asked until that moment is over.
 int BlVELUIndexRunAway(Catalogue catalogue);
 
+// Says that the catalogue was away before this run, and that this has been told. As long as it is, the store has one line about
+// it where it `tells`, else none.
+void VELUIndexRunKnownAway(Catalogue catalogue, bool tells);
+
+// True when a catalogue is away and has cost the run so many rows that to go on is in vain (kRowsLostMax; one, by the rules
+// `complete` and where it is known to be away). Whoever goes through many files for the present request breaks off, which is
+// a failure of that request.
+int BlVELUIndexRunGivesUp();
+
+// How a catalogue fared in the run that is over.
+enum class RunFared {
+    untold, // it was not asked, or what it took may be lost
+    well,
+    away, // something could not be stored because of that
+};
+RunFared VELUIndexRunFared(Catalogue catalogue);
+
 // Makes sure that the catalogue takes writes at this moment, as far as that can be seen without one. Returns 0, or -1,
 // which is a failure of the present request.
 int VELUIndexRunReach(Catalogue catalogue);

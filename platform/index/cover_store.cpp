@@ -14,6 +14,7 @@
 #include "platform/index/cover_notes.h"
 #include "platform/index/cover_pictures.h"
 #include "platform/index/cover_place.h"
+#include "platform/index/run_state.h"
 #include "platform/media_record.h"
 #include "platform/own_group.h"
 
@@ -104,6 +105,12 @@ bool IsOutOfRoom(int error) {
     return error == ENOSPC || error == EDQUOT;
 }
 
+// Where there is no room for one cover there is none for most, in this run and when its requests are done again.
+bool IsNoRoomNews() {
+    run_state.covers_no_room = true;
+    return !std::exchange(run_state.covers_no_room_told, true);
+}
+
 } // namespace
 
 int CoverStore(const char *media_path, const CoverPicture &picture, CoverStored *stored) {
@@ -112,13 +119,15 @@ int CoverStore(const char *media_path, const CoverPicture &picture, CoverStored 
     if (PlaceMake(media_path, picture.format, &place) && PictureStore(place, picture, stored)) {
         if (!place.is_new)
             CoverFolderClean(place.folder.c_str(), place.path.c_str() + place.folder.size() + 1);
+        run_state.covers_stored = true;
         return 0;
     }
     const int error = errno;
     if (IsOutOfRoom(error))
         VELUIndexRunRequestKeep();
-    syslog(LOG_ERR, "%s (%d) Failed to store the cover of %s. (%s)", kLogName, __LINE__, media_path,
-           error != 0 ? strerror(error) : "there is no place for it");
+    if (!IsOutOfRoom(error) || IsNoRoomNews())
+        syslog(LOG_ERR, "%s (%d) Failed to store the cover of %s. (%s)", kLogName, __LINE__, media_path,
+               error != 0 ? strerror(error) : "there is no place for it");
     *stored = {};
     if (!place.folder.empty())
         CleanOldCover(place.folder.c_str());

@@ -14,6 +14,7 @@
 #include "platform/index/cover_notes.h"
 #include "platform/index/cover_place.h"
 #include "platform/index/run_session.h"
+#include "platform/limits.h"
 
 namespace {
 
@@ -191,12 +192,38 @@ int BlVELUIndexRunAway(Catalogue catalogue) {
     return SessionWasAway(SessionOf(catalogue));
 }
 
+void VELUIndexRunKnownAway(Catalogue catalogue, bool tells) {
+    AccountOf(catalogue).known = true;
+    SessionOf(catalogue).away_told = !tells;
+}
+
+int BlVELUIndexRunGivesUp() {
+    for (const Catalogue catalogue : {Catalogue::media, Catalogue::photo}) {
+        const RunAccount::Part &part = AccountOf(catalogue);
+        const uint64_t bearable = part.known || run.rules == RuleSet::complete ? 1 : kRowsLostMax;
+        if (part.lost >= bearable && SessionWasAway(SessionOf(catalogue))) {
+            VELUIndexRunRequestKeep();
+            return 1;
+        }
+    }
+    return 0;
+}
+
+RunFared VELUIndexRunFared(Catalogue catalogue) {
+    const RunAccount::Part &part = AccountOf(catalogue);
+    if (part.lost > 0)
+        return RunFared::away;
+    return part.reached && part.doubtful == 0 ? RunFared::well : RunFared::untold;
+}
+
 int VELUIndexRunReach(Catalogue catalogue) {
     if (!SessionConnect(catalogue, account.request))
         return -1;
-    return SessionBatchBegin(&SessionOf(catalogue))
-               ? 0
-               : SessionFailed(catalogue, "a request that is done again");
+    Session &session = SessionOf(catalogue);
+    const bool taken =
+        SessionBatchBegin(&session) &&
+        (!AccountOf(catalogue).known || StoreWriteNothing(session.connection->db.get(), catalogue) == 0);
+    return taken ? 0 : SessionFailed(catalogue, "a request that is done again");
 }
 
 void VELUIndexRunRequestKeep() {
@@ -242,9 +269,14 @@ int VELUIndexRunEnd() {
     }
     if (run.active)
         AccountTell(account);
-    for (Session &session : run.sessions)
-        session = Session();
+    for (const Catalogue catalogue : {Catalogue::media, Catalogue::photo}) {
+        AccountOf(catalogue).reached = SessionOf(catalogue).connection != nullptr;
+        SessionOf(catalogue) = Session();
+    }
     CoverNotesEnd();
+    if (std::exchange(run_state.covers_stored, false))
+        run_state.covers_no_room_told = run_state.covers_no_room;
+    run_state.covers_no_room = false;
     run.cover_dir.reset();
     run.active = false;
     return run.away || !account.failed.spans.empty() ? -1 : 0;

@@ -41,6 +41,8 @@ void AccountDoubt(RunAccount *account, Catalogue catalogue) {
 void AccountTell(const RunAccount &account) {
     for (const Catalogue catalogue : {Catalogue::media, Catalogue::photo}) {
         const RunAccount::Part &part = account.of[static_cast<size_t>(catalogue)];
+        if (part.known)
+            continue;
         if (part.lost > 1)
             syslog(LOG_ERR, "%s (%d) The %s was away: %" PRIu64 " rows are not stored. (%s)", kLogName,
                    __LINE__, CatalogueName(catalogue), part.lost, part.reason.c_str());

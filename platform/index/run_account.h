@@ -19,6 +19,8 @@ struct RunAccount {
         uint64_t doubtful = 0; // requests up to this one may have lost what was committed
         uint64_t lost = 0;     // statements, each about a row, that failed because the store was away
         std::string reason;    // of the first of them
+        bool known = false;    // it was away before, and that has been told
+        bool reached = false;  // by the run that is over
         uint64_t failures = 0; // statements, for whatever reason; also of earlier runs
         uint64_t losses =
             0; // times that what was reported as done was lost or may have been; also of earlier runs
@@ -35,5 +37,6 @@ void AccountLost(RunAccount *account, Catalogue catalogue, uint64_t request, con
 // Notes that what was committed for the requests so far may be lost.
 void AccountDoubt(RunAccount *account, Catalogue catalogue);
 
-// Logs for each catalogue that was away how many rows are not stored. A single one has had its line when it failed.
+// Logs for each catalogue that was away, and not known to be, how many rows are not stored. A single one has had its line when
+// it failed.
 void AccountTell(const RunAccount &account);

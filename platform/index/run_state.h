@@ -67,6 +67,9 @@ struct RunState {
     // When that failed last. What the kernel could not write it may take for written: pictures that are as old are read from
     // memory as they should be, and may be on the disk otherwise.
     time_t covers_failed = 0;
+    bool covers_stored = false;  // one was, since the run has begun
+    bool covers_no_room = false; // likewise for one
+    bool covers_no_room_told = false;
     bool music_dirty = false; // the table was written to since its marker was cleared
     bool video_dirty = false;
     SavedRows saved;  // by the sweep that goes on

@@ -58,11 +58,14 @@ int StoreRun(StoreConnection *connection, int statement, const VELUDBValue *valu
     return VELUDBRun(connection->db.get(), prepared, values, count, rows);
 }
 
+int StoreWriteNothing(VELUDB *db, Catalogue catalogue) {
+    return VELUDBExecute(db, kFirstWrites[static_cast<size_t>(catalogue)], nullptr) < 0 ? -1 : 0;
+}
+
 int StoreBegin(VELUDB *db, Catalogue catalogue, bool one_view) {
     if ((one_view ? VELUDBBeginOneView(db) : VELUDBBegin(db)) != 0)
         return -1;
-    const char *first = kFirstWrites[static_cast<size_t>(catalogue)];
-    if (!VELUDBWordsOf(db).pooled || VELUDBExecute(db, first, nullptr) >= 0)
+    if (!VELUDBWordsOf(db).pooled || StoreWriteNothing(db, catalogue) == 0)
         return 0;
     VELUDBRollback(db);
     return -1;

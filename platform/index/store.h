@@ -37,6 +37,9 @@ int StoreRun(StoreConnection *connection, int statement, const VELUDBValue *valu
 // reads: what answers is the database itself, which takes writes, and no copy that lags behind. Returns 0 or -1.
 int StoreBegin(VELUDB *db, Catalogue catalogue, bool one_view = false);
 
+// Runs a write that changes nothing. Returns 0, or -1 where none may be.
+int StoreWriteNothing(VELUDB *db, Catalogue catalogue);
+
 // Runs `call`, which returns at least 0 when all is well, in such a transaction of its own where the engine must not run
 // anything outside of one. Returns its result, or -1.
 template <typename Call>

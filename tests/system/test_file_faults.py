@@ -61,6 +61,27 @@ def test_a_disk_that_is_full(small):
     assert music_rows(small) == sorted(files)
 
 
+def test_a_disk_that_is_full_to_its_last_byte_is_told_as_such(small):
+    """Not even the files beside the database can be made then."""
+    small.write(f"{MUSIC}/first.pcm")
+    small.index(f"a:{MUSIC}/first.pcm")
+    small.stop()
+    emptied = small.box.ask("run", arguments=["/bin/sh", "-c", f"rm -f {FOLDER}/*-wal {FOLDER}/*-shm; cat /dev/zero > {FOLDER}/all"],
+                            environment={}, timeout=60)
+    assert "No space left" in emptied["err"], emptied
+    small.start()
+    small.write(f"{MUSIC}/second.pcm")
+    run_until_kept(small, f"a:{MUSIC}/second.pcm")
+    texts = small.log.texts()
+    assert any("database or disk is full" in text for text in texts)
+    assert not any("disk I/O error" in text or "unable to open" in text for text in texts), texts
+    status, out = small.ctl("status")["status"], small.ctl("status")["out"]
+    assert "disk is full" in " ".join(out.split()), (status, out)
+    mount(small, "-o", "remount,size=64m", FOLDER)
+    small.wait_done()
+    assert music_rows(small) == [f"{MUSIC}/first.pcm", f"{MUSIC}/second.pcm"]
+
+
 def test_a_file_system_that_is_read_only(small):
     small.write(f"{MUSIC}/first.pcm")
     small.index(f"a:{MUSIC}/first.pcm")
@@ -108,11 +129,31 @@ def test_a_file_that_is_damaged_is_left_alone_until_somebody_takes_it_away(daemo
     assert daemon.paths("music") == [f"{MUSIC}/first.pcm"]
 
 
-def test_a_cover_without_room_has_its_request_kept_by_the_rules_complete(make_daemon):
+def with_few_covers(make_daemon):
+    """A daemon, not started yet, whose covers have no room."""
     box = make_daemon(speed=READERS_SPEED)
     patience_of_tests(box, rules="complete")
     box.mkdir(COVERS)
     mount(box, "-t", "tmpfs", "-o", "size=4k", "none", COVERS)
+    return box
+
+
+def test_covers_without_room_are_told_once(make_daemon):
+    box = with_few_covers(make_daemon)
+    for number in range(9):
+        box.write(f"/volume1/music/{number}.mp3",
+                  id3.tag(4, id3.picture(4, photo.jpeg(3, 2) + bytes([number]) * 20000)) + short_songs.FRAME * 3)
+    box.start()
+    run_until_kept(box, "R:music")
+    wait_for(lambda: box.logged("veluindexd.c", KEPT_LINE) >= 3, "two more attempts")
+    assert sum("Failed to store the cover" in text for text in box.log.texts()) == 1
+    mount(box, "-o", "remount,size=1m", COVERS)
+    box.wait_done()
+    assert all(row["has_cover"] == 1 for row in box.rows("music"))
+
+
+def test_a_cover_without_room_has_its_request_kept_by_the_rules_complete(make_daemon):
+    box = with_few_covers(make_daemon)
     song = box.write("/volume1/music/song.mp3",
                      id3.tag(4, id3.text(4, "TIT2", "T"), id3.picture(4, photo.jpeg(3, 2) + bytes(20000))) + short_songs.FRAME * 3)
     box.start()

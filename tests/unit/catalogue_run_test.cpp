@@ -210,6 +210,43 @@ TEST_F(SqliteRun, AStoreLockedPastTheTimeoutFailsTheRunAndComesBack) {
     EXPECT_EQ(BlVELUIndexIsMusicTableDirty(), 1);
 }
 
+TEST_F(SqliteRun, ARunGivesUpWhenItIsInVain) {
+    ASSERT_EQ(Save(0, "/first"), 0);
+    sqlite_busy_milliseconds = 10;
+    Peer peer;
+    ASSERT_EQ(VELUDBBegin(peer.db), 0);
+    const auto given_up_at = [](uint64_t rows) {
+        VELUIndexRunRequest(1);
+        for (uint64_t i = 0; i < rows; ++i) {
+            EXPECT_EQ(BlVELUIndexRunGivesUp(), 0) << i;
+            EXPECT_EQ(Save(0, "/" + std::to_string(i)), -1);
+        }
+        VELUIndexRunRequest(2);
+        EXPECT_EQ(BlVELUIndexRunGivesUp(), 1);
+        EXPECT_EQ(BlVELUIndexRunRequestFailed(2), 1) << "whoever breaks off has to ask again";
+        run_now += kDatabaseAwayMilliseconds;
+        EXPECT_EQ(BlVELUIndexRunGivesUp(), 0) << "it may be back";
+        EXPECT_EQ(VELUIndexRunEnd(), -1);
+        EXPECT_EQ(VELUIndexRunFared(Catalogue::media), RunFared::away);
+        EXPECT_EQ(VELUIndexRunFared(Catalogue::photo), RunFared::untold);
+    };
+    VELUIndexRunBegin();
+    given_up_at(kRowsLostMax);
+    for (const bool tells : {true, false}) {
+        LogCatcher log;
+        VELUIndexRunBegin();
+        VELUIndexRunKnownAway(Catalogue::media, tells);
+        given_up_at(1);
+        EXPECT_EQ(log.Lines().size(), tells ? 1u : 0u);
+    }
+    VELUDBRollback(peer.db);
+    VELUIndexRunBegin();
+    EXPECT_EQ(Save(0, "/back"), 0);
+    EXPECT_EQ(BlVELUIndexRunGivesUp(), 0);
+    EXPECT_EQ(VELUIndexRunEnd(), 0);
+    EXPECT_EQ(VELUIndexRunFared(Catalogue::media), RunFared::well);
+}
+
 // Nothing is asked of a database that was away a moment ago, though it is back, until that moment is over.
 TEST_F(SqliteRun, ADatabaseThatWasAwayIsAskedAgainAfterAWhile) {
     ASSERT_EQ(Save(0, "/first"), 0);

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "catalogue/features.h"
+#include "platform/limits.h"
 #include "platform/veludb.h"
 #include "tools/veluctl/catalogue_advice.h"
 #include "tools/veluctl/catalogue_reader.h"
@@ -18,6 +19,9 @@ namespace {
 
 // What a transaction of a few rows needs, with its journal.
 constexpr int64_t kRoomMin = 256 * 1024;
+
+// In seconds: what lasts is told again so seldom, or soon after.
+constexpr int64_t kToldAgain = 2 * kQueueRetryLast / 1000;
 
 constexpr Catalogue kBoth[] = {Catalogue::media, Catalogue::photo};
 
@@ -56,6 +60,15 @@ std::optional<StoreAway> AwayLogged(const LoggedLine &line) {
             return StoreAway{reason + CatalogueHint(catalogue, reason), IsLasting(catalogue, reason)};
     }
     return std::nullopt;
+}
+
+StoreAway AwayLoggedIn(int64_t from, int64_t to) {
+    const LogAnswer log = LogRead(from, to);
+    for (auto line = log.lines.rbegin(); line != log.lines.rend(); ++line) {
+        if (std::optional<StoreAway> away = AwayLogged(*line))
+            return *away;
+    }
+    return {};
 }
 
 // What can be done about it stands behind the reason.
@@ -99,10 +112,8 @@ StoreAway AwayRead() {
 } // namespace
 
 StoreAway StoreAwayLook(int64_t since) {
-    const LogAnswer log = LogRead(since, time(nullptr));
-    for (auto line = log.lines.rbegin(); line != log.lines.rend(); ++line) {
-        if (std::optional<StoreAway> away = AwayLogged(*line))
-            return *away;
-    }
-    return AwayRead();
+    if (const StoreAway logged = AwayLoggedIn(since, time(nullptr)); !logged.reason.empty())
+        return logged;
+    const StoreAway read = AwayRead();
+    return read.reason.empty() ? AwayLoggedIn(since - kToldAgain, since) : read;
 }
