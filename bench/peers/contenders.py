@@ -267,7 +267,7 @@ def measure_in(root, contender, request, tree, kind, ahead=False):
     if not contender.program.exists():
         raise BenchError(f"{contender.program} is missing: run `scripts/deps bench` and build veluindexd and peers_floor")
     environment = {**os.environ, "SANDBOX_ROOT": str(root), "SANDBOX_BIND": f"{tree}\n{share_of(kind)}"}
-    done = subprocess.run([*(AHEAD_OF_ALL if ahead else ()), TREE / "tests/sandbox", "/usr/bin/python3", "-S", MEASURE, json.dumps({**request, "timeout": TIMEOUT})],
+    done = subprocess.run([*(AHEAD_OF_ALL if ahead else ()), TREE / "tests/sandbox", "/usr/bin/python3", "-S", MEASURE, json.dumps({**request, "ahead": ahead, "timeout": TIMEOUT})],
                           env=environment, capture_output=True, text=True, check=False)
     output = root / "tmp/output"
     if done.returncode:

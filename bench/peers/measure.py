@@ -6,7 +6,8 @@ signal: SIGUSR1 to this process, whose id is in the pid file of the media server
 update: the music player at the socket `path` has no update running; rows: what the query `sql` counts in the database `path` has
 not grown for a while; the end is when it last did); `begin`, a file that shows that the scan has begun
 by going, by coming or, with a `begin_text`, by holding that (without it the scan begins with the program); what to
-`ask` the music player for first; `calls`, which has system calls counted; and `timeout`. Prints a JSON object.
+`ask` the music player for first; `calls`, which has system calls counted; `ahead`, which keeps all at the priority that they are started
+with; and `timeout`. Prints a JSON object.
 """
 import ctypes
 import json
@@ -34,6 +35,24 @@ SETTLED = 3
 # How often the end is looked for where nothing tells it, and how often the memory of all processes is read.
 TICK = 0.002
 MEMORY_TICK = 0.05
+
+
+# What a process lowers itself by below all others, against libseccomp's numbers for "allow" and "fail with EPERM".
+PRIORITY_CALLS = (b"sched_setscheduler", b"sched_setattr")
+ALLOW, FAIL = 0x7FFF0000, 0x00050001
+
+
+def keep_priorities():
+    """From now on nobody changes its scheduling. Some give way to whatever the machine does beside them, and so would come last where
+    the others come first."""
+    library = ctypes.CDLL("libseccomp.so.2")
+    library.seccomp_init.restype = ctypes.c_void_p
+    context = ctypes.c_void_p(library.seccomp_init(ALLOW))
+    for call in PRIORITY_CALLS:
+        if library.seccomp_rule_add(context, FAIL, library.seccomp_syscall_resolve_name(call), 0) != 0:
+            raise RuntimeError(f"no rule for {call.decode()}")
+    if library.seccomp_load(context) != 0:
+        raise RuntimeError("the kernel takes no rules for system calls")
 
 
 class Peaks:
@@ -219,6 +238,8 @@ def main():
     request = json.loads(sys.argv[1])
     ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
     os.setpriority(os.PRIO_PROCESS, 0, NICENESS)
+    if request.get("ahead"):
+        keep_priorities()
     signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGUSR1})
     with open(SERVER_PID_FILE, "w", encoding="ascii") as file:
         file.write(str(os.getpid()))
