@@ -22,6 +22,7 @@
 #include "daemon/walk_rules.h"
 #include "daemon/walker.h"
 #include "photo/album_path.h"
+#include "photo/library_films.h"
 #include "photo/photo_index.h"
 #include "photo/photo_share.h"
 #include "photo/photo_sync.h"
@@ -71,8 +72,8 @@ void RowsBelow(const std::string &directory, Take take) {
     }
 }
 
-// Removes the library's rows at and below a path that are of pictures which are not there.
-void GonePicturesRemove(const std::string &path) {
+// Removes the library's rows at and below a path that are of pictures and films which are not there.
+void GoneLibraryRowsRemove(const std::string &path) {
     if (!ActiveWalkRules().library_follows || !IsInPhotoLibrary(path.c_str()))
         return;
     std::vector<std::string> gone;
@@ -82,6 +83,7 @@ void GonePicturesRemove(const std::string &path) {
         gone.push_back(path);
     for (const std::string &picture : gone)
         PhotoIndexDelete(picture.c_str());
+    LibraryFilmsSettle(path.c_str());
 }
 
 // Removes the rows of a directory and of those above it, below `top`, that are gone.
@@ -191,6 +193,17 @@ void LibraryLeave(const char *old_path) {
     PhotoShareUpdate(AlbumPathOf(old_path).c_str(), kAlbumDelete);
 }
 
+// Has the library take what the media catalogue says of a file by its new name.
+void LibraryFollow(const char *new_path, const char *old_path, bool left_out) {
+    if (!left_out && HasPictureExtension(new_path)) {
+        PhotoLibraryFileUpdate(new_path, kIndexUpdate);
+    } else if (HasFilmExtension(new_path)) {
+        LibraryFilmsMove(new_path, old_path);
+        if (!left_out && !IsOutOfSight(new_path))
+            VELUIndexPhotoUpdateVideoStatus(new_path);
+    }
+}
+
 void FileRename(const char *new_path, const char *old_path) {
     const bool left_out = IsLeftOutPath(new_path);
     if (!left_out)
@@ -205,9 +218,9 @@ void FileRename(const char *new_path, const char *old_path) {
         return;
     }
     PhotoPathRename(new_path, old_path, 0);
-    if (ActiveWalkRules().library_follows && HasPictureExtension(new_path) && !left_out)
-        PhotoLibraryFileUpdate(new_path, kIndexUpdate);
-    if (supportcinehall && BlVELUIndexIsVideoOnWebFile(new_path))
+    if (ActiveWalkRules().library_follows)
+        LibraryFollow(new_path, old_path, left_out);
+    else if (supportcinehall && BlVELUIndexIsVideoOnWebFile(new_path))
         VideoTablesRename(new_path, old_path);
 }
 
@@ -232,10 +245,12 @@ void TreeRename(const char *new_path, const char *old_path) {
     }
     PhotoPathRename(new_path, old_path, 1);
     PhotoShareRename(AlbumPathOf(new_path).c_str(), AlbumPathOf(old_path).c_str());
-    if (walked_last)
+    if (walked_last) {
+        LibraryFilmsMove(new_path, old_path);
         IndexDirWalk(new_path, kIndexAdd, kWalkMedia | kWalkPhotoLibrary);
-    if (supportcinehall)
+    } else if (supportcinehall) {
         VideoTablesRename(new_path, old_path);
+    }
 }
 
 } // namespace
@@ -244,7 +259,7 @@ void RenamesSettle() {
     for (const std::string &tree : std::exchange(moved_to, {})) {
         GoneRowRemove(tree);
         RowsBelow(tree, GoneRowRemove);
-        GonePicturesRemove(tree);
+        GoneLibraryRowsRemove(tree);
     }
 }
 

@@ -167,6 +167,12 @@ PhotoFileKind PhotoFileKindGet(const char *extension) {
     return BlVELUIndexIsVideo(extension) ? PhotoFileKind::video : PhotoFileKind::none;
 }
 
+bool HasFilmExtension(const char *path) {
+    const char *dot = strrchr(path, '.');
+    const PhotoFileKind kind = dot != nullptr ? PhotoFileKindGet(dot + 1) : PhotoFileKind::none;
+    return kind == PhotoFileKind::video || kind == PhotoFileKind::web_video;
+}
+
 int PhotoLibraryFileUpdate(const char *path, int mode, bool *missed) {
     if (path == nullptr)
         return BadParameter(__LINE__);

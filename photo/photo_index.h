@@ -35,3 +35,6 @@ void PhotoTimeText(time_t time, char *text, size_t size);
 enum class PhotoFileKind { none, picture, web_video, video };
 
 PhotoFileKind PhotoFileKindGet(const char *extension);
+
+// True for a path with the extension of a film.
+[[nodiscard]] bool HasFilmExtension(const char *path);

@@ -22,6 +22,7 @@
 #include "daemon/walk_rules.h"
 #include "photo/directory_names.h"
 #include "photo/flv_converter.h"
+#include "photo/library_films.h"
 #include "photo/photo_index.h"
 #include "photo/photo_known.h"
 #include "photo/photo_rows.h"
@@ -257,6 +258,8 @@ int ShareResync(bool again) {
         syslog(LOG_ERR, "%s (%d) Failed to delete none updated rows.", kLogName, __LINE__);
         return -1;
     }
+    if (ActiveWalkRules().library_follows)
+        LibraryFilmsSettle(target);
     if (sweep.whole && !StorageRemember(target, away, sweep.links))
         syslog(LOG_ERR, "%s (%d) Failed to write %s. (%s)", kLogName, __LINE__, storage_files.remembered,
                strerror(errno));

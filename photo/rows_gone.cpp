@@ -29,7 +29,8 @@ bool PathIsGone(const char *path) {
     return stat(place.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
-bool RowsGoneGet(Catalogue catalogue, int table, const char *directory, std::vector<std::string> *paths) {
+bool RowsGoneGet(Catalogue catalogue, int table, const char *directory, std::vector<std::string> *paths,
+                 const std::function<bool(const char *)> &as_gone) {
     SqlName name;
     if (!SqlNameEscape(directory, &name, kLogName))
         return false;
@@ -47,10 +48,12 @@ bool RowsGoneGet(Catalogue catalogue, int table, const char *directory, std::vec
         syslog(LOG_ERR, "%s (%d) Error occurred, failed to get records.", kLogName, __LINE__);
         return false;
     }
+    const auto is_gone = [&](const char *path) {
+        return PathIsGone(path) ? !is_away(path) : as_gone != nullptr && as_gone(path);
+    };
     const VELUDBResult *result = VELUIndexRowsResult(rows.get());
     for (int row = -1; VELUDBFetchRow(result, &row) == 0;)
-        if (const char *path = VELUDBFetchField(result, row, "path");
-            path != nullptr && PathIsGone(path) && !is_away(path))
+        if (const char *path = VELUDBFetchField(result, row, "path"); path != nullptr && is_gone(path))
             paths->emplace_back(path);
     return true;
 }

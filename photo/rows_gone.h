@@ -3,6 +3,7 @@
 // Rows whose files are gone.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 [[nodiscard]] bool PathIsGone(const char *path);
 
 // The paths under a directory that rows of a table of a catalogue have, and that are gone: what lies on storage that is away
-// is not. False when the rows cannot be read.
+// is not. With `as_gone` also what is there, and that says to be as good as gone. False when the rows cannot be read.
 [[nodiscard]] bool RowsGoneGet(Catalogue catalogue, int table, const char *directory,
-                               std::vector<std::string> *paths);
+                               std::vector<std::string> *paths,
+                               const std::function<bool(const char *)> &as_gone = nullptr);

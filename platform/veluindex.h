@@ -288,6 +288,10 @@ int VELUPhotoDeleteNoUpdateRows();
 // Makes or refreshes the row of a video in video_desc and sets its `updated` mark.
 int VELUIndexPhotoUpdateVideoStatus(const char *path);
 
+// Moves the rows of video_desc and video_comment at and below a path; descriptions at the new paths give way. Neither path may lie in
+// the other. Returns 0 or -1.
+int VELUIndexPhotoVideosMove(const char *new_path, const char *old_path);
+
 // --- Programs beside the daemon ----------------------------------------------------------------------------
 
 // Room for a URI: a path fits, and what a server's administrator types.

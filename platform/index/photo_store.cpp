@@ -226,6 +226,24 @@ int VELUIndexPhotoUpdateVideoStatus(const char *path) {
         RunWrite(Catalogue::photo, StatementOf(StoreOperation::markVideo), {TextValue(path)}) < 0 ? -1 : 0);
 }
 
+int VELUIndexPhotoVideosMove(const char *new_path, const char *old_path) {
+    const std::string from = WithoutTrailingSlashes(old_path != nullptr ? old_path : "");
+    const std::string to = WithoutTrailingSlashes(new_path != nullptr ? new_path : "");
+    if (from.empty() || to.empty() || PathIsAtOrUnder(from, to) || PathIsAtOrUnder(to, from))
+        return BadPhotoParameter(__LINE__);
+    const PathRange range = RangeUnder(from);
+    const auto write = [&](StoreOperation operation, int table) {
+        return RunWrite(Catalogue::photo, StatementOf(operation, kPhotoTables[table]),
+                        {TextValue(to), TextValue(from), TextValue(from), TextValue(range.low),
+                         TextValue(range.high)}) >= 0;
+    };
+    RunScope scope;
+    const bool moved = write(StoreOperation::displaceOwn, kPhotoTableVideoDesc) &&
+                       write(StoreOperation::moveMedia, kPhotoTableVideoDesc) &&
+                       write(StoreOperation::moveMedia, kPhotoTableVideoComment);
+    return scope.Finish(moved ? 0 : -1);
+}
+
 int VELUUpdatePhotoPath(const PhotoPathList *list, const char *new_path, const char *old_path) {
     const std::string from = WithoutTrailingSlashes(old_path != nullptr ? old_path : "");
     const std::string to = WithoutTrailingSlashes(new_path != nullptr ? new_path : "");

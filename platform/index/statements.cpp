@@ -298,6 +298,9 @@ std::string StatementText(int statement) {
     case StoreOperation::displaceMedia:
         return "delete from " + table +
                " where path in (select " MOVED_PATH " from file_state where " OF_MOVED_TREE ")";
+    case StoreOperation::displaceOwn:
+        return "delete from " + table + " where path in (select " MOVED_PATH " from " + table +
+               " where " OF_MOVED_TREE ")";
     case StoreOperation::moveMedia:
         return "update " + table + " set path = " MOVED_PATH " where " OF_MOVED_TREE;
     case StoreOperation::moveMediaFile:

@@ -9,7 +9,7 @@ from harness.photo_facts import EXPLAINED, expected, library
 from test_complete_facts import again as done
 from test_complete_facts import box, read  # noqa: F401  (box is a fixture)
 
-PHOTO = "/volume1/photo"
+MUSIC, PHOTO = "/volume1/music", "/volume1/photo"
 # The photo library's columns, the media catalogue's, and the facts that exiftool's tags amount to.
 COLUMNS = {"make": "camera_make", "model": "camera_model", "exposure": "exposure_time", "fnumber": "f_number", "date_taken": "date_taken",
            "iso": "iso_speed", "width": "width", "height": "height", "file_size": "file_size"}
@@ -162,3 +162,48 @@ def test_films_come_to_the_photo_catalogue_by_their_folder(box, samples):  # noq
         box.copy(samples / "clip.avi", f"{PHOTO}/Trip/{name}")
     done(box, f"A:{PHOTO}/Trip")
     assert by_path(box, "video_desc").keys() == {f"{PHOTO}/Trip/a.avi", f"{PHOTO}/Trip/b.mp4"}
+
+
+def described(box):
+    return {row["path"]: row["title"] for row in box.rows("video_desc")}
+
+
+def test_what_is_written_of_films_goes_where_they_go(box, samples):  # noqa: F811
+    film = box.copy(samples / "clip.avi", f"{PHOTO}/Trip/film.avi")
+    done(box, f"a:{film}")
+    box.catalogue.store("update video_desc set title = 'Home'", ())
+    box.catalogue.store("insert into video_comment (path) values (?)", (film,))
+
+    def moved(old, new):
+        box.box.ask("run", arguments=["/bin/mv", old, new], environment={}, timeout=60)
+        done(box, f"N:{new}:{old}")
+
+    moved(film, f"{PHOTO}/Trip/other.avi")
+    assert described(box) == {f"{PHOTO}/Trip/other.avi": "Home"}
+    moved(f"{PHOTO}/Trip", f"{PHOTO}/Travel")
+    assert described(box) == {f"{PHOTO}/Travel/other.avi": "Home"}
+    assert box.paths("video_comment") == [f"{PHOTO}/Travel/other.avi"]
+    box.copy(samples / "clip.avi", f"{PHOTO}/Travel/in the way.avi")
+    done(box, f"a:{PHOTO}/Travel/in the way.avi")
+    moved(f"{PHOTO}/Travel/other.avi", f"{PHOTO}/Travel/in the way.avi")
+    assert described(box) == {f"{PHOTO}/Travel/in the way.avi": "Home"}
+    outside = f"{MUSIC}/film.avi"
+    moved(f"{PHOTO}/Travel/in the way.avi", outside)
+    assert described(box) == {} and outside in box.paths("video")
+    moved(outside, film.replace("/Trip/", "/Travel/"))
+    assert described(box) == {f"{PHOTO}/Travel/film.avi": ""}
+
+
+def test_resynchronising_forgets_films_that_are_gone_or_left_out(box, samples):  # noqa: F811
+    for name in ("a/gone.avi", "a/kept.avi", "b/hidden.avi"):
+        box.copy(samples / "clip.avi", f"{PHOTO}/{name}")
+    done(box, f"A:{PHOTO}/a", f"A:{PHOTO}/b")
+    assert len(described(box)) == 3
+    box.catalogue.store("update video_desc set title = 'Home'", ())
+    box.remove(f"{PHOTO}/a/gone.avi")
+    box.write(f"{PHOTO}/b/.nomedia")
+    done(box, "R:photo")
+    assert described(box) == {f"{PHOTO}/a/kept.avi": "Home"}
+    box.remove(f"{PHOTO}/b/.nomedia")
+    done(box, "R:photo")
+    assert described(box) == {f"{PHOTO}/a/kept.avi": "Home", f"{PHOTO}/b/hidden.avi": ""}
