@@ -12,3 +12,6 @@ std::vector<std::string> LanguageWords(std::string_view folded);
 
 // Returns the code of ISO 639-2 (for terminology) of the language that a folded word stands for; nothing where it stands for none.
 std::string LanguageCode(std::string_view folded);
+
+// Returns the names of languages, English ones and their own, that are written in Latin letters.
+std::vector<std::string> LanguageNames();
