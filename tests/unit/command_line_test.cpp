@@ -100,7 +100,8 @@ TEST(CommandLine, ValuesAreChecked) {
     EXPECT_EQ(ErrorOf({"a", "-x"}), "-x: 1 required X missing");
     EXPECT_EQ(ErrorOf({"a", "--word"}), "--word: 1 required WORD:{one,two} missing");
     for (const char *value : {"x", "-1", "5x", " 5", "4294967296"})
-        EXPECT_EQ(ErrorOf({"a", "--number", value}), std::string("Could not convert: --number = ") + value);
+        EXPECT_EQ(ErrorOf({"a", "--number", value}),
+                  std::string("--number: \"") + value + "\" is no whole number from 0 to 4294967295");
     EXPECT_EQ(Read({"a", "-n", "4294967295"}).given.number, 4294967295U);
     EXPECT_EQ(ErrorOf({"a", "-w", "three"}), "--word: three not in {one,two}");
     for (const char *value : {"0.4", "11", "x", "1x", "nan"})

@@ -23,7 +23,7 @@ std::string Take(const CommandTarget &target, const std::string &name, const cha
         const char *end = value + strlen(value);
         const auto [rest, error] = std::from_chars(value, end, **number);
         if (rest != end || error != std::errc())
-            return "Could not convert: " + name + " = " + value;
+            return name + ": \"" + value + "\" is no whole number from 0 to " + std::to_string(UINT32_MAX);
     } else if (const auto *range = std::get_if<SecondsTarget>(&target)) {
         char *end = nullptr;
         const double seconds = strtod(value, &end);

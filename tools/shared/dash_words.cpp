@@ -64,8 +64,11 @@ std::vector<char *> WithWordsBehind(const CommandLine &line, const std::vector<c
         }
         const Sort sort = SortOf(line, words[at]);
         (sort == Sort::word ? behind : sorted).push_back(words[at]);
-        if (sort == Sort::option_with_value && at + 1 < words.size())
-            sorted.push_back(words[++at]);
+        if (sort != Sort::option_with_value)
+            continue;
+        if (at + 1 == words.size()) // its value is missing: nothing may stand behind it
+            return sorted;
+        sorted.push_back(words[++at]);
     }
     sorted.push_back(end_of_options);
     sorted.insert(sorted.end(), behind.begin(), behind.end());

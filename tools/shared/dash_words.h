@@ -11,5 +11,6 @@
 bool DashesAreWords(const CommandLine &line);
 
 // Returns the words of a command line with the options in front and all others behind "--", in their order. An option of one letter
-// has its value in the next word, or a number or absolute path right behind it.
+// has its value in the next word, or a number or absolute path right behind it. An option at the end that lacks its value ends the line
+// there, too, so that it is missed.
 std::vector<char *> WithWordsBehind(const CommandLine &line, const std::vector<char *> &words);

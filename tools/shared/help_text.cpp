@@ -7,9 +7,10 @@
 namespace {
 
 constexpr size_t kMeaningColumn = 30;
+constexpr size_t kEntryIndent = 2;
 
 std::string EntryText(const std::string &name, const std::string &meaning) {
-    std::string text = "  " + name;
+    std::string text = std::string(kEntryIndent, ' ') + name;
     if (text.size() >= kMeaningColumn)
         text.append("\n").append(kMeaningColumn, ' ');
     else
@@ -34,20 +35,38 @@ std::string ListText(const HelpList &list) {
     return text;
 }
 
-std::string OptionHead(const CommandOption &option) {
+std::string OptionHeadWith(const CommandOption &option, const std::vector<const char *> &words) {
     std::string text;
     if (option.letter != '\0')
         text.append("-").append(1, option.letter).append(option.name != nullptr ? "," : "");
     if (option.name != nullptr)
         text.append("--").append(option.name);
     if (option.type != nullptr)
-        text += " " + TypeText(option.type, option.words);
+        text += " " + TypeText(option.type, words);
     if (TakesMany(option.target))
         text += " ...";
     if (option.needs != nullptr)
         text.append(" Needs: --").append(option.needs);
     if (option.excludes != nullptr)
         text.append(" Excludes: --").append(option.excludes);
+    return text;
+}
+
+// Words that a line has no room for stand with the meaning.
+bool HasRoomForWords(const CommandOption &option) {
+    return kEntryIndent + OptionHeadWith(option, option.words).size() <= kHelpColumns;
+}
+
+std::string OptionHead(const CommandOption &option) {
+    return OptionHeadWith(option, HasRoomForWords(option) ? option.words : std::vector<const char *>());
+}
+
+std::string OptionMeaning(const CommandOption &option) {
+    std::string text = option.description;
+    if (option.type == nullptr || HasRoomForWords(option))
+        return text;
+    for (const char *word : option.words)
+        text.append(word == option.words.front() ? ": " : ", ").append(word);
     return text;
 }
 
@@ -69,7 +88,7 @@ std::string HelpText(const HelpHead &head, const CommandLine &line, const std::v
     }
     HelpList options = {"Options", {}};
     for (const CommandOption &option : line.options)
-        options.entries.emplace_back(OptionHead(option), option.description);
+        options.entries.emplace_back(OptionHead(option), OptionMeaning(option));
     text += "\n" + ListText(arguments) + ListText(options);
     for (const HelpList &list : more)
         text += ListText(list);
