@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What zsh and fish complete of veluctl's command line: the shells themselves are asked. (bash: test_ctl_catalogue.)"""
+"""What bash, zsh and fish complete of veluctl's command line: the shells themselves are asked. """
 import re
 
 import pytest
@@ -24,6 +24,16 @@ COMPLETED = {
     "veluctl list -k pl": "veluctl list -k playlist",
     "veluctl list alb": "veluctl list albums",
     "veluctl missing cov": "veluctl missing covers",
+    "veluctl missing covers albuma": "veluctl missing covers albumartist",
+    "veluctl list albuma": "veluctl list albumartist",
+    "veluctl list films -d /srv resolution=43": "veluctl list films -d /srv resolution=4320p",
+    "veluctl recent yes": "veluctl recent yesterday",
+    "veluctl recent kind=fil": "veluctl recent kind=film",
+    "veluctl find kind=fil": "veluctl find kind=film",
+    "veluctl find a added=yes": "veluctl find a added=yesterday",
+    "veluctl find subtitles=deut": "veluctl find subtitles=deutsch",
+    "veluctl find has:albuma": "veluctl find has:albumartist",
+    "veluctl export csv cover=y": "veluctl export csv cover=yes",
     "veluctl log --al": "veluctl log --all",
     "veluctl export m3": "veluctl export m3u8",
     "veluctl duplicates rec": "veluctl duplicates recordings",
@@ -45,6 +55,39 @@ def shell(box, *arguments):
 def typed(box):
     box.write("/tmp/only-here.mp3")
     return box
+
+
+# A line is typed into bash's own editor: which words it is made of, and what is put in the place of which, is its affair.
+BASH = r"""
+import os, pty, select, sys
+for line in sys.argv[1:]:
+    pid, end = pty.fork()
+    if pid == 0:
+        os.environ.update(PS1="", INPUTRC="/dev/null")
+        os.execv("/bin/bash", ["bash", "--norc", "--noprofile", "-i"])
+    def send(text):
+        os.write(end, text.encode())
+    def until(mark):
+        seen = b""
+        while mark not in seen:
+            assert select.select([end], [], [], 50)[0], seen
+            seen += os.read(end, 65536)
+        return seen
+    send("set +o history; PS1= PS2=; bind 'set enable-bracketed-paste off'; . /tmp/bash-completion; echo load''ed\n")
+    until(b"loaded\r\n")
+    send(line + "\t\x01echo '<\x05>' ty''ped\n")
+    print(until(b"> typed").rsplit(b"<", 1)[1].split(b">")[0].decode())
+    os.close(end)
+    os.waitpid(pid, 0)
+"""
+
+
+def test_bash_completes_commands_options_words_and_paths(typed):
+    typed.write("/tmp/bash-completion", typed.ctl("--completion")["out"])
+    typed.write("/tmp/ask", BASH)
+    lines = {line: completed for line, completed in COMPLETED.items() if "/tmp/only" not in line or line != completed}
+    answers = shell(typed, "/usr/bin/python3", "/tmp/ask", *lines)
+    assert dict(zip(lines, (answer.rstrip(" =") for answer in answers), strict=True)) == lines
 
 
 def test_zsh_completes_commands_options_words_and_paths(typed):

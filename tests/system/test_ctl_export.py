@@ -95,6 +95,10 @@ def test_a_playlist_is_of_songs_and_films(library):
     assert text.startswith("#EXTM3U\n") and played == sorted(played, key=lambda path: ("video" in path, path)) and len(played) == 4
     assert library.ctl("export", "m3u8", "jazz")["out"] == library.ctl("find", "jazz", "--m3u")["out"] != ""
     assert library.ctl("export", "m3u8", "kind=photo")["status"] == USAGE
+    assert library.ctl("export", "m3u", "jazz") == library.ctl("export", "m3u8", "jazz")
+    answer = library.ctl("export", "m3v")
+    assert answer["status"] == USAGE and "m3u8 (or m3u), jsonl and csv" in answer["err"]
+    assert library.ctl("export", "m3u8", "jazz", "-o", "/tmp/jazz.m3u8") == {"status": DONE, "out": "", "err": "2 rows in '/tmp/jazz.m3u8'.\n"}
 
 
 def test_the_words_are_those_of_find(library):

@@ -151,6 +151,60 @@ def test_languages_go_by_all_their_words(make_daemon):
     assert paths(library, "audio_language=zxx") == ["/volume1/video/other.mkv"] and paths(library, "audio_language=klingon") == []
 
 
+def test_years_of_songs_and_photos(library):
+    taken = int(library.row("photo", PHOTO)["date_taken"][:4])
+    decade = f"{taken // 10}x"
+    assert names(library, "year=1990s") == names(library, "year=199x") == names(library, "year=90s") == names(library, "year=1990-1999") == "be"
+    assert paths(library, "kind=photo", f"year={taken}") == paths(library, "kind=photo", f"year={decade}") == [PHOTO]
+    assert paths(library, "kind=photo", f"year<{taken}") == paths(library, "kind=photo", f"year={taken + 1}..") == []
+    assert paths(library, "kind=photo", f"taken={taken}") == paths(library, "kind=library", f"year={taken}") == [PHOTO]
+    both = paths(library, f"year=..{taken}", "--sort", "-year")
+    assert PHOTO == both[0] and place("a") in both
+    assert paths(library, "kind=photo", "missing:year") == [], "what nobody misses there"
+    groups = found(library, "kind=photo", "or", "kind=song", "--group", "year")
+    assert {group["year"]: group["files"] for group in groups}[taken] >= 1
+
+
+def test_fields_that_two_tables_name_otherwise(library):
+    media.exif(library.box.path(PHOTO), Make="Canon", Model="EOS 5D", ExposureTime="1/125", FNumber=5.6, ISO=200)
+    library.index("R:photo", f"a:{PHOTO}")
+    row = library.row("photo", PHOTO)
+    for field, column in (("make", "camera_make"), ("model", "camera_model"), ("camera", "camera_model"), ("exposure", "exposure_time"),
+                          ("fnumber", "f_number"), ("iso", "iso_speed")):
+        for name in (field, column):
+            for kind in ("photo", "library"):
+                assert paths(library, f"kind={kind}", f'{name}="{row[column]}"') == [PHOTO], (name, kind)
+                assert paths(library, f"kind={kind}", f"missing:{name}") == [], (name, kind)
+
+
+def test_all_of_a_kind_or_a_directory(library):
+    assert paths(library, "--kind", "film") == paths(library, "--kind", "video") == [VIDEO]
+    assert paths(library, "--kind", "song", "--kind", "film") == [*sorted(library.paths("music")), VIDEO]
+    assert paths(library, "--dir", "/volume1/video") == [VIDEO]
+    answer = library.ctl("find")
+    assert answer["status"] == USAGE and "say what to look for" in answer["err"]
+
+
+@pytest.mark.parametrize("words, meant", [
+    (["4k"], "resolution=4k"), (["kind=song", "1080p"], "resolution=1080p"), (["films"], "kind=film"), (["1970s"], "year=1970s"),
+    (["halo", "1953"], "year=1953"), (["yesterday"], "added=yesterday"), (["deutsch"], "subtitles=deutsch"), (["nina", "or", "4k"], None),
+    (["-4k", "nobody knows"], None), (["nobody"], None), (["de"], None), (["7"], None)])
+def test_nothing_found_says_which_field_may_have_been_meant(words, meant, library):
+    answer = library.ctl("find", *words)
+    if meant is None:
+        assert "looked for as a text" not in answer["err"], answer
+    else:
+        assert answer["status"] == FOUND and answer["err"].startswith("No rows.\n") and meant in answer["err"], answer
+    assert library.ctl("find", *words, "--json")["err"] == ""
+
+
+def test_the_part_that_finds_nothing_is_named(library):
+    answer = library.ctl("find", "codec=mp3", "artist=nina", "genre=jazz")
+    assert answer["err"] == "No rows.\n= is the whole text; a part of it is found by 'artist~nina'.\n", answer
+    assert library.ctl("find", "codec=mp3", "artist=nobody")["err"] == "No rows.\n", "nor would a part be found"
+    assert library.ctl("list", "artist=nina")["err"] == answer["err"]
+
+
 def test_dates(library):
     today = time.strftime("%Y-%m-%d", time.gmtime())
     assert names(library, "added>2026-10") == names(library, "added>=2001") == "abcdef"
@@ -226,6 +280,11 @@ def test_a_playlist_of_what_is_found(library):
     (["love", "artits=X"], "artits", "did you mean artist?"),
     (["year=abc"], "abc", "a number"),
     (["title>m"], "title", "is a text"),
+    (["artist", "=", "X"], "artist =", "without blanks: artist=X"),
+    (["love", "artist", "=X"], "artist =X", "without blanks"),
+    (["artist ~ X"], "artist ~", "without blanks"),
+    (["year=", "1990"], "year=", "right behind year="),
+    (["year=19x"], "19x", "199x"),
     (["year~9"], "year", "no text"),
     (["nina", "or"], "or", "stands between"),
     (['"nina'], '"', "not closed"),
@@ -306,14 +365,19 @@ def test_the_shell_completes_names_of_fields(box):
     assert completed(box, "albuma") == ["albumartist="]
     assert completed(box, "mis") == ["missing:"]
     assert completed(box, "has", ":", "albuma") == ["albumartist"]
-    assert completed(box, "kind", "=", "fil") == []
+    assert completed(box, "kind", "=", "fil") == ["film"]
+    assert completed(box, "-kind", "=", "fil") == ["film"]
+    assert completed(box, "resolution", "=", "43") == ["4320p"]
+    assert set(completed(box, "added", "=")) == {"today", "yesterday", "week", "month", "year"}
+    assert completed(box, "subtitles", "=", "deut") == ["deutsch"]
+    assert completed(box, "title", "=", "fil") == [] and completed(box, "codec", "=") == []
     assert completed(box, "--sort", "year,-albuma") == ["year,-albumartist"]
 
 
 def test_the_help_and_the_manual_tell_the_language_with_examples(box):
     texts = box.ctl("find", "--help")["out"], box.ctl("--man")["out"].replace("\\-", "-").replace("\\e", "\\")
     for text in texts:
-        for word in ("title~part", "year=1990..1999", "duration>10:00", "missing:year", "kind=film", "albumartist", "--m3u > evening.m3u8"):
+        for word in ("title~part", "year=1990..1999", "duration>10:00", "size=100k..", "subtitle_file_language", "exposure fnumber date_taken", "missing:year", "kind=film", "albumartist", "--m3u > evening.m3u8"):
             assert word in text, word
     assert "\nExamples:\n" in texts[0] and ".SH EXAMPLES\n" in texts[1]
     *lines, = texts[0].split("\nExit codes:")[0].splitlines()

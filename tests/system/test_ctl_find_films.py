@@ -94,7 +94,7 @@ def test_subtitles_by_their_language_in_the_film_or_beside_it(make_daemon):
     for name in ("beside.de", "other.en.forced", "other.German.sdh", "none", "none.2019"):
         box.write(f"/volume1/video/{name}.srt", b"text")
     box.start().index("A:/volume1/video")
-    for word in ("german", "de", "ger", "deu"):
+    for word in ("german", "de", "ger", "deu", "deutsch", "Deutsch"):
         assert named(box, f"subtitles={word}") == {"beside", "inside", "other"}, word
     assert named(box, "subtitles=english") == {"other"} and named(box, "subtitles=fr") == set()
     assert named(box, "kind=film", "missing:subtitles") == {"none"} and named(box, "has:subtitles") == {"beside", "inside", "other"}
@@ -103,3 +103,26 @@ def test_subtitles_by_their_language_in_the_film_or_beside_it(make_daemon):
     box.write("/volume1/video/none.fr.srt", b"text")
     box.index("A:/volume1/video")
     assert named(box, "subtitles=german") == {"inside", "other"} and named(box, "subtitles=french") == {"none"}
+
+
+def test_languages_are_found_by_what_they_call_themselves(make_daemon):
+    """As the translations of Debian's package iso-codes say it."""
+    box = make_daemon(speed=FILMS_SPEED)
+    box.configure(rules="complete")
+    names = {"deu": "Deutsch", "fra": "français", "spa": "Español", "ita": "Italiano", "por": "Português", "nld": "Nederlands", "swe": "Svenska",
+             "fin": "suomi", "rus": "русский", "ell": "Ελληνικά", "jpn": "日本語", "kor": "한국어", "ces": "čeština", "nor": "Norsk"}
+    for code in names:
+        media.clip(box.box.path(f"/volume1/video/{code}.mkv"), "-frames:v", "1", "-c:v", "mjpeg", "-metadata:s:a:0", f"language={code}")
+    box.start().index("A:/volume1/video")
+    for code, name in names.items():
+        for typed in (name, name.upper()):
+            assert named(box, f"audio_language={typed}".encode().decode("latin-1")) == {code}, (code, typed)
+
+
+def test_a_sign_that_the_shell_has_taken_is_told(films):
+    answer = films.box.ask("run", arguments=["/bin/sh", "-c", f"cd /tmp; {films.ctl_program} find size>100k"], environment={}, timeout=60)
+    assert "size=100k.. says the same" in answer["err"] and "'100k'" in answer["err"], answer
+    for line in ("find size > list.txt", "find 'size>100k' > 100k", "find path > 100k", "find nothing > 100k"):
+        answer = films.box.ask("run", arguments=["/bin/sh", "-c", f"cd /tmp; {films.ctl_program} {line}"], environment={}, timeout=60)
+        assert "shells take" not in answer["err"], (line, answer)
+    assert films.ctl("find", "size")["err"].startswith("No rows.")

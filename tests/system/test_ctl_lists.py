@@ -47,8 +47,9 @@ def test_each_kind_has_its_own_columns(command, library, rules):
     assert headings == ["TITLE", "ARTIST", "ALBUM", "TIME", "SIZE", "PATH"] and len(songs) == len(SONGS)
     headings, film = table(library, command, "kind=film")
     facts = {"complete": (["CODEC", "LANGUAGES"], ["mjpeg", "ger,eng"]), "appliance": ([], [])}[rules]
-    assert headings == ["TITLE", "TIME", "PIXELS", *facts[0], "PATH"]
-    assert (film[0], film[2:]) == ("Big Film", ["1920x800", *facts[1], "/volume1/video/Big Film.mkv"])
+    assert headings == ["TITLE", "TIME", "PIXELS", *facts[0], "SIZE", "PATH"]
+    assert (film[0], film[2:-2], film[-1]) == ("Big Film", ["1920x800", *facts[1]], "/volume1/video/Big Film.mkv")
+    assert re.fullmatch(r"[0-9.]+ k?B", film[-2])
     headings, photo = table(library, command, "kind=photo")
     assert headings == ["TAKEN", "CAMERA", "PIXELS", "SIZE", "PATH"]
     assert photo[:3] == ["2024-05-04 10:11:12", "EOS 5D", "40x30"]
@@ -86,13 +87,37 @@ def test_lists_take_the_words_of_find(library):
     assert library.ctl("missing", "tracks", "genre=jazz")["status"] == DONE
 
 
+def test_lists_of_a_kind(library):
+    for word, kind in (("films", "film"), ("film", "film"), ("songs", "song"), ("photos", "photo"), ("playlists", "playlist")):
+        assert library.ctl_json("list", word) == library.ctl_json("find", f"kind={kind}") == library.ctl_json("list", "--kind", kind) != [], word
+    assert [row["title"] for row in library.ctl_json("list", "songs", "eve", "has:year")] == ["Three"]
+    assert library.ctl("list", "albums")["out"].startswith("FILES"), "no rows of the photo library"
+
+
+def test_recent_of_some_days(library, rules):
+    came = library.ctl_json("recent")
+    assert library.ctl_json("recent", "year") == came != []
+    assert [row["title"] for row in library.ctl_json("recent", "year", "kind=film")] == ["Big Film"]
+    assert [row["title"] for row in library.ctl_json("recent", "film", "--kind", "film")] == ["Big Film"], "any other word is looked for"
+    assert library.ctl_json("recent", "yesterday") == []
+    assert library.ctl_json("recent", "kind=film", "year") == [], "behind other words it is one of them"
+
+
 def test_words_that_mean_nothing_are_marked_here_too(library):
     for command in (["list"], ["list", "albums"], ["missing", "year"], ["recent"]):
         answer = library.ctl(*command, "genre=jazz", "artits=nina")
         assert answer["status"] == USAGE and answer["out"] == "" and "^^^^^^" in answer["err"], (command, answer)
-    for command, there in ((["list", "colours"], "artists, albums"), (["missing", "colours"], "tags, tracks"), (["list", "albums", "kind=library"], "music, video")):
+    for command, there in ((["list", "colours"], "artists, albums, genres, years, cameras, songs, films, photos, playlists"), (["missing", "colours"], "tags, tracks"), (["list", "albums", "kind=library"], "music, video")):
         answer = library.ctl(*command)
         assert answer["status"] == USAGE and there in answer["err"], answer
+
+
+@pytest.mark.parametrize("command", [["list"], ["find", "love"], ["recent", "-live"], ["export", "csv"]])
+def test_a_number_that_is_missing_or_none_is_told(command, daemon):
+    assert "--limit: 1 required ROWS missing" in daemon.ctl(*command, "-n")["err"]
+    for value in ("x", "--json", "-1"):
+        answer = daemon.ctl(*command, "-n", value)
+        assert answer["status"] == USAGE and f'--limit: "{value}" is no whole number' in answer["err"], answer
 
 
 def test_recent_says_how_many_more_there_are(daemon):

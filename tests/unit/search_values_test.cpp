@@ -51,6 +51,25 @@ TEST(SearchValues, Numbers) {
     EXPECT_EQ(Range("=" + std::string(400, '9'), kKind), "wrong");
 }
 
+TEST(SearchValues, YearsAndDecades) {
+    constexpr FieldKind kKind = FieldKind::year;
+    EXPECT_EQ(Range("=1990", kKind), "[1990 1990]");
+    for (const char *decade : {"=1990s", "=90s", "=199x", "=199X", "=1990-1999", "=1990..1999", "=90s..199x"})
+        EXPECT_EQ(Range(decade, kKind), "[1990 1999]") << decade;
+    EXPECT_EQ(Range("=30s", kKind), "[1930 1939]");
+    EXPECT_EQ(Range("=20s", kKind), "[2020 2029]");
+    EXPECT_EQ(Range("=00s", kKind), "[2000 2009]");
+    EXPECT_EQ(Range("=1980s-1990s", kKind), "[1980 1999]");
+    EXPECT_EQ(Range(">1990s", kKind), "(1999 ]");
+    EXPECT_EQ(Range("<199x", kKind), "[ 1990)");
+    EXPECT_EQ(Range("=1990s..", kKind), "[1990 ]");
+    EXPECT_EQ(Range("=-5", kKind), "[-5 -5]");
+    EXPECT_EQ(Range("=1990-", kKind), "[1990 ]");
+    for (const char *text : {"=", "=s", "=x", "=5s", "=95s", "=1995s", "=990s", "=19x", "=1990x", "=-90s",
+                             "=-", "=x-y", "=1990ss", "=99999999999999999999s", ">1990-1999"})
+        EXPECT_EQ(Range(text, kKind), "wrong") << text;
+}
+
 TEST(SearchValues, ResolutionsAreClasses) {
     constexpr FieldKind kKind = FieldKind::resolution;
     EXPECT_EQ(Range("=4K", kKind), "[2160 2160]");

@@ -21,6 +21,12 @@ struct SecondsTarget {
 using CommandTarget =
     std::variant<bool *, uint32_t *, std::string *, std::vector<std::string> *, SecondsTarget>;
 
+// Values that there are behind some of the words that a value may begin with ("cover=", "kind=").
+struct ValueWords {
+    std::vector<std::string> beginnings;
+    std::vector<std::string> values;
+};
+
 struct CommandOption {
     char letter;      // '\0': none
     const char *name; // without dashes; null: none
@@ -41,6 +47,7 @@ struct CommandArgument {
     bool required = false;
     std::vector<const char *> words = {};
     std::vector<std::string> beginnings = {}; // as of an option
+    std::vector<ValueWords> values = {};      // what there is behind these
     bool dashes = false;                      // words that begin with one dash and are no option are values
     bool open = false;                        // other values than `words` are the command's to refuse
 };

@@ -6,9 +6,11 @@
 
 #include "tools/veluctl/overview/groups.h"
 #include "tools/veluctl/requests.h"
+#include "tools/veluctl/search/search_dates.h"
+#include "tools/veluctl/search/search_fields.h"
 #include "tools/veluctl/search/search_help.h"
+#include "tools/veluctl/search/search_value_words.h"
 #include "tools/veluctl/setup/setup_commands.h"
-#include "tools/veluctl/tables.h"
 
 namespace {
 
@@ -102,15 +104,12 @@ OptionList PlaceOptions(Options *options) {
 }
 
 OptionList ListOptions(Options *options) {
-    std::vector<const char *> kinds;
-    for (const CatalogueTable &table : CatalogueTables())
-        kinds.push_back(table.kind);
     return Joined({{{.letter = 'k',
                      .name = "kind",
                      .type = "KIND",
                      .description = "Only rows of this kind; may be given more than once",
                      .target = &options->kinds,
-                     .words = kinds}},
+                     .words = SearchKindWords()}},
                    PlaceOptions(options),
                    FormOptions(options)});
 }
@@ -183,6 +182,7 @@ CommandOption SortOption(Options *options) {
 CommandArgument SearchWordsArgument(const char *description, bool required, Options *options) {
     CommandArgument words = {"words", "WORD", description, &options->words, required};
     words.beginnings = SearchBeginnings();
+    words.values = SearchValueWords();
     words.dashes = true;
     return words;
 }
@@ -198,9 +198,11 @@ ProgramCommand FindMake(Options *options) {
                        .beginnings = SearchFieldNames()},
                       Flag("m3u", "Print a playlist of the songs and films", &options->playlist)};
     own.back().excludes = "json";
-    ProgramCommand command = LookMake("find", "Find rows by words and fields", FindCommand,
-                                      {SearchWordsArgument("What to look for", true, options)},
-                                      Joined({std::move(own), ListOptions(options)}));
+    ProgramCommand command =
+        LookMake("find", "Find rows by words and fields", FindCommand,
+                 {SearchWordsArgument("What to look for; without words: all of a kind or a directory", false,
+                                      options)},
+                 Joined({std::move(own), ListOptions(options)}));
     command.details = SearchHelp();
     command.examples = SearchExamples();
     return command;
@@ -221,12 +223,15 @@ ProgramCommand LogMake(Options *options) {
 ProgramCommand ExportMake(Options *options) {
     OptionList list = ListOptions(options);
     list.resize(list.size() - FormOptions(options).size());
+    CommandArgument form =
+        Needed("form", "FORM",
+               "A playlist of the songs and films in UTF-8 (m3u is the same), a JSON object a line, or CSV",
+               &options->what, ExportForms());
+    form.open = true;
     ProgramCommand command = LookMake(
         "export", "Write all rows, or what find would find, for players and programs", ExportCommand,
-        {Needed("form", "FORM", "A playlist of the songs and films, a JSON object a line, or CSV",
-                &options->what, ExportForms()),
-         SearchWordsArgument("What to look for, as find takes it; without words: everything", false,
-                             options)},
+        {form, SearchWordsArgument("What to look for, as find takes it; without words: everything", false,
+                                   options)},
         Joined({{{.letter = 'o',
                   .name = "output",
                   .type = "FILE",
@@ -235,11 +240,11 @@ ProgramCommand ExportMake(Options *options) {
                   .target = &options->path},
                  SortOption(options)},
                 std::move(list)}));
-    command.examples = {{"veluctl export jsonl -o library.jsonl", "All that is known of every file"},
-                        {"veluctl export csv kind=photo 'date_taken>=2026' > photos.csv",
-                         "Photos of a year, for a spreadsheet"},
-                        {"veluctl export m3u8 genre=jazz --sort year -o jazz.m3u8",
-                         "A playlist that is kept up to date by cron"}};
+    command.examples = {
+        {"veluctl export jsonl -o library.jsonl", "All that is known of every file"},
+        {"veluctl export csv kind=photo taken=2026.. -o photos.csv", "Photos of a year, for a spreadsheet"},
+        {"veluctl export m3u8 genre=jazz --sort year -o jazz.m3u8",
+         "A playlist that is kept up to date by cron"}};
     return command;
 }
 
@@ -286,8 +291,12 @@ CommandArgument OnlyWordsArgument(Options *options) {
 }
 
 ProgramCommand ListMake(Options *options) {
-    CommandArgument what = {"what",         "WHAT", "Not the rows, but their values with the number of files",
-                            &options->what, false,  GroupWords()};
+    CommandArgument what = {"what",
+                            "WHAT",
+                            "Not all rows, but values with the number of their files, or the files of a kind",
+                            &options->what,
+                            false,
+                            ListedWords()};
     what.open = true;
     ProgramCommand command =
         LookMake("list", "List rows of the catalogue, or what they have in common, most files first",
@@ -297,9 +306,15 @@ ProgramCommand ListMake(Options *options) {
 }
 
 ProgramCommand RecentMake(Options *options) {
-    ProgramCommand command = LookMake("recent", "List what was added last, a screenful unless -n is given",
-                                      RecentCommand, {OnlyWordsArgument(options)}, ListOptions(options));
-    command.examples = {{"veluctl recent kind=film -n 50", "The newest films"}};
+    CommandArgument days = {
+        "days",         "DAYS", "Only what came today, yesterday, or in the last 7, 30 or 365 days",
+        &options->what, false,  DayWords()};
+    days.open = true;
+    ProgramCommand command =
+        LookMake("recent", "List what was added last, a screenful unless -n is given", RecentCommand,
+                 {days, OnlyWordsArgument(options)}, ListOptions(options));
+    command.examples = {{"veluctl recent kind=film -n 50", "The newest films"},
+                        {"veluctl recent week kind=song", "The songs of the last seven days"}};
     return command;
 }
 

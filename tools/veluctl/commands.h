@@ -13,6 +13,7 @@ using Command = ExitCode (*)(const Options &options);
 ExitCode StatusCommand(const Options &options);
 ExitCode LogCommand(const Options &options);
 ExitCode ListCommand(const Options &options);
+std::vector<const char *> ListedWords(); // what it is asked for
 ExitCode FindCommand(const Options &options);
 ExitCode ShowCommand(const Options &options);
 ExitCode DumpCommand(const Options &options);

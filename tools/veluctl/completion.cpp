@@ -52,23 +52,31 @@ std::string ValueBranches(const CommandLine &line) {
     return branches;
 }
 
-// The words for the arguments of a command, by their place where there are several; none: files.
+// The words for the arguments of a command, by their place; none: files.
 std::string ArgumentWords(const CommandLine &line) {
     std::string places;
-    for (size_t at = 0; at < line.arguments.size(); ++at)
-        places += " " + std::to_string(at) + ") words='" + WordsJoined(line.arguments[at].words) + "' ;;";
-    if (line.arguments.size() > 1)
-        return "        case $place in" + places + " *) words='' ;; esac\n";
-    return "        words='" + (line.arguments.empty() ? "" : WordsJoined(line.arguments[0].words)) + "'\n";
+    for (const CommandArgument &argument : line.arguments)
+        places += std::string(places.empty() ? "" : " ") + "'" + WordsJoined(argument.words) + "'";
+    return "        words=(" + places + ")\n";
 }
 
-// What the arguments of a command may begin with.
-std::string ArgumentBeginnings(const CommandLine &line) {
-    for (const CommandArgument &argument : line.arguments) {
-        if (!argument.beginnings.empty())
-            return WordsJoined(argument.beginnings);
+// From which place on words may begin with something.
+std::string BeginningsPlace(const CommandLine &line) {
+    for (size_t at = 0; at < line.arguments.size(); ++at) {
+        if (BeginningsAt(line, at) != nullptr)
+            return "        from=" + std::to_string(at) + "\n";
     }
     return {};
+}
+
+// The options whose value is the next word.
+std::string ValueOptions(const CommandLine &line) {
+    std::string names;
+    for (const CommandOption &option : line.options) {
+        if (option.type != nullptr)
+            names.append(names.empty() ? "" : " ").append(WordsJoined(NamesOf(option)));
+    }
+    return "        valued='" + names + "'\n";
 }
 
 std::string CommandBranch(const ProgramCommand &command) {
@@ -76,11 +84,21 @@ std::string CommandBranch(const ProgramCommand &command) {
     const std::string values = ValueBranches(command.line);
     if (!values.empty())
         text += "        case $previous in\n" + values + "        esac\n";
-    text += "        options='" + NamesOf(command.line) + "'\n";
-    const std::string beginnings = ArgumentBeginnings(command.line);
-    if (!beginnings.empty())
-        text += "        begins='" + beginnings + "'\n";
-    return text + ArgumentWords(command.line) + "        ;;\n";
+    return text + "        options='" + NamesOf(command.line) + "'\n" + ValueOptions(command.line) +
+           BeginningsPlace(command.line) + ArgumentWords(command.line) + "        ;;\n";
+}
+
+// A function that prints what a value may begin with, and one that prints the values behind such a beginning.
+std::string BeginningsFunctions(const Program &program) {
+    const CommandArgument *argument = BeginningsOf(program);
+    if (argument == nullptr)
+        return {};
+    std::string branches;
+    for (const ValueWords &values : argument->values)
+        branches +=
+            "    " + WordsJoined(values.beginnings, "|") + ") echo '" + WordsJoined(values.values) + "' ;;\n";
+    return "_veluctl_begins() {\n    echo '" + WordsJoined(argument->beginnings) +
+           "'\n}\n_veluctl_values() {\n    case $1 in\n" + branches + "    esac\n}\n";
 }
 
 } // namespace
@@ -92,10 +110,11 @@ std::string BashCompletion(const Program &program) {
         names.emplace_back(command.name);
         branches += CommandBranch(command);
     }
-    return "# bash completion for veluctl, made by veluctl --completion\n"
+    return "# bash completion for veluctl, made by veluctl --completion\n" + BeginningsFunctions(program) +
            "_veluctl() {\n"
-           "    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} options='' "
-           "words='' begins='' place=0 at\n"
+           "    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} at place=0 "
+           "from=''\n"
+           "    local options='' valued='' words=() front=''\n"
            "    COMPREPLY=()\n"
            "    if [ \"$COMP_CWORD\" = 1 ]; then\n"
            "        mapfile -t COMPREPLY < <(compgen -W '" +
@@ -103,33 +122,42 @@ std::string BashCompletion(const Program &program) {
            "' -- \"$word\")\n"
            "        return\n"
            "    fi\n"
-           "    for ((at = 2; at < COMP_CWORD; ++at)); do\n"
-           "        case ${COMP_WORDS[at]} in -*) ;; *) ((++place)) ;; esac\n"
-           "    done\n"
            "    case ${COMP_WORDS[1]} in\n" +
            branches +
            "    esac\n"
-           "    case $word in\n"
-           "    -*) mapfile -t COMPREPLY < <(compgen -W \"$options\" -- \"$word\") ;;\n"
-           "    *)\n"
-           "        if [ -n \"$begins\" ]; then\n"
-           "            case $word in [:=]) previous=$word word='' ;; esac\n"
-           "            case $previous in\n"
-           "            :) mapfile -t COMPREPLY < <(compgen -W \"${begins//=/}\" -- \"$word\") ;;\n"
-           "            [=\\<\\>]) ;;\n"
-           "            *)\n"
-           "                compopt -o nospace\n"
-           "                mapfile -t COMPREPLY < <(compgen -W \"$begins\" -- \"$word\")\n"
-           "                ;;\n"
-           "            esac\n"
-           "        elif [ -n \"$words\" ]; then\n"
-           "            mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$word\")\n"
-           "        else\n"
-           "            compopt -o filenames\n"
-           "            mapfile -t COMPREPLY < <(compgen -f -- \"$word\")\n"
-           "        fi\n"
-           "        ;;\n"
+           "    for ((at = 2; at < COMP_CWORD; ++at)); do\n"
+           "        case ${COMP_WORDS[at]} in\n"
+           "        -*) ;;\n"
+           "        *) case \" $valued \" in *\" ${COMP_WORDS[at - 1]} \"*) ;; *) ((++place)) ;; esac ;;\n"
+           "        esac\n"
+           "    done\n"
+           "    case $word in -*)\n"
+           "        mapfile -t COMPREPLY < <(compgen -W \"$options\" -- \"$word\")\n"
+           "        return ;;\n"
            "    esac\n"
+           "    if [ -n \"$from\" ] && [ \"$place\" -ge \"$from\" ]; then\n"
+           // The shell takes a word apart at these signs.
+           "        case $word in [:=]*) front=$previous${word:0:1} word=${word:1} ;; esac\n"
+           "        case $previous in [:=]) front=${COMP_WORDS[COMP_CWORD - 2]}$previous ;; esac\n"
+           "        case $previous in [\\<\\>]*) return ;; esac\n"
+           "        if [ -n \"$front\" ]; then\n"
+           "            mapfile -t COMPREPLY < <(compgen -W \"$(_veluctl_values \"${front#-}\")\" -- "
+           "\"$word\")\n"
+           "            return\n"
+           "        fi\n"
+           // Its own words come first; what is typed may be none of them.
+           "        mapfile -t COMPREPLY < <(compgen -W \"${words[place]}\" -- \"$word\")\n"
+           "        if [ -z \"$word\" ] || [ ${#COMPREPLY[@]} = 0 ]; then\n"
+           "            mapfile -t COMPREPLY < <(compgen -W \"${words[place]} $(_veluctl_begins)\" -- "
+           "\"$word\")\n"
+           "        fi\n"
+           "        case ${COMPREPLY[0]} in *[:=]) compopt -o nospace ;; esac\n"
+           "    elif [ -n \"${words[place]}\" ]; then\n"
+           "        mapfile -t COMPREPLY < <(compgen -W \"${words[place]}\" -- \"$word\")\n"
+           "    else\n"
+           "        compopt -o filenames\n"
+           "        mapfile -t COMPREPLY < <(compgen -f -- \"$word\")\n"
+           "    fi\n"
            "}\n"
            "complete -F _veluctl veluctl\n";
 }

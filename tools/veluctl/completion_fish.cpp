@@ -39,8 +39,12 @@ std::string FishOption(const std::string &condition, const CommandOption &option
     return line + " -d " + FishWord(option.description) + "\n";
 }
 
-std::string FishArgument(const std::string &condition, const CommandArgument &argument) {
+std::string FishArgument(const std::string &condition, const CommandLine &of, size_t at) {
+    const CommandArgument &argument = of.arguments[at];
     const std::string line = "complete -c veluctl -n " + FishWord(condition);
+    if (BeginningsAt(of, at) != nullptr)
+        return line + " -a " + FishWord("(__veluctl_words " + WordsJoined(argument.words) + ")") + " -d " +
+               FishWord(argument.description) + "\n";
     switch (CompletesOf(argument)) {
     case Completes::words:
     case Completes::beginnings:
@@ -61,11 +65,35 @@ std::string FishPlace(size_t place, bool and_more) {
            std::string(and_more ? "-ge" : "-eq") + " " + std::to_string(kProgramAndCommand + place);
 }
 
+// A function that prints its words, what a word may begin with, and the values behind such a beginning.
+std::string FishWordsFunction(const Program &program) {
+    const CommandArgument *argument = BeginningsOf(program);
+    if (argument == nullptr)
+        return {};
+    std::string branches;
+    for (const ValueWords &values : argument->values) {
+        std::string patterns;
+        for (const std::string &beginning : values.beginnings)
+            patterns += " '" + beginning + "*'";
+        branches += "        case" + patterns + "\n            printf '%s\\n' $front{" +
+                    WordsJoined(values.values, ",") + "}\n";
+    }
+    // Its own words come first; what is typed may be none of them.
+    return "function __veluctl_words\n    set -l word (commandline -ct)\n"
+           "    set -l front (string match -r '^[^:=]*[:=]' -- $word)\n    switch \"$word\"\n" +
+           branches +
+           "        case '*'\n            set -l own (string match -- \"$word*\" $argv)\n"
+           "            printf '%s\\n' $own\n"
+           "            if test -z \"$word\" -o -z \"$own\"\n                printf '%s\\n' " +
+           WordsJoined(argument->beginnings) + "\n            end\n    end\nend\n";
+}
+
 } // namespace
 
 std::string FishCompletion(const Program &program) {
     std::string text =
-        "# fish completion for veluctl, made by veluctl --completion-fish\ncomplete -c veluctl -f\n";
+        "# fish completion for veluctl, made by veluctl --completion-fish\ncomplete -c veluctl -f\n" +
+        FishWordsFunction(program);
     for (const CommandOption &option : program.line.options)
         text += FishOption("__fish_use_subcommand", option);
     for (const ProgramCommand &command : program.commands) {
@@ -78,7 +106,7 @@ std::string FishCompletion(const Program &program) {
         for (size_t at = 0; at < arguments.size(); ++at)
             text += FishArgument(
                 condition + (arguments.size() > 1 ? FishPlace(at, TakesMany(arguments[at].target)) : ""),
-                arguments[at]);
+                command.line, at);
     }
     return text;
 }

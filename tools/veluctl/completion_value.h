@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/shared/command_table.h"
+#include "tools/veluctl/command_line.h"
 
 enum class Completes { nothing, words, beginnings, directories, files };
 
@@ -39,6 +39,25 @@ std::string WordsJoined(const Words &words, const char *between = " ") {
     for (const auto &word : words)
         text.append(text.empty() ? "" : between).append(word);
     return text;
+}
+
+// Returns the argument whose words may begin at this place: the one that stands here or, where that takes other words than its own
+// and may be left out, the next one. Null when there is none.
+inline const CommandArgument *BeginningsAt(const CommandLine &line, size_t at) {
+    const CommandArgument &here = line.arguments[at];
+    const bool leads_on = here.open && !here.required && at + 1 < line.arguments.size();
+    const CommandArgument &meant = leads_on ? line.arguments[at + 1] : here;
+    return meant.beginnings.empty() ? nullptr : &meant;
+}
+
+// Returns the argument by which the words of all commands are completed that begin with something: they have one language. Null when no
+// command has any.
+inline const CommandArgument *BeginningsOf(const Program &program) {
+    for (const ProgramCommand &command : program.commands)
+        for (const CommandArgument &argument : command.line.arguments)
+            if (!argument.beginnings.empty())
+                return &argument;
+    return nullptr;
 }
 
 // Returns the words, or what a value may begin with, of an option or argument.

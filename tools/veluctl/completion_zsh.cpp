@@ -68,12 +68,34 @@ std::string ZshOption(const CommandOption &option) {
     return words;
 }
 
-std::string ZshArgument(const CommandArgument &argument, size_t number) {
-    const std::string place = TakesMany(argument.target) ? "*" : std::to_string(number);
+std::string ZshArgument(const CommandLine &line, size_t at) {
+    const CommandArgument &argument = line.arguments[at];
+    const std::string place = TakesMany(argument.target) ? "*" : std::to_string(at + 1);
     // Of one that may be left out the shell would offer what may stand behind it, too; words that there are come first.
     const bool alone = argument.required || !argument.words.empty();
-    return " \\\n            " + ZshWord(place + (alone ? ":" : "::") + ZshText(argument.type) + ":" +
-                                         ZshAction(CompletesOf(argument), WordsOf(argument)));
+    const std::string action = BeginningsAt(line, at) != nullptr
+                                   ? "{_veluctl_words " + WordsJoined(argument.words) + "}"
+                                   : ZshAction(CompletesOf(argument), WordsOf(argument));
+    return " \\\n            " +
+           ZshWord(place + (alone ? ":" : "::") + ZshText(argument.type) + ":" + action);
+}
+
+// A function that offers its words, what a word may begin with, and the values behind such a beginning.
+std::string ZshWordsFunction(const Program &program) {
+    const CommandArgument *argument = BeginningsOf(program);
+    if (argument == nullptr)
+        return {};
+    std::string branches;
+    for (const ValueWords &values : argument->values) {
+        branches += "    (" + WordsJoined(values.beginnings, "|") + ")*)\n" +
+                    "        compset -P '[^:=]#[:=]'\n        compadd -- " + WordsJoined(values.values) +
+                    " ;;\n";
+    }
+    // Its own words come first; what is typed may be none of them.
+    return "_veluctl_words() {\n    setopt localoptions extendedglob\n    case $PREFIX in\n" + branches +
+           "    *)\n        (( $# )) && compadd -- \"$@\" && [[ -n $PREFIX ]] && return\n"
+           "        compadd -S '' -- " +
+           WordsJoined(argument->beginnings) + " ;;\n    esac\n}\n";
 }
 
 std::string ZshArguments(const CommandLine &line) {
@@ -81,7 +103,7 @@ std::string ZshArguments(const CommandLine &line) {
     for (const CommandOption &option : line.options)
         text += ZshOption(option);
     for (size_t at = 0; at < line.arguments.size(); ++at)
-        text += ZshArgument(line.arguments[at], at + 1);
+        text += ZshArgument(line, at);
     return text;
 }
 
@@ -99,7 +121,8 @@ std::string ZshCompletion(const Program &program) {
     for (const CommandOption &option : program.line.options)
         options += ZshOption(option);
     return "#compdef veluctl\n"
-           "# zsh completion for veluctl, made by veluctl --completion-zsh\n"
+           "# zsh completion for veluctl, made by veluctl --completion-zsh\n" +
+           ZshWordsFunction(program) +
            "_veluctl() {\n"
            "    local curcontext=\"$curcontext\" state line ret=1\n"
            "    local -a commands\n"

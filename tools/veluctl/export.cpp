@@ -3,6 +3,8 @@
 // veluctl export: the catalogue, or what a search finds of it, as a playlist, as lines of JSON or as CSV.
 #include <stdio.h>
 
+#include <algorithm>
+
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/export/export_writer.h"
 #include "tools/veluctl/message.h"
@@ -14,6 +16,7 @@
 namespace {
 
 constexpr const char *kPlaylistForm = "m3u8";
+constexpr const char *kPlaylistFormToo = "m3u"; // the same: what is not ASCII in it is UTF-8
 constexpr const char *kJsonForm = "jsonl";
 constexpr const char *kCsvForm = "csv";
 
@@ -94,7 +97,11 @@ std::vector<const char *> ExportForms() {
 }
 
 ExitCode ExportCommand(const Options &options) {
-    const bool playlist = options.what == kPlaylistForm;
+    const bool playlist = options.what == kPlaylistForm || options.what == kPlaylistFormToo;
+    const std::vector<const char *> forms = ExportForms();
+    if (!playlist && std::ranges::find(forms, std::string_view(options.what)) == forms.end())
+        return Complain(kUsage, "there is no form " + Quoted(options.what) +
+                                    ": there are m3u8 (or m3u), jsonl and csv");
     SearchAsked asked;
     if (const ExitCode wrong = SearchAskedRead(options, playlist, &asked); wrong != kDone)
         return wrong;

@@ -108,7 +108,9 @@ gets nothing but ASCII, a pipe or a file all other characters as they are.
 In JSON, a text that is no UTF\-8 has its exact bytes beside it, in hexadecimal, under its name with "_hex" behind.
 CSV written to a file holds the bytes as they are.
 .PP
-Looking needs the right to read the catalogues, which everybody has by default; queueing needs root's rights.
+Looking needs the right to read the catalogues. By the rules "complete" the members of the group
+.B velu
+have it, by the rules "appliance" everybody; on a PostgreSQL server the server grants it. Queueing needs root's rights.
 )";
 
 // What people ask first, and how.

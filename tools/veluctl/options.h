@@ -20,7 +20,7 @@ struct Options {
     std::string path;               // show, why, dump, report, forget, share; what export writes
     std::string new_path;
     std::string old_path;
-    std::string what;  // reindex, refresh, config, list, missing, duplicates, export, share, feature
+    std::string what;  // reindex, refresh, config, list, recent, missing, duplicates, export, share, feature
     std::string name;  // share, feature
     std::string input; // a file of paths, or "-"
     bool null_input = false;

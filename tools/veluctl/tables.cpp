@@ -65,7 +65,8 @@ constexpr std::array<const char *, kMediaSearchedCount> MediaTexts() {
 constexpr std::array<const char *, kMediaSearchedCount> kMediaTexts = MediaTexts();
 
 constexpr const char *kMediaBrief[] = {"title", "artist", "album", "duration", "file_size", "path"};
-constexpr const char *kFilmBrief[] = {"title", "duration", "pixels", "codec", "languages", "path"};
+constexpr const char *kFilmBrief[] = {"title",     "duration",  "pixels", "codec",
+                                      "languages", "file_size", "path"};
 constexpr const char *kPictureBrief[] = {"date_taken", "camera_model", "pixels", "file_size", "path"};
 constexpr const char *kPlaylistBrief[] = {"title", "modify_time", "file_size", "path"};
 

@@ -2,6 +2,7 @@
 #include "tools/veluctl/overview/groups.h"
 
 #include "platform/media_record.h"
+#include "tools/veluctl/commands.h"
 #include "tools/veluctl/file_facts.h"
 #include "tools/veluctl/overview/query_rows.h"
 #include "tools/veluctl/overview/tally.h"
@@ -153,7 +154,7 @@ std::vector<const char *> GroupWords() {
 ExitCode GroupsList(const Options &options) {
     const GroupList *found = ListFind(kLists, options.what);
     if (found == nullptr)
-        return ListUnknown(options.what, GroupWords());
+        return ListUnknown(options.what, ListedWords());
     const GroupList &list = *found;
     if (!options.kinds.empty())
         return Complain(kUsage, std::string("--kind does not apply to ") + list.word + "; kind=song does");

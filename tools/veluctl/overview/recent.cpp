@@ -3,32 +3,50 @@
 // veluctl recent: what came last.
 #include <stdio.h>
 
+#include <algorithm>
+#include <utility>
+
+#include "platform/letters.h"
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/listed_file.h"
 #include "tools/veluctl/message.h"
-#include "tools/veluctl/overview/query_rows.h"
+#include "tools/veluctl/search/search_dates.h"
+#include "tools/veluctl/search/search_hint.h"
 #include "tools/veluctl/search/search_list.h"
 
 namespace {
 
 constexpr size_t kUsual = 20; // a screenful
 
-// Sorts the latest first. Without file states, the time of the last change of its status comes nearest to when a file came. Playlists
-// have that in a form without an order: they have no year.
-void LatestFirst(Search *search) {
+// Without file states, the time of the last change of its status comes nearest to when a file came.
+SearchNode CameNode(bool states, SearchRelation relation, const std::string &when) {
+    SearchNode node;
+    node.kind = SearchNode::Kind::field;
+    node.name = states ? kAddedColumn : "create_time";
+    node.relation = relation;
+    node.value = when;
+    return node;
+}
+
+// Sorts the latest first, of those days alone that were named. Playlists without states have that time in a form without an order: they
+// have no year.
+void LatestFirst(const std::string &days, Search *search) {
     const bool states = search->targets.front().facts;
-    const SearchField *field = SearchFieldFind(states ? kAddedColumn : "create_time");
-    search->sort = {{field, {}, true}};
-    if (states)
+    search->sort = {{SearchFieldFind(CameNode(states, SearchRelation::is, "").name), {}, true}};
+    SearchNode all;
+    if (!states)
+        all.parts.push_back(CameNode(states, SearchRelation::at_least, "1000"));
+    if (!days.empty())
+        all.parts.push_back(CameNode(states, SearchRelation::is, days));
+    if (all.parts.empty())
         return;
-    SearchNode any_year;
-    any_year.kind = SearchNode::Kind::field;
-    any_year.name = field->name;
-    any_year.relation = SearchRelation::at_least;
-    any_year.value = "1000";
-    SearchNode both;
-    both.parts = {std::move(any_year), std::move(search->tree)};
-    search->tree = std::move(both);
+    all.parts.push_back(std::move(search->tree));
+    search->tree = std::move(all);
+}
+
+bool IsDays(const std::string &word) {
+    const std::vector<const char *> words = DayWords();
+    return std::ranges::any_of(words, [&](const char *days) { return IsSame(word, days); });
 }
 
 // Says how many more there are than are shown where nobody said how many are wanted.
@@ -43,7 +61,10 @@ bool MoreTell(CatalogueReader *reader, const Search &search, size_t shown, Searc
 
 } // namespace
 
-ExitCode RecentCommand(const Options &options) {
+ExitCode RecentCommand(const Options &typed) {
+    Options options = typed;
+    if (!options.what.empty() && !IsDays(options.what)) // a word like those behind it
+        options.words.insert(options.words.begin(), std::exchange(options.what, {}));
     SearchAsked asked;
     if (const ExitCode wrong = SearchFilesAskedRead(options, &asked); wrong != kDone)
         return wrong;
@@ -51,7 +72,7 @@ ExitCode RecentCommand(const Options &options) {
     if (!SearchAskedConnect(&reader, &asked))
         return Complain(kUnreachable, reader.failure);
     Search &search = asked.search;
-    LatestFirst(&search);
+    LatestFirst(options.what, &search);
     const bool states = search.targets.front().facts;
     if (!states)
         Complain(kDone, "the rules appliance do not keep when a file was added: these are by the last change "
@@ -68,5 +89,5 @@ ExitCode RecentCommand(const Options &options) {
     if (usual && count == kUsual && options.form() == Form::table &&
         !MoreTell(&reader, search, count, &problem))
         return Complain(kUnreachable, reader.failure);
-    return ListEnd(count, options);
+    return SearchListEnd(&reader, asked, options, count);
 }

@@ -5,11 +5,10 @@
 
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/message.h"
-#include "tools/veluctl/overview/query_rows.h"
 #include "tools/veluctl/search/search_groups.h"
+#include "tools/veluctl/search/search_hint.h"
 #include "tools/veluctl/search/search_list.h"
 #include "tools/veluctl/search/search_playlist.h"
-#include "tools/veluctl/shell_word.h"
 
 namespace {
 
@@ -25,27 +24,12 @@ SearchEnd GroupsFound(CatalogueReader *reader, const Options &options, SearchAsk
     return end;
 }
 
-// The first field of a search of which a whole text is asked for; null: none.
-const SearchNode *WholeTextAsked(const SearchNode &node) {
-    if (node.kind == SearchNode::Kind::field && node.relation == SearchRelation::is && !SearchIsKind(node) &&
-        FieldIsText(SearchFieldFind(node.name)->kind))
-        return &node;
-    const SearchNode *found = nullptr;
-    for (size_t at = 0; at < node.parts.size() && found == nullptr; ++at)
-        found = WholeTextAsked(node.parts[at]);
-    return found;
-}
-
-// People who find nothing may have typed a part of a text.
-void PartsHint(const SearchNode &tree) {
-    if (const SearchNode *field = WholeTextAsked(tree))
-        fprintf(stderr, "= is the whole text; a part of it is found by %s.\n",
-                ShellWord(field->name + "~" + field->value).c_str());
-}
-
 } // namespace
 
 ExitCode FindCommand(const Options &options) {
+    if (options.words.empty() && options.kinds.empty() && options.directory.empty())
+        return Complain(kUsage, "say what to look for: words or fields (veluctl help find), or a kind or a "
+                                "directory, of which everything is found");
     SearchAsked asked;
     if (const ExitCode wrong = SearchAskedRead(options, options.playlist, &asked); wrong != kDone)
         return wrong;
@@ -61,8 +45,5 @@ ExitCode FindCommand(const Options &options) {
     const ExitCode told = SearchEndTell(end, asked, options, problem, reader);
     if (told != kDone)
         return told;
-    const ExitCode ended = ListEnd(count, options);
-    if (ended == kFound && options.form() == Form::table)
-        PartsHint(asked.search.tree);
-    return ended;
+    return SearchListEnd(&reader, asked, options, count);
 }

@@ -42,10 +42,17 @@ std::optional<ResolutionSpan> ResolutionOf(std::string_view name) {
     return {};
 }
 
+std::vector<std::string> ResolutionWords() {
+    std::vector<std::string> words;
+    for (const ResolutionName &known : kNames)
+        words.emplace_back(known.name);
+    return words;
+}
+
 std::string ResolutionNames() {
     std::string names;
-    for (const ResolutionName &known : kNames)
-        names.append(names.empty() ? "" : ", ").append(known.name);
+    for (const std::string &word : ResolutionWords())
+        names.append(names.empty() ? "" : ", ").append(word);
     return names;
 }
 

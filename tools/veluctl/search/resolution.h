@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Lines of the classes that a name stands for, the first and the last.
 struct ResolutionSpan {
@@ -16,7 +17,8 @@ struct ResolutionSpan {
 // Returns what a name stands for, in small letters or capitals; nothing for what is none.
 std::optional<ResolutionSpan> ResolutionOf(std::string_view name);
 
-// Returns these names, for people.
+// Returns these names, and the same for people.
+std::vector<std::string> ResolutionWords();
 std::string ResolutionNames();
 
 // Returns an SQL expression for the lines of a picture's class; 0: its size is not known. A film is of a class whose width or whose height

@@ -4,6 +4,7 @@
 #include "tools/veluctl/search/search_asked.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "platform/rule_set.h"
 #include "tools/queue/request_path.h"
@@ -12,6 +13,7 @@
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/row_list.h"
 #include "tools/veluctl/search/search_sql.h"
+#include "tools/veluctl/search/search_values.h"
 #include "tools/veluctl/terminal.h"
 
 namespace {
@@ -40,9 +42,11 @@ std::vector<const CatalogueTable *> TablesChoose(const Options &options, const S
                                                  bool playlist) {
     std::vector<const CatalogueTable *> tables;
     for (const CatalogueTable &table : CatalogueTables()) {
-        const bool asked = options.kinds.empty() ? table.is_media || SearchNames(tree, table)
-                                                 : std::find(options.kinds.begin(), options.kinds.end(),
-                                                             table.kind) != options.kinds.end();
+        const bool asked = options.kinds.empty()
+                               ? table.is_media || SearchNames(tree, table)
+                               : std::ranges::any_of(options.kinds, [&](const std::string &kind) {
+                                     return SearchKindFind(kind) == &table;
+                                 });
         if (asked && SearchMayMean(tree, table) && (!playlist || IsPlayed(table)))
             tables.push_back(&table);
     }
@@ -67,6 +71,24 @@ ExitCode OptionsTake(const Options &options, SearchAsked *asked) {
     return kDone;
 }
 
+// "size>100k" without quotes is "size", with the answer in a file of the name "100k".
+void RedirectionLook(const SearchNode &node) {
+    for (const SearchNode &part : node.parts)
+        RedirectionLook(part);
+    const SearchField *field = node.kind == SearchNode::Kind::words ? SearchFieldFind(node.value) : nullptr;
+    std::error_code error;
+    const std::string file = std::filesystem::read_symlink("/proc/self/fd/1", error).filename();
+    SearchNode meant;
+    meant.value = file;
+    ValueRange range;
+    SearchProblem none;
+    if (field != nullptr && !FieldIsText(field->kind) && !error &&
+        ValueRangeRead(meant, field->kind, DateForm::local, &range, &none))
+        Complain(kDone, "the answer goes to the file " + Quoted(file) +
+                            ", since shells take > for themselves; " + field->name + "=" + file +
+                            ".. says the same without quotes");
+}
+
 } // namespace
 
 ExitCode SearchAskedRead(const Options &options, bool playlist, SearchAsked *asked) {
@@ -74,6 +96,7 @@ ExitCode SearchAskedRead(const Options &options, bool playlist, SearchAsked *ask
     SearchProblem problem;
     if (!options.words.empty() && !SearchParse(options.words, &asked->search.tree, &problem))
         return ProblemTell(problem, asked->text);
+    RedirectionLook(asked->search.tree);
     asked->tables = TablesChoose(options, asked->search.tree, playlist);
     if (asked->tables.empty() && playlist)
         return Complain(kUsage, "a playlist is of songs and films: of no other kind");

@@ -82,7 +82,7 @@ std::string Written(const Date &date, bool in_utc) {
 
 // Days before today.
 struct DayWord {
-    std::string_view word;
+    const char *word;
     int first;
     int last;
 };
@@ -114,4 +114,11 @@ std::optional<Period> PeriodOf(std::string_view text, bool in_utc) {
     if (date.count == 0)
         return {};
     return Period{Written(date, in_utc), Written(Next(date), in_utc)};
+}
+
+std::vector<const char *> DayWords() {
+    std::vector<const char *> words;
+    for (const DayWord &word : kDayWords)
+        words.push_back(word.word);
+    return words;
 }

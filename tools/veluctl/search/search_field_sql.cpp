@@ -107,12 +107,12 @@ bool ColumnPut(const SearchNode &node, const FieldSource &source, const Putting 
     return true;
 }
 
-bool PictureConditionPut(const SearchNode &node, FieldKind kind, const Putting &to) {
+bool MadeConditionPut(const SearchNode &node, const SearchField &field, FieldKind kind, const Putting &to) {
     ValueRange range;
     if (!ValueRangeRead(node, kind, DateForm::local, &range, to.problem))
         return false;
     UnknownRuleOut(&range);
-    RangePut(PictureLines(*to.target.table), to.target.words->real, range, to.query);
+    RangePut(MadeNumber(field, *to.target.table), to.target.words->real, range, to.query);
     return true;
 }
 
@@ -240,8 +240,8 @@ bool FieldConditionPut(const SearchNode &node, const SearchTarget &target, SqlTe
         return FactPut(node, field, to);
     case FieldPlace::state:
         return StatePut(node, field, to);
-    case FieldPlace::picture:
-        return PictureConditionPut(node, source.kind, to);
+    case FieldPlace::made:
+        return MadeConditionPut(node, field, source.kind, to);
     case FieldPlace::kind:
         query->Add(SearchKindFind(node.value) == target.table ? kSqlYes : kSqlNo);
         return true;
@@ -274,8 +274,8 @@ bool PresencePut(const SearchNode &node, const SearchTarget &target, SqlText *qu
     case FieldPlace::state:
         query->Add(StateBegin(to)).Add(field.name).Add(" <> '')");
         return true;
-    case FieldPlace::picture:
-        query->Add("(").Add(PictureLines(*target.table)).Add(") <> 0");
+    case FieldPlace::made:
+        query->Add("(").Add(MadeNumber(field, *target.table)).Add(") <> 0");
         return true;
     case FieldPlace::kind:
         query->Add(kSqlYes);

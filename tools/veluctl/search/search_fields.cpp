@@ -30,21 +30,42 @@ constexpr SearchField kOthers[] = {
     {"cover", FieldKind::flag, "has_cover"},
     {"size", FieldKind::bytes, "file_size"},
     {"camera", FieldKind::text, "camera_model"},
+    {"make", FieldKind::text, "camera_make"},
+    {"model", FieldKind::text, "camera_model"},
+    {"exposure", FieldKind::text, "exposure_time"},
+    {"fnumber", FieldKind::text, "f_number"},
+    {"iso", FieldKind::number, "iso_speed"},
+    {"taken", FieldKind::date, "date_taken"},
     {"resolution", FieldKind::resolution},
 };
 
+constexpr char kYearField[] = "year"; // of a photo: that in which it was taken
+
 // What photos alone have; nobody misses it elsewhere.
-constexpr const char *kOfPhotos[] = {"camera_make",  "camera_model",  "camera",       "exposure_time",
-                                     "f_number",     "iso_speed",     "date_taken",   "lens",
-                                     "focal_length", "orientation",   "gps_latitude", "gps_altitude",
-                                     "date_source",  "gps_longitude", "date_offset"};
-// What is known elsewhere where it is no tag of a song: when a picture was taken.
+constexpr const char *kOfPhotos[] = {
+    "camera_make", "make",        "camera_model", "model",       "camera",       "exposure_time",
+    "exposure",    "f_number",    "fnumber",      "iso_speed",   "iso",          "date_taken",
+    "taken",       "lens",        "focal_length", "orientation", "gps_latitude", "gps_altitude",
+    "date_source", "date_offset", "gps_longitude"};
+
+constexpr std::string_view kPhotos = "photo";
+constexpr std::string_view kLibraryPhotos = "library";
+
+bool IsOfPhotos(std::string_view kind) {
+    return kind == kPhotos || kind == kLibraryPhotos;
+}
+
+// What is known elsewhere, or has another name there.
 struct OtherColumn {
     const char *field;
-    const char *kind;
+    std::string_view kind;
     const char *column;
 };
-constexpr OtherColumn kOtherColumns[] = {{"date", "photo", "date_taken"}, {"date", "library", "date_taken"}};
+constexpr OtherColumn kOtherColumns[] = {
+    {"date", kPhotos, "date_taken"},           {"date", kLibraryPhotos, "date_taken"},
+    {"camera", kLibraryPhotos, "model"},       {"camera_make", kLibraryPhotos, "make"},
+    {"camera_model", kLibraryPhotos, "model"}, {"exposure_time", kLibraryPhotos, "exposure"},
+    {"f_number", kLibraryPhotos, "fnumber"},   {"iso_speed", kLibraryPhotos, "iso"}};
 
 // What nobody misses in photos and lists of songs.
 constexpr const char *kOfSound[] = {
@@ -107,6 +128,8 @@ bool IsIn(const Names &names, std::string_view name) {
 FieldKind KindOf(const Column &column) {
     if (IsIn(kDates, column.name))
         return FieldKind::date;
+    if (column.name == std::string_view(kYearField))
+        return FieldKind::year;
     switch (column.type) {
     case Type::path:
         return FieldKind::path;
@@ -203,11 +226,16 @@ FieldSource FieldSourceOf(const SearchField &field, const CatalogueTable &table,
     const std::string_view name = field.name;
     if (name == "kind")
         return {FieldPlace::kind, FieldKind::text};
-    if (field.kind == FieldKind::resolution && table.is_media)
-        return {FieldPlace::picture, field.kind};
-    for (const OtherColumn &other : kOtherColumns)
-        if (name == other.field && table.kind == std::string_view(other.kind))
-            return {FieldPlace::column, FieldKind::date, &ColumnOf(table, other.column)};
+    const bool is_made = (field.kind == FieldKind::resolution && table.is_media) ||
+                         (name == kYearField && IsOfPhotos(table.kind));
+    if (is_made)
+        return {FieldPlace::made, field.kind};
+    for (const OtherColumn &other : kOtherColumns) {
+        if (name != other.field || table.kind != other.kind)
+            continue;
+        const Column &column = ColumnOf(table, other.column);
+        return {FieldPlace::column, KindOf(column), &column};
+    }
     if (table.is_media && facts && field.facts[0] != nullptr)
         return {FieldPlace::fact, field.kind};
     const Column *column = ColumnFind(table, field.name);
@@ -222,16 +250,16 @@ FieldSource FieldSourceOf(const SearchField &field, const CatalogueTable &table,
 }
 
 bool FieldIsNever(const SearchField &field, const CatalogueTable &table) {
-    return FieldSourceOf(field, table, true).place == FieldPlace::picture && table.kind != kKindOfFilms;
+    return field.kind == FieldKind::resolution && table.is_media && table.kind != kKindOfFilms;
 }
 
 bool FieldIsExpected(const SearchField &field, const CatalogueTable &table) {
     const std::string_view kind = table.kind;
     if (IsIn(kOfPhotos, field.name))
-        return kind == "photo";
+        return IsOfPhotos(kind);
     if (FieldIsNever(field, table))
         return false;
-    return !IsIn(kOfSound, field.name) || (kind != "photo" && kind != "playlist");
+    return !IsIn(kOfSound, field.name) || (kind != kPhotos && kind != "playlist");
 }
 
 const CatalogueTable *SearchKindFind(std::string_view word) {
@@ -244,6 +272,19 @@ const CatalogueTable *SearchKindFind(std::string_view word) {
             return &table;
     }
     return nullptr;
+}
+
+std::string SearchKindSingular(std::string_view word) {
+    return std::string(word.substr(0, word.size() - (word.ends_with('s') ? 1 : 0)));
+}
+
+std::vector<const char *> SearchKindWords() {
+    std::vector<const char *> words;
+    for (const KindWord &word : kKindWords)
+        words.push_back(word.word);
+    for (const CatalogueTable &table : CatalogueTables())
+        words.push_back(table.kind);
+    return words;
 }
 
 std::string SearchKindNames() {

@@ -12,7 +12,7 @@
 #include "tools/veluctl/tables.h"
 
 // What the values of a field are, and so what can be asked of them.
-enum class FieldKind { text, path, number, seconds, bytes, flag, boolean, date, resolution };
+enum class FieldKind { text, path, number, year, seconds, bytes, flag, boolean, date, resolution };
 
 // Of a kind: whether it is a text that can be looked into.
 inline bool FieldIsText(FieldKind kind) {
@@ -54,7 +54,7 @@ enum class FieldPlace {
     fact,
     state,   // `added`, `trouble`
     kind,    // the table itself
-    picture, // its size, of films; elsewhere it is unknown
+    made,    // a number made of others: lines of a picture, the year of a date
     missing, // facts and states alone, of which the catalogue has none
     none,
 };
@@ -77,5 +77,9 @@ bool FieldIsExpected(const SearchField &field, const CatalogueTable &table);
 // Returns the kind of rows of that name, or of another word for it ("film"); null when there is none.
 const CatalogueTable *SearchKindFind(std::string_view word);
 
-// Returns these names, for people.
+// Returns a word without the "s" of "films", where it has one.
+std::string SearchKindSingular(std::string_view word);
+
+// Returns all of these words, those that people use first, and the same for people.
+std::vector<const char *> SearchKindWords();
 std::string SearchKindNames();

@@ -15,6 +15,8 @@ Type TypeOf(FieldKind kind) {
     case FieldKind::number:
     case FieldKind::flag:
         return Type::real;
+    case FieldKind::year:
+        return Type::integer;
     case FieldKind::seconds:
         return Type::seconds;
     case FieldKind::bytes:

@@ -85,8 +85,8 @@ bool SearchValuePut(const std::vector<SearchOrderKey> &order, size_t at, const S
         query->Add("cast(").Put(target.table->kind).Add(" as text)");
         return true;
     }
-    if (source.place == FieldPlace::picture) {
-        query->Add(PictureLines(*target.table));
+    if (source.place == FieldPlace::made) {
+        query->Add(MadeNumber(*key.field, *target.table));
         return true;
     }
     if (source.kind == FieldKind::boolean) {

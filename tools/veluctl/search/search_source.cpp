@@ -50,7 +50,13 @@ bool SearchSourceFind(const SearchField &field, SearchPlace place, const SearchT
     return true;
 }
 
-std::string PictureLines(const CatalogueTable &table) {
+std::string MadeNumber(const SearchField &field, const CatalogueTable &table) {
+    if (field.kind == FieldKind::year) {
+        const std::string date = QualifiedName(table, "date_taken");
+        const std::string digits = "substr(" + date + ", 1, 4)";
+        return "case when " + date + " like '____%' and trim(" + digits + ", '0123456789') = '' then cast(" +
+               digits + " as integer) else 0 end";
+    }
     return table.kind == kKindOfFilms
                ? ResolutionSql(QualifiedName(table, "width"), QualifiedName(table, "height"))
                : "0";

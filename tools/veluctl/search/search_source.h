@@ -12,8 +12,9 @@
 [[nodiscard]] bool SearchSourceFind(const SearchField &field, SearchPlace place, const SearchTarget &target,
                                     FieldSource *source, SearchProblem *problem);
 
-// Returns an SQL expression for the lines of a row's picture (resolution.h), which films have; 0 elsewhere.
-std::string PictureLines(const CatalogueTable &table);
+// Returns an SQL expression for a number that is made of others, 0 where it is not known: the lines of a film's picture (resolution.h),
+// the year in which a photo was taken.
+std::string MadeNumber(const SearchField &field, const CatalogueTable &table);
 
 // Returns an SQL expression for a column of dates in the form in which they have an order: by the rules `appliance` there are
 // others ("2024-5-4 8:10:11", "2024:05:04 08:10:11"), whose years, months and days are brought into it.

@@ -53,6 +53,7 @@ struct Groups {
     std::vector<SearchNode> open;
     SearchPlace last_or;
     size_t terms = 0;
+    SearchPlace name = {}; // of the last word, if that is a field's name
 };
 
 bool GroupEnd(Groups *groups, SearchPlace either, SearchProblem *problem) {
@@ -63,7 +64,22 @@ bool GroupEnd(Groups *groups, SearchPlace either, SearchProblem *problem) {
     return true;
 }
 
+// "artist = X" is hardly meant as three texts.
+bool BlanksLook(Groups *groups, const SearchWord &word, SearchProblem *problem) {
+    const bool is_text = word.node.kind == SearchNode::Kind::words && !word.quoted && !word.either;
+    const SearchPlace name = groups->name;
+    groups->name = is_text && SearchFieldFind(word.node.value) != nullptr ? word.place : SearchPlace();
+    if (name.length == 0 || !IsSignInFront(word))
+        return true;
+    return SearchWrong(problem,
+                       "a field, its sign and its value stand together without blanks: artist=X (in quotes, "
+                       "each is a text)",
+                       {name.at, word.place.at + word.place.length - name.at});
+}
+
 bool WordAdd(Groups *groups, SearchWord word, SearchProblem *problem) {
+    if (!BlanksLook(groups, word, problem))
+        return false;
     if (word.either) {
         groups->last_or = word.place;
         return GroupEnd(groups, word.place, problem);

@@ -12,6 +12,7 @@
 namespace {
 
 constexpr std::string_view kRange = "..";
+constexpr std::string_view kYearRange = "-"; // does as well
 
 // What one value means: from `low` on, up to `high`.
 struct Span {
@@ -40,6 +41,33 @@ std::optional<Span> NumberSpan(std::string_view text) {
     if (!number)
         return {};
     return Span{TextOf(*number), TextOf(*number)};
+}
+
+// A year, or a decade: "1990s", "90s", "199x".
+std::optional<Span> YearSpan(std::string_view text) {
+    constexpr size_t kYearDigits = 4;
+    constexpr int kThisCentury = 2000;
+    constexpr int kFirstOfLastCentury = 30; // "30s" and later ones are of that
+    constexpr int kCentury = 100;
+    constexpr int kDecade = 10;
+    if (text.empty() || IsDigit(text.back()))
+        return NumberSpan(text);
+    const char sign = Lower(text.back());
+    const std::string_view digits = text.substr(0, text.size() - 1);
+    int number = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    if (error != std::errc() || end != digits.data() + digits.size() || number < 0)
+        return {};
+    const bool is_short = digits.size() == kYearDigits - 2;
+    if (sign == 'x' && digits.size() == kYearDigits - 1)
+        number *= kDecade;
+    else if (sign == 's' && is_short)
+        number += number < kFirstOfLastCentury ? kThisCentury : kThisCentury - kCentury;
+    else if (sign != 's' || digits.size() != kYearDigits)
+        return {};
+    if (number % kDecade != 0)
+        return {};
+    return Span{std::to_string(number), std::to_string(number + kDecade - 1)};
 }
 
 // "3:25", "1:02:03" or seconds.
@@ -111,6 +139,8 @@ std::optional<Span> LinesSpan(std::string_view text) {
 
 std::optional<Span> SpanOf(std::string_view text, FieldKind kind, DateForm form) {
     switch (kind) {
+    case FieldKind::year:
+        return YearSpan(text);
     case FieldKind::seconds:
         return SecondsSpan(text);
     case FieldKind::bytes:
@@ -134,16 +164,19 @@ std::optional<Span> SpanOf(std::string_view text, FieldKind kind, DateForm form)
 
 std::string FormOf(FieldKind kind) {
     switch (kind) {
+    case FieldKind::year:
+        return "a year is a number, 1990, a range, 1990..1999, or a decade, 1990s or 199x";
     case FieldKind::seconds:
-        return "a time is written 3:25, 1:02:03 or in seconds";
+        return "a time is written 3:25, 1:02:03 or in seconds, a range 3:00..4:00";
     case FieldKind::bytes:
-        return "a size is written 700, 500kB, 3.4MB or 2GiB";
+        return "a size is written 700, 500kB, 3.4MB or 2GiB, a range 3MB..4MB";
     case FieldKind::flag:
     case FieldKind::boolean:
         return "it is yes or no";
     case FieldKind::date:
         return "a date is written 2026, 2026-10, 2026-10-31 or \"2026-10-31 12:30\"; today, "
-               "yesterday, week, month and year are words for days up to now";
+               "yesterday, week, month and year are words for days up to now; a range is written "
+               "2026-05..2026-10";
     case FieldKind::resolution:
         return "a resolution is one of " + ResolutionNames();
     case FieldKind::number:
@@ -151,7 +184,7 @@ std::string FormOf(FieldKind kind) {
     case FieldKind::path:
         break;
     }
-    return "a number is wanted here";
+    return "a number is wanted here, or a range: 1..5";
 }
 
 void RangePut(const Span &span, SearchRelation relation, ValueRange *range) {
@@ -189,7 +222,12 @@ bool ValueRangeRead(const SearchNode &node, FieldKind kind, DateForm form, Value
     const auto wrong = [&] { return SearchWrong(problem, FormOf(kind), node.value_place); };
     const bool may_be_range =
         node.relation == SearchRelation::is && kind != FieldKind::flag && kind != FieldKind::boolean;
-    const size_t dots = may_be_range ? value.find(kRange) : std::string_view::npos;
+    std::string_view between = kRange;
+    size_t dots = may_be_range ? value.find(between) : std::string_view::npos;
+    if (may_be_range && kind == FieldKind::year && dots == std::string_view::npos) {
+        between = kYearRange;
+        dots = value.find(between, 1); // in front it is a sign
+    }
     if (dots == std::string_view::npos) {
         const std::optional<Span> span = SpanOf(value, kind, form);
         if (!span)
@@ -199,7 +237,7 @@ bool ValueRangeRead(const SearchNode &node, FieldKind kind, DateForm form, Value
     }
     // Either end may be open, but not both.
     const std::string_view low = value.substr(0, dots);
-    const std::string_view high = value.substr(dots + kRange.size());
+    const std::string_view high = value.substr(dots + between.size());
     if (low.empty() && high.empty())
         return wrong();
     if (!low.empty()) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/search/search_words.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -138,11 +139,11 @@ bool FieldTake(Taking *taking, const NameAndSign &found, SearchNode *node) {
     taking->at += whole.length;
     const std::string_view value = UpToBlank(taking->rest());
     if (value.empty())
-        return SearchWrong(taking->problem,
-                           "a value is missing behind " + std::string(found.name) +
-                               std::string(found.sign->text) + "; missing:" + std::string(found.name) +
-                               " finds what has none",
-                           whole);
+        return SearchWrong(
+            taking->problem,
+            "a value is missing right behind " + std::string(found.name) + std::string(found.sign->text) +
+                ", without a blank; missing:" + std::string(found.name) + " finds what has none",
+            whole);
     const SearchField *field = SearchFieldFind(found.name);
     const bool has_blanks = field != nullptr && FieldHoldsBlanks(*field);
     return ValueTake(taking, has_blanks ? PlainLength(taking->rest()) : value.size(), node);
@@ -163,6 +164,12 @@ bool ColonLook(Taking *taking) {
 
 } // namespace
 
+bool IsSignInFront(const SearchWord &word) {
+    return word.node.kind == SearchNode::Kind::words && !word.quoted &&
+           std::ranges::any_of(kSigns,
+                               [&](const Sign &sign) { return word.node.value.starts_with(sign.text); });
+}
+
 bool SearchWordTake(std::string_view argument, size_t offset, size_t *at, SearchWord *word, bool *is_end,
                     SearchProblem *problem) {
     *at = std::min(argument.find_first_not_of(kBlanks, *at), argument.size());
@@ -181,6 +188,7 @@ bool SearchWordTake(std::string_view argument, size_t offset, size_t *at, Search
         const NameAndSign found = NameAndSignOf(taking.rest());
         const Presence *presence = PresenceOf(taking.rest());
         word->node.kind = SearchNode::Kind::words;
+        word->quoted = taking.rest().starts_with(kQuote);
         if (presence != nullptr)
             good = PresenceTake(&taking, *presence, &word->node);
         else if (found.sign != nullptr)

@@ -11,9 +11,13 @@
 struct SearchWord {
     bool either = false; // the word `or`
     bool negated = false;
+    bool quoted = false; // a text
     SearchNode node;
     SearchPlace place;
 };
+
+// Whether a word begins with the sign that stands between a field and its value: "= X".
+bool IsSignInFront(const SearchWord &word);
 
 // Takes the next word off an argument, from `*at` on; `offset` is where the argument begins in the whole text. The word is null at
 // the end. False, with what is wrong, for one that means nothing.
