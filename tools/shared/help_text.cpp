@@ -35,7 +35,9 @@ std::string ListText(const HelpList &list) {
     return text;
 }
 
-std::string OptionHeadWith(const CommandOption &option, const std::vector<const char *> &words) {
+using Words = std::vector<const char *>;
+
+std::string HeadOf(const CommandOption &option, const Words &words) {
     std::string text;
     if (option.letter != '\0')
         text.append("-").append(1, option.letter).append(option.name != nullptr ? "," : "");
@@ -52,43 +54,40 @@ std::string OptionHeadWith(const CommandOption &option, const std::vector<const 
     return text;
 }
 
-// Words that a line has no room for stand with the meaning.
-bool HasRoomForWords(const CommandOption &option) {
-    return kEntryIndent + OptionHeadWith(option, option.words).size() <= kHelpColumns;
-}
-
-std::string OptionHead(const CommandOption &option) {
-    return OptionHeadWith(option, HasRoomForWords(option) ? option.words : std::vector<const char *>());
-}
-
-std::string OptionMeaning(const CommandOption &option) {
-    std::string text = option.description;
-    if (option.type == nullptr || HasRoomForWords(option))
-        return text;
-    for (const char *word : option.words)
-        text.append(word == option.words.front() ? ": " : ", ").append(word);
-    return text;
-}
-
-std::string ArgumentHead(const CommandArgument &argument) {
-    return argument.name + (" " + TypeText(argument.type, argument.words)) +
+std::string HeadOf(const CommandArgument &argument, const Words &words) {
+    return argument.name + (" " + TypeText(argument.type, words)) +
            (TakesMany(argument.target) ? " ..." : "") + (argument.required ? " REQUIRED" : "");
+}
+
+// The entry of an option or argument. Words that a line has no room for stand with the meaning.
+template <typename Place>
+std::pair<std::string, std::string> EntryOf(const Place &place) {
+    const std::string head = HeadOf(place, place.words);
+    if (kEntryIndent + head.size() <= kHelpColumns)
+        return {head, place.description};
+    std::string meaning = place.description;
+    for (const char *word : place.words)
+        meaning.append(word == place.words.front() ? ": " : ", ").append(word);
+    return {HeadOf(place, {}), meaning};
 }
 
 } // namespace
 
 std::string HelpText(const HelpHead &head, const CommandLine &line, const std::vector<HelpList> &more,
                      const std::string &footer) {
-    std::string text = std::string(head.description) + "\nUsage: " + head.name + " [OPTIONS]" + head.behind;
+    std::string text;
+    for (const std::string &wrapped : TextWrap(head.description, kHelpColumns))
+        text += wrapped + "\n";
+    text.append("Usage: ").append(head.name).append(" [OPTIONS]").append(head.behind);
     HelpList arguments = {"Positionals", {}};
     for (const CommandArgument &argument : line.arguments) {
         const std::string name = std::string(argument.name) + (TakesMany(argument.target) ? "..." : "");
         text += argument.required ? " " + name : " [" + name + "]";
-        arguments.entries.emplace_back(ArgumentHead(argument), argument.description);
+        arguments.entries.push_back(EntryOf(argument));
     }
     HelpList options = {"Options", {}};
     for (const CommandOption &option : line.options)
-        options.entries.emplace_back(OptionHead(option), OptionMeaning(option));
+        options.entries.push_back(EntryOf(option));
     text += "\n" + ListText(arguments) + ListText(options);
     for (const HelpList &list : more)
         text += ListText(list);

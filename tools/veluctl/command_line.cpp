@@ -4,7 +4,7 @@
 #include <initializer_list>
 #include <span>
 
-#include "tools/veluctl/overview/groups.h"
+#include "tools/veluctl/overview/left_out_files.h"
 #include "tools/veluctl/requests.h"
 #include "tools/veluctl/search/search_dates.h"
 #include "tools/veluctl/search/search_fields.h"
@@ -321,11 +321,15 @@ ProgramCommand RecentMake(Options *options) {
 ProgramCommand MissingMake(Options *options) {
     CommandArgument what = Needed("what", "WHAT", "What is missing", &options->what, MissingWords());
     what.open = true;
-    ProgramCommand command =
-        LookMake("missing", "List songs without tags, covers or years, and albums without all their tracks",
-                 MissingCommand, {what, OnlyWordsArgument(options)},
-                 Joined({PlaceOptions(options), FormOptions(options)}));
-    command.examples = {{"veluctl missing years genre=jazz", "Songs of this genre without a year"}};
+    ProgramCommand command = LookMake(
+        "missing", "List what songs and albums lack, and files that the rules leave out", MissingCommand,
+        {what, SearchWordsArgument("Of which files, as find takes it; without words: of all. With files: "
+                                   "the directories; without one: the shares",
+                                   false, options)},
+        Joined({PlaceOptions(options), FormOptions(options)}));
+    command.details = {LeftOutReasons()};
+    command.examples = {{"veluctl missing years genre=jazz", "Songs of this genre without a year"},
+                        {"veluctl missing files /srv/music", "What lies there and is not indexed"}};
     return command;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// veluctl missing: which songs lack tags, a year or a cover, and which tracks albums lack.
+// veluctl missing: which songs lack tags, a year or a cover, which tracks albums lack, and which files are left out.
 #include <stdlib.h>
 
 #include <algorithm>
@@ -8,6 +8,7 @@
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/file_facts.h"
 #include "tools/veluctl/message.h"
+#include "tools/veluctl/overview/left_out_files.h"
 #include "tools/veluctl/overview/missing_tags.h"
 #include "tools/veluctl/overview/query_rows.h"
 #include "tools/veluctl/overview/track_gaps_read.h"
@@ -91,10 +92,14 @@ constexpr MissingList kMissingLists[] = {
 } // namespace
 
 std::vector<const char *> MissingWords() {
-    return ListWords(kMissingLists);
+    std::vector<const char *> words = ListWords(kMissingLists);
+    words.push_back(kLeftOutList);
+    return words;
 }
 
 ExitCode MissingCommand(const Options &options) {
+    if (options.what == kLeftOutList)
+        return LeftOutFilesList(options);
     const MissingList *list = ListFind(kMissingLists, options.what);
     if (list == nullptr)
         return ListUnknown(options.what, MissingWords());
