@@ -116,7 +116,13 @@ def walls(page, anchor):
     """Name and artist of each picture of a wall, and its kind."""
     sections = [one for one in page.root.all("section") if one.attributes["id"] == anchor]
     return [(tuple(bdi.text for bdi in item.all("bdi")), item.all("img")[0].attributes["src"].split(";")[0].split("/")[1])
-            for section in sections for grid in section.all("ul") if grid.attributes["class"] == "covers" for item in grid.all("li")]
+            for section in sections for grid in section.all("ul") if grid.attributes["class"] == "covers" for item in grid.all("li")
+            if item.all("img")]
+
+
+def placeholders(page):
+    """Name and artist of those whose picture is too large, with the name that stands in its place."""
+    return [tuple(bdi.text for bdi in item.all("bdi")) for item in page.root.all("li") if item.attributes.get("class") == "unshown"]
 
 
 def albums_are_those_of_their_album_artists(library, page):
@@ -144,6 +150,7 @@ def test_pictures_that_have_no_place_are_named_with_the_reason(make_daemon):
     box.remove(kept["Gone"])
     page = report(box)
     assert [names for names, _ in walls(page, "covers")] == [("Fit", "Fit")] and "1 of 6 albums with a cover" in page.root.text
+    assert sorted(placeholders(page)) == [("Large", "Large", "Large"), ("Wide", "Wide", "Wide")] and "; 2 more by name alone." in page.root.text
     found = {name.split(" ", 1)[1].split(":")[0].rstrip("."): entries(one) for name, one in lists(page).items() if "picture" in name}
     assert found == {"pictures have no place here": [f"{MUSIC}/Large/1.mp3", f"{MUSIC}/Wide/1.mp3"],
                      "pictures are damaged": [f"{MUSIC}/Broken/1.mp3", f"{MUSIC}/Empty/1.mp3"], "picture is gone": [f"{MUSIC}/Gone/1.mp3"]}
@@ -172,7 +179,7 @@ def subtitles_are_no_films(library, page):
 
 def albums_that_lack_tracks_are_told(_library, page):
     one = lists(page).get("1 album lacks tracks")
-    assert entries(one) == ["Nina \u2013 Hits"] and "2-3 of 4" in one.text
+    assert entries(one) == ["Nina \u2013 Hits"] and "lacks 2-3 of 4 tracks" in one.text
 
 
 def formats_that_players_find_hard_are_told(library, page):
@@ -235,6 +242,27 @@ def recordings_that_are_there_twice_are_told(library, samples):
     summary, = (name for name in lists(report(library)) if "could be freed" in name)
     assert summary.startswith("2 files of 1 recording; ")
     assert sorted(entries(lists(report(library))[summary])) == [f"{MUSIC}/One/song.mp3", f"{MUSIC}/Two/song.mp3"]
+
+
+def test_a_recording_that_is_there_many_times_leaves_room_for_others(make_daemon):
+    box = make_daemon()
+    for title, count in (("Often", 50), ("Twice", 2)):
+        for number in range(count):
+            box.write(f"{MUSIC}/{title}/{number:02}.mp3", song(title=title, artist="Ida"))
+    box.start().index("R:all")
+    one, = (one for name, one in lists(report(box)).items() if "could be freed" in name)
+    names = entries(one)
+    assert len([name for name in names if "/Often/" in name]) == 4 and len([name for name in names if "/Twice/" in name]) == 2
+    assert "and 46 more of it" in names and "more. All" not in one.text, "none beside these"
+
+
+def test_numbers_of_tracks_are_a_sentence(make_daemon):
+    box = make_daemon()
+    box.configure(rules="complete")
+    for number in (1, 2, 3, 5):
+        box.write(f"{MUSIC}/Album/{number}.mp3", song(artist="Nina", album="Hits", track=f"{number}/7"))
+    box.start().index("R:all")
+    assert "lacks 4 and 6-7 of 7 tracks" in lists(report(box))["1 album lacks tracks"].text
 
 
 def test_the_page_of_a_library(library, samples):

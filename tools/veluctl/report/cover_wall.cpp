@@ -39,12 +39,9 @@ Literal MediaType(PictureFormat format) {
     return "jpeg";
 }
 
-void CoverWrite(HtmlWriter *html, const CoverOwner &owner, const ChosenCover &cover) {
-    html->Put("<li><img alt=\"\" width=\"160\" height=\"160\" decoding=\"async\" src=\"data:image/")
-        .Put(MediaType(cover.format))
-        .Put(";base64,")
-        .Base64(cover.bytes);
-    html->Put("\"><p><bdi title=\"").Text(owner.name).Put("\">").Text(owner.name).Put("</bdi>");
+// Ends the entry of a picture, or of what stands in its place.
+void OwnerWrite(HtmlWriter *html, const CoverOwner &owner) {
+    html->Put("<p><bdi title=\"").Text(owner.name).Put("\">").Text(owner.name).Put("</bdi>");
     if (!owner.more.empty())
         html->Put("<bdi class=\"artist\" title=\"")
             .Text(owner.more)
@@ -52,6 +49,21 @@ void CoverWrite(HtmlWriter *html, const CoverOwner &owner, const ChosenCover &co
             .Text(owner.more)
             .Put("</bdi>");
     html->Put("</p></li>\n");
+}
+
+void CoverWrite(HtmlWriter *html, const CoverOwner &owner, const ChosenCover &cover) {
+    html->Put("<li><img alt=\"\" width=\"160\" height=\"160\" decoding=\"async\" src=\"data:image/")
+        .Put(MediaType(cover.format))
+        .Put(";base64,")
+        .Base64(cover.bytes);
+    html->Put("\">");
+    OwnerWrite(html, owner);
+}
+
+// A picture that is too large to be shown as it is.
+void PlaceholderWrite(HtmlWriter *html, const CoverOwner &owner) {
+    html->Put("<li class=\"unshown\"><div aria-hidden=\"true\"><bdi>").Text(owner.name).Put("</bdi></div>");
+    OwnerWrite(html, owner);
 }
 
 struct Unfit {
@@ -81,11 +93,16 @@ void CoverWallWrite(HtmlWriter *html, const CoverWall &wall) {
     html->Put(wall.heading).Put("</h2>\n<ul class=\"covers\">\n");
     std::vector<Unfit> unfit;
     int64_t shown = 0;
+    int64_t named = 0;
     size_t bytes = 0;
     for (const CoverOwner &owner : wall.newest) {
-        if (static_cast<size_t>(shown) == kCoversMax || bytes > wall.bytes_max - kCoverBytesMax)
+        if (static_cast<size_t>(shown + named) >= kCoversMax || bytes > wall.bytes_max - kCoverBytesMax)
             break;
         const ChosenCover cover = CoverChoose(owner.path);
+        if (cover.fate == CoverFate::large) {
+            ++named;
+            PlaceholderWrite(html, owner);
+        }
         if (cover.fate != CoverFate::fit) {
             unfit.push_back({cover.fate, &owner});
             continue;
@@ -95,7 +112,10 @@ void CoverWallWrite(HtmlWriter *html, const CoverWall &wall) {
         CoverWrite(html, owner, cover);
     }
     html->Put("</ul>\n<p class=\"note\">").Text(CountText(shown)).Put(" of ");
-    html->Text(CountedText(wall.in_all, wall.one, wall.many)).Put(" with a cover, the newest first.</p>\n");
+    html->Text(CountedText(wall.in_all, wall.one, wall.many)).Put(" with a cover, the newest first");
+    if (named > 0)
+        html->Text("; " + CountText(named) + " more by name alone");
+    html->Put(".</p>\n");
     UnfitWrite(html, unfit);
     html->Put("</section>\n");
 }

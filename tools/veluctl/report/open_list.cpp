@@ -7,7 +7,9 @@ namespace {
 
 // Says how many are not here, and what lists them.
 void RestWrite(HtmlWriter *html, const OpenList &list) {
-    const int64_t rest = list.in_all - static_cast<int64_t>(list.entries.size());
+    int64_t rest = list.in_all;
+    for (const OpenListEntry &entry : list.entries)
+        rest -= entry.stands_for;
     const bool has_command = !list.command.empty();
     if (rest <= 0 && !has_command)
         return;

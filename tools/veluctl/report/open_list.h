@@ -13,6 +13,7 @@
 struct OpenListEntry {
     std::string name;
     std::string number = {}; // beside it
+    int64_t stands_for = 1;  // entries, where one line says "and 7 more" of a kind
 };
 
 struct OpenList {

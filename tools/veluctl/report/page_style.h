@@ -84,6 +84,9 @@ background-clip:padding-box}
 .covers{list-style:none;padding:0;display:grid;grid-template-columns:repeat(auto-fill,minmax(8.2rem,1fr));gap:1rem}
 .covers li{min-width:0;break-inside:avoid}
 .covers img{display:block;width:100%;height:auto;aspect-ratio:1;object-fit:cover;border-radius:.4rem;background:var(--track)}
+.unshown div{display:flex;align-items:center;justify-content:center;aspect-ratio:1;padding:.6rem;border-radius:.4rem;
+background:var(--track);color:var(--soft);text-align:center;overflow:hidden;overflow-wrap:anywhere}
+.unshown div bdi{white-space:normal}
 .covers bdi{display:block;overflow:hidden;text-overflow:ellipsis;white-space:nowrap;font-size:.85rem;line-height:1.35}
 .covers p{margin-top:.4rem}
 .covers .artist{color:var(--soft)}

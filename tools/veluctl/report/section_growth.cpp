@@ -14,11 +14,12 @@ namespace {
 constexpr Month kFirstMonth = MonthOf(1990, 1); // what is older was written with a wrong clock
 constexpr Month kMonthlyMax = 36;               // more columns than that are one for a year
 constexpr Literal kByAdded =
-    "A file counts in the month in which it was first catalogued, one that was here before that was kept in "
-    "the month of the earlier of its times. What was removed does not show.";
+    "Each file counts in the month in which it was first catalogued. For files that were here before the "
+    "catalogue kept that, it is the month in which they were written or last changed, whichever was first. "
+    "Files that were removed are not in it.";
 constexpr Literal kByChange =
-    "A file counts in the month of its last status change: mostly that in which it came, unless it was "
-    "renamed or given other rights since. What was removed does not show.";
+    "Each file counts in the month in which it last changed: mostly that in which it came, unless it was "
+    "written, renamed or given other rights since. Files that were removed are not in it.";
 constexpr Kind kGrowing[] = {kMusic, kFilms, kPictures};
 
 struct Growth {
@@ -161,7 +162,7 @@ void GrowthWrite(Report *report) {
             .Put(growth.undated == 0 ? Literal("All files") : Literal("All files with a usable time"))
             .Put(" are of ")
             .Text(MonthText(growth.first))
-            .Put(".</p>\n");
+            .Put(": growth shows from the second month on.</p>\n");
     } else {
         LegendWrite(report);
         TimeChartWrite(html, SizeChart(*report, growth));

@@ -17,6 +17,7 @@ namespace {
 constexpr uint32_t kLargestShown = 12;
 constexpr size_t kAlbumsShown = 30;
 constexpr size_t kCopiesShown = 40;
+constexpr size_t kCopiesOfOneShown = 4; // so that a song that is there many times leaves room for others
 
 void CardBegin(HtmlWriter *html, Literal heading) {
     html->Put("<article class=\"card\"><h3>").Put(heading).Put("</h3>\n");
@@ -39,7 +40,7 @@ void LargestWrite(Report *report) {
                  "_largest");
     query.Add(") as largest order by file_size desc, path");
     LimitPut(&query, kLargestShown);
-    OpenList list = {"Where they are", 0, "veluctl find 'size>0' --sort -size"};
+    OpenList list = {"Where they are", 0, "veluctl find size=1.. --sort -size"};
     Bars bars = {"Largest files", "File", "Size"};
     report->tallies.failed = !QueryRowsTake(report->tallies.reader, query, kColumns, [&](const Row &row) {
         const std::string path = row[0].value_or("");
@@ -52,28 +53,34 @@ void LargestWrite(Report *report) {
     BarsWrite(&report->html, bars);
 }
 
+void CopiesShow(const CopyGroup &group, OpenList *list) {
+    size_t shown = 0;
+    for (; shown < std::min(group.size(), kCopiesOfOneShown) && list->entries.size() < kCopiesShown; ++shown)
+        list->entries.push_back({group[shown].path, SizeText(static_cast<double>(group[shown].size))});
+    const auto rest = static_cast<int64_t>(group.size() - shown);
+    if (shown == kCopiesOfOneShown && rest > 0)
+        list->entries.push_back({"and " + CountText(rest) + " more of it", {}, rest});
+}
+
 void DuplicatesWrite(Report *report) {
     if (report->tallies.failed)
         return;
     OpenList list = {{}, 0, "veluctl duplicates"};
     int64_t groups = 0;
     double freed = 0;
-    CopySearch search = {
-        .reader = report->tallies.reader,
-        .directory = {},
-        .take =
-            [&](const CopyGroup &group) {
-                ++groups;
-                for (const CopyName &name : group) {
-                    ++list.in_all;
-                    freed += static_cast<double>(name.freed);
-                    if (list.entries.size() < kCopiesShown)
-                        list.entries.push_back({name.path, SizeText(static_cast<double>(name.size))});
-                }
-                return true;
-            },
-        .left_out = [](const std::string &, const std::string &) {},
-        .reading = {}};
+    CopySearch search = {.reader = report->tallies.reader,
+                         .directory = {},
+                         .take =
+                             [&](const CopyGroup &group) {
+                                 ++groups;
+                                 list.in_all += static_cast<int64_t>(group.size());
+                                 for (const CopyName &name : group)
+                                     freed += static_cast<double>(name.freed);
+                                 CopiesShow(group, &list);
+                                 return true;
+                             },
+                         .left_out = [](const std::string &, const std::string &) {},
+                         .reading = {}};
     report->tallies.failed = !RecordingsFind(&search, kToleranceSeconds);
     if (groups == 0)
         return;
@@ -83,12 +90,22 @@ void DuplicatesWrite(Report *report) {
     CardBegin(&report->html, "Duplicates");
     report->html.Put("<p>Songs of the same artist and title that are equally long.</p>\n");
     OpenListWrite(&report->html, list);
+    report->html.Put(
+        "<p class=\"note\">Pictures, films and other files are compared byte by byte, which takes "
+        "its time, by <code>veluctl duplicates files</code>.</p>\n");
     CardEnd(&report->html);
 }
 
 std::string AlbumText(const AlbumGaps &gaps) {
     const std::string album = gaps.artist.empty() ? gaps.album : gaps.artist + " \u2013 " + gaps.album;
     return gaps.disc > 1 ? album + ", disc " + std::to_string(gaps.disc) : album;
+}
+
+// "3, 5 and 7".
+std::string Listed(std::string numbers) {
+    constexpr std::string_view kBetween = ", ";
+    const size_t last = numbers.rfind(kBetween);
+    return last == std::string::npos ? numbers : numbers.replace(last, kBetween.size(), " and ");
 }
 
 void TracksMissingWrite(Report *report) {
@@ -98,7 +115,8 @@ void TracksMissingWrite(Report *report) {
     const auto all = [] { return true; };
     const auto take = [&](const AlbumGaps &gaps) {
         if (list.entries.size() < kAlbumsShown)
-            list.entries.push_back({AlbumText(gaps), gaps.missing + " of " + std::to_string(gaps.last)});
+            list.entries.push_back({AlbumText(gaps), "lacks " + Listed(gaps.missing) + " of " +
+                                                         std::to_string(gaps.last) + " tracks"});
         ++list.in_all;
     };
     report->tallies.failed = !TrackGapsRead(report->tallies.reader, {.states = report->facts}, all, take);
