@@ -120,6 +120,20 @@ def test_it_says_when_neither_can_be_read(box):
     assert answer["status"] == FAILED and f"{SYSLOG}: Permission denied" in answer["err"]
 
 
+def test_who_may_not_read_the_journal_is_told_how(box, now):
+    """A file that anybody may read may have nothing of what the journal has."""
+    box.write(JOURNAL)
+    os.chmod(box.box.path(JOURNAL), 0o640)
+    box.write(SYSLOG)
+    answer = box.ctl("log", user=65534)
+    assert answer["status"] == FAILED and "sudo adduser NAME systemd-journal" in answer["err"] and answer["out"] == ""
+    box.write(SYSLOG, written([(now, "veluindexd", "of the file")]))
+    assert "of the file" in box.ctl("log", user=65534)["out"]
+    box.remove(SYSLOG)
+    os.chmod(box.box.path(os.path.dirname(os.path.dirname(JOURNAL))), 0o700)
+    assert "sudo adduser NAME systemd-journal" in box.ctl("log", user=65534)["err"]
+
+
 def test_the_daemons_own_lines_are_understood(box):
     """As it logs them, in the span of its run."""
     box.configure(rules="complete")

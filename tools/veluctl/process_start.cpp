@@ -28,6 +28,16 @@ std::string StatBehindName(pid_t pid) {
     return end != nullptr ? end : "";
 }
 
+// As the kernel has it (proc(5)), which is the same whenever it is asked; by the clocks it would waver by a second. 0: not known.
+time_t MachineStart() {
+    std::ifstream file("/proc/stat");
+    long long start = 0;
+    for (std::string line; std::getline(file, line);)
+        if (sscanf(line.c_str(), "btime %lld", &start) == 1)
+            break;
+    return static_cast<time_t>(start);
+}
+
 } // namespace
 
 time_t ProcessStart(pid_t pid) {
@@ -35,14 +45,11 @@ time_t ProcessStart(pid_t pid) {
     const char *field = stat.empty() ? nullptr : stat.c_str();
     for (int at = 0; field != nullptr && at < kFieldsFromNameToStart; ++at)
         field = strchr(field + 1, ' ');
-    // The machine's start by its clocks. The times of the files in /proc do not tell when a process began.
-    timespec uptime = {};
-    timespec now = {};
-    if (field == nullptr || clock_gettime(CLOCK_BOOTTIME, &uptime) != 0 ||
-        clock_gettime(CLOCK_REALTIME, &now) != 0)
+    // The times of the files in /proc do not tell when a process began.
+    const time_t machine = MachineStart();
+    if (field == nullptr || machine == 0)
         return 0;
-    const long long ticks = strtoll(field, nullptr, 10);
-    return static_cast<time_t>(now.tv_sec - uptime.tv_sec + ticks / sysconf(_SC_CLK_TCK));
+    return machine + static_cast<time_t>(strtoll(field, nullptr, 10) / sysconf(_SC_CLK_TCK));
 }
 
 bool ProcessIsAtWork(pid_t pid) {

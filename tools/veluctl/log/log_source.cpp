@@ -15,15 +15,24 @@
 namespace {
 
 constexpr const char *kJournals[] = {"/var/log/journal", "/run/log/journal"};
+constexpr char kJournalHidden[] =
+    "the journal may be read by root and by members of the groups adm and systemd-journal: ";
 constexpr const char *kFiles[] = {"/var/log/syslog", "/var/log/daemon.log", "/var/log/messages"};
 
 enum class Sight { none, hidden, open };
+
+// What gives a user the right to read a log.
+std::string RightText(const char *group) {
+    return "run this with sudo; \"sudo adduser NAME " + std::string(group) +
+           "\" lets NAME read it, from the next login on";
+}
 
 // Folders of machines lie in that of the journal; each has the file of the system's programs.
 Sight JournalLook() {
     Sight sight = Sight::none;
     for (const char *journal : kJournals) {
         const DirHandle machines(opendir(journal));
+        sight = machines == nullptr && errno == EACCES ? Sight::hidden : sight;
         while (const dirent *entry = machines != nullptr ? readdir(machines.get()) : nullptr) {
             if (*entry->d_name == '.')
                 continue;
@@ -52,7 +61,8 @@ void FileRead(const char *path, int64_t from, int64_t to, LogAnswer *answer) {
     std::ifstream file(path, std::ios::binary);
     answer->source = file ? path : "";
     if (!file)
-        answer->problem = std::string(path) + ": " + strerror(errno) + "; run this with sudo";
+        answer->problem = std::string(path) + ": " + strerror(errno) +
+                          "; root and the group adm may read it, mostly: " + RightText("adm");
     const time_t now = time(nullptr);
     for (std::string text; std::getline(file, text);) {
         LoggedLine line;
@@ -75,16 +85,22 @@ LogAnswer LogRead(int64_t from, int64_t to) {
         if (access(path, F_OK) != 0)
             continue;
         FileRead(path, from, to, &answer);
+        break;
+    }
+    // Where there is a journal, a file may have nothing of what it has.
+    if (!answer.source.empty() && (journal != Sight::hidden || !answer.lines.empty()))
+        return answer;
+    if (journal == Sight::hidden) {
+        answer.source.clear();
+        answer.problem = kJournalHidden + RightText("systemd-journal") +
+                         (answer.problem.empty() ? "" : " (" + answer.problem + ")");
         return answer;
     }
-    if (journal == Sight::hidden)
-        answer.problem = "the journal may be read by root and by members of the groups adm and "
-                         "systemd-journal: run this with sudo";
-    else if (journal == Sight::open)
-        answer.problem = "journalctl does not run";
-    else
-        answer.problem = "there is neither a journal nor a file of the system log (/var/log/syslog); the "
-                         "daemon's lines go "
-                         "to syslog with the facility daemon";
+    if (!answer.problem.empty())
+        return answer;
+    answer.problem = journal == Sight::open ? "journalctl does not run"
+                                            : "there is neither a journal nor a file of the system log "
+                                              "(/var/log/syslog); the daemon's lines go "
+                                              "to syslog with the facility daemon";
     return answer;
 }
