@@ -20,9 +20,11 @@ namespace {
 constexpr FormatManner kManner{
     .probe_bytes = kFilmProbeBytes, .streams = kFilmStreamsMax, .all_programs = true};
 
+// What libavformat calls an invalid argument is what it has read from the file.
 ReadOutcome Failure(const ReaderInput &input, int error) {
-    char words[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(input.failed ? AVERROR(EIO) : error, words, sizeof words);
+    char words[AV_ERROR_MAX_STRING_SIZE] = "what it says of its structure cannot be";
+    if (input.failed || error != AVERROR(EINVAL))
+        av_strerror(input.failed ? AVERROR(EIO) : error, words, sizeof words);
     return {.status = AnswerStatus::failed, .content = ContentClass::unknown, .reason = words};
 }
 

@@ -93,6 +93,15 @@ def test_a_damaged_catalogue_is_told_and_made_anew_by_the_commands(stopped, rule
     assert stopped.ctl("status")["status"] == 0 and "commands" not in stopped.ctl_json("status")["catalogues"]["media"]
 
 
+@pytest.mark.parametrize("how", ["no database", "a torn header"])
+def test_why_tells_a_damaged_catalogue_too(stopped, how):
+    damage(stopped, MEDIA, how)
+    answer = stopped.ctl("why", "/volume1/music/1.mp3")
+    assert answer["status"] == UNREACHABLE and "may be in the catalogue or not" in answer["out"], answer
+    assert "it is damaged; a new one comes, and the old file is kept aside, by" in answer["err"]
+    assert commands_of(answer["err"]) == stopped.ctl_json("status")["catalogues"]["media"]["commands"]
+
+
 def test_what_only_a_look_at_all_pages_finds_is_found_by_check(stopped):
     damage(stopped, MEDIA, lambda data: data[:-PAGE] + b"\x77" * PAGE)
     answer = stopped.ctl("check")

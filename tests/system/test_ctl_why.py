@@ -144,6 +144,27 @@ def test_a_file_that_could_not_be_read_says_so(complete, samples):
     assert answer["catalogued"] and answer["reason"] == "trouble" and "changes" in answer["because"]
 
 
+def test_people_see_moments_in_their_own_form_and_what_helps(complete, samples):
+    complete.copy(samples / "tagged.mp3", f"{MUSIC}/a.mp3")
+    os.utime(complete.box.path(f"{MUSIC}/a.mp3"), (1e9, 1e9))
+    complete.write("/volume1/video/broken.mkv", (samples / "clip.mp4").read_bytes()[:40])
+    complete.index("R:all")
+    environment = {"TZ": "Asia/Tokyo", "LC_ALL": "C.UTF-8"}
+
+    def said(*words):
+        return complete.box.ask("run", arguments=[complete.ctl_program, *words], environment=environment, timeout=60)["out"]
+    text = said("why", f"{MUSIC}/a.mp3")
+    assert re.search(r"^  stamp +\S+ k?B, written 2001-09-09 10:46:40, changed 20\d\d-\d\d-\d\d \d\d:\d\d:\d\d$", text, re.MULTILINE), text
+    for shown in (text, said("show", f"{MUSIC}/a.mp3")):
+        assert re.search(r"^  added +20\d\d-\d\d-\d\d \d\d:\d\d:\d\d$", shown, re.MULTILINE), shown
+    answer = why(complete, "/volume1/video/broken.mkv")
+    assert "damaged, or not what its name says" in answer["because"] and "good copy" in answer["because"]
+    assert "touch" not in answer["command"]
+    complete.copy(samples / "clip.mp4", "/volume1/video/broken.mkv")
+    carry_out(complete, answer["command"])
+    assert "reason" not in why(complete, "/volume1/video/broken.mkv")
+
+
 def test_add_and_wait_tells_what_did_not_come(daemon):
     daemon.write(f"{MUSIC}/notes.txt")
     daemon.write(f"{MUSIC}/a.pcm")

@@ -8,6 +8,7 @@
 #include "platform/veluindex.h"
 #include "tools/veluctl/catalogue_advice.h"
 #include "tools/veluctl/log_lines.h"
+#include "tools/veluctl/message.h"
 #include "tools/veluctl/sql_text.h"
 
 namespace {
@@ -35,6 +36,15 @@ void CatalogueFailureSet(CatalogueReader *reader, Catalogue catalogue, const std
     reader->commands = CatalogueCommands(catalogue, reason);
     reader->failure = reason + CatalogueHint(catalogue, reason);
     reader->reason = reader->commands.empty() ? reader->failure : reason;
+}
+
+ExitCode FailureTell(const CatalogueReader &reader) {
+    Complain(kUnreachable, reader.reason);
+    if (!reader.commands.empty())
+        Complain(kUnreachable, "it is damaged; a new one comes, and the old file is kept aside, by");
+    for (const std::string &command : reader.commands)
+        CommandTell(command);
+    return kUnreachable;
 }
 
 VELUDB *CatalogueConnect(CatalogueReader *reader, Catalogue catalogue) {

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/veluctl/exit_code.h"
 #include "tools/veluctl/tables.h"
 
 struct CatalogueConnection {
@@ -33,6 +34,9 @@ VELUDB *CatalogueConnect(CatalogueReader *reader, Catalogue catalogue);
 
 // Notes why a catalogue cannot be read, with what can be done about it.
 void CatalogueFailureSet(CatalogueReader *reader, Catalogue catalogue, const std::string &reason);
+
+// Says why a catalogue cannot be read, with the commands that make a new one of a damaged one. Returns kUnreachable.
+ExitCode FailureTell(const CatalogueReader &reader);
 
 // Forgets a connection that has failed; the next call makes a new one.
 void CatalogueDisconnect(CatalogueReader *reader, Catalogue catalogue);

@@ -118,14 +118,8 @@ ExitCode CheckCommand(const Options &options) {
     FeatureSwitchesRead();
     CatalogueReader reader;
     std::vector<Finding> findings;
-    if (!CatalogueCheck(&reader, &findings)) {
-        Complain(kUnreachable, reader.reason);
-        if (!reader.commands.empty())
-            Complain(kUnreachable, "it is damaged; a new one comes, and the old file is kept aside, by");
-        for (const std::string &command : reader.commands)
-            CommandTell(command);
-        return kUnreachable;
-    }
+    if (!CatalogueCheck(&reader, &findings))
+        return FailureTell(reader);
     if (access(kQueueFile, F_OK) == 0 || access(kQueueWorkingCopy, F_OK) == 0)
         Complain(kDone, "requests are waiting or in work: what they are about may count as wrong here");
     if (const std::string remark = ReadersRemarkNow(); !remark.empty())

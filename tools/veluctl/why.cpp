@@ -22,6 +22,7 @@
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/terminal.h"
 #include "tools/veluctl/why/left_out_word.h"
+#include "tools/veluctl/why/stamp_text.h"
 
 namespace {
 
@@ -74,6 +75,9 @@ std::string BelowAdvice(const std::string &path, const Below &below) {
 void WhyShow(const WhyAnswer &answer) {
     const bool catalogued = !answer.found.kinds.empty();
     RecordPart part = answer.found.part;
+    for (size_t at = 0; at < part.columns.size(); ++at)
+        if (part.columns[at].name == std::string_view(kStampName))
+            part.values[at] = StampText(*part.values[at]);
     part.name = answer.path + (!answer.looked_up ? " may be in the catalogue or not"
                                : catalogued      ? " is in the catalogue"
                                                  : " is not in the catalogue");
@@ -136,12 +140,12 @@ ExitCode WhyCommand(const Options &options) {
     CatalogueReader reader;
     answer.looked_up = CataloguedRead(&reader, answer.path, &answer.found);
     if (!answer.looked_up) // what the disk and the rules say holds all the same
-        Complain(kUnreachable, reader.failure);
+        FailureTell(reader);
     const bool catalogued = !answer.found.kinds.empty();
     answer.reason = catalogued ? answer.found.against : ReasonOf(&reader, answer.path);
     if (answer.looked_up && IsDirectoryThere(answer.path) &&
         !BelowRead(&reader, answer.path, &answer.below.emplace()))
-        return Complain(kUnreachable, reader.failure);
+        return FailureTell(reader);
     for (const std::string &line : LogLinesTake()) // of files of patterns that do not count whole
         Complain(kDone, SafeText(line));
     options.json ? WhyPrint(answer) : WhyShow(answer);

@@ -90,12 +90,13 @@ std::string SinceThen(const std::string &stamp, const std::string &path) {
 }
 
 Reason TroubleReason(const std::string &path, const std::string &trouble) {
-    const std::string word = ShellWord(path);
     return {kTroubleWord,
-            "it could not be read (" + trouble +
-                "), so that its row has what its name says; it is tried again when it " +
+            "it could not be read, so that its row has what its name says: its content is damaged, or not "
+            "what its "
+            "name says (" +
+                trouble + "). Repair it, or put a good copy in its place; it is tried again when it " +
                 (TroubleHolds(trouble) ? "changes" : "is asked for next"),
-            "sudo touch " + word + " && " + AddCommandLine(path)};
+            AddCommandLine(path)};
 }
 
 bool StatePut(CatalogueReader *reader, const std::string &path, Catalogued *found) {
@@ -115,7 +116,7 @@ bool StatePut(CatalogueReader *reader, const std::string &path, Catalogued *foun
     MomentPut(&found->part, "added", VELUDBFetchText(rows.get(), 0, "added"));
     TextPut(&found->part, "since_then", SinceThen(stamp, path));
     if (!stamp.empty())
-        TextPut(&found->part, "stamp", stamp);
+        TextPut(&found->part, kStampName, stamp);
     if (!trouble.empty())
         found->against = TroubleReason(path, trouble);
     return true;

@@ -48,6 +48,9 @@ Reason ReasonOf(CatalogueReader *reader, const std::string &path);
 inline constexpr char kGoneWord[] = "gone";
 inline constexpr char kTroubleWord[] = "trouble";
 
+// Of the field that holds what the catalogue knows the file by.
+inline constexpr char kStampName[] = "stamp";
+
 // What the catalogue has of a path.
 struct Catalogued {
     std::vector<const char *> kinds = {}; // of the tables that have it
