@@ -7,8 +7,9 @@ import time
 import pytest
 
 from harness import readers
-from harness.daemon import KEPT, PID_FILE, QUEUE, wait_for
-from harness.store_faults import COMMIT, MEDIA, store_fault
+from harness.daemon import KEPT, PID_FILE, QUEUE, WORKING_COPY, wait_for
+from harness.photo import jpeg
+from harness.store_faults import COMMIT, MEDIA, PHOTO, store_fault
 
 DONE, FOUND, USAGE, REFUSED, NO_RIGHTS, NOT_RUNNING, UNREACHABLE, NOT_FINISHED, FAILED, NOT_CATALOGUED = range(10)
 NOBODY = 65534
@@ -278,6 +279,67 @@ def test_waiting_ends_when_the_daemon_keeps_the_request(make_daemon, uri, reason
     daemon.configure()
     wait_for(lambda: not daemon.exists(KEPT), "the daemon to try again")
     assert daemon.paths("music") == [SONG]
+
+
+def test_waiting_is_for_what_was_asked_for_here(make_placed):
+    """What others have asked for in the same run, or before, may be kept: that is told."""
+    daemon = make_placed().start()
+    picture = daemon.write("/volume1/photo/Trip/a.jpg", jpeg(3, 2))
+    daemon.write(SONG)
+    daemon.index("R:all", "R:photo")
+    with store_fault(daemon, "stopped", PHOTO):
+        daemon.queue(f"a:{picture}")
+        answer = daemon.ctl("add", "--wait", SONG, clock=True)
+        assert answer["status"] == DONE and "1 request that could not be stored is kept, and tried again" in answer["err"], answer
+        assert daemon.lines(KEPT)[0].endswith(f"a:{picture}")
+        answer = daemon.ctl("add", "--wait", picture, clock=True)
+        assert answer["status"] == UNREACHABLE, answer
+    daemon.wait_done()
+    answer = daemon.ctl("add", "--wait", SONG)
+    assert answer["status"] == DONE and answer["err"] == ""
+
+
+def test_a_run_of_somebody_else_is_followed(make_daemon):
+    daemon = make_daemon()
+    assert daemon.ctl("status", "--watch")["status"] == NOT_RUNNING
+    daemon.start()
+    answer = daemon.ctl("status", "--watch")
+    assert answer["status"] == DONE and answer["out"] == "The daemon has nothing to do.\n"
+    daemon.write("/usr/velu/slow", "#!/bin/sh\nwhile [ ! -e /tmp/go_on ]; do sleep 0.1; done\n")
+    os.chmod(daemon.box.path("/usr/velu/slow"), 0o755)
+    daemon.configure(aacdecoder="/usr/velu/slow")
+    daemon.write("/volume1/music/slow.aac", "x")
+    daemon.write("/tmp/watch", f"#!/bin/bash\nset -m\nenv --default-signal=INT {daemon.ctl_program} status --watch > /tmp/said & one=$!\n"
+                 f"{daemon.ctl_program} status --watch > /tmp/said_too & two=$!\n"
+                 "for file in /tmp/said /tmp/said_too; do while ! grep -q slow.aac $file; do sleep 0.1; done; done\n"
+                 "kill -INT $one; wait $one; echo ended by $?\n"
+                 "touch /tmp/go_on; wait $two; echo ended with $?; tail -n 1 /tmp/said_too\n")
+    daemon.queue("a:/volume1/music/slow.aac")
+    daemon.signal()
+    wait_for(lambda: daemon.exists(WORKING_COPY), "the run to begin")
+    answer = daemon.box.ask("run", arguments=["/bin/bash", "/tmp/watch"], environment={"LC_ALL": "C.UTF-8"}, timeout=60)
+    lines = answer["out"].splitlines()
+    assert lines[:2] == ["ended by 130", "ended with 0"] and lines[2].startswith("done, line 1 of 1"), answer
+    assert not daemon.exists(QUEUE) and daemon.paths("music") == ["/volume1/music/slow.aac"]
+
+
+def test_the_age_of_what_is_kept_goes_on_between_attempts(make_daemon):
+    daemon = make_daemon()
+    daemon.write(KEPT, f"100 a:{SONG}\n")
+    os.utime(daemon.box.path(KEPT), (time.time() - 3600, time.time() - 3600))
+    age = daemon.ctl_json("status")["kept"]["oldest_seconds"]
+    assert 3700 <= age <= 3700 + 180
+    assert f"a:{SONG}, for 1 hour" in daemon.ctl("status")["out"]
+    daemon.start().index(f"a:{SONG}")
+    daemon.stop()
+    daemon.write(f"{SONG}2.pcm")
+    daemon.write(KEPT, f"100 a:{SONG}2.pcm\n")
+    os.utime(daemon.box.path(KEPT), (time.time() - 3600, time.time() - 3600))
+    assert "could not be stored 1 hour ago" in daemon.ctl_json("why", f"{SONG}2.pcm")["because"]
+
+
+def test_since_when_the_daemon_runs_is_the_same_at_each_look(daemon):
+    assert len({daemon.ctl_json("status")["since"] for _ in range(20)}) == 1
 
 
 @pytest.mark.parametrize("timeout", [[], ["--timeout", "600"]])

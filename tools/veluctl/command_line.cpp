@@ -336,7 +336,14 @@ ProgramCommand MissingMake(Options *options) {
 std::vector<ProgramCommand> LooksMake(Options *options) {
     const CommandOption json = Json(options);
     return {
-        LookMake("status", "Show the daemon, its queue and its catalogues", StatusCommand, {}, {json}),
+        LookMake("status", "Show the daemon, its queue and its catalogues", StatusCommand, {},
+                 {{.letter = 'w',
+                   .name = "watch",
+                   .type = nullptr,
+                   .description = "Follow the runs, whoever has asked for them, until the daemon is idle",
+                   .target = &options->watch,
+                   .excludes = "json"},
+                  json}),
         ListMake(options),
         FindMake(options),
         LogMake(options),

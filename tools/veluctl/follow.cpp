@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "daemon/queue_files.h"
 #include "platform/clock.h"
 #include "tools/queue/daemon_process.h"
 #include "tools/shared/safe_text.h"
@@ -14,8 +15,11 @@
 #include "tools/veluctl/interrupt.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/progress.h"
+#include "tools/veluctl/queue_wait.h"
 #include "tools/veluctl/run_records.h"
 #include "tools/veluctl/run_view.h"
+#include "tools/veluctl/setup/service_commands.h"
+#include "tools/veluctl/status/status.h"
 #include "tools/veluctl/store_away.h"
 
 namespace {
@@ -124,8 +128,9 @@ FollowStart FollowBegin() {
     return {counter.rows, time(nullptr)};
 }
 
-ExitCode Follow(FdHandle file, const FollowStart &start, uint32_t timeout, FILE *out) {
-    RequestFile requests = {std::move(file), {}, {}, 0, false};
+namespace {
+
+ExitCode FileFollow(RequestFile requests, const FollowStart &start, uint32_t timeout, FILE *out) {
     RowCounter counter;
     const double begin = Now();
     Progress progress(out, start.rows);
@@ -165,4 +170,51 @@ ExitCode Follow(FdHandle file, const FollowStart &start, uint32_t timeout, FILE 
         }
         nanosleep(&kPause, nullptr);
     }
+}
+
+// What waits or is in work, if the daemon is to come to it.
+RequestFile FileInWork() {
+    RequestFile requests = RequestFileOpen(kQueueWorkingCopy);
+    const QueueWait wait = QueueWaitLook();
+    if (!requests.file && (wait.after || QueueWaitSeconds(wait)))
+        requests = RequestFileOpen(kQueueFile);
+    requests.waited_for.emplace(); // what is kept of it is nobody's here
+    return requests;
+}
+
+void OthersTell() {
+    if (const int64_t kept = KeptLook().requests; kept > 0)
+        Complain(kDone, Counted(kept, "request") + " that could not be stored " + (kept == 1 ? "is" : "are") +
+                            " kept, and tried again: veluctl status shows " + (kept == 1 ? "it" : "them"));
+}
+
+} // namespace
+
+ExitCode Follow(FdHandle file, const std::vector<std::string> &lines, const FollowStart &start,
+                uint32_t timeout, FILE *out) {
+    RequestFile requests = {std::move(file), {}, {}, 0, false};
+    requests.waited_for.emplace();
+    for (const std::string &line : lines)
+        requests.waited_for->insert(line.substr(0, line.find('\n')));
+    const ExitCode end = FileFollow(std::move(requests), start, timeout, out);
+    if (end == kDone)
+        OthersTell();
+    return end;
+}
+
+ExitCode FollowAll(FILE *out) {
+    if (DaemonFind() == 0)
+        return Complain(kNotRunning, NotRunningText(DaemonStartCommand()));
+    FollowStart start = FollowBegin();
+    bool any = false;
+    for (RequestFile requests = FileInWork(); requests.file; requests = FileInWork()) {
+        any = true;
+        if (const ExitCode end = FileFollow(std::move(requests), start, 0, out); end != kDone)
+            return end;
+        start = FollowBegin();
+    }
+    if (!any)
+        fputs("The daemon has nothing to do.\n", out);
+    OthersTell();
+    return kDone;
 }

@@ -7,6 +7,9 @@
 #include <stdio.h>
 #include <time.h>
 
+#include <string>
+#include <vector>
+
 #include "platform/handle.h"
 #include "tools/veluctl/exit_code.h"
 
@@ -18,6 +21,10 @@ struct FollowStart {
 
 FollowStart FollowBegin();
 
-// Shows how far the file that took the requests has come until the daemon is done with it. `timeout` in
-// seconds, 0: none.
-ExitCode Follow(FdHandle file, const FollowStart &start, uint32_t timeout, FILE *out);
+// Shows how far the file that took these lines has come until the daemon is done with them; says then whether it keeps other
+// requests. `timeout` in seconds, 0: none.
+ExitCode Follow(FdHandle file, const std::vector<std::string> &lines, const FollowStart &start,
+                uint32_t timeout, FILE *out);
+
+// Shows the run that goes on, or that is about to begin, and those behind it, whoever has asked for them, until the daemon is idle.
+ExitCode FollowAll(FILE *out);

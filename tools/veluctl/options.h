@@ -42,6 +42,7 @@ struct Options {
 
     bool every_reader = false;
     bool everything = false; // log
+    bool watch = false;      // status
     bool fix = false;
     bool no_check = false;
     bool yes = false;

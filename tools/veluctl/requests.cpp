@@ -94,7 +94,7 @@ ExitCode RequestLinesSend(const std::vector<std::string> &lines, const Options &
     FILE *out = options.form() == Form::table ? stdout : stderr;
     fprintf(out, "%s.\n", queued.c_str());
     fflush(out);
-    return options.wait ? Follow(std::move(file), start, options.timeout, out) : kDone;
+    return options.wait ? Follow(std::move(file), lines, start, options.timeout, out) : kDone;
 }
 
 namespace {

@@ -6,6 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -92,7 +93,11 @@ std::string LineAt(const FdHandle &file, int64_t position) {
     return std::string(line.substr(0, line.find('\n')));
 }
 
-// True when a line of the file stands in the kept file.
+bool IsWaitedFor(const RequestFile &requests, const std::string &line) {
+    return !requests.waited_for || requests.waited_for->contains(line);
+}
+
+// True when a line of the file that somebody waits for stands in the kept file.
 bool IsKept(RequestFile *requests) {
     struct stat status;
     if (stat(kKeptFile, &status) != 0)
@@ -112,12 +117,21 @@ bool IsKept(RequestFile *requests) {
     if (!lines.Open(("/proc/self/fd/" + std::to_string(requests->file.get())).c_str()))
         return false;
     std::string_view line;
-    while (!requests->kept && lines.Next(&line))
-        requests->kept = waiting.count(std::string(line.substr(0, line.find('\n')))) != 0;
+    while (!requests->kept && lines.Next(&line)) {
+        const std::string whole(line.substr(0, line.find('\n')));
+        requests->kept = waiting.contains(whole) && IsWaitedFor(*requests, whole);
+    }
     return requests->kept;
 }
 
 } // namespace
+
+int64_t KeptSince() {
+    struct stat status;
+    if (stat(kKeptFile, &status) != 0)
+        return 0;
+    return std::max<int64_t>(time(nullptr) - status.st_mtim.tv_sec, 0);
+}
 
 KeptView KeptLook() {
     KeptView view;
@@ -125,8 +139,9 @@ KeptView KeptLook() {
     KeptLine kept;
     if (!reader.Open())
         return view;
+    const int64_t since = KeptSince();
     for (; reader.Next(&kept); ++view.requests)
-        view.oldest_seconds = std::max(view.oldest_seconds, kept.seconds);
+        view.oldest_seconds = std::max(view.oldest_seconds, kept.seconds + since);
     view.readable = reader.failure() == 0;
     return view;
 }

@@ -9,6 +9,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_set>
 
 #include "daemon/index_record.h"
 #include "platform/handle.h"
@@ -21,6 +22,9 @@ struct KeptView {
 };
 
 KeptView KeptLook();
+
+// Seconds by which the requests of the kept file are older now than it says: it is written anew with each attempt.
+int64_t KeptSince();
 
 // Counts the lines of a file that only grows, each byte once.
 struct LineCounter {
@@ -56,7 +60,9 @@ struct RequestFile {
     LineCounter total;
     LineCounter done;
     ino_t kept_looked_at = 0; // the kept file that `kept` tells of; each is a new one
-    bool kept = false;        // a line of the file stands there
+    bool kept = false;        // a line of the file that somebody waits for stands there
+    // The lines that somebody waits for; others may have queued theirs in the same file. Nothing: all that it has.
+    std::optional<std::unordered_set<std::string>> waited_for = {};
 };
 
 // Tells how far a file of requests has come with the daemon of that id (0: none runs). Place and open files

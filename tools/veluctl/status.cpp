@@ -5,8 +5,11 @@
 
 #include "tools/queue/daemon_process.h"
 #include "tools/veluctl/commands.h"
+#include "tools/veluctl/follow.h"
 
 ExitCode StatusCommand(const Options &options) {
+    if (options.watch)
+        return FollowAll(stdout);
     StatusView view = {options.json, DaemonFind()};
     DaemonStatus(&view);
     RulesStatus(&view);

@@ -22,8 +22,9 @@ void RequestsSay(int64_t count) {
     KeptReader reader;
     KeptLine kept;
     const bool opened = reader.Open();
+    const int64_t since = KeptSince();
     for (int64_t shown = 0; opened && shown < kShown && reader.Next(&kept); ++shown)
-        StatusSay("", SafeText(kept.line) + ", for " + SpanText(kept.seconds));
+        StatusSay("", SafeText(kept.line) + ", for " + SpanText(kept.seconds + since));
     if (count > kShown)
         StatusSay("", "and " + std::to_string(count - kShown) + " more");
 }

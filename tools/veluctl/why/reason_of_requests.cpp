@@ -109,7 +109,8 @@ std::optional<Reason> Kept(const std::string &path) {
         if (LineBrings(kept.line, path))
             return Reason{"kept",
                           "not yet: a request for it (" + Named(WithoutNewline(kept.line)) +
-                              ") could not be stored " + SpanText(kept.seconds) + " ago, and is tried again",
+                              ") could not be stored " + SpanText(kept.seconds + KeptSince()) +
+                              " ago, and is tried again",
                           "veluctl status", kKeptFile, number};
     }
     return std::nullopt;
