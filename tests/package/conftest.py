@@ -6,6 +6,7 @@ The packages are what scripts/package has put into build/package.
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import sys
 
@@ -15,12 +16,18 @@ sys.path.insert(0, str(pathlib.Path(__file__).parent))
 sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "system"))
 from harness import media  # noqa: E402
 from debs import field, needed_beside  # noqa: E402
-from machine import Machine, make_root  # noqa: E402
+from machine import Machine, make_root, take_mounts_along  # noqa: E402
 
 TREE = pathlib.Path(__file__).resolve().parents[2]
 BUILT = TREE / "build/package"
 ROOTS = TREE / "build/package-root"
 NAMES = ("veluindexd", "veluindexd-films", "veluindexd-postgresql")
+
+
+def pytest_sessionstart():
+    """Whoever ends these tests with a signal has all that they have made go, as with Ctrl-C."""
+    take_mounts_along()
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
 
 
 @pytest.fixture(scope="session")

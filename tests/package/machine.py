@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """A small Debian machine that boots: systemd in a container over a throw-away layer of a clean root."""
+import ctypes
 import hashlib
 import os
 import pathlib
@@ -22,8 +23,19 @@ CONTROL_GROUPS = [top for top in map(pathlib.Path, ("/sys/fs/cgroup/systemd", "/
 BOOT_SECONDS = 300  # beside other tests, the machine has what processor time they leave
 
 
+CLONE_NEWNS = 0x00020000  # linux/sched.h
+
+
 class MachineError(Exception):
     """The machine cannot be made, or does not start."""
+
+
+def take_mounts_along():
+    """What this process mounts from now on ends with it and what it has started, however they end."""
+    library = ctypes.CDLL(None, use_errno=True)
+    if library.unshare(CLONE_NEWNS) != 0:
+        raise MachineError(f"the mounts cannot be kept apart: {os.strerror(ctypes.get_errno())}")
+    subprocess.run(["mount", "--make-rprivate", "/"], check=True)
 
 
 def make_root(folder, dependencies):
