@@ -1,25 +1,20 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """veluctl find: what people ask of films and photos: the size of the picture, the day, the language of subtitles."""
 import pytest
-from harness import id3, media
+from harness import film_sizes, id3, media
 
 DONE, FOUND, USAGE = range(3)
 FILMS_SPEED = 20  # a reader of films has 90 seconds of this clock
-PICTURES = {"8k": "7680x4320", "4k": "3840x2160", "cropped": "3840x1600", "upright": "2160x3840", "wqhd": "2560x1440", "full": "1920x800",
-            "tv": "1440x1080", "hd": "1276x716", "dvd": "720x576", "web": "640x360", "small": "160x120"}
-
-
-def films_of(folder):
-    for name, size in PICTURES.items():
-        media.clip(f"{folder}/{name}.mkv", "-frames:v", "1", "-frames:a", "1", "-c:v", "mpeg4" if name == "8k" else "mjpeg", size=size)
 
 
 @pytest.fixture(params=["complete", "appliance"])
 def films(request, make_daemon):
     box = make_daemon(speed=FILMS_SPEED)
     box.configure(rules=request.param)
-    films_of(box.box.path("/volume1/video"))
-    media.picture(box.box.path("/volume1/photo/large.jpg"), 4000, 3000)
+    folder = film_sizes.library()
+    for name in film_sizes.PICTURES:
+        box.copy(folder / f"{name}.mkv", f"/volume1/video/{name}.mkv")
+    box.copy(folder / "large.jpg", "/volume1/photo/large.jpg")
     box.start().index("A:/volume1/video", "A:/volume1/photo")
     return box
 
@@ -36,7 +31,7 @@ def test_films_by_the_size_of_their_picture(films):
     assert named(films, "resolution=sd") == {"dvd", "web", "small"} and named(films, "resolution=576p") == {"dvd"}
     assert named(films, "resolution<720p") == {"dvd", "web", "small"} and named(films, "resolution>=4k") == named(films, "resolution=uhd")
     assert named(films, "resolution=720p..1080p") == {"hd", "full", "tv"}
-    assert named(films, "has:resolution") == set(PICTURES) and named(films, "missing:resolution") == set()
+    assert named(films, "has:resolution") == set(film_sizes.PICTURES) and named(films, "missing:resolution") == set()
     assert named(films, "kind=film", "-resolution=sd", "-resolution=hd") == {"8k", "4k", "cropped", "upright"}
     assert named(films, "resolution=8k", "or", "kind=photo") == {"8k", "large"}, "a photo has none"
     assert [row["path"].rsplit("/", 1)[1] for row in films.ctl_json("find", "resolution>hd", "--sort", "-resolution,path")] == [
