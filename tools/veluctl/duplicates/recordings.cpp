@@ -7,6 +7,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <span>
 
@@ -56,17 +57,23 @@ bool NamedRead(const CopySearch &search, Songs *songs) {
                          [&](Row &row) { songs->named.insert(row.front().value_or("")); });
 }
 
-uint64_t KeyOf(const std::string &artist, const std::string &title) {
-    // A folded text has no zero bytes.
-    constexpr std::string_view kBetween("\0", 1);
-    return HashText(TextFolded(title, kFoldedMax),
-                    HashText(kBetween, HashText(TextFolded(artist, kFoldedMax))));
-}
+// Songs of one artist mostly follow each other.
+class KeyMaker {
+public:
+    uint64_t Make(std::string_view artist, std::string_view title) {
+        // A folded text has no zero bytes.
+        constexpr std::string_view kBetween("\0", 1);
+        if (artist != artist_) {
+            artist_ = artist;
+            begin_ = HashText(kBetween, HashText(TextFolded(artist, kFoldedMax)));
+        }
+        return HashText(TextFolded(title, kFoldedMax), begin_);
+    }
 
-constexpr Column kSongColumns[] = {{"path", "", Type::text},
-                                   {"artist", "", Type::text},
-                                   {"title", "", Type::text},
-                                   {"duration", "", Type::seconds}};
+private:
+    std::optional<std::string> artist_;
+    uint64_t begin_ = 0; // of a key of this artist's
+};
 
 // Reads the songs behind a path. Their number; -1 when they cannot be read.
 int PortionRead(const CopySearch &search, Songs *songs) {
@@ -78,16 +85,20 @@ int PortionRead(const CopySearch &search, Songs *songs) {
         BelowPut(&query.Add(" and "), "m.path", search.directory);
     query.Add(" order by m.path");
     LimitPut(&query, kPortion);
-    int count = 0;
-    const bool read = QueryRowsTake(search.reader, query, kSongColumns, [&](Row &row) {
-        if (!songs->named.contains(row[0].value_or("")))
-            songs->all.push_back({KeyOf(row[1].value_or(""), row[2].value_or("")),
-                                  strtof(row[3].value_or("0").c_str(), nullptr),
+    const ResultHandle rows = CatalogueQuery(search.reader, Catalogue::media, query.sql, query.values);
+    if (rows == nullptr)
+        return -1;
+    KeyMaker keys;
+    for (int at = -1; VELUDBFetchRow(rows.get(), &at) == 0;) {
+        std::string path = VELUDBFetchText(rows.get(), at, "path");
+        if (!songs->named.contains(path))
+            songs->all.push_back({keys.Make(VELUDBFetchText(rows.get(), at, "artist"),
+                                            VELUDBFetchText(rows.get(), at, "title")),
+                                  strtof(VELUDBFetchText(rows.get(), at, "duration"), nullptr),
                                   static_cast<uint32_t>(songs->paths.size())});
-        songs->paths.push_back(row[0].value_or(""));
-        ++count;
-    });
-    return read ? count : -1;
+        songs->paths.push_back(std::move(path));
+    }
+    return VELUDBRowCount(rows.get());
 }
 
 using Cluster = std::vector<Song>;

@@ -100,6 +100,22 @@ void NamedTake(TallyReader *tallies, Stats *stats) {
         stats->missing[at].count += numbers[at];
 }
 
+// Of either fact the values come in the order of an index, for both together the database would sort all.
+std::vector<GroupCount> CodecsTake(TallyReader *tallies) {
+    std::map<std::string, int64_t> counts;
+    for (const char *fact : {"codec", "video_codec"})
+        for (const GroupCount &one : CountsTake(
+                 tallies, {kFactFolded, "file_fact f",
+                           std::string("f.name = (select id from fact_name where name = '") + fact + "')", 0,
+                           kFactFolded}))
+            counts[one.name] += one.count;
+    std::vector<GroupCount> codecs;
+    for (const auto &[name, count] : counts)
+        codecs.push_back({name, count});
+    std::ranges::stable_sort(codecs, std::ranges::greater(), &GroupCount::count);
+    return codecs;
+}
+
 } // namespace
 
 bool StatsTake(CatalogueReader *reader, Stats *stats) {
@@ -114,10 +130,7 @@ bool StatsTake(CatalogueReader *reader, Stats *stats) {
     SongsTake(&tallies, stats);
     if (stats->facts) {
         NamedTake(&tallies, stats);
-        // The files of a codec come in their order; there are few codecs.
-        stats->codecs = CountsTake(
-            &tallies, {kFactFolded, "file_fact f",
-                       "f.name in (select id from fact_name where name in ('codec', 'video_codec'))"});
+        stats->codecs = CodecsTake(&tallies);
         stats->added = InOrder(CountsTake(&tallies, {"substr(added, 1, 7)", "file_state"}));
     }
     MomentEnd(&tallies);
