@@ -306,6 +306,14 @@ def test_what_means_nothing_is_marked(words, marked, said, library):
     assert max(len(line) for line in answer["err"].splitlines()) <= 80
 
 
+def test_a_terminal_has_an_edge(library):
+    for words, status in ((["year=abc"], USAGE), (["date=1990-1999"], USAGE), (["1970s"], FOUND), (["artist=nina"], FOUND)):
+        answer = library.box.ask("run", arguments=["/usr/bin/script", "-qec", f"stty cols 60; {library.ctl_program} find {words[0]}", "/dev/null"],
+                                 environment={"LC_ALL": "C.UTF-8", "TERM": "xterm"}, timeout=60)
+        lines = answer["out"].replace("\r", "").splitlines()
+        assert answer["status"] == status and len(lines) >= 2 and all(line.strip() and len(line) <= 60 for line in lines), answer
+
+
 def test_by_the_rules_appliance_facts_are_refused_with_the_reason(plain):
     for word in ("codec=mp3", "added>2026-10", "has:lens", "missing:albumartist"):
         answer = plain.ctl("find", word)

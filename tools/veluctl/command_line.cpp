@@ -240,11 +240,11 @@ ProgramCommand ExportMake(Options *options) {
                   .target = &options->path},
                  SortOption(options)},
                 std::move(list)}));
-    command.examples = {
-        {"veluctl export jsonl -o library.jsonl", "All that is known of every file"},
-        {"veluctl export csv kind=photo taken=2026.. -o photos.csv", "Photos of a year, for a spreadsheet"},
-        {"veluctl export m3u8 genre=jazz --sort year -o jazz.m3u8",
-         "A playlist that is kept up to date by cron"}};
+    command.examples = {{"veluctl export jsonl -o library.jsonl", "All that is known of every file"},
+                        {"veluctl export csv kind=photo taken=2026.. -o photos.csv",
+                         "Photos since that year, for a spreadsheet"},
+                        {"veluctl export m3u8 genre=jazz --sort year -o jazz.m3u8",
+                         "A playlist that is kept up to date by cron"}};
     return command;
 }
 

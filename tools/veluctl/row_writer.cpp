@@ -154,10 +154,14 @@ void RowWriter::TableFlush() {
 size_t RowWriter::TextsNarrow(size_t room, size_t least, size_t used) {
     while (used > room) {
         size_t *widest = nullptr;
-        for (size_t at = 0; at + 1 < widths_.size(); ++at) {
-            if (!IsRight(columns_[at].type) && widths_[at] > least &&
-                (widest == nullptr || widths_[at] > *widest))
-                widest = &widths_[at];
+        // A moment says little without its end.
+        for (const bool moments : {false, true}) {
+            for (size_t at = 0; at + 1 < widths_.size() && (!moments || widest == nullptr); ++at) {
+                const Type type = columns_[at].type;
+                if (!IsRight(type) && (type == Type::moment) == moments && widths_[at] > least &&
+                    (widest == nullptr || widths_[at] > *widest))
+                    widest = &widths_[at];
+            }
         }
         if (widest == nullptr)
             break;

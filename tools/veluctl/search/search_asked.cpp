@@ -26,7 +26,7 @@ ExitCode ProblemTell(const SearchProblem &problem, const std::string &text) {
     for (const std::string &line :
          TextWrap(problem.what, columns > 2 * kIndent ? columns - kIndent : kIndent))
         lines.append(lines.empty() ? "" : "\n" + std::string(kIndent, ' ')).append(line);
-    Complain(kUsage, lines);
+    Complain(kUsage, IsTerminal(stderr) ? problem.what : lines); // at a terminal's edge it is wrapped there
     if (!text.empty())
         fputs(SearchMark(text, problem.place, columns).c_str(), stderr);
     return kUsage;

@@ -6,11 +6,13 @@
 #include <algorithm>
 
 #include "platform/folding/language_words.h"
+#include "tools/shared/text_wrap.h"
 #include "tools/veluctl/overview/query_rows.h"
 #include "tools/veluctl/search/resolution.h"
 #include "tools/veluctl/search/search_dates.h"
 #include "tools/veluctl/search/search_values.h"
 #include "tools/veluctl/shell_word.h"
+#include "tools/veluctl/terminal.h"
 
 namespace {
 
@@ -21,6 +23,12 @@ bool IsYear(const std::string &word) {
     ValueRange range;
     SearchProblem none;
     return word.size() >= kShortest && ValueRangeRead(node, FieldKind::year, DateForm::local, &range, &none);
+}
+
+// A line in a pipe stays whole.
+void HintTell(const std::string &hint) {
+    for (const std::string &line : TextWrap(hint, IsTerminal(stderr) ? TerminalColumns(stderr) : SIZE_MAX))
+        fprintf(stderr, "%s\n", line.c_str());
 }
 
 // The field that a word may have been meant to be the value of, with what is found by it; nothing where it is a text like any other.
@@ -53,7 +61,7 @@ bool WordHint(const Search &search) {
         const std::string meant =
             node.kind == SearchNode::Kind::words ? FieldMeant(node.value, search.targets.front().facts) : "";
         if (!meant.empty())
-            fprintf(stderr, "A word alone is looked for as a text; %s.\n", meant.c_str());
+            HintTell("A word alone is looked for as a text; " + meant + ".");
         return !meant.empty();
     });
 }
@@ -78,8 +86,8 @@ void PartsHint(CatalogueReader *reader, const Search &search) {
         part.relation = SearchRelation::holds;
         if (!FindsAny(reader, search, part))
             return false;
-        fprintf(stderr, "= is the whole text; a part of it is found by %s.\n",
-                ShellWord(node.name + "~" + node.value).c_str());
+        HintTell("= is the whole text; a part of it is found by " + ShellWord(node.name + "~" + node.value) +
+                 ".");
         return true;
     });
 }
