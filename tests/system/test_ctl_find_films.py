@@ -69,6 +69,9 @@ def test_the_date_of_a_photo_is_when_it_was_taken(dated):
     assert named(box, "kind=photo", "date=2024-05") == {"spring"} and named(box, "kind=photo", "date>2024-05") == {"autumn"}
     assert [row["path"] for row in box.ctl_json("find", "kind=photo", "--sort", "-date")] == [f"/volume1/photo/{name}.jpg" for name in ("autumn", "spring")]
     assert named(box, "kind=library", "date=2024-05..2024-06") == {"spring"}
+    for kind in ("photo", "library"):
+        assert named(box, f"kind={kind}", "year=2024") == named(box, f"kind={kind}", "year=2020s", "taken>2023") == {"spring", "autumn"}
+        assert named(box, f"kind={kind}", "year<2024") == named(box, f"kind={kind}", "year>2024") == set()
     if rules == "complete":
         assert named(box, "date=2024-05") == {"spring", "may"} and named(box, "date=2024-06..2024-10") == {"june", "autumn"}
         order = [row["path"].rsplit("/", 1)[1] for row in box.ctl_json("find", "date=2024", "--sort", "date")]
