@@ -219,11 +219,17 @@ RunFared VELUIndexRunFared(Catalogue catalogue) {
 int VELUIndexRunReach(Catalogue catalogue) {
     if (!SessionConnect(catalogue, account.request))
         return -1;
+    constexpr char kAbout[] = "a request that is done again";
     Session &session = SessionOf(catalogue);
-    const bool taken =
-        SessionBatchBegin(&session) &&
-        (!AccountOf(catalogue).known || StoreWriteNothing(session.connection->db.get(), catalogue) == 0);
-    return taken ? 0 : SessionFailed(catalogue, "a request that is done again");
+    RunAccount::Part &part = AccountOf(catalogue);
+    if (!part.known || part.written)
+        return SessionBatchBegin(&session) ? 0 : SessionFailed(catalogue, kAbout);
+    // By itself: a failure would have the batch written again.
+    SessionCommit(catalogue);
+    if (!SessionConnect(catalogue, account.request))
+        return -1;
+    part.written = StoreWriteNothing(session.connection->db.get(), catalogue) == 0;
+    return part.written && SessionBatchBegin(&session) ? 0 : SessionFailed(catalogue, kAbout);
 }
 
 void VELUIndexRunRequestKeep() {

@@ -20,6 +20,7 @@ struct RunAccount {
         uint64_t lost = 0;     // statements, each about a row, that failed because the store was away
         std::string reason;    // of the first of them
         bool known = false;    // it was away before, and that has been told
+        bool written = false;  // likewise, and it takes writes in this run
         bool reached = false;  // by the run that is over
         uint64_t failures = 0; // statements, for whatever reason; also of earlier runs
         uint64_t losses =
