@@ -198,7 +198,7 @@ void LibraryFollow(const char *new_path, const char *old_path, bool left_out) {
     if (!left_out && HasPictureExtension(new_path)) {
         PhotoLibraryFileUpdate(new_path, kIndexUpdate);
     } else if (HasFilmExtension(new_path)) {
-        LibraryFilmsMove(new_path, old_path);
+        VELUIndexPhotoVideosMove(new_path, old_path);
         if (!left_out && !IsOutOfSight(new_path))
             VELUIndexPhotoUpdateVideoStatus(new_path);
     }
@@ -246,7 +246,7 @@ void TreeRename(const char *new_path, const char *old_path) {
     PhotoPathRename(new_path, old_path, 1);
     PhotoShareRename(AlbumPathOf(new_path).c_str(), AlbumPathOf(old_path).c_str());
     if (walked_last) {
-        LibraryFilmsMove(new_path, old_path);
+        VELUIndexPhotoVideosMove(new_path, old_path);
         IndexDirWalk(new_path, kIndexAdd, kWalkMedia | kWalkPhotoLibrary);
     } else if (supportcinehall) {
         VideoTablesRename(new_path, old_path);

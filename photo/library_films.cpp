@@ -9,10 +9,6 @@
 #include "photo/rows_gone.h"
 #include "platform/veluindex.h"
 
-void LibraryFilmsMove(const char *new_path, const char *old_path) {
-    VELUIndexPhotoVideosMove(new_path, old_path);
-}
-
 void LibraryFilmsSettle(const char *directory) {
     IgnoreRules ignore;
     const auto is_left_out = [&](const char *path) {

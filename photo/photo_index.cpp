@@ -159,7 +159,11 @@ bool IsLibraryPicture(const char *path, int64_t size) {
     return IsInPhotoLibrary(path) && HasPictureExtension(path) && IsLibraryPath(path) && IsLibrarySize(size);
 }
 
-PhotoFileKind PhotoFileKindGet(const char *extension) {
+PhotoFileKind PhotoFileKindOf(const char *path) {
+    const char *dot = strrchr(path, '.');
+    if (dot == nullptr)
+        return PhotoFileKind::none;
+    const char *extension = dot + 1;
     if (IsPictureExtension(extension))
         return PhotoFileKind::picture;
     if (BlVELUIndexIsVideoOnWeb(extension))
@@ -168,8 +172,7 @@ PhotoFileKind PhotoFileKindGet(const char *extension) {
 }
 
 bool HasFilmExtension(const char *path) {
-    const char *dot = strrchr(path, '.');
-    const PhotoFileKind kind = dot != nullptr ? PhotoFileKindGet(dot + 1) : PhotoFileKind::none;
+    const PhotoFileKind kind = PhotoFileKindOf(path);
     return kind == PhotoFileKind::video || kind == PhotoFileKind::web_video;
 }
 
@@ -178,11 +181,8 @@ int PhotoLibraryFileUpdate(const char *path, int mode, bool *missed) {
         return BadParameter(__LINE__);
     if (mode != kIndexAdd && mode != kIndexRemove && mode != kIndexUpdate)
         return BadParameter(__LINE__);
-    const char *dot = strrchr(path, '.');
-    if (dot == nullptr || IsDirExist(path))
-        return -1;
-    const PhotoFileKind kind = PhotoFileKindGet(dot + 1);
-    if (kind == PhotoFileKind::none)
+    const PhotoFileKind kind = PhotoFileKindOf(path);
+    if (kind == PhotoFileKind::none || IsDirExist(path))
         return -1;
     if (kind == PhotoFileKind::video)
         FlvConverterRun(path);

@@ -34,7 +34,7 @@ void PhotoTimeText(time_t time, char *text, size_t size);
 // What the photo library makes of a file, by its extension.
 enum class PhotoFileKind { none, picture, web_video, video };
 
-PhotoFileKind PhotoFileKindGet(const char *extension);
+PhotoFileKind PhotoFileKindOf(const char *path);
 
 // True for a path with the extension of a film.
 [[nodiscard]] bool HasFilmExtension(const char *path);

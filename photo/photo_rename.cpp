@@ -78,7 +78,7 @@ int VideoRowRename(const VELUIndexRows *rows, const char *table, const char *new
 int RowsRename(const char *new_path, const char *old_path, bool is_dir) {
     const char *dot = strrchr(new_path, '.');
     const bool is_file = dot != nullptr && !IsDirExist(new_path);
-    const PhotoFileKind kind = is_file ? PhotoFileKindGet(dot + 1) : PhotoFileKind::none;
+    const PhotoFileKind kind = is_file ? PhotoFileKindOf(new_path) : PhotoFileKind::none;
     SqlName old_name;
     if (!SqlNameEscape(old_path, &old_name, kLogName))
         return -1;

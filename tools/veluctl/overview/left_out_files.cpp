@@ -4,24 +4,23 @@
 // rules: what they leave out is told, and a directory that they leave out is not entered.
 #include "tools/veluctl/overview/left_out_files.h"
 
-#include <errno.h>
 #include <stdio.h>
-#include <string.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 
 #include "catalogue/features.h"
 #include "catalogue/shares.h"
+#include "catalogue/util.h"
 #include "daemon/index.h"
 #include "daemon/path_rules.h"
-#include "daemon/tree_cursor.h"
 #include "daemon/walk_above.h"
 #include "platform/path.h"
+#include "platform/velusdk.h"
 #include "tools/queue/request_path.h"
 #include "tools/veluctl/message.h"
 #include "tools/veluctl/row_writer.h"
 #include "tools/veluctl/why/left_out_word.h"
+#include "tools/veluctl/why/why.h"
 
 namespace {
 
@@ -39,41 +38,30 @@ struct Listing {
     }
 };
 
-std::string_view NameOf(const std::string &path) {
-    return std::string_view(path).substr(path.rfind('/') + 1);
-}
-
 LeftOut DirectoryNameLeftOut(const std::string &path) {
     const NameRules &rules = ActiveWalkRules().index;
-    const LeftOut why = NameLeftOut(rules, NameOf(path));
-    return why == LeftOut::nothing && IsDirectoryNameLeftOut(rules, NameOf(path)) ? LeftOut::system : why;
+    const char *name = PathBaseName(path.c_str());
+    const LeftOut why = NameLeftOut(rules, name);
+    return why == LeftOut::nothing && IsDirectoryNameLeftOut(rules, name) ? LeftOut::system : why;
 }
 
 // Of what is no directory.
-LeftOut EntryLeftOut(const TreeCursor &cursor) {
-    if (const LeftOut why = NameLeftOut(ActiveWalkRules().index, NameOf(cursor.path));
-        why != LeftOut::nothing)
-        return why;
-    if (cursor.error != 0)
-        return LeftOut::unseen;
-    return cursor.kind == EntryKind::file ? FileLeftOut(cursor.path.c_str()) : LeftOut::special;
+LeftOut NamedLeftOut(const TreeCursor &cursor) {
+    const LeftOut why = NameLeftOut(ActiveWalkRules().index, PathBaseName(cursor.path.c_str()));
+    return why != LeftOut::nothing ? why : EntryLeftOut(cursor);
 }
 
 // Of what was not entered, or not read to its end. Names count first, as for the daemon.
 LeftOut PlaceLeftOut(const TreeCursor &cursor, bool is_directory) {
-    const LeftOut why = is_directory ? DirectoryNameLeftOut(cursor.path)
-                                     : NameLeftOut(ActiveWalkRules().index, NameOf(cursor.path));
+    const LeftOut why = is_directory
+                            ? DirectoryNameLeftOut(cursor.path)
+                            : NameLeftOut(ActiveWalkRules().index, PathBaseName(cursor.path.c_str()));
     if (why != LeftOut::nothing || cursor.why != LeftOut::nothing)
         return why != LeftOut::nothing ? why : cursor.why;
     if (IsUnread(cursor.end))
         return LeftOut::unseen;
     return cursor.end == PlaceEnd::left_out && IsRecyclePath(cursor.path.c_str()) != 0 ? LeftOut::system
                                                                                        : LeftOut::nothing;
-}
-
-bool IsDirectory(const std::string &path) {
-    struct stat status;
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 void TreeList(const std::string &top, const Listing &listing) {
@@ -88,13 +76,13 @@ void TreeList(const std::string &top, const Listing &listing) {
          event = TreeNext(&cursor)) {
         const bool is_top = cursor.path == top;
         if (event == TreeEvent::entry) {
-            listing.Add(EntryLeftOut(cursor), cursor.path, false);
+            listing.Add(NamedLeftOut(cursor), cursor.path, false);
         } else if (event == TreeEvent::entered && !is_top &&
                    DirectoryNameLeftOut(cursor.path) != LeftOut::nothing) {
             listing.Add(DirectoryNameLeftOut(cursor.path), cursor.path, true);
             TreeLeave(&cursor);
         } else if (event == TreeEvent::left && (cursor.end != PlaceEnd::read)) {
-            const bool is_directory = IsDirectory(cursor.path);
+            const bool is_directory = IsDirExist(cursor.path.c_str()) != 0;
             listing.Add(PlaceLeftOut(cursor, is_directory), cursor.path, is_directory);
         }
     }
@@ -107,7 +95,7 @@ ExitCode TreesChoose(const Options &options, std::vector<std::string> *trees) {
         named.push_back(options.directory);
     for (const std::string &name : named) {
         trees->push_back(RequestPathMake(name));
-        if (!IsDirectory(trees->back()))
+        if (IsDirExist(trees->back().c_str()) == 0)
             return Complain(kUsage, Quoted(name) +
                                         " is no directory: missing files takes directories, and no "
                                         "words of find, which know of what is in the catalogue");

@@ -4,7 +4,6 @@
 #include <stdlib.h>
 
 #include "daemon/index.h"
-#include "daemon/tree_cursor.h"
 #include "platform/path.h"
 #include "tools/veluctl/file_facts.h"
 #include "tools/veluctl/why/why.h"
@@ -30,9 +29,7 @@ void DiskLook(const std::string &directory, Below *below) {
             ++below->unread;
         if (event != TreeEvent::entry)
             continue;
-        const LeftOut why = cursor.error != 0                ? LeftOut::unseen
-                            : cursor.kind != EntryKind::file ? LeftOut::special
-                                                             : FileLeftOut(cursor.path.c_str());
+        const LeftOut why = EntryLeftOut(cursor);
         if (why == LeftOut::nothing)
             ++below->found;
         else
@@ -41,6 +38,12 @@ void DiskLook(const std::string &directory, Below *below) {
 }
 
 } // namespace
+
+LeftOut EntryLeftOut(const TreeCursor &cursor) {
+    if (cursor.error != 0)
+        return LeftOut::unseen;
+    return cursor.kind == EntryKind::file ? FileLeftOut(cursor.path.c_str()) : LeftOut::special;
+}
 
 int64_t TroubledBelow(CatalogueReader *reader, const std::string &directory) {
     const int there = FileTablesLook(reader);

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "daemon/tree_cursor.h"
 #include "daemon/walk_rules.h"
 #include "tools/veluctl/catalogue_reader.h"
 #include "tools/veluctl/record_print.h"
@@ -69,6 +70,9 @@ struct Below {
     int64_t unread = 0;     // directories that could not be read
     LeftOutCounts left_out = {};
 };
+
+// Why what a walk has met, which is no directory, is left out when its name says nothing against it.
+LeftOut EntryLeftOut(const TreeCursor &cursor);
 
 // The number of files below a directory that could not be read; -1, with the reason in the reader, when that cannot be told.
 [[nodiscard]] int64_t TroubledBelow(CatalogueReader *reader, const std::string &directory);
