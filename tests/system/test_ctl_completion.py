@@ -25,6 +25,8 @@ COMPLETED = {
     "veluctl list alb": "veluctl list albums",
     "veluctl missing cov": "veluctl missing covers",
     "veluctl missing covers albuma": "veluctl missing covers albumartist",
+    "veluctl missing files /tmp/shelf/so": "veluctl missing files /tmp/shelf/songs",
+    "veluctl missing files --csv /srv /tmp/shelf/so": "veluctl missing files --csv /srv /tmp/shelf/songs",
     "veluctl list albuma": "veluctl list albumartist",
     "veluctl list films -d /srv resolution=43": "veluctl list films -d /srv resolution=4320p",
     "veluctl recent yes": "veluctl recent yesterday",
@@ -54,6 +56,8 @@ def shell(box, *arguments):
 @pytest.fixture
 def typed(box):
     box.write("/tmp/only-here.mp3")
+    box.write("/tmp/shelf/song.mp3")
+    box.write("/tmp/shelf/songs/one.mp3")
     return box
 
 
@@ -87,21 +91,21 @@ def test_bash_completes_commands_options_words_and_paths(typed):
     typed.write("/tmp/ask", BASH)
     lines = {line: completed for line, completed in COMPLETED.items() if "/tmp/only" not in line or line != completed}
     answers = shell(typed, "/usr/bin/python3", "/tmp/ask", *lines)
-    assert dict(zip(lines, (answer.rstrip(" =") for answer in answers), strict=True)) == lines
+    assert dict(zip(lines, (answer.rstrip(" =/") for answer in answers), strict=True)) == lines
 
 
 def test_zsh_completes_commands_options_words_and_paths(typed):
     typed.write("/tmp/completions/_veluctl", typed.ctl("--completion-zsh")["out"])
     typed.write("/tmp/ask", ZSH)
     answers = shell(typed, "/usr/bin/zsh", "-f", "/tmp/ask", *COMPLETED)
-    assert dict(zip(COMPLETED, (answer.rstrip(" =") for answer in answers), strict=True)) == COMPLETED
+    assert dict(zip(COMPLETED, (answer.rstrip(" =/") for answer in answers), strict=True)) == COMPLETED
 
 
 def test_fish_completes_commands_options_words_and_paths(typed):
     typed.write("/tmp/veluctl.fish", typed.ctl("--completion-fish")["out"])
     for line, completed in COMPLETED.items():
         answers = shell(typed, "/usr/bin/fish", "--no-config", "-c", f"source /tmp/veluctl.fish; complete -C '{line}'")
-        words = [answer.split("\t")[0].rstrip("=") for answer in answers]
+        words = [answer.split("\t")[0].rstrip("=/") for answer in answers]
         assert words == ([] if line == completed else [completed.split()[-1]]), line
 
 

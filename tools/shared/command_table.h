@@ -50,6 +50,7 @@ struct CommandArgument {
     std::vector<ValueWords> values = {};      // what there is behind these
     bool dashes = false;                      // words that begin with one dash and are no option are values
     bool open = false;                        // other values than `words` are the command's to refuse
+    const char *directories_behind = nullptr; // this word of the argument before makes directories of these
 };
 
 struct CommandLine {

@@ -321,12 +321,14 @@ ProgramCommand RecentMake(Options *options) {
 ProgramCommand MissingMake(Options *options) {
     CommandArgument what = Needed("what", "WHAT", "What is missing", &options->what, MissingWords());
     what.open = true;
-    ProgramCommand command = LookMake(
-        "missing", "List what songs and albums lack, and files that the rules leave out", MissingCommand,
-        {what, SearchWordsArgument("Of which files, as find takes it; without words: of all. With files: "
-                                   "the directories; without one: the shares",
-                                   false, options)},
-        Joined({PlaceOptions(options), FormOptions(options)}));
+    CommandArgument words =
+        SearchWordsArgument("Of which files, as find takes it; without words: of all. With files: "
+                            "the directories; without one: the shares",
+                            false, options);
+    words.directories_behind = kLeftOutList;
+    ProgramCommand command =
+        LookMake("missing", "List what songs and albums lack, and files that the rules leave out",
+                 MissingCommand, {what, words}, Joined({PlaceOptions(options), FormOptions(options)}));
     command.details = {LeftOutReasons()};
     command.examples = {{"veluctl missing years genre=jazz", "Songs of this genre without a year"},
                         {"veluctl missing files /srv/music", "What lies there and is not indexed"}};

@@ -60,11 +60,15 @@ std::string ArgumentWords(const CommandLine &line) {
     return "        words=(" + places + ")\n";
 }
 
-// From which place on words may begin with something.
+// From which place on words may begin with something, and behind which word directories stand there.
 std::string BeginningsPlace(const CommandLine &line) {
     for (size_t at = 0; at < line.arguments.size(); ++at) {
-        if (BeginningsAt(line, at) != nullptr)
-            return "        from=" + std::to_string(at) + "\n";
+        const CommandArgument *argument = BeginningsAt(line, at);
+        if (argument == nullptr)
+            continue;
+        const char *behind = argument->directories_behind;
+        return "        from=" + std::to_string(at) + "\n" +
+               (behind != nullptr ? std::string("        folders='") + behind + "'\n" : "");
     }
     return {};
 }
@@ -114,7 +118,7 @@ std::string BashCompletion(const Program &program) {
            "_veluctl() {\n"
            "    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} at place=0 "
            "from=''\n"
-           "    local options='' valued='' words=() front=''\n"
+           "    local options='' valued='' words=() typed=() front='' folders=''\n"
            "    COMPREPLY=()\n"
            "    if [ \"$COMP_CWORD\" = 1 ]; then\n"
            "        mapfile -t COMPREPLY < <(compgen -W '" +
@@ -128,14 +132,21 @@ std::string BashCompletion(const Program &program) {
            "    for ((at = 2; at < COMP_CWORD; ++at)); do\n"
            "        case ${COMP_WORDS[at]} in\n"
            "        -*) ;;\n"
-           "        *) case \" $valued \" in *\" ${COMP_WORDS[at - 1]} \"*) ;; *) ((++place)) ;; esac ;;\n"
+           "        *) case \" $valued \" in *\" ${COMP_WORDS[at - 1]} \"*) ;; *) "
+           "typed[place++]=${COMP_WORDS[at]} "
+           ";; esac ;;\n"
            "        esac\n"
            "    done\n"
            "    case $word in -*)\n"
            "        mapfile -t COMPREPLY < <(compgen -W \"$options\" -- \"$word\")\n"
            "        return ;;\n"
            "    esac\n"
-           "    if [ -n \"$from\" ] && [ \"$place\" -ge \"$from\" ]; then\n"
+           "    if [ -n \"$folders\" ] && [ \"$place\" -ge \"$from\" ] && [ \"${typed[from - 1]}\" = "
+           "\"$folders\" ]; "
+           "then\n"
+           "        compopt -o filenames\n"
+           "        mapfile -t COMPREPLY < <(compgen -d -- \"$word\")\n"
+           "    elif [ -n \"$from\" ] && [ \"$place\" -ge \"$from\" ]; then\n"
            // The shell takes a word apart at these signs.
            "        case $word in [:=]*) front=$previous${word:0:1} word=${word:1} ;; esac\n"
            "        case $previous in [:=]) front=${COMP_WORDS[COMP_CWORD - 2]}$previous ;; esac\n"

@@ -39,12 +39,28 @@ std::string FishOption(const std::string &condition, const CommandOption &option
     return line + " -d " + FishWord(option.description) + "\n";
 }
 
+// The words that stand behind the program and are no options.
+constexpr char kFishWords[] = "(string match -v -- '-*' (commandline -opc))";
+constexpr size_t kProgramAndCommand = 2;
+
 std::string FishArgument(const std::string &condition, const CommandLine &of, size_t at) {
     const CommandArgument &argument = of.arguments[at];
-    const std::string line = "complete -c veluctl -n " + FishWord(condition);
-    if (BeginningsAt(of, at) != nullptr)
-        return line + " -a " + FishWord("(__veluctl_words " + WordsJoined(argument.words) + ")") + " -d " +
+    const auto begin = [](const std::string &when) { return "complete -c veluctl -n " + FishWord(when); };
+    if (BeginningsAt(of, at) != nullptr) {
+        std::string lines;
+        std::string otherwise = condition;
+        if (argument.directories_behind != nullptr) {
+            const std::string before = "; and test " + std::string(kFishWords) + "[" +
+                                       std::to_string(kProgramAndCommand + at) + "] ";
+            lines = begin(condition + before + "= " + argument.directories_behind) +
+                    " -a '(__fish_complete_directories)'\n";
+            otherwise += before + "!= " + argument.directories_behind;
+        }
+        return lines + begin(otherwise) + " -a " +
+               FishWord("(__veluctl_words " + WordsJoined(argument.words) + ")") + " -d " +
                FishWord(argument.description) + "\n";
+    }
+    const std::string line = begin(condition);
     switch (CompletesOf(argument)) {
     case Completes::words:
     case Completes::beginnings:
@@ -60,9 +76,8 @@ std::string FishArgument(const std::string &condition, const CommandLine &of, si
 
 // The rest of a condition: so many words that are no options stand behind the command.
 std::string FishPlace(size_t place, bool and_more) {
-    constexpr size_t kProgramAndCommand = 2;
-    return "; and test (count (string match -v -- '-*' (commandline -opc))) " +
-           std::string(and_more ? "-ge" : "-eq") + " " + std::to_string(kProgramAndCommand + place);
+    return "; and test (count " + std::string(kFishWords) + ") " + std::string(and_more ? "-ge" : "-eq") +
+           " " + std::to_string(kProgramAndCommand + place);
 }
 
 // A function that prints its words, what a word may begin with, and the values behind such a beginning.

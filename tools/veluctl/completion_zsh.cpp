@@ -68,13 +68,23 @@ std::string ZshOption(const CommandOption &option) {
     return words;
 }
 
+// Offers words in a language of their own or, behind the word that says so, directories.
+std::string ZshWords(const CommandArgument &argument, const std::string &own, size_t at) {
+    const std::string words = "_veluctl_words " + own;
+    const char *behind = argument.directories_behind;
+    if (behind == nullptr)
+        return "{" + words + "}";
+    return "{if [[ $line[" + std::to_string(at) + "] = " + behind + " ]]; then _files -/; else " + words +
+           "; fi}";
+}
+
 std::string ZshArgument(const CommandLine &line, size_t at) {
     const CommandArgument &argument = line.arguments[at];
     const std::string place = TakesMany(argument.target) ? "*" : std::to_string(at + 1);
     // Of one that may be left out the shell would offer what may stand behind it, too; words that there are come first.
     const bool alone = argument.required || !argument.words.empty();
     const std::string action = BeginningsAt(line, at) != nullptr
-                                   ? "{_veluctl_words " + WordsJoined(argument.words) + "}"
+                                   ? ZshWords(argument, WordsJoined(argument.words), at)
                                    : ZshAction(CompletesOf(argument), WordsOf(argument));
     return " \\\n            " +
            ZshWord(place + (alone ? ":" : "::") + ZshText(argument.type) + ":" + action);
