@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tools/veluctl/overview/groups.h"
 
+#include <stdlib.h>
+
+#include <optional>
+
 #include "platform/media_record.h"
 #include "tools/veluctl/commands.h"
 #include "tools/veluctl/file_facts.h"
+#include "tools/veluctl/overview/album_titles.h"
 #include "tools/veluctl/overview/query_rows.h"
 #include "tools/veluctl/overview/tally.h"
 #include "tools/veluctl/search/search_asked.h"
@@ -28,11 +33,18 @@ constexpr Column kCameraColumns[] = {
 
 struct Wanted {
     const Search *search;
-    bool facts; // the catalogue has facts of files
+    bool facts;                          // the catalogue has facts of files
+    const AlbumTitles *titles = nullptr; // null: albums of all titles
 
     // Adds that only files of these tables are meant that the words find.
     void Put(const char *path, std::span<const char *const> tables, SqlText *query) const {
         SearchWithinPut(*search, path, tables, query);
+    }
+
+    void AlbumsPut(SqlText *query) const {
+        Put("m.path", {&kMediaTables[kMediaMusic], 1}, query);
+        if (titles != nullptr)
+            titles->Put(query);
     }
 };
 
@@ -72,7 +84,7 @@ std::string AlbumSums(const std::string &artist) {
 // Albums of one title by several artists are several.
 void AlbumsByArtist(const Wanted &wanted, SqlText *query) {
     query->Add(AlbumSums("m.artist") + "music m where m.album <> ''");
-    wanted.Put("m.path", {&kMediaTables[kMediaMusic], 1}, query);
+    wanted.AlbumsPut(query);
     query->Add(" group by 1, 2");
 }
 
@@ -91,7 +103,7 @@ void AlbumsByAlbumArtist(const Wanted &wanted, SqlText *query) {
     query->Add("select album, artist, sum(files) as files, sum(duration) as duration, sum(file_size) as "
                "file_size from (");
     query->Add(AlbumSums(artist) + SongsWithFact("albumartist") + " where m.album <> ''");
-    wanted.Put("m.path", {&kMediaTables[kMediaMusic], 1}, query);
+    wanted.AlbumsPut(query);
     query->Add(" group by m.album, f.value, ").Add(kDirectory).Add(") as albums group by 1, 2");
 }
 
@@ -145,6 +157,44 @@ constexpr GroupList kLists[] = {
     {"cameras", kCameraColumns, CameraQuery},
 };
 
+// More than this are found as fast among all.
+constexpr uint32_t kFewAlbums = 200;
+
+// Reads the largest albums by their titles. Nothing when their order cannot be told that way.
+using Rows = std::vector<Row>;
+std::optional<Rows> LargestAlbumsRead(CatalogueReader *reader, const Wanted &wanted, uint32_t limit,
+                                      bool *read) {
+    AlbumTitles titles;
+    *read = titles.Read(reader, *wanted.search, limit);
+    if (!*read)
+        return {};
+    SqlText query = AlbumQuery({wanted.search, wanted.facts, &titles});
+    LimitPut(&query, limit);
+    Rows albums;
+    bool sure = true;
+    *read = QueryRowsTake(reader, query, kAlbumColumns, [&](Row &row) {
+        sure = sure && titles.Precedes(row.back().value_or(""),
+                                       strtoll(row.front().value_or("0").c_str(), nullptr, 10));
+        albums.push_back(std::move(row));
+    });
+    return sure && (albums.size() == limit || titles.all()) ? std::optional(albums) : std::nullopt;
+}
+
+bool GroupsRead(CatalogueReader *reader, const GroupList &list, const Wanted &wanted, uint32_t limit,
+                RowWriter *writer) {
+    if (list.query == AlbumQuery && limit > 0 && limit <= kFewAlbums) {
+        bool read = true;
+        const std::optional<Rows> albums = LargestAlbumsRead(reader, wanted, limit, &read);
+        for (const Row &album : albums.value_or(Rows()))
+            writer->Add(album);
+        if (albums || !read)
+            return read;
+    }
+    SqlText query = list.query(wanted);
+    LimitPut(&query, limit);
+    return QueryRowsTake(reader, query, list.columns, [&](const Row &row) { writer->Add(row); });
+}
+
 } // namespace
 
 std::vector<const char *> GroupWords() {
@@ -163,10 +213,8 @@ ExitCode GroupsList(const Options &options) {
     bool facts = false;
     if (const ExitCode wrong = SearchWithinBegin(options, &asked, &reader, &facts); wrong != kDone)
         return wrong;
-    SqlText query = list.query({&asked.search, facts});
-    LimitPut(&query, options.limit);
     RowWriter writer(options.form(), list.columns, stdout);
-    const bool read = QueryRowsTake(&reader, query, list.columns, [&](const Row &row) { writer.Add(row); });
+    const bool read = GroupsRead(&reader, list, {&asked.search, facts}, options.limit, &writer);
     writer.End();
     return read ? ListEnd(writer.count(), options) : Complain(kUnreachable, reader.failure);
 }

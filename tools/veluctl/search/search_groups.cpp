@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "tools/veluctl/search/group_values.h"
 #include "tools/veluctl/search/search_source.h"
 
 namespace {
@@ -63,8 +64,8 @@ bool ValuesPut(const std::vector<SearchOrderKey> &groups, const SearchTarget &ta
     return true;
 }
 
-SearchEnd RowsPut(const Search &search, const std::vector<SearchOrderKey> &groups, const SearchTarget &target,
-                  SqlText *query, SearchProblem *problem) {
+SearchEnd RowsPut(const Search &search, const std::vector<SearchOrderKey> &groups, const GroupValues &values,
+                  const SearchTarget &target, SqlText *query, SearchProblem *problem) {
     query->Add("select ");
     if (!ValuesPut(groups, target, query, problem))
         return SearchEnd::wrong_group;
@@ -73,9 +74,11 @@ SearchEnd RowsPut(const Search &search, const std::vector<SearchOrderKey> &group
             query->Add(QualifiedName(*target.table, sum)).Add(" as ").Add(sum).Add(", ");
     }
     query->Add("1 as one");
-    return SearchRowsPut(search, target, groups, IsOfEachValue(groups, target), query, problem)
-               ? SearchEnd::done
-               : SearchEnd::wrong;
+    if (!SearchRowsPut(search, target, groups, IsOfEachValue(groups, target), query, problem))
+        return SearchEnd::wrong;
+    if (values.first)
+        GroupValuesPut(*values.first, groups.front(), target, query);
+    return SearchEnd::done;
 }
 
 // By which of an answer's columns it is sorted: its name in the statement, or nothing.
@@ -135,6 +138,9 @@ std::vector<Column> SearchGroupColumns(const Search &search, std::vector<SearchO
 SearchEnd SearchGroupsRead(CatalogueReader *reader, const Search &search,
                            const std::vector<SearchOrderKey> &groups, const std::vector<Column> &columns,
                            SearchProblem *problem, const std::function<void(Row &)> &take) {
+    const GroupValues values = GroupValuesRead(reader, search, groups);
+    if (!values.read)
+        return SearchEnd::unreachable;
     SqlText query;
     query.Add("select ");
     for (size_t i = 0; i < columns.size(); ++i) {
@@ -148,7 +154,7 @@ SearchEnd SearchGroupsRead(CatalogueReader *reader, const Search &search,
     }
     for (const SearchTarget &target : search.targets) {
         query.Add(&target == search.targets.data() ? "" : " union all ");
-        const SearchEnd end = RowsPut(search, groups, target, &query, problem);
+        const SearchEnd end = RowsPut(search, groups, values, target, &query, problem);
         if (end != SearchEnd::done)
             return end;
     }
