@@ -4,7 +4,8 @@ from harness.catalogue import ON_SERVER
 
 NAMES = ("path title album artist genre composer comment track disc year duration audio_bitrate video_bitrate sample_rate channels "
          "width height file_size create_time modify_time has_cover camera_make camera_model exposure_time f_number date_taken iso_speed")
-ADDED = "'2026-10-12 11:12:13'"
+# A thousand moments, each of as many files as come within a second.
+ADDED = "'2026-10-' || (10 + {n} % 20) || 'T11:' || (10 + {n} / 20 % 50) || ':12Z'"
 TIMES = "'2026-10-11 12:13:14', '2019-03-04 05:06:07'"
 # By table: path, title, and the other columns.
 SONG_PATH, SONG_TITLE = "{folder} || '/Album ' || ({n} / 10) || '/' || {n} || '.mp3'", "'Title of Song ' || {n}"
@@ -41,7 +42,7 @@ def fill(box, rows, rules):
     for table, values, which in (("music", (SONG_PATH, SONG_TITLE, MUSIC), "<>"), ("photo", (PHOTO_PATH, PHOTO_TITLE, PHOTO), "=")):
         path, title, others = (value.format(n="n", artist=artist, folder=f"'/volume1/music/' || {artist}") for value in values)
         if rules == "complete":
-            store(f"insert into file_state (path, stamp, added, trouble, folded_name) select {path}, '', {ADDED}, '', lower({title}) from {series} "
+            store(f"insert into file_state (path, stamp, added, trouble, folded_name) select {path}, '', {ADDED.format(n='n')}, '', lower({title}) from {series} "
                   f"where n % 6 {which} 0")
         store(f"insert into {table} ({', '.join(NAMES.split())}) select {path}, {title}, {others} from {series} where n % 6 {which} 0")
     if rules == "complete":

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <map>
 
+#include "platform/media_record.h"
 #include "tools/veluctl/search/search.h"
 #include "tools/veluctl/search/search_sql.h"
 
@@ -52,8 +53,28 @@ std::string Limit(size_t rows) {
     return rows == SIZE_MAX ? "" : " limit " + std::to_string(rows);
 }
 
-// The first keys of all tables together.
-SearchEnd FirstKeysRead(const Reading &reading, size_t most, FoundKeys *keys) {
+// Since when the files came of which more are known than are wanted. Empty where another order is asked for, or not all of them.
+SearchEnd LatestSince(const Reading &reading, size_t most, std::string *since) {
+    const Search &search = reading.search;
+    const bool of_all = search.IsEverything() && search.directory.empty() && most <= kFew &&
+                        search.targets.size() == std::size(kMediaTables);
+    if (!of_all || !search.targets.front().facts || search.sort.size() != 1 ||
+        !search.sort.front().descending || search.sort.front().field != SearchFieldFind("added"))
+        return SearchEnd::done;
+    // Directories have states, too.
+    constexpr size_t kStatesARow = 2;
+    const std::string sql =
+        "select min(added) as since from (select added from file_state order by added desc" +
+        Limit(kStatesARow * most) + ") as latest";
+    const ResultHandle rows = CatalogueQuery(reading.reader, Catalogue::media, sql, {});
+    if (rows == nullptr)
+        return SearchEnd::unreachable;
+    *since = VELUDBFetchText(rows.get(), 0, "since");
+    return SearchEnd::done;
+}
+
+// The first keys of all tables together, of files alone that came since then; empty: whenever.
+SearchEnd FirstKeysRead(const Reading &reading, const std::string &since, size_t most, FoundKeys *keys) {
     const Search &search = reading.search;
     SqlText query;
     query.Add("select place, row_key from (");
@@ -69,12 +90,25 @@ SearchEnd FirstKeysRead(const Reading &reading, size_t most, FoundKeys *keys) {
         }
         if (!SearchRowsPut(search, target, search.sort, false, &query, reading.problem))
             return SearchEnd::wrong;
+        if (!since.empty())
+            query.Add(" and file_state.added >= ").Put(since);
     }
     query.Add(") found order by ");
     for (size_t i = 0; i < search.sort.size(); ++i)
         query.Add("sort" + std::to_string(i)).Add(search.sort[i].descending ? " desc, " : ", ");
     query.Add("place, row_key" + Limit(most));
     return KeysRead(reading, query, keys);
+}
+
+SearchEnd FirstKeysRead(const Reading &reading, size_t most, FoundKeys *keys) {
+    std::string since;
+    SearchEnd end = LatestSince(reading, most, &since);
+    if (end == SearchEnd::done)
+        end = FirstKeysRead(reading, since, most, keys);
+    if (end != SearchEnd::done || since.empty() || keys->size() == most)
+        return end;
+    keys->clear();
+    return FirstKeysRead(reading, "", most, keys);
 }
 
 // The next ones behind a key of one of the tables, in the order of the tables' keys.
