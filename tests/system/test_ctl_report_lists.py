@@ -256,6 +256,35 @@ def test_a_recording_that_is_there_many_times_leaves_room_for_others(make_daemon
     assert "and 46 more of it" in names and "more. All" not in one.text, "none beside these"
 
 
+def test_films_and_pictures_that_are_there_twice_are_told(make_daemon):
+    box = make_daemon()
+    box.write(f"{MUSIC}/One/song.mp3", song(title="Same", artist="Ida"))
+    box.write(f"{MUSIC}/Two/song.mp3", song(title="Same", artist="Ida"))
+    long_bytes = bytes(range(256)) * 2000
+    for path, content in (("video/holiday.avi", long_bytes), ("video/old/holiday.avi", long_bytes), ("video/other.avi", long_bytes[::-1]),
+                          ("photo/a.jpg", b"picture"), ("photo/b.jpg", b"picture"), ("photo/c.jpg", b"PICTURE")):
+        box.write(f"/volume1/{path}", content)
+    box.start().index("R:all")
+    found = {name: entries(one) for name, one in lists(report(box)).items() if "could be freed" in name}
+    songs, files = sorted(found, key=lambda name: "recording" not in name)
+    assert songs.startswith("2 files of 1 recording; ") and found[songs] == [f"{MUSIC}/One/song.mp3", f"{MUSIC}/Two/song.mp3"]
+    assert re.fullmatch(f"4 files, of which 2 would do; {len(long_bytes) // 1000}\\skB could be freed", files)
+    assert found[files] == [f"/volume1/{name}" for name in ("video/holiday.avi", "video/old/holiday.avi", "photo/a.jpg", "photo/b.jpg")]
+    page = box.ctl("report", "--no-check", "-")["out"]
+    assert "2 files of 1 recording; " in page and "would do" not in page and "the disk was left alone" in page
+
+
+def test_more_files_of_one_size_than_a_page_compares_are_counted(make_daemon):
+    box = make_daemon()
+    for number in range(1001):
+        box.write(f"/volume1/photo/{number}.jpg", b"small")
+    for name in ("a", "b"):
+        box.write(f"/volume1/photo/{name}.jpg", b"large picture")
+    box.start().index("R:photo")
+    page = box.ctl("report", "-")["out"]
+    assert "2 files, of which 1 would do; " in page and re.search(r"1.{1,3}001 files were not compared, since there are so many of one size\.", page)
+
+
 def test_numbers_of_tracks_are_a_sentence(make_daemon):
     box = make_daemon()
     box.configure(rules="complete")

@@ -2,7 +2,6 @@
 //
 // veluctl duplicates: files with the same bytes, and recordings that are there more than once.
 #include <algorithm>
-#include <map>
 #include <set>
 
 #include "tools/queue/request_path.h"
@@ -95,15 +94,6 @@ private:
     std::set<std::string> left_out_;
 };
 
-// True when all names stand in one group already.
-bool IsListed(const std::map<std::string, size_t> &listed, const CopyGroup &group) {
-    const auto first = listed.find(group.front().path);
-    return first != listed.end() && std::ranges::all_of(group, [&](const CopyName &name) {
-               const auto other = listed.find(name.path);
-               return other != listed.end() && other->second == first->second;
-           });
-}
-
 std::string FreedText(const Sums &sums) {
     return ValueShow(std::to_string(sums.freed), Type::bytes) + " could be freed";
 }
@@ -147,14 +137,13 @@ ExitCode DuplicatesCommand(const Options &options) {
     DuplicateList list(options);
     Sums bytes;
     Sums recordings;
-    std::map<std::string, size_t> listed;
+    CopiesTold told;
     CopySearch search = {
         .reader = &reader,
         .directory = options.directory.empty() ? "" : RequestPathMake(options.directory),
         .take =
             [&](const CopyGroup &group) {
-                for (const CopyName &name : group)
-                    listed.emplace(name.path, bytes.groups);
+                told.Add(group);
                 return list.Take(kBytes, &bytes, group);
             },
         .left_out = [&](const std::string &path, const std::string &why) { list.LeftOut(path, why); },
@@ -162,7 +151,7 @@ ExitCode DuplicatesCommand(const Options &options) {
                        const std::string &path) { list.Reading(done, all, path); }};
     const bool compared = options.limit == 0 || !IsAsked(options, kBytes) || EqualBytesFind(&search);
     search.take = [&](const CopyGroup &group) {
-        return IsListed(listed, group) || list.Take(kRecordings, &recordings, group);
+        return told.Has(group) || list.Take(kRecordings, &recordings, group);
     };
     const bool read = compared && (bytes.groups >= options.limit || !IsAsked(options, kRecordings) ||
                                    RecordingsFind(&search, options.tolerance));

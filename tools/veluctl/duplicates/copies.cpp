@@ -7,7 +7,7 @@
 #include <string.h>
 #include <sys/stat.h>
 
-#include <map>
+#include <algorithm>
 
 std::string CopyLook(CopyName *name) {
     struct stat status;
@@ -30,4 +30,18 @@ int CopiesNumber(CopyGroup *group) {
         name.freed = first && next > 1 ? name.size : 0;
     }
     return static_cast<int>(numbers.size());
+}
+
+void CopiesTold::Add(const CopyGroup &group) {
+    for (const CopyName &name : group)
+        group_of_.emplace(name.path, groups_);
+    ++groups_;
+}
+
+bool CopiesTold::Has(const CopyGroup &group) const {
+    const auto first = group_of_.find(group.front().path);
+    return first != group_of_.end() && std::ranges::all_of(group, [&](const CopyName &name) {
+               const auto other = group_of_.find(name.path);
+               return other != group_of_.end() && other->second == first->second;
+           });
 }

@@ -7,6 +7,8 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,6 +33,19 @@ std::string CopyLook(CopyName *name);
 // Numbers the files of a group in the order of their names. Returns how many there are.
 int CopiesNumber(CopyGroup *group);
 
+// Groups that have been told, so that none is told again for another reason.
+class CopiesTold {
+public:
+    void Add(const CopyGroup &group);
+
+    // True when all names stand in one of them.
+    [[nodiscard]] bool Has(const CopyGroup &group) const;
+
+private:
+    size_t groups_ = 0;
+    std::map<std::string, size_t> group_of_;
+};
+
 // What is asked for, and who takes the answer.
 struct CopySearch {
     CatalogueReader *reader;
@@ -41,6 +56,9 @@ struct CopySearch {
     std::function<void(const std::string &path, const std::string &why)> left_out;
     // Is told how far the reading of files has come, in bytes.
     std::function<void(uint64_t done, uint64_t all, const std::string &path)> reading;
-    size_t named = 0; // songs that are told by nothing but the names of their files
-    size_t links = 0; // names of files that have no copy, but further names
+    // Files that may be looked at, when sizes, begins and ends are to do; none: all of them, and all of their bytes.
+    std::optional<size_t> glances = {};
+    size_t passed = 0; // files that were not looked at, since there were more than that
+    size_t named = 0;  // songs that are told by nothing but the names of their files
+    size_t links = 0;  // names of files that have no copy, but further names
 };

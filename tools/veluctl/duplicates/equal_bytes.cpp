@@ -51,6 +51,7 @@ struct Reading {
     CopySearch *search;
     uint64_t all = 0;
     uint64_t done = 0;
+    size_t looked_at = 0; // files
 
     void Tell(const std::string &path) const { search->reading(done, all, path); }
 };
@@ -102,6 +103,11 @@ std::vector<CopyGroup> Split(const CopyGroup &group, CopySearch *search, Digest 
 // False when no more are wanted.
 bool SizeCompare(std::span<const Candidate> candidates, Reading *reading) {
     CopySearch *search = reading->search;
+    if (search->glances && candidates.size() > *search->glances - reading->looked_at) {
+        search->passed += candidates.size();
+        return true;
+    }
+    reading->looked_at += candidates.size();
     reading->Tell(candidates.front().path);
     CopyGroup files = FilesThere(candidates, search);
     const size_t links = LinksNumber(&files);
@@ -120,10 +126,14 @@ bool SizeCompare(std::span<const Candidate> candidates, Reading *reading) {
         };
         return WholeDigest(name.path, name.size, read);
     };
-    std::vector<CopyGroup> found;
-    for (const CopyGroup &part : Split(files, search, ends))
-        for (CopyGroup &same : Split(part, search, whole))
-            found.push_back(std::move(same));
+    std::vector<CopyGroup> found = Split(files, search, ends);
+    if (!search->glances) {
+        std::vector<CopyGroup> equal;
+        for (const CopyGroup &part : found)
+            for (CopyGroup &same : Split(part, search, whole))
+                equal.push_back(std::move(same));
+        found = std::move(equal);
+    }
     for (CopyGroup &group : found)
         search->links -= LinksNumber(&group);
     reading->done = before;

@@ -49,6 +49,7 @@ void FilmsWrite(Report *report);
 void PostersWrite(Report *report);
 void PicturesWrite(Report *report);
 void NotableWrite(Report *report);
+void CopiesWrite(Report *report);
 void ProblemsWrite(Report *report);
 void FootWrite(Report *report);
 
@@ -56,6 +57,10 @@ void FootWrite(Report *report);
 
 void SectionBegin(Report *report, Literal anchor, Literal title);
 void SectionEnd(Report *report);
+
+// A part with a heading of its own.
+void CardBegin(Report *report, Literal heading);
+void CardEnd(Report *report);
 
 // Writes the formats of a kind as bars.
 void FormatsWrite(Report *report, Kind kind);

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
-// What is worth a look: the largest files, recordings that are there more than once, albums that lack tracks, formats that players
+// What is worth a look: the largest files, files that are there more than once, albums that lack tracks, formats that players
 // find hard.
 #include <algorithm>
 
-#include "tools/veluctl/duplicates/recordings.h"
 #include "tools/veluctl/overview/query_rows.h"
 #include "tools/veluctl/overview/track_gaps_read.h"
 #include "tools/veluctl/report/hard_formats.h"
@@ -16,16 +15,6 @@ namespace {
 
 constexpr uint32_t kLargestShown = 12;
 constexpr size_t kAlbumsShown = 30;
-constexpr size_t kCopiesShown = 40;
-constexpr size_t kCopiesOfOneShown = 4; // so that a song that is there many times leaves room for others
-
-void CardBegin(HtmlWriter *html, Literal heading) {
-    html->Put("<article class=\"card\"><h3>").Put(heading).Put("</h3>\n");
-}
-
-void CardEnd(HtmlWriter *html) {
-    html->Put("</article>\n");
-}
 
 void LargestWrite(Report *report) {
     constexpr Column kColumns[] = {{"path", "", Type::path}, {"file_size", "", Type::bytes}};
@@ -51,49 +40,6 @@ void LargestWrite(Report *report) {
     list.in_all = static_cast<int64_t>(list.entries.size());
     bars.lists.push_back(std::move(list));
     BarsWrite(&report->html, bars);
-}
-
-void CopiesShow(const CopyGroup &group, OpenList *list) {
-    size_t shown = 0;
-    for (; shown < std::min(group.size(), kCopiesOfOneShown) && list->entries.size() < kCopiesShown; ++shown)
-        list->entries.push_back({group[shown].path, SizeText(static_cast<double>(group[shown].size))});
-    const auto rest = static_cast<int64_t>(group.size() - shown);
-    if (shown == kCopiesOfOneShown && rest > 0)
-        list->entries.push_back({"and " + CountText(rest) + " more of it", {}, rest});
-}
-
-void DuplicatesWrite(Report *report) {
-    if (report->tallies.failed)
-        return;
-    OpenList list = {{}, 0, "veluctl duplicates"};
-    int64_t groups = 0;
-    double freed = 0;
-    CopySearch search = {.reader = report->tallies.reader,
-                         .directory = {},
-                         .take =
-                             [&](const CopyGroup &group) {
-                                 ++groups;
-                                 list.in_all += static_cast<int64_t>(group.size());
-                                 for (const CopyName &name : group)
-                                     freed += static_cast<double>(name.freed);
-                                 CopiesShow(group, &list);
-                                 return true;
-                             },
-                         .left_out = [](const std::string &, const std::string &) {},
-                         .reading = {}};
-    report->tallies.failed = !RecordingsFind(&search, kToleranceSeconds);
-    if (groups == 0)
-        return;
-    list.summary = CountedText(list.in_all, "file", "files") + " of " +
-                   CountedText(groups, "recording", "recordings") + "; " + SizeText(freed) +
-                   " could be freed";
-    CardBegin(&report->html, "Duplicates");
-    report->html.Put("<p>Songs of the same artist and title that are equally long.</p>\n");
-    OpenListWrite(&report->html, list);
-    report->html.Put(
-        "<p class=\"note\">Pictures, films and other files are compared byte by byte, which takes "
-        "its time, by <code>veluctl duplicates files</code>.</p>\n");
-    CardEnd(&report->html);
 }
 
 std::string AlbumText(const AlbumGaps &gaps) {
@@ -123,11 +69,11 @@ void TracksMissingWrite(Report *report) {
     if (list.in_all == 0)
         return;
     list.summary = CountedText(list.in_all, "album lacks tracks", "albums lack tracks");
-    CardBegin(&report->html, "Missing tracks");
+    CardBegin(report, "Missing tracks");
     report->html.Put(
         "<p>By the numbers of those that are there, and by how many their tags say that there are.</p>\n");
     OpenListWrite(&report->html, list);
-    CardEnd(&report->html);
+    CardEnd(report);
 }
 
 struct HardFiles {
@@ -209,13 +155,13 @@ void HardFormatsWrite(Report *report) {
     if (all.empty())
         return;
     std::ranges::stable_sort(all, std::ranges::greater(), &HardFiles::files);
-    CardBegin(&report->html, "What players find hard");
+    CardBegin(report, "What players find hard");
     for (const HardFiles &hard : all)
         OpenListWrite(&report->html, PathsTake(&report->tallies,
                                                CountedText(hard.files, "file of ", "files of ") +
                                                    hard.format->name + ": " + hard.format->where,
                                                hard.files, hard.behind));
-    CardEnd(&report->html);
+    CardEnd(report);
 }
 
 } // namespace
@@ -225,7 +171,7 @@ void NotableWrite(Report *report) {
         return;
     SectionBegin(report, "notable", "Worth a look");
     LargestWrite(report);
-    DuplicatesWrite(report);
+    CopiesWrite(report);
     TracksMissingWrite(report);
     HardFormatsWrite(report);
     SectionEnd(report);

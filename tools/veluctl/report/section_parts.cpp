@@ -25,6 +25,14 @@ void SectionEnd(Report *report) {
     report->html.Put("</div></section>\n");
 }
 
+void CardBegin(Report *report, Literal heading) {
+    report->html.Put("<article class=\"card\"><h3>").Put(heading).Put("</h3>\n");
+}
+
+void CardEnd(Report *report) {
+    report->html.Put("</article>\n");
+}
+
 void FormatsWrite(Report *report, Kind kind) {
     Bars bars = {"Formats", "Extension", "Files", "Size"};
     const std::vector<Group> &groups = report->kinds[kind].formats.groups;
