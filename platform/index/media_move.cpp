@@ -97,7 +97,7 @@ int TreeCoversMove(TreeMoving *tree) {
 int RowsMove(TreeMoving *tree) {
     const PathRange range = RangeUnder(tree->from);
     // What a path had in one table may come from another.
-    for (const StoreOperation operation : {StoreOperation::displaceMedia, StoreOperation::moveMedia})
+    for (const StoreOperation operation : {StoreOperation::displaceMedia, StoreOperation::moveRows})
         for (const char *table : kMediaTables) {
             if (RunWrite(Catalogue::media, StatementOf(operation, table),
                          {TextValue(tree->to), TextValue(tree->from), TextValue(tree->from),

@@ -239,8 +239,8 @@ int VELUIndexPhotoVideosMove(const char *new_path, const char *old_path) {
     };
     RunScope scope;
     const bool moved = write(StoreOperation::displaceOwn, kPhotoTableVideoDesc) &&
-                       write(StoreOperation::moveMedia, kPhotoTableVideoDesc) &&
-                       write(StoreOperation::moveMedia, kPhotoTableVideoComment);
+                       write(StoreOperation::moveRows, kPhotoTableVideoDesc) &&
+                       write(StoreOperation::moveRows, kPhotoTableVideoComment);
     return scope.Finish(moved ? 0 : -1);
 }
 

@@ -301,7 +301,7 @@ std::string StatementText(int statement) {
     case StoreOperation::displaceOwn:
         return "delete from " + table + " where path in (select " MOVED_PATH " from " + table +
                " where " OF_MOVED_TREE ")";
-    case StoreOperation::moveMedia:
+    case StoreOperation::moveRows:
         return "update " + table + " set path = " MOVED_PATH " where " OF_MOVED_TREE;
     case StoreOperation::moveMediaFile:
         return "update " + table +

@@ -49,7 +49,7 @@ enum class StoreOperation : int {
     copyStates,    // new path, old path, old path, from, before: when they were added goes to new paths
     displaceMedia, // of a media table: new path, old path, old path, from, before: what is in the way of a tree that moves
     displaceOwn, // likewise, of any table: what is in the way of its own rows
-    moveMedia,   // likewise: the rows of the tree itself, of any table
+    moveRows,    // likewise: the rows of the tree itself, of any table
     moveMediaFile, // of a media table: new path, old and new title, old and new album, time of status or null, old path
     renameMediaAlbum,   // of a media table: new album, from, before, old album, the directory with its slash
     stampState,         // path, stamp
