@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "catalogue/file_readers.h"
+#include "daemon/walk_reindex.h"
 #include "daemon/walker.h"
 #include "platform/index/file_state.h"
 #include "platform/rule_set.h"
@@ -19,6 +20,8 @@
 #include "tests/unit/log_capture.h"
 #include "tests/unit/scripted_readers.h"
 #include "tests/unit/test_files.h"
+
+using Texts = std::vector<std::string>;
 
 inline constexpr char kMusic[] = "/volume1/music";
 inline constexpr char kSong[] = "/volume1/music/A/song.mp3";
@@ -63,13 +66,26 @@ inline void Walk() {
     InRun([] { IndexDirWalk(kMusic, kIndexAdd, kWalkMedia); });
 }
 
+inline void Reindex() {
+    InRun([] { TreeReindex(kMusic); });
+}
+
 inline std::string Title(const std::string &table, const std::string &path) {
     return MediaRow(table, path)["title"];
 }
 
+// The lines of the log that hold a text.
+inline Texts LinesWith(const std::string &text) {
+    Texts found;
+    for (const LogLine &line : LogTake())
+        if (line.text.find(text) != std::string::npos)
+            found.push_back(line.text);
+    return found;
+}
+
 // "name=value" of a file's facts.
-inline std::vector<std::string> FactsOf(const std::string &path) {
-    std::vector<std::string> facts;
+inline Texts FactsOf(const std::string &path) {
+    Texts facts;
     const DatabaseHandle db(VELUIndexReaderOpen(Catalogue::media));
     const ResultHandle rows =
         VELUDBQuery(db.get(), ("select name || '=' || value as x from fact where path = '" + path +
