@@ -52,6 +52,20 @@ def test_a_film_has_its_subtitles(box):  # noqa: F811
     assert facts_of(box)[film]["subtitle"] == [f"{VIDEO}/f/film.zz.vtt"]
 
 
+def test_subtitles_may_name_their_language_as_it_calls_itself(box):  # noqa: F811
+    beside = {"one": ("Deutsch",), "two": ("Italiano.forced", "en"), "three": ("SVENSKA",), "four": ("Deutschland",)}
+    for film, names in beside.items():
+        box.write(f"{VIDEO}/{film}.mkv", f"film {film}")
+        for name in names:
+            box.write(f"{VIDEO}/{film}.{name}.srt", "text")
+    run(box, f"A:{VIDEO}")
+    found = {film: facts_of(box)[f"{VIDEO}/{film}.mkv"].get("subtitle_file_language") for film in beside}
+    assert found == {"one": ["deu"], "two": ["ita", "eng"], "three": ["swe"], "four": None}
+    os.rename(box.box.path(f"{VIDEO}/one.Deutsch.srt"), box.box.path(f"{VIDEO}/one.Nederlands.srt"))
+    again(box, f"d:{VIDEO}/one.Deutsch.srt", f"a:{VIDEO}/one.Nederlands.srt")
+    assert facts_of(box)[f"{VIDEO}/one.mkv"]["subtitle_file_language"] == ["nld"]
+
+
 @pytest.mark.sqlite
 def test_what_has_not_changed_is_not_opened(box):  # noqa: F811
     paths = [box.write(f"{MUSIC}/{number % 3}/{number}.mp3", f"title T{number}") for number in range(30)]
