@@ -93,12 +93,10 @@ void CopiesWrite(Report *report) {
     if (recordings.groups + files.groups == 0)
         return;
     CardBegin(report, "Duplicates");
-    if (recordings.groups > 0)
-        report->html.Put("<p>Songs of the same artist and title that are equally long:</p>\n");
+    report->html.Put("<p>Songs of the same artist and title that are equally long; films, pictures and other "
+                     "files of the same size, begin and end.</p>\n");
     recordings.Write(&report->html,
                      " of " + CountedText(recordings.groups, "recording", "recordings") + "; ");
-    if (files.groups > 0)
-        report->html.Put("<p>Films, pictures and whatever else has the same size, begin and end:</p>\n");
     files.Write(&report->html, ", of which " + CountText(files.groups) + " would do; ");
     NoteWrite(report, search);
     CardEnd(report);
