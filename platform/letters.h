@@ -16,6 +16,11 @@
     return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
 }
 
+// The capital letter of a small one; of all else the byte itself.
+[[nodiscard]] constexpr char Upper(char byte) {
+    return byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte;
+}
+
 // Without regard to the case of ASCII.
 inline bool IsSame(std::string_view text, std::string_view other) {
     return text.size() == other.size() && strncasecmp(text.data(), other.data(), text.size()) == 0;

@@ -37,6 +37,7 @@ COMPLETED = {
     "veluctl find has:albuma": "veluctl find has:albumartist",
     "veluctl export csv cover=y": "veluctl export csv cover=yes",
     "veluctl log --al": "veluctl log --all",
+    "veluctl log yes": "veluctl log yesterday",
     "veluctl export m3": "veluctl export m3u8",
     "veluctl duplicates rec": "veluctl duplicates recordings",
     "veluctl add --time": "veluctl add --timeout",

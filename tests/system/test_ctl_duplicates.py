@@ -126,6 +126,11 @@ def test_by_the_rules_of_the_appliance(daemon):
     assert len(groups(daemon, "recordings")) == 1
 
 
+def test_another_word_is_told_which_there_are(box):
+    answer = box.ctl("duplicates", "songs")
+    assert answer["status"] == 2 and answer["err"] == "veluctl: there is no list of 'songs': there are files, recordings\n"
+
+
 def test_a_catalogue_that_cannot_be_read_is_no_answer(box):
     box.configure(mediadb="sqlite:/dev/null/media.db")
     for what in ([], ["files"], ["recordings"]):

@@ -263,6 +263,7 @@ def test_groups(library):
     assert sum(group["files"] for group in found(library, "nina", "--group", "added,kind", "--sort", "-added")) == 2
     table = library.ctl("find", "nina", "--group", "album")["out"].splitlines()
     assert len(table) == 3 and table[0].split()[0] == "ALBUM"
+    assert library.ctl("find", "nina", "--group", "codec")["out"].split()[0] == "CODEC"
 
 
 def test_a_playlist_of_what_is_found(library):
@@ -292,6 +293,7 @@ def test_a_playlist_of_what_is_found(library):
     (["kind=flim"], "flim", "music, video"),
     (["nina", "--sort", "title,yaer"], "yaer", "did you mean year?"),
     (["nina", "--group", "albun"], "albun", "did you mean album?"),
+    (["nina", "--group", "Format"], "Format", "did you mean codec?"),
     (["nina", "--group", "album", "--sort", "year"], "year", "groups have no year"),
     (["nina", "--sort", "files"], "files", "have no field files"),
     (["kind=film", "sharename=x"], "sharename", "rows of the kind video have no field sharename"),

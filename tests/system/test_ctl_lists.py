@@ -94,6 +94,14 @@ def test_lists_of_a_kind(library):
     assert library.ctl("list", "albums")["out"].startswith("FILES"), "no rows of the photo library"
 
 
+def test_a_maker_is_not_a_model(library):
+    for asked in ("camera=canon", "camera~canon", "model=Canon EOS 5D"):
+        answer = library.ctl("find", "kind=photo", asked)
+        assert " is the model alone; 'make~canon' finds" in answer["err"].replace("Canon", "canon") and answer["status"] == 1, answer
+    assert "beach.jpg" in library.ctl("find", "kind=photo", "make~canon")["out"]
+    assert "model alone" not in library.ctl("find", "kind=photo", "camera=nikon")["err"]
+
+
 def test_recent_of_some_days(library, rules):
     came = library.ctl_json("recent")
     assert library.ctl_json("recent", "year") == came != []

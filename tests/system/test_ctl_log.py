@@ -81,6 +81,21 @@ def test_a_run_without_a_record_is_not_the_one_before(box, now):
     assert [row["path"] for row in box.ctl_json("log")][:1] == [f"{MUSIC}/an album/no 4 cover.mp3"]
 
 
+def test_lines_of_days(box):
+    noon = time.mktime((*time.localtime()[:3], 12, 0, 0, 0, 0, -1))
+    day = 86_400
+    box.write(SYSLOG, written([(noon - 40 * day, "veluindexd", "of old"), (noon - 5 * day, "veluindexd", "this week"),
+                               (noon - day, "veluindexd", "yesterday at noon"), (noon - day + 3600, "veluindexd", "yesterday, later")]))
+    texts = {days: [row["text"] for row in box.ctl_json("log", days)] for days in
+             ("today", "yesterday", "week", "month", "year", time.strftime("%Y-%m-%d", time.localtime(noon - 5 * day)))}
+    late = ["yesterday at noon", "yesterday, later"]
+    assert list(texts.values()) == [[], late, ["this week", *late], ["this week", *late], ["of old", "this week", *late], ["this week"]]
+    begin = time.strftime("%Y-%m-%d", time.localtime(noon - day))
+    assert box.ctl("log", "yesterday")["out"].startswith(f"From {begin} 00:00:00 to {begin} 23:59:59:\n2 lines from ")
+    answer = box.ctl("log", "lastnight")
+    assert answer["status"] == USAGE and "'lastnight' is no date: say today, yesterday, week" in answer["err"]
+
+
 def test_without_a_record_it_is_the_last_day(box, now):
     box.write(SYSLOG, written([(now - 90_000, "veluindexd", "older")] + lines_of(now)))
     answer = box.ctl("log")

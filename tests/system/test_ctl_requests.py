@@ -427,17 +427,17 @@ def test_the_last_line_tells_what_came_of_it(tree):
     answer = tree.ctl("add", "--wait", "/volume1/music")
     assert answer["status"] == NOT_CATALOGUED, answer
     assert answer["out"].splitlines()[-1] == (
-        "done: 4 new, 0 changed, 0 gone, 0 unchanged, 1 in trouble (veluctl find has:trouble), 1 left out")
+        "done: 4 new, 0 changed, 0 gone, 0 unchanged, 1 in trouble (veluctl find has:trouble), 1 left out (veluctl missing files)")
     assert "'/volume1/music' holds 1 file that could not be read:\n  veluctl find has:trouble --dir /volume1/music\n" in answer["err"]
     told = tree.ctl("find", "has:trouble", "--dir", "/volume1/music", "--json")["out"]
     assert "sub/broken.mp3" in told and "a.mp3" not in told
     os.unlink(tree.box.path("/volume1/music/sub/broken.mp3"))
     os.unlink(tree.box.path("/volume1/music/b.mp3"))
     assert tree.ctl("reindex", "--wait", "music")["out"].splitlines()[-1] == (
-        "done: 0 new, 0 changed, 2 gone, 2 unchanged, 0 in trouble, 1 left out")
+        "done: 0 new, 0 changed, 2 gone, 2 unchanged, 0 in trouble, 1 left out (veluctl missing files)")
     answer = tree.ctl("add", "--wait", "/volume1/music")
     assert (answer["status"], answer["out"].splitlines()[-1]) == (
-        DONE, "done: 0 new, 0 changed, 0 gone, 2 unchanged, 0 in trouble, 1 left out")
+        DONE, "done: 0 new, 0 changed, 0 gone, 2 unchanged, 0 in trouble, 1 left out (veluctl missing files)")
 
 
 def test_trouble_elsewhere_is_none_of_what_was_asked_for(tree):

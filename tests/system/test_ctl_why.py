@@ -136,6 +136,14 @@ def test_patterns_that_matter_are_the_deepest_and_last(complete):
     assert why(complete, f"{MUSIC}/kept/two.pcm")["catalogued"]
 
 
+def test_an_empty_file_is_called_empty(daemon):
+    daemon.write("/volume1/music/nothing.mp3", b"")
+    daemon.write("/volume1/music/some.mp3", b"some")
+    daemon.index("A:/volume1/music")
+    assert "none: the file is empty" in daemon.ctl("why", "/volume1/music/nothing.mp3")["out"]
+    assert "empty" not in daemon.ctl("why", "/volume1/music/some.mp3")["out"]
+
+
 def test_a_file_that_could_not_be_read_says_so(complete, samples):
     complete.copy(samples / "broken.mp3", f"{MUSIC}/broken.mp3")
     answer = complete.ctl("add", "--wait", f"{MUSIC}/broken.mp3")

@@ -212,11 +212,22 @@ ProgramCommand LogMake(Options *options) {
     CommandOption limit = PlaceOptions(options).back();
     limit.type = "NUMBER";
     limit.description = "Show so many kinds of lines, with --json and --csv the last lines";
-    ProgramCommand command = LookMake(
-        "log", "Show what the daemon has logged in its last run, lines of one kind together", LogCommand, {},
-        Joined({{Flag("all", "All that the system's log has of it", &options->everything), limit},
-                FormOptions(options)}));
-    command.examples = {{"sudo veluctl log", "What went wrong in the last run"}};
+    CommandArgument days = {
+        "days",
+        "DAYS",
+        "Not the last run, but what came today, yesterday, in the last 7, 30 or 365 days, or on a "
+        "date (2026-10-31)",
+        &options->what,
+        false,
+        DayWords()};
+    days.open = true;
+    ProgramCommand command =
+        LookMake("log", "Show what the daemon has logged in its last run, lines of one kind together",
+                 LogCommand, {days},
+                 Joined({{Flag("all", "All that the system's log has of it", &options->everything), limit},
+                         FormOptions(options)}));
+    command.examples = {{"sudo veluctl log", "What went wrong in the last run"},
+                        {"sudo veluctl log yesterday --csv", "Each line of that day, with its time"}};
     return command;
 }
 
@@ -256,6 +267,7 @@ ProgramCommand DuplicatesMake(Options *options) {
                             &options->what,
                             false,
                             DuplicateWords()};
+    what.open = true;
     CommandOption limit = PlaceOptions(options).back();
     limit.type = "GROUPS";
     limit.description = "Stop after so many groups; 0: none";
@@ -331,6 +343,7 @@ ProgramCommand MissingMake(Options *options) {
                  MissingCommand, {what, words}, Joined({PlaceOptions(options), FormOptions(options)}));
     command.details = {LeftOutReasons()};
     command.examples = {{"veluctl missing years genre=jazz", "Songs of this genre without a year"},
+                        {"veluctl list albums cover=no", "Albums in which songs lack a cover"},
                         {"veluctl missing files /srv/music", "What lies there and is not indexed"}};
     return command;
 }

@@ -123,7 +123,7 @@ void SumsTell(const Sums &bytes, const Sums &recordings, const CopySearch &searc
 }
 
 bool IsAsked(const Options &options, const Kind &kind) {
-    return options.what.empty() || options.what == kind.word;
+    return options.what.empty() || ListFind(kKinds, options.what)->word == kind.word;
 }
 
 } // namespace
@@ -133,6 +133,8 @@ std::vector<const char *> DuplicateWords() {
 }
 
 ExitCode DuplicatesCommand(const Options &options) {
+    if (!options.what.empty() && ListFind(kKinds, options.what) == nullptr)
+        return ListUnknown(options.what, DuplicateWords());
     CatalogueReader reader;
     DuplicateList list(options);
     Sums bytes;

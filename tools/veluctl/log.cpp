@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "tools/queue/daemon_process.h"
 #include "tools/shared/safe_text.h"
@@ -16,6 +17,7 @@
 #include "tools/veluctl/moment_text.h"
 #include "tools/veluctl/row_writer.h"
 #include "tools/veluctl/run_records.h"
+#include "tools/veluctl/search/search_dates.h"
 #include "tools/veluctl/status/status.h"
 #include "tools/veluctl/terminal.h"
 
@@ -34,6 +36,22 @@ struct Span {
     int64_t to;
     std::string words; // for people
 };
+
+// A moment as a period has it.
+int64_t MomentOf(const std::string &text) {
+    tm calendar = {};
+    return strptime(text.c_str(), "%Y-%m-%dT%H:%M:%SZ", &calendar) != nullptr ? timegm(&calendar) : 0;
+}
+
+// Of the days that were named. Nothing for what is no date.
+std::optional<Span> SpanOf(const std::string &days) {
+    const std::optional<Period> period = PeriodOf(days, true);
+    if (!period)
+        return {};
+    const int64_t from = MomentOf(period->begin);
+    const int64_t to = MomentOf(period->end) - 1;
+    return Span{from, to, "From " + MomentText(from) + " to " + MomentText(to)};
+}
 
 Span SpanChoose(const Options &options) {
     const int64_t now = time(nullptr);
@@ -97,7 +115,12 @@ void GroupPrint(const std::vector<LoggedLine> &lines, const LogGroup &group, siz
 } // namespace
 
 ExitCode LogCommand(const Options &options) {
-    const Span span = SpanChoose(options);
+    const std::optional<Span> days = SpanOf(options.what);
+    if (!days && !options.what.empty())
+        return Complain(kUsage, Quoted(options.what) +
+                                    " is no date: say today, yesterday, week, month, year or, "
+                                    "say, 2026-10-31");
+    const Span span = days ? *days : SpanChoose(options);
     const LogAnswer answer = LogRead(span.from, span.to);
     if (answer.source.empty())
         return Complain(kFailed, answer.problem);

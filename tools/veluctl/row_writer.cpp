@@ -4,9 +4,12 @@
 #include <inttypes.h>
 #include <math.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include <algorithm>
+#include <iterator>
 
+#include "platform/letters.h"
 #include "tools/shared/safe_text.h"
 #include "tools/veluctl/json_text.h"
 #include "tools/veluctl/moment_text.h"
@@ -129,7 +132,8 @@ void RowWriter::CsvAdd(const Row &row) {
 void RowWriter::TableFlush() {
     std::vector<std::string> headings;
     for (const Column &column : columns_)
-        headings.emplace_back(column.heading);
+        std::ranges::transform(column.heading, column.heading + strlen(column.heading),
+                               std::back_inserter(headings.emplace_back()), Upper);
     waiting_.insert(waiting_.begin(), headings);
     widths_.assign(columns_.size(), 0);
     for (const auto &cells : waiting_) {

@@ -46,5 +46,5 @@ std::string RunCountsText(const IndexRecord &record) {
            std::to_string(record.removed) + " gone, " + std::to_string(record.unchanged) + " unchanged, " +
            std::to_string(record.troubled) + " in trouble" +
            (record.troubled > 0 ? " (veluctl find has:trouble), " : ", ") + std::to_string(left_out) +
-           " left out";
+           " left out" + (left_out > 0 ? " (veluctl missing files)" : "");
 }

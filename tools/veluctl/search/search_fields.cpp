@@ -203,7 +203,19 @@ const SearchField *SearchFieldFind(std::string_view name) {
     return nullptr;
 }
 
+// What people call fields that have another name here.
+struct OtherName {
+    std::string_view name;
+    const char *field;
+};
+constexpr OtherName kOtherNames[] = {{"format", "codec"},    {"extension", "codec"}, {"type", "kind"},
+                                     {"length", "duration"}, {"singer", "artist"},   {"stars", "rating"}};
+
 std::string SearchFieldHint(std::string_view name) {
+    const auto other =
+        std::ranges::find_if(kOtherNames, [&](const OtherName &one) { return IsSame(name, one.name); });
+    if (other != std::end(kOtherNames))
+        return std::string("; did you mean ") + other->field + "?";
     std::vector<const char *> names;
     for (const SearchField &field : SearchFields())
         names.push_back(field.name);

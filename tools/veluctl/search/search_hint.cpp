@@ -92,12 +92,32 @@ void PartsHint(CatalogueReader *reader, const Search &search) {
     });
 }
 
+// What a search for another field finds, said where this one finds nothing.
+bool MakerHint(CatalogueReader *reader, const Search &search) {
+    constexpr std::string_view kModels[] = {"camera", "model", "camera_model"};
+    return AnyNode(search.tree, [&](const SearchNode &node) {
+        if (node.kind != SearchNode::Kind::field ||
+            std::ranges::find(kModels, node.name) == std::end(kModels))
+            return false;
+        SearchNode maker = node;
+        maker.name = "make";
+        maker.relation = SearchRelation::holds;
+        maker.value = node.value.substr(0, node.value.find(' '));
+        if (FindsAny(reader, search, node) || !FindsAny(reader, search, maker))
+            return false;
+        HintTell(node.name + " is the model alone; " + ShellWord("make~" + maker.value) +
+                 " finds by the maker, and veluctl list cameras shows both.");
+        return true;
+    });
+}
+
 } // namespace
 
 ExitCode SearchListEnd(CatalogueReader *reader, const SearchAsked &asked, const Options &options,
                        size_t rows) {
     const ExitCode ended = ListEnd(rows, options);
-    if (ended == kFound && options.form() == Form::table && !WordHint(asked.search))
+    if (ended == kFound && options.form() == Form::table && !WordHint(asked.search) &&
+        !MakerHint(reader, asked.search))
         PartsHint(reader, asked.search);
     return ended;
 }

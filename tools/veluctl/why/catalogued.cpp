@@ -72,6 +72,8 @@ void RulePut(const std::string &path, Catalogued *found) {
     TextPut(&found->part, "rules", rules);
     TextPut(&found->part, "extension", VELUIndexExtGet(path.c_str()));
     TextPut(&found->part, "reader", ReaderOf(*handler, path));
+    if (struct stat status; stat(path.c_str(), &status) == 0 && status.st_size == 0)
+        TextPut(&found->part, "content", "none: the file is empty");
     const char *named = CatalogueTables()[static_cast<size_t>(IndexRecipeOf(handler->indexer).kind)].kind;
     if (std::ranges::find(found->kinds, std::string_view(named)) == found->kinds.end())
         TextPut(&found->part, "content", std::string("not what the extension names (") + named + ")");
