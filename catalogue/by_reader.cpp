@@ -24,6 +24,7 @@
 #include "catalogue/util.h"
 #include "platform/file.h"
 #include "platform/index/file_state.h"
+#include "platform/rule_set.h"
 #include "platform/veluindex.h"
 
 namespace {
@@ -113,15 +114,19 @@ std::vector<NamedFacts> NamesBeside(const ReaderUse &use, const FileReport &repo
     return all;
 }
 
-int NamesSave(const std::vector<NamedFacts> &beside, const char *path, std::string_view stamp,
-              std::string_view trouble) {
-    FactRows known;
+struct KnownNames {
+    FactRows facts;
     std::vector<std::string_view> names;
+};
+
+// Adds to what becomes of a file what the names beside it say, in the place of what they have said. That is kept in `known`.
+void NamesAdd(const std::vector<NamedFacts> &beside, KnownNames *known, FileChanges *changes) {
     for (const NamedFacts &facts : beside) {
-        FactRowsAdd(&known, facts.name, *facts.values);
-        names.push_back(facts.name);
+        FactRowsAdd(&known->facts, facts.name, *facts.values);
+        known->names.push_back(facts.name);
     }
-    return FileFactsReplace(path, names, known.facts, stamp, trouble);
+    changes->names = known->names;
+    changes->facts = known->facts.facts;
 }
 
 // True when that is what the catalogue has.
@@ -132,6 +137,37 @@ bool AreInStep(const std::vector<NamedFacts> &beside, const char *path) {
     });
 }
 
+// The cover of a file that could not be read, and whose row stays.
+struct KeptCover {
+    std::string stamp = {};       // what the file's stamp says of it
+    const FileRow *row = nullptr; // that is to say whether there is one
+    bool there = false;
+};
+
+// One that was in the file stays. That of its directory follows what is there now.
+KeptCover CoverKeep(const ReaderUse &use, const FileReport &report, const char *path, const FileState &before,
+                    const std::vector<FileRow> &rows) {
+    KeptCover kept = {.stamp = FileCoverStamp(report)};
+    if (!use.folder_cover || RuleSetActive() != RuleSet::complete)
+        return kept;
+    // One without a stamp, whose reader finds it damaged now, was most likely changed in the second in which it was read.
+    const bool damaged = report.error == 0 && TroubleHolds(TroubleOf(report.read, {}));
+    if (!(before.stamp.empty() && damaged) && FileCoverIsOwn(path, before, rows))
+        return {.stamp = kStampOwnCover};
+    if (!before.stamp.empty() && FileStampCover(before.stamp) == kept.stamp)
+        return kept;
+    for (const FileRow &row : rows) {
+        const FileCover cover = FileCoverSave(report, static_cast<MediaKind>(row.kind), path, row.has_cover);
+        if (!cover.sure)
+            kept.stamp = kStampUnsureCover;
+        if (cover.there || row.has_cover) {
+            kept.row = &row;
+            kept.there = cover.there;
+        }
+    }
+    return kept;
+}
+
 // Notes what is known of a file that could not be read, and gives it a row by its name where it has none of its age. What
 // happens at once may happen again: that its last change is recent does not count against it here.
 int UnreadSave(const ReaderUse &use, MediaKind named, const FileReport &report, const char *path,
@@ -139,19 +175,34 @@ int UnreadSave(const ReaderUse &use, MediaKind named, const FileReport &report, 
     FileState before;
     if (FileStateOf(path, &before) < 0)
         return -1;
+    const bool stays = HasRowOfItsAge(rows, before, report.status);
+    const KeptCover cover =
+        stays ? CoverKeep(use, report, path, before, rows) : KeptCover{.stamp = FileCoverStamp(report)};
     const std::string stamp = FileStampOf(report.status);
-    const std::string cover = FileCoverStamp(report);
-    const bool same = FileStampHolds(before.stamp, stamp + report.beside + cover) == StampHolds::yes;
+    const bool same = FileStampHolds(before.stamp, stamp + report.beside + cover.stamp) == StampHolds::yes;
     const std::string trouble =
         report.error == 0 ? TroubleOf(report.read, same ? before.trouble : "") : std::string();
-    if (!HasRowOfItsAge(rows, before, report.status))
+    if (!stays)
         return RowSave(named, report, path, rows, trouble.empty() ? std::string() : stamp, trouble);
     MediaSweepKeep(path);
-    const std::string whole = WholeStamp(stamp, FromNameOf(before.stamp), report, cover);
+    const std::string whole = WholeStamp(stamp, FromNameOf(before.stamp), report, cover.stamp);
+    FileChanges changes = {.stamp = trouble.empty() ? before.stamp : whole, .trouble = trouble};
+    if (cover.row != nullptr) {
+        changes.cover_kind = cover.row->kind;
+        changes.has_cover = cover.there;
+        changes.first_cover = cover.there && !cover.row->has_cover;
+    }
     const std::vector<NamedFacts> beside = NamesBeside(use, report);
+    KnownNames known;
     if (!AreInStep(beside, path)) // in one: with this stamp and no trouble it would count as read
-        return NamesSave(beside, path, trouble.empty() ? before.stamp : whole, trouble);
-    return trouble.empty() ? 0 : FileTroubleSave(path, whole, trouble);
+        NamesAdd(beside, &known, &changes);
+    if (trouble.empty() && cover.row == nullptr && changes.names.empty())
+        return 0;
+    if (FileChangesSave(path, changes) == 0)
+        return 0;
+    if (changes.first_cover)
+        CoversClean(path);
+    return -1;
 }
 
 // Brings a row in step with the names of what lies beside its file, which is not opened for that.
@@ -160,7 +211,10 @@ int NeighboursSave(const ReaderUse &use, const FileReport &report, const char *p
     std::string stamp = before.substr(0, before.size() - FileStampWordsOf(before).beside.size());
     stamp.append(FileStampNames(stamp + report.beside)).append(FileStampCover(before));
     MediaSweepKeep(path);
-    return NamesSave(NamesBeside(use, report), path, stamp, {});
+    KnownNames known;
+    FileChanges changes = {.stamp = stamp};
+    NamesAdd(NamesBeside(use, report), &known, &changes);
+    return FileChangesSave(path, changes);
 }
 
 } // namespace

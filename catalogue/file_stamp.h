@@ -48,6 +48,9 @@ std::string FileStampBeside(const std::vector<PictureBeside> &pictures);
 // What it says at its end of a file that has a cover of its own: others beside it do not count.
 inline constexpr char kStampOwnCover[] = " p";
 
+// And of one whose cover is to be looked at again: it may be another one by now.
+inline constexpr char kStampUnsureCover[] = " u";
+
 // True for what was changed so short before it was looked at that another change might not show.
 [[nodiscard]] bool FileIsRecent(const struct stat &status, time_t looked);
 

@@ -27,10 +27,12 @@ bool AreInOneDirectory(std::string_view path, std::string_view other) {
     return path.substr(0, path.rfind('/')) == other.substr(0, other.rfind('/'));
 }
 
-// The cover of another directory is another one, also where it looks like the one before.
+// The cover of another directory is another one, also where it looks like the one before, and where it has none.
 void FolderCoverForget(std::string *stamp) {
-    if (FileStampIsFolderCover(FileStampCover(*stamp)))
-        stamp->resize(stamp->size() - FileStampCover(*stamp).size());
+    if (!FileStampIsFolderCover(FileStampCover(*stamp)))
+        return;
+    stamp->resize(stamp->size() - FileStampCover(*stamp).size());
+    stamp->append(kStampUnsureCover);
 }
 
 // The stamp of a file that has moved: the time of its status is another one, and the number counts as it did. What lies beside

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "catalogue/reader_cover.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "audio/cover_file.h"
 #include "catalogue/cover_format.h"
 #include "platform/index/cover_store.h"
+#include "reader/protocol/fact_names.h"
 
 namespace {
 
@@ -35,4 +39,15 @@ FileCover FileCoverSave(const FileReport &report, MediaKind kind, const char *pa
 
 std::string FileCoverStamp(const FileReport &report) {
     return report.folder_cover != nullptr ? report.folder_cover->stamp : std::string();
+}
+
+bool FileCoverIsOwn(const char *path, const FileState &state, const std::vector<FileRow> &rows) {
+    if (std::ranges::none_of(rows, &FileRow::has_cover))
+        return false;
+    if (!state.stamp.empty() || !state.trouble.empty())
+        return FileStampCover(state.stamp) == kStampOwnCover;
+    // Of one that was never read there is hardly more than its name.
+    std::vector<std::string> containers;
+    const std::string_view name = FactKindOf(FactName::container).word;
+    return FileFactsOf(path, name, &containers) != 0 || !containers.empty();
 }

@@ -4,9 +4,11 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "catalogue/file_readers.h"
 #include "catalogue/media_info.h"
+#include "platform/index/file_state.h"
 
 struct FileCover {
     bool there = false;
@@ -21,3 +23,6 @@ FileCover FileCoverSave(const FileReport &report, MediaKind kind, const char *pa
 
 // Returns what the stamp of a file says of its cover when it has none in itself.
 std::string FileCoverStamp(const FileReport &report);
+
+// Whether the cover of a file's rows was in the file when it was read, by its state; true, too, when that may be.
+[[nodiscard]] bool FileCoverIsOwn(const char *path, const FileState &state, const std::vector<FileRow> &rows);

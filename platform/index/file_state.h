@@ -66,16 +66,22 @@ int FileNamesFold();
 // nothing of it; when the file was first catalogued stays.
 int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &findings);
 
-// Keeps a file's row and other facts, and has these in the place of those of some names, with the stamp that the file has by then
-// and why it could not be read, if that is so; where the catalogue has these tables.
-int FileFactsReplace(const char *path, std::span<const std::string_view> names,
-                     std::span<const FileFact> facts, std::string_view stamp, std::string_view trouble = {});
+// What becomes of a file whose row and other facts stay.
+struct FileChanges {
+    std::string_view stamp = {};                  // that it has by then
+    std::string_view trouble = {};                // why it could not be read; empty: it could
+    std::span<const std::string_view> names = {}; // whose facts give way to these
+    std::span<const FileFact> facts = {};
+    int cover_kind = -1; // of the row whose cover has been looked at; none has
+    bool has_cover = false;
+    bool first_cover = false; // as in FileFindings
+};
+
+// All of it is stored, or nothing of it; where the catalogue has these tables.
+int FileChangesSave(const char *path, const FileChanges &changes);
 
 // Reads the values of the facts that a file has of a name, in their order; none of a catalogue without these tables.
 int FileFactsOf(const char *path, std::string_view name, std::vector<std::string> *values);
-
-// Keeps a file's row and facts, and notes why it could not be read when it had that stamp; where the catalogue has these tables.
-int FileTroubleSave(const char *path, std::string_view stamp, std::string_view trouble);
 
 // A row of a file in the table of a kind.
 struct FileRow {

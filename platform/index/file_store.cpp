@@ -131,25 +131,28 @@ int MediaInfoDBSaveFile(int kind, const MediaInfo *record, const FileFindings &f
     return scope.Finish(0);
 }
 
-int FileFactsReplace(const char *path, std::span<const std::string_view> names,
-                     std::span<const FileFact> facts, std::string_view stamp, std::string_view trouble) {
+int FileChangesSave(const char *path, const FileChanges &changes) {
     RunScope scope;
     if (SessionLacksFiles())
         return scope.Finish(0);
+    const bool cover = changes.cover_kind >= 0;
     Unit unit;
-    UnitAdd(&unit, StoreOperation::saveTrouble, {TextValue(path), TextValue(stamp), TextValue(trouble)});
-    for (const std::string_view name : names)
+    UnitAdd(&unit, StoreOperation::saveTrouble,
+            {TextValue(path), TextValue(changes.stamp), TextValue(changes.trouble)});
+    for (const std::string_view name : changes.names)
         UnitAdd(&unit, StoreOperation::removeFactsOf, {TextValue(path), TextValue(name)});
-    UnitAddFacts(&unit, path, facts);
-    const int saved = NamesAdd(facts) ? RunWriteUnit(Catalogue::media, unit.writes) : -1;
-    return scope.Finish(saved < 0 ? -1 : 0);
-}
-
-int FileTroubleSave(const char *path, std::string_view stamp, std::string_view trouble) {
-    RunScope scope;
-    if (SessionLacksFiles())
-        return scope.Finish(0);
-    const int saved = RunWrite(Catalogue::media, StatementOf(StoreOperation::saveTrouble),
-                               {TextValue(path), TextValue(stamp), TextValue(trouble)});
-    return scope.Finish(saved < 0 ? -1 : 0);
+    UnitAddFacts(&unit, path, changes.facts);
+    if (cover)
+        UnitAdd(&unit, StoreOperation::saveCover,
+                {VELUDBValue::Integer(changes.has_cover ? 1 : 0), TextValue(path)},
+                kMediaTables[changes.cover_kind]);
+    const int saved =
+        NamesAdd(changes.facts) ? RunWriteUnit(Catalogue::media, unit.writes, changes.first_cover) : -1;
+    if (saved < 0)
+        return scope.Finish(-1);
+    if (cover) {
+        CoverNotesInBatch();
+        MarkDirty(kMediaTables[changes.cover_kind]);
+    }
+    return scope.Finish(0);
 }

@@ -223,6 +223,8 @@ std::string StatementText(int statement) {
     case StoreOperation::removeTree:
         // A range of the key, so that the cost does not grow with the table.
         return "delete from " + table + " where path = $1 or (path >= $2 and path < $3)";
+    case StoreOperation::saveCover:
+        return "update " + table + " set has_cover = $1 where path = $2";
     case StoreOperation::coverOfRow:
         return "select path from " + table + " where path = $1 and has_cover = 1";
     case StoreOperation::coversInRange:

@@ -14,6 +14,7 @@ enum class StoreOperation : int {
     saveRow,       // of a media table or `directory`: its columns, the path first
     removeRow,     // path
     removeTree,    // path, from, before
+    saveCover,     // of a media table: whether it has one, path
     coverOfRow,    // path: the path of the row, when it has a cover
     coversInRange, // from, before: the paths of rows with covers, kCoverRows at a time
     coversFrom,    // from: likewise

@@ -117,6 +117,22 @@ TEST_F(CompleteCoverMoves, AFileTakesTheCoverOfItsNewDirectory) {
     EXPECT_TRUE(NothingIsKept());
 }
 
+// With nothing in the new directory its stamp says the same as one without a cover.
+TEST_F(CompleteCoverMoves, AFileLeavesTheCoverOfItsDirectoryBehind) {
+    OldFileWrite(kA + "/song.mp3", "title T");
+    OldFileWrite(kA + "/damaged.mp3", "crash");
+    OldFileWrite(kA + "/cover.jpg", kJpegHead + "A");
+    fs::create_directories(kB);
+    WalkSettled();
+    for (const std::string name : {"/song.mp3", "/damaged.mp3"}) {
+        Settle(kA + name, FolderStamp(kA + name));
+        EXPECT_EQ(CoverOf(kA + name), kJpegHead + "A");
+        Rename(kB + name, kA + name);
+        EXPECT_EQ(CoverOf(kB + name), "");
+    }
+    EXPECT_TRUE(NothingIsKept());
+}
+
 TEST_F(CompleteCoverMoves, AFileTakesACoverThatLooksLikeTheOneBefore) {
     OldFileWrite(kA + "/song.mp3", "title T");
     OldFileWrite(kA + "/own.mp3", "picture 70000 T");

@@ -61,16 +61,19 @@ inline void Ask(char command, const std::string &path, const std::string &old_pa
     });
 }
 
+inline void StampSet(const std::string &path, const std::string &stamp) {
+    VELUDB *db = VELUDBOpen("sqlite:/var/lib/velu/mediaserver.db");
+    ASSERT_NE(db, nullptr);
+    const std::string sql = "update file_state set stamp = '" + stamp + "' where path = '" + path + "'";
+    EXPECT_EQ(VELUDBExecute(db, sql.c_str(), nullptr), 1);
+    VELUDBClose(db);
+}
+
 // Gives a file the stamp that it gets once it has been at rest for some seconds, with what that says of its cover.
 inline void Settle(const std::string &path, const std::string &beside) {
     struct stat status;
     ASSERT_EQ(stat(path.c_str(), &status), 0);
-    VELUDB *db = VELUDBOpen("sqlite:/var/lib/velu/mediaserver.db");
-    ASSERT_NE(db, nullptr);
-    const std::string sql =
-        "update file_state set stamp = '" + FileStampOf(status) + beside + "' where path = '" + path + "'";
-    EXPECT_EQ(VELUDBExecute(db, sql.c_str(), nullptr), 1);
-    VELUDBClose(db);
+    StampSet(path, FileStampOf(status) + beside);
 }
 
 // What the stamps of files without a picture say of that of their directory.

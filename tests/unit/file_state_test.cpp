@@ -230,16 +230,19 @@ TEST_P(FileState_, FactsOfANameAreReplacedWithTheStamp) {
     const std::string_view names[] = {"subtitle", "none"};
     Complete([&] {
         EXPECT_EQ(SaveFile(kStoredSong, Found("1")), 0);
-        EXPECT_EQ(FileFactsReplace(kStoredSong.c_str(), names, facts, "2"), 0);
+        EXPECT_EQ(FileChangesSave(kStoredSong.c_str(), {.stamp = "2", .names = names, .facts = facts}), 0);
     });
     EXPECT_EQ(Facts(), "artist/0=ABBA<abba|artist/1=b<b|subtitle/0=/a.srt</a.srt|subtitle/1=/b.srt</b.srt");
-    Complete(
-        [&] { EXPECT_EQ(FileFactsReplace(kStoredSong.c_str(), names, std::span(facts).last(1), "3"), 0); });
+    Complete([&] {
+        EXPECT_EQ(FileChangesSave(kStoredSong.c_str(),
+                                  {.stamp = "3", .names = names, .facts = std::span(facts).last(1)}),
+                  0);
+    });
     EXPECT_EQ(Facts(), "artist/0=ABBA<abba|artist/1=b<b|subtitle/1=/b.srt</b.srt");
     EXPECT_EQ(Field("stamp"), "3");
     std::vector<std::string> values = {"before"};
     Complete([&] {
-        EXPECT_EQ(FileFactsReplace("/none", names, facts, "3"), 0);
+        EXPECT_EQ(FileChangesSave("/none", {.stamp = "3", .names = names, .facts = facts}), 0);
         EXPECT_EQ(FileFactsOf("/none", "artist", &values), 0);
         EXPECT_TRUE(values.empty());
         EXPECT_EQ(FileFactsOf(kStoredSong.c_str(), "artist", &values), 0);

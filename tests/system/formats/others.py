@@ -8,7 +8,7 @@ WIDTH, HEIGHT = 96, 64
 
 
 def picture(kind):
-    return lambda path: media.picture(f"{kind}:{path}", WIDTH, HEIGHT)
+    return lambda path: media.picture(path, WIDTH, HEIGHT, kind=kind)
 
 
 def camera_picture(path):

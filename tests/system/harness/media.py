@@ -88,9 +88,10 @@ def remux(path, *inputs_and_options):
     ffmpeg(*inputs_and_options, path)
 
 
-def picture(path, width, height, *options):
+def picture(path, width, height, *options, kind=None):
+    """A picture in the format of the extension, or of a kind that ImageMagick names."""
     _folder_of(path)
-    call("convert", "-size", f"{width}x{height}", "plasma:navy-orange", *options, path)
+    call("convert", "-size", f"{width}x{height}", "plasma:navy-orange", *options, f"{kind}:{path}" if kind else path)
 
 
 def exif(path, **tags):
