@@ -49,3 +49,22 @@ def test_what_came_last_is_the_end_of_all(library):
     every = answer(library, "recent", "-n", "1000")
     assert len(every) == len(SPLIT + LARGE + SPELLED)
     assert answer(library, "recent", "-n", "3") == every[:3]
+
+
+def test_what_came_at_a_time_is_found_though_more_came_later(make_daemon):
+    box = make_daemon()
+    box.configure(rules="complete")
+    for number in range(20):
+        box.write(f"{MUSIC}/{number:02}.mp3", song(title=f"Song {number}", artist="Ada"))
+    box.start().index("A:/volume1/music")
+    for number in range(20):
+        box.catalogue.store("update file_state set added = ? where path = ?", (f"20{number:02}-05-04T10:11:12Z", f"{MUSIC}/{number:02}.mp3"), "music")
+
+    def years(*words):
+        return [row["path"].rsplit("/", 1)[1][:2] for row in answer(box, *words)]
+
+    assert years("recent", "-n", "3") == ["19", "18", "17"]
+    assert years("find", "added=2010..", "--sort", "-added", "-n", "3") == ["19", "18", "17"]
+    assert years("find", "added=..2005", "--sort", "-added", "-n", "3") == ["05", "04", "03"]
+    assert years("find", "added=2003", "or", "added=2004", "--sort", "-added", "-n", "9") == ["04", "03"]
+    assert years("find", "added=2010..", "-added=2018", "--sort", "-added", "-n", "2") == ["19", "17"]

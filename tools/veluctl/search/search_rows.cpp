@@ -53,10 +53,17 @@ std::string Limit(size_t rows) {
     return rows == SIZE_MAX ? "" : " limit " + std::to_string(rows);
 }
 
+// Every row, or those that came at a time: what came last is most of what is found.
+bool IsOfTime(const SearchNode &node) {
+    return node.kind == SearchNode::Kind::field
+               ? SearchFieldFind(node.name) == SearchFieldFind("added")
+               : node.kind == SearchNode::Kind::all_of && std::ranges::all_of(node.parts, IsOfTime);
+}
+
 // Since when the files came of which more are known than are wanted. Empty where another order is asked for, or not all of them.
 SearchEnd LatestSince(const Reading &reading, size_t most, std::string *since) {
     const Search &search = reading.search;
-    const bool of_all = search.IsEverything() && search.directory.empty() && most <= kFew &&
+    const bool of_all = IsOfTime(search.tree) && search.directory.empty() && most <= kFew &&
                         search.targets.size() == std::size(kMediaTables);
     if (!of_all || !search.targets.front().facts || search.sort.size() != 1 ||
         !search.sort.front().descending || search.sort.front().field != SearchFieldFind("added"))
