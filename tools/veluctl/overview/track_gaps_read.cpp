@@ -36,6 +36,9 @@ int TracksRead(CatalogueReader *reader, const TrackGapsAsked &asked, std::string
     query.Add(asked.states ? "f.value as total from " + SongsWithFact("tracktotal")
                            : "'' as total from music m");
     query.Add(" where m.track > 0 and m.path > ").Put(*last);
+    // A server does not conclude that, and would read the states from their first on for each portion.
+    if (asked.states)
+        query.Add(" and s.path > ").Put(*last);
     if (asked.within != nullptr)
         SearchWithinPut(*asked.within, "m.path", {&kMediaTables[kMediaMusic], 1}, &query);
     query.Add(" order by m.path");
