@@ -51,11 +51,11 @@ bool IsTrue(sqlite3_stmt *statement, int column) {
     return strcmp(text, "1") == 0 || strcasecmp(text, "t") == 0 || strcasecmp(text, "true") == 0;
 }
 
-void AddCell(VELUDBResult *rows, sqlite3_stmt *statement, int column) {
+void AddCell(VELUDBResult *rows, sqlite3_stmt *statement, int column, bool is_boolean) {
     const int type = sqlite3_column_type(statement, column);
     if (type == SQLITE_NULL) {
         ResultAddNull(rows);
-    } else if (IsBoolean(statement, column)) {
+    } else if (is_boolean) {
         ResultAddCell(rows, IsTrue(statement, column) ? "t" : "f", 1);
     } else if (type == SQLITE_FLOAT) {
         ResultAddReal(rows, sqlite3_column_double(statement, column)); // its own text keeps 15 digits only
@@ -67,6 +67,14 @@ void AddCell(VELUDBResult *rows, sqlite3_stmt *statement, int column) {
     }
 }
 
+// Asked once for all rows: it takes as long as a cell.
+std::vector<bool> BooleansOf(sqlite3_stmt *statement) {
+    std::vector<bool> booleans;
+    for (int i = 0; i < sqlite3_column_count(statement); ++i)
+        booleans.push_back(IsBoolean(statement, i));
+    return booleans;
+}
+
 int Step(SqliteConnection *connection, sqlite3_stmt *statement, VELUDBResult *rows) {
     sqlite3 *db = connection->db.get();
     const int columns = sqlite3_column_count(statement);
@@ -74,9 +82,11 @@ int Step(SqliteConnection *connection, sqlite3_stmt *statement, VELUDBResult *ro
         rows->columns.emplace_back(sqlite3_column_name(statement, i));
     const sqlite3_int64 before = sqlite3_total_changes64(db);
     int result = sqlite3_step(statement);
+    // The first step compiles a statement anew whose tables have changed.
+    const std::vector<bool> booleans = rows != nullptr ? BooleansOf(statement) : std::vector<bool>();
     for (; result == SQLITE_ROW; result = sqlite3_step(statement))
         for (int i = 0; rows != nullptr && i < columns; ++i)
-            AddCell(rows, statement, i);
+            AddCell(rows, statement, i, booleans[static_cast<size_t>(i)]);
     if (result != SQLITE_DONE)
         return Fail(connection);
     // When this statement can change no row, SQLite's count of changes is still that of an earlier one.
