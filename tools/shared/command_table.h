@@ -47,7 +47,8 @@ struct CommandArgument {
     bool required = false;
     std::vector<const char *> words = {};
     std::vector<std::string> beginnings = {}; // as of an option
-    std::vector<ValueWords> values = {};      // what there is behind these
+    // What there is behind these, made when a completion is asked for: it takes longer than the start of a program.
+    std::vector<ValueWords> (*values)() = nullptr;
     bool dashes = false;                      // words that begin with one dash and are no option are values
     bool open = false;                        // other values than `words` are the command's to refuse
     const char *directories_behind = nullptr; // this word of the argument before makes directories of these

@@ -182,7 +182,7 @@ CommandOption SortOption(Options *options) {
 CommandArgument SearchWordsArgument(const char *description, bool required, Options *options) {
     CommandArgument words = {"words", "WORD", description, &options->words, required};
     words.beginnings = SearchBeginnings();
-    words.values = SearchValueWords();
+    words.values = SearchValueWords;
     words.dashes = true;
     return words;
 }

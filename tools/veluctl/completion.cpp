@@ -98,7 +98,7 @@ std::string BeginningsFunctions(const Program &program) {
     if (argument == nullptr)
         return {};
     std::string branches;
-    for (const ValueWords &values : argument->values)
+    for (const ValueWords &values : ValuesBehind(*argument))
         branches +=
             "    " + WordsJoined(values.beginnings, "|") + ") echo '" + WordsJoined(values.values) + "' ;;\n";
     return "_veluctl_begins() {\n    echo '" + WordsJoined(argument->beginnings) +

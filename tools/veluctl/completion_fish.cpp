@@ -86,7 +86,7 @@ std::string FishWordsFunction(const Program &program) {
     if (argument == nullptr)
         return {};
     std::string branches;
-    for (const ValueWords &values : argument->values) {
+    for (const ValueWords &values : ValuesBehind(*argument)) {
         std::string patterns;
         for (const std::string &beginning : values.beginnings)
             patterns += " '" + beginning + "*'";

@@ -60,6 +60,11 @@ inline const CommandArgument *BeginningsOf(const Program &program) {
     return nullptr;
 }
 
+// Returns the values that there are behind what the words of an argument begin with.
+inline std::vector<ValueWords> ValuesBehind(const CommandArgument &argument) {
+    return argument.values != nullptr ? argument.values() : std::vector<ValueWords>();
+}
+
 // Returns the words, or what a value may begin with, of an option or argument.
 template <typename Place>
 std::string WordsOf(const Place &place) {

@@ -96,7 +96,7 @@ std::string ZshWordsFunction(const Program &program) {
     if (argument == nullptr)
         return {};
     std::string branches;
-    for (const ValueWords &values : argument->values) {
+    for (const ValueWords &values : ValuesBehind(*argument)) {
         branches += "    (" + WordsJoined(values.beginnings, "|") + ")*)\n" +
                     "        compset -P '[^:=]#[:=]'\n        compadd -- " + WordsJoined(values.values) +
                     " ;;\n";
