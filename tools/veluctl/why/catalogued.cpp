@@ -107,8 +107,9 @@ bool StatePut(CatalogueReader *reader, const std::string &path, Catalogued *foun
         TextPut(&found->part, "added", "not known: the rules appliance keep no such time");
         return there == 0;
     }
-    const ResultHandle rows = CatalogueQuery(
-        reader, Catalogue::media, "select added, stamp, trouble from file_state where path = $1", {path});
+    const ResultHandle rows =
+        CatalogueQuery(reader, Catalogue::media,
+                       "select s.added, s.stamp, s.trouble from file_state s where s.path = $1", {path});
     if (rows == nullptr)
         return false;
     if (VELUDBRowCount(rows.get()) == 0)
