@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
+#include "platform/folding/folding.h"
 #include "platform/folding/language_words.h"
-#include "platform/letters.h"
 #include "platform/path.h"
 
 namespace {
@@ -13,17 +13,14 @@ constexpr std::string_view kBetween = "._ ()[]";
 constexpr std::string_view kBehind = "._ -()[]";
 constexpr char kRegion = '-'; // in front of a country, or of letters: pt-BR, zh-Hans
 
+// Of what is longer than the longest name of a language, none is meant.
+constexpr size_t kLanguageWordMax = 64;
+
 // They stand behind the language, or alone.
 constexpr std::string_view kKinds[] = {"forced", "sdh", "cc", "default", "foreign", "full", "sub", "subs"};
 
 // For those who hear nothing; alone it is a language, Hindi.
 constexpr std::string_view kImpaired = "hi";
-
-std::string Small(std::string_view text) {
-    std::string small(text);
-    std::ranges::transform(small, small.begin(), Lower);
-    return small;
-}
 
 // Takes the last word off a text, with what stands in front of it.
 std::string LastWordTake(std::string_view *text) {
@@ -33,7 +30,7 @@ std::string LastWordTake(std::string_view *text) {
     std::string_view word = text->substr(begin, end - begin);
     *text = text->substr(0, begin);
     word.remove_prefix(std::min(word.find_first_not_of(kRegion), word.size()));
-    return Small(word.substr(0, word.find(kRegion)));
+    return TextFolded(word.substr(0, word.find(kRegion)), kLanguageWordMax);
 }
 
 // Of what stands between a film's name and the extension.

@@ -24,6 +24,13 @@ TEST(SubtitleLanguage, IsTheLastWordThatIsOne) {
     EXPECT_EQ(LanguageOfName("Film.to be.it.srt"), "ita");
 }
 
+TEST(SubtitleLanguage, MayBeWrittenAsItCallsItself) {
+    EXPECT_EQ(LanguageOfName("Film.Français.srt"), "fra");
+    EXPECT_EQ(LanguageOfName("Film.FRANC\u0327AIS.forced.srt"), "fra") << "in parts";
+    EXPECT_EQ(LanguageOfName("Film.Español.srt"), "spa");
+    EXPECT_EQ(LanguageOfName("Film.Français" + std::string(100, 'x') + ".srt"), "");
+}
+
 TEST(SubtitleLanguage, StandsInFrontOfTheirKind) {
     EXPECT_EQ(LanguageOfName("Film.en.forced.srt"), "eng");
     EXPECT_EQ(LanguageOfName("Film.en.sdh.cc.srt"), "eng");
