@@ -3,11 +3,10 @@
 // veluctl(1) from the table of the command line.
 #include "tools/veluctl/documents.h"
 
-#include <ctype.h>
-
 #include <algorithm>
 #include <string_view>
 
+#include "platform/letters.h"
 #include "tools/shared/command_value.h"
 #include "tools/shared/roff.h"
 #include "tools/veluctl/exit_code.h"
@@ -35,8 +34,7 @@ std::string OptionEntry(const CommandOption &option) {
 
 // Headings of a manual are in capitals.
 std::string Heading(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char byte) { return static_cast<char>(toupper(byte)); });
+    std::ranges::transform(text, text.begin(), Upper);
     return text;
 }
 

@@ -25,6 +25,14 @@ struct SqlText {
     }
 };
 
+// Adds the condition that what has just been added is one of these values; of none, that it is the empty text.
+inline void AmongPut(SqlText *query, const std::vector<std::string> &values) {
+    query->Add(" in (");
+    for (size_t at = 0; at < values.size(); ++at)
+        query->Add(at == 0 ? "" : ", ").Put(values[at]);
+    query->Add(values.empty() ? "'')" : ")");
+}
+
 // Of facts `f`: their values as they are compared, which an index is over. Where the value itself is that, it is kept once.
 inline constexpr char kFactFolded[] = "coalesce(f.folded, f.value)";
 

@@ -8,14 +8,12 @@
 namespace {
 
 // Statements are kept: there are few numbers of parameters, since the last path fills them up.
-void PathsPut(const std::vector<std::string> &paths, SqlText *query) {
+void PathsPut(std::vector<std::string> paths, SqlText *query) {
     size_t count = 1;
     while (count < paths.size())
         count *= 2;
-    query->Add(" in (");
-    for (size_t at = 0; at < count; ++at)
-        query->Add(at == 0 ? "" : ", ").Put(at < paths.size() ? paths[at] : paths.back());
-    query->Add(")");
+    paths.resize(count, std::string(paths.back()));
+    AmongPut(query, paths);
 }
 
 } // namespace

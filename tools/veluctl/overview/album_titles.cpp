@@ -32,10 +32,7 @@ bool AlbumTitles::Read(CatalogueReader *reader, const Search &search, uint32_t a
 }
 
 void AlbumTitles::Put(SqlText *query) const {
-    query->Add(" and m.album in (");
-    for (size_t at = 0; at < titles_.size(); ++at)
-        query->Add(at == 0 ? "" : ", ").Put(titles_[at]);
-    query->Add(titles_.empty() ? "'')" : ")");
+    AmongPut(&query->Add(" and m.album"), titles_);
 }
 
 bool AlbumTitles::Precedes(const std::string &title, int64_t files) const {

@@ -83,9 +83,6 @@ void GroupValuesPut(const std::vector<std::string> &values, const SearchOrderKey
     // The column by itself, of which a server knows how many rows have a value.
     const std::string name =
         QualifiedName(*target.table, FieldSourceOf(*group.field, *target.table, target.facts).column->name);
-    query->Add(" and (" + name + " in (");
-    for (size_t at = 0; at < values.size(); ++at)
-        query->Add(at == 0 ? "" : ", ").Put(values[at]);
-    query->Add(values.empty() ? "'')" : ")");
+    AmongPut(&query->Add(" and (" + name), values);
     query->Add(std::ranges::find(values, "") != values.end() ? " or " + name + " is null)" : ")");
 }

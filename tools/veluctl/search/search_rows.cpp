@@ -151,10 +151,8 @@ bool RowsOfTable(const Reading &reading, const CatalogueTable &table, std::vecto
     query.Add("select ").Add(table.key).Add(" as row_key");
     for (const char *column : reading.columns)
         query.Add(", ").Add(column);
-    query.Add(" from ").Add(table.table).Add(" where ").Add(table.key).Add(" in (");
-    for (size_t i = 0; i < keys.size(); ++i)
-        query.Add(i == 0 ? "" : ", ").Put(std::move(keys[i]));
-    query.Add(")");
+    query.Add(" from ").Add(table.table).Add(" where ").Add(table.key);
+    AmongPut(&query, keys);
     const ResultHandle found = CatalogueQuery(reading.reader, table.catalogue, query.sql, query.values);
     if (found == nullptr)
         return false;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "platform/letters.h"
 #include "platform/veludb.h"
 #include "tools/veluctl/search/folded_pattern.h"
 
@@ -22,9 +23,8 @@ bool IsAscii(const std::string &text) {
 // A text that begins with another letter is not looked at any further. Of conditions that all have to hold a server takes the one
 // with the fewest operations first, which this has to be: the patterns take many times as long.
 void BeginPut(const std::string &column, char first, SqlText *query) {
-    const char capital = static_cast<char>(first >= 'a' && first <= 'z' ? first - 'a' + 'A' : first);
     query->Add("(substr(").Add(column).Add(", 1, 1) in (").Put(std::string(1, first)).Add(", ");
-    query->Put(std::string(1, capital)).Add(") or ");
+    query->Put(std::string(1, Upper(first))).Add(") or ");
     query->Add(column).Add(kByBytes).Add(" >= ").Put(kFirstNoAscii).Add(") and ");
 }
 
